@@ -1,0 +1,23 @@
+# Warnings, hardening, sanitizers and the compiler cache, for every target.
+
+find_program(TOV_CCACHE ccache)
+if(TOV_CCACHE)
+  # Paths relative to the checkout, so that several checkouts share one cache.
+  set(launcher ${CMAKE_COMMAND} -E env CCACHE_BASEDIR=${CMAKE_SOURCE_DIR} CCACHE_NOHASHDIR=1 ${TOV_CCACHE})
+  set(CMAKE_C_COMPILER_LAUNCHER ${launcher})
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${launcher})
+endif()
+
+add_compile_options(-Wall -Wextra -fstack-protector-strong)
+add_compile_definitions(QT_NO_CAST_TO_ASCII QT_NO_URL_CAST_FROM_STRING)
+add_link_options(-Wl,-z,relro,-z,now,-z,noexecstack -Wl,--as-needed)
+
+set(TOV_SANITIZE "" CACHE STRING "Sanitizers to build with, e.g. address,undefined or thread")
+if(TOV_SANITIZE)
+  add_compile_options(-fsanitize=${TOV_SANITIZE} -fno-omit-frame-pointer -g1)
+  add_link_options(-fsanitize=${TOV_SANITIZE})
+else()
+  add_compile_options($<$<NOT:$<CONFIG:Debug>>:-D_FORTIFY_SOURCE=2>)
+endif()
+include(CheckPIESupported)
+check_pie_supported()
