@@ -1,0 +1,29 @@
+#pragma once
+
+#include "kernel/events/eventhandler.h"
+
+namespace tov::main {
+
+using tov::events::EventType;
+
+/// Something that happened. Sender and data belong to whoever fires it and hold for the duration of the call.
+class Event
+{
+public:
+    explicit Event(EventType type, void* sender = nullptr, void* data = nullptr)
+        : m_Type(type), mp_Sender(sender), mp_Data(data)
+    {
+    }
+    EventType getType() const { return m_Type; }
+    void* getSender() const { return mp_Sender; }
+    /// What the event carries; its type is fixed by the event type ("SCENEPANEL_CHANGED": a `tov::gui::ScenePanel*`,
+    /// null when no panel is active).
+    void* getData() const { return mp_Data; }
+
+private:
+    EventType m_Type;
+    void* mp_Sender;
+    void* mp_Data;
+};
+
+} // namespace tov::main

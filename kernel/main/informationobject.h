@@ -1,0 +1,48 @@
+#pragma once
+
+#include "kernel/main/export.h"
+
+#include <QIcon>
+#include <QList>
+#include <QString>
+#include <QUrl>
+
+namespace tov::main {
+
+/// What a plug-in says about itself. Plain strings, passed by value over C entry points.
+struct AdditionalInformation
+{
+    QString name;
+    QString description;
+    QString version;
+    QString author;
+};
+
+/// What a module says about itself, for "About modules". Owned by the module's factory.
+class TOV_EXPORT InformationObject
+{
+public:
+    InformationObject(const QString& description, const QString& name, const QIcon& icon, const QUrl& helpUrl,
+                      const QUrl& homeUrl);
+    ~InformationObject();
+
+    /// The module's name, under which the module manager finds it. Thread: application.
+    QString getName() const;
+    QString getDescription() const;
+    QIcon getIcon() const;
+    QUrl getHelpUrl() const;
+    QUrl getHomeUrl() const;
+
+    /// Further records, one per plug-in of the module; the module fills and clears the list. Thread: application.
+    QList<AdditionalInformation>& getAdditionalInformations();
+
+private:
+    QString m_Description;
+    QString m_Name;
+    QIcon m_Icon;
+    QUrl m_HelpUrl;
+    QUrl m_HomeUrl;
+    QList<AdditionalInformation> m_AdditionalInformations;
+};
+
+} // namespace tov::main
