@@ -1,0 +1,37 @@
+#pragma once
+
+#include "kernel/main/export.h"
+
+#include <QString>
+
+#include <functional>
+
+class QWidget;
+
+namespace tov::main {
+
+class AbstractParameter;
+
+/// An editor for one parameter in a dialog. Thread: application.
+class TOV_EXPORT ParameterPanel
+{
+public:
+    virtual ~ParameterPanel();
+    /// The widget; owned by its parent widget once it has one, else by the panel's user.
+    virtual QWidget* getWidget() = 0;
+    virtual QString getText() const = 0;
+    virtual void setText(const QString& text) = 0;
+    /// Called whenever the text changes.
+    std::function<void()> onChanged;
+};
+
+/// Makes editors for a parameter. Owned by the command that made it. Thread: application.
+class TOV_EXPORT ParameterPanelFactory
+{
+public:
+    virtual ~ParameterPanelFactory();
+    /// A new editor; the caller owns it.
+    virtual ParameterPanel* createPanel(const AbstractParameter& parameter, QWidget* parent) = 0;
+};
+
+} // namespace tov::main

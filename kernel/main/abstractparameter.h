@@ -1,0 +1,82 @@
+#pragma once
+
+#include "kernel/main/castclass.h"
+#include "kernel/main/export.h"
+#include "kernel/util/zpointer.h"
+
+#include <QString>
+
+#include <typeinfo>
+
+namespace tov::main {
+
+class ParameterPanelFactory;
+
+/// A named value of some type, as parameter sets and dialogs see it; `Parameter` is the typed one. Not safe for several
+/// threads at once.
+class TOV_EXPORT AbstractParameter
+{
+public:
+    /// `defaultText`: default for the command language (empty = none). `mandatory`: the command language demands a
+    /// value or a default. `panelFactory`: editor for dialogs, not owned, may be null.
+    AbstractParameter(const QString& name, const QString& description, const QString& defaultText, bool mandatory,
+                      ParameterPanelFactory* panelFactory);
+    AbstractParameter(const AbstractParameter&) = delete;
+    AbstractParameter& operator=(const AbstractParameter&) = delete;
+    /// Frees neither the value nor the panel factory, and does not look at the latter.
+    virtual ~AbstractParameter();
+
+    /// Takes a value from text; false (logged) when it cannot be converted.
+    virtual bool castString(const QString& text) = 0;
+    /// The value as text; empty when there is none.
+    virtual QString toString() = 0;
+    /// Frees the value if the parameter owns it, and forgets it.
+    virtual void deleteValue() = 0;
+    /// Shares the value of another parameter of the same type; anything else is ignored.
+    virtual void takeValueFrom(AbstractParameter* other) = 0;
+    virtual bool hasValue() = 0;
+    /// Addresses and name, for diagnosis; ends with a line feed.
+    virtual QString toDebugString() = 0;
+    virtual void* getValuePointer() = 0;
+    /// Replaces the value; the type must be right, see `assignTyped`.
+    virtual void setValuePointer(void* value) = 0;
+    /// Mirrors the value pointer into a command's member, given by its address; null unbinds.
+    virtual void bindTo(void* member) = 0;
+
+    /// True (the argument): the parameter forgets values without freeing them. A new parameter frees them.
+    void disableDeleteOnSet(bool disable) { m_DeleteOnSet = !disable; }
+    bool deletesOnSet() const { return m_DeleteOnSet; }
+
+    QString getName() const { return m_Name; }
+    QString getDescription() const { return m_Description; }
+    QString getDefaultText() const { return m_DefaultText; }
+    bool isMandatory() const { return m_Mandatory; }
+    const std::type_info* getType() const { return mp_Type; }
+    tov::util::ZPointer<CastClass> getCastClass() const { return mp_CastClass; }
+
+    /// What dialogs propose, and what a command text that leaves the argument out means. Null = none.
+    void setDefaultParameterForDefaultGUI(const QString& text) { m_GUIDefault = text; }
+    QString getDefaultParameterForDefaultGUI() const { return m_GUIDefault; }
+    /// The editor for dialogs; not owned.
+    void setParameterPanelFactory(ParameterPanelFactory* factory) { mp_PanelFactory = factory; }
+    ParameterPanelFactory* getParameterPanelFactory() const { return mp_PanelFactory; }
+
+protected:
+    tov::util::ZPointer<CastClass> mp_CastClass; ///< null for text
+    const std::type_info* mp_Type = nullptr;
+    bool m_DeleteOnSet = true;
+    QString m_Name;
+
+private:
+    QString m_Description;
+    QString m_DefaultText;
+    bool m_Mandatory;
+    QString m_GUIDefault;
+    ParameterPanelFactory* mp_PanelFactory;
+};
+
+/// True when a parameter whose stored type is `stored` may hold a value of type `given`: equal name pointers, or equal
+/// names where the stored one does not begin with "*" (names of types local to one library do).
+TOV_EXPORT bool isSameType(const std::type_info* stored, const std::type_info& given);
+
+} // namespace tov::main

@@ -1,0 +1,42 @@
+#pragma once
+
+#include "kernel/main/export.h"
+
+#include <QString>
+
+#include <cstddef>
+#include <vector>
+
+namespace tov::main {
+
+class AbstractParameter;
+
+/// An ordered list of parameters with an identifier. Owns them: each value is deleted (`deleteValue`), then the
+/// parameter. Thread: one at a time.
+class TOV_EXPORT ParameterSet
+{
+public:
+    explicit ParameterSet(int id, const QString& title = QString());
+    ParameterSet(const ParameterSet&) = delete;
+    ParameterSet& operator=(const ParameterSet&) = delete;
+    ~ParameterSet();
+
+    int getId() const { return m_Id; }
+    QString getTitle() const { return m_Title; }
+    /// Takes the parameter over.
+    void addParameter(AbstractParameter* parameter);
+    std::size_t size() const { return m_Parameters.size(); }
+    bool isEmpty() const { return m_Parameters.empty(); }
+    /// The parameter at an index from 0; throws `std::out_of_range`.
+    AbstractParameter* at(std::size_t index) const;
+    /// The parameter of that name (any case), or null.
+    AbstractParameter* find(const QString& name) const;
+    const std::vector<AbstractParameter*>& getParameters() const { return m_Parameters; }
+
+private:
+    int m_Id;
+    QString m_Title;
+    std::vector<AbstractParameter*> m_Parameters;
+};
+
+} // namespace tov::main
