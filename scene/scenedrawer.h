@@ -1,0 +1,72 @@
+#pragma once
+
+#include "kernel/main/export.h"
+#include "kernel/math/matrix.h"
+#include "kernel/util/zpointer.h"
+#include "scene/scene.h"
+
+#include <QColor>
+
+#include <memory>
+
+namespace tov::scene {
+
+class SceneElement;
+
+/// Draws a scene into whatever context and framebuffer is current, under the projection that is current. Takes no lock,
+/// needs no application thread, paints no background; its destructor makes no OpenGL call.
+class TOV_EXPORT SceneDrawer
+{
+public:
+    /// Near clipping distance of every view, in scaled scene units.
+    static const double ZNEAR;
+    /// Far clipping distance of every view.
+    static const double ZFAR;
+
+    /// What `glDraw` draws besides.
+    enum Layer
+    {
+        LayerGeometry = 1,
+        LayerAnnotations = 2, ///< lines and measures
+        LayerSelection = 4,   ///< selection and boxes
+        LayerGrid = 8,        ///< grid and axes
+        LayersOfPicture = 3,
+        LayersOfPanel = 65535,
+    };
+    enum Primitive
+    {
+        Points = 1,
+        Lines = 2,
+        Surfaces = 4,
+        AllPrimitives = 7,
+    };
+
+    /// Thread: any; the context comes later.
+    explicit SceneDrawer(const tov::util::ZPointer<Scene>& scene);
+    SceneDrawer(const SceneDrawer&) = delete;
+    SceneDrawer& operator=(const SceneDrawer&) = delete;
+    ~SceneDrawer();
+
+    /// The background that panels paint and pictures clear to. Thread: any.
+    QColor getBackgroundColor() const;
+    /// Sets the background for all drawers of the process. Thread: any.
+    static void setBackgroundColor(const QColor& color);
+
+    /// Sets the viewport of the current context to (0, 0, width, height), in pixels. Thread: the current context's.
+    void resize(int width, int height);
+
+    /// Draws the tree under `root`, or with `second` only that element. The model-view matrix is multiplied by
+    /// `transform` (scene to eye) and restored. `lineOffset` moves lines towards the eye by that share of the depth
+    /// range. `layers`: mask of `Layer`; `primitives`: mask of `Primitive`. Elements are culled chunk by chunk against
+    /// the current frustum. Lights and colour material as the caller enabled them; alpha is blended apart
+    /// (ONE, ONE_MINUS_SRC_ALPHA), so that glass over a solid stays opaque. The scene must be kept still by the caller.
+    /// Thread: the current context's.
+    void glDraw(SceneElement* root, SceneElement* second, const tov::math::Matrix<double, 4u, 4u>& transform,
+                double lineOffset, int layers, int primitives);
+
+private:
+    struct Private;
+    std::unique_ptr<Private> d;
+};
+
+} // namespace tov::scene

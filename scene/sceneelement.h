@@ -1,0 +1,52 @@
+#pragma once
+
+#include "kernel/main/export.h"
+#include "kernel/math/matrix.h"
+
+#include <QString>
+
+#include <memory>
+#include <vector>
+
+namespace tov::scene {
+
+/// A node of the scene's tree: a name, a transform, whether it is shown, and children; subclasses carry data (meshes,
+/// points, lines). Changed under a `SceneEdit` only, once it is in a scene.
+class TOV_EXPORT SceneElement
+{
+public:
+    explicit SceneElement(const QString& name);
+    SceneElement(const SceneElement&) = delete;
+    SceneElement& operator=(const SceneElement&) = delete;
+    /// Deletes the children.
+    virtual ~SceneElement();
+
+    QString getName() const { return m_Name; }
+    void setName(const QString& name) { m_Name = name; }
+    /// Element to parent.
+    const tov::math::Matrix<double, 4u, 4u>& getTransform() const { return m_Transform; }
+    void setTransform(const tov::math::Matrix<double, 4u, 4u>& transform) { m_Transform = transform; }
+    bool isVisible() const { return m_Visible; }
+    void setVisible(bool visible) { m_Visible = visible; }
+    bool isSelected() const { return m_Selected; }
+    void setSelected(bool selected) { m_Selected = selected; }
+
+    SceneElement* getParent() const { return mp_Parent; }
+    const std::vector<SceneElement*>& getChildren() const { return m_Children; }
+    /// Takes a child over.
+    void addChild(SceneElement* child);
+    /// Gives a child back to the caller; null when it is none.
+    SceneElement* takeChild(SceneElement* child);
+    /// This element or the first one below it of that name; null when there is none.
+    SceneElement* find(const QString& name);
+
+private:
+    QString m_Name;
+    tov::math::Matrix<double, 4u, 4u> m_Transform = tov::math::Matrix<double, 4u, 4u>::identity();
+    bool m_Visible = true;
+    bool m_Selected = false;
+    SceneElement* mp_Parent = nullptr;
+    std::vector<SceneElement*> m_Children; ///< owned
+};
+
+} // namespace tov::scene

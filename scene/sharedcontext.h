@@ -1,0 +1,35 @@
+#pragma once
+
+#include "kernel/main/export.h"
+
+#include <memory>
+
+class QOpenGLContext;
+
+namespace tov::scene {
+
+/// The OpenGL context with which every other context of the application shares its objects (buffers, textures; by the
+/// standard not framebuffer objects), and the lock that orders its users.
+class TOV_EXPORT SharedContext
+{
+public:
+    /// The context; null when OpenGL cannot be used. It has the default surface format of the process. Owned here.
+    /// Thread: any; it is made current nowhere for long.
+    QOpenGLContext* glContext() const;
+    /// Orders drawing of several threads. Fair, not recursive; taken before `Scene::lock`. Thread: any.
+    void lock();
+    void unlock();
+
+private:
+    friend class Viewer;
+    SharedContext();
+    ~SharedContext();
+    struct Private;
+    std::unique_ptr<Private> d;
+};
+
+/// The application's shared context; the object always exists, its `glContext` from `Viewer::initialize` on.
+/// Thread: any.
+TOV_EXPORT SharedContext* _GlobalContext();
+
+} // namespace tov::scene

@@ -1,0 +1,55 @@
+#pragma once
+
+#include "kernel/main/export.h"
+#include "kernel/util/zpointer.h"
+#include "scene/scene.h"
+
+#include <memory>
+#include <vector>
+
+namespace tov::gui {
+class ScenePanel;
+}
+
+namespace tov::scene {
+
+/// The scene library's centre: the global scene, OpenGL, and which panel is the active one.
+class TOV_EXPORT Viewer
+{
+public:
+    static Viewer* getInstance();
+
+    /// Makes the shared context and finds out what OpenGL can do. Returns false (logged) without usable OpenGL; pictures
+    /// and videos are then refused. Needs the QApplication. Thread: application.
+    bool initialize();
+    /// Frees the shared context and the scene's OpenGL objects; panels must be gone. Thread: application.
+    void shutdown();
+
+    /// The application's scene; never null. Thread: any.
+    tov::util::ZPointer<Scene> getGlobalScene() const;
+    /// True when OpenGL works and has framebuffer objects. Thread: any.
+    bool isFboAvailable() const;
+
+    /// All living panels, in order of creation. Thread: application.
+    std::vector<tov::gui::ScenePanel*> getPanels() const;
+    tov::gui::ScenePanel* getActivePanel() const;
+    /// Makes a panel the active one (null: none) and fires "SCENEPANEL_CHANGED" when that changes something.
+    /// Thread: application.
+    void setActivePanel(tov::gui::ScenePanel* panel);
+    /// Fires "SCENEPANEL_CHANGED" with the active panel once more, for commands that came later. Thread: application.
+    void announceActivePanel();
+    /// The one way in which panels die: hidden, the next panel (or none) announced, then deleted. Holds no lock.
+    /// Thread: application.
+    void closePanel(tov::gui::ScenePanel* panel);
+    /// Redraws all panels soon. Thread: any.
+    void redraw();
+
+private:
+    friend class tov::gui::ScenePanel;
+    Viewer();
+    ~Viewer();
+    struct Private;
+    std::unique_ptr<Private> d;
+};
+
+} // namespace tov::scene
