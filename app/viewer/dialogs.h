@@ -1,0 +1,34 @@
+#pragma once
+
+#include "kernel/main/moduleloader.h"
+
+#include <QDialog>
+
+#include <functional>
+#include <utility>
+#include <vector>
+
+namespace tov::main {
+class Command;
+}
+
+namespace tov::viewer {
+
+/// "About modules": the modules, the records of their plug-ins, and what failed to load and why.
+class AboutModulesDialog : public QDialog
+{
+    Q_OBJECT
+public:
+    AboutModulesDialog(const std::vector<tov::main::LoadFailure>& failures, QWidget* parent);
+};
+
+/// Preferences: background, anti-aliasing, palette, and a page for each settings command. OK runs the settings commands
+/// whose page was changed.
+class PreferencesDialog : public QDialog
+{
+    Q_OBJECT
+public:
+    PreferencesDialog(const std::vector<std::pair<QString, tov::main::Command*>>& settings, QWidget* parent);
+};
+
+} // namespace tov::viewer

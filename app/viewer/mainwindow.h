@@ -1,0 +1,95 @@
+#pragma once
+
+#include "kernel/main/commandprocessor.h"
+#include "kernel/main/moduleloader.h"
+
+#include <QElapsedTimer>
+#include <QMainWindow>
+
+#include <atomic>
+#include <map>
+#include <memory>
+
+class QLabel;
+class QMenu;
+class QThread;
+
+namespace tov::viewer {
+
+class CommandActions;
+class ConsoleWidget;
+class NoticeBar;
+class PanelGrid;
+class RunsBar;
+class SceneTree;
+class TrajectoryBar;
+
+/// The application's window. Thread: application.
+class MainWindow : public QMainWindow
+{
+    Q_OBJECT
+public:
+    /// `loader` is asked for what failed to load; it must outlive the window.
+    explicit MainWindow(const tov::main::ModuleLoader* loader, QWidget* parent = nullptr);
+    ~MainWindow() override;
+
+    /// Reads models on a thread of their own, with progress and Stop, and fits the view. Trajectory files are opened as
+    /// such. Failures are told in a notice.
+    void openFiles(const QStringList& fileNames);
+    bool isOpening() const { return mp_OpenThread != nullptr; }
+
+    PanelGrid* getPanelGrid() const { return mp_Grid; }
+    ConsoleWidget* getConsole() const { return mp_Console; }
+    CommandActions* getActions() const { return mp_Actions; }
+    NoticeBar* getNotices() const { return mp_Notices; }
+    RunsBar* getRuns() const { return mp_Runs; }
+    SceneTree* getSceneTree() const { return mp_Tree; }
+    TrajectoryBar* getTrajectoryBar() const { return mp_Trajectory; }
+
+public slots:
+    void copyViewToClipboard();
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
+
+private:
+    /// What is kept of a run for the notice after it.
+    struct Started
+    {
+        QString fileName;
+        QElapsedTimer clock;
+        QDateTime fileTime; ///< of the file before the run
+    };
+
+    void createMenus();
+    void createDocks();
+    void chooseFiles();
+    void runCommand(tov::main::Command* prototype);
+    void watchRuns();
+    void runEnded(const tov::main::CommandRunPointer& run);
+    void addRecentFile(const QString& fileName);
+    void updateRecentMenu();
+    void saveLayout() const;
+    void restoreLayout();
+    /// True when the window may go now; otherwise it will close itself once everything has ended.
+    bool endRuns();
+
+    const tov::main::ModuleLoader* mp_Loader;
+    PanelGrid* mp_Grid = nullptr;
+    ConsoleWidget* mp_Console = nullptr;
+    CommandActions* mp_Actions = nullptr;
+    NoticeBar* mp_Notices = nullptr;
+    RunsBar* mp_Runs = nullptr;
+    SceneTree* mp_Tree = nullptr;
+    TrajectoryBar* mp_Trajectory = nullptr;
+    QMenu* mp_RecentMenu = nullptr;
+    QMenu* mp_ViewMenu = nullptr;
+    QThread* mp_OpenThread = nullptr; ///< owned while files are read
+    std::shared_ptr<std::atomic<bool>> mp_OpenCancelled;
+    std::map<quint64, Started> m_Started;
+    bool m_Closing = false;
+};
+
+} // namespace tov::viewer

@@ -1,0 +1,176 @@
+#include "app/viewer/panelgrid.h"
+
+#include "scene/scenepanel.h"
+#include "scene/viewer.h"
+
+#include <QDataStream>
+#include <QFrame>
+#include <QSplitter>
+#include <QVBoxLayout>
+
+#include <algorithm>
+
+namespace tov::viewer {
+
+using tov::gui::ScenePanel;
+using tov::scene::Viewer;
+
+PanelGrid::PanelGrid(QWidget* parent) : QWidget(parent)
+{
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    mp_Rows = new QSplitter(Qt::Vertical, this);
+    mp_Rows->setChildrenCollapsible(false);
+    layout->addWidget(mp_Rows);
+}
+
+PanelGrid::~PanelGrid()
+{
+    closeAll();
+}
+
+int PanelGrid::getPanelCount() const
+{
+    return int(m_Panels.size());
+}
+
+ScenePanel* PanelGrid::getActivePanel() const
+{
+    auto* panel = Viewer::getInstance()->getActivePanel();
+    return std::find(m_Panels.begin(), m_Panels.end(), panel) == m_Panels.end() ? nullptr : panel;
+}
+
+ScenePanel* PanelGrid::addPanel()
+{
+    auto* frame = new QFrame;
+    frame->setObjectName(QStringLiteral("PanelFrame"));
+    auto* layout = new QVBoxLayout(frame);
+    layout->setContentsMargins(2, 2, 2, 2);
+    auto* panel = new ScenePanel(frame);
+    panel->setFocusPolicy(Qt::StrongFocus);
+    panel->setMinimumSize(64, 48);
+    layout->addWidget(panel);
+    if (auto* active = getActivePanel())
+        panel->setScaledTransformMatrix(active->getScaledTransformMatrix());
+    connect(panel, &ScenePanel::activated, this, [this, panel] { setActivePanel(panel); });
+    m_Panels.push_back(panel);
+    m_Frames.push_back(frame);
+    return panel;
+}
+
+void PanelGrid::setPanelCount(int count)
+{
+    count = count >= 4 ? 4 : std::max(count, 1);
+    while (getPanelCount() > count) {
+        ScenePanel* last = m_Panels.back();
+        if (last == getActivePanel())
+            setActivePanel(m_Panels.front());
+        closePanel(last);
+    }
+    bool added = false;
+    while (getPanelCount() < count) {
+        addPanel();
+        added = true;
+    }
+    arrange();
+    if (!getActivePanel() && !m_Panels.empty())
+        setActivePanel(m_Panels.front());
+    mark();
+    if (added)
+        emit panelCountChanged(getPanelCount());
+}
+
+void PanelGrid::setActivePanel(ScenePanel* panel)
+{
+    if (panel == Viewer::getInstance()->getActivePanel()) {
+        mark();
+        return;
+    }
+    Viewer::getInstance()->setActivePanel(panel);
+    mark();
+    emit activePanelChanged(panel);
+}
+
+void PanelGrid::closePanel(ScenePanel* panel)
+{
+    const auto found = std::find(m_Panels.begin(), m_Panels.end(), panel);
+    if (found == m_Panels.end())
+        return;
+    const auto index = found - m_Panels.begin();
+    QWidget* frame = m_Frames[index];
+    m_Panels.erase(found);
+    m_Frames.erase(m_Frames.begin() + index);
+    Viewer::getInstance()->closePanel(panel);
+    delete frame;
+    mark();
+    emit activePanelChanged(getActivePanel());
+    emit panelCountChanged(getPanelCount());
+}
+
+void PanelGrid::closeAll()
+{
+    while (!m_Panels.empty())
+        closePanel(m_Panels.back());
+}
+
+void PanelGrid::arrange()
+{
+    // Two panels stand side by side, four in two rows; three are what is left of four when one was closed.
+    std::vector<QWidget*> frames = m_Frames;
+    for (QWidget* frame : frames)
+        frame->setParent(nullptr);
+    while (mp_Rows->count() > 0)
+        delete mp_Rows->widget(0);
+    const std::size_t perRow = frames.size() <= 1 ? 1 : 2;
+    for (std::size_t first = 0; first < frames.size(); first += perRow) {
+        auto* row = new QSplitter(Qt::Horizontal, mp_Rows);
+        row->setChildrenCollapsible(false);
+        for (std::size_t i = first; i < std::min(first + perRow, frames.size()); ++i) {
+            row->addWidget(frames[i]);
+            frames[i]->show();
+        }
+        row->setSizes(QList<int>({1000, 1000}));
+        row->show();
+    }
+    mp_Rows->setSizes(QList<int>({1000, 1000}));
+}
+
+void PanelGrid::mark()
+{
+    const auto* active = getActivePanel();
+    for (std::size_t i = 0; i < m_Frames.size(); ++i) {
+        const bool isActive = m_Panels[i] == active && m_Panels.size() > 1;
+        const QColor color = palette().color(isActive ? QPalette::Highlight : QPalette::Window);
+        m_Frames[i]->setStyleSheet(QStringLiteral("QFrame#PanelFrame { background: %1; }").arg(color.name()));
+    }
+}
+
+QByteArray PanelGrid::saveState() const
+{
+    QByteArray state;
+    QDataStream stream(&state, QIODevice::WriteOnly);
+    stream << qint32(getPanelCount()) << mp_Rows->saveState() << qint32(mp_Rows->count());
+    for (int i = 0; i < mp_Rows->count(); ++i)
+        stream << static_cast<QSplitter*>(mp_Rows->widget(i))->saveState();
+    return state;
+}
+
+bool PanelGrid::restoreState(const QByteArray& state)
+{
+    QDataStream stream(state);
+    qint32 count = 0, rows = 0;
+    QByteArray rowState;
+    stream >> count >> rowState >> rows;
+    if (stream.status() != QDataStream::Ok || (count != 1 && count != 2 && count != 4))
+        return false;
+    setPanelCount(count);
+    mp_Rows->restoreState(rowState);
+    for (int i = 0; i < std::min<int>(rows, mp_Rows->count()); ++i) {
+        QByteArray columns;
+        stream >> columns;
+        static_cast<QSplitter*>(mp_Rows->widget(i))->restoreState(columns);
+    }
+    return true;
+}
+
+} // namespace tov::viewer

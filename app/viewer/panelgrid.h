@@ -1,0 +1,54 @@
+#pragma once
+
+#include <QPointer>
+#include <QWidget>
+
+#include <vector>
+
+class QSplitter;
+
+namespace tov::gui {
+class ScenePanel;
+}
+
+namespace tov::viewer {
+
+/// One, two or four view panels parted by splitters; the active one is framed. Panels are made and closed here, always
+/// in the one way that the scene library has for it. Thread: application.
+class PanelGrid : public QWidget
+{
+    Q_OBJECT
+public:
+    explicit PanelGrid(QWidget* parent = nullptr);
+    ~PanelGrid() override;
+
+    /// Shows that many panels (1, 2 or 4): closes the last ones or adds new ones with the active one's view.
+    void setPanelCount(int count);
+    int getPanelCount() const;
+    const std::vector<tov::gui::ScenePanel*>& getPanels() const { return m_Panels; }
+    tov::gui::ScenePanel* getActivePanel() const;
+    void setActivePanel(tov::gui::ScenePanel* panel);
+    /// Closes one panel; the others take its room. With the last one none is active.
+    void closePanel(tov::gui::ScenePanel* panel);
+    /// Closes all panels, before the window goes.
+    void closeAll();
+
+    /// Splitter sizes, for the saved layout.
+    QByteArray saveState() const;
+    bool restoreState(const QByteArray& state);
+
+signals:
+    void activePanelChanged(tov::gui::ScenePanel* panel);
+    void panelCountChanged(int count);
+
+private:
+    void arrange();
+    void mark();
+    tov::gui::ScenePanel* addPanel();
+
+    std::vector<tov::gui::ScenePanel*> m_Panels; ///< owned by their frames, closed through the viewer
+    std::vector<QWidget*> m_Frames;              ///< children; one for each panel
+    QSplitter* mp_Rows = nullptr;                ///< child
+};
+
+} // namespace tov::viewer

@@ -1,0 +1,52 @@
+#pragma once
+
+#include "kernel/main/command.h"
+
+#include <QDialog>
+
+#include <memory>
+#include <vector>
+
+class QDialogButtonBox;
+class QLabel;
+
+namespace tov::main {
+class AbstractParameter;
+class ParameterPanel;
+} // namespace tov::main
+
+namespace tov::viewer {
+
+/// One editor of a parameter dialog with the message under it.
+struct ParameterField;
+
+/// Asks for the parameters of a command: an editor for each, made by the parameter's own panel factory or by its type.
+/// It opens with the values used last (settings commands: with what is stored), marks what cannot be used at its field,
+/// and lets OK through only when the command can run. Thread: application.
+class ParameterDialog : public QDialog
+{
+    Q_OBJECT
+public:
+    /// `prototype` must outlive the dialog; its current parameter set is asked for.
+    ParameterDialog(tov::main::Command* prototype, QWidget* parent);
+    ~ParameterDialog() override;
+
+    /// What was entered, by name.
+    tov::main::CommandArguments getArguments() const;
+    /// The editor of a parameter; null when there is none of that name.
+    tov::main::ParameterPanel* getPanel(const QString& parameterName) const;
+    /// True when every field holds a usable value.
+    bool isComplete() const;
+    /// Keeps what was entered as the values used last.
+    void remember() const;
+
+private:
+    void validate();
+    QString problemOf(const ParameterField& field) const;
+
+    tov::main::Command* mp_Prototype; ///< not owned
+    std::vector<std::unique_ptr<ParameterField>> m_Fields;
+    QDialogButtonBox* mp_Buttons = nullptr; ///< child
+};
+
+} // namespace tov::viewer

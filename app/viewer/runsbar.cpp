@@ -1,0 +1,164 @@
+#include "app/viewer/runsbar.h"
+
+#include "kernel/main/overseer.h"
+
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+namespace tov::viewer {
+
+using tov::main::CommandProcessor;
+using tov::main::CommandRunPointer;
+
+struct RunsBar::Row
+{
+    QWidget* widget = nullptr;
+    QLabel* text = nullptr;
+    QProgressBar* bar = nullptr;
+    QLabel* left = nullptr;
+    QPushButton* stop = nullptr;
+    QElapsedTimer clock;
+    int percent = -1;
+    qint64 percentSince = 0;
+
+    ~Row() { delete widget; }
+};
+
+QString durationText(qint64 seconds)
+{
+    if (seconds < 60)
+        return RunsBar::tr("%1 s").arg(seconds);
+    if (seconds < 3600)
+        return RunsBar::tr("%1 min %2 s").arg(seconds / 60).arg(seconds % 60);
+    return RunsBar::tr("%1 h %2 min").arg(seconds / 3600).arg(seconds % 3600 / 60);
+}
+
+RunsBar::RunsBar(QWidget* parent) : QWidget(parent)
+{
+    mp_Layout = new QVBoxLayout(this);
+    mp_Layout->setContentsMargins(8, 4, 8, 4);
+    mp_Layout->setSpacing(4);
+    hide();
+
+    auto* processor = tov::main::Overseer::getInstance()->getCommandProcessor();
+    connect(processor, &CommandProcessor::runStarted, this, [this](const CommandRunPointer& run) {
+        std::weak_ptr<tov::main::CommandRun> weak = run;
+        Row* row = addRow(run->getCommandName(), [weak] {
+            if (auto strong = weak.lock())
+                strong->stop();
+        });
+        m_Rows[run->getId()].reset(row);
+        updateRow(*row, run->getText().isEmpty() ? run->getCommandName() : run->getText(), run->getProcessed());
+    });
+    connect(processor, &CommandProcessor::runChanged, this, [this](const CommandRunPointer& run) {
+        const auto found = m_Rows.find(run->getId());
+        if (found != m_Rows.end())
+            updateRow(*found->second, run->getText().isEmpty() ? run->getCommandName() : run->getText(),
+                      run->getProcessed());
+    });
+    connect(processor, &CommandProcessor::runFinished, this, [this](const CommandRunPointer& run) {
+        m_Rows.erase(run->getId());
+        setVisible(getRowCount() > 0);
+    });
+    m_Clock.setInterval(1000);
+    connect(&m_Clock, &QTimer::timeout, this, [this] {
+        for (auto* rows : {&m_Rows, &m_TaskRows})
+            for (auto& [id, row] : *rows)
+                updateRow(*row, row->text->text(), row->percent);
+    });
+}
+
+RunsBar::~RunsBar()
+{
+    m_Rows.clear();
+    m_TaskRows.clear();
+}
+
+int RunsBar::getRowCount() const
+{
+    return int(m_Rows.size() + m_TaskRows.size());
+}
+
+RunsBar::Row* RunsBar::addRow(const QString& text, std::function<void()> stop)
+{
+    auto* row = new Row;
+    row->widget = new QWidget(this);
+    auto* layout = new QHBoxLayout(row->widget);
+    layout->setContentsMargins(0, 0, 0, 0);
+    row->text = new QLabel(text, row->widget);
+    row->text->setMinimumWidth(220);
+    row->bar = new QProgressBar(row->widget);
+    row->bar->setRange(0, 0);
+    row->bar->setTextVisible(true);
+    row->left = new QLabel(row->widget);
+    row->left->setMinimumWidth(110);
+    row->stop = new QPushButton(tr("Stop"), row->widget);
+    row->stop->setObjectName(QStringLiteral("StopButton"));
+    row->stop->setAutoDefault(false);
+    layout->addWidget(row->text);
+    layout->addWidget(row->bar, 1);
+    layout->addWidget(row->left);
+    layout->addWidget(row->stop);
+    connect(row->stop, &QPushButton::clicked, row->stop, [button = row->stop, stop = std::move(stop)] {
+        button->setEnabled(false);
+        button->setText(tr("Stopping ..."));
+        if (stop)
+            stop();
+    });
+    row->clock.start();
+    mp_Layout->addWidget(row->widget);
+    show();
+    if (!m_Clock.isActive())
+        m_Clock.start();
+    return row;
+}
+
+void RunsBar::updateRow(Row& row, const QString& text, int percent)
+{
+    row.text->setText(text);
+    if (percent < 0) {
+        row.bar->setRange(0, 0);
+        row.left->setText(durationText(row.clock.elapsed() / 1000));
+        row.left->setToolTip(tr("Running for"));
+    } else {
+        if (row.percent < 0 || percent < row.percent) {
+            row.percentSince = row.clock.elapsed();
+        }
+        row.bar->setRange(0, 100);
+        row.bar->setValue(percent);
+        const qint64 spent = row.clock.elapsed() - row.percentSince;
+        if (percent >= 3 && spent > 500)
+            row.left->setText(tr("%1 left").arg(durationText((spent * (100 - percent) / percent + 999) / 1000)));
+        else
+            row.left->clear();
+        row.left->setToolTip(tr("Time left"));
+    }
+    row.percent = percent;
+}
+
+quint64 RunsBar::addTask(const QString& text, std::function<void()> stop)
+{
+    const quint64 task = m_NextTask++;
+    m_TaskRows[task].reset(addRow(text, std::move(stop)));
+    return task;
+}
+
+void RunsBar::updateTask(quint64 task, const QString& text, int percent)
+{
+    const auto found = m_TaskRows.find(task);
+    if (found != m_TaskRows.end())
+        updateRow(*found->second, text, percent);
+}
+
+void RunsBar::removeTask(quint64 task)
+{
+    m_TaskRows.erase(task);
+    setVisible(getRowCount() > 0);
+    if (getRowCount() == 0)
+        m_Clock.stop();
+}
+
+} // namespace tov::viewer

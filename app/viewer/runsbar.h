@@ -1,0 +1,47 @@
+#pragma once
+
+#include "kernel/main/commandprocessor.h"
+
+#include <QElapsedTimer>
+#include <QTimer>
+#include <QWidget>
+
+#include <functional>
+#include <map>
+
+class QVBoxLayout;
+
+namespace tov::viewer {
+
+/// Shows what is running: a row each with text, progress, time left and a Stop button; hidden while nothing runs.
+/// Thread: application.
+class RunsBar : public QWidget
+{
+    Q_OBJECT
+public:
+    explicit RunsBar(QWidget* parent = nullptr);
+    ~RunsBar() override;
+
+    /// Adds a row for work that is no command, e.g. opening files. Returns its number.
+    quint64 addTask(const QString& text, std::function<void()> stop);
+    /// `percent` -1 = busy.
+    void updateTask(quint64 task, const QString& text, int percent);
+    void removeTask(quint64 task);
+    int getRowCount() const;
+
+private:
+    struct Row;
+    Row* addRow(const QString& text, std::function<void()> stop);
+    void updateRow(Row& row, const QString& text, int percent);
+
+    std::map<quint64, std::unique_ptr<Row>> m_Rows;      ///< by run
+    std::map<quint64, std::unique_ptr<Row>> m_TaskRows;  ///< by task
+    quint64 m_NextTask = 1;
+    QVBoxLayout* mp_Layout; ///< child
+    QTimer m_Clock;         ///< refreshes the time left
+};
+
+/// "3 s", "2 min 5 s", "1 h 4 min".
+QString durationText(qint64 seconds);
+
+} // namespace tov::viewer

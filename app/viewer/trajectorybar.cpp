@@ -1,0 +1,135 @@
+#include "app/viewer/trajectorybar.h"
+
+#include "kernel/main/settings.h"
+#include "scene/scenepanel.h"
+#include "scene/viewer.h"
+#include "trajectory/trajectoryhandler.h"
+
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QInputDialog>
+#include <QLabel>
+#include <QMenu>
+#include <QSlider>
+#include <QStyle>
+#include <QToolButton>
+
+namespace tov::viewer {
+
+using tov::trajectory::TrajectoryHandler;
+
+TrajectoryBar::TrajectoryBar(QWidget* parent) : QToolBar(tr("Trajectory"), parent)
+{
+    setObjectName(QStringLiteral("TrajectoryBar"));
+    auto* open = addAction(style()->standardIcon(QStyle::SP_DialogOpenButton), tr("Open trajectory ..."));
+    connect(open, &QAction::triggered, this, &TrajectoryBar::chooseFile);
+    auto* turntable = addAction(style()->standardIcon(QStyle::SP_BrowserReload), tr("Turntable ..."));
+    connect(turntable, &QAction::triggered, this, [this] {
+        bool accepted = false;
+        const int count = QInputDialog::getInt(this, tr("Turntable"), tr("Positions of one turn:"), 100, 1, 100000, 1,
+                                               &accepted);
+        QString error;
+        if (accepted && !TrajectoryHandler::getInstance()->selectTurntable(count, &error))
+            emit failed(error);
+    });
+    addSeparator();
+    mp_Back = addAction(style()->standardIcon(QStyle::SP_MediaSkipBackward), tr("Previous position"));
+    mp_Play = addAction(style()->standardIcon(QStyle::SP_MediaPlay), tr("Play"));
+    mp_Play->setCheckable(true);
+    mp_Forward = addAction(style()->standardIcon(QStyle::SP_MediaSkipForward), tr("Next position"));
+    connect(mp_Back, &QAction::triggered, this, [this] { step(-1); });
+    connect(mp_Forward, &QAction::triggered, this, [this] { step(1); });
+    mp_Slider = new QSlider(Qt::Horizontal, this);
+    mp_Slider->setObjectName(QStringLiteral("TrajectorySlider"));
+    mp_Slider->setMinimumWidth(160);
+    addWidget(mp_Slider);
+    mp_Label = new QLabel(this);
+    mp_Label->setMinimumWidth(100);
+    mp_Label->setAlignment(Qt::AlignCenter);
+    addWidget(mp_Label);
+    mp_Follow = addAction(tr("Camera follows"));
+    mp_Follow->setCheckable(true);
+    mp_Follow->setToolTip(tr("Whether the trajectory's camera moves the active panel"));
+    connect(mp_Follow, &QAction::toggled, this, [](bool follows) {
+        if (auto* panel = tov::scene::Viewer::getInstance()->getActivePanel())
+            panel->setFollowsTrajectory(follows);
+    });
+
+    auto* handler = TrajectoryHandler::getInstance();
+    connect(handler, &TrajectoryHandler::trajectoryChanged, this, &TrajectoryBar::refresh);
+    connect(handler, &TrajectoryHandler::positionChanged, this, &TrajectoryBar::refresh);
+    connect(mp_Slider, &QSlider::valueChanged, this, [this](int value) {
+        auto* trajectory = TrajectoryHandler::getInstance();
+        if (trajectory->getPosition() != static_cast<unsigned long>(value))
+            trajectory->setPosition(value);
+        tov::scene::Viewer::getInstance()->redraw();
+    });
+    m_Clock.setInterval(40);
+    connect(&m_Clock, &QTimer::timeout, this, [this] {
+        auto* trajectory = TrajectoryHandler::getInstance();
+        if (trajectory->getPosition() + 1 < trajectory->getCount())
+            step(1);
+        else
+            mp_Play->setChecked(false);
+    });
+    connect(mp_Play, &QAction::toggled, this, [this](bool play) {
+        auto* trajectory = TrajectoryHandler::getInstance();
+        mp_Play->setIcon(style()->standardIcon(play ? QStyle::SP_MediaPause : QStyle::SP_MediaPlay));
+        mp_Play->setText(play ? tr("Pause") : tr("Play"));
+        if (play && trajectory->getPosition() + 1 >= trajectory->getCount())
+            trajectory->setPosition(0);
+        play ? m_Clock.start() : m_Clock.stop();
+    });
+    refresh();
+}
+
+void TrajectoryBar::step(int by)
+{
+    auto* trajectory = TrajectoryHandler::getInstance();
+    const long long target = static_cast<long long>(trajectory->getPosition()) + by;
+    if (target >= 0 && target < static_cast<long long>(trajectory->getCount())) {
+        trajectory->setPosition(static_cast<unsigned long>(target));
+        tov::scene::Viewer::getInstance()->redraw();
+    }
+}
+
+void TrajectoryBar::refresh()
+{
+    auto* trajectory = TrajectoryHandler::getInstance();
+    const auto count = trajectory->getCount();
+    const bool usable = count > 0;
+    const QSignalBlocker blocker(mp_Slider);
+    mp_Slider->setRange(0, usable ? int(count - 1) : 0);
+    mp_Slider->setValue(int(trajectory->getPosition()));
+    for (QWidget* widget : {static_cast<QWidget*>(mp_Slider), static_cast<QWidget*>(mp_Label)})
+        widget->setEnabled(usable);
+    for (QAction* action : {mp_Play, mp_Back, mp_Forward})
+        action->setEnabled(usable);
+    mp_Label->setText(usable ? tr("%1 of %2").arg(trajectory->getPosition() + 1).arg(count) : tr("No trajectory"));
+    const auto* panel = tov::scene::Viewer::getInstance()->getActivePanel();
+    const QSignalBlocker followBlocker(mp_Follow);
+    mp_Follow->setChecked(!panel || panel->followsTrajectory());
+}
+
+bool TrajectoryBar::openFile(const QString& fileName)
+{
+    QString error;
+    if (TrajectoryHandler::getInstance()->openFile(fileName, &error))
+        return true;
+    emit failed(error);
+    return false;
+}
+
+void TrajectoryBar::chooseFile()
+{
+    const QString key = QStringLiteral("window/lasttrajectorydirectory");
+    const QString fileName =
+        QFileDialog::getOpenFileName(this, tr("Open trajectory"), tovSettings().value(key).toString(),
+                                     tr("Trajectories (*.csv *.tum *.txt *.json);;All files (*)"));
+    if (fileName.isEmpty())
+        return;
+    tovSettings().setValue(key, QFileInfo(fileName).absolutePath());
+    openFile(fileName);
+}
+
+} // namespace tov::viewer

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <QTimer>
+#include <QToolBar>
+
+class QAction;
+class QLabel;
+class QSlider;
+
+namespace tov::viewer {
+
+/// Opens, steps and plays the selected trajectory. Thread: application.
+class TrajectoryBar : public QToolBar
+{
+    Q_OBJECT
+public:
+    explicit TrajectoryBar(QWidget* parent = nullptr);
+
+    /// Opens a trajectory file; failures are shown to the person.
+    bool openFile(const QString& fileName);
+    void chooseFile();
+
+signals:
+    void failed(const QString& message);
+
+private:
+    void refresh();
+    void step(int by);
+
+    QAction* mp_Play;
+    QAction* mp_Back;
+    QAction* mp_Forward;
+    QAction* mp_Follow;
+    QSlider* mp_Slider;
+    QLabel* mp_Label;
+    QTimer m_Clock;
+};
+
+} // namespace tov::viewer
