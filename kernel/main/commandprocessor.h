@@ -16,9 +16,14 @@ namespace tov::main {
 class TOV_EXPORT CommandRun
 {
 public:
+    CommandRun();
+    CommandRun(const CommandRun&) = delete;
+    CommandRun& operator=(const CommandRun&) = delete;
     ~CommandRun();
     quint64 getId() const;
     QString getCommandName() const;
+    /// The text of a parameter when the run began, by name in any case; null when there is no such parameter or value.
+    QString getArgument(const QString& parameterName) const;
     /// The last reported text and progress (percent, -1 = busy).
     QString getText() const;
     int getProcessed() const;
@@ -35,9 +40,8 @@ public:
 
 private:
     friend class CommandProcessor;
-    CommandRun();
     struct Private;
-    std::unique_ptr<Private> d;
+    std::shared_ptr<Private> d;
 };
 typedef std::shared_ptr<CommandRun> CommandRunPointer;
 
@@ -99,7 +103,6 @@ signals:
     void commandsChanged();
 
 private:
-    friend class Command;
     struct Private;
     std::unique_ptr<Private> d;
 };

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <compare>
-
 namespace tov::main {
 
 /// Places of commands in menus, tool bars and settings.
@@ -23,7 +21,7 @@ public:
         Position(int position = 0) : m_Position(position) {}
         int value() const { return m_Position; }
         bool operator==(const Position& other) const = default;
-        auto operator<=>(const Position& other) const = default;
+        bool operator<(const Position& other) const { return m_Position < other.m_Position; }
 
     private:
         int m_Position;

@@ -1,0 +1,131 @@
+#include "kernel/gui/fileparameterpanelfactory.h"
+#include "kernel/gui/parameterpanelfactory.h"
+#include "kernel/gui/sliderparameterpanelfactory.h"
+
+#include <QCoreApplication>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QSlider>
+#include <QToolButton>
+
+#include <memory>
+
+namespace tov::main {
+
+namespace {
+
+class FilePanel : public ParameterPanel
+{
+public:
+    FilePanel(const FileParameterPanelFactory* factory, QWidget* parent)
+        : mp_Widget(new QWidget(parent)), mp_Edit(new QLineEdit(mp_Widget))
+    {
+        auto* button = new QToolButton(mp_Widget);
+        button->setText(QStringLiteral("..."));
+        button->setToolTip(QCoreApplication::translate("FilePanel", "Choose a file"));
+        auto* layout = new QHBoxLayout(mp_Widget);
+        layout->setContentsMargins(0, 0, 0, 0);
+        layout->addWidget(mp_Edit, 1);
+        layout->addWidget(button);
+        mp_Widget->setFocusProxy(mp_Edit);
+        QObject::connect(mp_Edit, &QLineEdit::textChanged, mp_Widget, [this] {
+            if (onChanged)
+                onChanged();
+        });
+        QObject::connect(button, &QToolButton::clicked, mp_Widget, [this, factory] {
+            std::unique_ptr<QFileDialog> dialog(factory->createDialog());
+            if (!dialog)
+                return;
+            if (!mp_Edit->text().isEmpty())
+                dialog->selectFile(mp_Edit->text());
+            if (dialog->exec() == QDialog::Accepted && !dialog->selectedFiles().isEmpty())
+                mp_Edit->setText(dialog->selectedFiles().first());
+        });
+    }
+    QWidget* getWidget() override { return mp_Widget; }
+    QString getText() const override { return mp_Edit->text(); }
+    void setText(const QString& text) override { mp_Edit->setText(text); }
+
+private:
+    QWidget* mp_Widget; ///< owned by its parent widget
+    QLineEdit* mp_Edit; ///< child
+};
+
+class SliderPanel : public ParameterPanel
+{
+public:
+    SliderPanel(QSlider* slider, QWidget* parent) : mp_Widget(new QWidget(parent)), mp_Slider(slider)
+    {
+        auto* value = new QLabel(mp_Widget);
+        value->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+        value->setMinimumWidth(value->fontMetrics().horizontalAdvance(QString::number(slider->maximum())) + 4);
+        auto* layout = new QHBoxLayout(mp_Widget);
+        layout->setContentsMargins(0, 0, 0, 0);
+        layout->addWidget(slider, 1);
+        layout->addWidget(value);
+        mp_Widget->setFocusProxy(slider);
+        value->setNum(slider->value());
+        QObject::connect(slider, &QSlider::valueChanged, mp_Widget, [this, value](int number) {
+            value->setNum(number);
+            if (onChanged)
+                onChanged();
+        });
+    }
+    QWidget* getWidget() override { return mp_Widget; }
+    QString getText() const override { return QString::number(mp_Slider->value()); }
+    void setText(const QString& text) override
+    {
+        bool ok = false;
+        const int number = text.trimmed().toInt(&ok);
+        if (ok)
+            mp_Slider->setValue(number);
+    }
+
+private:
+    QWidget* mp_Widget; ///< owned by its parent widget
+    QSlider* mp_Slider; ///< child of the widget
+};
+
+} // namespace
+
+ParameterPanel::~ParameterPanel() = default;
+ParameterPanelFactory::~ParameterPanelFactory() = default;
+
+FileParameterPanelFactory::FileParameterPanelFactory(const boost::function<QFileDialog*()>& createDialog)
+    : m_CreateDialog(createDialog)
+{
+}
+
+FileParameterPanelFactory::~FileParameterPanelFactory() = default;
+
+ParameterPanel* FileParameterPanelFactory::createPanel(const AbstractParameter&, QWidget* parent)
+{
+    return new FilePanel(this, parent);
+}
+
+QFileDialog* FileParameterPanelFactory::createDialog() const
+{
+    return m_CreateDialog();
+}
+
+SliderParameterPanelFactory::SliderParameterPanelFactory(const boost::function<QSlider*()>& createSlider)
+    : m_CreateSlider(createSlider)
+{
+}
+
+SliderParameterPanelFactory::~SliderParameterPanelFactory() = default;
+
+ParameterPanel* SliderParameterPanelFactory::createPanel(const AbstractParameter&, QWidget* parent)
+{
+    return new SliderPanel(m_CreateSlider(), parent);
+}
+
+QSlider* SliderParameterPanelFactory::createSlider() const
+{
+    return m_CreateSlider();
+}
+
+} // namespace tov::main

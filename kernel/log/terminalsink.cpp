@@ -1,0 +1,120 @@
+#include "kernel/log/terminalsink.h"
+
+#include <chrono>
+#include <condition_variable>
+#include <cstdio>
+#include <deque>
+#include <mutex>
+
+namespace tov::log {
+
+namespace {
+
+/// A terminal that takes nothing must not eat the memory.
+constexpr std::size_t MaxWaiting = 10000;
+
+const char* labelOf(int level)
+{
+    if (level <= LevelParameter)
+        return "parameter";
+    if (level <= LevelError)
+        return "error";
+    if (level <= LevelResult)
+        return "result";
+    return "info";
+}
+
+} // namespace
+
+QString escaped(const QString& text)
+{
+    QString result;
+    result.reserve(text.size());
+    for (const QChar c : text) {
+        const ushort code = c.unicode();
+        if (code == '\n')
+            result += QLatin1String("\\n");
+        else if (code == '\t')
+            result += c;
+        else if (code < 0x20 || (code >= 0x7f && code < 0xa0))
+            result += QStringLiteral("\\x%1").arg(code, 2, 16, QLatin1Char('0'));
+        else
+            result += c;
+    }
+    return result;
+}
+
+/// Shared with the writing thread, which may outlive the sink by a blocked write.
+struct TerminalSink::Private
+{
+    int highestLevel;
+    std::mutex mutex;
+    std::condition_variable changed;
+    std::deque<QByteArray> lines; ///< guarded by mutex
+    QByteArray last;              ///< guarded by mutex
+    int repeats = 0;              ///< guarded by mutex
+    bool ending = false;          ///< guarded by mutex
+    bool ended = false;           ///< guarded by mutex
+
+    void push(QByteArray line)
+    {
+        if (lines.size() < MaxWaiting)
+            lines.push_back(std::move(line));
+    }
+    void pushRepeats()
+    {
+        if (repeats > 0)
+            push(QByteArray("  (repeated ") + QByteArray::number(repeats) + " times)\n");
+        repeats = 0;
+    }
+    void run()
+    {
+        std::unique_lock<std::mutex> lock(mutex);
+        for (;;) {
+            changed.wait(lock, [this] { return ending || !lines.empty(); });
+            if (lines.empty())
+                break;
+            const QByteArray line = std::move(lines.front());
+            lines.pop_front();
+            lock.unlock();
+            std::fwrite(line.constData(), 1, std::size_t(line.size()), stderr);
+            lock.lock();
+        }
+        ended = true;
+        changed.notify_all();
+    }
+};
+
+TerminalSink::TerminalSink(int highestLevel) : d(std::make_shared<Private>())
+{
+    d->highestLevel = highestLevel;
+    std::thread([shared = d] { shared->run(); }).detach();
+}
+
+TerminalSink::~TerminalSink()
+{
+    std::unique_lock<std::mutex> lock(d->mutex);
+    d->pushRepeats();
+    d->ending = true;
+    d->changed.notify_all();
+    d->changed.wait_for(lock, std::chrono::seconds(2), [this] { return d->ended; });
+}
+
+void TerminalSink::write(const LogRecord& record)
+{
+    if (record.level > d->highestLevel)
+        return;
+    const QByteArray line =
+        QStringLiteral("tov: %1: %2\n").arg(QLatin1String(labelOf(record.level)), escaped(record.message)).toLocal8Bit();
+    std::lock_guard<std::mutex> guard(d->mutex);
+    if (line == d->last) {
+        ++d->repeats;
+        return;
+    }
+    d->pushRepeats();
+    d->last = line;
+    d->push(line);
+    d->changed.notify_all();
+}
+
+} // namespace tov::log

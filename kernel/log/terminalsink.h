@@ -1,0 +1,28 @@
+#pragma once
+
+#include "kernel/log/logger.h"
+
+#include <memory>
+
+namespace tov::log {
+
+/// Writes records to standard error from a thread of its own, so that logging never waits for a slow terminal. Control
+/// characters are escaped, repeats are folded into one line with a count.
+class TOV_EXPORT TerminalSink : public LogSink
+{
+public:
+    /// Records of a level above `highestLevel` are left out.
+    explicit TerminalSink(int highestLevel);
+    /// Writes what is waiting (for 2 s at most), then ends.
+    ~TerminalSink() override;
+    void write(const LogRecord& record) override;
+
+private:
+    struct Private;
+    std::shared_ptr<Private> d;
+};
+
+/// The text with control characters written as escapes, so that it stays one line and cannot steer a terminal.
+TOV_EXPORT QString escaped(const QString& text);
+
+} // namespace tov::log
