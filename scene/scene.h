@@ -30,6 +30,10 @@ public:
     /// The global scaling that panels apply so that the whole scene lies within `[SceneDrawer::ZNEAR, ZFAR]`.
     /// Thread: any.
     double getGlobalScaling() const;
+    /// Takes a root over where there is none, inside a `SceneEdit` of the caller's.
+    void adoptRootNode(SceneElement* root);
+    /// Computes the global scaling anew, after elements came or went. The scene lock is held by the caller.
+    void updateGlobalScaling();
 
 protected:
     ~Scene() override;

@@ -51,6 +51,13 @@ public:
     QColor getBackgroundColor() const;
     /// Sets the background for all drawers of the process. Thread: any.
     static void setBackgroundColor(const QColor& color);
+    /// Whether the layer of grid and axes shows anything (default: no), for all drawers. Thread: any.
+    static bool isGridShown();
+    static void setGridShown(bool shown);
+    /// Samples a pixel for smooth edges, for all drawers: 0 = off (the default), else 2 to 8. The setting
+    /// "settings/multisampling" is read at start by the application. Thread: any.
+    static int getMultisampling();
+    static void setMultisampling(int samples);
 
     /// Sets the viewport of the current context to (0, 0, width, height), in pixels. Thread: the current context's.
     void resize(int width, int height);

@@ -40,6 +40,9 @@ public:
     int width() const;
     int height() const;
     QSize size() const { return QSize(width(), height()); }
+    /// As `QWidget::resize`; a hidden panel has the new size at once, too.
+    void resize(int width, int height);
+    void resize(const QSize& size) { resize(size.width(), size.height()); }
 
     /// Turns the camera to a standard view and fits the scene into it.
     void setStandardView(StandardView view);
@@ -76,6 +79,9 @@ protected:
     void focusInEvent(QFocusEvent* event) override;
 
 private:
+    void applyCamera();
+    void takeCameraFromMatrix();
+    void noteSize();
     struct Private;
     std::unique_ptr<Private> d;
 };

@@ -20,10 +20,11 @@ public:
     void lock();
     void unlock();
 
-private:
-    friend class Viewer;
     SharedContext();
     ~SharedContext();
+
+private:
+    friend class Viewer;
     struct Private;
     std::unique_ptr<Private> d;
 };

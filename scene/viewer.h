@@ -4,6 +4,8 @@
 #include "kernel/util/zpointer.h"
 #include "scene/scene.h"
 
+#include <QString>
+
 #include <memory>
 #include <vector>
 
@@ -12,6 +14,9 @@ class ScenePanel;
 }
 
 namespace tov::scene {
+
+class SharedContext;
+TOV_EXPORT SharedContext* _GlobalContext();
 
 /// The scene library's centre: the global scene, OpenGL, and which panel is the active one.
 class TOV_EXPORT Viewer
@@ -29,6 +34,8 @@ public:
     tov::util::ZPointer<Scene> getGlobalScene() const;
     /// True when OpenGL works and has framebuffer objects. Thread: any.
     bool isFboAvailable() const;
+    /// What draws: renderer and version of OpenGL; empty before `initialize`. Thread: application.
+    QString getRenderer() const;
 
     /// All living panels, in order of creation. Thread: application.
     std::vector<tov::gui::ScenePanel*> getPanels() const;
@@ -41,13 +48,17 @@ public:
     /// The one way in which panels die: hidden, the next panel (or none) announced, then deleted. Holds no lock.
     /// Thread: application.
     void closePanel(tov::gui::ScenePanel* panel);
-    /// Redraws all panels soon. Thread: any.
+    /// Redraws all panels soon. Thread: application.
     void redraw();
 
 private:
     friend class tov::gui::ScenePanel;
+    friend SharedContext* _GlobalContext();
     Viewer();
     ~Viewer();
+    void add(tov::gui::ScenePanel* panel);
+    void remove(tov::gui::ScenePanel* panel);
+    SharedContext* getSharedContext() const;
     struct Private;
     std::unique_ptr<Private> d;
 };

@@ -1,0 +1,31 @@
+#pragma once
+
+#include "kernel/math/matrix.h"
+#include "scene/geometryelement.h"
+
+#include <functional>
+
+namespace tov::scene {
+
+/// Half the vertical extent of a picture at distance 1: the field of view of pictures and panels is twice its arc
+/// tangent, about 46.29 degrees.
+constexpr double PictureHalfHeight = 0.4274205123390469;
+
+/// Calls `function` for every visible geometry element under `root`, with its transform to the scene. The scene must be
+/// kept still by the caller. Thread: any.
+void forEachVisible(const SceneElement* root,
+                    const std::function<void(const GeometryElement&, const tov::math::Matrix4&)>& function);
+
+/// The box of everything visible, in scene units; empty when there is nothing. Thread: any.
+Box visibleBox(const SceneElement* root);
+
+/// The scaling that brings a scene of that box to a radius of 1000, well inside the clipping distances. Thread: any.
+double scalingFor(const Box& box);
+
+/// `matrix` times a point.
+std::array<double, 3> transformed(const tov::math::Matrix4& matrix, double x, double y, double z);
+
+/// The inverse of a matrix; false when it has none.
+bool inverted(const tov::math::Matrix4& matrix, tov::math::Matrix4& result);
+
+} // namespace tov::scene

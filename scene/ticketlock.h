@@ -1,0 +1,36 @@
+#pragma once
+
+#include <condition_variable>
+#include <cstdint>
+#include <mutex>
+
+namespace tov::scene {
+
+/// A lock that serves threads in the order in which they asked. A plain mutex lets a loop that locks again at once
+/// starve everybody else for seconds. Not recursive. Thread: any.
+class TicketLock
+{
+public:
+    void lock()
+    {
+        std::unique_lock<std::mutex> guard(m_Mutex);
+        const std::uint64_t ticket = m_Next++;
+        m_Changed.wait(guard, [this, ticket] { return m_Serving == ticket; });
+    }
+    void unlock()
+    {
+        {
+            std::lock_guard<std::mutex> guard(m_Mutex);
+            ++m_Serving;
+        }
+        m_Changed.notify_all();
+    }
+
+private:
+    std::mutex m_Mutex;
+    std::condition_variable m_Changed;
+    std::uint64_t m_Next = 0;    ///< guarded by m_Mutex
+    std::uint64_t m_Serving = 0; ///< guarded by m_Mutex
+};
+
+} // namespace tov::scene
