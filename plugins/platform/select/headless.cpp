@@ -1,0 +1,41 @@
+#include "plugins/platform/select/headless.h"
+
+#include <QCoreApplication>
+#include <QSurfaceFormat>
+
+namespace tov::platform {
+
+bool hasDisplay()
+{
+    return !qEnvironmentVariableIsEmpty("DISPLAY") || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
+}
+
+void setDefaultFormat()
+{
+    QSurfaceFormat format;
+    format.setRenderableType(QSurfaceFormat::OpenGL);
+    format.setProfile(QSurfaceFormat::CompatibilityProfile);
+    format.setRedBufferSize(8);
+    format.setGreenBufferSize(8);
+    format.setBlueBufferSize(8);
+    format.setAlphaBufferSize(8);
+    format.setDepthBufferSize(24);
+    format.setStencilBufferSize(8);
+    QSurfaceFormat::setDefaultFormat(format);
+}
+
+void prepareHeadless(const QString& pluginRoot)
+{
+    QCoreApplication::addLibraryPath(pluginRoot);
+    if (!qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        return;
+    qputenv("QT_QPA_PLATFORM", "eglfs");
+    qputenv("QT_QPA_EGLFS_INTEGRATION", "tov_headless");
+    qputenv("QT_QPA_EGLFS_DISABLE_INPUT", "1");
+    qputenv("QT_QPA_EGLFS_HIDECURSOR", "1");
+    // The platform would otherwise take signals and the terminal's keyboard for a console of its own.
+    qputenv("QT_QPA_NO_SIGNAL_HANDLER", "1");
+    qputenv("QT_QPA_ENABLE_TERMINAL_KEYBOARD", "1");
+}
+
+} // namespace tov::platform

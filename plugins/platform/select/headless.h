@@ -1,0 +1,20 @@
+#pragma once
+
+#include <QString>
+
+/// Start-up of programs that may have to do without a screen.
+namespace tov::platform {
+
+/// True when a display server can be reached by the environment (DISPLAY or WAYLAND_DISPLAY), so that windows may be
+/// shown. Thread: application, before the QApplication.
+bool hasDisplay();
+
+/// Sets the default surface format that everything here draws with: desktop OpenGL, compatibility profile, 8 bits a
+/// colour and alpha, depth and stencil buffer, one sample. Thread: application, before the QApplication.
+void setDefaultFormat();
+
+/// Has the QApplication, which is made afterwards, run without any display server. `pluginRoot` is the folder that holds
+/// "egldeviceintegrations". A platform named in QT_QPA_PLATFORM stays. Thread: application, before the QApplication.
+void prepareHeadless(const QString& pluginRoot);
+
+} // namespace tov::platform
