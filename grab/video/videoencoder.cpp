@@ -1,0 +1,227 @@
+#include "grab/video/videoencoder.h"
+
+#include "grab/video/encoder.h"
+#include "kernel/log/logger.h"
+#include "kernel/main/informationobject.h"
+#include "kernel/main/module.h"
+#include "kernel/main/modulemanager.h"
+#include "kernel/main/overseer.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QLibrary>
+
+#include <elf.h>
+
+#include <cstring>
+#include <exception>
+
+namespace tov::grab::video {
+
+using tov::log::Logger;
+using tov::main::AdditionalInformation;
+
+namespace {
+
+const char* const SourceFile = "video/videoencoder";
+constexpr int ErrorLevel = tov::log::LevelError;
+
+/// The module's information list; null, logged, when the module is unknown to the host.
+QList<AdditionalInformation>* informationList(const char* function)
+{
+    tov::main::Module* module = tov::main::ModuleManager::getInstance()->getModule(QStringLiteral("Grab"));
+    if (!module) {
+        Logger::log(ErrorLevel, SourceFile, __LINE__, function, nullptr,
+                    "Module 'Grab' not found by the modulemanager!");
+        return nullptr;
+    }
+    return &module->getInformationObject()->getAdditionalInformations();
+}
+
+/// A copy whose characters belong to it, not to the plug-in's library, which may be unloaded first.
+QString owned(const QString& text)
+{
+    return QString(text.constData(), text.size());
+}
+
+/// Why a file cannot be a whole shared library of this machine; empty when it may be. A file that is shorter than its
+/// own headers say kills the process inside the loader, so it is looked at first.
+QString defectOf(const QString& fileName)
+{
+    const QFileInfo info(fileName);
+    if (!info.isFile())
+        return QStringLiteral("%1: not a regular file").arg(fileName);
+    QFile file(fileName);
+    if (!file.open(QIODevice::ReadOnly))
+        return QStringLiteral("%1: %2").arg(fileName, file.errorString());
+    const quint64 size = quint64(file.size());
+    Elf64_Ehdr header;
+    if (file.read(reinterpret_cast<char*>(&header), sizeof header) != qint64(sizeof header))
+        return QStringLiteral("%1: file too short").arg(fileName);
+    if (std::memcmp(header.e_ident, ELFMAG, SELFMAG) != 0 || header.e_ident[EI_CLASS] != ELFCLASS64)
+        return QStringLiteral("%1: invalid ELF header").arg(fileName);
+    if (header.e_type != ET_DYN || header.e_phentsize != sizeof(Elf64_Phdr))
+        return QStringLiteral("%1: not a shared library").arg(fileName);
+    const QString cut = QStringLiteral("%1: file is truncated").arg(fileName);
+    const quint64 tableSize = quint64(header.e_phnum) * sizeof(Elf64_Phdr);
+    if (header.e_phoff > size || tableSize > size - header.e_phoff)
+        return cut;
+    if (!file.seek(qint64(header.e_phoff)))
+        return cut;
+    for (int i = 0; i < header.e_phnum; ++i) {
+        Elf64_Phdr segment;
+        if (file.read(reinterpret_cast<char*>(&segment), sizeof segment) != qint64(sizeof segment))
+            return cut;
+        if (segment.p_filesz > 0 && (segment.p_offset > size || segment.p_filesz > size - segment.p_offset))
+            return cut;
+    }
+    // The section table comes last in the file: without it the end is missing, whatever the segments say.
+    if (header.e_shnum > 0) {
+        const quint64 sections = quint64(header.e_shnum) * header.e_shentsize;
+        if (header.e_shoff > size || sections > size - header.e_shoff)
+            return cut;
+    }
+    return QString();
+}
+
+/// Calls into a plug-in; an exception that leaves it gets one record.
+template <typename Call>
+bool fenced(const char* function, const QString& name, Call call)
+{
+    try {
+        return call();
+    } catch (const std::exception& e) {
+        Logger::log(ErrorLevel, SourceFile, __LINE__, function, nullptr,
+                    "The video encoder plugin '%s' threw an exception: %s", name.toLocal8Bit().constData(), e.what());
+    } catch (...) {
+        Logger::log(ErrorLevel, SourceFile, __LINE__, function, nullptr,
+                    "The video encoder plugin '%s' threw an exception", name.toLocal8Bit().constData());
+    }
+    return false;
+}
+
+} // namespace
+
+VideoEncoder* VideoEncoder::mp_This = nullptr;
+
+VideoEncoder* VideoEncoder::getInstance()
+{
+    if (!mp_This)
+        mp_This = new VideoEncoder;
+    return mp_This;
+}
+
+VideoEncoder::VideoEncoder() = default;
+
+VideoEncoder::VideoEncoder(const VideoEncoder&)
+{
+    qFatal("Don't do this!");
+}
+
+VideoEncoder::~VideoEncoder()
+{
+    unloadPlugins();
+}
+
+void VideoEncoder::forgetInstance()
+{
+    mp_This = nullptr;
+}
+
+void VideoEncoder::refreshPlugins()
+{
+    tov::main::Overseer::getInstance();
+    const QString path = QCoreApplication::applicationDirPath() + QStringLiteral("/plugins/video/");
+    unloadPlugins();
+    QList<AdditionalInformation>* list = informationList(__func__);
+
+    const QDir directory(path);
+    for (const QFileInfo& entry : directory.entryInfoList()) {
+        const QString name = entry.baseName();
+        if (entry.isSymLink() || name.isEmpty() || !QLibrary::isLibrary(entry.absoluteFilePath()))
+            continue;
+        auto* library = new QLibrary(entry.absoluteFilePath());
+        library->setLoadHints(QLibrary::ResolveAllSymbolsHint);
+        const QString defect = defectOf(entry.absoluteFilePath());
+        if (!defect.isEmpty() || !library->load()) {
+            const QString reason = defect.isEmpty() ? library->errorString() : defect;
+            Logger::log(ErrorLevel, SourceFile, __LINE__, __func__, nullptr,
+                        "Loading of video encoder plugin: '%s' failed with error: %s", name.toLocal8Bit().constData(),
+                        reason.toLocal8Bit().constData());
+            delete library;
+            library = nullptr;
+            continue;
+        }
+        // A library that does not register stays loaded without being listed: it may have left pointers to its code
+        // anywhere. Its information is still taken.
+        typedef bool (*DoRegister)();
+        const auto doRegister = DoRegister(library->resolve("doRegister"));
+        const bool kept = doRegister && fenced(__func__, name, doRegister);
+        if (kept)
+            m_Libraries.push_back(library);
+        typedef AdditionalInformation (*GetInfos)();
+        const auto getInfos = GetInfos(library->resolve("getInfos"));
+        if (getInfos && list)
+            fenced(__func__, name, [&] {
+                const AdditionalInformation record = getInfos();
+                list->append({owned(record.name), owned(record.description), owned(record.version),
+                              owned(record.author)});
+                return true;
+            });
+        if (!kept) {
+            delete library; // only the handle: QLibrary does not unload on destruction
+            library = nullptr;
+        }
+    }
+}
+
+void VideoEncoder::unloadPlugins()
+{
+    m_Encoders.clear();
+    m_LoadableFiles.clear();
+    for (QLibrary*& library : m_Libraries) {
+        library->unload();
+        delete library;
+        library = nullptr;
+    }
+    m_Libraries.clear();
+    if (QList<AdditionalInformation>* list = informationList(__func__))
+        *list = QList<AdditionalInformation>();
+}
+
+bool VideoEncoder::registerEncoder(Encoder* (*factory)(void*), const QString& extension, const QString& description,
+                                   void* userData)
+{
+    const QString key = owned(extension.toUpper());
+    if (m_Encoders.count(key)) {
+        Logger::log(ErrorLevel, SourceFile, __LINE__, __func__, nullptr,
+                    "You could not register the same file extension twice!");
+        return false;
+    }
+    m_Encoders[key] = {factory, userData};
+    m_LoadableFiles[key] = owned(description);
+    return true;
+}
+
+Encoder* VideoEncoder::getEncoder(const QString& filename)
+{
+    const QString suffix = QFileInfo(filename).completeSuffix().toUpper();
+    const auto found = m_Encoders.find(suffix);
+    if (found == m_Encoders.end())
+        return nullptr;
+    Encoder* encoder = nullptr;
+    fenced(__func__, suffix, [&] {
+        encoder = found->second.factory(found->second.userData);
+        return true;
+    });
+    return encoder;
+}
+
+std::map<QString, QString>& VideoEncoder::getLoadableFiles()
+{
+    return m_LoadableFiles;
+}
+
+} // namespace tov::grab::video
