@@ -37,6 +37,8 @@ constexpr double FitMargin = 1.04;
 /// Degrees of orbit for a drag over the whole panel, and for a press of an arrow key.
 constexpr double DragDegrees = 250.0;
 constexpr double KeyDegrees = 5.0;
+/// Angles at which a turning scene is measured.
+constexpr int TurnSteps = 24;
 
 /// The camera looks at a target from a distance along its own z axis.
 struct Camera
@@ -223,6 +225,16 @@ void ScenePanel::setStandardView(StandardView view)
 
 void ScenePanel::fitToView()
 {
+    fit(1);
+}
+
+void ScenePanel::fitToTurn()
+{
+    fit(TurnSteps);
+}
+
+void ScenePanel::fit(int turnSteps)
+{
     takeCameraFromMatrix();
     const auto scene = Viewer::getInstance()->getGlobalScene();
     const double tanY = PictureHalfHeight / FitMargin;
@@ -231,18 +243,29 @@ void ScenePanel::fitToView()
     // x + tanX * z and its three sisters give the exact position and distance.
     double right = -1e300, left = -1e300, up = -1e300, down = -1e300, front = -1e300, back = 1e300;
     scene->lock();
-    tov::scene::forEachVisible(scene->getRootNode(), [&](const tov::scene::GeometryElement& element, const Matrix4& m) {
-        const Matrix4 toEye = d->camera.rotation * m;
-        for (const auto& vertex : element.getVertices()) {
-            const Vector p = transformed(toEye, vertex.position[0], vertex.position[1], vertex.position[2]);
-            right = std::max(right, p[0] + tanX * p[2]);
-            left = std::max(left, -p[0] + tanX * p[2]);
-            up = std::max(up, p[1] + tanY * p[2]);
-            down = std::max(down, -p[1] + tanY * p[2]);
-            front = std::max(front, p[2]);
-            back = std::min(back, p[2]);
+    const auto centre = tov::scene::centreOf(tov::scene::visibleBox(scene->getRootNode()));
+    for (int step = 0; step < turnSteps; ++step) {
+        Matrix4 there = Matrix4::identity(), restore = Matrix4::identity();
+        for (int axis = 0; axis < 3; ++axis) {
+            there(axis, 3) = -centre[axis];
+            restore(axis, 3) = centre[axis];
         }
-    });
+        const Matrix4 turned = d->camera.rotation * restore * rotationY(2 * Pi * step / turnSteps) * there;
+        tov::scene::forEachVisible(scene->getRootNode(),
+                                   [&](const tov::scene::GeometryElement& element, const Matrix4& m) {
+                                       const Matrix4 toEye = turned * m;
+                                       for (const auto& vertex : element.getVertices()) {
+                                           const Vector p = transformed(toEye, vertex.position[0], vertex.position[1],
+                                                                        vertex.position[2]);
+                                           right = std::max(right, p[0] + tanX * p[2]);
+                                           left = std::max(left, -p[0] + tanX * p[2]);
+                                           up = std::max(up, p[1] + tanY * p[2]);
+                                           down = std::max(down, -p[1] + tanY * p[2]);
+                                           front = std::max(front, p[2]);
+                                           back = std::min(back, p[2]);
+                                       }
+                                   });
+    }
     scene->updateGlobalScaling();
     scene->unlock();
     const double scaling = scene->getGlobalScaling();

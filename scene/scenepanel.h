@@ -48,6 +48,8 @@ public:
     void setStandardView(StandardView view);
     /// Moves the camera so that everything visible fills the panel.
     void fitToView();
+    /// The same for a camera that will turn about the scene's upright axis: whatever the angle, everything is in view.
+    void fitToTurn();
     /// Orbits about the target, degrees to the right and up.
     void orbit(double azimuth, double elevation);
     /// Moves the view by that many pixels.
@@ -80,6 +82,7 @@ protected:
 
 private:
     void applyCamera();
+    void fit(int turnSteps);
     void takeCameraFromMatrix();
     void noteSize();
     struct Private;

@@ -48,6 +48,14 @@ Box visibleBox(const SceneElement* root)
     return box;
 }
 
+std::array<double, 3> centreOf(const Box& box)
+{
+    if (box.isEmpty())
+        return {0, 0, 0};
+    return {(double(box.low[0]) + box.high[0]) / 2, (double(box.low[1]) + box.high[1]) / 2,
+            (double(box.low[2]) + box.high[2]) / 2};
+}
+
 double scalingFor(const Box& box)
 {
     double square = 0;

@@ -13,19 +13,22 @@ constexpr double PictureHalfHeight = 0.4274205123390469;
 
 /// Calls `function` for every visible geometry element under `root`, with its transform to the scene. The scene must be
 /// kept still by the caller. Thread: any.
-void forEachVisible(const SceneElement* root,
+TOV_EXPORT void forEachVisible(const SceneElement* root,
                     const std::function<void(const GeometryElement&, const tov::math::Matrix4&)>& function);
 
 /// The box of everything visible, in scene units; empty when there is nothing. Thread: any.
-Box visibleBox(const SceneElement* root);
+TOV_EXPORT Box visibleBox(const SceneElement* root);
+
+/// The middle of a box; the origin when it is empty.
+TOV_EXPORT std::array<double, 3> centreOf(const Box& box);
 
 /// The scaling that brings a scene of that box to a radius of 1000, well inside the clipping distances. Thread: any.
-double scalingFor(const Box& box);
+TOV_EXPORT double scalingFor(const Box& box);
 
 /// `matrix` times a point.
-std::array<double, 3> transformed(const tov::math::Matrix4& matrix, double x, double y, double z);
+TOV_EXPORT std::array<double, 3> transformed(const tov::math::Matrix4& matrix, double x, double y, double z);
 
 /// The inverse of a matrix; false when it has none.
-bool inverted(const tov::math::Matrix4& matrix, tov::math::Matrix4& result);
+TOV_EXPORT bool inverted(const tov::math::Matrix4& matrix, tov::math::Matrix4& result);
 
 } // namespace tov::scene

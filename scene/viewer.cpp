@@ -19,6 +19,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <mutex>
 #include <stdexcept>
 
 namespace tov::scene {
@@ -77,6 +78,7 @@ struct Viewer::Private
     SharedContext shared;
     std::atomic<bool> fboAvailable{false};
     QString renderer;
+    std::mutex panelsMutex; ///< held while another thread uses panels, and while one comes or goes
     std::vector<ScenePanel*> panels;
     QPointer<ScenePanel> active;
 };
@@ -195,6 +197,13 @@ void Viewer::closePanel(ScenePanel* panel)
     delete panel;
 }
 
+void Viewer::setTrajectoryCamera(const tov::math::Matrix4& eyeToScene)
+{
+    std::lock_guard<std::mutex> guard(d->panelsMutex);
+    for (ScenePanel* panel : d->panels)
+        panel->setTrajectoryCamera(eyeToScene);
+}
+
 void Viewer::redraw()
 {
     for (ScenePanel* panel : d->panels)
@@ -203,12 +212,16 @@ void Viewer::redraw()
 
 void Viewer::add(ScenePanel* panel)
 {
+    std::lock_guard<std::mutex> guard(d->panelsMutex);
     d->panels.push_back(panel);
 }
 
 void Viewer::remove(ScenePanel* panel)
 {
-    d->panels.erase(std::remove(d->panels.begin(), d->panels.end(), panel), d->panels.end());
+    {
+        std::lock_guard<std::mutex> guard(d->panelsMutex);
+        d->panels.erase(std::remove(d->panels.begin(), d->panels.end(), panel), d->panels.end());
+    }
     // Whoever deletes a panel without closing it leaves nobody with a dangling pointer.
     if (d->active == panel)
         setActivePanel(d->panels.empty() ? nullptr : d->panels.back());

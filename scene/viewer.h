@@ -1,6 +1,7 @@
 #pragma once
 
 #include "kernel/main/export.h"
+#include "kernel/math/matrix.h"
 #include "kernel/util/zpointer.h"
 #include "scene/scene.h"
 
@@ -48,6 +49,9 @@ public:
     /// The one way in which panels die: hidden, the next panel (or none) announced, then deleted. Holds no lock.
     /// Thread: application.
     void closePanel(tov::gui::ScenePanel* panel);
+    /// Hands a camera pose (eye to scene) to every panel that follows the trajectory. Thread: any; no panel dies
+    /// meanwhile.
+    void setTrajectoryCamera(const tov::math::Matrix<double, 4u, 4u>& eyeToScene);
     /// Redraws all panels soon. Thread: application.
     void redraw();
 

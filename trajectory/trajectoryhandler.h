@@ -40,8 +40,9 @@ public:
     /// Moves the selected trajectory. Thread: any.
     void setPosition(unsigned long position);
 
-    /// Reads a file (CSV: x,y,z a line; TUM: t x y z qx qy qz qw a line; JSON: list of maps) and selects it at position
-    /// 0. On failure false, one line with the file's line in `error`, and the selection stays. Thread: application.
+    /// Reads a file and selects it at position 0. By suffix: csv = a point "x,y,z" a line; tum, txt = a camera pose
+    /// "t x y z qx qy qz qw" a line (camera to scene; the camera looks along +z with y down); json = a list of objects,
+    /// element name to 16 numbers row by row (element to scene), "camera" being eye to scene in OpenGL's axes. On failure false, one line with the file's line in `error`, and the selection stays. Thread: application.
     bool openFile(const QString& fileName, QString* error);
     /// Selects a trajectory that turns the camera once about the scene in `count` positions (at least 1), starting from
     /// the view of the active panel. Thread: application.

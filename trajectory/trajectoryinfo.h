@@ -19,14 +19,15 @@ public:
     TrajectoryInfo& operator=(const TrajectoryInfo&) = delete;
     ~TrajectoryInfo();
 
-    /// The path. A snapshot: replacing the path does not change it under a reader. Thread: any.
-    std::vector<Point> getPoints() const;
+    /// The path. A list once handed out stays as it is until this object dies, also when the path is replaced.
+    /// Thread: any.
+    const std::vector<Point>& getPoints() const;
     /// Replaces the path; the position is cut to it. Thread: application.
     void setPoints(std::vector<Point> points);
     /// Current index. Thread: any.
     unsigned long getPosition() const;
-    /// Moves the carrier to a point; beyond the end nothing moves. Takes the scene lock itself and waits for nobody
-    /// else. Thread: any.
+    /// Moves the carrier, the element named "carrier", to a point; beyond the end nothing moves. An edit of the scene's
+    /// transforms: it takes the scene lock itself and waits while a picture is being made. Thread: any.
     void setPosition(unsigned long position);
 
 private:

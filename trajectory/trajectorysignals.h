@@ -1,0 +1,8 @@
+#pragma once
+
+namespace tov::trajectory {
+
+/// Has the handler emit `positionChanged` on the application thread. Thread: any.
+void reportPosition(unsigned long position);
+
+} // namespace tov::trajectory
