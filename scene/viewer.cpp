@@ -78,6 +78,7 @@ struct Viewer::Private
     SharedContext shared;
     std::atomic<bool> fboAvailable{false};
     QString renderer;
+    int maxTextureSize = 0;
     std::mutex panelsMutex; ///< held while another thread uses panels, and while one comes or goes
     std::vector<ScenePanel*> panels;
     QPointer<ScenePanel> active;
@@ -121,6 +122,7 @@ bool Viewer::initialize()
         return QString::fromLatin1(reinterpret_cast<const char*>(context->functions()->glGetString(name)));
     };
     d->renderer = QStringLiteral("%1, OpenGL %2").arg(text(GL_RENDERER), text(GL_VERSION));
+    context->functions()->glGetIntegerv(GL_MAX_TEXTURE_SIZE, &d->maxTextureSize);
     context->doneCurrent();
     d->shared.d->surface = std::move(surface);
     d->shared.d->context = context.release();
@@ -156,6 +158,11 @@ tov::util::ZPointer<Scene> Viewer::getGlobalScene() const
 bool Viewer::isFboAvailable() const
 {
     return d->fboAvailable;
+}
+
+int Viewer::getMaxTextureSize() const
+{
+    return d->maxTextureSize;
 }
 
 QString Viewer::getRenderer() const

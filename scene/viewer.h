@@ -38,6 +38,9 @@ public:
     /// What draws: renderer and version of OpenGL; empty before `initialize`. Thread: application.
     QString getRenderer() const;
 
+    /// Largest edge of a texture or framebuffer in pixels; 0 before `initialize`. Thread: application.
+    int getMaxTextureSize() const;
+
     /// All living panels, in order of creation. Thread: application.
     std::vector<tov::gui::ScenePanel*> getPanels() const;
     tov::gui::ScenePanel* getActivePanel() const;

@@ -145,7 +145,7 @@ void CommandActions::rebuild()
             auto* action = actionOf(command, false);
             // Ctrl+Shift+1 ... 9 in menu order: no command is known by name here.
             if (++shortcut <= 9)
-                action->setShortcut(QKeySequence(Qt::CTRL + Qt::SHIFT + Qt::Key_0 + shortcut));
+                action->setShortcut(QKeySequence(QStringLiteral("Ctrl+Shift+%1").arg(shortcut)));
             menu->addAction(action);
         }
         m_Menus.push_back(menu);

@@ -20,7 +20,9 @@
 #include "scene/viewer.h"
 #include "trajectory/trajectoryhandler.h"
 
+#include <QAbstractButton>
 #include <QActionGroup>
+#include <QPushButton>
 #include <QApplication>
 #include <QClipboard>
 #include <QCloseEvent>
@@ -144,10 +146,10 @@ void MainWindow::createMenus()
     mp_RecentMenu = file->addMenu(tr("Open &recent"));
     connect(mp_RecentMenu, &QMenu::aboutToShow, this, &MainWindow::updateRecentMenu);
     file->addAction(tr("Open &trajectory ..."), mp_Trajectory, &TrajectoryBar::chooseFile,
-                    QKeySequence(Qt::CTRL + Qt::Key_T));
+                    QKeySequence(QStringLiteral("Ctrl+T")));
     file->addSeparator();
     file->addAction(tr("&Copy view to clipboard"), this, &MainWindow::copyViewToClipboard,
-                    QKeySequence(Qt::CTRL + Qt::SHIFT + Qt::Key_C));
+                    QKeySequence(QStringLiteral("Ctrl+Shift+C")));
     file->addSeparator();
     file->addAction(tr("&Preferences ..."), this, [this] {
         PreferencesDialog dialog(mp_Actions->getSettings(), this);
@@ -161,7 +163,7 @@ void MainWindow::createMenus()
     for (int count : {1, 2, 4}) {
         auto* action = mp_ViewMenu->addAction(count == 1 ? tr("One panel") : tr("%1 panels").arg(count), this,
                                               [this, count] { mp_Grid->setPanelCount(count); },
-                                              QKeySequence(Qt::CTRL + Qt::Key_0 + count));
+                                              QKeySequence(QStringLiteral("Ctrl+%1").arg(count)));
         action->setCheckable(true);
         panels->addAction(action);
         connect(mp_Grid, &PanelGrid::panelCountChanged, action,
@@ -172,7 +174,7 @@ void MainWindow::createMenus()
                                if (auto* panel = mp_Grid->getActivePanel())
                                    mp_Grid->closePanel(panel);
                            },
-                           QKeySequence(Qt::CTRL + Qt::Key_W));
+                           QKeySequence(QStringLiteral("Ctrl+W")));
     mp_ViewMenu->addSeparator();
     const auto onActive = [this](auto function) {
         return [this, function] {
@@ -403,7 +405,7 @@ bool MainWindow::endRuns()
     auto* quit = question.addButton(tr("Finish and quit"), QMessageBox::AcceptRole);
     question.setObjectName(QStringLiteral("QuitQuestion"));
     question.exec();
-    if (question.clickedButton() != quit)
+    if (question.clickedButton() != static_cast<QAbstractButton*>(quit))
         return false;
     m_Closing = true;
     processor->stopAll();

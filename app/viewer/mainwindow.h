@@ -3,6 +3,7 @@
 #include "kernel/main/commandprocessor.h"
 #include "kernel/main/moduleloader.h"
 
+#include <QDateTime>
 #include <QElapsedTimer>
 #include <QMainWindow>
 

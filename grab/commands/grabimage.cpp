@@ -337,6 +337,8 @@ void GrabImage::executeInteractive()
         restoreOverrideCursor();
         return;
     }
+    // Blank, so that a failure later leaves no chance bytes in the file.
+    target.fill(0u);
     updateProcessed(-1);
     updateText(QObject::tr("Building tiles"));
     Matrix transform;

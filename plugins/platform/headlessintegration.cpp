@@ -79,6 +79,21 @@ EGLDisplay surfacelessDisplay(PFNEGLGETPLATFORMDISPLAYEXTPROC getDisplay, const 
     std::_Exit(1);
 }
 
+/// One configuration for every context and surface, whatever was asked for: only such can be used together.
+QSurfaceFormat commonFormat(const QSurfaceFormat& wanted)
+{
+    QSurfaceFormat format = wanted;
+    format.setRenderableType(QSurfaceFormat::OpenGL);
+    format.setRedBufferSize(8);
+    format.setGreenBufferSize(8);
+    format.setBlueBufferSize(8);
+    format.setAlphaBufferSize(8);
+    format.setDepthBufferSize(24);
+    format.setStencilBufferSize(8);
+    format.setSamples(0);
+    return format;
+}
+
 /// A window of which nobody sees anything: widgets may be shown all the same.
 class HeadlessWindow : public QEglFSWindow
 {
@@ -87,7 +102,7 @@ public:
     void resetSurface() override
     {
         const EGLDisplay display = screen()->display();
-        const QSurfaceFormat wanted = QEglFSDeviceIntegration().surfaceFormatFor(window()->requestedFormat());
+        const QSurfaceFormat wanted = commonFormat(window()->requestedFormat());
         m_config = QEglFSDeviceIntegration::chooseConfig(display, wanted);
         m_format = wanted;
         const QSize size = geometry().size().expandedTo(QSize(1, 1));
@@ -127,6 +142,7 @@ public:
     QDpi logicalDpi() const override { return QDpi(96, 96); }
     int screenDepth() const override { return 32; }
     EGLint surfaceType() const override { return EGL_PBUFFER_BIT; }
+    QSurfaceFormat surfaceFormatFor(const QSurfaceFormat& wanted) const override { return commonFormat(wanted); }
     QEglFSWindow* createWindow(QWindow* window) const override { return new HeadlessWindow(window); }
     EGLNativeWindowType createNativeWindow(QPlatformWindow*, const QSize&, const QSurfaceFormat&) override { return 0; }
     void destroyNativeWindow(EGLNativeWindowType) override {}

@@ -1,0 +1,176 @@
+#include "app/cli/session.h"
+
+#include "app/cli/verbs.h"
+#include "kernel/gui/zprogressdialog.h"
+#include "kernel/main/overseer.h"
+#include "scene/sceneimport.h"
+#include "scene/viewer.h"
+#include "trajectory/trajectoryhandler.h"
+
+#include <QCoreApplication>
+#include <QEventLoop>
+#include <QFile>
+#include <QFileInfo>
+
+#include <cstdio>
+#include <unistd.h>
+
+namespace tov::app {
+
+using tov::main::CommandProcessor;
+using tov::main::CommandRunPointer;
+using tov::main::Overseer;
+
+namespace {
+
+QString tr(const char* text)
+{
+    return QCoreApplication::translate("CommandLine", text);
+}
+
+StartOptions startOptions(const Options& options)
+{
+    StartOptions start;
+    start.logLevel = options.has(QStringLiteral("verbose")) ? 1000000 : 0;
+    start.settingsFile = options.value(QStringLiteral("settings"));
+    return start;
+}
+
+} // namespace
+
+Session::Session(const Options& options, int& argc, char** argv)
+    : m_Options(options), m_Quiet(options.has(QStringLiteral("quiet"))), m_Startup(argc, argv, startOptions(options)),
+      m_Progress(m_Quiet || options.has(QStringLiteral("verbose")))
+{
+    m_Startup.setInterruptHandler([this](int count) { interrupted(count); });
+    tov::util::ZProgressDialog::setPresenter([this](const tov::util::ZProgressDialog::Update& update) {
+        if (!update.finished)
+            m_Progress.show(update.title, update.percent);
+    });
+}
+
+Session::~Session()
+{
+    tov::util::ZProgressDialog::setPresenter({});
+    if (mp_Panel)
+        tov::scene::Viewer::getInstance()->closePanel(mp_Panel);
+    mp_Panel = nullptr;
+}
+
+void Session::interrupted(int count)
+{
+    m_Interrupts = count;
+    if (count == 1 && !m_LeaveAtOnce) {
+        if (mp_Current)
+            tell(tr("Stopping; press Ctrl-C again to leave at once."));
+        Overseer::getInstance()->getCommandProcessor()->stopAll();
+        return;
+    }
+    m_Progress.clear();
+    dropOutput();
+    // At once means at once: command threads may be in the middle of something long.
+    std::fflush(nullptr);
+    _exit(130);
+}
+
+void Session::tell(const QString& message)
+{
+    if (m_Quiet)
+        return;
+    m_Progress.clear();
+    std::fprintf(stderr, "%s\n", message.toLocal8Bit().constData());
+}
+
+bool Session::fail(const QString& message)
+{
+    m_Progress.clear();
+    m_Told = true;
+    printError(message);
+    return false;
+}
+
+void Session::guardOutput(const QString& fileName)
+{
+    m_Guarded = fileName;
+    m_GuardedExisted = QFileInfo::exists(fileName);
+}
+
+void Session::dropOutput()
+{
+    if (!m_Guarded.isEmpty() && !m_GuardedExisted)
+        QFile::remove(m_Guarded);
+}
+
+bool Session::open(const QStringList& files, const ViewOptions& view, bool turning)
+{
+    // A first Ctrl-C while reading: nothing to stop softly.
+    if (!files.isEmpty()) {
+        QString error;
+        const bool read = tov::scene::SceneImport::addFiles(files, &error, [this](int percent) {
+            m_Progress.show(tr("Reading"), percent);
+            QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
+            return m_Interrupts == 0;
+        });
+        m_Progress.clear();
+        if (m_Interrupts > 0)
+            return false;
+        if (!read)
+            return fail(error);
+    }
+    mp_Panel = makePanel(view, turning);
+    return true;
+}
+
+bool Session::openTrajectory()
+{
+    auto* handler = tov::trajectory::TrajectoryHandler::getInstance();
+    QString error;
+    if (m_Options.has(QStringLiteral("turntable"))) {
+        bool ok = false;
+        const int count = m_Options.value(QStringLiteral("turntable")).toInt(&ok);
+        if (!ok || count < 1)
+            return fail(tr("--turntable: \"%1\" is no number of positions (1 or more)")
+                            .arg(m_Options.value(QStringLiteral("turntable"))));
+        if (!handler->selectTurntable(count, &error))
+            return fail(error);
+    } else if (m_Options.has(QStringLiteral("trajectory"))) {
+        if (!handler->openFile(m_Options.value(QStringLiteral("trajectory")), &error))
+            return fail(error);
+    }
+    return true;
+}
+
+bool Session::run(const QString& name, const tov::main::CommandArguments& arguments,
+                  const std::function<void(const CommandRunPointer&)>& onStart)
+{
+    auto* processor = Overseer::getInstance()->getCommandProcessor();
+    m_Errors.clear();
+    QString error;
+    mp_Current = processor->start(name, arguments, &error);
+    if (!mp_Current) {
+        const QStringList reasons = m_Errors.getMessages();
+        return fail(reasons.isEmpty() ? error : error + QStringLiteral(" (") + reasons.last() + QLatin1Char(')'));
+    }
+    QEventLoop loop;
+    QObject context;
+    const CommandRunPointer run = mp_Current;
+    QObject::connect(processor, &CommandProcessor::runChanged, &context, [this, run](const CommandRunPointer& changed) {
+        if (changed == run)
+            m_Progress.show(run->getText().isEmpty() ? run->getCommandName() : run->getText(), run->getProcessed());
+    });
+    QObject::connect(processor, &CommandProcessor::runFinished, &context, [&loop, run](const CommandRunPointer& ended) {
+        if (ended == run)
+            loop.quit();
+    });
+    if (onStart)
+        onStart(run);
+    loop.exec();
+    m_Progress.clear();
+    mp_Current.reset();
+    const QStringList messages = m_Errors.getMessages();
+    if (!messages.isEmpty())
+        return fail(QStringLiteral("%1: %2").arg(name, messages.first()));
+    return run->succeeded();
+}
+
+} // namespace tov::app

@@ -1,0 +1,274 @@
+#include "app/cli/verbs.h"
+
+#include "app/cli/session.h"
+#include "app/cli/videoverb.h"
+#include "kernel/gui/fileparameterpanelfactory.h"
+#include "kernel/log/terminalsink.h"
+#include "kernel/main/abstractparameter.h"
+#include "kernel/main/informationobject.h"
+#include "kernel/main/modulemanager.h"
+#include "kernel/main/overseer.h"
+#include "kernel/main/parameterset.h"
+#include "scene/viewer.h"
+
+#include <QCoreApplication>
+#include <QFileDialog>
+#include <QFile>
+#include <QFileInfo>
+#include <QImageReader>
+
+#include <cstdio>
+#include <memory>
+#include <unistd.h>
+
+namespace tov::app {
+
+using tov::main::Command;
+using tov::main::CommandArguments;
+using tov::main::Overseer;
+
+namespace {
+
+QString tr(const char* text)
+{
+    return QCoreApplication::translate("CommandLine", text);
+}
+
+void print(const QString& line)
+{
+    std::fprintf(stdout, "%s\n", line.toLocal8Bit().constData());
+}
+
+/// Free memory of the machine in bytes, as the kernel estimates it; 0 = unknown.
+qint64 availableMemory()
+{
+    QFile file(QStringLiteral("/proc/meminfo"));
+    if (!file.open(QIODevice::ReadOnly))
+        return 0;
+    for (const QByteArray& line : file.readAll().split('\n'))
+        if (line.startsWith("MemAvailable:"))
+            return line.simplified().split(' ').value(1).toLongLong() * 1024;
+    return 0;
+}
+
+int runImage(const Options& options, int& argc, char** argv)
+{
+    const auto usage = [](const QString& message) {
+        printError(message + tr(" (see tov image --help)"));
+        return 2;
+    };
+    if (options.files.isEmpty())
+        return usage(tr("image needs a model"));
+    const QString output = options.value(QStringLiteral("output"));
+    if (output.isEmpty())
+        return usage(tr("image needs an output file: -o OUT"));
+    ViewOptions view;
+    QString error;
+    if (!readViewOptions(options, view, &error))
+        return usage(error);
+    const QString widthText = options.has(QStringLiteral("width")) ? options.value(QStringLiteral("width")) : QStringLiteral("10000");
+    bool isNumber = false;
+    const int width = widthText.toInt(&isNumber);
+    if (!isNumber)
+        return usage(tr("--width: \"%1\" is no whole number of pixels").arg(widthText));
+
+    Session session(options, argc, argv);
+    if (!checkOutputFolder(output, &error)) {
+        session.fail(error);
+        return 1;
+    }
+    // A picture that does not fit into memory would bring the machine down before anybody could say so.
+    const qint64 bytes = 4 * qint64(width) * (qint64(width) * view.panel.height() / view.panel.width());
+    const qint64 available = availableMemory();
+    if (width > 0 && available > 0 && bytes / 4 < (qint64(1) << 29) && bytes > available) {
+        session.fail(tr("%1 pixels wide needs %2 MiB of memory, %3 are free; make the picture smaller")
+                         .arg(width)
+                         .arg(bytes >> 20)
+                         .arg(available >> 20));
+        return 1;
+    }
+    session.leaveAtFirstInterrupt();
+    if (!session.open(options.files, view, false))
+        return session.wasInterrupted() ? 130 : 1;
+    session.guardOutput(output);
+    const QDateTime before = QFileInfo(output).lastModified();
+    CommandArguments arguments;
+    arguments.named = {{QStringLiteral("filename"), output}, {QStringLiteral("width"), widthText}};
+    const bool ran = session.run(QStringLiteral("grabimage"), arguments);
+    // The command logs "saved" even where a full disk took nothing, so the file itself is asked.
+    const QFileInfo info(output);
+    const int height = int(double(view.panel.height()) / view.panel.width() * width);
+    if (ran) {
+        QImageReader reader(output);
+        const QSize size = reader.size();
+        if (!info.exists() || info.lastModified() == before)
+            session.fail(tr("%1 was not written").arg(output));
+        else if (info.size() == 0 || (size.isValid() && size != QSize(width, height)) || (!size.isValid() && !reader.canRead()))
+            session.fail(tr("%1 is incomplete; is the disk full?").arg(output));
+    }
+    if (session.isTold()) {
+        session.dropOutput();
+        return 1;
+    }
+    session.tell(tr("%1: %2 x %3 pixels, %4 kB").arg(output).arg(width).arg(height).arg((info.size() + 999) / 1000));
+    return 0;
+}
+
+int runScript(const Options& options, int& argc, char** argv)
+{
+    const auto usage = [](const QString& message) {
+        printError(message + tr(" (see tov run --help)"));
+        return 2;
+    };
+    ViewOptions view;
+    QString error;
+    if (!readViewOptions(options, view, &error))
+        return usage(error);
+    QStringList files = options.files;
+    std::vector<tov::main::CommandText> commands;
+    QString origin;
+    if (options.has(QStringLiteral("command"))) {
+        for (const QString& text : options.values.at(QStringLiteral("command"))) {
+            std::vector<tov::main::CommandText> some;
+            if (!tov::main::CommandParser::parse(text, some, &error))
+                return usage(QStringLiteral("-c %1: %2").arg(text, error));
+            commands.insert(commands.end(), some.begin(), some.end());
+        }
+    } else {
+        if (files.isEmpty())
+            return usage(tr("run needs a script, or -c TEXT"));
+        origin = files.takeLast();
+        QFile script(origin);
+        if (QFileInfo(origin).isDir() || !script.open(QIODevice::ReadOnly)) {
+            printError(tr("%1 cannot be read as a script: %2")
+                           .arg(origin, QFileInfo(origin).isDir() ? tr("it is a folder") : script.errorString()));
+            return 1;
+        }
+        if (!tov::main::CommandParser::parse(QString::fromUtf8(script.readAll()), commands, &error)) {
+            printError(QStringLiteral("%1, %2").arg(origin, error));
+            return 1;
+        }
+    }
+    if (commands.empty())
+        return usage(tr("there is no command to run"));
+
+    Session session(options, argc, argv);
+    if (!session.open(files, view, options.has(QStringLiteral("turntable"))) || !session.openTrajectory())
+        return session.wasInterrupted() ? 130 : 1;
+    for (const auto& command : commands) {
+        if (!session.run(command.name, command.arguments)) {
+            if (!origin.isEmpty())
+                printError(tr("%1, line %2: the script ends here").arg(origin).arg(command.line));
+            return session.wasInterrupted() ? 130 : 1;
+        }
+        if (session.wasInterrupted())
+            return 130;
+    }
+    return 0;
+}
+
+int runCommands(const Options& options, int& argc, char** argv)
+{
+    Session session(options, argc, argv);
+    for (const Command* command : Overseer::getInstance()->getCommandProcessor()->getPrimaryCommands()) {
+        print(QStringLiteral("%1  %2").arg(command->getDescriptor()->getName(),
+                                           command->getDescriptor()->getDescription()));
+        if (const auto* set = command->getCurrentParameterSet())
+            for (const auto* parameter : set->getParameters()) {
+                const QString initial = parameter->getDefaultParameterForDefaultGUI();
+                const QString name = parameter->getName().contains(QLatin1Char(' '))
+                                         ? QLatin1Char('"') + parameter->getName() + QLatin1Char('"')
+                                         : parameter->getName();
+                print(QStringLiteral("    %1  %2%3")
+                          .arg(name, parameter->getDescription(),
+                               initial.isNull() ? QString() : tr("  [default %1]").arg(initial)));
+            }
+    }
+    return 0;
+}
+
+int runEncoders(const Options& options, int& argc, char** argv)
+{
+    Session session(options, argc, argv);
+    const auto formats = knownVideoFormats();
+    for (const auto& [suffix, description] : formats)
+        print(QStringLiteral("%1 %2").arg(suffix.leftJustified(14), description));
+    if (formats.empty()) {
+        session.fail(tr("no video encoder is loaded; tov modules tells more"));
+        return 1;
+    }
+    return 0;
+}
+
+int runModules(const Options& options, int& argc, char** argv)
+{
+    ErrorMemory errors;
+    Session session(options, argc, argv);
+    for (auto* module : tov::main::ModuleManager::getInstance()->getModules()) {
+        auto* information = module->getInformationObject();
+        print(QStringLiteral("%1  %2").arg(information->getName(), information->getDescription()));
+        for (const auto& record : information->getAdditionalInformations())
+            print(QStringLiteral("    %1  %2  %3  %4")
+                      .arg(record.name, record.description, record.version, record.author));
+    }
+    const QString renderer = tov::scene::Viewer::getInstance()->getRenderer();
+    print(tr("Drawing with: %1").arg(renderer.isEmpty() ? tr("nothing, OpenGL cannot be used") : renderer));
+    for (const QString& message : errors.getMessages())
+        print(tr("Problem: %1").arg(message));
+    if (tov::main::ModuleManager::getInstance()->getModules().empty()) {
+        session.fail(tr("no module could be loaded"));
+        return 1;
+    }
+    return 0;
+}
+
+} // namespace
+
+void printError(const QString& message)
+{
+    std::fprintf(stderr, "tov: %s\n", tov::log::escaped(message).toLocal8Bit().constData());
+}
+
+bool checkOutputFolder(const QString& fileName, QString* error)
+{
+    const QFileInfo info(fileName);
+    const QFileInfo folder(info.absolutePath());
+    if (info.isDir())
+        *error = tr("%1 is a folder; name a file").arg(fileName);
+    else if (info.exists() && !info.isFile())
+        *error = tr("%1 is no ordinary file").arg(fileName);
+    else if (!folder.isDir())
+        *error = tr("%1 cannot be written: there is no folder %2").arg(fileName, folder.filePath());
+    else if (info.exists() ? !info.isWritable() : !folder.isWritable())
+        *error = tr("%1 cannot be written: permission denied").arg(fileName);
+    else
+        return true;
+    return false;
+}
+
+int runVerb(const Options& options, int& argc, char** argv)
+{
+    if (options.verb != QLatin1String("image") && options.verb != QLatin1String("video") &&
+        options.verb != QLatin1String("run") && !options.files.isEmpty()) {
+        printError(tr("%1 takes no file").arg(options.verb));
+        return 2;
+    }
+    int status = 2;
+    if (options.verb == QLatin1String("image"))
+        status = runImage(options, argc, argv);
+    else if (options.verb == QLatin1String("video"))
+        status = runVideo(options, argc, argv);
+    else if (options.verb == QLatin1String("run"))
+        status = runScript(options, argc, argv);
+    else if (options.verb == QLatin1String("commands"))
+        status = runCommands(options, argc, argv);
+    else if (options.verb == QLatin1String("encoders"))
+        status = runEncoders(options, argc, argv);
+    else if (options.verb == QLatin1String("modules"))
+        status = runModules(options, argc, argv);
+    if (std::fflush(stdout) != 0 && status == 0)
+        status = 1;
+    return status;
+}
+
+} // namespace tov::app

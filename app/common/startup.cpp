@@ -1,0 +1,201 @@
+#include "app/common/startup.h"
+
+#include "kernel/events/eventhandler.h"
+#include "kernel/log/terminalsink.h"
+#include "kernel/main/commandprocessor.h"
+#include "kernel/main/overseer.h"
+#include "kernel/main/settings.h"
+#include "plugins/platform/select/headless.h"
+#include "scene/scenedrawer.h"
+#include "scene/viewer.h"
+
+#include <QApplication>
+#include <QFile>
+#include <QSocketNotifier>
+#include <QTextCodec>
+
+#include <atomic>
+#include <clocale>
+#include <csignal>
+#include <cstring>
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace tov::app {
+
+using tov::log::Logger;
+using tov::main::Overseer;
+using tov::scene::Viewer;
+
+namespace {
+
+int signalPipe[2] = {-1, -1};
+std::atomic<int> interrupts{0};
+
+void onInterrupt(int)
+{
+    const int saved = errno;
+    // A third one means that the application thread is not listening any more.
+    if (interrupts.fetch_add(1) >= 2)
+        _exit(130);
+    const char byte = 1;
+    [[maybe_unused]] const auto written = write(signalPipe[1], &byte, 1);
+    errno = saved;
+}
+
+void ignore(int signal)
+{
+    struct sigaction action;
+    std::memset(&action, 0, sizeof action);
+    action.sa_handler = SIG_IGN;
+    sigaction(signal, &action, nullptr);
+}
+
+/// Where Qt's own messages go: into the log. What drawing in software says of itself at every start is nobody's concern.
+void onQtMessage(QtMsgType type, const QMessageLogContext&, const QString& message)
+{
+    if (message.contains(QLatin1String("software rasterizer")) || message.contains(QLatin1String("XDG_RUNTIME_DIR")))
+        return;
+    const int level = type == QtCriticalMsg || type == QtFatalMsg ? tov::log::LevelError : tov::log::LevelInformation;
+    Logger::log(level, "qt", 0, "", nullptr, message);
+    if (type == QtFatalMsg)
+        std::abort();
+}
+
+} // namespace
+
+ErrorMemory::ErrorMemory()
+{
+    Logger::addSink(this);
+}
+
+ErrorMemory::~ErrorMemory()
+{
+    Logger::removeSink(this);
+}
+
+void ErrorMemory::write(const tov::log::LogRecord& record)
+{
+    if (record.level > tov::log::LevelError)
+        return;
+    std::lock_guard<std::mutex> guard(m_Mutex);
+    m_Messages << record.message;
+}
+
+void ErrorMemory::clear()
+{
+    std::lock_guard<std::mutex> guard(m_Mutex);
+    m_Messages.clear();
+}
+
+QStringList ErrorMemory::getMessages() const
+{
+    std::lock_guard<std::mutex> guard(m_Mutex);
+    return m_Messages;
+}
+
+void prepareProcess()
+{
+    QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
+    ignore(SIGPIPE);
+    ignore(SIGXFSZ);
+}
+
+struct Startup::Private
+{
+    std::unique_ptr<tov::log::TerminalSink> sink;
+    std::unique_ptr<QApplication> application;
+    std::unique_ptr<tov::main::ModuleLoader> loader;
+    std::unique_ptr<QSocketNotifier> notifier;
+    std::function<void(int)> onInterrupt;
+};
+
+Startup::Startup(int& argc, char** argv, const StartOptions& options) : d(new Private)
+{
+    if (options.logLevel > 0) {
+        d->sink = std::make_unique<tov::log::TerminalSink>(options.logLevel);
+        Logger::addSink(d->sink.get());
+    }
+    qInstallMessageHandler(onQtMessage);
+    QCoreApplication::setOrganizationName(QStringLiteral("tov"));
+    QCoreApplication::setApplicationName(QStringLiteral("tov"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(TOV_VERSION));
+    QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
+    QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
+    QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
+    tov::platform::setDefaultFormat();
+    char path[4096];
+    const ssize_t length = readlink("/proc/self/exe", path, sizeof path - 1);
+    QString folder = length > 0 ? QFile::decodeName(QByteArray(path, int(length))) : QString();
+    folder.truncate(folder.lastIndexOf(QLatin1Char('/')));
+    if (!options.window)
+        tov::platform::prepareHeadless(folder + QStringLiteral("/plugins"));
+    d->application = std::make_unique<QApplication>(argc, argv);
+    std::setlocale(LC_NUMERIC, "C");
+    QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
+    if (!options.settingsFile.isEmpty())
+        tov::main::setSettingsFile(options.settingsFile);
+
+    if (pipe2(signalPipe, O_CLOEXEC | O_NONBLOCK) == 0) {
+        d->notifier = std::make_unique<QSocketNotifier>(signalPipe[0], QSocketNotifier::Read);
+        QObject::connect(d->notifier.get(), &QSocketNotifier::activated, d->notifier.get(), [this] {
+            char bytes[16];
+            while (read(signalPipe[0], bytes, sizeof bytes) > 0) {
+            }
+            if (d->onInterrupt)
+                d->onInterrupt(interrupts);
+        });
+        struct sigaction action;
+        std::memset(&action, 0, sizeof action);
+        action.sa_handler = onInterrupt;
+        sigaction(SIGINT, &action, nullptr);
+        sigaction(SIGTERM, &action, nullptr);
+    }
+
+    Overseer::getInstance();
+    auto* events = tov::events::EventHandler::getInstance();
+    events->registerEventTypes("Global");
+    events->registerEventTypes("Scene");
+    tov::scene::SceneDrawer::setMultisampling(
+        tovSettings().value(QStringLiteral("settings/multisampling"), 0).toInt());
+    const QColor background(tovSettings().value(QStringLiteral("settings/background")).toString());
+    if (background.isValid())
+        tov::scene::SceneDrawer::setBackgroundColor(background);
+    Viewer::getInstance()->initialize();
+
+    const auto progress = options.progress ? options.progress : [](const QString&) {};
+    d->loader = std::make_unique<tov::main::ModuleLoader>();
+    d->loader->loadFolder(QCoreApplication::applicationDirPath() + QStringLiteral("/modules"),
+                          tov::main::Module::Progress(progress));
+    // The modules' commands look at the hardware before they listen for panels; those that came first are told again.
+    Overseer::getInstance()->getCommandProcessor()->drain();
+    Viewer::getInstance()->announceActivePanel();
+}
+
+Startup::~Startup()
+{
+    setInterruptHandler({});
+    auto* processor = Overseer::getInstance()->getCommandProcessor();
+    processor->stopAll();
+    processor->waitForAll();
+    Viewer::getInstance()->shutdown();
+    d->loader.reset();
+    Overseer::destroyInstance();
+    d->notifier.reset();
+    d->application.reset();
+    qInstallMessageHandler(nullptr);
+    if (d->sink)
+        Logger::removeSink(d->sink.get());
+}
+
+tov::main::ModuleLoader& Startup::getLoader()
+{
+    return *d->loader;
+}
+
+void Startup::setInterruptHandler(std::function<void(int)> function)
+{
+    d->onInterrupt = std::move(function);
+}
+
+} // namespace tov::app

@@ -1,0 +1,65 @@
+#pragma once
+
+#include "kernel/log/logger.h"
+#include "kernel/main/moduleloader.h"
+
+#include <QString>
+#include <QStringList>
+
+#include <functional>
+#include <memory>
+#include <mutex>
+
+class QApplication;
+
+namespace tov::app {
+
+/// How the program is started.
+struct StartOptions
+{
+    bool window = false;  ///< a window will be shown; otherwise no display server is asked for
+    int logLevel = 2000;  ///< highest level of the records that standard error gets
+    QString settingsFile; ///< empty: the usual one
+    std::function<void(const QString&)> progress; ///< start-up messages; may be empty
+};
+
+/// Keeps the records of errors, so that a verb can say why it failed. Thread: any.
+class ErrorMemory : public tov::log::LogSink
+{
+public:
+    ErrorMemory();
+    ~ErrorMemory() override;
+    void write(const tov::log::LogRecord& record) override;
+    /// Forgets what has been kept.
+    void clear();
+    /// The messages, oldest first.
+    QStringList getMessages() const;
+
+private:
+    mutable std::mutex m_Mutex;
+    QStringList m_Messages; ///< guarded by m_Mutex
+};
+
+/// Everything that runs behind the program: Qt, the host's libraries, the modules. Made first and destroyed last in
+/// `main`, on the application thread.
+class Startup
+{
+public:
+    Startup(int& argc, char** argv, const StartOptions& options);
+    /// Stops what runs, unloads the modules, takes everything down.
+    ~Startup();
+
+    tov::main::ModuleLoader& getLoader();
+    /// Calls `function` on the application thread with the count of SIGINT and SIGTERM so far, from 1. From the second
+    /// one on, if the application thread does not get round to it, the process ends by itself.
+    void setInterruptHandler(std::function<void(int count)> function);
+
+private:
+    struct Private;
+    std::unique_ptr<Private> d;
+};
+
+/// Does what must precede everything in `main`: UTF-8 names whatever the locale, signals that must not kill.
+void prepareProcess();
+
+} // namespace tov::app

@@ -1,0 +1,43 @@
+#include "app/cli/options.h"
+#include "app/cli/verbs.h"
+#include "app/common/startup.h"
+#ifdef TOV_WINDOW
+#include "app/viewer/runwindow.h"
+#endif
+
+#include <QFile>
+
+#include <cstdio>
+
+int main(int argc, char** argv)
+{
+    using namespace tov::app;
+    prepareProcess();
+    QStringList arguments;
+    for (int i = 1; i < argc; ++i)
+        arguments << QFile::decodeName(argv[i]);
+    Options options;
+    QString error;
+    if (!readOptions(arguments, options, &error)) {
+        printError(error);
+        return 2;
+    }
+    if (options.has(QStringLiteral("help"))) {
+        std::fputs(helpText(options.verb).toLocal8Bit().constData(), stdout);
+        return std::fflush(stdout) == 0 ? 0 : 1;
+    }
+    if (options.has(QStringLiteral("version"))) {
+        std::puts("tov " TOV_VERSION);
+        return std::fflush(stdout) == 0 ? 0 : 1;
+    }
+    // What Qt makes of the arguments is none of theirs: only the program's name goes on.
+    int applicationArgc = 1;
+    if (!options.verb.isEmpty())
+        return runVerb(options, applicationArgc, argv);
+#ifdef TOV_WINDOW
+    return tov::viewer::runWindow(options, applicationArgc, argv);
+#else
+    printError(QStringLiteral("this build has no window; see tov --help for what it can do without one"));
+    return 2;
+#endif
+}

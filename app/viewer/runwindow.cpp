@@ -1,0 +1,35 @@
+#include "app/viewer/runwindow.h"
+
+#include "app/cli/verbs.h"
+#include "app/common/startup.h"
+#include "app/viewer/mainwindow.h"
+#include "app/viewer/panelgrid.h"
+#include "plugins/platform/select/headless.h"
+#include "scene/viewer.h"
+
+#include <QApplication>
+
+namespace tov::viewer {
+
+int runWindow(const tov::app::Options& options, int& argc, char** argv)
+{
+    if (!tov::platform::hasDisplay() && qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
+        tov::app::printError(QCoreApplication::translate(
+            "CommandLine", "there is no display for a window; tov image, video and run work without one (tov --help)"));
+        return 1;
+    }
+    tov::app::StartOptions start;
+    start.window = true;
+    start.logLevel = options.has(QStringLiteral("verbose")) ? 1000000 : 0;
+    start.settingsFile = options.value(QStringLiteral("settings"));
+    tov::app::Startup startup(argc, argv, start);
+    MainWindow window(&startup.getLoader());
+    startup.setInterruptHandler([&window](int) { window.close(); });
+    window.show();
+    tov::scene::Viewer::getInstance()->announceActivePanel();
+    if (!options.files.isEmpty())
+        window.openFiles(options.files);
+    return QApplication::exec();
+}
+
+} // namespace tov::viewer
