@@ -6,6 +6,7 @@
 #include "kernel/main/globalevents.h"
 // clang-format on
 
+#include "grab/commands/localvalue.h"
 #include "grab/module/modulegrab.h"
 #include "kernel/gui/fileparameterpanelfactory.h"
 #include "kernel/gui/zprogressdialog.h"
@@ -113,17 +114,6 @@ int truncated(double value)
         return std::numeric_limits<int>::max();
     return static_cast<int>(value);
 }
-
-/// Deletes a local parameter's value at the end of the scope.
-class LocalValue
-{
-public:
-    explicit LocalValue(tov::main::AbstractParameter& parameter) : m_Parameter(parameter) {}
-    ~LocalValue() { m_Parameter.deleteValue(); }
-
-private:
-    tov::main::AbstractParameter& m_Parameter;
-};
 
 } // namespace
 
