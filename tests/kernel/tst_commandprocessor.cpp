@@ -1,0 +1,268 @@
+#include "kernel/main/commandprocessor.h"
+
+#include "kernel/main/functioncommand.h"
+#include "kernel/main/overseer.h"
+#include "kernel/main/parameter.h"
+#include "kernel/main/parameterset.h"
+#include "kernel/main/settingscommand.h"
+#include "tests/support/logcapture.h"
+
+#include <QSemaphore>
+#include <QSignalSpy>
+#include <QThread>
+
+#include <boost/bind/bind.hpp>
+#include <gtest/gtest.h>
+
+#include <atomic>
+
+using namespace tov::main;
+using tov::test::LogCapture;
+using tov::test::processUntil;
+
+namespace {
+
+std::atomic<int> alive{0};
+std::atomic<int> aborts{0};
+std::atomic<int> executed{0};
+QSemaphore* gate = nullptr;
+std::atomic<QThread*> lastThread{nullptr};
+QString lastText;
+int lastNumber = 0;
+
+/// Waits at the gate, which `abort` opens.
+class Probe : public Command
+{
+public:
+    Probe() : Command(new CommandDescriptor(QStringLiteral("probe"), QStringLiteral("Tests the processor")), nullptr)
+    {
+        ++alive;
+        auto* set = new ParameterSet(3);
+        set->addParameter(new Parameter<QString>(QStringLiteral("text"), QStringLiteral("d")));
+        auto* number = new Parameter<int>(QStringLiteral("number"), QStringLiteral("d"));
+        number->setDefaultParameterForDefaultGUI(QStringLiteral("7"));
+        set->addParameter(number);
+        addParameterSet(set);
+    }
+    ~Probe() override { --alive; }
+    static Command* create() { return new Probe; }
+    void execute() override
+    {
+        lastThread = QThread::currentThread();
+        lastText = getCurrentParameterSet()->at(0)->toString();
+        lastNumber = getCurrentParameterSet()->at(1)->toString().toInt();
+        updateText(QStringLiteral("at the gate"));
+        updateProcessed(40);
+        if (gate)
+            gate->acquire();
+        ++executed;
+        if (lastText == QLatin1String("throw"))
+            throw std::runtime_error("thrown on purpose");
+    }
+    void abort() override
+    {
+        EXPECT_TRUE(Overseer::getInstance()->isApplicationThread());
+        ++aborts;
+        if (gate)
+            gate->release();
+    }
+};
+
+class ProcessorTest : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        alive = aborts = executed = 0;
+        gate = nullptr;
+        prototype = new Probe;
+        processor->addPrimaryCommand(prototype, Probe::create);
+    }
+    void TearDown() override
+    {
+        processor->removePrimaryCommand(prototype);
+        processor->destroyCommand(prototype);
+        EXPECT_EQ(alive, 0);
+        gate = nullptr;
+    }
+    CommandProcessor* processor = Overseer::getInstance()->getCommandProcessor();
+    Probe* prototype = nullptr;
+};
+
+} // namespace
+
+TEST_F(ProcessorTest, ACloneRunsOnAThreadOfItsOwnAndIsDeleted)
+{
+    QString error;
+    const auto run = processor->start(QStringLiteral("PROBE hello"), &error);
+    ASSERT_TRUE(run) << error.toStdString();
+    ASSERT_TRUE(run->wait(10000));
+    EXPECT_TRUE(run->succeeded());
+    EXPECT_NE(lastThread.load(), QThread::currentThread());
+    EXPECT_EQ(lastText, "hello");
+    EXPECT_EQ(lastNumber, 7) << "the argument that is left out takes the dialog's default";
+    EXPECT_EQ(alive, 1) << "the prototype only";
+    EXPECT_EQ(run->getArgument(QStringLiteral("TEXT")), "hello");
+    EXPECT_EQ(run->getText(), "at the gate");
+    EXPECT_EQ(run->getProcessed(), 40);
+}
+
+TEST_F(ProcessorTest, SeveralRunsGoSideBySide)
+{
+    QSemaphore closed(0);
+    gate = &closed;
+    const auto one = processor->start(QStringLiteral("probe a"), nullptr);
+    const auto two = processor->start(QStringLiteral("probe b"), nullptr);
+    EXPECT_EQ(processor->getRuns().size(), 2u);
+    EXPECT_EQ(alive, 3);
+    closed.release(2);
+    EXPECT_TRUE(one->wait(10000));
+    EXPECT_TRUE(two->wait(10000));
+    EXPECT_TRUE(processor->getRuns().empty());
+}
+
+TEST_F(ProcessorTest, StopCallsAbortOnceOnTheApplicationThread)
+{
+    QSemaphore closed(0);
+    gate = &closed;
+    const auto run = processor->start(QStringLiteral("probe a"), nullptr);
+    run->stop();
+    run->stop();
+    EXPECT_TRUE(run->isStopped());
+    ASSERT_TRUE(run->wait(10000));
+    run->stop();
+    Overseer::getInstance()->processWorkers();
+    EXPECT_EQ(aborts, 1);
+}
+
+TEST_F(ProcessorTest, AnExceptionIsLoggedAndTheRunEnds)
+{
+    LogCapture log;
+    const auto run = processor->start(QStringLiteral("probe throw"), nullptr);
+    ASSERT_TRUE(run->wait(10000));
+    EXPECT_FALSE(run->succeeded());
+    EXPECT_TRUE(log.contains(QStringLiteral("The command probe failed: thrown on purpose"))) << log.text();
+}
+
+TEST_F(ProcessorTest, WrongTextsAreRefusedWithOneLine)
+{
+    const std::pair<const char*, const char*> rows[] = {
+        {"nothing", "There is no command \"nothing\"; there are: probe"},
+        {"probe a 1 2", "probe takes 2 arguments at most, 3 were given"},
+        {"probe a numbr=1", "probe has no parameter \"numbr\"; it has: text, number"},
+        {"probe a text=b", "probe: \"text\" was given twice"},
+        {"probe a number=1x",
+         "probe: the value of \"number\" cannot be used: \"1x\" is no whole number between -2147483648 and 2147483647"},
+        {"", "There is no command in the text"},
+        {"a\nb", "There is more than one command"},
+    };
+    for (const auto& [text, message] : rows) {
+        QString error;
+        EXPECT_FALSE(processor->start(QString::fromUtf8(text), &error)) << text;
+        EXPECT_EQ(error.toStdString(), message);
+    }
+    EXPECT_EQ(executed, 0);
+    EXPECT_EQ(alive, 1);
+}
+
+TEST_F(ProcessorTest, ADisabledCommandIsRefused)
+{
+    prototype->disableCommand(true);
+    QString error;
+    EXPECT_FALSE(processor->start(QStringLiteral("probe a"), &error));
+    EXPECT_EQ(error, "probe cannot run now: it is disabled");
+}
+
+TEST_F(ProcessorTest, APrototypeRunsItselfOneRunAtATime)
+{
+    prototype->setInstanceMode(Command::RunPrototype);
+    QSemaphore closed(0);
+    gate = &closed;
+    const auto run = processor->start(QStringLiteral("probe a"), nullptr);
+    ASSERT_TRUE(run);
+    EXPECT_EQ(alive, 1);
+    QString error;
+    EXPECT_FALSE(processor->start(QStringLiteral("probe b"), &error));
+    EXPECT_EQ(error, "probe is still running");
+    closed.release();
+    ASSERT_TRUE(run->wait(10000));
+    EXPECT_EQ(lastText, "a");
+}
+
+TEST_F(ProcessorTest, SignalsComeFromTheEventLoopOnly)
+{
+    QSignalSpy started(processor, &CommandProcessor::runStarted);
+    QSignalSpy finished(processor, &CommandProcessor::runFinished);
+    QSignalSpy enabled(processor, &CommandProcessor::commandEnabledChanged);
+    const auto run = processor->start(QStringLiteral("probe a"), nullptr);
+    prototype->disableCommand(true);
+    prototype->disableCommand(false);
+    EXPECT_TRUE(run->wait(10000));
+    EXPECT_EQ(started.count() + finished.count() + enabled.count(), 0);
+    ASSERT_TRUE(processUntil([&] { return finished.count() == 1; }));
+    EXPECT_EQ(started.count(), 1);
+    ASSERT_GE(enabled.count(), 1);
+    EXPECT_EQ(enabled.last().at(1).toBool(), true) << "the last call wins";
+}
+
+TEST_F(ProcessorTest, RemovingAPrototypeStopsItsRuns)
+{
+    QSemaphore closed(0);
+    gate = &closed;
+    const auto run = processor->start(QStringLiteral("probe a"), nullptr);
+    processor->removePrimaryCommand(prototype);
+    EXPECT_TRUE(run->isFinished());
+    EXPECT_EQ(aborts, 1);
+    EXPECT_FALSE(processor->getPrimaryCommand(QStringLiteral("probe")));
+}
+
+TEST_F(ProcessorTest, ACloneHasTheValuesTheSetAndTheAnnounceFlag)
+{
+    CommandArguments arguments;
+    arguments.positional = QStringList{"x", "12"};
+    ASSERT_TRUE(prototype->setParameters(arguments, nullptr));
+    prototype->setAnnouncesChanges(false);
+    Command* copy = prototype->clone();
+    ASSERT_TRUE(copy);
+    EXPECT_EQ(copy->getCurrentParameterSetId(), 3);
+    EXPECT_EQ(copy->getCurrentParameterSet()->at(1)->toString(), "12");
+    EXPECT_NE(copy->getCurrentParameterSet()->at(1)->getValuePointer(),
+              prototype->getCurrentParameterSet()->at(1)->getValuePointer());
+    EXPECT_FALSE(copy->announcesChanges());
+    processor->destroyCommand(copy);
+}
+
+TEST(FunctionCommands, RunInOrderLaterAndAreDeleted)
+{
+    auto* processor = Overseer::getInstance()->getCommandProcessor();
+    std::vector<int> order;
+    std::atomic<bool> inside{true};
+    bool synchronous = false;
+    for (int i = 0; i < 20; ++i)
+        processor->processCommand(new FunctionCommand(
+                                      [&, i] {
+                                          if (i == 0)
+                                              while (inside) // the caller has left the loop below
+                                                  QThread::yieldCurrentThread();
+                                          order.push_back(i);
+                                      },
+                                      true),
+                                  1, false);
+    synchronous = !order.empty();
+    inside = false;
+    processor->drain();
+    EXPECT_FALSE(synchronous);
+    ASSERT_EQ(order.size(), 20u);
+    for (int i = 0; i < 20; ++i)
+        EXPECT_EQ(order[std::size_t(i)], i);
+}
+
+TEST(FunctionCommands, ExecutionValueZeroRunsNothing)
+{
+    auto* processor = Overseer::getInstance()->getCommandProcessor();
+    bool ran = false;
+    FunctionCommand command([&ran] { ran = true; }, false);
+    EXPECT_FALSE(processor->processCommand(&command, 0, true));
+    processor->drain();
+    EXPECT_FALSE(ran);
+}

@@ -1,0 +1,114 @@
+#include "kernel/events/eventhandler.h"
+#include "kernel/main/eventmanager.h"
+#include "tests/support/logcapture.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <thread>
+
+using tov::events::EventHandler;
+using tov::main::Event;
+using tov::main::EventManager;
+
+TEST(EventHandler, TheSameNameGivesTheSameNumber)
+{
+    auto* handler = EventHandler::getInstance();
+    const auto first = handler->addEvent("TestCategory", "ONE");
+    EXPECT_NE(first, 0);
+    EXPECT_EQ(handler->addEvent("TestCategory", "ONE"), first);
+    EXPECT_NE(handler->addEvent("TestCategory", "TWO"), first);
+    EXPECT_NE(handler->addEvent("Other", "ONE"), first);
+    EXPECT_EQ(handler->getEventType("TestCategory", "ONE"), first);
+    EXPECT_EQ(handler->getEventType("TestCategory", "NEVER"), 0);
+    EXPECT_EQ(handler->getEventName(first), "TestCategory/ONE");
+}
+
+TEST(EventHandler, TextsAreCopied)
+{
+    char name[] = "VOLATILE";
+    const auto type = EventHandler::getInstance()->addEvent("TestCategory", name);
+    name[0] = 'X';
+    EXPECT_EQ(EventHandler::getInstance()->getEventName(type), "TestCategory/VOLATILE");
+}
+
+TEST(EventHandler, RegistrationIsCounted)
+{
+    auto* handler = EventHandler::getInstance();
+    EXPECT_FALSE(handler->isRegistered("Counted"));
+    handler->registerEventTypes("Counted");
+    handler->registerEventTypes("Counted");
+    handler->unregisterEventTypes("Counted");
+    EXPECT_TRUE(handler->isRegistered("Counted"));
+    handler->unregisterEventTypes("Counted");
+    EXPECT_FALSE(handler->isRegistered("Counted"));
+}
+
+TEST(EventManager, CallsInOrderAtOnceWithSenderAndData)
+{
+    const auto type = EventHandler::getInstance()->addEvent("TestCategory", "FIRED");
+    std::vector<int> calls;
+    int owner = 0, sender = 0, data = 0;
+    auto* manager = EventManager::getInstance();
+    const void* key = &owner;
+    manager->registerEventFunction(type, [&](const Event* e) { calls.push_back(e->getData() == &data ? 1 : -1); }, key);
+    manager->registerEventFunction(type, [&](const Event*) { calls.push_back(2); }, key, &sender);
+    manager->fireEvent(Event(type, nullptr, &data));
+    EXPECT_EQ(calls, (std::vector<int>{1}));
+    manager->fireEvent(Event(type, &sender, &data));
+    EXPECT_EQ(calls, (std::vector<int>{1, 1, 2}));
+    manager->unregisterAllEventFunctionsOf(key);
+    manager->fireEvent(Event(type, &sender, &data));
+    EXPECT_EQ(calls.size(), 3u);
+}
+
+TEST(EventManager, AFunctionMayUnregisterItsOwner)
+{
+    const auto type = EventHandler::getInstance()->addEvent("TestCategory", "SELF");
+    int owner = 0, calls = 0;
+    const void* key = &owner;
+    auto* manager = EventManager::getInstance();
+    manager->registerEventFunction(type, [&](const Event*) {
+        ++calls;
+        manager->unregisterAllEventFunctionsOf(key);
+    }, key);
+    manager->fireEvent(Event(type));
+    manager->fireEvent(Event(type));
+    EXPECT_EQ(calls, 1);
+}
+
+TEST(EventManager, UnregisteringWaitsForCallsOnOtherThreads)
+{
+    const auto type = EventHandler::getInstance()->addEvent("TestCategory", "THREADS");
+    auto* manager = EventManager::getInstance();
+    for (int round = 0; round < 50; ++round) {
+        auto target = std::make_unique<std::atomic<int>>(0);
+        std::atomic<int>* raw = target.get();
+        const void* key = raw;
+        manager->registerEventFunction(type, [raw](const Event*) {
+            for (int i = 0; i < 100; ++i)
+                raw->fetch_add(1);
+        }, key);
+        std::thread firing([&] { manager->fireEvent(Event(type)); });
+        manager->unregisterAllEventFunctionsOf(key);
+        const int after = raw->load();
+        EXPECT_TRUE(after == 0 || after == 100) << after;
+        target.reset(); // the sanitizers would see a late call
+        firing.join();
+    }
+}
+
+TEST(EventManager, AnExceptionDoesNotStopTheOthers)
+{
+    const auto type = EventHandler::getInstance()->addEvent("TestCategory", "THROWS");
+    int owner = 0, calls = 0;
+    const void* key = &owner;
+    auto* manager = EventManager::getInstance();
+    manager->registerEventFunction(type, [](const Event*) { throw std::runtime_error("inside"); }, key);
+    manager->registerEventFunction(type, [&](const Event*) { ++calls; }, key);
+    tov::test::LogCapture log;
+    manager->fireEvent(Event(type));
+    EXPECT_EQ(calls, 1);
+    EXPECT_TRUE(log.contains(QStringLiteral("A function for the event TestCategory/THROWS failed: inside"))) << log.text();
+    manager->unregisterAllEventFunctionsOf(key);
+}
