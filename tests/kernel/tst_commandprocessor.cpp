@@ -7,6 +7,7 @@
 #include "kernel/main/settingscommand.h"
 #include "tests/support/logcapture.h"
 
+#include <QCoreApplication>
 #include <QSemaphore>
 #include <QSignalSpy>
 #include <QThread>
@@ -191,6 +192,7 @@ TEST_F(ProcessorTest, APrototypeRunsItselfOneRunAtATime)
 
 TEST_F(ProcessorTest, SignalsComeFromTheEventLoopOnly)
 {
+    QCoreApplication::processEvents(); // what earlier runs have posted
     QSignalSpy started(processor, &CommandProcessor::runStarted);
     QSignalSpy finished(processor, &CommandProcessor::runFinished);
     QSignalSpy enabled(processor, &CommandProcessor::commandEnabledChanged);

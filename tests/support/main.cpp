@@ -24,8 +24,6 @@ int main(int argc, char** argv)
     QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
     tov::platform::setDefaultFormat();
     tov::platform::prepareHeadless(QStringLiteral(TOV_BINARY_DIR "/bin/plugins"));
-    if (qEnvironmentVariableIsEmpty("XDG_RUNTIME_DIR"))
-        qputenv("XDG_RUNTIME_DIR", "/tmp");
     QApplication application(argc, argv);
     std::setlocale(LC_NUMERIC, "C");
     // The tests' settings are never the user's.
