@@ -1,0 +1,395 @@
+#include "plugins/video/common/ffmpegencoder.h"
+
+#include "kernel/log/logger.h"
+#include "plugins/video/common/ffmpegoutput.h"
+#include "plugins/video/common/framereader.h"
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavfilter/avfilter.h>
+#include <libavfilter/buffersink.h>
+#include <libavfilter/buffersrc.h>
+#include <libavformat/avformat.h>
+#include <libavutil/opt.h>
+#include <libavutil/pixdesc.h>
+#include <libswscale/swscale.h>
+}
+
+#include <algorithm>
+#include <atomic>
+
+namespace tov::plugins::video {
+
+using tov::log::Logger;
+
+namespace {
+
+const char* const SourceFile = "plugins/video/ffmpeg";
+constexpr int ErrorLevel = tov::log::LevelError;
+
+/// Ticks of a frame in the indexed formats: fine enough for every player.
+constexpr int TicksPerFrame = 512;
+constexpr int DefaultFps = 25;
+/// Seconds between key frames at most: how finely players can seek.
+constexpr int KeySeconds = 2;
+
+QString errorText(int averror)
+{
+    char text[AV_ERROR_MAX_STRING_SIZE] = {};
+    av_strerror(averror, text, sizeof text);
+    return QString::fromLocal8Bit(text);
+}
+
+/// What FFmpeg has to say goes into the log, errors only.
+void onFFmpegMessage(void* context, int level, const char* format, va_list arguments)
+{
+    if (level > AV_LOG_ERROR)
+        return;
+    char line[1024];
+    int prefix = 1;
+    av_log_format_line2(context, level, format, arguments, line, sizeof line, &prefix);
+    Logger::log(tov::log::LevelInformation, SourceFile, __LINE__, "ffmpeg", nullptr,
+                QString::fromUtf8(line).trimmed());
+}
+
+struct Freer
+{
+    void operator()(AVCodecContext* p) const { avcodec_free_context(&p); }
+    void operator()(AVFormatContext* p) const { avformat_free_context(p); }
+    void operator()(AVFrame* p) const { av_frame_free(&p); }
+    void operator()(AVPacket* p) const { av_packet_free(&p); }
+    void operator()(AVFilterGraph* p) const { avfilter_graph_free(&p); }
+    void operator()(SwsContext* p) const { sws_freeContext(p); }
+};
+
+template <typename T>
+using Owned = std::unique_ptr<T, Freer>;
+
+bool isRgb(AVPixelFormat format)
+{
+    const AVPixFmtDescriptor* descriptor = av_pix_fmt_desc_get(format);
+    return descriptor && (descriptor->flags & (AV_PIX_FMT_FLAG_RGB | AV_PIX_FMT_FLAG_PAL));
+}
+
+} // namespace
+
+struct FFmpegEncoder::Pipeline
+{
+    std::unique_ptr<Mp4Index> index; ///< null for formats without one
+    std::unique_ptr<FFmpegOutput> output;
+    Owned<AVFormatContext> muxer;
+    Owned<AVCodecContext> codec;
+    Owned<SwsContext> scaler;
+    Owned<AVFilterGraph> graph;
+    AVFilterContext* source = nullptr; ///< the graph's
+    AVFilterContext* sink = nullptr;   ///< the graph's
+    Owned<AVFrame> frame;              ///< in the encoder's (or filter's) format
+    Owned<AVFrame> filtered;
+    Owned<AVPacket> packet;
+    AVStream* stream = nullptr; ///< the muxer's
+    bool headerWritten = false;
+    qint64 firstDts = AV_NOPTS_VALUE;
+};
+
+FFmpegEncoder::FFmpegEncoder(const Format& format) : m_Format(format)
+{
+    static std::atomic<bool> once{false};
+    if (!once.exchange(true))
+        av_log_set_callback(onFFmpegMessage);
+}
+
+FFmpegEncoder::~FFmpegEncoder() = default;
+
+bool FFmpegEncoder::fail(int line, const char* function, const QString& what, int averror)
+{
+    if (!m_Failed)
+        Logger::log(ErrorLevel, SourceFile, line, function, nullptr,
+                    averror ? QStringLiteral("%1: %2").arg(what, errorText(averror)) : what);
+    m_Failed = true;
+    return false;
+}
+
+bool FFmpegEncoder::initEncoding(QIODevice*, bool)
+{
+    // Everything is opened later, on the runner, whose idle scheduling the codec's threads inherit. Refusing here would
+    // strand every chunk, so a problem with the output is not even looked for.
+    return true;
+}
+
+bool FFmpegEncoder::open()
+{
+    d = std::make_unique<Pipeline>();
+    if (!mp_OutputFile)
+        return fail(__LINE__, __func__, QStringLiteral("There is no output file to write the video to"));
+    if (m_Width < 2 || m_Height < 2)
+        return fail(__LINE__, __func__, QStringLiteral("A video of %1 x %2 pixels cannot be encoded").arg(m_Width).arg(m_Height));
+    const int fps = m_Fps > 0 ? m_Fps : DefaultFps;
+    const QString noMemory = QStringLiteral("There is not enough memory to encode the video");
+
+    if (m_Format.indexed)
+        d->index = std::make_unique<Mp4Index>();
+    d->output = std::make_unique<FFmpegOutput>(mp_OutputFile, d->index.get());
+    AVFormatContext* muxer = nullptr;
+    int result = avformat_alloc_output_context2(&muxer, nullptr, m_Format.muxer, nullptr);
+    d->muxer.reset(muxer);
+    if (result < 0 || !d->output->context())
+        return fail(__LINE__, __func__, noMemory, result);
+    muxer->pb = d->output->context();
+    muxer->flags |= AVFMT_FLAG_CUSTOM_IO | AVFMT_FLAG_FLUSH_PACKETS;
+
+    const AVCodec* encoder = avcodec_find_encoder_by_name(m_Format.codec);
+    d->codec.reset(encoder ? avcodec_alloc_context3(encoder) : nullptr);
+    d->frame.reset(av_frame_alloc());
+    d->filtered.reset(av_frame_alloc());
+    d->packet.reset(av_packet_alloc());
+    d->stream = avformat_new_stream(muxer, nullptr);
+    if (!d->codec || !d->frame || !d->filtered || !d->packet || !d->stream)
+        return fail(__LINE__, __func__, noMemory);
+
+    AVCodecContext* codec = d->codec.get();
+    const AVPixelFormat pixelFormat = av_get_pix_fmt(m_Format.pixelFormat);
+    const bool rgb = isRgb(pixelFormat);
+    const bool jpeg = pixelFormat == AV_PIX_FMT_YUVJ420P;
+    codec->width = m_Width;
+    codec->height = m_Height;
+    codec->pix_fmt = pixelFormat;
+    codec->time_base = AVRational{1, fps};
+    codec->framerate = AVRational{fps, 1};
+    codec->gop_size = std::max(1, std::min(250, fps * KeySeconds));
+    codec->sample_aspect_ratio = AVRational{1, 1};
+    // BT.709 in limited range, said so in stream and container; JPEG has its own.
+    codec->color_primaries = AVCOL_PRI_BT709;
+    codec->color_trc = rgb ? AVCOL_TRC_IEC61966_2_1 : AVCOL_TRC_BT709;
+    codec->colorspace = rgb ? AVCOL_SPC_RGB : jpeg ? AVCOL_SPC_BT470BG : AVCOL_SPC_BT709;
+    codec->color_range = rgb || jpeg ? AVCOL_RANGE_JPEG : AVCOL_RANGE_MPEG;
+    if (m_Format.rateControlled)
+        codec->bit_rate = std::max(1000, m_Kbps);
+    codec->thread_count = 0;
+    if (muxer->oformat->flags & AVFMT_GLOBALHEADER)
+        codec->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
+    AVDictionary* options = nullptr;
+    for (const auto& [name, value] : m_Format.codecOptions) {
+        if (qstrcmp(name, "qscale") == 0) {
+            codec->flags |= AV_CODEC_FLAG_QSCALE;
+            codec->global_quality = FF_QP2LAMBDA * atoi(value);
+        } else {
+            av_dict_set(&options, name, value, 0);
+        }
+    }
+    result = avcodec_open2(codec, encoder, &options);
+    av_dict_free(&options);
+    if (result < 0)
+        return fail(__LINE__, __func__, QStringLiteral("The codec %1 cannot be opened").arg(QLatin1String(m_Format.codec)),
+                    result);
+
+    // Frames come to the filter, where there is one, as they are.
+    d->frame->format = m_Format.filter ? AV_PIX_FMT_BGR0 : pixelFormat;
+    d->frame->width = m_Width;
+    d->frame->height = m_Height;
+    d->frame->color_range = codec->color_range;
+    d->frame->colorspace = codec->colorspace;
+    d->frame->color_primaries = codec->color_primaries;
+    d->frame->color_trc = codec->color_trc;
+    if (av_frame_get_buffer(d->frame.get(), 0) < 0)
+        return fail(__LINE__, __func__, noMemory);
+    const AVPixelFormat from = m_Format.alpha ? AV_PIX_FMT_BGRA : AV_PIX_FMT_BGR0;
+    d->scaler.reset(sws_getContext(m_Width, m_Height, from, m_Width, m_Height, AVPixelFormat(d->frame->format),
+                                   SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT | SWS_FULL_CHR_H_INP, nullptr,
+                                   nullptr, nullptr));
+    if (!d->scaler)
+        return fail(__LINE__, __func__, noMemory);
+    if (!rgb) {
+        const int* coefficients = sws_getCoefficients(jpeg ? SWS_CS_ITU601 : SWS_CS_ITU709);
+        sws_setColorspaceDetails(d->scaler.get(), sws_getCoefficients(SWS_CS_DEFAULT), 1, coefficients, jpeg ? 1 : 0, 0,
+                                 1 << 16, 1 << 16);
+    }
+    if (m_Format.filter && !openFilter())
+        return false;
+
+    avcodec_parameters_from_context(d->stream->codecpar, codec);
+    d->stream->time_base = m_Format.indexed ? AVRational{1, fps * TicksPerFrame} : codec->time_base;
+    d->stream->avg_frame_rate = codec->framerate;
+    d->stream->r_frame_rate = codec->framerate;
+    for (const auto& [name, value] : m_Format.muxerOptions)
+        av_dict_set(&options, name, value, 0);
+    if (m_Format.indexed) {
+        av_dict_set(&options, "movflags", "+empty_moov+default_base_moof+skip_trailer+write_colr", 0);
+        av_dict_set(&options, "frag_duration", "1000000", 0);
+        av_dict_set(&options, "use_editlist", "0", 0);
+        av_dict_set_int(&options, "video_track_timescale", fps * TicksPerFrame, 0);
+    }
+    result = avformat_write_header(muxer, &options);
+    av_dict_free(&options);
+    if (result < 0)
+        return fail(__LINE__, __func__, QStringLiteral("The video file cannot be written"), result);
+    d->headerWritten = true;
+    return true;
+}
+
+bool FFmpegEncoder::openFilter()
+{
+    d->graph.reset(avfilter_graph_alloc());
+    char arguments[256];
+    const AVRational base = d->codec->time_base;
+    std::snprintf(arguments, sizeof arguments, "video_size=%dx%d:pix_fmt=%d:time_base=%d/%d:pixel_aspect=1/1", m_Width,
+                  m_Height, d->frame->format, base.num, base.den);
+    int result = d->graph ? avfilter_graph_create_filter(&d->source, avfilter_get_by_name("buffer"), "in", arguments,
+                                                         nullptr, d->graph.get())
+                          : AVERROR(ENOMEM);
+    if (result >= 0)
+        result = avfilter_graph_create_filter(&d->sink, avfilter_get_by_name("buffersink"), "out", nullptr, nullptr,
+                                              d->graph.get());
+    if (result >= 0) {
+        AVFilterInOut* outputs = avfilter_inout_alloc();
+        AVFilterInOut* inputs = avfilter_inout_alloc();
+        outputs->name = av_strdup("in");
+        outputs->filter_ctx = d->source;
+        outputs->pad_idx = 0;
+        outputs->next = nullptr;
+        inputs->name = av_strdup("out");
+        inputs->filter_ctx = d->sink;
+        inputs->pad_idx = 0;
+        inputs->next = nullptr;
+        result = avfilter_graph_parse_ptr(d->graph.get(), m_Format.filter, &inputs, &outputs, nullptr);
+        avfilter_inout_free(&inputs);
+        avfilter_inout_free(&outputs);
+    }
+    if (result >= 0)
+        result = avfilter_graph_config(d->graph.get(), nullptr);
+    return result >= 0 || fail(__LINE__, __func__, QStringLiteral("The colours cannot be converted"), result);
+}
+
+bool FFmpegEncoder::encodeChunk(QIODevice* chunk, bool isLast)
+{
+    const qint64 frameBytes = qint64(m_Width) * m_Height * 4;
+    if (frameBytes > 0 && !m_Failed) {
+        FrameReader reader(chunk, frameBytes);
+        while (const uchar* frame = reader.next()) {
+            if (std::atomic_ref<bool>(m_Aborted).load())
+                return true;
+            if (!d && !open())
+                break;
+            if (!encodeFrame(frame))
+                break;
+        }
+        if (reader.failed())
+            fail(__LINE__, __func__, QStringLiteral("A chunk of the recording cannot be read back"));
+        else if (reader.remainder() > 0 && !m_Failed)
+            Logger::log(ErrorLevel, SourceFile, __LINE__, __func__, nullptr,
+                        QStringLiteral("The last %1 bytes of a chunk are no whole frame and are dropped")
+                            .arg(reader.remainder()));
+    }
+    if (isLast && !std::atomic_ref<bool>(m_Aborted).load())
+        finish();
+    return true;
+}
+
+bool FFmpegEncoder::encodeFrame(const uchar* bgra)
+{
+    if (m_Format.alpha)
+        bgra = m_Alpha.convert(bgra, qint64(m_Width) * m_Height);
+    // The codec may still hold the frame before.
+    int result = av_frame_make_writable(d->frame.get());
+    if (result < 0)
+        return fail(__LINE__, __func__, QStringLiteral("There is not enough memory to encode the video"), result);
+    const uint8_t* const planes[4] = {bgra, nullptr, nullptr, nullptr};
+    const int strides[4] = {m_Width * 4, 0, 0, 0};
+    sws_scale(d->scaler.get(), planes, strides, 0, m_Height, d->frame->data, d->frame->linesize);
+    d->frame->pts = m_Frames++;
+    return d->graph ? filterAndSend(false) : send(false);
+}
+
+bool FFmpegEncoder::filterAndSend(bool flush)
+{
+    int result = av_buffersrc_add_frame_flags(d->source, flush ? nullptr : d->frame.get(), AV_BUFFERSRC_FLAG_KEEP_REF);
+    while (result >= 0) {
+        result = av_buffersink_get_frame(d->sink, d->filtered.get());
+        if (result == AVERROR(EAGAIN) || result == AVERROR_EOF)
+            break;
+        if (result < 0)
+            break;
+        std::swap(d->frame, d->filtered);
+        const bool sent = send(false);
+        std::swap(d->frame, d->filtered);
+        av_frame_unref(d->filtered.get());
+        if (!sent)
+            return false;
+    }
+    if (result < 0 && result != AVERROR(EAGAIN) && result != AVERROR_EOF)
+        return fail(__LINE__, __func__, QStringLiteral("The colours of a frame cannot be converted"), result);
+    return !flush || send(true);
+}
+
+bool FFmpegEncoder::send(bool flush)
+{
+    AVCodecContext* codec = d->codec.get();
+    int result = avcodec_send_frame(codec, flush ? nullptr : d->frame.get());
+    if (result < 0 && result != AVERROR_EOF)
+        return fail(__LINE__, __func__, QStringLiteral("A frame cannot be encoded"), result);
+    for (;;) {
+        result = avcodec_receive_packet(codec, d->packet.get());
+        if (result == AVERROR(EAGAIN) || result == AVERROR_EOF)
+            return true;
+        if (result < 0)
+            return fail(__LINE__, __func__, QStringLiteral("A frame cannot be encoded"), result);
+        AVPacket* packet = d->packet.get();
+        packet->stream_index = d->stream->index;
+        if (packet->duration == 0)
+            packet->duration = 1;
+        if (d->firstDts == AV_NOPTS_VALUE)
+            d->firstDts = packet->dts;
+        // Decoding begins at 0: codecs that reorder begin below.
+        if (m_Format.indexed) {
+            packet->pts -= d->firstDts;
+            packet->dts -= d->firstDts;
+        }
+        av_packet_rescale_ts(packet, codec->time_base, d->stream->time_base);
+        if (d->index)
+            d->index->addSample({packet->pts, packet->dts, (packet->flags & AV_PKT_FLAG_KEY) != 0});
+        result = av_interleaved_write_frame(d->muxer.get(), packet);
+        if (result < 0 || d->output->failed())
+            return fail(__LINE__, __func__,
+                        QStringLiteral("The video file cannot be written any further; what is in it can be played"),
+                        result < 0 ? result : AVERROR(EIO));
+    }
+}
+
+void FFmpegEncoder::finish()
+{
+    if (m_Finished || !d)
+        return;
+    m_Finished = true;
+    if (d->headerWritten && !m_Failed && (d->graph ? filterAndSend(true) : send(true))) {
+        int result = av_write_trailer(d->muxer.get());
+        avio_flush(d->muxer->pb);
+        if (result >= 0 && d->output->failed())
+            result = AVERROR(EIO);
+        if (result < 0) {
+            fail(__LINE__, __func__, QStringLiteral("The video file cannot be completed; what is in it can be played"), result);
+        } else if (d->index && d->index->hasSamples()) {
+            // From fragments to one indexed file: the index behind everything, then the patch near the head. Should the
+            // index not fit on the disk, the fragments still play.
+            const QByteArray index = d->index->finalIndex(TicksPerFrame, quint32(d->stream->time_base.den));
+            const qint64 end = mp_OutputFile->pos();
+            const QByteArray patch = d->index->patch(end);
+            if (index.isEmpty() || !d->output->write(index.constData(), index.size()) ||
+                !d->output->seek(d->index->patchPosition()) || !d->output->write(patch.constData(), patch.size()))
+                fail(__LINE__, __func__,
+                     QStringLiteral("The video file's index cannot be written; it plays, but players seek slowly"));
+        }
+    }
+    d.reset();
+}
+
+void FFmpegEncoder::finishEncoding()
+{
+    // After an abort the file is closed and gone already.
+    if (std::atomic_ref<bool>(m_Aborted).load()) {
+        d.reset();
+        return;
+    }
+    finish();
+    d.reset();
+}
+
+} // namespace tov::plugins::video

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "plugins/video/common/mp4index.h"
+
+#include <QIODevice>
+
+#include <memory>
+
+struct AVIOContext;
+
+namespace tov::plugins::video {
+
+/// FFmpeg's output into a device that can be written and positioned, but not read. What is written reaches the file at
+/// once. After a failure nothing more is written.
+class FFmpegOutput
+{
+public:
+    /// `device` outlives this. `index`: null, or what filters a file of fragments (no positioning then).
+    FFmpegOutput(QIODevice* device, Mp4Index* index);
+    FFmpegOutput(const FFmpegOutput&) = delete;
+    FFmpegOutput& operator=(const FFmpegOutput&) = delete;
+    ~FFmpegOutput();
+
+    /// Null when there is no memory for it.
+    AVIOContext* context() const { return mp_Context; }
+    bool failed() const { return m_Failed; }
+    /// Writes past the muxer; false on failure.
+    bool write(const char* data, qint64 size);
+    bool seek(qint64 position);
+
+private:
+    static int onWrite(void* self, std::uint8_t* data, int size);
+    static std::int64_t onSeek(void* self, std::int64_t offset, int whence);
+
+    QIODevice* mp_Device; ///< not owned
+    Mp4Index* mp_Index;   ///< not owned
+    AVIOContext* mp_Context = nullptr;
+    bool m_Failed = false;
+};
+
+} // namespace tov::plugins::video

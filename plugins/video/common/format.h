@@ -1,0 +1,30 @@
+#pragma once
+
+#include <utility>
+#include <vector>
+
+namespace tov::plugins::video {
+
+/// One file format: what is registered, and how FFmpeg makes it.
+struct Format
+{
+    const char* extension;   ///< complete suffix, lower case, no leading dot
+    const char* description; ///< for the save dialog
+    const char* muxer;       ///< FFmpeg's name
+    const char* codec;       ///< FFmpeg's encoder name
+    const char* pixelFormat; ///< FFmpeg's name
+    bool alpha;              ///< stores straight alpha; otherwise alpha is ignored
+    bool rateControlled;     ///< the bit rate setting holds
+    bool indexed;            ///< fragments that become one indexed file at the end (mp4, mov)
+    const char* filter;      ///< filter graph between frames and encoder, or null
+    std::vector<std::pair<const char*, const char*>> codecOptions;
+    std::vector<std::pair<const char*, const char*>> muxerOptions;
+};
+
+/// The formats of this family, all of them.
+const std::vector<Format>& formats();
+
+/// True when the FFmpeg libraries of this machine can make the format.
+bool isAvailable(const Format& format);
+
+} // namespace tov::plugins::video

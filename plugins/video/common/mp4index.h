@@ -1,0 +1,65 @@
+#pragma once
+
+#include <QByteArray>
+
+#include <cstdint>
+#include <vector>
+
+namespace tov::plugins::video {
+
+/// Turns a growing file of fragments into one ordinary indexed file at the end, by writing an index behind everything
+/// and patching 16 bytes near the head; nothing is read back. While it grows, the file plays as fragments do.
+///
+/// The muxer's bytes pass through `filter`, which puts a 16-byte "free" box behind the file's type. At the end that box
+/// becomes the head of one "mdat" which swallows the preliminary index and all fragments, and `finalIndex` goes behind.
+class Mp4Index
+{
+public:
+    /// What has to be known of each packet, in the order in which they went into the muxer.
+    struct Sample
+    {
+        std::int64_t pts; ///< in `timeScale` units, the first dts being 0
+        std::int64_t dts;
+        bool key;
+    };
+
+    /// Takes the next bytes that the muxer writes, returns what is to be written to the file in their place.
+    QByteArray filter(const std::uint8_t* data, int size);
+    void addSample(const Sample& sample) { m_Samples.push_back(sample); }
+    bool hasSamples() const { return !m_Samples.empty(); }
+
+    /// The index for all samples, from the preliminary one: `duration` of a frame and `timeScale` as the samples' times
+    /// count. Empty when the fragments do not hold what the samples say.
+    QByteArray finalIndex(std::int64_t frameDuration, std::uint32_t timeScale) const;
+    /// Position and contents of the patch near the head, once `finalIndex` has been written at `fileSize`.
+    std::int64_t patchPosition() const { return m_FreePosition; }
+    QByteArray patch(std::int64_t fileSize) const;
+
+private:
+    void readFragment();
+
+    struct Range
+    {
+        std::int64_t begin;
+        std::int64_t size;
+    };
+
+    QByteArray m_Head;                 ///< bytes of the box head that is being collected
+    std::int64_t m_Written = 0;        ///< bytes given out so far
+    std::int64_t m_BoxLeft = 0;        ///< bytes of the current box that are still to come
+    enum class Keep
+    {
+        Nothing,
+        Index,    ///< the preliminary index
+        Fragment, ///< the head of a fragment
+    };
+    Keep m_Keep = Keep::Nothing;       ///< what the current box is
+    QByteArray m_Moov;                 ///< the preliminary index
+    QByteArray m_Moof;                 ///< the fragment head that is being collected
+    std::vector<std::uint32_t> m_Sizes; ///< of the samples, as the muxer laid them down
+    std::int64_t m_FreePosition = -1;
+    std::vector<Range> m_Data;         ///< payloads of the fragments' data boxes
+    std::vector<Sample> m_Samples;
+};
+
+} // namespace tov::plugins::video
