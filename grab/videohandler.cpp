@@ -29,6 +29,7 @@
 #include <GL/glu.h>
 
 #include <atomic>
+#include <functional>
 #include <limits>
 #include <new>
 
@@ -74,14 +75,20 @@ void logError(int line, const char* function, const QString& message)
     Logger::log(ErrorLevel, SourceFile, line, function, nullptr, message);
 }
 
+/// Runs a function on the application thread and waits for it.
+void onApplicationThread(std::function<void()> function)
+{
+    Worker* worker = new WorkerDelegate::InternalWorker(new FunctionDelegate(std::move(function)), false);
+    worker->setWait(true);
+    Overseer::getInstance()->transmitWorker(worker);
+    worker->wait();
+}
+
 /// Returns once everything that was handed to the application thread before has run there, and every slot that it was
 /// in has returned.
 void barrier()
 {
-    Worker* worker = new WorkerDelegate::InternalWorker(new FunctionDelegate([] {}), false);
-    worker->setWait(true);
-    Overseer::getInstance()->transmitWorker(worker);
-    worker->wait();
+    onApplicationThread([] {});
 }
 
 /// The next even number, in unsigned arithmetic.
@@ -111,7 +118,7 @@ protected:
     QIODevice* rotated(QIODevice* chunk);
 
 public:
-    bool m_Stop = false; ///< reached through `load` and `store`
+    bool m_Stop = false;      ///< reached through `load` and `store`
     VideoHandler* mp_Handler; ///< not owned
 };
 
@@ -119,10 +126,7 @@ public:
 class VideoHandler::SyncedGrabber : public VideoHandler::Grabber
 {
 public:
-    explicit SyncedGrabber(VideoHandler* handler) : Grabber(handler)
-    {
-        setObjectName(QStringLiteral("SyncedGrabber"));
-    }
+    explicit SyncedGrabber(VideoHandler* handler) : Grabber(handler) { setObjectName(QStringLiteral("SyncedGrabber")); }
     ~SyncedGrabber() override {}
     void run() override;
 };
@@ -152,6 +156,8 @@ bool VideoHandler::start(Grabber* grabber, const QString& filename, int width, i
     if (!initStart(filename, width, height, panel)) {
         delete mp_Grabber;
         mp_Grabber = nullptr;
+        // Nothing tells a recording that does not run when its panel goes.
+        mp_Panel = nullptr;
         return false;
     }
     mp_Grabber->start(priority);
@@ -201,12 +207,13 @@ void VideoHandler::reset()
     delete mp_Encoder;
     mp_Encoder = nullptr;
     m_Running = false;
-    m_Mutex.lock();
-    if (mp_Panel) {
-        QObject::disconnect(mp_Panel, nullptr, this, nullptr);
-        mp_Panel = nullptr;
-    }
-    m_Mutex.unlock();
+    // Where panels die, so that this one does not die in the middle.
+    onApplicationThread([this] {
+        if (mp_Panel) {
+            QObject::disconnect(mp_Panel, nullptr, this, nullptr);
+            mp_Panel = nullptr;
+        }
+    });
     // The OpenGL objects of a start that was refused after they were made stay, by design.
 }
 
@@ -263,11 +270,7 @@ bool VideoHandler::initGL()
 {
     if (QThread::currentThread() != Overseer::getInstance()->getApplicationThread()) {
         bool result = false;
-        Worker* worker =
-            new WorkerDelegate::InternalWorker(new FunctionDelegate([this, &result] { result = initGL(); }), false);
-        worker->setWait(true);
-        Overseer::getInstance()->transmitWorker(worker);
-        worker->wait();
+        onApplicationThread([this, &result] { result = initGL(); });
         return result;
     }
     m_MaxTextureSize = 0;
@@ -414,8 +417,8 @@ void VideoHandler::releaseGL()
             mp_Context->doneCurrent();
         mp_Context->moveToThread(QCoreApplication::instance()->thread());
         mp_Surface->moveToThread(QCoreApplication::instance()->thread());
-        Overseer::getInstance()->transmitWorker(new WorkerDelegate::InternalWorker(
-            new Delegate0<VideoHandler>(this, &VideoHandler::releaseGL), false));
+        Overseer::getInstance()->transmitWorker(
+            new WorkerDelegate::InternalWorker(new Delegate0<VideoHandler>(this, &VideoHandler::releaseGL), false));
         return;
     }
     // Framebuffer objects are not shared between contexts: this one dies in the context that made it, or it would take

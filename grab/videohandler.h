@@ -37,8 +37,8 @@ public:
     /// is no capture thread.
     ~VideoHandler() override;
 
-    /// Starts a free-running recording, paced at one frame per 40 ms. Sizes in pixels, rounded up to even numbers; 0 for
-    /// either takes both from the panel. False, logged, when it could not start. Thread: application.
+    /// Starts a free-running recording, paced at one frame per 40 ms. Sizes in pixels, rounded up to even numbers; 0
+    /// for either takes both from the panel. False, logged, when it could not start. Thread: application.
     bool startGrabbing(const QString& filename, int width, int height, tov::gui::ScenePanel* panel);
     /// Starts a recording that steps the selected trajectory, one frame a position from the current one on.
     /// Thread: application.
@@ -78,11 +78,11 @@ private:
 
     bool m_Running = false;
     QString m_FileName;
-    tov::gui::ScenePanel* mp_Panel = nullptr; ///< not owned; guarded by m_Mutex while capturing
-    Grabber* mp_Grabber = nullptr;            ///< owned
-    QOpenGLFramebufferObject* mp_Fbo = nullptr; ///< owned
-    QOpenGLContext* mp_Context = nullptr;       ///< owned
-    QOffscreenSurface* mp_Surface = nullptr;    ///< owned
+    tov::gui::ScenePanel* mp_Panel = nullptr;     ///< not owned; guarded by m_Mutex while capturing
+    Grabber* mp_Grabber = nullptr;                ///< owned
+    QOpenGLFramebufferObject* mp_Fbo = nullptr;   ///< owned
+    QOpenGLContext* mp_Context = nullptr;         ///< owned
+    QOffscreenSurface* mp_Surface = nullptr;      ///< owned
     tov::scene::SceneDrawer* mp_Drawer = nullptr; ///< owned
     int m_Width;                                  ///< pixels, even; set by the start
     int m_Height;                                 ///< pixels, even; set by the start

@@ -30,8 +30,8 @@ public:
     /// Replaces the list; the position is cut to it. Thread: application.
     void setMatrixMapList(MatrixMapList list);
     unsigned long getPosition() const;
-    /// Moves the elements and the camera of the panels that follow; beyond the end nothing moves. An edit of the scene's
-    /// transforms: it takes the scene lock itself and waits while a picture is being made. Thread: any.
+    /// Moves the elements and the camera of the panels that follow; beyond the end nothing moves. An edit of the
+    /// scene's transforms: it takes the scene lock itself and waits while a picture is being made. Thread: any.
     void setPosition(unsigned long position);
 
 private:

@@ -9,6 +9,7 @@
 #include "trajectory/trajectoryreader.h"
 #include "trajectory/trajectorysignals.h"
 
+#include <QCoreApplication>
 #include <QFile>
 #include <QFileInfo>
 
@@ -37,7 +38,13 @@ struct TrajectoryHandler::Private
 
 TrajectoryHandler* TrajectoryHandler::getInstance()
 {
-    static TrajectoryHandler* instance = new TrajectoryHandler;
+    static TrajectoryHandler* instance = [] {
+        auto* handler = new TrajectoryHandler;
+        // Whoever asks first, the signals are the application thread's.
+        if (QCoreApplication::instance())
+            handler->moveToThread(QCoreApplication::instance()->thread());
+        return handler;
+    }();
     return instance;
 }
 
@@ -133,6 +140,8 @@ bool TrajectoryHandler::openFile(const QString& fileName, QString* error)
     if (file.size() > MaxFileSize)
         return fail(tr("it is larger than 256 MiB"));
     const QByteArray data = file.readAll();
+    if (file.error() != QFileDevice::NoError)
+        return fail(file.errorString());
     QString reason;
     if (csv) {
         std::vector<Point> points;
@@ -141,8 +150,7 @@ bool TrajectoryHandler::openFile(const QString& fileName, QString* error)
         d->plain.setPoints(std::move(points));
     } else {
         MatrixMapList list;
-        if (!(json ? TrajectoryReader::readJson(data, list, &reason)
-                   : TrajectoryReader::readTum(data, list, &reason)))
+        if (!(json ? TrajectoryReader::readJson(data, list, &reason) : TrajectoryReader::readTum(data, list, &reason)))
             return fail(reason);
         d->advanced.setMatrixMapList(std::move(list));
     }

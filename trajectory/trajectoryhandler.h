@@ -42,7 +42,8 @@ public:
 
     /// Reads a file and selects it at position 0. By suffix: csv = a point "x,y,z" a line; tum, txt = a camera pose
     /// "t x y z qx qy qz qw" a line (camera to scene; the camera looks along +z with y down); json = a list of objects,
-    /// element name to 16 numbers row by row (element to scene), "camera" being eye to scene in OpenGL's axes. On failure false, one line with the file's line in `error`, and the selection stays. Thread: application.
+    /// element name to 16 numbers row by row (element to scene), "camera" being eye to scene in OpenGL's axes. On
+    /// failure false, one line with the file's line in `error`, and the selection stays. Thread: application.
     bool openFile(const QString& fileName, QString* error);
     /// Selects a trajectory that turns the camera once about the scene in `count` positions (at least 1), starting from
     /// the view of the active panel. Thread: application.

@@ -59,7 +59,8 @@ bool forEachLine(const QByteArray& data, bool headingAllowed, QString* error, Ta
     std::vector<double> numbers;
     int lineNumber = 0;
     bool first = true;
-    for (int begin = 0; begin < data.size();) {
+    const int mark = data.startsWith("\xEF\xBB\xBF") ? 3 : 0; // some editors begin their files so
+    for (int begin = mark; begin < data.size();) {
         int end = data.indexOf('\n', begin);
         if (end < 0)
             end = data.size();
@@ -73,7 +74,7 @@ bool forEachLine(const QByteArray& data, bool headingAllowed, QString* error, Ta
             continue;
         QString wrong;
         if (!readNumbers(line, numbers, wrong)) {
-            if (first && headingAllowed) {
+            if (first && headingAllowed && numbers.empty()) {
                 first = false;
                 continue;
             }
@@ -162,8 +163,10 @@ bool TrajectoryReader::readJson(const QByteArray& data, MatrixMapList& list, QSt
         for (auto it = object.begin(); it != object.end(); ++it) {
             const QJsonArray numbers = it.value().toArray();
             if (numbers.size() != 16)
-                return fail(tr("position %1: \"%2\" has %3 numbers instead of 16").arg(number).arg(it.key()).arg(
-                    numbers.size()));
+                return fail(tr("position %1: \"%2\" has %3 numbers instead of 16")
+                                .arg(number)
+                                .arg(it.key())
+                                .arg(numbers.size()));
             tov::math::Matrix4 matrix;
             for (int i = 0; i < 16; ++i) {
                 if (!numbers[i].isDouble() || !std::isfinite(numbers[i].toDouble()))

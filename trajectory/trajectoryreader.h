@@ -14,7 +14,7 @@ namespace tov::trajectory {
 class TOV_EXPORT TrajectoryReader
 {
 public:
-    /// "x,y,z" a line; blanks or semicolons part as well; "#" begins a comment; one heading line is skipped.
+    /// "x,y,z" a line; blanks or semicolons part as well; "#" begins a comment; a heading line is skipped.
     static bool readCsv(const QByteArray& data, std::vector<Point>& points, QString* error);
     /// "t x y z qx qy qz qw" a line, camera to scene; "#" begins a comment.
     static bool readTum(const QByteArray& data, MatrixMapList& list, QString* error);

@@ -28,6 +28,8 @@
 #include <boost/bind/bind.hpp>
 
 #include <atomic>
+#include <functional>
+#include <utility>
 
 namespace tov::commands::grab {
 
@@ -64,8 +66,8 @@ void log(int level, int line, const QString& message)
 /// Runs a function on the application thread and waits for it.
 void onApplicationThread(std::function<void()> function)
 {
-    tov::main::Worker* worker = new tov::main::WorkerDelegate::InternalWorker(
-        new tov::util::FunctionDelegate(std::move(function)), false);
+    tov::main::Worker* worker =
+        new tov::main::WorkerDelegate::InternalWorker(new tov::util::FunctionDelegate(std::move(function)), false);
     worker->setWait(true);
     Overseer::getInstance()->transmitWorker(worker);
     worker->wait();
@@ -209,8 +211,7 @@ bool GrabVideo::begin(const Request& request)
         return false;
     }
     if (m_PanelSet.count(mp_ActivePanel)) {
-        log(ErrorLevel, AlreadyRunningLine,
-            QStringLiteral("Video grabbing is currently running on that scene window"));
+        log(ErrorLevel, AlreadyRunningLine, QStringLiteral("Video grabbing is currently running on that scene window"));
         enableOrigin();
         return false;
     }
@@ -218,6 +219,9 @@ bool GrabVideo::begin(const Request& request)
     {
         std::lock_guard<std::mutex> guard(m_WaitMutex);
         mp_WaitSemaphore = new QSemaphore(0);
+        if (m_StopPending)
+            mp_WaitSemaphore->release();
+        m_StopPending = false;
     }
     mp_Handler = new tov::grab::VideoHandler;
     m_FinishedConnection = connect(mp_Handler, &tov::grab::VideoHandler::grabbingFinished, this,
@@ -226,16 +230,20 @@ bool GrabVideo::begin(const Request& request)
                                    &GrabVideo::progressChanged, Qt::DirectConnection);
     mp_GrabbedPanel = mp_ActivePanel;
     m_PanelSet.insert(mp_GrabbedPanel);
-    m_PanelConnection =
+    const auto panelConnection =
         connect(mp_GrabbedPanel, &QObject::destroyed, this, &GrabVideo::grabbingPanelClosed, Qt::DirectConnection);
+    {
+        std::lock_guard<std::mutex> guard(m_WaitMutex);
+        m_PanelConnection = panelConnection;
+    }
     updateProcessed(-1);
     updateText(QObject::tr("RAW-Video grabbing started"));
-    const bool started = request.synced ? mp_Handler->startSyncedGrabbing(request.fileName, request.width,
-                                                                          request.height, mp_GrabbedPanel)
-                                        : mp_Handler->startGrabbing(request.fileName, request.width, request.height,
-                                                                    mp_GrabbedPanel);
+    const bool started =
+        request.synced
+            ? mp_Handler->startSyncedGrabbing(request.fileName, request.width, request.height, mp_GrabbedPanel)
+            : mp_Handler->startGrabbing(request.fileName, request.width, request.height, mp_GrabbedPanel);
     if (!started) {
-        QObject::disconnect(m_PanelConnection);
+        disconnectPanel();
         forgetPanel();
     }
     return started;
@@ -289,12 +297,25 @@ void GrabVideo::releaseWaiter()
     std::lock_guard<std::mutex> guard(m_WaitMutex);
     if (mp_WaitSemaphore)
         mp_WaitSemaphore->release();
+    else
+        m_StopPending = true;
+}
+
+void GrabVideo::disconnectPanel()
+{
+    // A stop by the user and the end of the capture may meet here: the handle serves one of them only.
+    QMetaObject::Connection connection;
+    {
+        std::lock_guard<std::mutex> guard(m_WaitMutex);
+        std::swap(connection, m_PanelConnection);
+    }
+    QObject::disconnect(connection);
 }
 
 void GrabVideo::abort()
 {
     std::atomic_ref<bool>(m_PanelClosed).store(false);
-    QObject::disconnect(m_PanelConnection);
+    disconnectPanel();
     releaseWaiter();
 }
 

@@ -79,6 +79,7 @@ private:
     void forgetPanel();
     void enableOrigin();
     void releaseWaiter();
+    void disconnectPanel();
 
     // Both are touched on the application thread only, where the event callback runs too: there is no lock.
     static QPointer<tov::gui::ScenePanel> mp_ActivePanel;
@@ -88,12 +89,13 @@ private:
     tov::gui::ScenePanel* mp_GrabbedPanel = nullptr;             ///< not owned; application thread only
     QSemaphore* mp_WaitSemaphore = nullptr;                      ///< owned; guarded by m_WaitMutex
     tov::grab::VideoHandler* mp_Handler = nullptr;               ///< owned
-    GrabVideo* mp_Origin = nullptr; ///< the prototype of a copy; not owned
-    bool m_PanelClosed = false;     ///< reached through std::atomic_ref
-    QMetaObject::Connection m_PanelConnection;     ///< cut at any time, also while the panel dies
-    QMetaObject::Connection m_FinishedConnection;  ///< the handler's
-    QMetaObject::Connection m_ProgressConnection;  ///< the handler's
-    std::mutex m_WaitMutex; ///< an abort may come after the end
+    GrabVideo* mp_Origin = nullptr;                              ///< the prototype of a copy; not owned
+    bool m_PanelClosed = false;                                  ///< reached through std::atomic_ref
+    bool m_StopPending = false; ///< guarded by m_WaitMutex; an abort came before there was something to wait for
+    QMetaObject::Connection m_PanelConnection; ///< guarded by m_WaitMutex; cut at any time, also while the panel dies
+    QMetaObject::Connection m_FinishedConnection; ///< the handler's
+    QMetaObject::Connection m_ProgressConnection; ///< the handler's
+    std::mutex m_WaitMutex;                       ///< an abort may come before the beginning and after the end
 };
 
 } // namespace tov::commands::grab

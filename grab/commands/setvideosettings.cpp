@@ -71,8 +71,8 @@ SetVideoSettings::SetVideoSettings()
     auto* set = new ParameterSet(0, QStringLiteral("Video"));
     auto* tempFileSize = new Parameter<int>(QStringLiteral("max. tempfile-size (MB)"),
                                             QObject::tr("The max. filesize of a temp. encoding chunk"));
-    mp_SliderFactory = new tov::main::SliderParameterPanelFactory(
-        boost::bind(&SetVideoSettings::createTempFileSizeSlider, this));
+    mp_SliderFactory =
+        new tov::main::SliderParameterPanelFactory(boost::bind(&SetVideoSettings::createTempFileSizeSlider, this));
     tempFileSize->setParameterPanelFactory(mp_SliderFactory);
     set->addParameter(tempFileSize);
 
