@@ -6,6 +6,7 @@
 #include "scene/viewer.h"
 
 #include <QApplication>
+#include <QFile>
 #include <QTemporaryDir>
 #include <QTextCodec>
 
@@ -13,10 +14,11 @@
 
 #include <clocale>
 #include <csignal>
+#include <cstdio>
+#include <dlfcn.h>
 
 int main(int argc, char** argv)
 {
-    testing::InitGoogleTest(&argc, argv);
     testing::GTEST_FLAG(death_test_style) = "threadsafe";
     std::signal(SIGXFSZ, SIG_IGN);
     std::signal(SIGPIPE, SIG_IGN);
@@ -30,6 +32,13 @@ int main(int argc, char** argv)
     QTemporaryDir settings;
     tov::main::setSettingsFile(settings.filePath(QStringLiteral("settings.ini")));
     tov::main::Overseer::getInstance();
+    // Tests of what must be loaded after the application object lie in a library beside the program.
+    const QString body = QCoreApplication::applicationDirPath() + QStringLiteral("/body.so");
+    if (QFile::exists(body) && !dlopen(QFile::encodeName(body).constData(), RTLD_NOW)) {
+        std::fprintf(stderr, "%s\n", dlerror());
+        return 1;
+    }
+    testing::InitGoogleTest(&argc, argv);
     const int result = RUN_ALL_TESTS();
     tov::scene::Viewer::getInstance()->shutdown();
     tov::main::Overseer::destroyInstance();

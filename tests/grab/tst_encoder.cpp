@@ -1,0 +1,385 @@
+#include "grab/video/encoder.h"
+
+#include "tests/support/logcapture.h"
+
+#include <QBuffer>
+#include <QFile>
+#include <QFileInfo>
+#include <QMetaMethod>
+#include <QSemaphore>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <sched.h>
+#include <cmath>
+
+using tov::grab::video::Encoder;
+using tov::test::LogCapture;
+using tov::test::processUntil;
+
+namespace {
+
+std::atomic<int> chunksAlive{0};
+
+class CountedChunk : public QBuffer
+{
+public:
+    CountedChunk() { ++chunksAlive; }
+    ~CountedChunk() override { --chunksAlive; }
+};
+
+struct Call
+{
+    std::string hook;
+    QIODevice* chunk;
+    bool isLast;
+    QThread* thread;
+};
+
+/// Records every call; the hooks do as told.
+class Probe : public Encoder
+{
+public:
+    bool acceptStart = true;
+    int failAtChunk = -1;
+    bool throwInHook = false;
+    QSemaphore* gate = nullptr; ///< taken once for each chunk
+    int policy = -1;
+    std::vector<Call> calls;
+    QMutex callsMutex;
+
+    int state() { return std::atomic_ref<int>(m_State).load(); }
+    bool aborted() const { return m_Aborted; }
+    bool hasOutput() const { return mp_OutputFile != nullptr; }
+    bool hasRunner() const { return mp_Runner || mp_Semaphore; }
+    bool countTaken()
+    {
+        QMutexLocker lock(&m_Mutex);
+        return m_TotalChunks > 0;
+    }
+    bool abortBegun() { return std::atomic_ref<bool>(m_Aborted).load(); }
+    bool queueIsEmpty() const { return m_Chunks.empty(); }
+    std::array<int, 4> parameters() const { return {m_Width, m_Height, m_Fps, m_Kbps}; }
+    QIODevice::OpenMode outputMode() const { return mp_OutputFile->openMode(); }
+    std::vector<Call> taken(const std::string& hook)
+    {
+        QMutexLocker lock(&callsMutex);
+        std::vector<Call> found;
+        for (const Call& call : calls)
+            if (call.hook == hook)
+                found.push_back(call);
+        return found;
+    }
+
+protected:
+    void note(const char* hook, QIODevice* chunk, bool isLast)
+    {
+        QMutexLocker lock(&callsMutex);
+        calls.push_back({hook, chunk, isLast, QThread::currentThread()});
+    }
+    bool initEncoding(QIODevice* chunk, bool isLast) override
+    {
+        note("init", chunk, isLast);
+        if (throwInHook)
+            throw std::runtime_error("in the hook");
+        return acceptStart;
+    }
+    bool encodeChunk(QIODevice* chunk, bool isLast) override
+    {
+        note("encode", chunk, isLast);
+        policy = sched_getscheduler(0);
+        if (gate)
+            gate->acquire();
+        if (throwInHook)
+            throw 7;
+        return int(taken("encode").size()) - 1 != failAtChunk;
+    }
+    void finishEncoding() override
+    {
+        note("finish", nullptr, mp_OutputFile && mp_OutputFile->isOpen());
+        if (throwInHook)
+            throw std::runtime_error("at the end");
+    }
+};
+
+class EncoderTest : public testing::Test
+{
+protected:
+    void SetUp() override { chunksAlive = 0; }
+    void TearDown() override { EXPECT_EQ(chunksAlive, 0); }
+    QString path(const char* name) const { return folder.filePath(QLatin1String(name)); }
+    QTemporaryDir folder;
+    Probe encoder;
+};
+
+void expectRecord(const LogCapture& log, const char* function, const QString& message)
+{
+    const auto found = log.withMessage(message);
+    ASSERT_EQ(found.size(), 1u) << log.text();
+    EXPECT_EQ(found[0].level, 2000);
+    EXPECT_EQ(found[0].file, "video/encoder");
+    EXPECT_EQ(found[0].function, QLatin1String(function));
+}
+
+} // namespace
+
+TEST_F(EncoderTest, StartsIdleWithNothing)
+{
+    EXPECT_EQ(encoder.state(), Encoder::Idle);
+    EXPECT_FALSE(encoder.aborted());
+    EXPECT_FALSE(encoder.hasOutput());
+    EXPECT_FALSE(encoder.hasRunner());
+    EXPECT_TRUE(encoder.queueIsEmpty());
+}
+
+TEST_F(EncoderTest, OutputParametersAreStoredAndTheFileIsOpened)
+{
+    QFile old(path("a.bin"));
+    ASSERT_TRUE(old.open(QIODevice::WriteOnly));
+    old.write("something old");
+    old.close();
+    EXPECT_TRUE(encoder.setOutputParameters(path("a.bin"), 640, 480, 25, 1200000));
+    EXPECT_EQ(encoder.parameters(), (std::array<int, 4>{640, 480, 25, 1200000}));
+    EXPECT_TRUE(encoder.outputMode() & QIODevice::WriteOnly);
+    EXPECT_FALSE(encoder.outputMode() & QIODevice::ReadOnly);
+    EXPECT_EQ(QFileInfo(path("a.bin")).size(), 0) << "truncated";
+    encoder.waitForFinish();
+}
+
+TEST_F(EncoderTest, OddSizesAreRefusedButStored)
+{
+    LogCapture log;
+    EXPECT_FALSE(encoder.setOutputParameters(path("w.bin"), 641, 481, 1, 2));
+    expectRecord(log, "setOutputParameters", QStringLiteral("Encoder: invalid width specified"));
+    EXPECT_EQ(log.records().size(), 1u) << "the width is tested first";
+    EXPECT_EQ(encoder.parameters(), (std::array<int, 4>{641, 481, 1, 2}));
+    log.clear();
+    EXPECT_FALSE(encoder.setOutputParameters(path("w.bin"), 640, 481, 25, 0));
+    expectRecord(log, "setOutputParameters", QStringLiteral("Encoder: invalid height specified"));
+    log.clear();
+    EXPECT_FALSE(encoder.setOutputParameters(path("w.bin"), -3, 2, 25, 0));
+    expectRecord(log, "setOutputParameters", QStringLiteral("Encoder: invalid width specified"));
+    EXPECT_FALSE(QFile::exists(path("w.bin")));
+    EXPECT_FALSE(encoder.hasOutput());
+}
+
+TEST_F(EncoderTest, ZeroAndNegativeEvenSizesPass)
+{
+    EXPECT_TRUE(encoder.setOutputParameters(path("z.bin"), 0, -2, -1, -5));
+    encoder.waitForFinish();
+}
+
+TEST_F(EncoderTest, AnOutputThatCannotBeOpenedIsNamed)
+{
+    const QString name = path("missing/B\xc3\xa4r.bin");
+    LogCapture log;
+    EXPECT_FALSE(encoder.setOutputParameters(name, 2, 2, 25, 1));
+    expectRecord(log, "setOutputParameters",
+                 QStringLiteral("Encoder: Couldn't open file '%1' for writing").arg(name));
+    EXPECT_FALSE(encoder.hasOutput());
+}
+
+TEST_F(EncoderTest, OneChunkMarkedLastGoesThrough)
+{
+    ASSERT_TRUE(encoder.setOutputParameters(path("a.bin"), 2, 2, 25, 1));
+    auto* chunk = new CountedChunk;
+    EXPECT_TRUE(encoder.encodeVideoChunk(chunk, true));
+    encoder.waitForFinish();
+    ASSERT_EQ(encoder.calls.size(), 3u);
+    EXPECT_EQ(encoder.calls[0].hook, "init");
+    EXPECT_EQ(encoder.calls[0].chunk, chunk);
+    EXPECT_TRUE(encoder.calls[0].isLast);
+    EXPECT_EQ(encoder.calls[0].thread, QThread::currentThread());
+    EXPECT_EQ(encoder.calls[1].hook, "encode");
+    EXPECT_EQ(encoder.calls[1].chunk, chunk);
+    EXPECT_TRUE(encoder.calls[1].isLast);
+    EXPECT_NE(encoder.calls[1].thread, QThread::currentThread());
+    EXPECT_EQ(encoder.policy, SCHED_IDLE);
+    EXPECT_EQ(encoder.calls[2].hook, "finish");
+    EXPECT_TRUE(encoder.calls[2].isLast) << "the output file is still open";
+    EXPECT_EQ(encoder.state(), Encoder::Idle);
+    EXPECT_FALSE(encoder.hasOutput());
+    EXPECT_FALSE(encoder.hasRunner());
+}
+
+TEST_F(EncoderTest, ChunksKeepTheirOrderAndOnlyTheFinalOneIsLast)
+{
+    QSemaphore gate(0);
+    encoder.gate = &gate;
+    std::vector<QIODevice*> given;
+    for (int i = 0; i < 8; ++i) {
+        given.push_back(new CountedChunk);
+        EXPECT_TRUE(encoder.encodeVideoChunk(given.back(), i == 7));
+    }
+    gate.release(8);
+    encoder.waitForFinish();
+    const auto encoded = encoder.taken("encode");
+    ASSERT_EQ(encoded.size(), 8u);
+    for (std::size_t i = 0; i < 8; ++i) {
+        EXPECT_EQ(encoded[i].chunk, given[i]);
+        EXPECT_EQ(encoded[i].isLast, i == 7);
+    }
+    EXPECT_EQ(encoder.taken("init").size(), 1u);
+}
+
+TEST_F(EncoderTest, ProgressOfFiveQueuedChunksNeverReaches100)
+{
+    QSemaphore gate(0);
+    encoder.gate = &gate;
+    std::vector<int> values;
+    QMutex mutex;
+    QObject::connect(&encoder, &Encoder::progressChanged, &encoder, [&](int value) {
+        QMutexLocker lock(&mutex);
+        values.push_back(value);
+    }, Qt::DirectConnection);
+    // One in work, five waiting.
+    encoder.encodeVideoChunk(new CountedChunk, false);
+    ASSERT_TRUE(processUntil([&] { return encoder.taken("encode").size() == 1; }));
+    for (int i = 0; i < 5; ++i)
+        encoder.encodeVideoChunk(new CountedChunk, i == 4);
+    QThread* opener = QThread::create([&] {
+        // `waitForFinish` takes its count first; only then does the runner go on.
+        while (!encoder.countTaken())
+            QThread::yieldCurrentThread();
+        gate.release(6);
+    });
+    opener->start();
+    encoder.waitForFinish();
+    opener->wait();
+    delete opener;
+    EXPECT_EQ(values, (std::vector<int>{-1, 0, 20, 40, 60, 80}));
+}
+
+TEST_F(EncoderTest, ARefusedStartTakesNothingAndSaysSoOnce)
+{
+    encoder.acceptStart = false;
+    auto chunk = std::make_unique<CountedChunk>();
+    LogCapture log;
+    EXPECT_FALSE(encoder.encodeVideoChunk(chunk.get(), false));
+    expectRecord(log, "encodeVideoChunk", QStringLiteral("Couldn't initialize video encoding"));
+    EXPECT_EQ(encoder.state(), Encoder::InitFailed);
+    EXPECT_FALSE(encoder.hasRunner());
+    EXPECT_FALSE(encoder.encodeVideoChunk(chunk.get(), true));
+    EXPECT_EQ(log.records().size(), 1u);
+    EXPECT_EQ(encoder.calls.size(), 1u) << "no hook is called again";
+    encoder.waitForFinish();
+    EXPECT_EQ(encoder.taken("finish").size(), 1u);
+    EXPECT_EQ(encoder.state(), Encoder::Idle);
+}
+
+TEST_F(EncoderTest, AFailedChunkEndsTheRunnerAndTheRestIsDeleted)
+{
+    encoder.failAtChunk = 1;
+    LogCapture log;
+    for (int i = 0; i < 3; ++i)
+        EXPECT_TRUE(encoder.encodeVideoChunk(new CountedChunk, false));
+    ASSERT_TRUE(processUntil([&] { return encoder.state() == Encoder::Stopped; }));
+    EXPECT_TRUE(encoder.encodeVideoChunk(new CountedChunk, true)) << "kept until the clean-up";
+    EXPECT_GE(chunksAlive, 1);
+    encoder.waitForFinish();
+    expectRecord(log, "run", QStringLiteral("Couldn't encode chunk!"));
+    EXPECT_EQ(encoder.taken("encode").size(), 2u);
+}
+
+TEST_F(EncoderTest, NullChunksArePassedOn)
+{
+    EXPECT_TRUE(encoder.encodeVideoChunk(nullptr, true));
+    encoder.waitForFinish();
+    ASSERT_EQ(encoder.taken("encode").size(), 1u);
+    EXPECT_EQ(encoder.taken("encode")[0].chunk, nullptr);
+    EXPECT_TRUE(encoder.taken("encode")[0].isLast);
+}
+
+TEST_F(EncoderTest, AbortBeforeAnyChunkRemovesTheEmptyFile)
+{
+    ASSERT_TRUE(encoder.setOutputParameters(path("a.bin"), 2, 2, 25, 1));
+    EXPECT_TRUE(QFile::exists(path("a.bin")));
+    LogCapture log;
+    encoder.abortEncoding();
+    EXPECT_FALSE(QFile::exists(path("a.bin")));
+    EXPECT_TRUE(encoder.aborted());
+    EXPECT_TRUE(log.records().empty()) << log.text();
+    ASSERT_EQ(encoder.calls.size(), 1u);
+    EXPECT_EQ(encoder.calls[0].hook, "finish");
+    EXPECT_FALSE(encoder.calls[0].isLast) << "the file is closed by then";
+}
+
+TEST_F(EncoderTest, AbortCompletesTheChunkInWorkAndDropsTheRest)
+{
+    ASSERT_TRUE(encoder.setOutputParameters(path("a.bin"), 2, 2, 25, 1));
+    QSemaphore gate(0);
+    encoder.gate = &gate;
+    for (int i = 0; i < 4; ++i)
+        encoder.encodeVideoChunk(new CountedChunk, i == 3);
+    ASSERT_TRUE(processUntil([&] { return encoder.taken("encode").size() == 1; }));
+    QThread* opener = QThread::create([&] {
+        while (!encoder.abortBegun())
+            QThread::yieldCurrentThread();
+        gate.release(8);
+    });
+    opener->start();
+    encoder.abortEncoding();
+    opener->wait();
+    delete opener;
+    EXPECT_EQ(encoder.taken("encode").size(), 1u);
+    EXPECT_FALSE(QFile::exists(path("a.bin")));
+    EXPECT_EQ(encoder.state(), Encoder::Idle);
+}
+
+TEST_F(EncoderTest, AFileThatCannotBeRemovedIsNamed)
+{
+    ASSERT_TRUE(encoder.setOutputParameters(path("a.bin"), 2, 2, 25, 1));
+    ASSERT_TRUE(QFile::remove(path("a.bin")));
+    LogCapture log;
+    encoder.abortEncoding();
+    expectRecord(log, "abortEncoding", QStringLiteral("Couldn't remove file '%1'").arg(path("a.bin")));
+    EXPECT_FALSE(encoder.hasOutput()) << "the abort completes anyway";
+}
+
+TEST_F(EncoderTest, TheSameObjectCanEncodeAgain)
+{
+    encoder.encodeVideoChunk(new CountedChunk, true);
+    encoder.waitForFinish();
+    encoder.encodeVideoChunk(new CountedChunk, true);
+    encoder.abortEncoding();
+    EXPECT_TRUE(encoder.aborted());
+    EXPECT_EQ(encoder.taken("init").size(), 2u);
+    EXPECT_EQ(encoder.taken("finish").size(), 2u);
+}
+
+TEST_F(EncoderTest, ExceptionsOfAPlugInCountAsFalse)
+{
+    encoder.throwInHook = true;
+    LogCapture log;
+    auto chunk = std::make_unique<CountedChunk>();
+    EXPECT_FALSE(encoder.encodeVideoChunk(chunk.get(), false));
+    EXPECT_EQ(encoder.state(), Encoder::InitFailed);
+    EXPECT_TRUE(log.contains(QStringLiteral("The encoder threw an exception: in the hook"))) << log.text();
+    encoder.waitForFinish();
+    EXPECT_TRUE(log.contains(QStringLiteral("The encoder threw an exception: at the end"))) << log.text();
+}
+
+TEST_F(EncoderTest, ClampTruncatesIntoAByte)
+{
+    EXPECT_EQ(Encoder::clamp(-0.5), 0);
+    EXPECT_EQ(Encoder::clamp(0.99), 0);
+    EXPECT_EQ(Encoder::clamp(254.9), 254);
+    EXPECT_EQ(Encoder::clamp(255.0), 255);
+    EXPECT_EQ(Encoder::clamp(300), 255);
+    EXPECT_EQ(Encoder::clamp(INFINITY), 255);
+    EXPECT_EQ(Encoder::clamp(-INFINITY), 0);
+    EXPECT_EQ(Encoder::clamp(NAN), 0);
+}
+
+TEST_F(EncoderTest, MetaObjectHasOneSignalAndOneSlotInOrder)
+{
+    const QMetaObject* meta = &Encoder::staticMetaObject;
+    EXPECT_STREQ(meta->className(), "tov::grab::video::Encoder");
+    ASSERT_EQ(meta->methodCount() - meta->methodOffset(), 2);
+    EXPECT_EQ(meta->method(meta->methodOffset()).methodSignature(), "progressChanged(int)");
+    EXPECT_EQ(meta->method(meta->methodOffset()).methodType(), QMetaMethod::Signal);
+    EXPECT_EQ(meta->method(meta->methodOffset() + 1).methodSignature(), "abortEncoding()");
+    EXPECT_EQ(meta->method(meta->methodOffset() + 1).methodType(), QMetaMethod::Slot);
+}

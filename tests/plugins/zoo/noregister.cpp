@@ -1,0 +1,1 @@
+// A library that is no plug-in: nothing is exported.

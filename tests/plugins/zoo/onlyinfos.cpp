@@ -1,0 +1,9 @@
+// Describes itself, registers nothing.
+
+#include "kernel/main/export.h"
+#include "kernel/main/informationobject.h"
+
+extern "C" TOV_EXPORT tov::main::AdditionalInformation getInfos()
+{
+    return {QStringLiteral("onlyinfos"), QStringLiteral("d"), QStringLiteral("v"), QStringLiteral("a")};
+}

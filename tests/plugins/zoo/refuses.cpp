@@ -1,0 +1,14 @@
+// Registers an encoder, then says that registration failed.
+
+#include "grab/video/videoencoder.h"
+#include "kernel/main/informationobject.h"
+
+extern "C" TOV_EXPORT bool doRegister()
+{
+    return false;
+}
+
+extern "C" TOV_EXPORT tov::main::AdditionalInformation getInfos()
+{
+    return {QStringLiteral("refuses"), QString(), QString(), QString()};
+}
