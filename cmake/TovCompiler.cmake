@@ -9,6 +9,10 @@ if(TOV_CCACHE)
 endif()
 
 add_compile_options(-Wall -Wextra -fstack-protector-strong)
+# Libraries with unique symbols are never unloaded; modules and plug-ins must be.
+if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
+  add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-fno-gnu-unique>)
+endif()
 add_compile_definitions(QT_NO_CAST_TO_ASCII QT_NO_URL_CAST_FROM_STRING)
 add_link_options(-Wl,-z,relro,-z,now,-z,noexecstack -Wl,--as-needed)
 

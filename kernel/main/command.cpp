@@ -194,9 +194,10 @@ void Command::updateText(const QString& text)
 {
     {
         std::lock_guard<std::mutex> guard(d->textMutex);
-        d->text = text;
+        // The characters may lie in a library that is unloaded while the text is still shown.
+        d->text = QString(text.constData(), text.size());
     }
-    ProcessorPosts::changed(d->id, d->processed, text, true);
+    ProcessorPosts::changed(d->id, d->processed, QString(text.constData(), text.size()), true);
 }
 
 QString Command::getText() const

@@ -103,7 +103,9 @@ Module* ModuleLoader::loadFile(const QString& fileName, const Module::Progress& 
         } else if (!entry.module->canBeLoaded()) {
             problem = QStringLiteral("it says that it cannot be loaded here");
         } else {
-            entry.module->initialize(progress);
+            // What the module says may be shown longer than its library lives.
+            entry.module->initialize(
+                [&progress](const QString& message) { progress(QString(message.constData(), message.size())); });
             for (Command* (*create)() : factory->getPrimaryCommands()) {
                 Command* prototype = create();
                 entry.module->registerCommand(prototype);

@@ -1,0 +1,114 @@
+// Preloaded by tests: stands between the program and OpenGL, notes some calls and makes others fail on request. The
+// tests reach it through the exported variables.
+
+#include <dlfcn.h>
+
+#include <cstring>
+
+typedef unsigned int GLenum;
+typedef int GLint;
+typedef int GLsizei;
+
+#define SHIM extern "C" __attribute__((visibility("default")))
+#define SHIM_VARIABLE __attribute__((visibility("default")))
+
+extern "C" {
+SHIM_VARIABLE int shimMaxTextureSize = 0;        ///< what GL_MAX_TEXTURE_SIZE says; 0 = the truth
+SHIM_VARIABLE int shimIncompleteAfter = -1;      ///< framebuffers turn incomplete after so many checks; -1 = never
+SHIM_VARIABLE int shimChecks = 0;               ///< calls of glCheckFramebufferStatus
+SHIM_VARIABLE int shimFailMakeCurrent = 0;       ///< makes eglMakeCurrent fail, but for letting go
+SHIM_VARIABLE double shimFrusta[64][6] = {};     ///< arguments of the last glFrustum calls
+SHIM_VARIABLE int shimFrustumCount = 0;
+SHIM_VARIABLE int shimViewports[64][2] = {};     ///< width and height of the last glViewport calls
+SHIM_VARIABLE int shimViewportCount = 0;
+SHIM_VARIABLE float shimClearColor[4] = {};
+}
+
+namespace {
+
+void* next(const char* name)
+{
+    void* found = dlsym(RTLD_NEXT, name);
+    if (!found) {
+        if (void* library = dlopen(std::strncmp(name, "egl", 3) == 0 ? "libEGL.so.1" : "libGL.so.1", RTLD_LAZY))
+            found = dlsym(library, name);
+    }
+    return found;
+}
+
+} // namespace
+
+SHIM void glGetIntegerv(GLenum name, GLint* value)
+{
+    static const auto real = reinterpret_cast<void (*)(GLenum, GLint*)>(next("glGetIntegerv"));
+    real(name, value);
+    if (name == 0x0D33 && shimMaxTextureSize > 0)
+        *value = shimMaxTextureSize;
+}
+
+SHIM void glFrustum(double l, double r, double b, double t, double n, double f)
+{
+    static const auto real =
+        reinterpret_cast<void (*)(double, double, double, double, double, double)>(next("glFrustum"));
+    double* noted = shimFrusta[shimFrustumCount++ % 64];
+    const double values[6] = {l, r, b, t, n, f};
+    std::memcpy(noted, values, sizeof values);
+    real(l, r, b, t, n, f);
+}
+
+SHIM void glViewport(GLint x, GLint y, GLsizei width, GLsizei height)
+{
+    static const auto real = reinterpret_cast<void (*)(GLint, GLint, GLsizei, GLsizei)>(next("glViewport"));
+    int* noted = shimViewports[shimViewportCount++ % 64];
+    noted[0] = width;
+    noted[1] = height;
+    real(x, y, width, height);
+}
+
+SHIM void glClearColor(float r, float g, float b, float a)
+{
+    static const auto real = reinterpret_cast<void (*)(float, float, float, float)>(next("glClearColor"));
+    const float values[4] = {r, g, b, a};
+    std::memcpy(shimClearColor, values, sizeof values);
+    real(r, g, b, a);
+}
+
+namespace {
+
+GLenum checkFramebuffer(GLenum target)
+{
+    static const auto get = reinterpret_cast<void* (*)(const char*)>(next("eglGetProcAddress"));
+    static const auto real = reinterpret_cast<GLenum (*)(GLenum)>(get("glCheckFramebufferStatus"));
+    ++shimChecks;
+    if (shimIncompleteAfter == 0)
+        return 0x8CDD; // GL_FRAMEBUFFER_UNSUPPORTED
+    if (shimIncompleteAfter > 0)
+        --shimIncompleteAfter;
+    return real(target);
+}
+
+} // namespace
+
+SHIM GLenum glCheckFramebufferStatus(GLenum target)
+{
+    return checkFramebuffer(target);
+}
+
+SHIM void* eglGetProcAddress(const char* name)
+{
+    static const auto real = reinterpret_cast<void* (*)(const char*)>(next("eglGetProcAddress"));
+    if (std::strncmp(name, "glCheckFramebufferStatus", 24) == 0)
+        return reinterpret_cast<void*>(&checkFramebuffer);
+    if (std::strcmp(name, "glGetIntegerv") == 0)
+        return reinterpret_cast<void*>(&glGetIntegerv);
+    return real(name);
+}
+
+SHIM unsigned int eglMakeCurrent(void* display, void* draw, void* read, void* context)
+{
+    static const auto real =
+        reinterpret_cast<unsigned int (*)(void*, void*, void*, void*)>(next("eglMakeCurrent"));
+    if (shimFailMakeCurrent && context)
+        return 0;
+    return real(display, draw, read, context);
+}

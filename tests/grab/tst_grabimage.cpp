@@ -1,0 +1,339 @@
+#include "grab/commands/grabimage.h"
+
+#include "kernel/gui/fileparameterpanelfactory.h"
+#include "kernel/main/abstractparameter.h"
+#include "kernel/main/commandprocessor.h"
+#include "kernel/main/overseer.h"
+#include "kernel/main/parameter.h"
+#include "kernel/main/parameterset.h"
+#include "kernel/main/settings.h"
+#include "scene/scenepanel.h"
+#include "tests/grab/scenes.h"
+#include "tests/support/logcapture.h"
+#include "tests/support/temporarysettings.h"
+
+#include <QDir>
+#include <QFileDialog>
+#include <QGuiApplication>
+#include <QImageReader>
+#include <QImageWriter>
+#include <QTemporaryDir>
+
+using namespace tov::main;
+using namespace tov::test;
+using tov::commands::grab::GrabImage;
+using tov::gui::ScenePanel;
+using tov::scene::Viewer;
+
+namespace {
+
+class GrabImageTest : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        ASSERT_TRUE(Viewer::getInstance()->initialize());
+        useScene(makeBox(1));
+        panel = new ScenePanel;
+        panel->resize(640, 480);
+        panel->fitToView();
+        Viewer::getInstance()->setActivePanel(panel);
+        command = new GrabImage;
+        processor->drain();
+        Viewer::getInstance()->announceActivePanel();
+    }
+    void TearDown() override
+    {
+        processor->destroyCommand(command);
+        if (panel)
+            Viewer::getInstance()->closePanel(panel);
+        useScene(nullptr);
+    }
+    /// Fills the parameters (null = none) and runs the command on a command thread, as the processor does.
+    void run(const QString& fileName, const QString& width)
+    {
+        ParameterSet* set = command->getCurrentParameterSet();
+        for (int i = 0; i < 2; ++i) {
+            const QString text = i == 0 ? fileName : width;
+            set->at(std::size_t(i))->deleteValue();
+            if (!text.isNull()) {
+                ASSERT_TRUE(set->at(std::size_t(i))->castString(text));
+            }
+        }
+        ASSERT_TRUE(processor->processCommand(command, 1, true)->succeeded());
+    }
+    QString path(const char* name) const { return folder.filePath(QString::fromUtf8(name)); }
+    QVariant remembered() const { return tovSettings().value(QStringLiteral("lastGrabImageDirectory")); }
+
+    CommandProcessor* processor = Overseer::getInstance()->getCommandProcessor();
+    TemporarySettings settings;
+    QTemporaryDir folder;
+    ScenePanel* panel = nullptr;
+    GrabImage* command = nullptr;
+};
+
+void expectRecord(const LogCapture& log, int level, const QString& message)
+{
+    const auto found = log.withMessage(message);
+    ASSERT_EQ(found.size(), 1u) << log.text();
+    EXPECT_EQ(found[0].level, level);
+    EXPECT_EQ(found[0].file, "commands/grabimage");
+    EXPECT_EQ(found[0].function, "execute");
+    EXPECT_TRUE(found[0].category.isEmpty());
+}
+
+} // namespace
+
+TEST_F(GrabImageTest, DescribesItself)
+{
+    EXPECT_STREQ(GrabImage::CommandName, "grabimage");
+    EXPECT_TRUE(GrabImage::m_Registered);
+    EXPECT_EQ(command->getDescriptor()->getName(), "grabimage");
+    EXPECT_EQ(command->getDescriptor()->getDescription(), "Grabs an image of the scene");
+    const auto* gui = command->getGUIDescriptor();
+    ASSERT_TRUE(gui);
+    EXPECT_EQ(gui->getFlag(), 1);
+    EXPECT_EQ(gui->getGroup(), "Grab");
+    EXPECT_EQ(gui->getPosition().value(), 10);
+    EXPECT_EQ(gui->getCommandName(), "grabimage");
+    EXPECT_EQ(gui->getLabel(), "Image");
+    ASSERT_TRUE(gui->getIcon());
+    EXPECT_FALSE(gui->getIcon()->isNull());
+    EXPECT_EQ(command->getInstanceMode(), 3);
+    EXPECT_FALSE(command->isUndoable());
+    EXPECT_FALSE(command->isRecordedInMacros());
+    ASSERT_EQ(command->getParameterSets().size(), 1u);
+    const ParameterSet* set = command->getParameterSets()[0];
+    EXPECT_EQ(set->getId(), 1);
+    EXPECT_EQ(set->getTitle(), "");
+    ASSERT_EQ(set->size(), 2u);
+    EXPECT_EQ(set->at(0)->getName(), "filename");
+    EXPECT_EQ(set->at(0)->getDescription(), "Imagefilename to save grab");
+    EXPECT_TRUE(set->at(0)->getDefaultParameterForDefaultGUI().isNull());
+    EXPECT_TRUE(dynamic_cast<FileParameterPanelFactory*>(set->at(0)->getParameterPanelFactory()));
+    EXPECT_EQ(*set->at(0)->getType(), typeid(QString));
+    EXPECT_EQ(set->at(1)->getName(), "width");
+    EXPECT_EQ(set->at(1)->getDescription(), "Width of the grabbed image");
+    EXPECT_EQ(set->at(1)->getDefaultParameterForDefaultGUI(), "10000");
+    EXPECT_EQ(*set->at(1)->getType(), typeid(int));
+}
+
+TEST_F(GrabImageTest, IsEnabledExactlyWhileAPanelIsAnnounced)
+{
+    EXPECT_FALSE(command->isDisabled());
+    Viewer::getInstance()->setActivePanel(nullptr);
+    EXPECT_TRUE(command->isDisabled());
+    Viewer::getInstance()->setActivePanel(panel);
+    EXPECT_FALSE(command->isDisabled());
+    Viewer::getInstance()->setActivePanel(nullptr);
+    GrabImage* late = new GrabImage;
+    EXPECT_TRUE(late->isDisabled()) << "until a panel is announced";
+    processor->drain();
+    EXPECT_TRUE(late->isDisabled());
+    Viewer::getInstance()->setActivePanel(panel);
+    EXPECT_FALSE(late->isDisabled());
+    processor->destroyCommand(late);
+}
+
+TEST_F(GrabImageTest, SavesEveryFormatThatOpensAgainWithTheRightSize)
+{
+    for (const char* name : {"a.png", "b.jpg", "c.bmp", "d.tiff", "e.webp", "f.ppm", "G.PNG"}) {
+        LogCapture log;
+        run(path(name), QStringLiteral("300"));
+        expectRecord(log, 4000, QStringLiteral("Image saved to '%1'").arg(path(name)));
+        QImageReader reader(path(name));
+        EXPECT_EQ(reader.read().size(), QSize(300, 225)) << name << ": " << reader.errorString().toStdString();
+    }
+    EXPECT_EQ(remembered().toString(), folder.path());
+}
+
+TEST_F(GrabImageTest, TheHeightFollowsFromThePanelAndIsTruncated)
+{
+    run(path("a.png"), QStringLiteral("1000"));
+    EXPECT_EQ(QImageReader(path("a.png")).size(), QSize(1000, 750));
+    panel->resize(641, 480);
+    run(path("b.png"), QStringLiteral("101"));
+    EXPECT_EQ(QImageReader(path("b.png")).size(), QSize(101, 75)) << "75.63 truncated";
+}
+
+TEST_F(GrabImageTest, ReportsWhatItDoes)
+{
+    QStringList texts;
+    QObject context;
+    QObject::connect(processor, &CommandProcessor::runChanged, &context,
+                     [&](const CommandRunPointer& run) { texts << run->getText(); });
+    run(path("a.png"), QStringLiteral("64"));
+    EXPECT_EQ(command->getText(), "Saving image");
+    EXPECT_EQ(command->getProcessed(), -1);
+}
+
+TEST_F(GrabImageTest, FilesWithoutAKnownEndingAreRefused)
+{
+    for (const char* name : {"a.xyz", "a", "png", "a.png.txt"}) {
+        LogCapture log;
+        run(path(name), QStringLiteral("64"));
+        expectRecord(log, 2000, QStringLiteral("No valid image file extension selected"));
+        EXPECT_FALSE(QFile::exists(path(name)));
+    }
+    EXPECT_FALSE(remembered().isValid());
+}
+
+TEST_F(GrabImageTest, TooSmallPicturesAreRefusedAndTheFolderIsNotRemembered)
+{
+    const std::pair<const char*, const char*> rows[] = {
+        {"1", "Target picture (1 x 0) size is to small!"},
+        {"2", "Target picture (2 x 1) size is to small!"},
+        {"0", "Target picture (0 x 0) size is to small!"},
+        {"-7", "Target picture (-7 x -5) size is to small!"},
+        {"-2147483648", "Target picture (-2147483648 x -1610612736) size is to small!"},
+    };
+    for (const auto& [width, message] : rows) {
+        LogCapture log;
+        run(path("a.png"), QString::fromLatin1(width));
+        expectRecord(log, 2000, QString::fromLatin1(message));
+    }
+    panel->resize(1000, 10);
+    LogCapture log;
+    run(path("a.png"), QStringLiteral("199"));
+    expectRecord(log, 2000, QStringLiteral("Target picture (199 x 1) size is to small!"));
+    EXPECT_FALSE(remembered().isValid());
+    EXPECT_FALSE(QFile::exists(path("a.png")));
+}
+
+TEST_F(GrabImageTest, APictureThatCannotBeAllocatedIsNamedAndTheFolderRemembered)
+{
+    LogCapture log;
+    run(path("a.png"), QStringLiteral("2147483647"));
+    expectRecord(log, 2000, QStringLiteral("Couldn't create image buffer with size (2147483647 x 1610612735)"));
+    EXPECT_EQ(remembered().toString(), folder.path());
+    Overseer::getInstance()->processWorkers();
+    EXPECT_EQ(QGuiApplication::overrideCursor(), nullptr);
+}
+
+TEST_F(GrabImageTest, AFileThatCannotBeSavedIsNamedAndTheFolderRemembered)
+{
+    LogCapture log;
+    const QString name = path("missing/B\xc3\xa4r.png");
+    run(name, QStringLiteral("64"));
+    expectRecord(log, 2000, QStringLiteral("Couldn't save image '%1'!").arg(name));
+    EXPECT_EQ(remembered().toString(), path("missing"));
+    Overseer::getInstance()->processWorkers();
+    EXPECT_EQ(QGuiApplication::overrideCursor(), nullptr);
+}
+
+TEST_F(GrabImageTest, ParametersThatCannotBeResolved)
+{
+    LogCapture log;
+    ConsoleCapture console;
+    run(QString(), QStringLiteral("64"));
+    EXPECT_EQ(console.lines(), QStringList{"Parameter failure"});
+    EXPECT_TRUE(log.records().empty()) << log.text();
+    run(path("a.png"), QString());
+    expectRecord(log, 4000, QStringLiteral("Parameter failure"));
+    EXPECT_EQ(console.lines().size(), 1);
+}
+
+TEST_F(GrabImageTest, APanelThatIsGoneEndsTheCommandWithoutAWord)
+{
+    Viewer::getInstance()->closePanel(panel);
+    panel = nullptr;
+    LogCapture log;
+    run(path("a.png"), QStringLiteral("64"));
+    EXPECT_TRUE(log.records().empty()) << log.text();
+    EXPECT_FALSE(QFile::exists(path("a.png")));
+}
+
+TEST_F(GrabImageTest, OtherParameterSetsDoNothing)
+{
+    command->setCurrentParameterSetId(5);
+    LogCapture log;
+    ASSERT_TRUE(processor->processCommand(command, 1, true)->succeeded());
+    EXPECT_TRUE(log.records().empty());
+}
+
+TEST_F(GrabImageTest, ABlankPictureIsSavedAllTheSame)
+{
+    useScene(nullptr);
+    LogCapture log;
+    run(path("a.png"), QStringLiteral("64"));
+    expectRecord(log, 4000, QStringLiteral("Image saved to '%1'").arg(path("a.png")));
+    EXPECT_EQ(QImage(path("a.png")).pixel(5, 5), 0u);
+}
+
+TEST_F(GrabImageTest, TheDialogOffersEveryFormatAndTheLastFolder)
+{
+    tovSettings().setValue(QStringLiteral("lastGrabImageDirectory"), folder.path());
+    const std::unique_ptr<QFileDialog> dialog(command->createSaveDialog());
+    QStringList expected;
+    for (const QByteArray& format : QImageWriter::supportedImageFormats())
+        expected << QString::fromLatin1(format.toUpper() + "-File (*." + format.toLower() + ")");
+    EXPECT_EQ(dialog->nameFilters(), expected);
+    EXPECT_TRUE(expected.contains(QStringLiteral("PNG-File (*.png)")));
+    EXPECT_EQ(dialog->windowTitle(), "Save Image");
+    EXPECT_EQ(dialog->acceptMode(), QFileDialog::AcceptSave);
+    EXPECT_EQ(dialog->fileMode(), QFileDialog::AnyFile);
+    EXPECT_EQ(dialog->defaultSuffix(), "png");
+    EXPECT_EQ(dialog->directory().absolutePath(), folder.path());
+    EXPECT_EQ(dialog->parent(), nullptr);
+    // The parameter's editor makes the very same dialog.
+    auto* factory = dynamic_cast<FileParameterPanelFactory*>(
+        command->getCurrentParameterSet()->at(0)->getParameterPanelFactory());
+    const std::unique_ptr<QFileDialog> other(factory->createDialog());
+    EXPECT_EQ(other->windowTitle(), "Save Image");
+}
+
+TEST_F(GrabImageTest, TheProgrammaticFormFillsTheCallersImage)
+{
+    QImage image(320, 200, QImage::Format_ARGB32);
+    image.fill(0);
+    image.setDotsPerMeterX(11811); // 300 dots an inch
+    const auto transform = panel->getScaledTransformMatrix();
+    auto* programmatic = new GrabImage(&image, &transform, panel);
+    EXPECT_EQ(programmatic->getCurrentParameterSetId(), 10000);
+    EXPECT_EQ(programmatic->getInstanceMode(), 0);
+    EXPECT_TRUE(programmatic->isOneShot());
+    EXPECT_FALSE(programmatic->isUndoable());
+    EXPECT_FALSE(programmatic->isRecordedInMacros());
+    EXPECT_FALSE(programmatic->isDisabled());
+    EXPECT_EQ(programmatic->getGUIDescriptor(), nullptr);
+    const ParameterSet* set = programmatic->getParameterSets().at(0);
+    ASSERT_EQ(set->size(), 3u);
+    const char* const names[] = {"image", "transform", "scenepanel"};
+    for (std::size_t i = 0; i < 3; ++i) {
+        EXPECT_EQ(set->at(i)->getName(), QLatin1String(names[i]));
+        EXPECT_EQ(set->at(i)->getDescription(), "noDesc");
+        EXPECT_FALSE(set->at(i)->deletesOnSet()) << "it does not own what it points to";
+    }
+    EXPECT_EQ(set->at(0)->getValuePointer(), &image);
+    EXPECT_EQ(set->at(2)->getValuePointer(), panel);
+    LogCapture log;
+    const auto run = processor->processCommand(programmatic, 1, true);
+    EXPECT_TRUE(run->succeeded());
+    EXPECT_EQ(run->getText(), "Grabbing image with 299 dpi");
+    EXPECT_TRUE(log.records().empty()) << log.text();
+    EXPECT_EQ(qAlpha(image.pixel(160, 100)), 255);
+    EXPECT_EQ(qAlpha(image.pixel(0, 0)), 0);
+    EXPECT_TRUE(QDir(folder.path()).isEmpty());
+}
+
+TEST_F(GrabImageTest, BothFormsGiveTheSamePicture)
+{
+    run(path("a.png"), QStringLiteral("640"));
+    QImage image(640, 480, QImage::Format_ARGB32);
+    const auto transform = panel->getScaledTransformMatrix();
+    processor->processCommand(new GrabImage(&image, &transform, panel), 1, true);
+    const QImage saved(path("a.png"));
+    ASSERT_EQ(saved.size(), image.size());
+    for (int y = 0; y < 480; ++y)
+        for (int x = 0; x < 640; ++x)
+            ASSERT_EQ(saved.pixel(x, y), image.pixel(x, y));
+}
+
+TEST_F(GrabImageTest, DestroyingItEndsItsSubscription)
+{
+    auto* other = new GrabImage;
+    processor->drain();
+    processor->destroyCommand(other);
+    Viewer::getInstance()->announceActivePanel(); // the sanitizers would see a call of a dead command
+    EXPECT_FALSE(command->isDisabled());
+}

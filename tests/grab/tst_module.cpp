@@ -1,0 +1,260 @@
+#include "kernel/events/eventhandler.h"
+#include "kernel/main/command.h"
+#include "kernel/main/commandprocessor.h"
+#include "kernel/main/informationobject.h"
+#include "kernel/main/module.h"
+#include "kernel/main/modulefactory.h"
+#include "kernel/main/moduleloader.h"
+#include "kernel/main/modulemanager.h"
+#include "kernel/main/overseer.h"
+#include "kernel/main/settings.h"
+#include "scene/viewer.h"
+#include "tests/support/logcapture.h"
+
+#include <QDir>
+#include <QFile>
+#include <QIcon>
+#include <QLibrary>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+#include <dlfcn.h>
+
+using namespace tov::main;
+using tov::events::EventHandler;
+using tov::test::LogCapture;
+
+namespace {
+
+const char* const ModuleFile = TOV_BINARY_DIR "/bin/modules/libgrab.so";
+
+const char* const SceneNames[] = {
+    "POINTS_SELECTED", "POINTS_DESELECTED", "POINTS_REPLACED", "SCENE_ELEMENTS_SELECTION",
+    "SCENE_ELEMENTS_REPARENTED", "SCENE_ELEMENTS_RENAMED", "SCENE_MEASURING_CHANGED", "SCENE_GLOBALSCALING_CHANGED",
+    "SCENE_TRANSFORM_LOCKED", "SCENE_TRANSFORM_UNLOCKED", "SCENE_STRUCTURE_LOCKED", "SCENE_STRUCTURE_UNLOCKED",
+    "SCENE_ELEMENT_ADDED", "SCENE_ELEMENT_REMOVED", "SCENE_ELEMENT_RENAMED", "SCENE_ELEMENT_FOCUSED",
+    "SCENE_ELEMENT_SHOWN", "SCENE_ELEMENT_HIDDEN", "SCENE_ELEMENT_BBOX_SHOWN", "SCENE_ELEMENT_BBOX_HIDDEN",
+    "SCENE_ELEMENT_CHILD_ADDED", "SCENE_ELEMENT_CHILD_REMOVED", "SCENE_ELEMENT_CHILDS_REORDERED",
+    "SCENE_ELEMENT_BEFORE_DELETED", "SCENE_ELEMENT_DELETED", "SCENE_ELEMENT_TRANSFORM_START",
+    "SCENE_ELEMENT_TRANSFORM_FINISH", "SCENE_ELEMENT_TRANSFORM_FINISHED", "SCENE_ELEMENT_TRANSFORM_STARTING",
+    "SCENE_ELEMENT_MULTIPLE_TRANSFORM_START", "SCENE_ELEMENT_MULTIPLE_TRANSFORM_FINISH", "SCENEPANEL_CHANGED",
+    "LINESSCENEELEMENT_DATACHANGED", "LINESSCENEELEMENT_COLORCHANGED", "RESCALE_DATA", "SCENE_REDRAW",
+};
+const char* const GlobalNames[] = {
+    "MACRO_STARTED", "MACRO_STOPPED", "REDO_AVAILABLE", "REDO_NOT_AVAILABLE", "UNDO_AVAILABLE", "UNDO_NOT_AVAILABLE",
+    "SETTINGS_CHANGED", "SETTINGS_LOCKED", "SETTINGS_UNLOCKED", "RESET_SETTINGS", "KERNEL_IS_ONLINE",
+};
+
+QStringList expectedDeclarations()
+{
+    QStringList scene, global;
+    for (const char* name : SceneNames)
+        scene << QStringLiteral("Scene/") + QLatin1String(name);
+    for (const char* name : GlobalNames)
+        global << QStringLiteral("Global/") + QLatin1String(name);
+    const QString grabbed = QStringLiteral("Grab/PICTURE_GRABBED");
+    // Module, entry points, video grab command, video settings command, image grab command.
+    return QStringList{grabbed, grabbed} + scene + global + global + scene + global;
+}
+
+typedef ModuleFactory* (*GetFactory)();
+typedef void (*RecycleFactory)();
+
+void ignore(const QString&) {}
+
+} // namespace
+
+// Comes first: a library that stays loaded would not register again.
+TEST(ModuleLibrary, RegistersEventsAndCommandsInTheStatedOrder)
+{
+    const auto before = EventHandler::getInstance()->getDeclarations().size();
+    QLibrary library(QString::fromLatin1(ModuleFile));
+    ASSERT_TRUE(library.load()) << library.errorString().toStdString();
+    const auto all = EventHandler::getInstance()->getDeclarations();
+    QStringList seen;
+    for (std::size_t i = before; i < all.size(); ++i)
+        seen << all[i].category + QLatin1Char('/') + all[i].name;
+    EXPECT_EQ(seen.size(), 107);
+    EXPECT_EQ(seen, expectedDeclarations());
+
+    const auto getFactory = GetFactory(library.resolve("getFactory"));
+    const auto recycleFactory = RecycleFactory(library.resolve("recycleFactory"));
+    ASSERT_TRUE(getFactory && recycleFactory);
+    const auto& commands = getFactory()->getPrimaryCommands();
+    ASSERT_EQ(commands.size(), 3u);
+    const char* const names[] = {"grabvideo", "setvideosettings", "grabimage"};
+    for (std::size_t i = 0; i < 3; ++i) {
+        Command* command = commands[i]();
+        EXPECT_EQ(command->getDescriptor()->getName(), QLatin1String(names[i]));
+        Overseer::getInstance()->getCommandProcessor()->destroyCommand(command);
+    }
+    recycleFactory();
+    library.unload();
+}
+
+TEST(ModuleLibrary, FactoriesComeAndGo)
+{
+    QLibrary library(QString::fromLatin1(ModuleFile));
+    ASSERT_TRUE(library.load());
+    const auto getFactory = GetFactory(library.resolve("getFactory"));
+    const auto recycleFactory = RecycleFactory(library.resolve("recycleFactory"));
+    ModuleFactory* first = getFactory();
+    EXPECT_EQ(getFactory(), first);
+    EXPECT_EQ(first->getPrimaryCommands().size(), 3u);
+    InformationObject* information = first->getInformationObject();
+    ASSERT_TRUE(information);
+    EXPECT_EQ(information->getName(), "Grab");
+    EXPECT_EQ(information->getDescription(), "Offers picture and video grabbing of the scene");
+    EXPECT_FALSE(information->getIcon().isNull());
+    EXPECT_TRUE(information->getHelpUrl().isEmpty());
+    EXPECT_TRUE(information->getHomeUrl().isEmpty());
+    recycleFactory();
+    ModuleFactory* second = getFactory();
+    ASSERT_TRUE(second);
+    ASSERT_TRUE(second->getInformationObject());
+    EXPECT_EQ(second->getInformationObject()->getName(), "Grab");
+    EXPECT_TRUE(second->getPrimaryCommands().empty()) << "the static registration is not repeated";
+    recycleFactory();
+    // None exists now: one is made and destroyed at once.
+    recycleFactory();
+    EXPECT_TRUE(getFactory()->getPrimaryCommands().empty());
+    recycleFactory();
+    library.unload();
+}
+
+TEST(ModuleLibrary, ResourcesAreThereWhileTheFactoryIs)
+{
+    const QString icon = QStringLiteral(":/module_grab/image/grabscene.png");
+    EXPECT_FALSE(QFile::exists(icon));
+    QLibrary library(QString::fromLatin1(ModuleFile));
+    ASSERT_TRUE(library.load());
+    EXPECT_TRUE(QFile::exists(icon));
+    EXPECT_TRUE(QFile::exists(QStringLiteral(":/module_grab/image/grabvideo.png")));
+    EXPECT_FALSE(QImage(icon).isNull());
+    EXPECT_FALSE(QImage(QStringLiteral(":/module_grab/image/grabvideo.png")).isNull());
+    const auto getFactory = GetFactory(library.resolve("getFactory"));
+    const auto recycleFactory = RecycleFactory(library.resolve("recycleFactory"));
+    getFactory();
+    recycleFactory();
+    getFactory();
+    EXPECT_TRUE(QFile::exists(icon)) << "the next factory registers them anew";
+    recycleFactory();
+    library.unload();
+    EXPECT_FALSE(QFile::exists(icon));
+}
+
+TEST(ModuleLibrary, TwoModulesShareTheInformation)
+{
+    QLibrary library(QString::fromLatin1(ModuleFile));
+    ASSERT_TRUE(library.load());
+    const auto getFactory = GetFactory(library.resolve("getFactory"));
+    const auto recycleFactory = RecycleFactory(library.resolve("recycleFactory"));
+    Module* one = getFactory()->createModule();
+    Module* two = getFactory()->createModule();
+    EXPECT_NE(one, two);
+    EXPECT_EQ(one->getInformationObject(), two->getInformationObject());
+    EXPECT_EQ(one->getInformationObject(), getFactory()->getInformationObject());
+    delete two;
+    delete one;
+    recycleFactory();
+    library.unload();
+}
+
+TEST(ModuleLibrary, TheModuleNamesItsGroupsAndStartsWithTwoMessages)
+{
+    QLibrary library(QString::fromLatin1(ModuleFile));
+    ASSERT_TRUE(library.load());
+    const auto getFactory = GetFactory(library.resolve("getFactory"));
+    const auto recycleFactory = RecycleFactory(library.resolve("recycleFactory"));
+    EXPECT_FALSE(EventHandler::getInstance()->isRegistered("Grab"));
+    Module* module = getFactory()->createModule();
+    EXPECT_TRUE(EventHandler::getInstance()->isRegistered("Grab"));
+    EXPECT_TRUE(module->canBeLoaded());
+    Module::GUIDescriptions expected;
+    expected[1][QStringLiteral("Grab")] = MenuAndToolbarManager::Position(5000);
+    expected[2][QStringLiteral("Grab")] = MenuAndToolbarManager::Position(10);
+    expected[8][QStringLiteral("Grab")] = MenuAndToolbarManager::Position(500);
+    EXPECT_TRUE(module->getGUIDescriptions() == expected);
+    QStringList messages;
+    module->initialize([&messages](const QString& message) { messages << QString(message.constData(), message.size()); });
+    EXPECT_EQ(messages, (QStringList{"Initializing Video", "Loading video encoder plugins"}));
+    try {
+        module->initialize(Module::Progress());
+        ADD_FAILURE() << "an empty sink must not be called";
+    } catch (const std::exception& e) {
+        EXPECT_STREQ(e.what(), "call to empty boost::function");
+    }
+    module->finalize();
+    delete module;
+    EXPECT_FALSE(EventHandler::getInstance()->isRegistered("Grab"));
+    recycleFactory();
+    library.unload();
+}
+
+TEST(ModuleLibrary, VirtualOperationsStandInTheStatedOrder)
+{
+    QLibrary library(QString::fromLatin1(ModuleFile));
+    ASSERT_TRUE(library.load());
+    const auto getFactory = GetFactory(library.resolve("getFactory"));
+    const auto recycleFactory = RecycleFactory(library.resolve("recycleFactory"));
+    ModuleFactory* factory = getFactory();
+    void** factoryTable = *reinterpret_cast<void***>(factory);
+    Module* module = reinterpret_cast<Module* (*)(ModuleFactory*)>(factoryTable[2])(factory);
+    ASSERT_TRUE(module);
+    void** table = *reinterpret_cast<void***>(module);
+    const auto symbol = [](void* address) {
+        Dl_info info;
+        return dladdr(address, &info) && info.dli_sname ? std::string(info.dli_sname) : std::string();
+    };
+    EXPECT_NE(symbol(table[2]).find("registerCommand"), std::string::npos) << symbol(table[2]);
+    EXPECT_NE(symbol(table[3]).find("getGUIDescriptions"), std::string::npos);
+    EXPECT_NE(symbol(table[4]).find("canBeLoaded"), std::string::npos);
+    EXPECT_NE(symbol(table[5]).find("initialize"), std::string::npos);
+    EXPECT_NE(symbol(table[6]).find("finalize"), std::string::npos);
+    reinterpret_cast<void (*)(Module*)>(table[1])(module);
+    EXPECT_FALSE(ModuleManager::getInstance()->getModule(QStringLiteral("Grab")));
+    recycleFactory();
+    library.unload();
+}
+
+TEST(ModuleLoading, TheHostLoadsUsesAndUnloadsTheModule)
+{
+    tov::scene::Viewer::getInstance()->initialize();
+    auto* processor = Overseer::getInstance()->getCommandProcessor();
+    LogCapture log;
+    {
+        ModuleLoader loader;
+        Module* module = loader.loadFile(QString::fromLatin1(ModuleFile), ignore);
+        ASSERT_TRUE(module) << log.text();
+        EXPECT_EQ(ModuleManager::getInstance()->getModule(QStringLiteral("Grab")), module);
+        QStringList names;
+        for (Command* command : processor->getPrimaryCommands())
+            names << command->getDescriptor()->getName();
+        // The library was loaded before in this process; it registers on every load.
+        EXPECT_EQ(names, (QStringList{"grabvideo", "setvideosettings", "grabimage"}));
+        EXPECT_EQ(module->getCommands().size(), 3u);
+        EXPECT_FALSE(loader.loadFile(QString::fromLatin1(ModuleFile), ignore)) << "twice";
+    }
+    EXPECT_TRUE(processor->getPrimaryCommands().empty());
+    EXPECT_FALSE(ModuleManager::getInstance()->getModule(QStringLiteral("Grab")));
+    EXPECT_EQ(dlopen(ModuleFile, RTLD_NOW | RTLD_NOLOAD), nullptr) << "unloaded";
+}
+
+TEST(ModuleLoading, FilesThatAreNoModulesAreReportedAndSkipped)
+{
+    QTemporaryDir folder;
+    QFile text(folder.filePath(QStringLiteral("text.so")));
+    ASSERT_TRUE(text.open(QIODevice::WriteOnly));
+    text.write("no library");
+    text.close();
+    ASSERT_TRUE(QFile::copy(QStringLiteral(TOV_BINARY_DIR "/lib/libtovkernel.so"),
+                            folder.filePath(QStringLiteral("other.so"))));
+    LogCapture log;
+    ModuleLoader loader;
+    loader.loadFolder(folder.path(), ignore);
+    EXPECT_TRUE(loader.getModules().empty());
+    ASSERT_EQ(loader.getFailures().size(), 2u);
+    EXPECT_EQ(loader.getFailures()[0].reason, "it exports no \"getFactory\"");
+    EXPECT_EQ(log.records().size(), 2u) << log.text();
+}
