@@ -1,0 +1,256 @@
+// Rules about the source tree and the built files that no compiler checks: who may include whom, and what the module
+// may use of the host.
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <regex>
+#include <set>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+const fs::path Root = TOV_SOURCE_DIR;
+
+/// What a file in a folder may include of our own, by the beginning of the path; and what it may not of others'.
+struct Rule
+{
+    std::string folder;
+    std::vector<std::string> allowed;
+    std::vector<std::string> forbidden;
+};
+
+// The longest matching folder counts.
+const std::vector<Rule> Rules = {
+    {"kernel/", {"kernel/main/", "kernel/events/", "kernel/log/", "kernel/math/", "kernel/util/"}, {"QOpenGL", "GL/", "QWidget", "QFileDialog", "QSlider"}},
+    // The window's part of the kernel; progress is reported to it from anywhere.
+    {"kernel/gui/", {"kernel/"}, {"QOpenGL", "GL/"}},
+    {"scene/", {"kernel/", "scene/"}, {"libav"}},
+    {"trajectory/", {"kernel/", "scene/", "trajectory/"}, {"libav"}},
+    {"grab/video/", {"kernel/", "grab/video/"}, {"GL/", "QOpenGL", "QWidget", "libav"}},
+    {"grab/videohandler", {"grab/videohandler.h", "grab/video/", "scene/", "trajectory/", "kernel/"}, {"libav"}},
+    {"grab/commands/", {"grab/commands/", "grab/module/modulegrab.h", "grab/videohandler.h", "grab/video/", "scene/", "kernel/"}, {"libav"}},
+    {"grab/module/", {"grab/module/", "grab/video/", "kernel/"}, {"libav", "GL/"}},
+    // Plug-ins describe themselves in the host's record.
+    {"plugins/video/", {"grab/video/", "plugins/video/common/", "kernel/log/", "kernel/main/informationobject.h", "kernel/main/export.h"}, {"QOpenGL", "GL/"}},
+    {"plugins/platform/", {"plugins/platform/"}, {"libav"}},
+    {"app/", {"kernel/", "scene/", "trajectory/", "app/", "plugins/platform/select/"}, {"libav"}},
+};
+
+std::vector<fs::path> sources()
+{
+    std::vector<fs::path> found;
+    for (const char* folder : {"kernel", "scene", "trajectory", "grab", "plugins", "app"})
+        for (const auto& entry : fs::recursive_directory_iterator(Root / folder))
+            if (entry.path().extension() == ".cpp" || entry.path().extension() == ".h")
+                found.push_back(fs::relative(entry.path(), Root));
+    return found;
+}
+
+std::vector<std::pair<int, std::string>> includesOf(const fs::path& file, bool& quoted)
+{
+    static const std::regex form("^\\s*#\\s*include\\s*([<\"])([^>\"]+)[>\"]");
+    std::ifstream in(Root / file);
+    std::vector<std::pair<int, std::string>> result;
+    std::string line;
+    for (int number = 1; std::getline(in, line); ++number) {
+        std::smatch match;
+        if (std::regex_search(line, match, form))
+            result.emplace_back(number, match[1].str() + match[2].str());
+    }
+    quoted = false;
+    return result;
+}
+
+std::string output(const std::string& command)
+{
+    std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.c_str(), "r"), pclose);
+    std::string text;
+    std::array<char, 4096> buffer;
+    while (pipe && std::fgets(buffer.data(), int(buffer.size()), pipe.get()))
+        text += buffer.data();
+    return text;
+}
+
+} // namespace
+
+TEST(Includes, FollowTheTableOfFolders)
+{
+    int checked = 0;
+    for (const fs::path& file : sources()) {
+        const Rule* rule = nullptr;
+        for (const Rule& candidate : Rules)
+            if (file.string().rfind(candidate.folder, 0) == 0 &&
+                (!rule || candidate.folder.size() > rule->folder.size()))
+                rule = &candidate;
+        ASSERT_TRUE(rule) << file << " is in no known folder";
+        bool quoted;
+        for (const auto& [line, name] : includesOf(file, quoted)) {
+            ++checked;
+            const std::string path = name.substr(1);
+            EXPECT_EQ(path.find(".."), std::string::npos) << file << ":" << line;
+            for (const std::string& forbidden : rule->forbidden)
+                EXPECT_NE(path.rfind(forbidden, 0), 0u) << file << ":" << line << " includes " << path;
+            // Generated: "name.moc", and a resource's own; anything else quoted is ours and starts at the root.
+            if (name[0] != '"' || path.find(".moc") != std::string::npos)
+                continue;
+            EXPECT_TRUE(fs::exists(Root / path)) << file << ":" << line << ": " << path << " is not at the root";
+            bool allowed = false;
+            for (const std::string& prefix : rule->allowed)
+                allowed = allowed || path.rfind(prefix, 0) == 0;
+            // The Overseer, which is the kernel's core, knows the window's progress dialog no more than anybody else.
+            EXPECT_TRUE(allowed) << file << ":" << line << " must not include " << path;
+        }
+    }
+    EXPECT_GT(checked, 300);
+}
+
+TEST(Includes, EventListsAreForSourceFilesOfCommandsOnly)
+{
+    const std::set<std::string> allowed = {"grab/commands/grabvideo.cpp", "grab/commands/setvideosettings.cpp",
+                                           "grab/commands/grabimage.cpp"};
+    for (const fs::path& file : sources()) {
+        bool quoted;
+        bool lists = false;
+        for (const auto& [line, name] : includesOf(file, quoted))
+            lists = lists || name == "\"scene/events.h" || name == "\"kernel/main/globalevents.h";
+        if (file.string().rfind("grab/", 0) == 0)
+            EXPECT_EQ(lists, allowed.count(file.string()) > 0) << file;
+        else if (file.extension() == ".h")
+            EXPECT_FALSE(lists) << file;
+    }
+}
+
+TEST(Headers, AreGuardedAndDocumented)
+{
+    for (const fs::path& file : sources()) {
+        if (file.extension() != ".h")
+            continue;
+        std::ifstream in(Root / file);
+        std::stringstream text;
+        text << in.rdbuf();
+        EXPECT_EQ(text.str().rfind("#pragma once", 0), 0u) << file;
+        EXPECT_TRUE(text.str().find("///") != std::string::npos || text.str().find("\n// ") != std::string::npos)
+            << file << " says nothing";
+    }
+}
+
+TEST(Module, UsesOfTheHostOnlyWhatModulesMayUse)
+{
+    // Class by class: "*" = the class's life (constructors, destructor, type information, virtual table) only, else the
+    // operations as well.
+    const std::vector<std::pair<std::string, std::set<std::string>>> interface = {
+        {"tov::log::Logger", {"log"}},
+        {"tov::events::EventHandler", {"getInstance", "addEvent", "registerEventTypes", "unregisterEventTypes"}},
+        {"tov::main::EventManager", {"getInstance", "registerEventFunction", "unregisterAllEventFunctionsOf", "fireEvent"}},
+        {"tov::main::ModuleFactory", {"registerPrimaryCommand", "createModule"}},
+        {"tov::main::Module", {"registerCommand", "getGUIDescriptions", "getInformationObject"}},
+        {"tov::main::InformationObject", {"getAdditionalInformations"}},
+        {"tov::main::ModuleManager", {"getInstance", "getModule"}},
+        {"tov::main::Command", {"setParameters", "getGUIWindow", "getCommandWidget", "clone", "abort", "execute", "disableCommand", "updateProcessed", "updateText", "addParameterSet", "getParameterSets", "getCurrentParameterSet", "getCurrentParameterSetId", "setCurrentParameterSetId", "getErrorState", "announcesChanges", "setInstanceMode", "setUndoable", "setRecordedInMacros", "setOneShot"}},
+        {"tov::main::SettingsCommand", {}},
+        {"tov::main::CommandDescriptor", {}},
+        {"tov::main::CommandGUIDescriptor", {}},
+        {"tov::main::CommandProcessor", {"processCommand"}},
+        {"tov::main::CommandRun", {}},
+        {"tov::main::FunctionCommand", {}},
+        {"tov::main::Worker", {"setWait", "wait"}},
+        {"tov::main::WorkerDelegate::InternalWorker", {"run"}},
+        {"tov::main::Overseer", {"getInstance", "getApplicationThread", "transmitWorker", "getCommandProcessor", "getQSettings"}},
+        {"tov::main::AbstractParameter", {}},
+        {"tov::main::CastClass", {}},
+        {"tov::main::CastClassManager", {"getInstance", "createCastClassForType"}},
+        {"tov::main::ParameterSet", {"addParameter", "at"}},
+        {"tov::main::TypeSolver", {"solve"}},
+        {"tov::main::ParameterPanelFactory", {}},
+        {"tov::main::FileParameterPanelFactory", {}},
+        {"tov::main::SliderParameterPanelFactory", {}},
+        {"tov::util::FunctionDelegate", {}},
+        {"tov::util::DelegateBase", {}},
+        {"tov::util::ZReferenced", {}},
+        {"tov::util::ZProgressDialog", {"setValue"}},
+        {"tov::scene::Viewer", {"getInstance", "getGlobalScene", "isFboAvailable"}},
+        {"tov::scene::Scene", {"getRootNode", "lock", "unlock"}},
+        {"tov::scene::SceneLocker", {"unlock"}},
+        {"tov::scene::SceneDrawer", {"getBackgroundColor", "resize", "glDraw", "ZNEAR", "ZFAR"}},
+        {"tov::scene::SharedContext", {"glContext", "lock", "unlock"}},
+        {"tov::gui::ScenePanel", {"getScaledTransformMatrix", "width", "height"}},
+        {"tov::trajectory::TrajectoryHandler", {"getInstance", "getSelectedMode", "getTrajectoryInfo", "getAdvancedTrajectoryInfo"}},
+        {"tov::trajectory::TrajectoryInfo", {"getPoints", "getPosition", "setPosition"}},
+        {"tov::trajectory::AdvancedTrajectoryInfo", {"getMatrixMapList", "getPosition", "setPosition"}},
+    };
+    const std::set<std::string> functions = {"tov::scene::_GlobalContext", "tov::scene::_GlobalScene",
+                                             "tov::main::isSameType"};
+
+    const std::string symbols = output("nm -DC --undefined-only " TOV_BINARY_DIR "/bin/modules/libgrab.so");
+    std::istringstream lines(symbols);
+    std::string line;
+    int seen = 0;
+    while (std::getline(lines, line)) {
+        const auto at = line.find("tov::");
+        if (at == std::string::npos || line.find("tovSettings") != std::string::npos)
+            continue;
+        ++seen;
+        // "typeinfo for X", "vtable for X", "X::operation(arguments) const": the argument list may name classes, too.
+        const bool life = line.find("typeinfo for") != std::string::npos || line.find("vtable for") != std::string::npos;
+        std::string name = line.substr(at);
+        name = name.substr(0, name.find('('));
+        if (name.find('[') != std::string::npos)
+            name = name.substr(0, name.find('['));
+        while (!name.empty() && (name.back() == ' '))
+            name.pop_back();
+        bool allowed = functions.count(name) > 0;
+        for (const auto& [type, operations] : interface) {
+            const std::string own = type.substr(type.rfind("::") + 2);
+            if (life) {
+                allowed = allowed || name == type;
+                continue;
+            }
+            if (name.rfind(type + "::", 0) != 0)
+                continue;
+            const std::string operation = name.substr(type.size() + 2);
+            allowed = allowed || operation == own || operation == "~" + own || operations.count(operation) > 0;
+        }
+        EXPECT_TRUE(allowed) << "the module must not use " << line.substr(at);
+    }
+    EXPECT_GT(seen, 40) << symbols;
+}
+
+TEST(Module, ExportsItsTwoEntryPoints)
+{
+    const std::string symbols = output("nm -D --defined-only " TOV_BINARY_DIR "/bin/modules/libgrab.so");
+    EXPECT_NE(symbols.find(" T getFactory\n"), std::string::npos);
+    EXPECT_NE(symbols.find(" T recycleFactory\n"), std::string::npos);
+}
+
+TEST(Program, IsNotLinkedAgainstTheModule)
+{
+    const std::string needed = output("readelf -d " TOV_BINARY_DIR "/bin/tov");
+    EXPECT_NE(needed.find("libtovkernel"), std::string::npos);
+    EXPECT_EQ(needed.find("libgrab"), std::string::npos);
+    EXPECT_EQ(needed.find("libav"), std::string::npos);
+}
+
+TEST(BuiltFiles, AreHardened)
+{
+    for (const char* file : {"bin/tov", "bin/modules/libgrab.so", "lib/libtovkernel.so", "lib/libtovscene.so",
+                             "lib/libtovtrajectory.so", "bin/plugins/video/ffmpeg.so"}) {
+        const std::string path = std::string(TOV_BINARY_DIR "/") + file;
+        const std::string headers = output("readelf -Wld " + path);
+        EXPECT_NE(headers.find("GNU_RELRO"), std::string::npos) << file;
+        EXPECT_NE(headers.find("BIND_NOW"), std::string::npos) << file;
+        EXPECT_EQ(headers.find("GNU_STACK      0x000000 0x0000000000000000 0x0000000000000000 0x000000 0x000000 RWE"),
+                  std::string::npos)
+            << file;
+        EXPECT_NE(headers.find("(RUNPATH)"), std::string::npos) << file;
+    }
+    EXPECT_NE(output("readelf -h " TOV_BINARY_DIR "/bin/tov").find("DYN ("), std::string::npos) << "position-independent";
+}
