@@ -1,0 +1,454 @@
+#include "grab/video/encoder.h"
+#include "grab/video/videoencoder.h"
+#include "tests/support/logcapture.h"
+
+#include <QBuffer>
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QImage>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTemporaryFile>
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <memory>
+
+#include <sys/resource.h>
+
+using tov::grab::video::Encoder;
+using tov::grab::video::VideoEncoder;
+using tov::test::LogCapture;
+
+namespace {
+
+typedef std::array<int, 4> Color; ///< red, green, blue, alpha
+
+QByteArray run(const QString& program, const QStringList& arguments)
+{
+    QProcess process;
+    process.start(program, arguments);
+    EXPECT_TRUE(process.waitForFinished(60000)) << program.toStdString();
+    EXPECT_EQ(process.exitCode(), 0) << process.readAllStandardError().constData();
+    return process.readAllStandardOutput();
+}
+
+/// A frame of one colour with a marker that moves, as the capture writes it: B, G, R, A.
+QByteArray frame(int width, int height, const Color& color, int number = 0)
+{
+    QByteArray bytes(width * height * 4, 0);
+    for (int i = 0; i < width * height; ++i) {
+        const bool marker = width >= 64 && i / width < 8 && i % width / 8 == number % (width / 8);
+        bytes[4 * i] = char(marker ? 255 : color[2]);
+        bytes[4 * i + 1] = char(marker ? 255 : color[1]);
+        bytes[4 * i + 2] = char(marker ? 255 : color[0]);
+        bytes[4 * i + 3] = char(color[3]);
+    }
+    return bytes;
+}
+
+QIODevice* chunkOf(const QByteArray& bytes)
+{
+    auto* buffer = new QBuffer;
+    buffer->open(QIODevice::ReadWrite);
+    buffer->write(bytes);
+    return buffer;
+}
+
+class FormatTest : public testing::Test
+{
+protected:
+    static void SetUpTestSuite()
+    {
+        const QString folder = QCoreApplication::applicationDirPath() + QStringLiteral("/plugins/video/");
+        QDir(folder).removeRecursively();
+        QDir().mkpath(folder);
+        ASSERT_TRUE(QFile::copy(QStringLiteral(TOV_BINARY_DIR "/bin/plugins/video/ffmpeg.so"), folder + QStringLiteral("ffmpeg.so")));
+        VideoEncoder::getInstance()->refreshPlugins();
+    }
+    static void TearDownTestSuite()
+    {
+        delete VideoEncoder::getInstance();
+        VideoEncoder::forgetInstance();
+    }
+    std::unique_ptr<Encoder> encoderFor(const QString& name, int width, int height, int fps = 25, int rate = 4000000)
+    {
+        std::unique_ptr<Encoder> encoder(VideoEncoder::getInstance()->getEncoder(name));
+        if (encoder)
+            encoder->setOutputParameters(name, width, height, fps, rate);
+        return encoder;
+    }
+    QString path(const QString& name) const { return folder.filePath(name); }
+    QJsonObject streamOf(const QString& file)
+    {
+        const auto document = QJsonDocument::fromJson(
+            run(QStringLiteral("ffprobe"),
+                {"-v", "error", "-count_frames", "-show_streams", "-show_format", "-of", "json", file}));
+        return document.object()["streams"].toArray().at(0).toObject();
+    }
+    /// All frames decoded to R, G, B, A.
+    std::vector<QByteArray> decoded(const QString& file, int width, int height, const QStringList& input = {})
+    {
+        const QByteArray raw = run(QStringLiteral("ffmpeg"),
+                                   QStringList{"-v", "error"} + input +
+                                       QStringList{"-i", file, "-vf", "scale=in_color_matrix=auto:sws_flags=accurate_rnd+full_chroma_int", "-pix_fmt", "rgba", "-vsync", "0", "-f", "rawvideo", "-"});
+        const int size = width * height * 4;
+        EXPECT_EQ(raw.size() % size, 0);
+        std::vector<QByteArray> frames;
+        for (int at = 0; at + size <= raw.size(); at += size)
+            frames.push_back(raw.mid(at, size));
+        return frames;
+    }
+    QTemporaryDir folder;
+};
+
+Color pixel(const QByteArray& rgba, int index)
+{
+    return {uchar(rgba[4 * index]), uchar(rgba[4 * index + 1]), uchar(rgba[4 * index + 2]), uchar(rgba[4 * index + 3])};
+}
+
+struct Row
+{
+    const char* suffix;
+    const char* codec;
+};
+
+const Row Rows[] = {
+    {"mp4", "h264"},   {"mov", "h264"},      {"mkv", "h264"},        {"hq.mp4", "h264"},     {"hevc.mp4", "hevc"},
+    {"av1.mkv", "av1"}, {"webm", "vp9"},      {"avi", "mjpeg"},       {"gif", "gif"},         {"apng", "apng"},
+    {"alpha.webm", "vp9"}, {"alpha.mov", "prores"}, {"lossless.mkv", "ffv1"},
+};
+
+} // namespace
+
+TEST_F(FormatTest, EveryFormatHoldsEveryFrameAtItsRate)
+{
+    for (const Row& row : Rows) {
+        SCOPED_TRACE(row.suffix);
+        const QString file = path(QStringLiteral("a.") + QLatin1String(row.suffix));
+        LogCapture log;
+        auto encoder = encoderFor(file, 128, 96, 25);
+        ASSERT_TRUE(encoder);
+        // Three chunks of 7, 0 and 23 frames, one of them in a file.
+        QByteArray first, last;
+        for (int i = 0; i < 30; ++i)
+            (i < 7 ? first : last) += frame(128, 96, {40, 90, 160, 255}, i);
+        EXPECT_TRUE(encoder->encodeVideoChunk(chunkOf(first), false));
+        EXPECT_TRUE(encoder->encodeVideoChunk(chunkOf(QByteArray()), false));
+        auto* temporary = new QTemporaryFile;
+        ASSERT_TRUE(temporary->open());
+        temporary->write(last);
+        EXPECT_TRUE(encoder->encodeVideoChunk(temporary, true));
+        encoder->waitForFinish();
+        for (const auto& record : log.records())
+            EXPECT_GT(record.level, 2000) << record.message.toStdString();
+        const QJsonObject stream = streamOf(file);
+        EXPECT_EQ(stream["codec_name"].toString(), QLatin1String(row.codec));
+        EXPECT_EQ(stream["width"].toInt(), 128);
+        EXPECT_EQ(stream["height"].toInt(), 96);
+        EXPECT_EQ(stream["nb_read_frames"].toString().toInt(), 30);
+        EXPECT_EQ(stream["r_frame_rate"].toString(), "25/1");
+    }
+}
+
+TEST_F(FormatTest, ColoursComeBackWithinTwoOf255)
+{
+    const Color colors[] = {{200, 100, 50, 255}, {255, 0, 0, 255}, {0, 255, 0, 255}, {0, 0, 255, 255},
+                            {16, 16, 16, 255},   {128, 128, 128, 255}, {255, 255, 255, 255}, {0, 0, 0, 255}, {250, 240, 10, 255}};
+    for (const char* suffix : {"mp4", "mov", "mkv", "webm", "hevc.mp4", "hq.mp4", "av1.mkv"}) {
+        for (const Color& color : colors) {
+            SCOPED_TRACE(std::string(suffix) + " " + std::to_string(color[0]) + "," + std::to_string(color[1]) + "," + std::to_string(color[2]));
+            const QString file = path(QStringLiteral("c.") + QLatin1String(suffix));
+            auto encoder = encoderFor(file, 32, 32);
+            ASSERT_TRUE(encoder);
+            QByteArray bytes;
+            for (int i = 0; i < 3; ++i)
+                bytes += frame(32, 32, color);
+            encoder->encodeVideoChunk(chunkOf(bytes), true);
+            encoder->waitForFinish();
+            const QJsonObject stream = streamOf(file);
+            EXPECT_EQ(stream["color_space"].toString(), "bt709");
+            EXPECT_EQ(stream["color_range"].toString(), "tv");
+            const auto frames = decoded(file, 32, 32);
+            ASSERT_EQ(frames.size(), 3u);
+            const Color got = pixel(frames[1], 16 * 32 + 16);
+            for (int c = 0; c < 3; ++c)
+                EXPECT_NEAR(got[std::size_t(c)], color[std::size_t(c)], 2) << "channel " << c;
+        }
+    }
+}
+
+TEST_F(FormatTest, LosslessIsExactAndKeepsAlpha)
+{
+    const QString file = path(QStringLiteral("l.lossless.mkv"));
+    auto encoder = encoderFor(file, 64, 48);
+    ASSERT_TRUE(encoder);
+    QByteArray bytes(64 * 48 * 4, 0);
+    for (int i = 0; i < 64 * 48; ++i) {
+        const bool solid = i % 64 > 20;
+        bytes[4 * i] = char(solid ? i % 251 : 51);
+        bytes[4 * i + 1] = char(solid ? i % 241 : 42);
+        bytes[4 * i + 2] = char(solid ? i % 239 : 38);
+        bytes[4 * i + 3] = char(solid ? 255 : 0);
+    }
+    encoder->encodeVideoChunk(chunkOf(bytes + bytes), true);
+    encoder->waitForFinish();
+    const QByteArray raw = run(QStringLiteral("ffmpeg"), {"-v", "error", "-i", file, "-pix_fmt", "bgra", "-f", "rawvideo", "-"});
+    EXPECT_EQ(raw, bytes + bytes);
+}
+
+TEST_F(FormatTest, TranslucentPixelsHaveNoFringeOverAnyColour)
+{
+    // What the framebuffer holds: a colour blended over the background, with its own alpha.
+    const Color background = {38, 42, 51, 0};
+    const Color color = {220, 40, 90, 255};
+    QByteArray bytes = frame(64, 64, background);
+    for (int i = 0; i < 64 * 64; ++i)
+        for (int c = 0; c < 3; ++c)
+            bytes[4 * i + 2 - c] = char(background[std::size_t(c)]);
+    for (int x = 0; x < 64; ++x)
+        for (int y = 16; y < 48; ++y) {
+            const int alpha = 4 * x + 3;
+            char* p = bytes.data() + 4 * (y * 64 + x);
+            for (int c = 0; c < 3; ++c)
+                p[2 - c] = char((color[std::size_t(c)] * alpha + background[std::size_t(c)] * (255 - alpha) + 127) / 255);
+            p[3] = char(alpha);
+        }
+    for (const char* suffix : {"lossless.mkv", "apng"}) {
+        const QString file = path(QStringLiteral("t.") + QLatin1String(suffix));
+        auto encoder = encoderFor(file, 64, 64);
+        ASSERT_TRUE(encoder);
+        encoder->encodeVideoChunk(chunkOf(bytes), true);
+        encoder->waitForFinish();
+        const auto frames = decoded(file, 64, 64);
+        ASSERT_GE(frames.size(), 1u);
+        for (int x = 0; x < 64; ++x) {
+            const Color got = pixel(frames[0], 32 * 64 + x);
+            const int alpha = 4 * x + 3;
+            EXPECT_EQ(got[3], alpha) << suffix;
+            for (const int over : {0, 128, 255})
+                for (std::size_t c = 0; c < 3; ++c) {
+                    const double exact = (color[c] * alpha + over * (255 - alpha)) / 255.0;
+                    const double composite = (got[c] * alpha + over * (255 - alpha)) / 255.0;
+                    EXPECT_NEAR(composite, exact, 2) << suffix << " at alpha " << alpha;
+                }
+        }
+    }
+}
+
+TEST_F(FormatTest, AFinishedMp4IsOneIndexedFileThatSeeks)
+{
+    for (const char* suffix : {"mp4", "mov", "hevc.mp4"}) {
+        SCOPED_TRACE(suffix);
+        const QString file = path(QStringLiteral("i.") + QLatin1String(suffix));
+        auto encoder = encoderFor(file, 128, 96, 25);
+        ASSERT_TRUE(encoder);
+        for (int chunk = 0; chunk < 4; ++chunk) {
+            QByteArray bytes;
+            for (int i = 0; i < 25; ++i)
+                bytes += frame(128, 96, {40, 90, 160, 255}, chunk * 25 + i);
+            encoder->encodeVideoChunk(chunkOf(bytes), chunk == 3);
+        }
+        encoder->waitForFinish();
+        // The boxes at the top: the type, one data box, one index; no fragment.
+        QFile in(file);
+        ASSERT_TRUE(in.open(QIODevice::ReadOnly));
+        const QByteArray all = in.readAll();
+        QStringList boxes;
+        for (qint64 at = 0; at + 16 <= all.size();) {
+            const auto* head = reinterpret_cast<const uchar*>(all.constData()) + at;
+            quint64 size = quint64(head[0]) << 24 | head[1] << 16 | head[2] << 8 | head[3];
+            boxes << QString::fromLatin1(all.mid(int(at) + 4, 4));
+            if (size == 1) {
+                size = 0;
+                for (int i = 8; i < 16; ++i)
+                    size = size << 8 | head[i];
+            }
+            ASSERT_GE(size, 8u);
+            at += qint64(size);
+        }
+        EXPECT_EQ(boxes, (QStringList{"ftyp", "mdat", "moov"}));
+        const QJsonObject stream = streamOf(file);
+        EXPECT_EQ(stream["nb_frames"].toString(), "100") << "the index says so";
+        EXPECT_NEAR(stream["duration"].toString().toDouble(), 4.0, 0.001);
+        EXPECT_NEAR(stream["start_time"].toString().toDouble(), 0.0, 0.001);
+        // Frame 60 is the one whose marker says so: 128 / 8 = 16 places.
+        const auto frames = decoded(file, 128, 96, {"-ss", "2.4"});
+        ASSERT_EQ(frames.size(), 40u);
+        const Color marker = pixel(frames[0], 4 * 128 + (60 % 16) * 8 + 4);
+        EXPECT_GT(marker[0] + marker[1] + marker[2], 600);
+    }
+}
+
+TEST_F(FormatTest, AFileThatIsCutWhileItGrowsPlaysWhatWasEncoded)
+{
+    for (const char* suffix : {"mp4", "mkv", "webm"}) {
+        SCOPED_TRACE(suffix);
+        const QString file = path(QStringLiteral("k.") + QLatin1String(suffix));
+        auto encoder = encoderFor(file, 128, 96, 25);
+        ASSERT_TRUE(encoder);
+        QByteArray bytes;
+        for (int i = 0; i < 200; ++i)
+            bytes += frame(128, 96, {40, 90, 160, 255}, i);
+        encoder->encodeVideoChunk(chunkOf(bytes), false);
+        // What is on the disk now is what a killed process leaves.
+        ASSERT_TRUE(tov::test::processUntil([&] {
+            QFile growing(file);
+            if (!growing.open(QIODevice::ReadOnly))
+                return false;
+            const QString copy = path(QStringLiteral("copy.") + QLatin1String(suffix));
+            QFile::remove(copy);
+            QFile out(copy);
+            if (!out.open(QIODevice::WriteOnly))
+                return false;
+            out.write(growing.readAll());
+            out.close();
+            QProcess probe;
+            probe.start(QStringLiteral("ffprobe"), {"-v", "quiet", "-count_frames", "-show_entries", "stream=nb_read_frames", "-of", "csv=p=0", copy});
+            probe.waitForFinished(20000);
+            return probe.readAllStandardOutput().trimmed().split(',').first().toInt() >= 75;
+        })) << "three seconds never became playable";
+        encoder->abortEncoding();
+        EXPECT_FALSE(QFile::exists(file));
+    }
+}
+
+TEST_F(FormatTest, RemaindersAreDroppedWithOneRecord)
+{
+    const QString file = path(QStringLiteral("r.mkv"));
+    auto encoder = encoderFor(file, 64, 48);
+    LogCapture log;
+    encoder->encodeVideoChunk(chunkOf(frame(64, 48, {1, 2, 3, 255}) + QByteArray(100, 'x')), false);
+    encoder->encodeVideoChunk(chunkOf(frame(64, 48, {1, 2, 3, 255})), true);
+    encoder->waitForFinish();
+    EXPECT_EQ(log.withMessage(QStringLiteral("The last 100 bytes of a chunk are no whole frame and are dropped")).size(), 1u) << log.text();
+    EXPECT_EQ(streamOf(file)["nb_read_frames"].toString(), "2");
+}
+
+TEST_F(FormatTest, NothingAtAllIsHarmless)
+{
+    for (const Row& row : Rows) {
+        SCOPED_TRACE(row.suffix);
+        LogCapture log;
+        const QString file = path(QStringLiteral("n.") + QLatin1String(row.suffix));
+        auto encoder = encoderFor(file, 64, 48);
+        EXPECT_TRUE(encoder->encodeVideoChunk(nullptr, true)) << "null alone";
+        encoder->waitForFinish();
+        encoder = encoderFor(file, 64, 48);
+        encoder->waitForFinish(); // no chunk was ever handed over
+        encoder = encoderFor(file, 64, 48);
+        encoder->encodeVideoChunk(chunkOf(QByteArray()), true);
+        encoder->waitForFinish();
+        encoder = encoderFor(file, 64, 48);
+        encoder->encodeVideoChunk(chunkOf(frame(64, 48, {9, 9, 9, 255})), false);
+        encoder->encodeVideoChunk(nullptr, true); // a recording that lost its last chunk
+        encoder->waitForFinish();
+        EXPECT_EQ(streamOf(file)["nb_read_frames"].toString(), "1");
+        for (const auto& record : log.records())
+            EXPECT_GT(record.level, 2000) << record.message.toStdString();
+    }
+}
+
+TEST_F(FormatTest, AnAbortLeavesNoFile)
+{
+    for (const Row& row : Rows) {
+        SCOPED_TRACE(row.suffix);
+        const QString file = path(QStringLiteral("x.") + QLatin1String(row.suffix));
+        for (int stage = 0; stage < 3; ++stage) {
+            auto encoder = encoderFor(file, 64, 48);
+            if (stage > 0)
+                encoder->encodeVideoChunk(chunkOf(frame(64, 48, {9, 9, 9, 255})), stage == 2);
+            encoder->abortEncoding();
+            EXPECT_FALSE(QFile::exists(file)) << "stage " << stage;
+        }
+    }
+}
+
+TEST_F(FormatTest, AnOutputThatCannotBeWrittenIsLoggedOnceAndNothingPilesUp)
+{
+    // /dev/full takes nothing.
+    for (const char* suffix : {"mp4", "mkv", "avi"}) {
+        SCOPED_TRACE(suffix);
+        const QString file = path(QStringLiteral("full.") + QLatin1String(suffix));
+        ASSERT_TRUE(QFile::link(QStringLiteral("/dev/full"), file));
+        LogCapture log;
+        auto encoder = encoderFor(file, 320, 240);
+        QByteArray bytes;
+        for (int i = 0; i < 60; ++i)
+            bytes += frame(320, 240, {i * 4, 255 - i, 60, 255}, i);
+        for (int chunk = 0; chunk < 3; ++chunk)
+            EXPECT_TRUE(encoder->encodeVideoChunk(chunkOf(bytes), chunk == 2));
+        encoder->waitForFinish();
+        int errors = 0;
+        for (const auto& record : log.records())
+            errors += record.level <= 2000;
+        EXPECT_EQ(errors, 1) << log.text();
+        QFile::remove(file);
+    }
+    // No output at all.
+    LogCapture log;
+    std::unique_ptr<Encoder> encoder(VideoEncoder::getInstance()->getEncoder(QStringLiteral("a.mp4")));
+    EXPECT_FALSE(encoder->setOutputParameters(path(QStringLiteral("missing/a.mp4")), 64, 48, 25, 1));
+    EXPECT_TRUE(encoder->encodeVideoChunk(chunkOf(frame(64, 48, {1, 1, 1, 255})), true));
+    encoder->waitForFinish();
+    EXPECT_TRUE(log.contains(QStringLiteral("There is no output file to write the video to"))) << log.text();
+}
+
+TEST_F(FormatTest, ADiskThatFillsUpLeavesWhatWasEncoded)
+{
+    const QString file = path(QStringLiteral("disk.mp4"));
+    auto encoder = encoderFor(file, 320, 240, 25, 20000000);
+    struct rlimit before;
+    getrlimit(RLIMIT_FSIZE, &before);
+    struct rlimit small = before;
+    small.rlim_cur = 200000;
+    setrlimit(RLIMIT_FSIZE, &small);
+    LogCapture log;
+    QByteArray bytes;
+    for (int i = 0; i < 150; ++i) {
+        QByteArray noise = frame(320, 240, {100, 100, 100, 255}, i);
+        for (int k = 0; k < noise.size(); k += 4)
+            noise[k] = char(k * 7 + i * 13 + (k / 640) * 31);
+        bytes += noise;
+    }
+    encoder->encodeVideoChunk(chunkOf(bytes), true);
+    encoder->waitForFinish();
+    setrlimit(RLIMIT_FSIZE, &before);
+    int errors = 0;
+    for (const auto& record : log.records())
+        errors += record.level <= 2000;
+    EXPECT_EQ(errors, 1) << log.text();
+    EXPECT_LE(QFileInfo(file).size(), 200000);
+    QProcess probe;
+    probe.start(QStringLiteral("ffprobe"), {"-v", "quiet", "-count_frames", "-show_entries", "stream=nb_read_frames", "-of", "csv=p=0", file});
+    ASSERT_TRUE(probe.waitForFinished(20000));
+    EXPECT_GT(probe.readAllStandardOutput().trimmed().split(',').first().toInt(), 0);
+}
+
+TEST_F(FormatTest, OddParametersDoNotCrash)
+{
+    const struct
+    {
+        int width, height, fps, rate;
+    } rows[] = {{2, 2, 25, 1000000}, {16, 16, 1, 100000}, {64, 48, 1000, 100000000}, {64, 48, 0, 0}, {64, 48, -5, -1}, {642, 480, 24, 800000}};
+    for (const Row& row : Rows)
+        for (const auto& p : rows) {
+            SCOPED_TRACE(std::string(row.suffix) + " " + std::to_string(p.width) + "x" + std::to_string(p.height) + " at " + std::to_string(p.fps));
+            const QString file = path(QStringLiteral("o.") + QLatin1String(row.suffix));
+            auto encoder = encoderFor(file, p.width, p.height, p.fps, p.rate);
+            EXPECT_TRUE(encoder->encodeVideoChunk(chunkOf(frame(p.width, p.height, {50, 60, 70, 255}) + frame(p.width, p.height, {60, 60, 70, 255})), true));
+            encoder->waitForFinish();
+        }
+    // No size at all.
+    for (const int size : {0, -2}) {
+        auto encoder = encoderFor(path(QStringLiteral("z.mp4")), size, size);
+        EXPECT_TRUE(encoder->encodeVideoChunk(chunkOf(QByteArray(64, 0)), true));
+        encoder->waitForFinish();
+    }
+}
