@@ -1,6 +1,7 @@
 #include "app/common/startup.h"
 
 #include "kernel/events/eventhandler.h"
+#include "kernel/log/console.h"
 #include "kernel/log/terminalsink.h"
 #include "kernel/main/commandprocessor.h"
 #include "kernel/main/overseer.h"
@@ -67,10 +68,15 @@ void onQtMessage(QtMsgType type, const QMessageLogContext&, const QString& messa
 ErrorMemory::ErrorMemory()
 {
     Logger::addSink(this);
+    tov::log::setConsoleOutput([this](const QString& line) {
+        std::lock_guard<std::mutex> guard(m_Mutex);
+        m_Messages << line;
+    });
 }
 
 ErrorMemory::~ErrorMemory()
 {
+    tov::log::setConsoleOutput({});
     Logger::removeSink(this);
 }
 

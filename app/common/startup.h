@@ -23,7 +23,7 @@ struct StartOptions
     std::function<void(const QString&)> progress; ///< start-up messages; may be empty
 };
 
-/// Keeps the records of errors, so that a verb can say why it failed. Thread: any.
+/// Keeps the records of errors and what is printed on the console (commands print refusals there), so that a verb can say why it failed. Thread: any.
 class ErrorMemory : public tov::log::LogSink
 {
 public:

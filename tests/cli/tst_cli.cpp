@@ -1,0 +1,420 @@
+// The real program, run as a person or a script runs it.
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QFileInfo>
+#include <QImage>
+#include <QImageReader>
+#include <QProcess>
+#include <QSettings>
+#include <QTemporaryDir>
+#include <QThread>
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+const QString Program = QStringLiteral(TOV_BINARY_DIR "/bin/tov");
+const QString Bunny = QStringLiteral("/usr/share/glmark2/models/bunny.obj");
+const QString Cube = QStringLiteral("/usr/share/glmark2/models/cube.3ds");
+
+struct Result
+{
+    int status = -1;
+    QString out;
+    QString err;
+    int errLines() const { return err.isEmpty() ? 0 : err.trimmed().split(QLatin1Char('\n')).size(); }
+};
+
+class CliTest : public testing::Test
+{
+protected:
+    QStringList withSettings(QStringList arguments) const
+    {
+        // Behind the verb, before a "--".
+        arguments.insert(arguments.isEmpty() ? 0 : 1, QStringLiteral("--settings=") + path("settings.ini"));
+        return arguments;
+    }
+    Result run(const QStringList& arguments, const QByteArray& shell = QByteArray())
+    {
+        QProcess process;
+        process.setWorkingDirectory(folder.path());
+        auto environment = QProcessEnvironment::systemEnvironment();
+        for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM", "QT_QPA_EGLFS_INTEGRATION"})
+            environment.remove(QLatin1String(name));
+        environment.insert(QStringLiteral("TOV_SETTINGS"), path("settings.ini"));
+        process.setProcessEnvironment(environment);
+        if (shell.isEmpty())
+            process.start(Program, arguments);
+        else
+            process.start(QStringLiteral("/bin/sh"), {QStringLiteral("-c"), QString::fromUtf8(shell), Program});
+        EXPECT_TRUE(process.waitForFinished(120000));
+        EXPECT_EQ(process.exitStatus(), QProcess::NormalExit) << "crashed";
+        return {process.exitCode(), QString::fromUtf8(process.readAllStandardOutput()),
+                QString::fromUtf8(process.readAllStandardError())};
+    }
+    /// One line on standard error that holds the text, nothing on standard output.
+    void expectFailure(const Result& result, int status, const char* text)
+    {
+        EXPECT_EQ(result.status, status);
+        EXPECT_TRUE(result.err.startsWith(QStringLiteral("tov: "))) << result.err.toStdString();
+        EXPECT_TRUE(result.err.contains(QString::fromUtf8(text))) << result.err.toStdString();
+        EXPECT_EQ(result.errLines(), 1) << result.err.toStdString();
+        EXPECT_TRUE(result.out.isEmpty()) << result.out.toStdString();
+    }
+    void write(const char* name, const QByteArray& bytes)
+    {
+        QFile file(path(name));
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(bytes);
+    }
+    QString path(const char* name) const { return folder.filePath(QString::fromUtf8(name)); }
+    QTemporaryDir folder;
+};
+
+} // namespace
+
+TEST_F(CliTest, HelpAndVersion)
+{
+    const Result help = run({"--help"});
+    EXPECT_EQ(help.status, 0);
+    for (const char* verb : {"image", "video", "run", "commands", "encoders", "modules", "130"})
+        EXPECT_TRUE(help.out.contains(QLatin1String(verb))) << verb;
+    EXPECT_TRUE(help.err.isEmpty());
+    for (const char* verb : {"image", "video", "run", "commands", "encoders", "modules"}) {
+        const Result one = run({verb, "--help"});
+        EXPECT_EQ(one.status, 0);
+        EXPECT_TRUE(one.out.startsWith(QStringLiteral("tov ") + QLatin1String(verb)));
+    }
+    EXPECT_EQ(run({"--version"}).out, "tov 0.1.0\n");
+}
+
+TEST_F(CliTest, WrongUsageIsOneLineAndStatusTwo)
+{
+    const std::pair<QStringList, const char*> rows[] = {
+        {{"--nonsense"}, "there is no option --nonsense (see tov --help)"},
+        {{"--width", "5"}, "the option --width needs a verb"},
+        {{"image", "--fps", "5"}, "image has no option --fps"},
+        {{"image", "-o"}, "-o needs a value (OUT)"},
+        {{"image", "--quiet=1"}, "--quiet takes no value"},
+        {{"image"}, "image needs a model"},
+        {{"image", Cube}, "image needs an output file"},
+        {{"image", Cube, "-o", "a.png", "--width", "wide"}, "--width: \"wide\" is no whole number of pixels"},
+        {{"image", Cube, "-o", "a.png", "--width", "2147483648"}, "is no whole number of pixels"},
+        {{"image", Cube, "-o", "a.png", "--width", "10.5"}, "is no whole number of pixels"},
+        {{"image", Cube, "-o", "a.png", "--view", "up"}, "there is no view \"up\""},
+        {{"image", Cube, "-o", "a.png", "--panel", "100"}, "is no size"},
+        {{"image", Cube, "-o", "a.png", "--panel", "0x5"}, "is no size"},
+        {{"image", Cube, "-o", "a.png", "--background", "red"}, "is no colour"},
+        {{"image", Cube, "-o", "a.png", "--transform", "1 2 3"}, "16 numbers are needed"},
+        {{"commands", "x"}, "commands takes no file"},
+        {{"run"}, "run needs a script"},
+        {{"run", "-c", "a \"b"}, "the quote at column 3 is not closed"},
+        {{"run", "-c", "# nothing"}, "there is no command to run"},
+        {{"video", Cube, "-o", "a.mp4"}, "video needs one of --turntable, --trajectory and --duration"},
+        {{"video", Cube, "-o", "a.mp4", "--turntable", "5", "--duration", "2"}, "video needs one of"},
+        {{"video", Cube, "-o", "a.mp4", "--duration", "-2"}, "is no number of seconds"},
+        {{"video", Cube, "-o", "a.mp4", "--duration", "nan"}, "is no number of seconds"},
+        {{"video", Cube, "-o", "a.mp4", "--turntable", "5", "--fps", "0"}, "--fps: \"0\" is no number from 1 on"},
+        {{"video", Cube, "-o", "a.mp4", "--turntable", "5", "--size", "big"}, "--size: \"big\" is no size"},
+    };
+    for (const auto& [arguments, text] : rows) {
+        SCOPED_TRACE(arguments.join(QLatin1Char(' ')).toStdString());
+        expectFailure(run(arguments), 2, text);
+    }
+}
+
+TEST_F(CliTest, APictureOfARealModel)
+{
+    const Result result = run({"image", Bunny, "-o", "bunny.png", "--width", "1000", "--panel", "800x600"});
+    EXPECT_EQ(result.status, 0) << result.err.toStdString();
+    EXPECT_TRUE(result.err.contains(QStringLiteral("bunny.png: 1000 x 750 pixels"))) << result.err.toStdString();
+    const QImage image(path("bunny.png"));
+    ASSERT_EQ(image.size(), QSize(1000, 750));
+    EXPECT_EQ(qAlpha(image.pixel(2, 2)), 0);
+    int covered = 0;
+    for (int y = 0; y < 750; ++y)
+        for (int x = 0; x < 1000; ++x)
+            covered += qAlpha(image.pixel(x, y)) == 255;
+    EXPECT_GT(covered, 1000 * 750 / 5) << "the model is fitted into the view";
+    EXPECT_LT(covered, 1000 * 750 * 4 / 5);
+}
+
+TEST_F(CliTest, EveryPictureFormat)
+{
+    for (const char* name : {"a.png", "b.jpg", "c.bmp", "d.tiff", "e.webp", "f.ppm", "g.PNG"}) {
+        const Result result = run({"image", "-q", Cube, "-o", name, "--width", "64", "--panel", "64x48"});
+        EXPECT_EQ(result.status, 0) << result.err.toStdString();
+        EXPECT_TRUE(result.err.isEmpty()) << "quiet: " << result.err.toStdString();
+        EXPECT_EQ(QImageReader(path(name)).read().size(), QSize(64, 48)) << name;
+    }
+}
+
+TEST_F(CliTest, PicturesThatCannotBeMade)
+{
+    QDir(folder.path()).mkdir(QStringLiteral("folder.png"));
+    write("locked.png", "x");
+    const std::pair<QStringList, const char*> rows[] = {
+        {{"-o", "a.xyz"}, "No valid image file extension selected"},
+        {{"-o", "noending"}, "No valid image file extension selected"},
+        {{"-o", "a.png", "--width", "0"}, "Target picture (0 x 0) size is to small!"},
+        {{"-o", "a.png", "--width", "1"}, "Target picture (1 x 0) size is to small!"},
+        {{"-o", "a.png", "--width", "-5"}, "Target picture (-5 x -2) size is to small!"},
+        {{"-o", "a.png", "--width", "2147483647"}, "Couldn't create image buffer with size (2147483647 x 1207959551)"},
+        {{"-o", "missing/a.png"}, "there is no folder"},
+        {{"-o", "folder.png"}, "folder.png is a folder; name a file"},
+        {{"-o", "/dev/full"}, "is no ordinary file"},
+    };
+    for (const auto& [arguments, text] : rows) {
+        SCOPED_TRACE(arguments.join(QLatin1Char(' ')).toStdString());
+        QStringList before = QDir(folder.path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot);
+        before.removeAll(QStringLiteral("settings.ini"));
+        expectFailure(run(QStringList{"image", Cube} + arguments), 1, text);
+        QStringList after = QDir(folder.path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot);
+        after.removeAll(QStringLiteral("settings.ini"));
+        EXPECT_EQ(after, before) << "nothing half-written";
+    }
+}
+
+TEST_F(CliTest, APictureThatDoesNotFitIntoMemoryIsRefused)
+{
+    const Result result = run({"image", Cube, "-o", "a.png", "--width", "300000"});
+    expectFailure(result, 1, "");
+    EXPECT_FALSE(QFile::exists(path("a.png")));
+}
+
+TEST_F(CliTest, AFullDiskLeavesNoFileThatLooksWhole)
+{
+    const Result result = run({}, "ulimit -f 20; exec \"$0\" image " + Bunny.toUtf8() + " -o full.png --width 2000");
+    EXPECT_EQ(result.status, 1) << result.err.toStdString();
+    // The image library has a word of its own before.
+    EXPECT_TRUE(result.err.endsWith(QStringLiteral("tov: grabimage: Couldn't save image 'full.png'!\n")))
+        << result.err.toStdString();
+    EXPECT_FALSE(QFile::exists(path("full.png")));
+}
+
+TEST_F(CliTest, ModelsThatCannotBeRead)
+{
+    QDir(folder.path()).mkdir(QStringLiteral("folder.obj"));
+    write("empty.obj", "");
+    QByteArray rubbish;
+    for (int i = 0; i < 4000; ++i)
+        rubbish += char((i * 7919) >> 3);
+    write("rubbish.obj", rubbish);
+    write("rubbish.ply", rubbish);
+    write("rubbish.stl", rubbish);
+    write("rubbish.3ds", rubbish);
+    write("rubbish.glb", rubbish);
+    write("short.ply", "ply\nformat binary_little_endian 1.0\nelement vertex 1000\nproperty float x\nproperty float y\nproperty float z\nend_header\nabc");
+    write("huge.ply", "ply\nformat ascii 1.0\nelement vertex 4294967295\nproperty float x\nproperty float y\nproperty float z\nend_header\n1 2 3\n");
+    write("index.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 9\n");
+    write("word.obj", "v 0 0 zero\n");
+    write("nan.obj", "v 0 0 nan\nv 1 0 0\nv 0 1 0\nf 1 2 3\n");
+    write("model.xyz", "1 2 3\n");
+    const std::pair<const char*, const char*> rows[] = {
+        {"missing.obj", "there is no such file"},
+        {"folder.obj", "it is a folder"},
+        {"empty.obj", "it is empty"},
+        {"rubbish.obj", "cannot be opened"},
+        {"rubbish.ply", "cannot be opened"},
+        {"rubbish.stl", "cannot be opened"},
+        {"rubbish.3ds", "cannot be opened"},
+        {"rubbish.glb", "cannot be opened"},
+        {"short.ply", "the header promises 1000 of \"vertex\", but the file is too short for them"},
+        {"huge.ply", "the header promises 4294967295 of \"vertex\""},
+        {"index.obj", "line 4: the index 9 is out of range, there are 3"},
+        {"word.obj", "line 1: \"zero\" is no number"},
+        {"nan.obj", "line 1: \"nan\" is no number"},
+        {"model.xyz", "files of the type \"xyz\" cannot be read"},
+    };
+    for (const auto& [name, text] : rows) {
+        SCOPED_TRACE(name);
+        expectFailure(run({"image", name, "-o", "a.png", "--width", "64"}), 1, text);
+        EXPECT_FALSE(QFile::exists(path("a.png")));
+    }
+}
+
+TEST_F(CliTest, ATruncatedModelIsRefusedOrDrawnNeverACrash)
+{
+    QFile whole(QStringLiteral("/usr/share/glmark2/models/horse.3ds"));
+    ASSERT_TRUE(whole.open(QIODevice::ReadOnly));
+    const QByteArray bytes = whole.readAll();
+    for (int part = 1; part < 8; ++part) {
+        write("cut.3ds", bytes.left(bytes.size() * part / 8));
+        const Result result = run({"image", "-q", "cut.3ds", "-o", "a.png", "--width", "64"});
+        EXPECT_TRUE(result.status == 0 || (result.status == 1 && result.errLines() == 1)) << result.err.toStdString();
+    }
+}
+
+TEST_F(CliTest, NamesOfEveryKind)
+{
+    for (const char* name : {"with space.png", "B\xc3\xa4r \"quoted\" %s.png", "-dash.png", "two\nlines.png", "'single'.png"}) {
+        const Result result = run({"image", "-q", "-o", name, "--width", "32", "--", Cube});
+        EXPECT_EQ(result.status, 0) << name << ": " << result.err.toStdString();
+        EXPECT_TRUE(QFile::exists(path(name))) << name;
+    }
+}
+
+TEST_F(CliTest, ATransformIsUsedAsItIs)
+{
+    write("box.obj", "v -99 -99 -99\nv 99 -99 -99\nv 0 99 0\nv 0 -99 99\nf 1 2 3\nf 2 4 3\nf 4 1 3\nf 1 4 2\n");
+    const QStringList common{"image", "-q", "box.obj", "--width", "64", "--panel", "64x64"};
+    ASSERT_EQ(run(common + QStringList{"-o", "a.png", "--transform", "1 0 0 0  0 1 0 0  0 0 1 -900  0 0 0 1"}).status, 0);
+    ASSERT_EQ(run(common + QStringList{"-o", "b.png", "--transform", "1 0 0 0  0 1 0 0  0 0 1 900  0 0 0 1"}).status, 0);
+    const QImage behind(path("b.png"));
+    for (int y = 0; y < 64; ++y)
+        for (int x = 0; x < 64; ++x)
+            ASSERT_EQ(qAlpha(behind.pixel(x, y)), 0) << "everything is behind the camera";
+    EXPECT_NE(QImage(path("a.png")), behind);
+}
+
+TEST_F(CliTest, CommandsEncodersAndModulesAreListed)
+{
+    const Result commands = run({"commands"});
+    EXPECT_EQ(commands.status, 0);
+    EXPECT_TRUE(commands.out.contains(QStringLiteral("grabimage  Grabs an image of the scene")));
+    EXPECT_TRUE(commands.out.contains(QStringLiteral("width  Width of the grabbed image  [default 10000]")));
+    const Result encoders = run({"encoders"});
+    EXPECT_EQ(encoders.status, 0);
+    EXPECT_TRUE(encoders.out.contains(QStringLiteral("mp4")));
+    const Result modules = run({"modules"});
+    EXPECT_EQ(modules.status, 0);
+    EXPECT_TRUE(modules.out.contains(QStringLiteral("Grab  Offers picture and video grabbing of the scene")));
+    EXPECT_TRUE(modules.out.contains(QStringLiteral("Drawing with: ")));
+    EXPECT_FALSE(modules.out.contains(QStringLiteral("Problem"))) << modules.out.toStdString();
+    for (const Result& result : {commands, encoders, modules})
+        EXPECT_TRUE(result.err.isEmpty()) << result.err.toStdString();
+}
+
+TEST_F(CliTest, CommandTextsAndScripts)
+{
+    EXPECT_EQ(run({"run", Cube, "-c", "grabimage a.png 100", "-c", "grabimage width=50 filename=\"b.png\"", "--panel", "100x100"}).status, 0);
+    EXPECT_EQ(QImageReader(path("a.png")).size(), QSize(100, 100));
+    EXPECT_EQ(QImageReader(path("b.png")).size(), QSize(50, 50));
+    expectFailure(run({"run", Cube, "-c", "grabimage"}), 1, "grabimage: Parameter failure");
+    expectFailure(run({"run", Cube, "-c", "grabpicture a.png"}), 1, "There is no command \"grabpicture\"; there are: grabvideo, setvideosettings, grabimage");
+    write("good.tov", "# a script\ngrabimage c.png 40\n\ngrabimage d.png 60\n");
+    EXPECT_EQ(run({"run", Cube, "good.tov"}).status, 0);
+    EXPECT_TRUE(QFile::exists(path("d.png")));
+    write("syntax.tov", "grabimage c2.png 40\ngrabimage \"open\n");
+    expectFailure(run({"run", Cube, "syntax.tov"}), 1, "syntax.tov, line 2: the quote at column 11 is not closed");
+    EXPECT_FALSE(QFile::exists(path("c2.png"))) << "nothing runs of a script that cannot be read";
+    write("wrong.tov", "grabimage e.png 40\n\ngrabimage f.png 1\ngrabimage g.png 40\n");
+    const Result wrong = run({"run", Cube, "wrong.tov"});
+    EXPECT_EQ(wrong.status, 1);
+    EXPECT_TRUE(wrong.err.contains(QStringLiteral("grabimage: Target picture (1 x 0) size is to small!"))) << wrong.err.toStdString();
+    EXPECT_TRUE(wrong.err.contains(QStringLiteral("wrong.tov, line 3: the script ends here"))) << wrong.err.toStdString();
+    EXPECT_TRUE(QFile::exists(path("e.png")));
+    EXPECT_FALSE(QFile::exists(path("g.png")));
+}
+
+TEST_F(CliTest, ClosedAndFullOutputsAreNoCrash)
+{
+    EXPECT_NE(run({}, "exec \"$0\" commands >/dev/full").status, 0);
+    run({}, "exec \"$0\" --help >&-");
+    const Result piped = run({}, "\"$0\" commands | true");
+    EXPECT_EQ(piped.status, 0);
+    EXPECT_EQ(run({}, "exec \"$0\" image -q " + Cube.toUtf8() + " -o a.png --width 32 >&- 2>&- </dev/null").status, 0);
+}
+
+TEST_F(CliTest, SettingsOfTheLocaleDoNotMatter)
+{
+    EXPECT_EQ(run({}, "LC_ALL=C exec \"$0\" image -q " + Cube.toUtf8() + " -o 'B\xc3\xa4r.png' --width 32").status, 0);
+    EXPECT_TRUE(QFile::exists(path("B\xc3\xa4r.png")));
+    EXPECT_EQ(run({}, "unset HOME XDG_RUNTIME_DIR; LC_ALL=de_DE.UTF-8 exec \"$0\" image -q " + Cube.toUtf8() + " -o c.png --width 32").status, 0);
+}
+
+TEST_F(CliTest, WithoutADisplayTheWindowSaysSo)
+{
+    expectFailure(run({}), 1, "there is no display for a window");
+}
+
+TEST_F(CliTest, AVideoSteppedAlongATurntable)
+{
+    for (const char* name : {"a.mp4", "b.mkv"}) {
+        const Result result = run({"video", Cube, "-o", name, "--size", "161x119", "--turntable", "12", "--fps", "30", "--bitrate", "500"});
+        EXPECT_EQ(result.status, 0) << result.err.toStdString();
+        EXPECT_TRUE(result.err.contains(QStringLiteral("162 x 120 pixels"))) << result.err.toStdString();
+        EXPECT_TRUE(result.err.contains(QStringLiteral("12 frames"))) << result.err.toStdString();
+    }
+    QSettings settings(path("settings.ini"), QSettings::IniFormat);
+    EXPECT_FALSE(settings.contains(QStringLiteral("settings/grabvideofps"))) << "the rates of one call are not kept";
+}
+
+TEST_F(CliTest, AVideoOfSomeSeconds)
+{
+    const Result result = run({"video", Cube, "-o", "a.mkv", "--size", "64x48", "--duration", "0.6"});
+    EXPECT_EQ(result.status, 0) << result.err.toStdString();
+    EXPECT_GT(QFileInfo(path("a.mkv")).size(), 0);
+}
+
+TEST_F(CliTest, VideosThatCannotBeMade)
+{
+    write("bad.csv", "1,2,3\n4,five,6\n");
+    const std::pair<QStringList, const char*> rows[] = {
+        {{"-o", "a.xyz", "--turntable", "3"}, "no video format \"xyz\" is known; known are "},
+        {{"-o", "noending", "--turntable", "3"}, "has no ending that says the format"},
+        {{"-o", "v1.2.mp4", "--turntable", "3"}, "everything after the first dot is the format"},
+        {{"-o", "missing/a.mp4", "--turntable", "3"}, "there is no folder"},
+        {{"-o", "a.mp4", "--turntable", "3", "--size", "15x64"}, "at least 16 x 16"},
+        {{"-o", "a.mp4", "--turntable", "3", "--size", "40000x64"}, "are more than can be drawn here"},
+        {{"-o", "a.mp4", "--turntable", "0"}, "is no number of positions"},
+        {{"-o", "a.mp4", "--trajectory", "none.csv"}, "there is no such file"},
+        {{"-o", "a.mp4", "--trajectory", "bad.csv"}, "line 2: \"five\" is no number"},
+    };
+    for (const auto& [arguments, text] : rows) {
+        SCOPED_TRACE(arguments.join(QLatin1Char(' ')).toStdString());
+        expectFailure(run(QStringList{"video", Cube} + arguments), 1, text);
+        EXPECT_TRUE(QDir(folder.path()).entryList({"*.mp4", "*.xyz"}).isEmpty());
+    }
+}
+
+TEST_F(CliTest, CtrlCStopsARecordingAndKeepsIt)
+{
+    QProcess process;
+    process.setWorkingDirectory(folder.path());
+    auto environment = QProcessEnvironment::systemEnvironment();
+    environment.remove(QStringLiteral("QT_QPA_PLATFORM"));
+    environment.insert(QStringLiteral("TOV_SETTINGS"), path("settings.ini"));
+    process.setProcessEnvironment(environment);
+    process.start(Program, {"video", Cube, "-o", "a.mkv", "--size", "320x240", "--duration", "100", "-v"});
+    ASSERT_TRUE(process.waitForStarted());
+    // The file is made when the recording starts.
+    QElapsedTimer clock;
+    clock.start();
+    while (!QFile::exists(path("a.mkv")) && clock.elapsed() < 30000)
+        process.waitForReadyRead(10);
+    ASSERT_TRUE(QFile::exists(path("a.mkv")));
+    // Some frames' time.
+    process.waitForFinished(600);
+    kill(pid_t(process.processId()), SIGINT);
+    ASSERT_TRUE(process.waitForFinished(60000));
+    EXPECT_EQ(process.exitCode(), 130);
+    QProcess probe;
+    probe.start(QStringLiteral("ffprobe"), {"-v", "error", "-count_frames", "-show_entries", "stream=nb_read_frames", "-of", "csv=p=0", path("a.mkv")});
+    ASSERT_TRUE(probe.waitForFinished(30000));
+    EXPECT_GT(probe.readAllStandardOutput().trimmed().split(',').first().toInt(), 0);
+}
+
+TEST_F(CliTest, CtrlCDuringAPictureLeavesNothing)
+{
+    QProcess process;
+    process.setWorkingDirectory(folder.path());
+    auto environment = QProcessEnvironment::systemEnvironment();
+    environment.remove(QStringLiteral("QT_QPA_PLATFORM"));
+    environment.insert(QStringLiteral("TOV_SETTINGS"), path("settings.ini"));
+    process.setProcessEnvironment(environment);
+    process.start(Program, {"image", Bunny, "-o", "a.png", "--width", "12000"});
+    ASSERT_TRUE(process.waitForStarted());
+    process.waitForFinished(700);
+    kill(pid_t(process.processId()), SIGINT);
+    ASSERT_TRUE(process.waitForFinished(60000));
+    EXPECT_EQ(process.exitCode(), 130);
+    EXPECT_FALSE(QFile::exists(path("a.png")));
+}
