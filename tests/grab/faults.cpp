@@ -1,0 +1,145 @@
+#include "tests/grab/faults.h"
+
+#include <QBuffer>
+#include <QCoreApplication>
+#include <QImage>
+#include <QOpenGLContext>
+#include <QOpenGLFramebufferObject>
+#include <QThread>
+
+#include <GL/gl.h>
+
+#include <cstdio>
+#include <cstdlib>
+
+#include <dlfcn.h>
+#include <sys/sysinfo.h>
+
+namespace tov::test::faults {
+
+namespace {
+
+template <typename Function>
+Function next(const char* name)
+{
+    void* address = dlsym(RTLD_NEXT, name);
+    if (!address) {
+        std::fprintf(stderr, "there is no other %s\n", name);
+        std::abort();
+    }
+    return reinterpret_cast<Function>(address);
+}
+
+bool onCaptureThread()
+{
+    return QThread::currentThread()->objectName().endsWith(QLatin1String("Grabber"));
+}
+
+bool takeOne(std::atomic<int>& count)
+{
+    int left = count.load();
+    while (left > 0)
+        if (count.compare_exchange_weak(left, left - 1))
+            return true;
+    return false;
+}
+
+} // namespace
+
+void clear()
+{
+    sysinfoFails = false;
+    freePages = -1;
+    contextCreateFails = false;
+    makeCurrentFails = Where::Nowhere;
+    bindsToFail = 0;
+    readBacksToFail = 0;
+    framebuffersMissing = false;
+    maxTextureSize = -1;
+    bufferOpenFails = false;
+    bufferOpens = 0;
+}
+
+} // namespace tov::test::faults
+
+using namespace tov::test::faults;
+
+extern "C" TOV_EXPORT int sysinfo(struct sysinfo* info) noexcept
+{
+    static const auto real = next<int (*)(struct ::sysinfo*)>("sysinfo");
+    if (sysinfoFails)
+        return -1;
+    const int result = real(info);
+    if (freePages >= 0) {
+        info->mem_unit = 4096;
+        info->freeram = static_cast<unsigned long>(freePages);
+        info->bufferram = 0;
+    }
+    return result;
+}
+
+extern "C" TOV_EXPORT void glGetIntegerv(GLenum name, GLint* values)
+{
+    static const auto real = next<void (*)(GLenum, GLint*)>("glGetIntegerv");
+    real(name, values);
+    if (name == GL_MAX_TEXTURE_SIZE && maxTextureSize >= 0)
+        *values = maxTextureSize;
+}
+
+bool QOpenGLContext::create()
+{
+    static const auto real = next<bool (*)(QOpenGLContext*)>("_ZN14QOpenGLContext6createEv");
+    return !contextCreateFails && real(this);
+}
+
+bool QOpenGLContext::makeCurrent(QSurface* surface)
+{
+    static const auto real = next<bool (*)(QOpenGLContext*, QSurface*)>("_ZN14QOpenGLContext11makeCurrentEP8QSurface");
+    switch (makeCurrentFails.load()) {
+    case Where::Application:
+        if (QThread::currentThread() == QCoreApplication::instance()->thread())
+            return false;
+        break;
+    case Where::Capture:
+        if (onCaptureThread())
+            return false;
+        break;
+    case Where::Nowhere:
+        break;
+    }
+    return real(this, surface);
+}
+
+bool QOpenGLFramebufferObject::bind()
+{
+    static const auto real = next<bool (*)(QOpenGLFramebufferObject*)>("_ZN24QOpenGLFramebufferObject4bindEv");
+    if (onCaptureThread() && takeOne(bindsToFail))
+        return false;
+    return real(this);
+}
+
+QImage QOpenGLFramebufferObject::toImage() const
+{
+    static const auto real =
+        next<QImage (*)(const QOpenGLFramebufferObject*)>("_ZNK24QOpenGLFramebufferObject7toImageEv");
+    if (onCaptureThread() && takeOne(readBacksToFail))
+        return QImage();
+    return real(this);
+}
+
+bool QOpenGLFramebufferObject::hasOpenGLFramebufferObjects()
+{
+    static const auto real = next<bool (*)()>("_ZN24QOpenGLFramebufferObject27hasOpenGLFramebufferObjectsEv");
+    return !framebuffersMissing && real();
+}
+
+bool QBuffer::open(OpenMode mode)
+{
+    static const auto real = next<bool (*)(QBuffer*, OpenMode)>("_ZN7QBuffer4openE6QFlagsIN9QIODevice12OpenModeFlagEE");
+    if (onCaptureThread()) {
+        ++bufferOpens;
+        if (bufferOpenFails)
+            return false;
+    }
+    return real(this, mode);
+}

@@ -1,0 +1,139 @@
+// What happens when OpenGL fails.
+
+#include "grab/videohandler.h"
+#include "scene/viewer.h"
+#include "tests/grab/videofixture.h"
+
+using tov::grab::VideoHandler;
+using tov::test::processUntil;
+using tov::test::Signals;
+namespace faults = tov::test::faults;
+
+namespace {
+
+class VideoFaults : public tov::test::VideoFixture
+{
+protected:
+    void expectRefusedStart(const char* message)
+    {
+        auto* panel = newPanel();
+        m_Log.clear();
+        VideoHandler handler;
+        EXPECT_FALSE(handler.startGrabbing(file("refused.raw"), 32, 16, panel));
+        const auto records = m_Log.withMessage(QString::fromLatin1(message));
+        ASSERT_EQ(records.size(), 1u) << m_Log.text();
+        EXPECT_EQ(records[0].level, 2000);
+        EXPECT_EQ(records[0].file, "videohandler");
+        EXPECT_EQ(records[0].function, "initGL");
+        EXPECT_FALSE(handler.isGrabbing());
+        EXPECT_TRUE(m_Journal.callsSeen().empty());
+        faults::clear();
+        // The handler may try again.
+        selectPoints(1);
+        Signals seen(handler);
+        ASSERT_TRUE(handler.startSyncedGrabbing(file("later.raw"), 32, 16, panel));
+        ASSERT_TRUE(processUntil([&] { return seen.finished == 1; }));
+        handler.stopGrabbing();
+        EXPECT_EQ(m_Journal.totalSize(), 32 * 16 * 4);
+    }
+
+    /// Records three positions.
+    void record()
+    {
+        selectPoints(3);
+        VideoHandler handler;
+        Signals seen(handler);
+        ASSERT_TRUE(handler.startSyncedGrabbing(file("faults.raw"), 32, 16, newPanel()));
+        ASSERT_TRUE(processUntil([&] { return seen.finished == 1; }));
+        handler.stopGrabbing();
+    }
+};
+
+} // namespace
+
+TEST_F(VideoFaults, AContextThatCannotBeCreatedRefusesTheStart)
+{
+    faults::contextCreateFails = true;
+    expectRefusedStart("Could not create OpenGL context!");
+}
+
+TEST_F(VideoFaults, AContextThatCannotBeMadeCurrentRefusesTheStart)
+{
+    faults::makeCurrentFails = faults::Where::Application;
+    expectRefusedStart("Current OpenGL context is invalid!");
+}
+
+TEST_F(VideoFaults, AnUnknownTextureSizeRefusesTheStart)
+{
+    faults::maxTextureSize = 0;
+    expectRefusedStart("Could not determine the maximum texture size");
+}
+
+TEST_F(VideoFaults, MissingFramebuffersRefuseTheStart)
+{
+    faults::framebuffersMissing = true;
+    expectRefusedStart("Your OpenGL implementation doesn't support framebuffer objects");
+}
+
+TEST_F(VideoFaults, AContextThatIsLostEndsTheCapture)
+{
+    faults::makeCurrentFails = faults::Where::Capture;
+    record();
+    const auto records = m_Log.withMessage(QStringLiteral("Could not make OpenGL context current!"));
+    ASSERT_EQ(records.size(), 1u) << "the capture ends after this frame";
+    EXPECT_EQ(records[0].level, 2000);
+    EXPECT_EQ(records[0].file, "videohandler");
+    EXPECT_EQ(records[0].function, "grabPicture");
+    EXPECT_EQ(m_Journal.totalSize(), 0);
+    EXPECT_TRUE(m_Journal.seen().back().isLast);
+    // All locks are free again.
+    auto* panel = newPanel();
+    tov::scene::Viewer::getInstance()->closePanel(panel);
+    faults::clear();
+    record();
+    EXPECT_EQ(m_Journal.totalSize(), 3 * 32 * 16 * 4);
+}
+
+TEST_F(VideoFaults, AFailedBindingSkipsItsFrame)
+{
+    faults::bindsToFail = 1;
+    record();
+    const auto records = m_Log.withMessage(QStringLiteral("Couldn't bind FBO to OpenGL context"));
+    ASSERT_EQ(records.size(), 1u);
+    EXPECT_EQ(records[0].function, "grabPicture");
+    EXPECT_EQ(m_Journal.totalSize(), 2 * 32 * 16 * 4);
+}
+
+TEST_F(VideoFaults, ABindingThatFailsToTheEndDoesNotKeepTheContext)
+{
+    faults::bindsToFail = 1000;
+    record();
+    EXPECT_EQ(m_Log.withMessage(QStringLiteral("Couldn't bind FBO to OpenGL context")).size(), 3u);
+    EXPECT_EQ(m_Journal.totalSize(), 0);
+    faults::clear();
+    record();
+    EXPECT_EQ(m_Journal.totalSize(), 3 * 32 * 16 * 4);
+}
+
+TEST_F(VideoFaults, AFailedReadBackSkipsItsFrame)
+{
+    faults::readBacksToFail = 2;
+    record();
+    const auto records = m_Log.withMessage(QStringLiteral("Picture couldn't be grabbed by FBO"));
+    ASSERT_EQ(records.size(), 2u);
+    EXPECT_EQ(records[0].level, 2000);
+    EXPECT_EQ(records[0].function, "grabPicture");
+    EXPECT_EQ(m_Journal.totalSize(), 32 * 16 * 4);
+}
+
+TEST_F(VideoFaults, NegativeSizesRecordNothingAndHarmNobody)
+{
+    selectPoints(2);
+    VideoHandler handler;
+    Signals seen(handler);
+    ASSERT_TRUE(handler.startSyncedGrabbing(file("negative.raw"), -64, 48, newPanel()));
+    ASSERT_TRUE(processUntil([&] { return seen.finished == 1; }));
+    handler.stopGrabbing();
+    EXPECT_EQ(m_Journal.width, -64);
+    EXPECT_EQ(m_Journal.totalSize(), 0);
+}
