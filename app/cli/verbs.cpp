@@ -77,13 +77,14 @@ int runImage(const Options& options, int& argc, char** argv)
         session.fail(error);
         return 1;
     }
-    // A picture that does not fit into memory would bring the machine down before anybody could say so.
-    const qint64 bytes = 4 * qint64(width) * (qint64(width) * view.panel.height() / view.panel.width());
+    // A picture that almost fits into memory would bring the machine down before anybody could say so. What is larger
+    // than any memory is refused by the command itself.
+    const double bytes = 4.0 * width * width * view.panel.height() / view.panel.width();
     const qint64 available = availableMemory();
-    if (width > 0 && available > 0 && bytes / 4 < (qint64(1) << 29) && bytes > available) {
+    if (width > 0 && available > 0 && bytes > double(available) && bytes < 1e13) {
         session.fail(tr("%1 pixels wide needs %2 MiB of memory, %3 are free; make the picture smaller")
                          .arg(width)
-                         .arg(bytes >> 20)
+                         .arg(qint64(bytes / 1048576))
                          .arg(available >> 20));
         return 1;
     }

@@ -12,6 +12,9 @@
 #include <cstring>
 #include <vector>
 
+#include <dlfcn.h>
+#include <link.h>
+
 namespace {
 
 #ifndef EGL_PLATFORM_SURFACELESS_MESA
@@ -71,6 +74,20 @@ EGLDisplay surfacelessDisplay(PFNEGLGETPLATFORMDISPLAYEXTPROC getDisplay, const 
         return EGL_NO_DISPLAY;
     const EGLDisplay display = getDisplay(EGL_PLATFORM_SURFACELESS_MESA, EGL_DEFAULT_DISPLAY, nullptr);
     return isUsable(display) ? display : EGL_NO_DISPLAY;
+}
+
+/// Keeps the driver that is in use for the life of the process: one that is unloaded while its threads still run, or
+/// while its data is still named by others, takes the process with it.
+void pinDriver()
+{
+    dl_iterate_phdr(
+        [](dl_phdr_info* library, std::size_t, void*) {
+            for (const char* name : {"_dri.so", "libgallium", "libLLVM", "libEGL_mesa", "libEGL_nvidia"})
+                if (library->dlpi_name && std::strstr(library->dlpi_name, name))
+                    dlopen(library->dlpi_name, RTLD_LAZY | RTLD_NOLOAD | RTLD_NODELETE);
+            return 0;
+        },
+        nullptr);
 }
 
 [[noreturn]] void giveUp(const char* reason)
@@ -135,6 +152,7 @@ public:
             giveUp(choice == "device" ? "no graphics device can be used (TOV_EGL=device)"
                                       : "neither a graphics device nor software drawing is there (is libegl-mesa0 "
                                         "installed?)");
+        pinDriver();
         return display;
     }
     QSizeF physicalScreenSize() const override { return QSizeF(508, 286); } // 96 dots per inch
