@@ -3,6 +3,7 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QStandardPaths>
+#include <QThreadStorage>
 
 #include <memory>
 #include <mutex>
@@ -55,15 +56,24 @@ QString settingsFile()
 
 QSettings& tovSettings()
 {
-    thread_local std::unique_ptr<QSettings> settings;
-    thread_local unsigned int generation = 0;
+    // Qt's own thread storage: its objects are gone when the end of a QThread has been waited for. Those of the language
+    // live a little longer, into the end of the process.
+    struct Entry
+    {
+        unsigned int generation = 0;
+        std::unique_ptr<QSettings> settings;
+    };
+    static auto* storage = new QThreadStorage<Entry*>;
+    if (!storage->hasLocalData())
+        storage->setLocalData(new Entry);
+    Entry& entry = *storage->localData();
     const QString fileName = tov::main::settingsFile();
     auto& s = tov::main::store();
     std::unique_lock<std::mutex> lock(s.mutex);
-    if (generation != s.generation) {
-        generation = s.generation;
+    if (entry.generation != s.generation) {
+        entry.generation = s.generation;
         lock.unlock();
-        settings = std::make_unique<QSettings>(fileName, QSettings::IniFormat);
+        entry.settings = std::make_unique<QSettings>(fileName, QSettings::IniFormat);
     }
-    return *settings;
+    return *entry.settings;
 }
