@@ -16,6 +16,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <mutex>
 
 using namespace tov::main;
 using tov::test::LogCapture;
@@ -28,6 +29,7 @@ std::atomic<int> aborts{0};
 std::atomic<int> executed{0};
 QSemaphore* gate = nullptr;
 std::atomic<QThread*> lastThread{nullptr};
+std::mutex lastMutex; ///< several runs at once write the two below
 QString lastText;
 int lastNumber = 0;
 
@@ -50,14 +52,18 @@ public:
     void execute() override
     {
         lastThread = QThread::currentThread();
-        lastText = getCurrentParameterSet()->at(0)->toString();
-        lastNumber = getCurrentParameterSet()->at(1)->toString().toInt();
+        const QString text = getCurrentParameterSet()->at(0)->toString();
+        {
+            std::lock_guard<std::mutex> guard(lastMutex);
+            lastText = text;
+            lastNumber = getCurrentParameterSet()->at(1)->toString().toInt();
+        }
         updateText(QStringLiteral("at the gate"));
         updateProcessed(40);
         if (gate)
             gate->acquire();
         ++executed;
-        if (lastText == QLatin1String("throw"))
+        if (text == QLatin1String("throw"))
             throw std::runtime_error("thrown on purpose");
     }
     void abort() override

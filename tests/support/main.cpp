@@ -4,6 +4,7 @@
 #include "kernel/main/settings.h"
 #include "plugins/platform/select/headless.h"
 #include "scene/viewer.h"
+#include "tests/support/tsanqt.h"
 
 #include <QApplication>
 #include <QFile>
@@ -17,6 +18,21 @@
 #include <cstdio>
 #include <dlfcn.h>
 
+namespace {
+
+class Application : public QApplication
+{
+public:
+    using QApplication::QApplication;
+    bool notify(QObject* receiver, QEvent* event) override
+    {
+        tov::test::eventReceived();
+        return QApplication::notify(receiver, event);
+    }
+};
+
+} // namespace
+
 int main(int argc, char** argv)
 {
     testing::GTEST_FLAG(death_test_style) = "threadsafe";
@@ -26,7 +42,7 @@ int main(int argc, char** argv)
     QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
     tov::platform::setDefaultFormat();
     tov::platform::prepareHeadless(QStringLiteral(TOV_BINARY_DIR "/bin/plugins"));
-    QApplication application(argc, argv);
+    Application application(argc, argv);
     std::setlocale(LC_NUMERIC, "C");
     // The tests' settings are never the user's.
     QTemporaryDir settings;

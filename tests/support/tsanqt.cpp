@@ -1,0 +1,113 @@
+// Tells the thread sanitizer what Qt's locks and threads order: Qt is not built for it, so it sees none of that. These
+// definitions, in the test program, come before Qt's own. Only in builds with that sanitizer.
+
+#include "tests/support/tsanqt.h"
+
+#if defined(__SANITIZE_THREAD__)
+
+#include <QCoreApplication>
+#include <QMutex>
+#include <QSemaphore>
+#include <QThread>
+
+#include <dlfcn.h>
+
+extern "C" void __tsan_acquire(void* address);
+extern "C" void __tsan_release(void* address);
+
+#define TOV_VISIBLE __attribute__((visibility("default")))
+
+namespace {
+
+/// Stands for the event queue: whoever posts releases it, whoever is called by an event acquires it.
+char eventQueue;
+
+template <typename Function>
+Function next(const char* name)
+{
+    return reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
+}
+
+} // namespace
+
+TOV_VISIBLE void QMutex::lock() QT_MUTEX_LOCK_NOEXCEPT
+{
+    static const auto real = next<void (*)(QMutex*)>("_ZN6QMutex4lockEv");
+    real(this);
+    __tsan_acquire(this);
+}
+
+TOV_VISIBLE void QMutex::unlock() noexcept
+{
+    static const auto real = next<void (*)(QMutex*)>("_ZN6QMutex6unlockEv");
+    __tsan_release(this);
+    real(this);
+}
+
+TOV_VISIBLE void QSemaphore::acquire(int count)
+{
+    static const auto real = next<void (*)(QSemaphore*, int)>("_ZN10QSemaphore7acquireEi");
+    real(this, count);
+    __tsan_acquire(this);
+}
+
+TOV_VISIBLE void QSemaphore::release(int count)
+{
+    static const auto real = next<void (*)(QSemaphore*, int)>("_ZN10QSemaphore7releaseEi");
+    __tsan_release(this);
+    real(this, count);
+}
+
+TOV_VISIBLE void QThread::start(Priority priority)
+{
+    static const auto real = next<void (*)(QThread*, Priority)>("_ZN7QThread5startENS_8PriorityE");
+    // The end of a thread is ordered before whoever has waited for it.
+    QObject::connect(this, &QThread::finished, this, [this] { __tsan_release(this); }, Qt::DirectConnection);
+    __tsan_release(this);
+    real(this, priority);
+}
+
+TOV_VISIBLE bool QThread::wait(QDeadlineTimer deadline)
+{
+    static const auto real = next<bool (*)(QThread*, QDeadlineTimer)>("_ZN7QThread4waitE14QDeadlineTimer");
+    const bool done = real(this, deadline);
+    __tsan_acquire(this);
+    return done;
+}
+
+TOV_VISIBLE bool QThread::isFinished() const
+{
+    static const auto real = next<bool (*)(const QThread*)>("_ZNK7QThread10isFinishedEv");
+    const bool done = real(this);
+    __tsan_acquire(const_cast<QThread*>(this));
+    return done;
+}
+
+TOV_VISIBLE void QCoreApplication::postEvent(QObject* receiver, QEvent* event, int priority)
+{
+    static const auto real =
+        next<void (*)(QObject*, QEvent*, int)>("_ZN16QCoreApplication9postEventEP7QObjectP6QEventi");
+    __tsan_release(&eventQueue);
+    real(receiver, event, priority);
+}
+
+TOV_VISIBLE bool QMetaObject::invokeMethodImpl(QObject* object, QtPrivate::QSlotObjectBase* slot,
+                                               Qt::ConnectionType type, void* result)
+{
+    static const auto real =
+        next<bool (*)(QObject*, QtPrivate::QSlotObjectBase*, Qt::ConnectionType, void*)>(
+            "_ZN11QMetaObject16invokeMethodImplEP7QObjectPN9QtPrivate15QSlotObjectBaseEN2Qt14ConnectionTypeEPv");
+    __tsan_release(&eventQueue);
+    return real(object, slot, type, result);
+}
+
+void tov::test::eventReceived()
+{
+    __tsan_acquire(&eventQueue);
+}
+
+#else
+
+void tov::test::eventReceived() {}
+
+#endif
