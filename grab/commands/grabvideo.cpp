@@ -24,6 +24,7 @@
 #include <QFileInfo>
 #include <QIcon>
 #include <QSemaphore>
+#include <QThread>
 
 #include <boost/bind/bind.hpp>
 
@@ -222,6 +223,7 @@ bool GrabVideo::begin(const Request& request)
         if (m_StopPending)
             mp_WaitSemaphore->release();
         m_StopPending = false;
+        m_PanelLetGo = false;
     }
     mp_Handler = new tov::grab::VideoHandler;
     m_FinishedConnection = connect(mp_Handler, &tov::grab::VideoHandler::grabbingFinished, this,
@@ -242,15 +244,14 @@ bool GrabVideo::begin(const Request& request)
         request.synced
             ? mp_Handler->startSyncedGrabbing(request.fileName, request.width, request.height, mp_GrabbedPanel)
             : mp_Handler->startGrabbing(request.fileName, request.width, request.height, mp_GrabbedPanel);
-    if (!started) {
-        disconnectPanel();
+    if (!started)
         forgetPanel();
-    }
     return started;
 }
 
 void GrabVideo::forgetPanel()
 {
+    disconnectPanel();
     m_PanelSet.erase(mp_GrabbedPanel);
     if (mp_GrabbedPanel == mp_ActivePanel)
         enableOrigin();
@@ -307,6 +308,11 @@ void GrabVideo::disconnectPanel()
     QMetaObject::Connection connection;
     {
         std::lock_guard<std::mutex> guard(m_WaitMutex);
+        m_PanelLetGo = true;
+        // Cutting a connection reaches into the panel, which may be dying on its own thread at this moment: elsewhere
+        // the flag stands for the cut, and the application thread makes it when it forgets the panel.
+        if (QThread::currentThread() != Overseer::getInstance()->getApplicationThread())
+            return;
         std::swap(connection, m_PanelConnection);
     }
     QObject::disconnect(connection);
@@ -322,6 +328,11 @@ void GrabVideo::abort()
 void GrabVideo::grabbingPanelClosed()
 {
     // The handler is let go here where `abort` lets the panel go; both as they are, on purpose.
+    {
+        std::lock_guard<std::mutex> guard(m_WaitMutex);
+        if (m_PanelLetGo)
+            return;
+    }
     std::atomic_ref<bool>(m_PanelClosed).store(true);
     QObject::disconnect(m_FinishedConnection);
     QObject::disconnect(m_ProgressConnection);

@@ -14,6 +14,10 @@
 
 extern "C" void __tsan_acquire(void* address);
 extern "C" void __tsan_release(void* address);
+extern "C" void AnnotateIgnoreReadsBegin(const char* file, int line);
+extern "C" void AnnotateIgnoreReadsEnd(const char* file, int line);
+extern "C" void AnnotateIgnoreWritesBegin(const char* file, int line);
+extern "C" void AnnotateIgnoreWritesEnd(const char* file, int line);
 
 #define TOV_VISIBLE __attribute__((visibility("default")))
 
@@ -21,6 +25,21 @@ namespace {
 
 /// Stands for the event queue: whoever posts releases it, whoever is called by an event acquires it.
 char eventQueue;
+
+/// What Qt does to its own queues inside is under its own lock.
+struct IgnoredHere
+{
+    IgnoredHere()
+    {
+        AnnotateIgnoreReadsBegin(__FILE__, __LINE__);
+        AnnotateIgnoreWritesBegin(__FILE__, __LINE__);
+    }
+    ~IgnoredHere()
+    {
+        AnnotateIgnoreWritesEnd(__FILE__, __LINE__);
+        AnnotateIgnoreReadsEnd(__FILE__, __LINE__);
+    }
+};
 
 template <typename Function>
 Function next(const char* name)
@@ -62,7 +81,8 @@ TOV_VISIBLE void QThread::start(Priority priority)
 {
     static const auto real = next<void (*)(QThread*, Priority)>("_ZN7QThread5startENS_8PriorityE");
     // The end of a thread is ordered before whoever has waited for it.
-    QObject::connect(this, &QThread::finished, this, [this] { __tsan_release(this); }, Qt::DirectConnection);
+    QObject::connect(
+        this, &QThread::finished, this, [this] { __tsan_release(this); }, Qt::DirectConnection);
     __tsan_release(this);
     real(this, priority);
 }
@@ -88,16 +108,20 @@ TOV_VISIBLE void QCoreApplication::postEvent(QObject* receiver, QEvent* event, i
     static const auto real =
         next<void (*)(QObject*, QEvent*, int)>("_ZN16QCoreApplication9postEventEP7QObjectP6QEventi");
     __tsan_release(&eventQueue);
+    const IgnoredHere ignored;
     real(receiver, event, priority);
 }
 
 TOV_VISIBLE bool QMetaObject::invokeMethodImpl(QObject* object, QtPrivate::QSlotObjectBase* slot,
                                                Qt::ConnectionType type, void* result)
 {
-    static const auto real =
-        next<bool (*)(QObject*, QtPrivate::QSlotObjectBase*, Qt::ConnectionType, void*)>(
-            "_ZN11QMetaObject16invokeMethodImplEP7QObjectPN9QtPrivate15QSlotObjectBaseEN2Qt14ConnectionTypeEPv");
+    static const auto real = next<bool (*)(QObject*, QtPrivate::QSlotObjectBase*, Qt::ConnectionType, void*)>(
+        "_ZN11QMetaObject16invokeMethodImplEP7QObjectPN9QtPrivate15QSlotObjectBaseEN2Qt14ConnectionTypeEPv");
     __tsan_release(&eventQueue);
+    // A direct call runs our own code, which is looked at.
+    if (type != Qt::QueuedConnection)
+        return real(object, slot, type, result);
+    const IgnoredHere ignored;
     return real(object, slot, type, result);
 }
 
