@@ -92,8 +92,8 @@ void setOverrideCursor()
 
 void restoreOverrideCursor()
 {
-    Overseer::getInstance()->transmitWorker(new WorkerDelegate::InternalWorker(
-        new FunctionDelegate([] { QApplication::restoreOverrideCursor(); }), false));
+    Overseer::getInstance()->transmitWorker(
+        new WorkerDelegate::InternalWorker(new FunctionDelegate([] { QApplication::restoreOverrideCursor(); }), false));
 }
 
 /// Runs a function on the application thread and waits for it.
@@ -293,14 +293,17 @@ void GrabImage::executeInteractive()
 
     // The panel belongs to the application thread, where it may be closed at any time: it is tested and used there, in
     // one piece of work.
+    // Another panel may become the active one meanwhile; size and view are of the same one.
     bool panelThere = false;
     int panelWidth = 1, panelHeight = 1;
+    QPointer<ScenePanel> panel;
     onApplicationThread([&] {
-        if (mp_Panel.isNull())
+        panel = mp_Panel;
+        if (panel.isNull())
             return;
         panelThere = true;
-        panelWidth = mp_Panel->width();
-        panelHeight = mp_Panel->height();
+        panelWidth = panel->width();
+        panelHeight = panel->height();
     });
     if (!panelThere)
         return;
@@ -333,9 +336,9 @@ void GrabImage::executeInteractive()
     updateText(QObject::tr("Building tiles"));
     Matrix transform;
     onApplicationThread([&] {
-        panelThere = !mp_Panel.isNull();
+        panelThere = !panel.isNull();
         if (panelThere)
-            transform = mp_Panel->getScaledTransformMatrix();
+            transform = panel->getScaledTransformMatrix();
     });
     if (!panelThere) {
         // Closed since the first look: nothing is left to picture.
@@ -363,6 +366,10 @@ void GrabImage::executeProgrammatic()
     auto* transform = tov::main::fetchTyped<Matrix>(set->at(1));
     auto* panel = tov::main::fetchTyped<ScenePanel>(set->at(2));
     mp_Panel = panel;
+    // A parameter of the wrong type, named above, or none at all: there is nothing to fill or nothing to see it
+    // through.
+    if (!image || !transform)
+        return;
     const int dpi = truncated(image->dotsPerMeterX() * 0.0254);
     updateProcessed(-1);
     updateText(QObject::tr("Grabbing image with %1 dpi").arg(dpi, 0, 10, QLatin1Char(' ')));
@@ -418,6 +425,8 @@ void GrabImage::saveImage(QImage* target, const Matrix& transform)
     const int tile = std::min<int>(maxTextureSize, TileEdge);
 
     tov::scene::SceneLocker locker(scene.get(), tov::scene::SceneLocker::LOCKTYPE(7));
+    // Until now the scene could change: the element seen above may be gone, while this one stays. Null draws nothing.
+    root = scene->getRootNode();
     auto progress = std::make_unique<tov::util::ZProgressDialog>(QStringLiteral("Building Picture"), false);
 
     // Rounded up without overflow: sizes near the largest int are cut down to the same result.

@@ -164,12 +164,12 @@ struct CommandProcessor::Private
 
     mutable std::mutex mutex;
     std::condition_variable changed;
-    std::vector<CommandRunPointer> runs;    ///< guarded by mutex
-    quint64 nextRun = 1;                    ///< guarded by mutex
-    std::deque<Function> functions;         ///< guarded by mutex
-    bool functionRunning = false;           ///< guarded by mutex
-    bool ending = false;                    ///< guarded by mutex
-    QThread* functionThread = nullptr;      ///< guarded by mutex
+    std::vector<CommandRunPointer> runs; ///< guarded by mutex
+    quint64 nextRun = 1;                 ///< guarded by mutex
+    std::deque<Function> functions;      ///< guarded by mutex
+    bool functionRunning = false;        ///< guarded by mutex
+    bool ending = false;                 ///< guarded by mutex
+    QThread* functionThread = nullptr;   ///< guarded by mutex
 
     CommandRunPointer makeRun(Command* command, const Command* prototype, bool deleteAfter)
     {
@@ -184,8 +184,11 @@ struct CommandProcessor::Private
         run->d->command = command;
         if (const ParameterSet* set = command->getCurrentParameterSet())
             for (AbstractParameter* parameter : set->getParameters())
-                if (parameter->hasValue() && (parameter->getCastClass() || *parameter->getType() == typeid(QString)))
-                    run->d->arguments[parameter->getName().toLower()] = parameter->toString();
+                if (parameter->hasValue() && (parameter->getCastClass() || *parameter->getType() == typeid(QString))) {
+                    // The characters of the name may lie in a library that is unloaded before the run is forgotten.
+                    const QString key = parameter->getName().toLower();
+                    run->d->arguments[QString(key.constData(), key.size())] = parameter->toString();
+                }
         return run;
     }
 
@@ -387,9 +390,8 @@ void CommandProcessor::removePrimaryCommand(Command* prototype)
         run->stop();
     for (const auto& run : d->runsOf(prototype))
         run->wait();
-    const auto found = std::find_if(d->primaries.begin(), d->primaries.end(), [prototype](const auto& primary) {
-        return primary.prototype == prototype;
-    });
+    const auto found = std::find_if(d->primaries.begin(), d->primaries.end(),
+                                    [prototype](const auto& primary) { return primary.prototype == prototype; });
     if (found == d->primaries.end())
         return;
     d->primaries.erase(found);
@@ -502,10 +504,17 @@ bool CommandProcessor::waitForAll(int timeoutMs)
 
 void CommandProcessor::drain()
 {
-    Overseer::getInstance()->processWorkersUntil([this] {
+    {
         std::lock_guard<std::mutex> guard(d->mutex);
-        return d->functions.empty() && !d->functionRunning;
-    });
+        if (!d->functionThread)
+            return;
+    }
+    // What a function handed to the application thread counts as its work too: one more function, after all others,
+    // hands over the worker that ends the wait.
+    const auto passed = std::make_shared<bool>(false);
+    const auto handOver = [passed] { Overseer::getInstance()->post([passed] { *passed = true; }); };
+    processCommand(new FunctionCommand(boost::function<void()>(handOver), true), 1, false);
+    Overseer::getInstance()->processWorkersUntil([passed] { return *passed; });
 }
 
 void CommandProcessor::destroyCommand(Command* command)

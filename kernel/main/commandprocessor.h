@@ -87,7 +87,8 @@ public:
     void stopAll();
     /// Waits until no run is left; on the application thread workers are run meanwhile. Thread: application.
     bool waitForAll(int timeoutMs = -1);
-    /// Waits until every function command that was submitted so far has run. Thread: application.
+    /// Waits until every function command that was submitted so far has run, with what it handed to the application thread.
+    /// Thread: application.
     void drain();
     /// Deletes a command after `drain`. Thread: application.
     void destroyCommand(Command* command);

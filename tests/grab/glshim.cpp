@@ -4,6 +4,8 @@
 #include <dlfcn.h>
 
 #include <cstring>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 typedef unsigned int GLenum;
 typedef int GLint;
@@ -13,13 +15,16 @@ typedef int GLsizei;
 #define SHIM_VARIABLE __attribute__((visibility("default")))
 
 extern "C" {
-SHIM_VARIABLE int shimMaxTextureSize = 0;        ///< what GL_MAX_TEXTURE_SIZE says; 0 = the truth
-SHIM_VARIABLE int shimIncompleteAfter = -1;      ///< framebuffers turn incomplete after so many checks; -1 = never
-SHIM_VARIABLE int shimChecks = 0;               ///< calls of glCheckFramebufferStatus
-SHIM_VARIABLE int shimFailMakeCurrent = 0;       ///< makes eglMakeCurrent fail, but for letting go
-SHIM_VARIABLE double shimFrusta[64][6] = {};     ///< arguments of the last glFrustum calls
+SHIM_VARIABLE int shimMaxTextureSize = 0;    ///< what GL_MAX_TEXTURE_SIZE says; 0 = the truth
+SHIM_VARIABLE int shimIncompleteAfter = -1;  ///< framebuffers turn incomplete after so many checks; -1 = never
+SHIM_VARIABLE int shimChecks = 0;            ///< calls of glCheckFramebufferStatus
+SHIM_VARIABLE int shimFailMakeCurrent = 0;   ///< makes eglMakeCurrent fail, but for letting go
+SHIM_VARIABLE int shimOldOpenGL = 0;         ///< OpenGL says that it is 1.4, without extensions
+SHIM_VARIABLE int shimNotThreaded = 0;       ///< Qt says that OpenGL is for the application thread only
+SHIM_VARIABLE long shimCurrentThread = 0;    ///< where a context was made current last
+SHIM_VARIABLE double shimFrusta[64][6] = {}; ///< arguments of the last glFrustum calls
 SHIM_VARIABLE int shimFrustumCount = 0;
-SHIM_VARIABLE int shimViewports[64][2] = {};     ///< width and height of the last glViewport calls
+SHIM_VARIABLE int shimViewports[64][2] = {}; ///< width and height of the last glViewport calls
 SHIM_VARIABLE int shimViewportCount = 0;
 SHIM_VARIABLE float shimClearColor[4] = {};
 }
@@ -94,6 +99,27 @@ SHIM GLenum glCheckFramebufferStatus(GLenum target)
     return checkFramebuffer(target);
 }
 
+SHIM const unsigned char* glGetString(GLenum name)
+{
+    static const auto real = reinterpret_cast<const unsigned char* (*)(GLenum)>(next("glGetString"));
+    const char* old = name == 0x1F02 ? "1.4 old" : name == 0x1F03 ? "" : nullptr; // GL_VERSION, GL_EXTENSIONS
+    return shimOldOpenGL && old ? reinterpret_cast<const unsigned char*>(old) : real(name);
+}
+
+SHIM const unsigned char* glGetStringi(GLenum name, unsigned int index)
+{
+    static const auto get = reinterpret_cast<void* (*)(const char*)>(next("eglGetProcAddress"));
+    static const auto real = reinterpret_cast<const unsigned char* (*)(GLenum, unsigned int)>(get("glGetStringi"));
+    return shimOldOpenGL ? reinterpret_cast<const unsigned char*>("GL_none") : real(name, index);
+}
+
+/// QOpenGLContext::supportsThreadedOpenGL
+SHIM bool _ZN14QOpenGLContext22supportsThreadedOpenGLEv()
+{
+    static const auto real = reinterpret_cast<bool (*)()>(next("_ZN14QOpenGLContext22supportsThreadedOpenGLEv"));
+    return !shimNotThreaded && real && real();
+}
+
 SHIM void* eglGetProcAddress(const char* name)
 {
     static const auto real = reinterpret_cast<void* (*)(const char*)>(next("eglGetProcAddress"));
@@ -101,14 +127,19 @@ SHIM void* eglGetProcAddress(const char* name)
         return reinterpret_cast<void*>(&checkFramebuffer);
     if (std::strcmp(name, "glGetIntegerv") == 0)
         return reinterpret_cast<void*>(&glGetIntegerv);
+    if (std::strcmp(name, "glGetString") == 0)
+        return reinterpret_cast<void*>(&glGetString);
+    if (std::strcmp(name, "glGetStringi") == 0)
+        return reinterpret_cast<void*>(&glGetStringi);
     return real(name);
 }
 
 SHIM unsigned int eglMakeCurrent(void* display, void* draw, void* read, void* context)
 {
-    static const auto real =
-        reinterpret_cast<unsigned int (*)(void*, void*, void*, void*)>(next("eglMakeCurrent"));
+    static const auto real = reinterpret_cast<unsigned int (*)(void*, void*, void*, void*)>(next("eglMakeCurrent"));
     if (shimFailMakeCurrent && context)
         return 0;
+    if (context)
+        shimCurrentThread = syscall(SYS_gettid);
     return real(display, draw, read, context);
 }

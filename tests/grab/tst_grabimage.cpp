@@ -1,6 +1,7 @@
 #include "grab/commands/grabimage.h"
 
 #include "kernel/gui/fileparameterpanelfactory.h"
+#include "kernel/gui/zprogressdialog.h"
 #include "kernel/main/abstractparameter.h"
 #include "kernel/main/commandprocessor.h"
 #include "kernel/main/overseer.h"
@@ -18,6 +19,8 @@
 #include <QImageReader>
 #include <QImageWriter>
 #include <QTemporaryDir>
+
+#include <dlfcn.h>
 
 using namespace tov::main;
 using namespace tov::test;
@@ -156,15 +159,48 @@ TEST_F(GrabImageTest, TheHeightFollowsFromThePanelAndIsTruncated)
     EXPECT_EQ(QImageReader(path("b.png")).size(), QSize(101, 75)) << "75.63 truncated";
 }
 
-TEST_F(GrabImageTest, ReportsWhatItDoes)
+TEST_F(GrabImageTest, ReportsWhatItDoesUnderTheWaitCursor)
 {
     QStringList texts;
-    QObject context;
-    QObject::connect(processor, &CommandProcessor::runChanged, &context,
-                     [&](const CommandRunPointer& run) { texts << run->getText(); });
+    QList<int> cursors;
+    tov::util::ZProgressDialog::setPresenter([&](const tov::util::ZProgressDialog::Update& update) {
+        if (update.finished)
+            return;
+        texts << command->getText();
+        cursors << (QGuiApplication::overrideCursor() ? int(QGuiApplication::overrideCursor()->shape()) : -1);
+    });
     run(path("a.png"), QStringLiteral("64"));
+    tov::util::ZProgressDialog::setPresenter({});
+    ASSERT_FALSE(texts.isEmpty());
+    // The command goes on while its progress is shown.
+    EXPECT_TRUE(texts.first() == "Building tiles" || texts.first() == "Saving image") << texts.first().toStdString();
+    EXPECT_EQ(cursors.first(), int(Qt::WaitCursor));
     EXPECT_EQ(command->getText(), "Saving image");
     EXPECT_EQ(command->getProcessed(), -1);
+    Overseer::getInstance()->processWorkers();
+    EXPECT_EQ(QGuiApplication::overrideCursor(), nullptr);
+}
+
+TEST_F(GrabImageTest, VirtualOperationsStandInTheStatedOrder)
+{
+    void** table = *reinterpret_cast<void***>(static_cast<Command*>(command));
+    const auto symbol = [table](int slot) {
+        Dl_info info{};
+        return dladdr(table[slot], &info) && info.dli_sname ? std::string(info.dli_sname) : std::string();
+    };
+    EXPECT_NE(symbol(0).find("GrabImageD"), std::string::npos);
+    EXPECT_NE(symbol(1).find("GrabImageD0"), std::string::npos) << "the deleting destructor";
+    EXPECT_NE(symbol(7).find("GrabImage7execute"), std::string::npos);
+    // Compared by address: compilers give equal functions one address, under either name.
+    const std::pair<int, const char*> inherited[] = {{3, "_ZN3tov4main7Command12getGUIWindowEv"},
+                                                     {4, "_ZN3tov4main7Command16getCommandWidgetEv"},
+                                                     {5, "_ZNK3tov4main7Command5cloneEv"},
+                                                     {6, "_ZN3tov4main7Command5abortEv"}};
+    EXPECT_NE(symbol(2).find("7Command13setParameters"), std::string::npos);
+    for (const auto& [slot, name] : inherited) {
+        ASSERT_TRUE(dlsym(RTLD_DEFAULT, name)) << name;
+        EXPECT_EQ(table[slot], dlsym(RTLD_DEFAULT, name)) << name;
+    }
 }
 
 TEST_F(GrabImageTest, FilesWithoutAKnownEndingAreRefused)
@@ -276,8 +312,8 @@ TEST_F(GrabImageTest, TheDialogOffersEveryFormatAndTheLastFolder)
     EXPECT_EQ(dialog->directory().absolutePath(), folder.path());
     EXPECT_EQ(dialog->parent(), nullptr);
     // The parameter's editor makes the very same dialog.
-    auto* factory = dynamic_cast<FileParameterPanelFactory*>(
-        command->getCurrentParameterSet()->at(0)->getParameterPanelFactory());
+    auto* factory =
+        dynamic_cast<FileParameterPanelFactory*>(command->getCurrentParameterSet()->at(0)->getParameterPanelFactory());
     const std::unique_ptr<QFileDialog> other(factory->createDialog());
     EXPECT_EQ(other->windowTitle(), "Save Image");
 }
@@ -336,4 +372,64 @@ TEST_F(GrabImageTest, DestroyingItEndsItsSubscription)
     processor->destroyCommand(other);
     Viewer::getInstance()->announceActivePanel(); // the sanitizers would see a call of a dead command
     EXPECT_FALSE(command->isDisabled());
+}
+
+namespace {
+
+QStringList criticalMessages;
+
+void keepCritical(QtMsgType type, const QMessageLogContext&, const QString& message)
+{
+    if (type == QtCriticalMsg)
+        criticalMessages << message;
+}
+
+} // namespace
+
+TEST_F(GrabImageTest, ValuesOfTheWrongTypeCountAsNone)
+{
+    QImage image(32, 24, QImage::Format_ARGB32);
+    const auto transform = panel->getScaledTransformMatrix();
+    for (const int wrong : {0, 1, 2}) {
+        image.fill(0x01020304);
+        auto* programmatic = new GrabImage(&image, &transform, panel);
+        // The last set is the one that counts.
+        auto* set = new ParameterSet(10000);
+        for (int i = 0; i < 3; ++i) {
+            AbstractParameter* parameter = nullptr;
+            if (i == wrong)
+                parameter = new Parameter<int>(QStringLiteral("wrong"), QString());
+            else if (i == 0)
+                parameter = new Parameter<QImage>(QStringLiteral("image"), QString());
+            else if (i == 1)
+                parameter = new Parameter<tov::math::Matrix4>(QStringLiteral("transform"), QString());
+            else
+                parameter = new Parameter<ScenePanel>(QStringLiteral("scenepanel"), QString());
+            parameter->disableDeleteOnSet(true);
+            if (i != wrong)
+                parameter->setValuePointer(i == 0   ? static_cast<void*>(&image)
+                                           : i == 1 ? const_cast<tov::math::Matrix4*>(&transform)
+                                                    : static_cast<void*>(panel));
+            set->addParameter(parameter);
+        }
+        programmatic->addParameterSet(set);
+        criticalMessages.clear();
+        const auto before = qInstallMessageHandler(keepCritical);
+        const auto run = processor->processCommand(programmatic, 1, true);
+        qInstallMessageHandler(before);
+        EXPECT_TRUE(run->succeeded());
+        EXPECT_EQ(criticalMessages, QStringList{"Invalid type!"}) << wrong;
+        // Only the panel is not needed for the picture.
+        EXPECT_EQ(image.pixel(16, 12) != 0x01020304u, wrong == 2) << wrong;
+    }
+}
+
+TEST_F(GrabImageTest, TheProgrammaticFormWithoutImageOrViewDoesNothing)
+{
+    QImage image(32, 24, QImage::Format_ARGB32);
+    image.fill(0x01020304);
+    const auto transform = panel->getScaledTransformMatrix();
+    EXPECT_TRUE(processor->processCommand(new GrabImage(nullptr, &transform, panel), 1, true)->succeeded());
+    EXPECT_TRUE(processor->processCommand(new GrabImage(&image, nullptr, panel), 1, true)->succeeded());
+    EXPECT_EQ(image.pixel(16, 12), 0x01020304u);
 }

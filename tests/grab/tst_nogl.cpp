@@ -3,13 +3,18 @@
 #include "grab/commands/grabimage.h"
 #include "grab/video/videoencoder.h"
 #include "grab/videohandler.h"
+#include "kernel/main/abstractparameter.h"
 #include "kernel/main/commandprocessor.h"
+#include "kernel/main/event.h"
 #include "kernel/main/overseer.h"
+#include "kernel/main/parameterset.h"
+#include "kernel/main/settings.h"
 #include "scene/scene.h"
 #include "scene/sceneelement.h"
 #include "scene/scenepanel.h"
 #include "scene/viewer.h"
 #include "tests/support/logcapture.h"
+#include "tests/support/temporarysettings.h"
 
 #include <QImage>
 
@@ -35,6 +40,32 @@ TEST(WithoutOpenGL, TheProbeSaysSoAndTheCommandStaysDisabled)
     auto* panel = new tov::gui::ScenePanel;
     Viewer::getInstance()->setActivePanel(panel);
     EXPECT_TRUE(command->isDisabled());
+    Viewer::getInstance()->closePanel(panel);
+    processor->destroyCommand(command);
+}
+
+TEST(WithoutOpenGL, ThePictureCommandRefusesAndRemembersNoFolder)
+{
+    tov::test::TemporarySettings settings;
+    auto* processor = tov::main::Overseer::getInstance()->getCommandProcessor();
+    auto* panel = new tov::gui::ScenePanel;
+    auto* command = new GrabImage;
+    processor->drain();
+    // As if a panel had been announced after a probe that found no fault.
+    auto* events = tov::events::EventHandler::getInstance();
+    const tov::main::Event announced(events->addEvent("Scene", "SCENEPANEL_CHANGED"), nullptr, panel);
+    command->scenePanelChanged(&announced);
+    EXPECT_FALSE(command->isDisabled());
+    ASSERT_TRUE(command->getCurrentParameterSet()->at(0)->castString(QStringLiteral("/tmp/a.png")));
+    ASSERT_TRUE(command->getCurrentParameterSet()->at(1)->castString(QStringLiteral("64")));
+    LogCapture log;
+    ASSERT_TRUE(processor->processCommand(command, 1, true)->succeeded());
+    const auto found =
+        log.withMessage(QStringLiteral("Your graphics card doesn't support framebuffer objects - abort!"));
+    ASSERT_EQ(found.size(), 1u) << log.text();
+    EXPECT_EQ(found[0].level, 2000);
+    EXPECT_EQ(found[0].function, "execute");
+    EXPECT_FALSE(tovSettings().contains(QStringLiteral("lastGrabImageDirectory")));
     Viewer::getInstance()->closePanel(panel);
     processor->destroyCommand(command);
 }

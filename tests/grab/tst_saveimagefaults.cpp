@@ -2,6 +2,7 @@
 
 #include "grab/commands/grabimage.h"
 #include "grab/videohandler.h"
+#include "kernel/gui/zprogressdialog.h"
 #include "kernel/main/commandprocessor.h"
 #include "kernel/main/overseer.h"
 #include "scene/scenedrawer.h"
@@ -10,6 +11,8 @@
 #include "tests/support/logcapture.h"
 
 #include <dlfcn.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 using namespace tov::test;
 using tov::commands::grab::GrabImage;
@@ -46,6 +49,8 @@ protected:
         shim<int>("shimMaxTextureSize") = 0;
         shim<int>("shimIncompleteAfter") = -1;
         shim<int>("shimFailMakeCurrent") = 0;
+        shim<int>("shimOldOpenGL") = 0;
+        shim<int>("shimNotThreaded") = 0;
         shim<int>("shimFrustumCount") = 0;
         shim<int>("shimViewportCount") = 0;
     }
@@ -139,7 +144,8 @@ TEST_F(FaultTest, AContextThatCannotBeMadeCurrentLeavesTheTargetUntouched)
 
 TEST_F(FaultTest, AFramebufferThatCannotBeBoundStopsRenderingAndKeepsEarlierTiles)
 {
-    // How often Qt looks at an object that it makes is its own matter: the first size's is counted, the second one's fails.
+    // How often Qt looks at an object that it makes is its own matter: the first size's is counted, the second one's
+    // fails.
     shim<int>("shimChecks") = 0;
     rendered(512, 512);
     shim<int>("shimIncompleteAfter") = shim<int>("shimChecks");
@@ -172,4 +178,77 @@ TEST_F(FaultTest, TheProbeReportsAContextThatCannotBeMadeCurrent)
     EXPECT_TRUE(command->isDisabled()) << "it never listens";
     Viewer::getInstance()->closePanel(panel);
     processor->destroyCommand(command);
+}
+
+TEST_F(FaultTest, TheProbeReportsThatFramebufferObjectsAreMissing)
+{
+    auto* processor = tov::main::Overseer::getInstance()->getCommandProcessor();
+    shim<int>("shimOldOpenGL") = 1;
+    LogCapture log;
+    auto* command = new GrabImage;
+    processor->drain();
+    shim<int>("shimOldOpenGL") = 0;
+    const auto found =
+        log.withMessage(QStringLiteral("Grab Image: Your graphics card doesn't support framebuffer objects!"));
+    ASSERT_EQ(found.size(), 1u) << log.text();
+    EXPECT_EQ(found[0].level, 2000);
+    EXPECT_EQ(found[0].file, "commands/grabimage");
+    auto* panel = new tov::gui::ScenePanel;
+    Viewer::getInstance()->setActivePanel(panel);
+    EXPECT_TRUE(command->isDisabled()) << "it never listens";
+    Viewer::getInstance()->closePanel(panel);
+    processor->destroyCommand(command);
+}
+
+TEST_F(FaultTest, TheProbeRunsOnTheApplicationThreadWhereOpenGLIsNotThreaded)
+{
+    auto* processor = tov::main::Overseer::getInstance()->getCommandProcessor();
+    auto* panel = new tov::gui::ScenePanel;
+    Viewer::getInstance()->setActivePanel(panel);
+    for (const bool threaded : {true, false}) {
+        shim<int>("shimNotThreaded") = !threaded;
+        shim<long>("shimCurrentThread") = 0;
+        auto* command = new GrabImage;
+        processor->drain();
+        EXPECT_NE(shim<long>("shimCurrentThread"), 0);
+        EXPECT_EQ(shim<long>("shimCurrentThread") == syscall(SYS_gettid), !threaded);
+        Viewer::getInstance()->announceActivePanel();
+        EXPECT_FALSE(command->isDisabled());
+        processor->destroyCommand(command);
+        // Destroyed at once: the probe, which knows the bare object, has run before.
+        processor->destroyCommand(new GrabImage);
+    }
+    Viewer::getInstance()->closePanel(panel);
+}
+
+TEST_F(FaultTest, ATargetThatShrinksMeanwhileCostsTheColumnsOutsideOnly)
+{
+    QImage image(1000, 700, QImage::Format_ARGB32);
+    image.fill(0x01020304);
+    tov::util::ZProgressDialog::setPresenter([&image](const tov::util::ZProgressDialog::Update& update) {
+        if (update.percent == 25 && !update.finished) {
+            image = QImage(600, 700, QImage::Format_ARGB32);
+            image.fill(0x01020304);
+        }
+    });
+    const Matrix4 view = viewFrom(6, 0, 0);
+    LogCapture log;
+    {
+        GrabImage command(&image, &view, nullptr);
+        command.saveImage(&image, view);
+    }
+    tov::util::ZProgressDialog::setPresenter({});
+    // Second and fourth tile: one record for each of the columns 600 to 999, at the tile's top.
+    EXPECT_EQ(log.records().size(), 800u);
+    for (const int top : {188, 0})
+        for (const int x : {600, 777, 999}) {
+            const auto found = log.withMessage(
+                QStringLiteral("setPixel(%1, %2) oversizes target image dimensions (600, 700)").arg(x).arg(top));
+            ASSERT_EQ(found.size(), 1u) << x << " " << top;
+            EXPECT_EQ(found[0].level, 2000);
+            EXPECT_EQ(found[0].function, "saveImage");
+        }
+    EXPECT_NE(image.pixel(599, 400), 0x01020304u) << "columns inside are filled";
+    EXPECT_EQ(image.pixel(100, 400), 0x01020304u) << "the first tile went to the image that was there before";
+    EXPECT_NE(image.pixel(100, 100), 0x01020304u);
 }
