@@ -30,17 +30,23 @@ struct Rule
 
 // The longest matching folder counts.
 const std::vector<Rule> Rules = {
-    {"kernel/", {"kernel/main/", "kernel/events/", "kernel/log/", "kernel/math/", "kernel/util/"}, {"QOpenGL", "GL/", "QWidget", "QFileDialog", "QSlider"}},
+    {"kernel/",
+     {"kernel/main/", "kernel/events/", "kernel/log/", "kernel/math/", "kernel/util/"},
+     {"QOpenGL", "GL/", "QWidget", "QFileDialog", "QSlider"}},
     // The window's part of the kernel; progress is reported to it from anywhere.
     {"kernel/gui/", {"kernel/"}, {"QOpenGL", "GL/"}},
     {"scene/", {"kernel/", "scene/"}, {"libav"}},
     {"trajectory/", {"kernel/", "scene/", "trajectory/"}, {"libav"}},
     {"grab/video/", {"kernel/", "grab/video/"}, {"GL/", "QOpenGL", "QWidget", "libav"}},
     {"grab/videohandler", {"grab/videohandler.h", "grab/video/", "scene/", "trajectory/", "kernel/"}, {"libav"}},
-    {"grab/commands/", {"grab/commands/", "grab/module/modulegrab.h", "grab/videohandler.h", "grab/video/", "scene/", "kernel/"}, {"libav"}},
+    {"grab/commands/",
+     {"grab/commands/", "grab/module/modulegrab.h", "grab/videohandler.h", "grab/video/", "scene/", "kernel/"},
+     {"libav"}},
     {"grab/module/", {"grab/module/", "grab/video/", "kernel/"}, {"libav", "GL/"}},
     // Plug-ins describe themselves in the host's record.
-    {"plugins/video/", {"grab/video/", "plugins/video/common/", "kernel/log/", "kernel/main/informationobject.h", "kernel/main/export.h"}, {"QOpenGL", "GL/"}},
+    {"plugins/video/",
+     {"grab/video/", "plugins/video/common/", "kernel/log/", "kernel/main/informationobject.h", "kernel/main/export.h"},
+     {"QOpenGL", "GL/"}},
     {"plugins/platform/", {"plugins/platform/"}, {"libav"}},
     {"app/", {"kernel/", "scene/", "trajectory/", "app/", "plugins/platform/select/"}, {"libav"}},
 };
@@ -113,6 +119,42 @@ TEST(Includes, FollowTheTableOfFolders)
     EXPECT_GT(checked, 300);
 }
 
+TEST(Includes, NeverClimb)
+{
+    int checked = 0;
+    for (const char* folder :
+         {"kernel", "scene", "trajectory", "grab", "plugins", "app", "tests", "benchmarks", "sdk", "docs"}) {
+        if (!fs::exists(Root / folder))
+            continue;
+        for (const auto& entry : fs::recursive_directory_iterator(Root / folder)) {
+            if (entry.path().extension() != ".cpp" && entry.path().extension() != ".h")
+                continue;
+            bool quoted;
+            for (const auto& [line, name] : includesOf(fs::relative(entry.path(), Root), quoted)) {
+                ++checked;
+                EXPECT_EQ(name.find(".."), std::string::npos) << entry.path() << ":" << line;
+            }
+        }
+    }
+    EXPECT_GT(checked, 500);
+}
+
+TEST(Includes, TheSceneListComesFirst)
+{
+    for (const char* file : {"grab/commands/grabvideo.cpp", "grab/commands/grabimage.cpp"}) {
+        bool quoted;
+        int scene = 0, global = 0;
+        for (const auto& [line, name] : includesOf(file, quoted)) {
+            if (name == "\"scene/events.h")
+                scene = line;
+            if (name == "\"kernel/main/globalevents.h")
+                global = line;
+        }
+        EXPECT_GT(scene, 0) << file;
+        EXPECT_GT(global, scene) << file;
+    }
+}
+
 TEST(Includes, EventListsAreForSourceFilesOfCommandsOnly)
 {
     const std::set<std::string> allowed = {"grab/commands/grabvideo.cpp", "grab/commands/setvideosettings.cpp",
@@ -150,12 +192,33 @@ TEST(Module, UsesOfTheHostOnlyWhatModulesMayUse)
     const std::vector<std::pair<std::string, std::set<std::string>>> interface = {
         {"tov::log::Logger", {"log"}},
         {"tov::events::EventHandler", {"getInstance", "addEvent", "registerEventTypes", "unregisterEventTypes"}},
-        {"tov::main::EventManager", {"getInstance", "registerEventFunction", "unregisterAllEventFunctionsOf", "fireEvent"}},
+        {"tov::main::EventManager",
+         {"getInstance", "registerEventFunction", "unregisterAllEventFunctionsOf", "fireEvent"}},
         {"tov::main::ModuleFactory", {"registerPrimaryCommand", "createModule"}},
         {"tov::main::Module", {"registerCommand", "getGUIDescriptions", "getInformationObject"}},
         {"tov::main::InformationObject", {"getAdditionalInformations"}},
         {"tov::main::ModuleManager", {"getInstance", "getModule"}},
-        {"tov::main::Command", {"setParameters", "getGUIWindow", "getCommandWidget", "clone", "abort", "execute", "disableCommand", "updateProcessed", "updateText", "addParameterSet", "getParameterSets", "getCurrentParameterSet", "getCurrentParameterSetId", "setCurrentParameterSetId", "getErrorState", "announcesChanges", "setInstanceMode", "setUndoable", "setRecordedInMacros", "setOneShot"}},
+        {"tov::main::Command",
+         {"setParameters",
+          "getGUIWindow",
+          "getCommandWidget",
+          "clone",
+          "abort",
+          "execute",
+          "disableCommand",
+          "updateProcessed",
+          "updateText",
+          "addParameterSet",
+          "getParameterSets",
+          "getCurrentParameterSet",
+          "getCurrentParameterSetId",
+          "setCurrentParameterSetId",
+          "getErrorState",
+          "announcesChanges",
+          "setInstanceMode",
+          "setUndoable",
+          "setRecordedInMacros",
+          "setOneShot"}},
         {"tov::main::SettingsCommand", {}},
         {"tov::main::CommandDescriptor", {}},
         {"tov::main::CommandGUIDescriptor", {}},
@@ -164,7 +227,8 @@ TEST(Module, UsesOfTheHostOnlyWhatModulesMayUse)
         {"tov::main::FunctionCommand", {}},
         {"tov::main::Worker", {"setWait", "wait"}},
         {"tov::main::WorkerDelegate::InternalWorker", {"run"}},
-        {"tov::main::Overseer", {"getInstance", "getApplicationThread", "transmitWorker", "getCommandProcessor", "getQSettings"}},
+        {"tov::main::Overseer",
+         {"getInstance", "getApplicationThread", "transmitWorker", "getCommandProcessor", "getQSettings"}},
         {"tov::main::AbstractParameter", {}},
         {"tov::main::CastClass", {}},
         {"tov::main::CastClassManager", {"getInstance", "createCastClassForType"}},
@@ -183,7 +247,8 @@ TEST(Module, UsesOfTheHostOnlyWhatModulesMayUse)
         {"tov::scene::SceneDrawer", {"getBackgroundColor", "resize", "glDraw", "ZNEAR", "ZFAR"}},
         {"tov::scene::SharedContext", {"glContext", "lock", "unlock"}},
         {"tov::gui::ScenePanel", {"getScaledTransformMatrix", "width", "height"}},
-        {"tov::trajectory::TrajectoryHandler", {"getInstance", "getSelectedMode", "getTrajectoryInfo", "getAdvancedTrajectoryInfo"}},
+        {"tov::trajectory::TrajectoryHandler",
+         {"getInstance", "getSelectedMode", "getTrajectoryInfo", "getAdvancedTrajectoryInfo"}},
         {"tov::trajectory::TrajectoryInfo", {"getPoints", "getPosition", "setPosition"}},
         {"tov::trajectory::AdvancedTrajectoryInfo", {"getMatrixMapList", "getPosition", "setPosition"}},
     };
@@ -200,7 +265,8 @@ TEST(Module, UsesOfTheHostOnlyWhatModulesMayUse)
             continue;
         ++seen;
         // "typeinfo for X", "vtable for X", "X::operation(arguments) const": the argument list may name classes, too.
-        const bool life = line.find("typeinfo for") != std::string::npos || line.find("vtable for") != std::string::npos;
+        const bool life =
+            line.find("typeinfo for") != std::string::npos || line.find("vtable for") != std::string::npos;
         std::string name = line.substr(at);
         name = name.substr(0, name.find('('));
         if (name.find('[') != std::string::npos)
@@ -231,6 +297,17 @@ TEST(Module, ExportsItsTwoEntryPoints)
     EXPECT_NE(symbols.find(" T recycleFactory\n"), std::string::npos);
 }
 
+TEST(Module, ItsResourcesAreOfFormatTwo)
+{
+    std::ifstream in(TOV_BINARY_DIR "/grab/qrc_grab.cpp");
+    std::stringstream text;
+    text << in.rdbuf();
+    std::smatch match;
+    const std::string source = text.str();
+    ASSERT_TRUE(std::regex_search(source, match, std::regex("int version = (\\d+);"))) << "no generated source";
+    EXPECT_EQ(match[1].str(), "2");
+}
+
 TEST(Program, IsNotLinkedAgainstTheModule)
 {
     const std::string needed = output("readelf -d " TOV_BINARY_DIR "/bin/tov");
@@ -252,5 +329,6 @@ TEST(BuiltFiles, AreHardened)
             << file;
         EXPECT_NE(headers.find("(RUNPATH)"), std::string::npos) << file;
     }
-    EXPECT_NE(output("readelf -h " TOV_BINARY_DIR "/bin/tov").find("DYN ("), std::string::npos) << "position-independent";
+    EXPECT_NE(output("readelf -h " TOV_BINARY_DIR "/bin/tov").find("DYN ("), std::string::npos)
+        << "position-independent";
 }
