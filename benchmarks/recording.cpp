@@ -1,0 +1,175 @@
+// What a frame of a recording costs, part by part: drawing, reading back, appending to the chunk; then encoding alone and
+// the whole program, over the same turntable. Prints medians and the ratio to the limit.
+//
+//     bench_recording MODEL [POSITIONS]
+
+#include "kernel/main/overseer.h"
+#include "plugins/platform/select/headless.h"
+#include "scene/scene.h"
+#include "scene/scenedrawer.h"
+#include "scene/sceneimport.h"
+#include "scene/scenepanel.h"
+#include "scene/sharedcontext.h"
+#include "scene/viewer.h"
+#include "trajectory/trajectoryhandler.h"
+
+#include <QApplication>
+#include <QBuffer>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QImage>
+#include <QOffscreenSurface>
+#include <QOpenGLContext>
+#include <QOpenGLFramebufferObject>
+#include <QProcess>
+#include <QTemporaryDir>
+
+#include <GL/gl.h>
+#include <GL/glu.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <vector>
+
+namespace {
+
+constexpr int Width = 1280;
+constexpr int Height = 720;
+constexpr int Runs = 5;
+
+double median(std::vector<double> values)
+{
+    std::sort(values.begin(), values.end());
+    return values.empty() ? 0 : values[values.size() / 2];
+}
+
+/// Median seconds of a whole process; below 0 when it fails.
+double secondsOf(const QString& program, const QStringList& arguments)
+{
+    std::vector<double> seconds;
+    for (int i = 0; i < Runs; ++i) {
+        QElapsedTimer clock;
+        clock.start();
+        QProcess process;
+        process.start(program, arguments);
+        if (!process.waitForFinished(-1) || process.exitCode() != 0)
+            return -1;
+        seconds.push_back(double(clock.nsecsElapsed()) / 1e9);
+    }
+    return median(seconds);
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    if (argc < 2) {
+        std::fputs("usage: bench_recording MODEL [POSITIONS]\n", stderr);
+        return 2;
+    }
+    const int positions = argc > 2 ? std::max(2, std::atoi(argv[2])) : 100;
+    QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
+    tov::platform::setDefaultFormat();
+    tov::platform::prepareHeadless(QStringLiteral(TOV_BINARY_DIR "/bin/plugins"));
+    int one = 1;
+    QApplication application(one, argv);
+    tov::main::Overseer::getInstance();
+    auto* viewer = tov::scene::Viewer::getInstance();
+    QString error;
+    QElapsedTimer clock;
+    clock.start();
+    if (!viewer->initialize() || !tov::scene::SceneImport::addFiles({QString::fromLocal8Bit(argv[1])}, &error)) {
+        std::fprintf(stderr, "%s\n", error.toLocal8Bit().constData());
+        return 1;
+    }
+    const double load = double(clock.nsecsElapsed()) / 1e6;
+    auto* panel = new tov::gui::ScenePanel;
+    panel->resize(Width, Height);
+    panel->fitToTurn();
+    viewer->setActivePanel(panel);
+    auto* trajectory = tov::trajectory::TrajectoryHandler::getInstance();
+    trajectory->selectTurntable(positions, &error);
+
+    QTemporaryDir folder;
+    QFile raw(folder.filePath(QStringLiteral("frames.bgra")));
+    if (!raw.open(QIODevice::WriteOnly))
+        return 1;
+    std::vector<double> draw, readBack, append;
+    {
+        QOpenGLContext context;
+        context.setShareContext(tov::scene::_GlobalContext()->glContext());
+        QOffscreenSurface surface;
+        surface.create();
+        if (!context.create() || !context.makeCurrent(&surface))
+            return 1;
+        QOpenGLFramebufferObject fbo(Width, Height, QOpenGLFramebufferObject::CombinedDepthStencil, GL_TEXTURE_2D, GL_RGBA8);
+        const auto scene = viewer->getGlobalScene();
+        tov::scene::SceneDrawer drawer(scene);
+        QBuffer chunk;
+        chunk.open(QIODevice::ReadWrite);
+        for (int i = 0; i < positions; ++i) {
+            trajectory->setPosition(static_cast<unsigned long>(i));
+            clock.start();
+            fbo.bind();
+            const QColor background = drawer.getBackgroundColor();
+            glClearColor(float(background.redF()), float(background.greenF()), float(background.blueF()), 0);
+            glEnable(GL_DEPTH_TEST);
+            glEnable(GL_LIGHTING);
+            glEnable(GL_COLOR_MATERIAL);
+            drawer.resize(Width, Height);
+            glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+            glMatrixMode(GL_PROJECTION);
+            glLoadIdentity();
+            gluPerspective(45.0, double(Width) / Height, 1, 10000);
+            glMatrixMode(GL_MODELVIEW);
+            glLoadIdentity();
+            glEnable(GL_LIGHT0);
+            drawer.glDraw(scene->getRootNode(), nullptr, panel->getScaledTransformMatrix(), 0.0, 65535, 7);
+            glFinish();
+            draw.push_back(double(clock.nsecsElapsed()) / 1e6);
+            clock.start();
+            const QImage picture = fbo.toImage();
+            fbo.release();
+            readBack.push_back(double(clock.nsecsElapsed()) / 1e6);
+            clock.start();
+            chunk.write(reinterpret_cast<const char*>(picture.constBits()), picture.sizeInBytes());
+            append.push_back(double(clock.nsecsElapsed()) / 1e6);
+            raw.write(reinterpret_cast<const char*>(picture.constBits()), picture.sizeInBytes());
+            if (chunk.size() > 50000000) {
+                chunk.buffer().clear();
+                chunk.seek(0);
+            }
+        }
+        context.doneCurrent();
+    }
+    raw.close();
+    const double frame = median(draw) + median(readBack) + median(append);
+    std::printf("%s, %d x %d, %d positions, medians (whole processes: of %d runs)\n", argv[1], Width, Height, positions, Runs);
+    std::printf("load                 %8.1f ms\n", load);
+    std::printf("draw                 %8.2f ms a frame\n", median(draw));
+    std::printf("read back            %8.2f ms a frame\n", median(readBack));
+    std::printf("append to the chunk  %8.2f ms a frame\n", median(append));
+    std::printf("capture alone        %8.1f frames/s\n", 1000 / frame);
+    std::fflush(stdout);
+
+    const QString size = QStringLiteral("%1x%2").arg(Width).arg(Height);
+    const double encode = secondsOf(
+        QStringLiteral("ffmpeg"),
+        {"-v", "error", "-y", "-f", "rawvideo", "-pix_fmt", "bgra", "-s", size, "-r", "25", "-i", raw.fileName(), "-c:v",
+         "libx264", "-preset", "veryfast", "-pix_fmt", "yuv420p", "-b:v", "1200k", folder.filePath(QStringLiteral("e.mp4"))});
+    const double whole = secondsOf(
+        QStringLiteral(TOV_BINARY_DIR "/bin/tov"),
+        {"video", "-q", QString::fromLocal8Bit(argv[1]), "-o", folder.filePath(QStringLiteral("w.mp4")), "--size", size,
+         "--turntable", QString::number(positions)});
+    if (encode > 0)
+        std::printf("encode alone         %8.1f frames/s (the ffmpeg program, same codec and preset)\n", positions / encode);
+    if (whole > 0)
+        std::printf("tov video            %8.1f frames/s (whole process)\n", positions / whole);
+    if (encode > 0 && whole > 0)
+        std::printf("ratio                %8.2f of the slower of capture alone and encode alone\n",
+                    positions / whole / std::min(1000 / frame, positions / encode));
+    viewer->closePanel(panel);
+    viewer->shutdown();
+    tov::main::Overseer::destroyInstance();
+    return 0;
+}
