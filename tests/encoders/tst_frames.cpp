@@ -1,0 +1,135 @@
+#include "grab/video/encoder.h"
+#include "grab/video/videoencoder.h"
+#include "tests/support/logcapture.h"
+
+#include <QBuffer>
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QImage>
+#include <QProcess>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+using tov::grab::video::Encoder;
+using tov::grab::video::VideoEncoder;
+using tov::test::LogCapture;
+
+namespace {
+
+constexpr int Width = 32;
+constexpr int Height = 16;
+
+/// Left half: the background under alpha 0; right half: (10, 20, number) covered half or wholly.
+QByteArray frame(int number, int alpha)
+{
+    QByteArray bytes(Width * Height * 4, 0);
+    const int background[] = {51, 42, 38}; // B, G, R
+    const int color[] = {number, 20, 10};
+    for (int i = 0; i < Width * Height; ++i) {
+        const int a = i % Width < Width / 2 ? 0 : alpha;
+        for (int c = 0; c < 3; ++c)
+            bytes[4 * i + c] = char((color[c] * a + background[c] * (255 - a) + 127) / 255);
+        bytes[4 * i + 3] = char(a);
+    }
+    return bytes;
+}
+
+QIODevice* chunkOf(const QByteArray& bytes)
+{
+    auto* buffer = new QBuffer;
+    buffer->open(QIODevice::ReadWrite);
+    buffer->write(bytes);
+    return buffer;
+}
+
+class FramesTest : public testing::Test
+{
+protected:
+    static void SetUpTestSuite()
+    {
+        const QString folder = QCoreApplication::applicationDirPath() + QStringLiteral("/plugins/video/");
+        QDir(folder).removeRecursively();
+        QDir().mkpath(folder);
+        ASSERT_TRUE(QFile::copy(QStringLiteral(TOV_BINARY_DIR "/bin/plugins/video/frames.so"),
+                                folder + QStringLiteral("frames.so")));
+        VideoEncoder::getInstance()->refreshPlugins();
+    }
+    static void TearDownTestSuite()
+    {
+        delete VideoEncoder::getInstance();
+        VideoEncoder::forgetInstance();
+    }
+    std::unique_ptr<Encoder> encoderFor(const QString& name)
+    {
+        std::unique_ptr<Encoder> encoder(VideoEncoder::getInstance()->getEncoder(name));
+        if (encoder)
+            encoder->setOutputParameters(folder.filePath(name), Width, Height, 50, 1000000);
+        return encoder;
+    }
+    QStringList files() const { return QDir(folder.path()).entryList(QDir::Files, QDir::Name); }
+    QTemporaryDir folder;
+};
+
+} // namespace
+
+TEST_F(FramesTest, EveryFrameIsAPictureAndTheListPlays)
+{
+    for (const char* name : {"turn.frames", "two words.frames"}) {
+        SCOPED_TRACE(name);
+        LogCapture log;
+        auto encoder = encoderFor(QString::fromLatin1(name));
+        ASSERT_TRUE(encoder);
+        EXPECT_TRUE(encoder->encodeVideoChunk(chunkOf(frame(0, 255) + frame(100, 128)), false));
+        EXPECT_TRUE(encoder->encodeVideoChunk(nullptr, false));
+        EXPECT_TRUE(encoder->encodeVideoChunk(chunkOf(frame(200, 255) + "rest"), true));
+        encoder->waitForFinish();
+        EXPECT_EQ(
+            log.withMessage(QStringLiteral("The last 4 bytes of a chunk are no whole frame and are dropped")).size(),
+            1u);
+        QProcess probe;
+        probe.start(QStringLiteral("ffprobe"), {"-v", "error", "-count_frames", "-show_entries",
+                                                "stream=codec_name,width,nb_read_frames:format=duration", "-of",
+                                                "csv=p=0", folder.filePath(QString::fromLatin1(name))});
+        ASSERT_TRUE(probe.waitForFinished(20000));
+        EXPECT_EQ(QString::fromLatin1(probe.readAllStandardOutput().simplified()), "png,32,3 0.060000")
+            << probe.readAllStandardError().constData();
+    }
+    EXPECT_EQ(files().size(), 8);
+    const QImage half(folder.filePath(QStringLiteral("turn.00002.png")));
+    ASSERT_EQ(half.size(), QSize(Width, Height));
+    EXPECT_EQ(qAlpha(half.pixel(2, 2)), 0);
+    const QRgb pixel = half.pixel(Width - 2, 2);
+    EXPECT_EQ(qAlpha(pixel), 128);
+    EXPECT_NEAR(qRed(pixel), 10, 2);
+    EXPECT_NEAR(qGreen(pixel), 20, 2);
+    EXPECT_NEAR(qBlue(pixel), 100, 2);
+    EXPECT_EQ(QImage(folder.filePath(QStringLiteral("turn.00003.png"))).pixel(Width - 2, 2), qRgb(10, 20, 200));
+}
+
+TEST_F(FramesTest, AnAbortLeavesNoPictureAndNoList)
+{
+    for (int stage = 0; stage < 3; ++stage) {
+        auto encoder = encoderFor(QStringLiteral("a.frames"));
+        ASSERT_TRUE(encoder);
+        if (stage > 0)
+            encoder->encodeVideoChunk(chunkOf(frame(0, 255) + frame(1, 255)), stage == 2);
+        encoder->abortEncoding();
+        EXPECT_EQ(files(), QStringList()) << "stage " << stage;
+    }
+}
+
+TEST_F(FramesTest, AListThatCannotBeWrittenIsLoggedOnce)
+{
+    ASSERT_TRUE(QFile::link(QStringLiteral("/dev/full"), folder.filePath(QStringLiteral("full.frames"))));
+    LogCapture log;
+    auto encoder = encoderFor(QStringLiteral("full.frames"));
+    ASSERT_TRUE(encoder);
+    EXPECT_TRUE(encoder->encodeVideoChunk(chunkOf(frame(0, 255)), false));
+    EXPECT_TRUE(encoder->encodeVideoChunk(chunkOf(frame(1, 255)), true));
+    encoder->waitForFinish();
+    EXPECT_EQ(log.withMessage(QStringLiteral("The list of pictures could not be written")).size(), 1u) << log.text();
+}
