@@ -106,6 +106,9 @@ int runImage(const Options& options, int& argc, char** argv)
             session.fail(tr("%1 was not written").arg(output));
         else if (info.size() == 0 || (size.isValid() && size != QSize(width, height)) || (!size.isValid() && !reader.canRead()))
             session.fail(tr("%1 is incomplete; is the disk full?").arg(output));
+    } else if (!session.isTold()) {
+        // A run that ended without a word must not count as a picture.
+        session.fail(tr("%1 was not made").arg(output));
     }
     if (session.isTold()) {
         session.dropOutput();
