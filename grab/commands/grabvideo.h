@@ -93,7 +93,7 @@ private:
     bool m_PanelClosed = false;                                  ///< reached through std::atomic_ref
     bool m_StopPending = false; ///< guarded by m_WaitMutex; an abort came before there was something to wait for
     bool m_PanelLetGo = false;  ///< guarded by m_WaitMutex; the panel's end no longer concerns this run
-    QMetaObject::Connection m_PanelConnection; ///< guarded by m_WaitMutex; cut at any time, also while the panel dies
+    QMetaObject::Connection m_PanelConnection;    ///< guarded by m_WaitMutex; cut on the application thread
     QMetaObject::Connection m_FinishedConnection; ///< the handler's
     QMetaObject::Connection m_ProgressConnection; ///< the handler's
     std::mutex m_WaitMutex;                       ///< an abort may come before the beginning and after the end
