@@ -11,10 +11,13 @@
 #include <QThread>
 
 #include <algorithm>
+#include <atomic>
 #include <condition_variable>
 #include <deque>
 #include <map>
 #include <mutex>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 namespace tov::main {
 
@@ -40,6 +43,18 @@ bool execute(Command* command)
     return false;
 }
 
+/// Waits for the thread and deletes it. QThread::wait() returns while the thread still frees what libraries keep for
+/// each of their threads. The EGL library frees the same things itself at the end of the process, and an application
+/// that ends meanwhile crashes there, so the kernel is asked until it knows the thread no more (or, should the number
+/// have been given anew, for two seconds).
+void joinAndDelete(QThread* thread, pid_t id)
+{
+    thread->wait();
+    delete thread;
+    for (int i = 0; i < 2000 && id > 0 && syscall(SYS_tgkill, getpid(), id, 0) == 0; ++i)
+        QThread::usleep(1000);
+}
+
 } // namespace
 
 struct CommandRun::Private
@@ -50,6 +65,7 @@ struct CommandRun::Private
     const Command* prototype = nullptr;   ///< whose run it is; compared, never used
     bool deleteAfter = false;
     QThread* thread = nullptr; ///< application thread, and the runner's own end
+    std::atomic<pid_t> threadId{0};
 
     mutable std::mutex mutex;
     std::condition_variable changed;
@@ -170,6 +186,7 @@ struct CommandProcessor::Private
     bool functionRunning = false;        ///< guarded by mutex
     bool ending = false;                 ///< guarded by mutex
     QThread* functionThread = nullptr;   ///< guarded by mutex
+    std::atomic<pid_t> functionThreadId{0};
 
     CommandRunPointer makeRun(Command* command, const Command* prototype, bool deleteAfter)
     {
@@ -197,8 +214,7 @@ struct CommandProcessor::Private
     {
         CommandRun::Private* state = run->d.get();
         if (state->thread) {
-            state->thread->wait();
-            delete state->thread;
+            joinAndDelete(state->thread, state->threadId);
             state->thread = nullptr;
         }
         Command* command = nullptr;
@@ -234,6 +250,7 @@ struct CommandProcessor::Private
             runs.push_back(run);
         }
         state->thread = QThread::create([this, run, command] {
+            run->d->threadId = gettid();
             const bool succeeded = execute(command);
             {
                 std::lock_guard<std::mutex> guard(run->d->mutex);
@@ -252,6 +269,7 @@ struct CommandProcessor::Private
     /// The thread of the function commands: one after the other, in the order in which they came.
     void runFunctions()
     {
+        functionThreadId = gettid();
         std::unique_lock<std::mutex> lock(mutex);
         for (;;) {
             changed.wait(lock, [this] { return ending || !functions.empty(); });
@@ -347,8 +365,7 @@ CommandProcessor::~CommandProcessor()
         d->changed.notify_all();
     }
     if (thread) {
-        thread->wait();
-        delete thread;
+        joinAndDelete(thread, d->functionThreadId);
     }
     ProcessorPosts::setReceiver({});
 }
