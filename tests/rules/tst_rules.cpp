@@ -164,10 +164,11 @@ TEST(Includes, EventListsAreForSourceFilesOfCommandsOnly)
         bool lists = false;
         for (const auto& [line, name] : includesOf(file, quoted))
             lists = lists || name == "\"scene/events.h" || name == "\"kernel/main/globalevents.h";
-        if (file.string().rfind("grab/", 0) == 0)
+        if (file.string().rfind("grab/", 0) == 0) {
             EXPECT_EQ(lists, allowed.count(file.string()) > 0) << file;
-        else if (file.extension() == ".h")
+        } else if (file.extension() == ".h") {
             EXPECT_FALSE(lists) << file;
+        }
     }
 }
 

@@ -18,7 +18,6 @@ const std::vector<Format>& formats()
         {"mov", "QuickTime video (H.264)", "mov", "libx264", "yuv420p", false, true, true, nullptr, {{"preset", "veryfast"}}, {}},
         {"mkv", "Matroska video (H.264)", "matroska", "libx264", "yuv420p", false, true, false, nullptr, {{"preset", "veryfast"}}, {{"cluster_time_limit", "1000"}}},
         {"hq.mp4", "MPEG-4 video, constant high quality (H.264)", "mp4", "libx264", "yuv420p", false, false, true, nullptr, {{"preset", "medium"}, {"crf", "16"}}, {}},
-        {"hevc.mp4", "MPEG-4 video (HEVC)", "mp4", "libx265", "yuv420p", false, true, true, nullptr, {{"preset", "fast"}, {"x265-params", "log-level=error"}}, {}},
         {"av1.mkv", "Matroska video (AV1)", "matroska", "libaom-av1", "yuv420p", false, true, false, nullptr, {{"cpu-used", "8"}, {"usage", "realtime"}, {"row-mt", "1"}}, {{"cluster_time_limit", "1000"}}},
         {"webm", "WebM video (VP9)", "webm", "libvpx-vp9", "yuv420p", false, true, false, nullptr, {{"deadline", "good"}, {"cpu-used", "5"}, {"row-mt", "1"}}, {{"cluster_time_limit", "1000"}}},
         {"avi", "AVI video (Motion JPEG)", "avi", "mjpeg", "yuvj420p", false, false, false, nullptr, {{"qscale", "3"}, {"huffman", "optimal"}}, {}},
