@@ -24,9 +24,6 @@ struct Format
 /// The formats of this family, all of them.
 const std::vector<Format>& formats();
 
-/// Keeps the FFmpeg libraries loaded for the life of the process, whatever becomes of the plug-in.
-void pinLibraries();
-
 /// True when the FFmpeg libraries of this machine can make the format.
 bool isAvailable(const Format& format);
 

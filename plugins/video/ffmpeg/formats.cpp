@@ -2,11 +2,8 @@
 
 extern "C" {
 #include <libavcodec/avcodec.h>
-#include <libavfilter/avfilter.h>
 #include <libavformat/avformat.h>
 }
-
-#include <dlfcn.h>
 
 namespace tov::plugins::video {
 
@@ -28,18 +25,6 @@ const std::vector<Format>& formats()
         {"lossless.mkv", "Matroska video, lossless with transparency (FFV1)", "matroska", "ffv1", "bgra", true, false, false, nullptr, {{"level", "3"}, {"slices", "4"}, {"slicecrc", "1"}}, {{"cluster_time_limit", "1000"}}},
     };
     return table;
-}
-
-void pinLibraries()
-{
-    // FFmpeg brings dozens of libraries along, and some lose memory or threads when they are unloaded. They stay.
-    for (const void* function : {reinterpret_cast<const void*>(&avcodec_version),
-                                 reinterpret_cast<const void*>(&avformat_version),
-                                 reinterpret_cast<const void*>(&avfilter_version)}) {
-        Dl_info info;
-        if (dladdr(function, &info) && info.dli_fname)
-            dlopen(info.dli_fname, RTLD_LAZY | RTLD_NOLOAD | RTLD_NODELETE);
-    }
 }
 
 bool isAvailable(const Format& format)

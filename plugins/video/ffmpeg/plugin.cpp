@@ -1,6 +1,7 @@
 #include "grab/video/videoencoder.h"
 #include "kernel/main/informationobject.h"
 #include "plugins/video/common/ffmpegencoder.h"
+#include "plugins/video/common/pin.h"
 
 using namespace tov::plugins::video;
 

@@ -1,6 +1,7 @@
 #include "grab/video/videoencoder.h"
 #include "kernel/main/informationobject.h"
 #include "plugins/video/common/framesencoder.h"
+#include "plugins/video/common/pin.h"
 
 using tov::plugins::video::FramesEncoder;
 
@@ -15,6 +16,7 @@ tov::grab::video::Encoder* createEncoder(void*)
 
 extern "C" TOV_EXPORT bool doRegister()
 {
+    tov::plugins::video::pinLibraries();
     return FramesEncoder::isAvailable() && tov::grab::video::VideoEncoder::getInstance()->registerEncoder(
                                                createEncoder, QStringLiteral("frames"),
                                                QStringLiteral("Numbered PNG pictures and a list of them"), nullptr);
