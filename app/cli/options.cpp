@@ -28,7 +28,7 @@ const Option Table[] = {
     {"size", nullptr, "WxH", "video", QT_TRANSLATE_NOOP("CommandLine", "size of the video in pixels (default: that of --panel); made even")},
     {"turntable", nullptr, "N", "video run", QT_TRANSLATE_NOOP("CommandLine", "turn the camera once about the scene in N positions, a frame each")},
     {"trajectory", nullptr, "FILE", "video run", QT_TRANSLATE_NOOP("CommandLine", "step along a trajectory (csv, tum, txt, json), a frame a position")},
-    {"duration", nullptr, "SECONDS", "video", QT_TRANSLATE_NOOP("CommandLine", "record freely for so long, 25 frames a second")},
+    {"duration", nullptr, "SECONDS", "video", QT_TRANSLATE_NOOP("CommandLine", "record freely for so long, at a pace of its own")},
     {"fps", nullptr, "N", "video", QT_TRANSLATE_NOOP("CommandLine", "frames a second of the video (default: the setting, 25)")},
     {"bitrate", nullptr, "KBPS", "video", QT_TRANSLATE_NOOP("CommandLine", "bit rate in kbit/s, at least 100 (default: the setting, 1200)")},
     {"command", "c", "TEXT", "run", QT_TRANSLATE_NOOP("CommandLine", "a command text to run; may be given several times, in order")},
