@@ -108,6 +108,12 @@ void Scene::unlock()
     d->drawing.unlock();
 }
 
+bool Scene::isLocked(int mask) const
+{
+    std::lock_guard<std::mutex> lock(d->mutex);
+    return d->any(d->lockers, mask);
+}
+
 double Scene::getGlobalScaling() const
 {
     return d->scaling;

@@ -26,6 +26,9 @@ public:
     /// threads get it in the order in which they asked. Taken after `SharedContext::lock`, never before. Thread: any.
     void lock();
     void unlock();
+    /// True while a `SceneLocker` keeps edits of one of these kinds (a mask of `SceneLocker::LOCKTYPE`) out, so that a
+    /// `SceneEdit` would wait. Thread: any.
+    bool isLocked(int mask) const;
 
     /// The global scaling that panels apply so that the whole scene lies within `[SceneDrawer::ZNEAR, ZFAR]`.
     /// Thread: any.

@@ -2,6 +2,7 @@
 
 #include "app/cli/session.h"
 #include "app/cli/videoverb.h"
+#include "app/common/output.h"
 #include "kernel/gui/fileparameterpanelfactory.h"
 #include "kernel/log/terminalsink.h"
 #include "kernel/main/abstractparameter.h"
@@ -231,23 +232,6 @@ int runModules(const Options& options, int& argc, char** argv)
 void printError(const QString& message)
 {
     std::fprintf(stderr, "tov: %s\n", tov::log::escaped(message).toLocal8Bit().constData());
-}
-
-bool checkOutputFolder(const QString& fileName, QString* error)
-{
-    const QFileInfo info(fileName);
-    const QFileInfo folder(info.absolutePath());
-    if (info.isDir())
-        *error = tr("%1 is a folder; name a file").arg(fileName);
-    else if (info.exists() && !info.isFile())
-        *error = tr("%1 is no ordinary file").arg(fileName);
-    else if (!folder.isDir())
-        *error = tr("%1 cannot be written: there is no folder %2").arg(fileName, folder.filePath());
-    else if (info.exists() ? !info.isWritable() : !folder.isWritable())
-        *error = tr("%1 cannot be written: permission denied").arg(fileName);
-    else
-        return true;
-    return false;
 }
 
 int runVerb(const Options& options, int& argc, char** argv)

@@ -2,6 +2,7 @@
 
 #include "app/cli/session.h"
 #include "app/cli/verbs.h"
+#include "app/common/output.h"
 #include "kernel/gui/fileparameterpanelfactory.h"
 #include "kernel/main/abstractparameter.h"
 #include "kernel/main/overseer.h"

@@ -16,7 +16,4 @@ int runVideo(const Options& options, int& argc, char** argv);
 /// dialog of the recording command: the host knows encoders by no other way. Thread: application.
 std::vector<std::pair<QString, QString>> knownVideoFormats();
 
-/// Whether a file can be written there; one line in `error` otherwise.
-bool checkOutputFolder(const QString& fileName, QString* error);
-
 } // namespace tov::app

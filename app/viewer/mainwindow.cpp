@@ -1,14 +1,19 @@
 #include "app/viewer/mainwindow.h"
 
+#include "app/common/output.h"
 #include "app/viewer/commandactions.h"
 #include "app/viewer/consolewidget.h"
 #include "app/viewer/dialogs.h"
+#include "app/viewer/editqueue.h"
 #include "app/viewer/noticebar.h"
 #include "app/viewer/panelgrid.h"
 #include "app/viewer/parameterdialog.h"
+#include "app/viewer/recentfiles.h"
 #include "app/viewer/runsbar.h"
 #include "app/viewer/scenetree.h"
 #include "app/viewer/trajectorybar.h"
+#include "app/viewer/viewpicture.h"
+#include "kernel/gui/parameterpanelfactory.h"
 #include "kernel/main/abstractparameter.h"
 #include "kernel/main/overseer.h"
 #include "kernel/main/parameterset.h"
@@ -40,7 +45,11 @@
 #include <QPainter>
 #include <QStatusBar>
 #include <QThread>
+#include <QTimer>
 #include <QVBoxLayout>
+
+#include <cstdlib>
+#include <mutex>
 
 namespace tov::viewer {
 
@@ -55,8 +64,13 @@ using tov::trajectory::TrajectoryHandler;
 
 namespace {
 
-constexpr int MaxRecentFiles = 12;
 constexpr int LayoutVersion = 1;
+/// How long quitting waits for what runs before it asks whether to leave without it.
+constexpr int QuitPatienceMs = 15000;
+
+/// Parameters that mean something to the window, whatever command has them.
+const QString FileNameParameter = QStringLiteral("filename");
+const QString SyncParameter = QStringLiteral("sync");
 
 /// Positions of the window's own menus; the modules' menus stand between them.
 enum MenuPosition
@@ -74,6 +88,30 @@ bool isTrajectoryFile(const QString& fileName)
 
 } // namespace
 
+/// The newest record of an error, for the notice after a run that wrote nothing.
+struct MainWindow::LastError : tov::log::LogSink
+{
+    void write(const tov::log::LogRecord& record) override
+    {
+        if (record.level > tov::log::LevelError)
+            return;
+        std::lock_guard<std::mutex> guard(mutex);
+        message = record.message;
+        timeMs = record.timeMs;
+    }
+    /// Empty when there has been none since `sinceMs` (milliseconds since the epoch).
+    QString get(qint64 sinceMs) const
+    {
+        std::lock_guard<std::mutex> guard(mutex);
+        return timeMs >= sinceMs ? message : QString();
+    }
+
+private:
+    mutable std::mutex mutex;
+    QString message;   ///< guarded by mutex
+    qint64 timeMs = 0; ///< guarded by mutex
+};
+
 MainWindow::MainWindow(const tov::main::ModuleLoader* loader, QWidget* parent) : QMainWindow(parent), mp_Loader(loader)
 {
     setObjectName(QStringLiteral("MainWindow"));
@@ -85,6 +123,12 @@ MainWindow::MainWindow(const tov::main::ModuleLoader* loader, QWidget* parent) :
     auto* layout = new QVBoxLayout(central);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
+    mp_Edits = new EditQueue(this);
+    connect(mp_Edits, &EditQueue::postponed, this, [this] {
+        statusBar()->showMessage(tr("The scene is kept as it is until the picture is done; the change follows then."), 10000);
+    });
+    mp_LastError = std::make_shared<LastError>();
+    tov::log::Logger::addSink(mp_LastError.get());
     mp_Notices = new NoticeBar(central);
     mp_Grid = new PanelGrid(central);
     mp_Runs = new RunsBar(central);
@@ -113,13 +157,14 @@ MainWindow::~MainWindow()
         mp_OpenThread = nullptr;
     }
     mp_Grid->closeAll();
+    tov::log::Logger::removeSink(mp_LastError.get());
 }
 
 void MainWindow::createDocks()
 {
     auto* sceneDock = new QDockWidget(tr("Scene"), this);
     sceneDock->setObjectName(QStringLiteral("SceneDock"));
-    mp_Tree = new SceneTree(sceneDock);
+    mp_Tree = new SceneTree(mp_Edits, sceneDock);
     sceneDock->setWidget(mp_Tree);
     addDockWidget(Qt::LeftDockWidgetArea, sceneDock);
 
@@ -143,8 +188,9 @@ void MainWindow::createMenus()
     auto* open = file->addAction(style()->standardIcon(QStyle::SP_DialogOpenButton), tr("&Open ..."), this,
                                  &MainWindow::chooseFiles, QKeySequence::Open);
     open->setObjectName(QStringLiteral("OpenAction"));
-    mp_RecentMenu = file->addMenu(tr("Open &recent"));
-    connect(mp_RecentMenu, &QMenu::aboutToShow, this, &MainWindow::updateRecentMenu);
+    mp_RecentMenu = new RecentFiles(tr("Open &recent"), this);
+    file->addMenu(mp_RecentMenu);
+    connect(mp_RecentMenu, &RecentFiles::chosen, this, [this](const QString& name) { openFiles({name}); });
     file->addAction(tr("Open &trajectory ..."), mp_Trajectory, &TrajectoryBar::chooseFile,
                     QKeySequence(QStringLiteral("Ctrl+T")));
     file->addSeparator();
@@ -194,6 +240,7 @@ void MainWindow::createMenus()
     for (const auto& [name, view] : views)
         mp_ViewMenu->addAction(name, this, onActive([view = view](ScenePanel* panel) { panel->setStandardView(view); }),
                                QKeySequence(key++));
+    createGuideMenu();
     mp_ViewMenu->addSeparator();
     for (auto* dock : findChildren<QDockWidget*>())
         mp_ViewMenu->addAction(dock->toggleViewAction());
@@ -209,6 +256,33 @@ void MainWindow::createMenus()
                            tr("<h3>tov %1</h3><p>3D scenes, pictures of any size and videos.</p>")
                                .arg(QCoreApplication::applicationVersion()));
     });
+}
+
+void MainWindow::createGuideMenu()
+{
+    auto* menu = mp_ViewMenu->addMenu(tr("&Guide for pictures and videos"));
+    menu->setObjectName(QStringLiteral("GuideMenu"));
+    auto* group = new QActionGroup(this);
+    const QString key = QStringLiteral("window/guide");
+    const QString stored = tovSettings().value(key).toString();
+    for (const QString& shape : {QString(), QStringLiteral("16:9"), QStringLiteral("4:3"), QStringLiteral("3:2"),
+                                 QStringLiteral("1:1"), QStringLiteral("9:16")}) {
+        auto* action = menu->addAction(shape.isEmpty() ? tr("Off") : shape);
+        action->setCheckable(true);
+        group->addAction(action);
+        const auto apply = [this, shape] {
+            const QStringList numbers = shape.split(QLatin1Char(':'));
+            mp_Grid->setGuideAspect(numbers.size() == 2 ? numbers[0].toDouble() / numbers[1].toDouble() : 0);
+        };
+        connect(action, &QAction::triggered, this, [apply, key, shape] {
+            apply();
+            tovSettings().setValue(key, shape);
+        });
+        if (shape == stored) {
+            action->setChecked(true);
+            apply();
+        }
+    }
 }
 
 void MainWindow::chooseFiles()
@@ -271,7 +345,7 @@ void MainWindow::openFiles(const QStringList& fileNames)
                 panel->fitToView();
             mp_Tree->rebuild();
             for (const QString& model : models)
-                addRecentFile(model);
+                mp_RecentMenu->add(model, models.size() == 1 ? mp_Grid->getActivePanel() : nullptr);
             setWindowTitle(QFileInfo(models.last()).fileName() + QStringLiteral(" - tov"));
             statusBar()->showMessage(tr("%1 opened.").arg(QFileInfo(models.last()).fileName()), 10000);
         }
@@ -279,32 +353,6 @@ void MainWindow::openFiles(const QStringList& fileNames)
             close();
     });
     mp_OpenThread->start();
-}
-
-void MainWindow::addRecentFile(const QString& fileName)
-{
-    const QString key = QStringLiteral("window/recentfiles");
-    const QString path = QFileInfo(fileName).absoluteFilePath();
-    QStringList files = tovSettings().value(key).toStringList();
-    files.removeAll(path);
-    files.prepend(path);
-    while (files.size() > MaxRecentFiles)
-        files.removeLast();
-    tovSettings().setValue(key, files);
-}
-
-void MainWindow::updateRecentMenu()
-{
-    mp_RecentMenu->clear();
-    const QStringList files = tovSettings().value(QStringLiteral("window/recentfiles")).toStringList();
-    for (const QString& file : files) {
-        auto* action = mp_RecentMenu->addAction(QFileInfo(file).fileName(), this, [this, file] { openFiles({file}); });
-        action->setToolTip(file);
-        action->setEnabled(QFileInfo::exists(file));
-    }
-    if (files.isEmpty())
-        mp_RecentMenu->addAction(tr("No files yet"))->setEnabled(false);
-    mp_RecentMenu->setToolTipsVisible(true);
 }
 
 void MainWindow::runCommand(Command* prototype)
@@ -316,26 +364,61 @@ void MainWindow::runCommand(Command* prototype)
         return;
     }
     ParameterDialog dialog(prototype, this);
-    if (dialog.exec() != QDialog::Accepted)
-        return;
+    dialog.setAdvice([](const ParameterDialog& asked) {
+        const auto* sync = asked.getPanel(SyncParameter);
+        return sync && asked.getText(SyncParameter) != QLatin1String("0") &&
+                       TrajectoryHandler::getInstance()->getCount() == 0
+                   ? tr("No trajectory is open, so a synchronised recording would hold no frames. Open one first "
+                        "(File > Open trajectory), or switch \"sync\" off.")
+                   : QString();
+    });
+    for (;;) {
+        if (dialog.exec() != QDialog::Accepted)
+            return;
+        if (mayWrite(dialog))
+            break;
+    }
     QString error;
     if (!Overseer::getInstance()->getCommandProcessor()->start(prototype->getDescriptor()->getName(),
                                                                dialog.getArguments(), &error))
         mp_Notices->showMessage(NoticeBar::Kind::Warning, error);
 }
 
+bool MainWindow::mayWrite(const ParameterDialog& dialog)
+{
+    const QString name = dialog.getText(FileNameParameter);
+    if (name.isEmpty())
+        return true;
+    QString problem;
+    if (!tov::app::checkOutputFolder(name, &problem)) {
+        QMessageBox::warning(this, dialog.windowTitle(), problem);
+        return false;
+    }
+    if (!QFileInfo::exists(name) || dialog.getPanel(FileNameParameter)->isReplaceAgreed())
+        return true;
+    QMessageBox question(QMessageBox::Warning, dialog.windowTitle(),
+                         tr("%1 exists already. Replace it?").arg(QFileInfo(name).fileName()), QMessageBox::Cancel, this);
+    question.setObjectName(QStringLiteral("ReplaceQuestion"));
+    auto* replace = question.addButton(tr("Replace"), QMessageBox::DestructiveRole);
+    question.setDefaultButton(QMessageBox::Cancel);
+    question.exec();
+    return question.clickedButton() == static_cast<QAbstractButton*>(replace);
+}
+
 void MainWindow::watchRuns()
 {
+    connect(mp_Runs, &RunsBar::stopIgnored, this, &MainWindow::warnOfStuckRun);
     auto* processor = Overseer::getInstance()->getCommandProcessor();
     connect(processor, &CommandProcessor::runStarted, this, [this](const CommandRunPointer& run) {
         Started started;
         started.clock.start();
-        started.fileName = run->getArgument(QStringLiteral("filename"));
+        started.startedMs = QDateTime::currentMSecsSinceEpoch();
+        started.fileName = run->getArgument(FileNameParameter);
         started.fileTime = QFileInfo(started.fileName).lastModified();
         m_Started[run->getId()] = started;
         // A recording that is stepped along a trajectory ends at once, with nothing, when none is open: by design of
         // the command. The person is told here, in words, at the moment it happens.
-        const QString sync = run->getArgument(QStringLiteral("sync"));
+        const QString sync = run->getArgument(SyncParameter);
         if (!sync.isNull() && sync != QLatin1String("0") && TrajectoryHandler::getInstance()->getCount() == 0)
             mp_Notices->showMessage(
                 NoticeBar::Kind::Warning,
@@ -364,8 +447,11 @@ void MainWindow::runEnded(const CommandRunPointer& run)
             text += tr(", done in %1").arg(durationText((started.clock.elapsed() + 500) / 1000));
             mp_Notices->showFile(text, started.fileName);
         } else {
-            mp_Notices->showMessage(NoticeBar::Kind::Warning,
-                                    tr("Nothing was written to %1. The console says why.").arg(info.fileName()));
+            const QString why = mp_LastError->get(started.startedMs);
+            mp_Notices->showMessage(
+                NoticeBar::Kind::Warning,
+                why.isEmpty() ? tr("Nothing was written to %1. The console tells more.").arg(info.fileName())
+                              : tr("Nothing was written to %1: %2").arg(info.fileName(), why));
         }
     }
     if (m_Closing && Overseer::getInstance()->getCommandProcessor()->getRuns().empty())
@@ -379,9 +465,23 @@ void MainWindow::copyViewToClipboard()
         mp_Notices->showMessage(NoticeBar::Kind::Warning, tr("There is no view to copy: open a panel first."));
         return;
     }
-    const QImage image = panel->grabFramebuffer();
-    QApplication::clipboard()->setImage(image);
-    statusBar()->showMessage(tr("View copied, %1 x %2 pixels.").arg(image.width()).arg(image.height()), 10000);
+    // As many pixels as the screen shows.
+    const QSize size = QSize(panel->width(), panel->height()) * panel->devicePixelRatioF();
+    const bool taken = ViewPicture::take(panel, size, this, [this](const QImage& image) {
+        QApplication::clipboard()->setImage(image);
+        statusBar()->showMessage(tr("View copied, %1 x %2 pixels.").arg(image.width()).arg(image.height()), 10000);
+        emit viewCopied();
+    });
+    if (!taken)
+        mp_Notices->showMessage(NoticeBar::Kind::Warning, tr("Pictures are not available here; Help > About modules tells why."));
+}
+
+void MainWindow::warnOfStuckRun(const QString& text)
+{
+    mp_Notices->showMessage(NoticeBar::Kind::Warning,
+                            tr("\"%1\" was asked to stop and has not ended yet. A picture is finished first; an encoder "
+                               "that hangs never ends. You can go on working.")
+                                .arg(text));
 }
 
 bool MainWindow::endRuns()
@@ -412,9 +512,36 @@ bool MainWindow::endRuns()
     if (mp_OpenCancelled)
         *mp_OpenCancelled = true;
     statusBar()->showMessage(tr("Finishing what is running ..."));
+    QTimer::singleShot(QuitPatienceMs, this, &MainWindow::offerToLeave);
     if (processor->getRuns().empty() && !mp_OpenThread)
         return true;
     return false;
+}
+
+void MainWindow::offerToLeave()
+{
+    if (!m_Closing || isHidden())
+        return;
+    auto* question = new QMessageBox(QMessageBox::Warning, tr("Quit"),
+                                     tr("Something does not end. Wait for it, or quit without it? What it has not written "
+                                        "yet is lost."),
+                                     QMessageBox::NoButton, this);
+    question->setObjectName(QStringLiteral("LeaveQuestion"));
+    question->setAttribute(Qt::WA_DeleteOnClose);
+    auto* wait = question->addButton(tr("Wait"), QMessageBox::RejectRole);
+    auto* leave = question->addButton(tr("Quit without it"), QMessageBox::DestructiveRole);
+    question->setDefaultButton(wait);
+    connect(question, &QMessageBox::finished, this, [this, question, leave] {
+        if (question->clickedButton() != static_cast<QAbstractButton*>(leave)) {
+            QTimer::singleShot(QuitPatienceMs, this, &MainWindow::offerToLeave);
+            return;
+        }
+        saveLayout();
+        tovSettings().sync();
+        // A thread that never returns cannot be waited for, and what it uses cannot be taken down under it.
+        std::_Exit(1);
+    });
+    question->open();
 }
 
 void MainWindow::closeEvent(QCloseEvent* event)

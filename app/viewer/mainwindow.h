@@ -19,8 +19,11 @@ namespace tov::viewer {
 
 class CommandActions;
 class ConsoleWidget;
+class EditQueue;
 class NoticeBar;
 class PanelGrid;
+class ParameterDialog;
+class RecentFiles;
 class RunsBar;
 class SceneTree;
 class TrajectoryBar;
@@ -43,12 +46,17 @@ public:
     ConsoleWidget* getConsole() const { return mp_Console; }
     CommandActions* getActions() const { return mp_Actions; }
     NoticeBar* getNotices() const { return mp_Notices; }
+    RecentFiles* getRecentFiles() const { return mp_RecentMenu; }
     RunsBar* getRuns() const { return mp_Runs; }
     SceneTree* getSceneTree() const { return mp_Tree; }
     TrajectoryBar* getTrajectoryBar() const { return mp_Trajectory; }
 
 public slots:
     void copyViewToClipboard();
+
+signals:
+    /// The view is on the clipboard.
+    void viewCopied();
 
 protected:
     void closeEvent(QCloseEvent* event) override;
@@ -62,16 +70,20 @@ private:
         QString fileName;
         QElapsedTimer clock;
         QDateTime fileTime; ///< of the file before the run
+        qint64 startedMs = 0; ///< since the epoch
     };
 
     void createMenus();
     void createDocks();
     void chooseFiles();
     void runCommand(tov::main::Command* prototype);
+    /// Asks before a file is replaced; tells why one cannot be written. False = back to the dialog.
+    bool mayWrite(const ParameterDialog& dialog);
+    void offerToLeave();
     void watchRuns();
     void runEnded(const tov::main::CommandRunPointer& run);
-    void addRecentFile(const QString& fileName);
-    void updateRecentMenu();
+    void warnOfStuckRun(const QString& text);
+    void createGuideMenu();
     void saveLayout() const;
     void restoreLayout();
     /// True when the window may go now; otherwise it will close itself once everything has ended.
@@ -85,10 +97,13 @@ private:
     RunsBar* mp_Runs = nullptr;
     SceneTree* mp_Tree = nullptr;
     TrajectoryBar* mp_Trajectory = nullptr;
-    QMenu* mp_RecentMenu = nullptr;
+    EditQueue* mp_Edits = nullptr;
+    RecentFiles* mp_RecentMenu = nullptr;
     QMenu* mp_ViewMenu = nullptr;
     QThread* mp_OpenThread = nullptr; ///< owned while files are read
     std::shared_ptr<std::atomic<bool>> mp_OpenCancelled;
+    struct LastError;
+    std::shared_ptr<LastError> mp_LastError; ///< shared with the log while the window lives
     std::map<quint64, Started> m_Started;
     bool m_Closing = false;
 };

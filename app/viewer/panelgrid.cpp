@@ -1,10 +1,10 @@
 #include "app/viewer/panelgrid.h"
 
+#include "app/viewer/panelframe.h"
 #include "scene/scenepanel.h"
 #include "scene/viewer.h"
 
 #include <QDataStream>
-#include <QFrame>
 #include <QSplitter>
 #include <QVBoxLayout>
 
@@ -42,17 +42,13 @@ ScenePanel* PanelGrid::getActivePanel() const
 
 ScenePanel* PanelGrid::addPanel()
 {
-    auto* frame = new QFrame;
-    frame->setObjectName(QStringLiteral("PanelFrame"));
-    auto* layout = new QVBoxLayout(frame);
-    layout->setContentsMargins(2, 2, 2, 2);
-    auto* panel = new ScenePanel(frame);
-    panel->setFocusPolicy(Qt::StrongFocus);
-    panel->setMinimumSize(64, 48);
-    layout->addWidget(panel);
+    auto* frame = new PanelFrame;
+    ScenePanel* panel = frame->getPanel();
+    frame->setGuideAspect(m_GuideAspect);
     if (auto* active = getActivePanel())
         panel->setScaledTransformMatrix(active->getScaledTransformMatrix());
     connect(panel, &ScenePanel::activated, this, [this, panel] { setActivePanel(panel); });
+    connect(frame, &PanelFrame::closeRequested, this, [this, panel] { closePanel(panel); }, Qt::QueuedConnection);
     m_Panels.push_back(panel);
     m_Frames.push_back(frame);
     return panel;
@@ -97,7 +93,7 @@ void PanelGrid::closePanel(ScenePanel* panel)
     if (found == m_Panels.end())
         return;
     const auto index = found - m_Panels.begin();
-    QWidget* frame = m_Frames[index];
+    PanelFrame* frame = m_Frames[index];
     m_Panels.erase(found);
     m_Frames.erase(m_Frames.begin() + index);
     Viewer::getInstance()->closePanel(panel);
@@ -105,6 +101,19 @@ void PanelGrid::closePanel(ScenePanel* panel)
     mark();
     emit activePanelChanged(getActivePanel());
     emit panelCountChanged(getPanelCount());
+}
+
+void PanelGrid::setGuideAspect(double aspect)
+{
+    m_GuideAspect = aspect;
+    for (PanelFrame* frame : m_Frames)
+        frame->setGuideAspect(aspect);
+}
+
+PanelFrame* PanelGrid::getFrame(ScenePanel* panel) const
+{
+    const auto found = std::find(m_Panels.begin(), m_Panels.end(), panel);
+    return found == m_Panels.end() ? nullptr : m_Frames[found - m_Panels.begin()];
 }
 
 void PanelGrid::closeAll()
@@ -116,8 +125,8 @@ void PanelGrid::closeAll()
 void PanelGrid::arrange()
 {
     // Two panels stand side by side, four in two rows; three are what is left of four when one was closed.
-    std::vector<QWidget*> frames = m_Frames;
-    for (QWidget* frame : frames)
+    const std::vector<PanelFrame*> frames = m_Frames;
+    for (PanelFrame* frame : frames)
         frame->setParent(nullptr);
     while (mp_Rows->count() > 0)
         delete mp_Rows->widget(0);
@@ -139,9 +148,7 @@ void PanelGrid::mark()
 {
     const auto* active = getActivePanel();
     for (std::size_t i = 0; i < m_Frames.size(); ++i) {
-        const bool isActive = m_Panels[i] == active && m_Panels.size() > 1;
-        const QColor color = palette().color(isActive ? QPalette::Highlight : QPalette::Window);
-        m_Frames[i]->setStyleSheet(QStringLiteral("QFrame#PanelFrame { background: %1; }").arg(color.name()));
+        m_Frames[i]->setMarked(m_Panels[i] == active && m_Panels.size() > 1);
     }
 }
 

@@ -13,6 +13,8 @@ class ScenePanel;
 
 namespace tov::viewer {
 
+class PanelFrame;
+
 /// One, two or four view panels parted by splitters; the active one is framed. Panels are made and closed here, always
 /// in the one way that the scene library has for it. Thread: application.
 class PanelGrid : public QWidget
@@ -30,6 +32,10 @@ public:
     void setActivePanel(tov::gui::ScenePanel* panel);
     /// Closes one panel; the others take its room. With the last one none is active.
     void closePanel(tov::gui::ScenePanel* panel);
+    /// Shows in every panel what a picture of this shape (width by height) holds; 0 = no guide.
+    void setGuideAspect(double aspect);
+    double getGuideAspect() const { return m_GuideAspect; }
+    PanelFrame* getFrame(tov::gui::ScenePanel* panel) const;
     /// Closes all panels, before the window goes.
     void closeAll();
 
@@ -47,7 +53,8 @@ private:
     tov::gui::ScenePanel* addPanel();
 
     std::vector<tov::gui::ScenePanel*> m_Panels; ///< owned by their frames, closed through the viewer
-    std::vector<QWidget*> m_Frames;              ///< children; one for each panel
+    std::vector<PanelFrame*> m_Frames;           ///< children; one for each panel
+    double m_GuideAspect = 0;
     QSplitter* mp_Rows = nullptr;                ///< child
 };
 

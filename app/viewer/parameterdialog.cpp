@@ -178,7 +178,12 @@ ParameterDialog::ParameterDialog(tov::main::Command* prototype, QWidget* parent)
         }
     }
     mp_Buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, this);
+    mp_AdviceLabel = new QLabel(this);
+    mp_AdviceLabel->setObjectName(QStringLiteral("Advice"));
+    mp_AdviceLabel->setWordWrap(true);
+    mp_AdviceLabel->hide();
     layout->addStretch(1);
+    layout->addWidget(mp_AdviceLabel);
     layout->addWidget(mp_Buttons);
     connect(mp_Buttons, &QDialogButtonBox::accepted, this, [this] {
         if (!isComplete())
@@ -219,6 +224,9 @@ QString ParameterDialog::problemOf(const ParameterField& field) const
     const QString text = field.panel->getText();
     if (text.isEmpty())
         return field.parameter->isMandatory() ? tr("A value is needed here.") : QString();
+    const QString problem = field.panel->getProblem();
+    if (!problem.isEmpty())
+        return problem;
     if (auto cast = field.parameter->getCastClass()) {
         try {
             cast->deleteValue(cast->fromString(text));
@@ -250,6 +258,21 @@ void ParameterDialog::validate()
         complete = complete && !wrong;
     }
     mp_Buttons->button(QDialogButtonBox::Ok)->setEnabled(complete);
+    const QString advice = m_Advice ? m_Advice(*this) : QString();
+    mp_AdviceLabel->setText(advice);
+    mp_AdviceLabel->setVisible(!advice.isEmpty());
+}
+
+void ParameterDialog::setAdvice(std::function<QString(const ParameterDialog&)> advice)
+{
+    m_Advice = std::move(advice);
+    validate();
+}
+
+QString ParameterDialog::getText(const QString& parameterName) const
+{
+    const auto* panel = getPanel(parameterName);
+    return panel ? panel->getText() : QString();
 }
 
 void ParameterDialog::remember() const

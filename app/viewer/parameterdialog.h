@@ -4,6 +4,7 @@
 
 #include <QDialog>
 
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -37,6 +38,10 @@ public:
     tov::main::ParameterPanel* getPanel(const QString& parameterName) const;
     /// True when every field holds a usable value.
     bool isComplete() const;
+    /// Called whenever a field changes, and at once; what it returns is shown above the buttons as advice (empty: none).
+    void setAdvice(std::function<QString(const ParameterDialog&)> advice);
+    /// The text of a field; empty when there is none of that name.
+    QString getText(const QString& parameterName) const;
     /// Keeps what was entered as the values used last.
     void remember() const;
 
@@ -46,6 +51,8 @@ private:
 
     tov::main::Command* mp_Prototype; ///< not owned
     std::vector<std::unique_ptr<ParameterField>> m_Fields;
+    std::function<QString(const ParameterDialog&)> m_Advice;
+    QLabel* mp_AdviceLabel = nullptr;       ///< child
     QDialogButtonBox* mp_Buttons = nullptr; ///< child
 };
 

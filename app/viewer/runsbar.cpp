@@ -13,6 +13,13 @@ namespace tov::viewer {
 using tov::main::CommandProcessor;
 using tov::main::CommandRunPointer;
 
+namespace {
+
+constexpr int ShowAfterMs = 200;
+constexpr qint64 StopPatienceMs = 10000;
+
+} // namespace
+
 struct RunsBar::Row
 {
     QWidget* widget = nullptr;
@@ -23,6 +30,10 @@ struct RunsBar::Row
     QElapsedTimer clock;
     int percent = -1;
     qint64 percentSince = 0;
+    quint64 dialog = 0;     ///< the progress dialog shown in this row; 0 = none
+    bool hasDialog = false;
+    qint64 stoppedAt = -1; ///< ms on the clock; -1 = nobody asked
+    bool complained = false;
 
     ~Row() { delete widget; }
 };
@@ -55,24 +66,34 @@ RunsBar::RunsBar(QWidget* parent) : QWidget(parent)
     });
     connect(processor, &CommandProcessor::runChanged, this, [this](const CommandRunPointer& run) {
         const auto found = m_Rows.find(run->getId());
-        if (found != m_Rows.end())
-            updateRow(*found->second, run->getText().isEmpty() ? run->getCommandName() : run->getText(),
-                      run->getProcessed());
+        if (found == m_Rows.end())
+            return;
+        Row& row = *found->second;
+        updateRow(row, run->getText().isEmpty() ? run->getCommandName() : run->getText(),
+                  row.hasDialog ? row.percent : run->getProcessed());
     });
     connect(processor, &CommandProcessor::runFinished, this, [this](const CommandRunPointer& run) {
         m_Rows.erase(run->getId());
-        setVisible(getRowCount() > 0);
+        updateVisibility();
     });
+    tov::util::ZProgressDialog::setPresenter(
+        [this](const tov::util::ZProgressDialog::Update& update) { present(update); });
     m_Clock.setInterval(1000);
     connect(&m_Clock, &QTimer::timeout, this, [this] {
         for (auto* rows : {&m_Rows, &m_TaskRows})
             for (auto& [id, row] : *rows)
                 updateRow(*row, row->text->text(), row->percent);
+        for (auto& [id, row] : m_Rows)
+            if (row->stoppedAt >= 0 && !row->complained && row->clock.elapsed() - row->stoppedAt > StopPatienceMs) {
+                row->complained = true;
+                emit stopIgnored(row->text->text());
+            }
     });
 }
 
 RunsBar::~RunsBar()
 {
+    tov::util::ZProgressDialog::setPresenter({});
     m_Rows.clear();
     m_TaskRows.clear();
 }
@@ -102,7 +123,8 @@ RunsBar::Row* RunsBar::addRow(const QString& text, std::function<void()> stop)
     layout->addWidget(row->bar, 1);
     layout->addWidget(row->left);
     layout->addWidget(row->stop);
-    connect(row->stop, &QPushButton::clicked, row->stop, [button = row->stop, stop = std::move(stop)] {
+    connect(row->stop, &QPushButton::clicked, row->stop, [row, button = row->stop, stop = std::move(stop)] {
+        row->stoppedAt = row->clock.elapsed();
         button->setEnabled(false);
         button->setText(tr("Stopping ..."));
         if (stop)
@@ -110,10 +132,43 @@ RunsBar::Row* RunsBar::addRow(const QString& text, std::function<void()> stop)
     });
     row->clock.start();
     mp_Layout->addWidget(row->widget);
-    show();
+    row->widget->hide();
+    QTimer::singleShot(ShowAfterMs, row->widget, [this, widget = row->widget] {
+        widget->show();
+        show();
+    });
     if (!m_Clock.isActive())
         m_Clock.start();
     return row;
+}
+
+void RunsBar::updateVisibility()
+{
+    if (getRowCount() > 0)
+        return;
+    hide();
+    m_Clock.stop();
+}
+
+void RunsBar::present(const tov::util::ZProgressDialog::Update& update)
+{
+    for (auto& [id, row] : m_Rows)
+        if (row->hasDialog && row->dialog == update.id) {
+            if (update.finished)
+                row->hasDialog = false;
+            updateRow(*row, row->text->text(), update.finished ? -1 : update.percent);
+            return;
+        }
+    if (update.finished)
+        return;
+    // A dialog does not say whose it is: the oldest run that has nothing to show yet gets it.
+    for (auto& [id, row] : m_Rows)
+        if (!row->hasDialog && row->percent < 0) {
+            row->hasDialog = true;
+            row->dialog = update.id;
+            updateRow(*row, row->text->text(), update.percent);
+            return;
+        }
 }
 
 void RunsBar::updateRow(Row& row, const QString& text, int percent)
@@ -156,9 +211,7 @@ void RunsBar::updateTask(quint64 task, const QString& text, int percent)
 void RunsBar::removeTask(quint64 task)
 {
     m_TaskRows.erase(task);
-    setVisible(getRowCount() > 0);
-    if (getRowCount() == 0)
-        m_Clock.stop();
+    updateVisibility();
 }
 
 } // namespace tov::viewer

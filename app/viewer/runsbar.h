@@ -1,5 +1,6 @@
 #pragma once
 
+#include "kernel/gui/zprogressdialog.h"
 #include "kernel/main/commandprocessor.h"
 
 #include <QElapsedTimer>
@@ -13,7 +14,8 @@ class QVBoxLayout;
 
 namespace tov::viewer {
 
-/// Shows what is running: a row each with text, progress, time left and a Stop button; hidden while nothing runs.
+/// Shows what is running: a row each with text, progress, time left and a Stop button; hidden while nothing runs. What
+/// ends within a fifth of a second is not shown. Progress dialogs that commands open are shown in their rows.
 /// Thread: application.
 class RunsBar : public QWidget
 {
@@ -27,12 +29,19 @@ public:
     /// `percent` -1 = busy.
     void updateTask(quint64 task, const QString& text, int percent);
     void removeTask(quint64 task);
+    /// The rows, shown or about to be.
     int getRowCount() const;
+
+signals:
+    /// A run was asked to stop and has not ended for ten seconds.
+    void stopIgnored(const QString& text);
 
 private:
     struct Row;
     Row* addRow(const QString& text, std::function<void()> stop);
     void updateRow(Row& row, const QString& text, int percent);
+    void updateVisibility();
+    void present(const tov::util::ZProgressDialog::Update& update);
 
     std::map<quint64, std::unique_ptr<Row>> m_Rows;      ///< by run
     std::map<quint64, std::unique_ptr<Row>> m_TaskRows;  ///< by task

@@ -1,10 +1,10 @@
 #include "app/viewer/scenetree.h"
 
+#include "app/viewer/editqueue.h"
 #include "kernel/events/eventhandler.h"
 #include "kernel/main/eventmanager.h"
 #include "scene/scene.h"
 #include "scene/sceneelement.h"
-#include "scene/scenelocker.h"
 #include "scene/viewer.h"
 
 #include <QHeaderView>
@@ -13,9 +13,7 @@
 namespace tov::viewer {
 
 using tov::main::EventManager;
-using tov::scene::SceneEdit;
 using tov::scene::SceneElement;
-using tov::scene::SceneLocker;
 using tov::scene::Viewer;
 
 namespace {
@@ -25,9 +23,25 @@ SceneElement* elementOf(const QTreeWidgetItem* item)
     return static_cast<SceneElement*>(item->data(0, Qt::UserRole).value<void*>());
 }
 
+/// True while the element is below `root`: by the time an edit is made it may be gone.
+bool isBelow(const SceneElement* root, const SceneElement* element)
+{
+    if (!root)
+        return false;
+    for (const SceneElement* child : root->getChildren())
+        if (child == element || isBelow(child, element))
+            return true;
+    return false;
+}
+
+bool isInScene(const SceneElement* element)
+{
+    return isBelow(Viewer::getInstance()->getGlobalScene()->getRootNode(), element);
+}
+
 } // namespace
 
-SceneTree::SceneTree(QWidget* parent) : QTreeWidget(parent)
+SceneTree::SceneTree(EditQueue* edits, QWidget* parent) : QTreeWidget(parent), mp_Edits(edits)
 {
     setHeaderHidden(true);
     setSelectionMode(ExtendedSelection);
@@ -44,23 +58,22 @@ SceneTree::SceneTree(QWidget* parent) : QTreeWidget(parent)
     connect(this, &QTreeWidget::itemChanged, this, [this](QTreeWidgetItem* item) {
         if (m_Rebuilding)
             return;
-        const auto scene = Viewer::getInstance()->getGlobalScene();
-        {
-            SceneEdit edit(scene.get(), SceneLocker::LockStructure);
-            elementOf(item)->setVisible(item->checkState(0) == Qt::Checked);
-        }
-        Viewer::getInstance()->redraw();
+        mp_Edits->submit([element = elementOf(item), visible = item->checkState(0) == Qt::Checked] {
+            if (isInScene(element))
+                element->setVisible(visible);
+        });
     });
     connect(this, &QTreeWidget::itemSelectionChanged, this, [this] {
         if (m_Rebuilding)
             return;
-        const auto scene = Viewer::getInstance()->getGlobalScene();
-        {
-            SceneEdit edit(scene.get(), SceneLocker::LockStructure);
-            for (QTreeWidgetItemIterator it(this); *it; ++it)
-                elementOf(*it)->setSelected((*it)->isSelected());
-        }
-        Viewer::getInstance()->redraw();
+        std::vector<std::pair<SceneElement*, bool>> states;
+        for (QTreeWidgetItemIterator it(this); *it; ++it)
+            states.emplace_back(elementOf(*it), (*it)->isSelected());
+        mp_Edits->submit([states] {
+            for (const auto& [element, selected] : states)
+                if (isInScene(element))
+                    element->setSelected(selected);
+        });
     });
     rebuild();
 }
@@ -112,7 +125,6 @@ void SceneTree::addBelow(QTreeWidgetItem* parent, SceneElement* element)
 
 void SceneTree::removeSelected()
 {
-    const auto scene = Viewer::getInstance()->getGlobalScene();
     std::vector<SceneElement*> selected;
     // A selected element below another selected one goes with it.
     for (QTreeWidgetItem* item : selectedItems()) {
@@ -122,13 +134,14 @@ void SceneTree::removeSelected()
         if (!covered)
             selected.push_back(elementOf(item));
     }
-    {
-        SceneEdit edit(scene.get(), SceneLocker::LockStructure);
+    if (selected.empty())
+        return;
+    mp_Edits->submit([this, selected] {
         for (SceneElement* element : selected)
-            delete element->getParent()->takeChild(element);
-    }
-    rebuild();
-    Viewer::getInstance()->redraw();
+            if (isInScene(element))
+                delete element->getParent()->takeChild(element);
+        rebuildSoon();
+    });
 }
 
 void SceneTree::keyPressEvent(QKeyEvent* event)

@@ -8,13 +8,16 @@ class SceneElement;
 
 namespace tov::viewer {
 
+class EditQueue;
+
 /// The scene's elements as a tree: a check box shows and hides, selecting selects in the scene too. Rebuilt when the
 /// scene's structure changes. Thread: application.
 class SceneTree : public QTreeWidget
 {
     Q_OBJECT
 public:
-    explicit SceneTree(QWidget* parent = nullptr);
+    /// `edits` takes what a person changes here; it must outlive the tree.
+    explicit SceneTree(EditQueue* edits, QWidget* parent = nullptr);
     ~SceneTree() override;
 
 public slots:
@@ -28,6 +31,7 @@ private:
     void removeSelected();
     void rebuildSoon();
     void addBelow(QTreeWidgetItem* parent, tov::scene::SceneElement* element);
+    EditQueue* mp_Edits; ///< not owned
     bool m_Rebuilding = false;
     bool m_RebuildPosted = false;
 };

@@ -39,6 +39,9 @@ TrajectoryBar::TrajectoryBar(QWidget* parent) : QToolBar(tr("Trajectory"), paren
     mp_Forward = addAction(style()->standardIcon(QStyle::SP_MediaSkipForward), tr("Next position"));
     connect(mp_Back, &QAction::triggered, this, [this] { step(-1); });
     connect(mp_Forward, &QAction::triggered, this, [this] { step(1); });
+    mp_Loop = addAction(tr("Loop"));
+    mp_Loop->setCheckable(true);
+    mp_Loop->setToolTip(tr("Begin again at the first position after the last"));
     mp_Slider = new QSlider(Qt::Horizontal, this);
     mp_Slider->setObjectName(QStringLiteral("TrajectorySlider"));
     mp_Slider->setMinimumWidth(160);
@@ -69,6 +72,8 @@ TrajectoryBar::TrajectoryBar(QWidget* parent) : QToolBar(tr("Trajectory"), paren
         auto* trajectory = TrajectoryHandler::getInstance();
         if (trajectory->getPosition() + 1 < trajectory->getCount())
             step(1);
+        else if (mp_Loop->isChecked() && trajectory->getCount() > 1)
+            step(-static_cast<int>(trajectory->getPosition()));
         else
             mp_Play->setChecked(false);
     });
@@ -103,7 +108,9 @@ void TrajectoryBar::refresh()
     mp_Slider->setValue(int(trajectory->getPosition()));
     for (QWidget* widget : {static_cast<QWidget*>(mp_Slider), static_cast<QWidget*>(mp_Label)})
         widget->setEnabled(usable);
-    for (QAction* action : {mp_Play, mp_Back, mp_Forward})
+    if (!usable)
+        mp_Play->setChecked(false);
+    for (QAction* action : {mp_Play, mp_Back, mp_Forward, mp_Loop})
         action->setEnabled(usable);
     mp_Label->setText(usable ? tr("%1 of %2").arg(trajectory->getPosition() + 1).arg(count) : tr("No trajectory"));
     const auto* panel = tov::scene::Viewer::getInstance()->getActivePanel();

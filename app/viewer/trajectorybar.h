@@ -30,6 +30,7 @@ private:
     QAction* mp_Play;
     QAction* mp_Back;
     QAction* mp_Forward;
+    QAction* mp_Loop;
     QAction* mp_Follow;
     QSlider* mp_Slider;
     QLabel* mp_Label;

@@ -8,6 +8,7 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
+#include <QRegularExpression>
 #include <QSlider>
 #include <QToolButton>
 
@@ -17,12 +18,35 @@ namespace tov::main {
 
 namespace {
 
+/// The endings that a dialog's filters let through, each with its dot; empty when any name will do.
+QStringList endingsOf(const QFileDialog& dialog)
+{
+    static const QRegularExpression pattern(QStringLiteral("\\*(\\.[^\\s()*]+|\\B)"));
+    QStringList endings;
+    for (const QString& filter : dialog.nameFilters()) {
+        auto match = pattern.globalMatch(filter.mid(filter.lastIndexOf(QLatin1Char('('))));
+        while (match.hasNext()) {
+            const QString ending = match.next().captured(1);
+            if (ending.isEmpty())
+                return QStringList();
+            endings << ending.toLower();
+        }
+    }
+    return endings;
+}
+
 class FilePanel : public ParameterPanel
 {
 public:
     FilePanel(const FileParameterPanelFactory* factory, QWidget* parent)
         : mp_Widget(new QWidget(parent)), mp_Edit(new QLineEdit(mp_Widget))
     {
+        if (const std::unique_ptr<QFileDialog> dialog{factory->createDialog()}) {
+            m_Endings = endingsOf(*dialog);
+            m_DefaultEnding = QLatin1Char('.') + dialog->defaultSuffix().toLower();
+            m_Saves = dialog->acceptMode() == QFileDialog::AcceptSave;
+        }
+        mp_Edit->setObjectName(QStringLiteral("FileName"));
         auto* button = new QToolButton(mp_Widget);
         button->setText(QStringLiteral("..."));
         button->setToolTip(QCoreApplication::translate("FilePanel", "Choose a file"));
@@ -41,17 +65,38 @@ public:
                 return;
             if (!mp_Edit->text().isEmpty())
                 dialog->selectFile(mp_Edit->text());
-            if (dialog->exec() == QDialog::Accepted && !dialog->selectedFiles().isEmpty())
-                mp_Edit->setText(dialog->selectedFiles().first());
+            if (dialog->exec() == QDialog::Accepted && !dialog->selectedFiles().isEmpty()) {
+                // The dialog has asked whether to replace a file that is there.
+                m_Agreed = dialog->selectedFiles().first();
+                mp_Edit->setText(m_Agreed);
+            }
         });
     }
     QWidget* getWidget() override { return mp_Widget; }
     QString getText() const override { return mp_Edit->text(); }
     void setText(const QString& text) override { mp_Edit->setText(text); }
+    QString getProblem() const override
+    {
+        const QString name = mp_Edit->text();
+        if (name.isEmpty() || m_Endings.isEmpty())
+            return QString();
+        for (const QString& ending : m_Endings)
+            if (name.endsWith(ending, Qt::CaseInsensitive) && QFileInfo(name).fileName().size() > ending.size())
+                return QString();
+        const QString example =
+            m_Endings.contains(m_DefaultEnding) ? m_DefaultEnding : m_Endings.first();
+        return QCoreApplication::translate("FilePanel", "The ending of the name says the format, for instance %1.")
+            .arg(example);
+    }
+    bool isReplaceAgreed() const override { return m_Saves && !m_Agreed.isEmpty() && m_Agreed == mp_Edit->text(); }
 
 private:
     QWidget* mp_Widget; ///< owned by its parent widget
     QLineEdit* mp_Edit; ///< child
+    QStringList m_Endings; ///< with their dots
+    QString m_DefaultEnding;
+    QString m_Agreed; ///< what the file dialog returned last
+    bool m_Saves = false;
 };
 
 class SliderPanel : public ParameterPanel

@@ -1,0 +1,170 @@
+#include "app/viewer/panelframe.h"
+
+#include "scene/scenepanel.h"
+
+#include <QApplication>
+#include <QContextMenuEvent>
+#include <QEvent>
+#include <QMenu>
+#include <QMouseEvent>
+#include <QPainter>
+#include <QVBoxLayout>
+
+#include <cmath>
+
+namespace tov::viewer {
+
+using tov::gui::ScenePanel;
+
+/// Lies over the panel and lets everything through to it.
+class PanelFrame::Guide : public QWidget
+{
+public:
+    explicit Guide(ScenePanel* panel) : QWidget(panel), mp_Panel(panel)
+    {
+        setAttribute(Qt::WA_TransparentForMouseEvents);
+        setFocusPolicy(Qt::NoFocus);
+        hide();
+    }
+
+    double aspect = 0;
+
+    /// The part of the panel that a shape of this aspect holds: as high as the panel.
+    QRect area() const
+    {
+        if (!(aspect > 0))
+            return QRect();
+        const int shown = int(std::lround(height() * aspect));
+        return shown > width() ? QRect() : QRect((width() - shown) / 2, 0, shown, height());
+    }
+
+protected:
+    void paintEvent(QPaintEvent*) override
+    {
+        QPainter painter(this);
+        const QRect inside = area();
+        if (inside.isNull()) {
+            const QString text =
+                PanelFrame::tr("The guide is wider than this panel: a picture of that shape shows more at both sides.");
+            const QRect box = painter.fontMetrics().boundingRect(QRect(0, 0, width() - 24, height()),
+                                                                 int(Qt::TextWordWrap) | int(Qt::AlignHCenter), text);
+            const QRect place((width() - box.width()) / 2 - 8, height() - box.height() - 14, box.width() + 16,
+                              box.height() + 8);
+            painter.fillRect(place, QColor(0, 0, 0, 150));
+            painter.setPen(Qt::white);
+            painter.drawText(place, int(Qt::TextWordWrap) | int(Qt::AlignCenter), text);
+            return;
+        }
+        const QColor shade(0, 0, 0, 110);
+        painter.fillRect(QRect(0, 0, inside.left(), height()), shade);
+        painter.fillRect(QRect(inside.right() + 1, 0, width() - inside.right() - 1, height()), shade);
+        painter.setPen(QColor(255, 255, 255, 200));
+        painter.drawRect(inside.adjusted(0, 0, -1, -1));
+    }
+
+private:
+    ScenePanel* mp_Panel;
+};
+
+PanelFrame::PanelFrame(QWidget* parent) : QFrame(parent)
+{
+    setObjectName(QStringLiteral("PanelFrame"));
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(2, 2, 2, 2);
+    mp_Panel = new ScenePanel(this);
+    mp_Panel->setFocusPolicy(Qt::StrongFocus);
+    mp_Panel->setMinimumSize(64, 48);
+    mp_Panel->installEventFilter(this);
+    layout->addWidget(mp_Panel);
+    mp_Guide = new Guide(mp_Panel);
+    applyMark();
+}
+
+void PanelFrame::setMarked(bool marked)
+{
+    m_Marked = marked;
+    applyMark();
+}
+
+void PanelFrame::applyMark()
+{
+    const QColor color = palette().color(m_Marked ? QPalette::Highlight : QPalette::Window);
+    const QString sheet = QStringLiteral("QFrame#PanelFrame { background: %1; }").arg(color.name());
+    if (sheet != styleSheet())
+        setStyleSheet(sheet);
+}
+
+void PanelFrame::changeEvent(QEvent* event)
+{
+    QFrame::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange)
+        applyMark();
+}
+
+void PanelFrame::setGuideAspect(double aspect)
+{
+    mp_Guide->aspect = aspect;
+    mp_Guide->setGeometry(0, 0, mp_Panel->width(), mp_Panel->height());
+    mp_Guide->setVisible(aspect > 0);
+    mp_Guide->update();
+}
+
+QRect PanelFrame::getGuide() const
+{
+    return mp_Guide->area();
+}
+
+bool PanelFrame::eventFilter(QObject* watched, QEvent* event)
+{
+    switch (event->type()) {
+    case QEvent::Resize:
+        mp_Guide->setGeometry(0, 0, mp_Panel->width(), mp_Panel->height());
+        break;
+    case QEvent::MouseButtonPress:
+        m_Pressed = static_cast<QMouseEvent*>(event)->globalPos();
+        break;
+    case QEvent::MouseButtonRelease: {
+        // The right button pans; pressed and released in one place it asks for the menu.
+        const auto* mouse = static_cast<QMouseEvent*>(event);
+        if (mouse->button() == Qt::RightButton &&
+            (mouse->globalPos() - m_Pressed).manhattanLength() < QApplication::startDragDistance())
+            showMenu(mouse->globalPos());
+        break;
+    }
+    case QEvent::ContextMenu:
+        // From the keyboard only: the mouse's own is handled above.
+        if (static_cast<QContextMenuEvent*>(event)->reason() == QContextMenuEvent::Keyboard)
+            showMenu(mp_Panel->mapToGlobal(mp_Panel->rect().center()));
+        return true;
+    default:
+        break;
+    }
+    return QFrame::eventFilter(watched, event);
+}
+
+void PanelFrame::showMenu(const QPoint& position)
+{
+    auto* menu = new QMenu(this);
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    menu->setObjectName(QStringLiteral("PanelMenu"));
+    menu->addAction(tr("Fit to view"), mp_Panel, &ScenePanel::fitToView);
+    menu->addSeparator();
+    const std::pair<QString, ScenePanel::StandardView> views[] = {
+        {tr("Front"), ScenePanel::StandardView::Front}, {tr("Back"), ScenePanel::StandardView::Back},
+        {tr("Left"), ScenePanel::StandardView::Left},   {tr("Right"), ScenePanel::StandardView::Right},
+        {tr("Top"), ScenePanel::StandardView::Top},     {tr("Bottom"), ScenePanel::StandardView::Bottom},
+        {tr("Isometric"), ScenePanel::StandardView::Isometric},
+    };
+    for (const auto& [name, view] : views)
+        menu->addAction(name, mp_Panel, [panel = mp_Panel, view = view] { panel->setStandardView(view); });
+    menu->addSeparator();
+    auto* follow = menu->addAction(tr("Camera follows the trajectory"), mp_Panel,
+                                   [panel = mp_Panel](bool follows) { panel->setFollowsTrajectory(follows); });
+    follow->setCheckable(true);
+    follow->setChecked(mp_Panel->followsTrajectory());
+    menu->addSeparator();
+    menu->addAction(tr("Close this panel"), this, &PanelFrame::closeRequested, Qt::QueuedConnection);
+    menu->popup(position);
+}
+
+} // namespace tov::viewer

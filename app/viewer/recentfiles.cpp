@@ -1,0 +1,111 @@
+#include "app/viewer/recentfiles.h"
+
+#include "app/viewer/viewpicture.h"
+#include "kernel/main/settings.h"
+#include "scene/scenepanel.h"
+
+#include <QCryptographicHash>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QSaveFile>
+#include <QStandardPaths>
+#include <QProxyStyle>
+
+namespace tov::viewer {
+
+namespace {
+
+constexpr int MaxFiles = 12;
+/// Edge of the square that a small picture fits in, pixels.
+constexpr int ThumbnailEdge = 128;
+constexpr int IconEdge = 40;
+
+const QString FilesKey = QStringLiteral("window/recentfiles");
+
+/// A menu whose icons are as large as the small pictures.
+class LargeIconStyle : public QProxyStyle
+{
+public:
+    int pixelMetric(PixelMetric metric, const QStyleOption* option, const QWidget* widget) const override
+    {
+        return metric == PM_SmallIconSize ? IconEdge : QProxyStyle::pixelMetric(metric, option, widget);
+    }
+};
+
+} // namespace
+
+RecentFiles::RecentFiles(const QString& title, QWidget* parent) : QMenu(title, parent)
+{
+    auto* style = new LargeIconStyle;
+    style->setParent(this);
+    setStyle(style);
+    setToolTipsVisible(true);
+    connect(this, &QMenu::aboutToShow, this, &RecentFiles::fill);
+    fill();
+}
+
+QStringList RecentFiles::getFiles()
+{
+    return tovSettings().value(FilesKey).toStringList();
+}
+
+QString RecentFiles::getThumbnailFile(const QString& fileName)
+{
+    const QByteArray hash =
+        QCryptographicHash::hash(QFileInfo(fileName).absoluteFilePath().toUtf8(), QCryptographicHash::Sha1).toHex();
+    return QStandardPaths::writableLocation(QStandardPaths::CacheLocation) + QStringLiteral("/thumbnails/") +
+           QString::fromLatin1(hash) + QStringLiteral(".png");
+}
+
+void RecentFiles::add(const QString& fileName, tov::gui::ScenePanel* panel)
+{
+    const QString path = QFileInfo(fileName).absoluteFilePath();
+    QStringList files = getFiles();
+    files.removeAll(path);
+    files.prepend(path);
+    while (files.size() > MaxFiles)
+        QFile::remove(getThumbnailFile(files.takeLast()));
+    tovSettings().setValue(FilesKey, files);
+    if (!panel)
+        return;
+    const QSize size = QSize(panel->width(), panel->height()).scaled(ThumbnailEdge, ThumbnailEdge, Qt::KeepAspectRatio);
+    ViewPicture::take(panel, size.expandedTo(QSize(2, 2)), this, [this, path](const QImage& image) {
+        const QString name = getThumbnailFile(path);
+        QDir().mkpath(QFileInfo(name).absolutePath());
+        // A small picture that cannot be kept is no loss.
+        QSaveFile file(name);
+        if (file.open(QIODevice::WriteOnly) && image.save(&file, "PNG") && file.commit())
+            emit thumbnailStored(path);
+    });
+}
+
+void RecentFiles::fill()
+{
+    clear();
+    const QStringList files = getFiles();
+    for (const QString& file : files) {
+        auto* action = addAction(QFileInfo(file).fileName().replace(QLatin1Char('&'), QLatin1String("&&")), this,
+                                 [this, file] { emit chosen(file); });
+        action->setToolTip(QDir::toNativeSeparators(file));
+        action->setEnabled(QFileInfo::exists(file));
+        const QPixmap picture(getThumbnailFile(file));
+        if (!picture.isNull())
+            action->setIcon(QIcon(picture));
+    }
+    if (files.isEmpty()) {
+        addAction(tr("No files yet"))->setEnabled(false);
+        return;
+    }
+    addSeparator();
+    addAction(tr("Clear this list"), this, &RecentFiles::clearList);
+}
+
+void RecentFiles::clearList()
+{
+    for (const QString& file : getFiles())
+        QFile::remove(getThumbnailFile(file));
+    tovSettings().remove(FilesKey);
+}
+
+} // namespace tov::viewer
