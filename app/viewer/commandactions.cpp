@@ -59,8 +59,9 @@ std::vector<Group> groupsOf(int kind, int flag)
         std::stable_sort(group.commands.begin(), group.commands.end(), [](const Command* a, const Command* b) {
             return a->getGUIDescriptor()->getPosition() < b->getGUIDescriptor()->getPosition();
         });
-    groups.erase(std::remove_if(groups.begin(), groups.end(), [](const Group& group) { return group.commands.empty(); }),
-                 groups.end());
+    groups.erase(
+        std::remove_if(groups.begin(), groups.end(), [](const Group& group) { return group.commands.empty(); }),
+        groups.end());
     std::stable_sort(groups.begin(), groups.end(),
                      [](const Group& a, const Group& b) { return a.position < b.position; });
     return groups;

@@ -91,7 +91,8 @@ struct LogModel::Sink : tov::log::LogSink
             return;
         pending.push_back(record);
         if (pending.size() == 1)
-            QMetaObject::invokeMethod(model, [model = model] { model->fetch(); }, Qt::QueuedConnection);
+            QMetaObject::invokeMethod(
+                model, [model = model] { model->fetch(); }, Qt::QueuedConnection);
     }
 };
 
@@ -212,7 +213,8 @@ CommandLineEdit::CommandLineEdit(QWidget* parent) : QLineEdit(parent)
 bool CommandLineEdit::event(QEvent* event)
 {
     // Tab would move the focus before keyPressEvent sees it.
-    if (event->type() == QEvent::KeyPress && static_cast<QKeyEvent*>(event)->key() == Qt::Key_Tab && !text().isEmpty()) {
+    if (event->type() == QEvent::KeyPress && static_cast<QKeyEvent*>(event)->key() == Qt::Key_Tab &&
+        !text().isEmpty()) {
         complete();
         return true;
     }
@@ -251,11 +253,10 @@ void CommandLineEdit::complete()
                                                                : name + QLatin1Char('='));
             }
     }
-    candidates.erase(std::remove_if(candidates.begin(), candidates.end(),
-                                    [&](const QString& candidate) {
-                                        return !candidate.startsWith(word, Qt::CaseInsensitive);
-                                    }),
-                     candidates.end());
+    candidates.erase(
+        std::remove_if(candidates.begin(), candidates.end(),
+                       [&](const QString& candidate) { return !candidate.startsWith(word, Qt::CaseInsensitive); }),
+        candidates.end());
     if (candidates.isEmpty())
         return;
     QString common = candidates.first();
@@ -302,15 +303,14 @@ ConsoleWidget::ConsoleWidget(QWidget* parent)
     level->addItem(tr("Everything"), 1000000);
     level->addItem(tr("Results and errors"), int(tov::log::LevelResult));
     level->addItem(tr("Errors"), int(tov::log::LevelError));
-    connect(level, QOverload<int>::of(&QComboBox::currentIndexChanged), this, [this, level] {
-        static_cast<LevelFilter*>(mp_Filter)->setHighestLevel(level->currentData().toInt());
-    });
+    connect(level, QOverload<int>::of(&QComboBox::currentIndexChanged), this,
+            [this, level] { static_cast<LevelFilter*>(mp_Filter)->setHighestLevel(level->currentData().toInt()); });
     auto* search = new QLineEdit(this);
     search->setPlaceholderText(tr("Filter"));
     search->setClearButtonEnabled(true);
     connect(search, &QLineEdit::textChanged, this, [this](const QString& text) {
-        mp_Filter->setFilterRegularExpression(QRegularExpression(QRegularExpression::escape(text),
-                                                                 QRegularExpression::CaseInsensitiveOption));
+        mp_Filter->setFilterRegularExpression(
+            QRegularExpression(QRegularExpression::escape(text), QRegularExpression::CaseInsensitiveOption));
     });
 
     auto* bar = new QHBoxLayout;
@@ -325,7 +325,8 @@ ConsoleWidget::ConsoleWidget(QWidget* parent)
     connect(mp_CommandLine, &CommandLineEdit::submitted, this, &ConsoleWidget::submit);
     // Console lines may come from any thread.
     tov::log::setConsoleOutput([this](const QString& line) {
-        QMetaObject::invokeMethod(mp_Model, [this, line] { mp_Model->addLine(line); }, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(
+            mp_Model, [this, line] { mp_Model->addLine(line); }, Qt::QueuedConnection);
     });
 }
 

@@ -19,7 +19,8 @@ EditQueue::EditQueue(QObject* parent) : QObject(parent)
         tov::events::EventHandler::getInstance()->addEvent("Scene", "SCENE_STRUCTURE_UNLOCKED"),
         [this](const tov::main::Event*) {
             // Fired on the thread that had kept edits out.
-            QMetaObject::invokeMethod(this, [this] { runAll(); }, Qt::QueuedConnection);
+            QMetaObject::invokeMethod(
+                this, [this] { runAll(); }, Qt::QueuedConnection);
         },
         static_cast<const void*>(this));
 }

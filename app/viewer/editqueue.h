@@ -16,7 +16,8 @@ public:
     explicit EditQueue(QObject* parent = nullptr);
     ~EditQueue() override;
 
-    /// Runs `edit` under a `SceneEdit` of the structure: at once, or in order as soon as nobody keeps edits out any more.
+    /// Runs `edit` under a `SceneEdit` of the structure: at once, or in order as soon as nobody keeps edits out any
+    /// more.
     void submit(std::function<void()> edit);
     bool isEmpty() const { return m_Edits.empty(); }
 

@@ -36,6 +36,7 @@
 #include <QDragEnterEvent>
 #include <QFileDialog>
 #include <QFileInfo>
+#include <QGridLayout>
 #include <QImageReader>
 #include <QLocale>
 #include <QMenu>
@@ -46,7 +47,6 @@
 #include <QStatusBar>
 #include <QThread>
 #include <QTimer>
-#include <QVBoxLayout>
 
 #include <cstdlib>
 #include <mutex>
@@ -120,21 +120,26 @@ MainWindow::MainWindow(const tov::main::ModuleLoader* loader, QWidget* parent) :
     setDockNestingEnabled(true);
 
     auto* central = new QWidget(this);
-    auto* layout = new QVBoxLayout(central);
+    auto* layout = new QGridLayout(central);
     layout->setContentsMargins(0, 0, 0, 0);
-    layout->setSpacing(0);
     mp_Edits = new EditQueue(this);
     connect(mp_Edits, &EditQueue::postponed, this, [this] {
-        statusBar()->showMessage(tr("The scene is kept as it is until the picture is done; the change follows then."), 10000);
+        statusBar()->showMessage(tr("The scene is kept as it is until the picture is done; the change follows then."),
+                                 10000);
     });
     mp_LastError = std::make_shared<LastError>();
     tov::log::Logger::addSink(mp_LastError.get());
     mp_Notices = new NoticeBar(central);
     mp_Grid = new PanelGrid(central);
     mp_Runs = new RunsBar(central);
-    layout->addWidget(mp_Notices);
-    layout->addWidget(mp_Grid, 1);
-    layout->addWidget(mp_Runs);
+    // Notices and runs lie over the panels: what comes and goes must not change the panels' shape, which is the shape
+    // of pictures.
+    layout->addWidget(mp_Grid, 0, 0);
+    layout->addWidget(mp_Notices, 0, 0, Qt::AlignTop);
+    layout->addWidget(mp_Runs, 0, 0, Qt::AlignBottom);
+    mp_Runs->setAutoFillBackground(true);
+    mp_Notices->raise();
+    mp_Runs->raise();
     setCentralWidget(central);
 
     mp_Actions = new CommandActions(this, [this](Command* prototype) { runCommand(prototype); });
@@ -207,20 +212,21 @@ void MainWindow::createMenus()
     mp_ViewMenu = mp_Actions->addOwnMenu(tr("&View"), ViewMenu);
     auto* panels = new QActionGroup(this);
     for (int count : {1, 2, 4}) {
-        auto* action = mp_ViewMenu->addAction(count == 1 ? tr("One panel") : tr("%1 panels").arg(count), this,
-                                              [this, count] { mp_Grid->setPanelCount(count); },
-                                              QKeySequence(QStringLiteral("Ctrl+%1").arg(count)));
+        auto* action = mp_ViewMenu->addAction(
+            count == 1 ? tr("One panel") : tr("%1 panels").arg(count), this,
+            [this, count] { mp_Grid->setPanelCount(count); }, QKeySequence(QStringLiteral("Ctrl+%1").arg(count)));
         action->setCheckable(true);
         panels->addAction(action);
         connect(mp_Grid, &PanelGrid::panelCountChanged, action,
                 [action, count](int now) { action->setChecked(now == count); });
     }
-    mp_ViewMenu->addAction(tr("Close active panel"), this,
-                           [this] {
-                               if (auto* panel = mp_Grid->getActivePanel())
-                                   mp_Grid->closePanel(panel);
-                           },
-                           QKeySequence(QStringLiteral("Ctrl+W")));
+    mp_ViewMenu->addAction(
+        tr("Close active panel"), this,
+        [this] {
+            if (auto* panel = mp_Grid->getActivePanel())
+                mp_Grid->closePanel(panel);
+        },
+        QKeySequence(QStringLiteral("Ctrl+W")));
     mp_ViewMenu->addSeparator();
     const auto onActive = [this](auto function) {
         return [this, function] {
@@ -231,9 +237,12 @@ void MainWindow::createMenus()
     mp_ViewMenu->addAction(tr("&Fit to view"), this, onActive([](ScenePanel* panel) { panel->fitToView(); }),
                            QKeySequence(Qt::Key_F));
     const std::pair<QString, ScenePanel::StandardView> views[] = {
-        {tr("Front"), ScenePanel::StandardView::Front}, {tr("Back"), ScenePanel::StandardView::Back},
-        {tr("Left"), ScenePanel::StandardView::Left},   {tr("Right"), ScenePanel::StandardView::Right},
-        {tr("Top"), ScenePanel::StandardView::Top},     {tr("Bottom"), ScenePanel::StandardView::Bottom},
+        {tr("Front"), ScenePanel::StandardView::Front},
+        {tr("Back"), ScenePanel::StandardView::Back},
+        {tr("Left"), ScenePanel::StandardView::Left},
+        {tr("Right"), ScenePanel::StandardView::Right},
+        {tr("Top"), ScenePanel::StandardView::Top},
+        {tr("Bottom"), ScenePanel::StandardView::Bottom},
         {tr("Isometric"), ScenePanel::StandardView::Isometric},
     };
     int key = Qt::Key_1;
@@ -326,8 +335,8 @@ void MainWindow::openFiles(const QStringList& fileNames)
     mp_OpenThread = QThread::create([this, models, cancelled, error, done, shown, task, text] {
         *done = SceneImport::addFiles(models, error.get(), [=, this](int percent) {
             if (shown->exchange(percent) != percent)
-                QMetaObject::invokeMethod(this, [=, this] { mp_Runs->updateTask(task, text, percent); },
-                                          Qt::QueuedConnection);
+                QMetaObject::invokeMethod(
+                    this, [=, this] { mp_Runs->updateTask(task, text, percent); }, Qt::QueuedConnection);
             return !*cancelled;
         });
     });
@@ -353,6 +362,12 @@ void MainWindow::openFiles(const QStringList& fileNames)
             close();
     });
     mp_OpenThread->start();
+}
+
+void MainWindow::cancelOpening()
+{
+    if (mp_OpenCancelled)
+        *mp_OpenCancelled = true;
 }
 
 void MainWindow::runCommand(Command* prototype)
@@ -397,7 +412,8 @@ bool MainWindow::mayWrite(const ParameterDialog& dialog)
     if (!QFileInfo::exists(name) || dialog.getPanel(FileNameParameter)->isReplaceAgreed())
         return true;
     QMessageBox question(QMessageBox::Warning, dialog.windowTitle(),
-                         tr("%1 exists already. Replace it?").arg(QFileInfo(name).fileName()), QMessageBox::Cancel, this);
+                         tr("%1 exists already. Replace it?").arg(QFileInfo(name).fileName()), QMessageBox::Cancel,
+                         this);
     question.setObjectName(QStringLiteral("ReplaceQuestion"));
     auto* replace = question.addButton(tr("Replace"), QMessageBox::DestructiveRole);
     question.setDefaultButton(QMessageBox::Cancel);
@@ -414,6 +430,7 @@ void MainWindow::watchRuns()
         started.clock.start();
         started.startedMs = QDateTime::currentMSecsSinceEpoch();
         started.fileName = run->getArgument(FileNameParameter);
+        started.existed = QFileInfo::exists(started.fileName);
         started.fileTime = QFileInfo(started.fileName).lastModified();
         m_Started[run->getId()] = started;
         // A recording that is stepped along a trajectory ends at once, with nothing, when none is open: by design of
@@ -447,11 +464,14 @@ void MainWindow::runEnded(const CommandRunPointer& run)
             text += tr(", done in %1").arg(durationText((started.clock.elapsed() + 500) / 1000));
             mp_Notices->showFile(text, started.fileName);
         } else {
+            // An empty file of this run's own making only looks like a result.
+            if (!started.existed && info.isFile() && info.size() == 0)
+                QFile::remove(started.fileName);
             const QString why = mp_LastError->get(started.startedMs);
-            mp_Notices->showMessage(
-                NoticeBar::Kind::Warning,
-                why.isEmpty() ? tr("Nothing was written to %1. The console tells more.").arg(info.fileName())
-                              : tr("Nothing was written to %1: %2").arg(info.fileName(), why));
+            mp_Notices->showMessage(NoticeBar::Kind::Warning,
+                                    why.isEmpty()
+                                        ? tr("Nothing was written to %1. The console tells more.").arg(info.fileName())
+                                        : tr("Nothing was written to %1: %2").arg(info.fileName(), why));
         }
     }
     if (m_Closing && Overseer::getInstance()->getCommandProcessor()->getRuns().empty())
@@ -473,15 +493,17 @@ void MainWindow::copyViewToClipboard()
         emit viewCopied();
     });
     if (!taken)
-        mp_Notices->showMessage(NoticeBar::Kind::Warning, tr("Pictures are not available here; Help > About modules tells why."));
+        mp_Notices->showMessage(NoticeBar::Kind::Warning,
+                                tr("Pictures are not available here; Help > About modules tells why."));
 }
 
 void MainWindow::warnOfStuckRun(const QString& text)
 {
-    mp_Notices->showMessage(NoticeBar::Kind::Warning,
-                            tr("\"%1\" was asked to stop and has not ended yet. A picture is finished first; an encoder "
-                               "that hangs never ends. You can go on working.")
-                                .arg(text));
+    mp_Notices->showMessage(
+        NoticeBar::Kind::Warning,
+        tr("\"%1\" was asked to stop and has not ended yet. A picture is finished first; an encoder "
+           "that hangs never ends. You can go on working.")
+            .arg(text));
 }
 
 bool MainWindow::endRuns()
@@ -509,8 +531,7 @@ bool MainWindow::endRuns()
         return false;
     m_Closing = true;
     processor->stopAll();
-    if (mp_OpenCancelled)
-        *mp_OpenCancelled = true;
+    cancelOpening();
     statusBar()->showMessage(tr("Finishing what is running ..."));
     QTimer::singleShot(QuitPatienceMs, this, &MainWindow::offerToLeave);
     if (processor->getRuns().empty() && !mp_OpenThread)
@@ -522,10 +543,11 @@ void MainWindow::offerToLeave()
 {
     if (!m_Closing || isHidden())
         return;
-    auto* question = new QMessageBox(QMessageBox::Warning, tr("Quit"),
-                                     tr("Something does not end. Wait for it, or quit without it? What it has not written "
-                                        "yet is lost."),
-                                     QMessageBox::NoButton, this);
+    auto* question =
+        new QMessageBox(QMessageBox::Warning, tr("Quit"),
+                        tr("Something does not end. Wait for it, or quit without it? What it has not written "
+                           "yet is lost."),
+                        QMessageBox::NoButton, this);
     question->setObjectName(QStringLiteral("LeaveQuestion"));
     question->setAttribute(Qt::WA_DeleteOnClose);
     auto* wait = question->addButton(tr("Wait"), QMessageBox::RejectRole);

@@ -41,6 +41,8 @@ public:
     /// such. Failures are told in a notice.
     void openFiles(const QStringList& fileNames);
     bool isOpening() const { return mp_OpenThread != nullptr; }
+    /// Stops the opening that is under way; the scene stays as it was.
+    void cancelOpening();
 
     PanelGrid* getPanelGrid() const { return mp_Grid; }
     ConsoleWidget* getConsole() const { return mp_Console; }
@@ -70,6 +72,7 @@ private:
         QString fileName;
         QElapsedTimer clock;
         QDateTime fileTime; ///< of the file before the run
+        bool existed = false;
         qint64 startedMs = 0; ///< since the epoch
     };
 

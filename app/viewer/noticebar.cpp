@@ -39,9 +39,8 @@ QWidget* NoticeBar::add(Kind kind, const QString& text)
     auto* layout = new QHBoxLayout(row);
     layout->setContentsMargins(8, 4, 4, 4);
     auto* icon = new QLabel(row);
-    icon->setPixmap(style()
-                        ->standardIcon(warning ? QStyle::SP_MessageBoxWarning : QStyle::SP_DialogApplyButton)
-                        .pixmap(18, 18));
+    icon->setPixmap(
+        style()->standardIcon(warning ? QStyle::SP_MessageBoxWarning : QStyle::SP_DialogApplyButton).pixmap(18, 18));
     layout->addWidget(icon);
     auto* label = new QLabel(text, row);
     label->setObjectName(QStringLiteral("NoticeText"));

@@ -77,28 +77,17 @@ PanelFrame::PanelFrame(QWidget* parent) : QFrame(parent)
     mp_Panel->installEventFilter(this);
     layout->addWidget(mp_Panel);
     mp_Guide = new Guide(mp_Panel);
-    applyMark();
 }
 
 void PanelFrame::setMarked(bool marked)
 {
     m_Marked = marked;
-    applyMark();
+    update();
 }
 
-void PanelFrame::applyMark()
+void PanelFrame::paintEvent(QPaintEvent*)
 {
-    const QColor color = palette().color(m_Marked ? QPalette::Highlight : QPalette::Window);
-    const QString sheet = QStringLiteral("QFrame#PanelFrame { background: %1; }").arg(color.name());
-    if (sheet != styleSheet())
-        setStyleSheet(sheet);
-}
-
-void PanelFrame::changeEvent(QEvent* event)
-{
-    QFrame::changeEvent(event);
-    if (event->type() == QEvent::PaletteChange)
-        applyMark();
+    QPainter(this).fillRect(rect(), palette().color(m_Marked ? QPalette::Highlight : QPalette::Window));
 }
 
 void PanelFrame::setGuideAspect(double aspect)
@@ -150,9 +139,12 @@ void PanelFrame::showMenu(const QPoint& position)
     menu->addAction(tr("Fit to view"), mp_Panel, &ScenePanel::fitToView);
     menu->addSeparator();
     const std::pair<QString, ScenePanel::StandardView> views[] = {
-        {tr("Front"), ScenePanel::StandardView::Front}, {tr("Back"), ScenePanel::StandardView::Back},
-        {tr("Left"), ScenePanel::StandardView::Left},   {tr("Right"), ScenePanel::StandardView::Right},
-        {tr("Top"), ScenePanel::StandardView::Top},     {tr("Bottom"), ScenePanel::StandardView::Bottom},
+        {tr("Front"), ScenePanel::StandardView::Front},
+        {tr("Back"), ScenePanel::StandardView::Back},
+        {tr("Left"), ScenePanel::StandardView::Left},
+        {tr("Right"), ScenePanel::StandardView::Right},
+        {tr("Top"), ScenePanel::StandardView::Top},
+        {tr("Bottom"), ScenePanel::StandardView::Bottom},
         {tr("Isometric"), ScenePanel::StandardView::Isometric},
     };
     for (const auto& [name, view] : views)

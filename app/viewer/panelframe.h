@@ -19,8 +19,9 @@ public:
     tov::gui::ScenePanel* getPanel() const { return mp_Panel; }
     /// Draws the frame in the highlight colour, or not.
     void setMarked(bool marked);
-    /// Width by height of the shape to show; 0 = no guide. Height and field of view are the panel's, so that a wider shape
-    /// than the panel shows everything and more: the guide then says so.
+    bool isMarked() const { return m_Marked; }
+    /// Width by height of the shape to show; 0 = no guide. Height and field of view are the panel's, so that a wider
+    /// shape than the panel shows everything and more: the guide then says so.
     void setGuideAspect(double aspect);
     /// What the guide encloses, in the panel's coordinates; null when there is none or it does not fit in.
     QRect getGuide() const;
@@ -30,11 +31,10 @@ signals:
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
-    void changeEvent(QEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
 
 private:
     class Guide;
-    void applyMark();
     void showMenu(const QPoint& position);
 
     tov::gui::ScenePanel* mp_Panel; ///< child; closed through the viewer

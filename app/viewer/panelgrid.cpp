@@ -48,7 +48,8 @@ ScenePanel* PanelGrid::addPanel()
     if (auto* active = getActivePanel())
         panel->setScaledTransformMatrix(active->getScaledTransformMatrix());
     connect(panel, &ScenePanel::activated, this, [this, panel] { setActivePanel(panel); });
-    connect(frame, &PanelFrame::closeRequested, this, [this, panel] { closePanel(panel); }, Qt::QueuedConnection);
+    connect(
+        frame, &PanelFrame::closeRequested, this, [this, panel] { closePanel(panel); }, Qt::QueuedConnection);
     m_Panels.push_back(panel);
     m_Frames.push_back(frame);
     return panel;

@@ -55,7 +55,7 @@ private:
     std::vector<tov::gui::ScenePanel*> m_Panels; ///< owned by their frames, closed through the viewer
     std::vector<PanelFrame*> m_Frames;           ///< children; one for each panel
     double m_GuideAspect = 0;
-    QSplitter* mp_Rows = nullptr;                ///< child
+    QSplitter* mp_Rows = nullptr; ///< child
 };
 
 } // namespace tov::viewer

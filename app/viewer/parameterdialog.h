@@ -38,7 +38,8 @@ public:
     tov::main::ParameterPanel* getPanel(const QString& parameterName) const;
     /// True when every field holds a usable value.
     bool isComplete() const;
-    /// Called whenever a field changes, and at once; what it returns is shown above the buttons as advice (empty: none).
+    /// Called whenever a field changes, and at once; what it returns is shown above the buttons as advice (empty:
+    /// none).
     void setAdvice(std::function<QString(const ParameterDialog&)> advice);
     /// The text of a field; empty when there is none of that name.
     QString getText(const QString& parameterName) const;

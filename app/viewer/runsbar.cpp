@@ -30,7 +30,7 @@ struct RunsBar::Row
     QElapsedTimer clock;
     int percent = -1;
     qint64 percentSince = 0;
-    quint64 dialog = 0;     ///< the progress dialog shown in this row; 0 = none
+    quint64 dialog = 0; ///< the progress dialog shown in this row; 0 = none
     bool hasDialog = false;
     qint64 stoppedAt = -1; ///< ms on the clock; -1 = nobody asked
     bool complained = false;

@@ -43,8 +43,8 @@ private:
     void updateVisibility();
     void present(const tov::util::ZProgressDialog::Update& update);
 
-    std::map<quint64, std::unique_ptr<Row>> m_Rows;      ///< by run
-    std::map<quint64, std::unique_ptr<Row>> m_TaskRows;  ///< by task
+    std::map<quint64, std::unique_ptr<Row>> m_Rows;     ///< by run
+    std::map<quint64, std::unique_ptr<Row>> m_TaskRows; ///< by task
     quint64 m_NextTask = 1;
     QVBoxLayout* mp_Layout; ///< child
     QTimer m_Clock;         ///< refreshes the time left

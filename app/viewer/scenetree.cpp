@@ -52,7 +52,8 @@ SceneTree::SceneTree(EditQueue* edits, QWidget* parent) : QTreeWidget(parent), m
             events->addEvent("Scene", name),
             [this](const tov::main::Event*) {
                 // Events come on the thread that changed the scene.
-                QMetaObject::invokeMethod(this, [this] { rebuildSoon(); }, Qt::QueuedConnection);
+                QMetaObject::invokeMethod(
+                    this, [this] { rebuildSoon(); }, Qt::QueuedConnection);
             },
             static_cast<const void*>(this));
     connect(this, &QTreeWidget::itemChanged, this, [this](QTreeWidgetItem* item) {

@@ -26,8 +26,8 @@ TrajectoryBar::TrajectoryBar(QWidget* parent) : QToolBar(tr("Trajectory"), paren
     auto* turntable = addAction(style()->standardIcon(QStyle::SP_BrowserReload), tr("Turntable ..."));
     connect(turntable, &QAction::triggered, this, [this] {
         bool accepted = false;
-        const int count = QInputDialog::getInt(this, tr("Turntable"), tr("Positions of one turn:"), 100, 1, 100000, 1,
-                                               &accepted);
+        const int count =
+            QInputDialog::getInt(this, tr("Turntable"), tr("Positions of one turn:"), 100, 1, 100000, 1, &accepted);
         QString error;
         if (accepted && !TrajectoryHandler::getInstance()->selectTurntable(count, &error))
             emit failed(error);

@@ -78,15 +78,14 @@ bool ViewPicture::take(ScenePanel* panel, const QSize& size, QObject* context, s
 
     const CommandRunPointer started = processor()->processCommand(command, 1, false);
     auto connection = std::make_shared<QMetaObject::Connection>();
-    *connection = QObject::connect(
-        processor(), &CommandProcessor::runFinished, processor(),
-        [=, guard = QPointer<QObject>(context)](const CommandRunPointer& run) {
-            if (run != started)
-                return;
-            QObject::disconnect(*connection);
-            if (guard)
-                done(job->image);
-        });
+    *connection = QObject::connect(processor(), &CommandProcessor::runFinished, processor(),
+                                   [=, guard = QPointer<QObject>(context)](const CommandRunPointer& run) {
+                                       if (run != started)
+                                           return;
+                                       QObject::disconnect(*connection);
+                                       if (guard)
+                                           done(job->image);
+                                   });
     return true;
 }
 

@@ -1,0 +1,332 @@
+// Pictures and settings: by menu and dialog, by tool bar, from the console.
+
+#include "app/viewer/consolewidget.h"
+#include "app/viewer/commandactions.h"
+#include "app/viewer/noticebar.h"
+#include "app/viewer/panelgrid.h"
+#include "app/viewer/runsbar.h"
+#include "kernel/main/overseer.h"
+#include "kernel/main/settings.h"
+#include "scene/scenepanel.h"
+#include "tests/window/windowfixture.h"
+
+#include <QClipboard>
+#include <QComboBox>
+#include <QFileDialog>
+#include <QImageReader>
+#include <QLineEdit>
+#include <QListView>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QSignalSpy>
+#include <QSlider>
+#include <QToolBar>
+#include <QToolButton>
+#include <QTreeWidget>
+
+using namespace tov::test;
+
+namespace {
+
+class WindowCommands : public WindowTest
+{
+protected:
+    QSize expectedSize(int width)
+    {
+        auto* panel = window().getPanelGrid()->getActivePanel();
+        return QSize(width, int(double(panel->height()) / panel->width() * width));
+    }
+};
+
+} // namespace
+
+TEST_F(WindowCommands, MenuAndDialogMakeAPicture)
+{
+    openSample();
+    const QString name = file("picture.png");
+    triggerWithDialog(menuAction("Grab", "Image"), "ParameterDialog", [&](QWidget* dialog) {
+        auto* ok = button(dialog, "OK");
+        ASSERT_NE(ok, nullptr);
+        EXPECT_FALSE(ok->isEnabled()) << "there is no file name yet";
+        type(dialog, "filename", name);
+        type(dialog, "width", "400");
+        EXPECT_TRUE(ok->isEnabled());
+        QTest::keyClick(dialog, Qt::Key_Return);
+    });
+    ASSERT_TRUE(waitForNoRuns());
+    EXPECT_EQ(QImageReader(name).size(), expectedSize(400));
+    EXPECT_TRUE(noticeContains("picture.png"));
+    EXPECT_TRUE(noticeContains("400 x "));
+    EXPECT_NE(button(window().getNotices(), "Open"), nullptr);
+    EXPECT_NE(button(window().getNotices(), "Open folder"), nullptr);
+}
+
+TEST_F(WindowCommands, ToolBarHoldsTheCommandsInOrder)
+{
+    QStringList texts;
+    for (auto* bar : window().findChildren<QToolBar*>())
+        if (bar->objectName() == QLatin1String("ToolBar_Grab"))
+            for (QAction* action : bar->actions())
+                texts << action->iconText();
+    EXPECT_EQ(texts, QStringList({"Image", "Video"}));
+    QStringList menu;
+    for (QAction* action : menuAction("Grab", "Image")->associatedWidgets().first()->actions())
+        menu << (action->isSeparator() ? QString("-") : action->iconText());
+    EXPECT_EQ(menu, QStringList({"Image", "Video", "-", "Video settings"}));
+}
+
+TEST_F(WindowCommands, FileButtonOpensTheCommandsOwnDialog)
+{
+    openSample();
+    triggerWithDialog(menuAction("Grab", "Image"), "ParameterDialog", [&](QWidget* dialog) {
+        auto* choose = dialog->findChild<QWidget*>("filename")->findChild<QToolButton*>();
+        ASSERT_NE(choose, nullptr);
+        onDialog("QFileDialog", [&](QWidget* inner) {
+            auto* files = qobject_cast<QFileDialog*>(inner);
+            EXPECT_EQ(files->windowTitle(), QStringLiteral("Save Image"));
+            EXPECT_EQ(files->acceptMode(), QFileDialog::AcceptSave);
+            EXPECT_TRUE(files->nameFilters().contains("PNG-File (*.png)"));
+            auto* edit = files->findChild<QLineEdit*>();
+            edit->setText(file("chosen"));
+            QTest::keyClick(edit, Qt::Key_Return);
+        });
+        choose->click();
+        EXPECT_EQ(dialog->findChild<QLineEdit*>("FileName")->text(), file("chosen.png"));
+        dialog->close();
+    });
+}
+
+TEST_F(WindowCommands, WrongInputIsMarkedAtItsField)
+{
+    openSample();
+    triggerWithDialog(menuAction("Grab", "Image"), "ParameterDialog", [&](QWidget* dialog) {
+        auto* ok = button(dialog, "OK");
+        type(dialog, "width", "300");
+        type(dialog, "filename", file("picture.nothing"));
+        EXPECT_FALSE(ok->isEnabled());
+        bool marked = false;
+        for (auto* label : dialog->findChildren<QLabel*>())
+            marked = marked || (label->text().contains(".png") && label->styleSheet().contains("color"));
+        EXPECT_TRUE(marked) << "nothing says what is wrong with the name";
+        type(dialog, "filename", file("picture.PNG"));
+        EXPECT_TRUE(ok->isEnabled());
+        QTest::keyClick(dialog, Qt::Key_Escape);
+    });
+    EXPECT_TRUE(runs().empty()) << "Escape must not start anything";
+}
+
+TEST_F(WindowCommands, DialogProposesWhatWasUsedLast)
+{
+    openSample();
+    triggerWithDialog(menuAction("Grab", "Image"), "ParameterDialog", [&](QWidget* dialog) {
+        EXPECT_EQ(dialog->findChild<QWidget*>("width")->property("value").toInt(), 10000);
+        type(dialog, "filename", file("first.png"));
+        type(dialog, "width", "222");
+        QTest::keyClick(dialog, Qt::Key_Return);
+    });
+    ASSERT_TRUE(waitForNoRuns());
+    restart();
+    triggerWithDialog(menuAction("Grab", "Image"), "ParameterDialog", [&](QWidget* dialog) {
+        EXPECT_EQ(dialog->findChild<QWidget*>("width")->property("value").toInt(), 222);
+        EXPECT_EQ(dialog->findChild<QLineEdit*>("FileName")->text(), file("first.png"));
+        dialog->close();
+    });
+}
+
+TEST_F(WindowCommands, AFileIsReplacedOnlyWhenAgreed)
+{
+    openSample();
+    const QString name = file("kept.png");
+    QFile kept(name);
+    ASSERT_TRUE(kept.open(QIODevice::WriteOnly));
+    kept.write("precious");
+    kept.close();
+    int asked = 0;
+    triggerWithDialog(menuAction("Grab", "Image"), "ParameterDialog", [&](QWidget* dialog) {
+        type(dialog, "filename", name);
+        type(dialog, "width", "200");
+        onDialog("ReplaceQuestion", [&](QWidget* question) {
+            ++asked;
+            // No: back to the dialog, which is then cancelled.
+            onDialog("ParameterDialog", [&](QWidget* again) { QTest::keyClick(again, Qt::Key_Escape); });
+            QTest::keyClick(question, Qt::Key_Escape);
+        });
+        QTest::keyClick(dialog, Qt::Key_Return);
+    });
+    EXPECT_EQ(asked, 1);
+    EXPECT_EQ(QFileInfo(name).size(), 8);
+    triggerWithDialog(menuAction("Grab", "Image"), "ParameterDialog", [&](QWidget* dialog) {
+        type(dialog, "filename", name);
+        type(dialog, "width", "200");
+        onDialog("ReplaceQuestion", [&](QWidget* question) { button(question, "Replace")->click(); });
+        QTest::keyClick(dialog, Qt::Key_Return);
+    });
+    ASSERT_TRUE(waitForNoRuns());
+    EXPECT_EQ(QImageReader(name).size().width(), 200);
+}
+
+TEST_F(WindowCommands, AFolderThatIsNotThereIsToldBeforeTheStart)
+{
+    openSample();
+    QString told;
+    triggerWithDialog(menuAction("Grab", "Image"), "ParameterDialog", [&](QWidget* dialog) {
+        type(dialog, "filename", file("absent/picture.png"));
+        onDialog("QMessageBox", [&](QWidget* box) {
+            told = qobject_cast<QMessageBox*>(box)->text();
+            onDialog("ParameterDialog", [&](QWidget* again) { QTest::keyClick(again, Qt::Key_Escape); });
+            QTest::keyClick(box, Qt::Key_Return);
+        });
+        QTest::keyClick(dialog, Qt::Key_Return);
+    });
+    EXPECT_TRUE(told.contains("there is no folder")) << told.toStdString();
+    EXPECT_TRUE(runs().empty());
+}
+
+TEST_F(WindowCommands, ConsoleMakesAPictureAndTellsMistakes)
+{
+    openSample();
+    auto* line = window().getConsole()->getCommandLine();
+    const auto enter = [&](const QString& text) {
+        line->setFocus();
+        QTest::keyClicks(line, text);
+        QTest::keyClick(line, Qt::Key_Return);
+    };
+    const auto lastLine = [&] {
+        auto* model = window().getConsole()->getModel();
+        return model->data(model->index(model->rowCount() - 1), Qt::DisplayRole).toString();
+    };
+    enter(QString("grabimage filename=\"%1\" width=300").arg(file("typed.png")));
+    ASSERT_TRUE(waitForNoRuns());
+    EXPECT_EQ(QImageReader(file("typed.png")).size(), expectedSize(300));
+    EXPECT_TRUE(line->text().isEmpty());
+    enter("grabpicture");
+    EXPECT_TRUE(lastLine().contains("There is no command \"grabpicture\"")) << lastLine().toStdString();
+    enter("grabimage width=abc");
+    EXPECT_TRUE(lastLine().contains("width")) << lastLine().toStdString();
+    QTest::keyClick(line, Qt::Key_Up);
+    EXPECT_EQ(line->text(), QStringLiteral("grabimage width=abc"));
+    QTest::keyClick(line, Qt::Key_Up);
+    EXPECT_EQ(line->text(), QStringLiteral("grabpicture"));
+    QTest::keyClick(line, Qt::Key_Down);
+    QTest::keyClick(line, Qt::Key_Down);
+    EXPECT_TRUE(line->text().isEmpty());
+}
+
+TEST_F(WindowCommands, TabCompletesCommandsAndParameters)
+{
+    auto* line = window().getConsole()->getCommandLine();
+    line->setFocus();
+    QTest::keyClicks(line, "grabi");
+    QTest::keyClick(line, Qt::Key_Tab);
+    EXPECT_EQ(line->text(), QStringLiteral("grabimage "));
+    QTest::keyClicks(line, "wi");
+    QTest::keyClick(line, Qt::Key_Tab);
+    EXPECT_EQ(line->text(), QStringLiteral("grabimage width="));
+}
+
+TEST_F(WindowCommands, LogIsFilteredByLevelAndText)
+{
+    openSample();
+    window().getConsole()->submit(QString("grabimage filename=\"%1\" width=200").arg(file("a.png")));
+    ASSERT_TRUE(waitForNoRuns());
+    window().getConsole()->submit(QString("grabimage filename=\"%1\" width=1").arg(file("b.png")));
+    ASSERT_TRUE(waitForNoRuns());
+    auto* view = window().getConsole()->findChild<QListView*>("LogView");
+    const auto shown = [&](const QString& text) {
+        for (int row = 0; row < view->model()->rowCount(); ++row)
+            if (view->model()->index(row, 0).data().toString().contains(text))
+                return true;
+        return false;
+    };
+    ASSERT_TRUE(processUntil([&] { return shown("Image saved to") && shown("size is to small!"); }));
+    auto* level = window().getConsole()->findChild<QComboBox*>("LevelFilter");
+    level->setCurrentIndex(level->count() - 1);
+    EXPECT_FALSE(shown("Image saved to"));
+    EXPECT_TRUE(shown("size is to small!"));
+    view->selectAll();
+    view->setFocus();
+    for (QAction* action : view->actions())
+        if (action->text() == QLatin1String("Copy"))
+            action->trigger();
+    EXPECT_TRUE(QApplication::clipboard()->text().contains("size is to small!"));
+    EXPECT_FALSE(QApplication::clipboard()->text().contains("Image saved to"));
+}
+
+TEST_F(WindowCommands, SettingsAreChangedByTheirDialog)
+{
+    triggerWithDialog(menuAction("Grab", "Video settings"), "ParameterDialog", [&](QWidget* dialog) {
+        auto* slider = dialog->findChild<QSlider*>();
+        ASSERT_NE(slider, nullptr);
+        QTest::keyClick(slider, Qt::Key_End);
+        QTest::keyClick(dialog, Qt::Key_Return);
+    });
+    ASSERT_TRUE(waitForNoRuns());
+    const QStringList keys = tovSettings().allKeys();
+    EXPECT_TRUE(keys.contains("settings/grabvideofps")) << keys.join(" ").toStdString();
+    EXPECT_TRUE(keys.contains("settings/grabvideokbps"));
+}
+
+TEST_F(WindowCommands, ViewIsCopiedToTheClipboardAsItIsShown)
+{
+    openSample();
+    auto* panel = window().getPanelGrid()->getActivePanel();
+    QSignalSpy copied(&window(), &tov::viewer::MainWindow::viewCopied);
+    menuAction("File", "Copy view to clipboard")->trigger();
+    ASSERT_TRUE(processUntil([&] { return copied.count() == 1; }));
+    const QImage image = QApplication::clipboard()->image();
+    ASSERT_EQ(image.size(), QSize(panel->width(), panel->height()) * panel->devicePixelRatioF());
+    const QImage shown = panel->grabFramebuffer();
+    ASSERT_EQ(shown.size(), image.size());
+    int different = 0;
+    for (int y = 0; y < image.height(); ++y)
+        for (int x = 0; x < image.width(); ++x) {
+            const QRgb a = image.pixel(x, y), b = shown.pixel(x, y);
+            different += std::abs(qRed(a) - qRed(b)) > 8 || std::abs(qGreen(a) - qGreen(b)) > 8 ||
+                         std::abs(qBlue(a) - qBlue(b)) > 8;
+        }
+    EXPECT_LT(different, image.width() * image.height() / 200);
+}
+
+TEST_F(WindowCommands, AFailedPictureIsToldWithItsReason)
+{
+    openSample();
+    window().getConsole()->submit(QString("grabimage filename=\"%1\" width=1").arg(file("small.png")));
+    ASSERT_TRUE(waitForNoRuns());
+    EXPECT_TRUE(noticeContains("Nothing was written to small.png"));
+    EXPECT_TRUE(noticeContains("size is to small!"));
+}
+
+TEST_F(WindowCommands, CommandsAreOffWhileThereIsNoPanel)
+{
+    menuAction("View", "Close active panel")->trigger();
+    ASSERT_TRUE(processUntil(
+        [this] { return !menuAction("Grab", "Image")->isEnabled() && !menuAction("Grab", "Video")->isEnabled(); }));
+    EXPECT_TRUE(menuAction("Grab", "Video settings")->isEnabled());
+    menuAction("View", "One panel")->trigger();
+    EXPECT_TRUE(processUntil(
+        [this] { return menuAction("Grab", "Image")->isEnabled() && menuAction("Grab", "Video")->isEnabled(); }));
+}
+
+TEST_F(WindowCommands, SceneChangesWaitForALargePicture)
+{
+    openSample();
+    auto* tree = window().findChild<QTreeWidget*>("SceneTree");
+    ASSERT_GT(tree->topLevelItemCount(), 0);
+    window().getConsole()->submit(QString("grabimage filename=\"%1\" width=6000").arg(file("large.png")));
+    ASSERT_TRUE(processUntil([] { return runs().empty() || runs().front()->getText() == "Building tiles"; }));
+    ASSERT_FALSE(runs().empty()) << "the picture was done too early to tell anything";
+    tree->topLevelItem(0)->setCheckState(0, Qt::Unchecked);
+    EXPECT_FALSE(runs().empty()) << "the window stood still until the picture was done";
+    ASSERT_TRUE(waitForNoRuns());
+    auto* panel = window().getPanelGrid()->getActivePanel();
+    const QImage after = panel->grabFramebuffer();
+    const QRgb background = after.pixel(2, 2);
+    EXPECT_TRUE(processUntil([&] {
+        const QImage image = panel->grabFramebuffer();
+        for (int y = 0; y < image.height(); y += 4)
+            for (int x = 0; x < image.width(); x += 4)
+                if (image.pixel(x, y) != background)
+                    return false;
+        return true;
+    })) << "the element was not hidden after the picture";
+}

@@ -1,0 +1,150 @@
+// Opening models and trajectories: by menu, by the list of recent files, by dropping them.
+
+#include "app/viewer/noticebar.h"
+#include "app/viewer/panelgrid.h"
+#include "app/viewer/recentfiles.h"
+#include "app/viewer/scenetree.h"
+#include "scene/scenepanel.h"
+#include "tests/window/windowfixture.h"
+#include "trajectory/trajectoryhandler.h"
+
+#include <QDropEvent>
+#include <QFileDialog>
+#include <QLineEdit>
+#include <QMimeData>
+#include <QSignalSpy>
+
+using namespace tov::test;
+using tov::trajectory::TrajectoryHandler;
+
+namespace {
+
+class WindowOpen : public WindowTest
+{
+protected:
+    void drop(const QList<QUrl>& urls)
+    {
+        QMimeData data;
+        data.setUrls(urls);
+        QDragEnterEvent enter(QPoint(200, 200), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(&window(), &enter);
+        ASSERT_TRUE(enter.isAccepted());
+        QDropEvent drop(QPointF(200, 200), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(&window(), &drop);
+        ASSERT_TRUE(processUntil([this] { return !window().isOpening(); }));
+    }
+
+    QString bad(const QString& name, const QByteArray& content)
+    {
+        QFile out(file(name));
+        EXPECT_TRUE(out.open(QIODevice::WriteOnly));
+        out.write(content);
+        return out.fileName();
+    }
+
+    static QString sample(const char* name) { return QStringLiteral(TOV_SOURCE_DIR "/samples/") + QLatin1String(name); }
+    static bool redPixelShown(const QImage& image)
+    {
+        const QRgb background = image.pixel(2, 2);
+        for (int y = 0; y < image.height(); y += 3)
+            for (int x = 0; x < image.width(); x += 3)
+                if (image.pixel(x, y) != background)
+                    return true;
+        return false;
+    }
+};
+
+} // namespace
+
+TEST_F(WindowOpen, MenuOpensAModelThatIsThenSeen)
+{
+    auto* panel = window().getPanelGrid()->getActivePanel();
+    ASSERT_NE(panel, nullptr);
+    EXPECT_FALSE(redPixelShown(panel->grabFramebuffer())) << "an empty scene shows something";
+    triggerWithDialog(menuAction("File", "Open ..."), "QFileDialog", [this](QWidget* dialog) {
+        auto* edit = dialog->findChild<QLineEdit*>();
+        edit->setText(sample("crane.obj"));
+        QTest::keyClick(edit, Qt::Key_Return);
+    });
+    ASSERT_TRUE(processUntil([this] { return !window().isOpening(); }));
+    EXPECT_GT(window().getSceneTree()->topLevelItemCount(), 0);
+    EXPECT_TRUE(redPixelShown(panel->grabFramebuffer()));
+    EXPECT_EQ(window().windowTitle(), QStringLiteral("crane.obj - tov"));
+    EXPECT_TRUE(window().getNotices()->getTexts().isEmpty());
+}
+
+TEST_F(WindowOpen, DroppedModelAndTrajectoryAreBothOpened)
+{
+    drop({QUrl::fromLocalFile(sample("crane.obj")), QUrl::fromLocalFile(sample("flight.tum"))});
+    EXPECT_GT(window().getSceneTree()->topLevelItemCount(), 0);
+    EXPECT_GT(TrajectoryHandler::getInstance()->getCount(), 0u);
+}
+
+TEST_F(WindowOpen, BadFilesAreToldAndTheSceneStays)
+{
+    drop({QUrl::fromLocalFile(sample("crane.obj"))});
+    const int elements = window().getSceneTree()->topLevelItemCount();
+    struct
+    {
+        QUrl url;
+        QString expected;
+    } rows[] = {
+        {QUrl::fromLocalFile(file("absent.obj")), "absent.obj"},
+        {QUrl::fromLocalFile(bad("empty.obj", "")), "empty.obj"},
+        {QUrl::fromLocalFile(bad("noise.ply", "ply\nformat binary_little_endian 1.0\nelement vertex 4294967295\n")),
+         "noise.ply"},
+        {QUrl::fromLocalFile(bad("text.stl", "this is no model")), "text.stl"},
+        {QUrl::fromLocalFile(bad("what.xyz123", "1")), "what.xyz123"},
+        {QUrl::fromLocalFile(bad("way.csv", "1,2\n")), "way.csv"},
+        {QUrl::fromLocalFile(bad("way.json", "[{]")), "way.json"},
+        {QUrl::fromLocalFile(file(".")), ""},
+        {QUrl("http://localhost/model.obj"), "this computer"},
+    };
+    for (const auto& row : rows) {
+        drop({row.url});
+        const QStringList notices = window().getNotices()->getTexts();
+        ASSERT_FALSE(notices.isEmpty()) << row.url.toString().toStdString();
+        EXPECT_TRUE(notices.last().contains(row.expected))
+            << row.url.toString().toStdString() << ": " << notices.last().toStdString();
+        EXPECT_EQ(window().getSceneTree()->topLevelItemCount(), elements);
+        EXPECT_EQ(TrajectoryHandler::getInstance()->getCount(), 0u);
+    }
+    EXPECT_EQ(tov::viewer::RecentFiles::getFiles().size(), 1) << "a file that could not be opened is no recent file";
+}
+
+TEST_F(WindowOpen, RecentFilesKeepASmallPictureAndOpenAgain)
+{
+    QSignalSpy stored(window().getRecentFiles(), &tov::viewer::RecentFiles::thumbnailStored);
+    openSample();
+    ASSERT_TRUE(processUntil([&] { return stored.count() == 1; }));
+    const QImage picture(tov::viewer::RecentFiles::getThumbnailFile(sample("crane.obj")));
+    ASSERT_FALSE(picture.isNull());
+    EXPECT_EQ(std::max(picture.width(), picture.height()), 128);
+    EXPECT_TRUE(redPixelShown(picture));
+
+    restart();
+    auto* menu = window().getRecentFiles();
+    emit menu->aboutToShow();
+    ASSERT_FALSE(menu->actions().isEmpty());
+    EXPECT_EQ(menu->actions().first()->text(), QStringLiteral("crane.obj"));
+    EXPECT_FALSE(menu->actions().first()->icon().isNull());
+    menu->actions().first()->trigger();
+    ASSERT_TRUE(processUntil([this] { return !window().isOpening(); }));
+    EXPECT_EQ(window().windowTitle(), QStringLiteral("crane.obj - tov"));
+}
+
+TEST_F(WindowOpen, OpeningCanBeStopped)
+{
+    // A model that takes long enough to be stopped.
+    QByteArray text;
+    for (int i = 0; i < 600000; ++i)
+        text += "v " + QByteArray::number(i % 977) + ' ' + QByteArray::number(i % 571) + " 0\n";
+    for (int i = 1; i + 2 < 600000; ++i)
+        text += "f " + QByteArray::number(i) + ' ' + QByteArray::number(i + 1) + ' ' + QByteArray::number(i + 2) + '\n';
+    window().openFiles({bad("large.obj", text)});
+    ASSERT_TRUE(window().isOpening());
+    window().cancelOpening();
+    ASSERT_TRUE(processUntil([this] { return !window().isOpening(); }));
+    EXPECT_EQ(window().getSceneTree()->topLevelItemCount(), 0);
+    EXPECT_TRUE(window().getNotices()->getTexts().isEmpty()) << "a stop is no failure";
+}

@@ -1,0 +1,250 @@
+// View panels, scene tree, trajectory bar, layout.
+
+#include "app/viewer/consolewidget.h"
+#include "app/viewer/panelframe.h"
+#include "app/viewer/panelgrid.h"
+#include "app/viewer/scenetree.h"
+#include "app/viewer/trajectorybar.h"
+#include "kernel/main/settings.h"
+#include "scene/scenepanel.h"
+#include "scene/viewer.h"
+#include "tests/window/windowfixture.h"
+#include "trajectory/trajectoryhandler.h"
+
+#include <QDockWidget>
+#include <QMenu>
+#include <QSlider>
+#include <QToolBar>
+#include <QWheelEvent>
+
+using namespace tov::test;
+using tov::gui::ScenePanel;
+using tov::trajectory::TrajectoryHandler;
+
+namespace {
+
+typedef tov::math::Matrix<double, 4u, 4u> Matrix4;
+
+bool same(const Matrix4& a, const Matrix4& b)
+{
+    for (int row = 0; row < 4; ++row)
+        for (int column = 0; column < 4; ++column)
+            if (std::abs(a(row, column) - b(row, column)) > 1e-9 * (1 + std::abs(a(row, column))))
+                return false;
+    return true;
+}
+
+class WindowPanels : public WindowTest
+{
+protected:
+    ScenePanel* panel() { return window().getPanelGrid()->getActivePanel(); }
+    void wheel(int steps, Qt::KeyboardModifiers modifiers = Qt::NoModifier)
+    {
+        const QPointF middle(panel()->width() / 2.0, panel()->height() / 2.0);
+        QWheelEvent event(middle, panel()->mapToGlobal(middle.toPoint()), QPoint(), QPoint(0, 120 * steps),
+                          Qt::NoButton, modifiers, Qt::NoScrollPhase, false);
+        QApplication::sendEvent(panel(), &event);
+    }
+    double distance() { return -panel()->getScaledTransformMatrix()(2, 3); }
+    int panelsWithMenuShown()
+    {
+        int count = 0;
+        for (auto* menu : window().findChildren<QMenu*>("PanelMenu"))
+            count += menu->isVisible();
+        return count;
+    }
+};
+
+} // namespace
+
+TEST_F(WindowPanels, MouseOrbitsPansAndZooms)
+{
+    openSample();
+    const Matrix4 fitted = panel()->getScaledTransformMatrix();
+    drag(panel(), Qt::LeftButton, QPoint(100, 100), QPoint(160, 120));
+    const Matrix4 orbited = panel()->getScaledTransformMatrix();
+    EXPECT_FALSE(same(fitted, orbited));
+    EXPECT_NEAR(orbited(2, 3), fitted(2, 3), std::abs(fitted(2, 3)) * 0.6);
+    drag(panel(), Qt::RightButton, QPoint(100, 100), QPoint(160, 100));
+    const Matrix4 panned = panel()->getScaledTransformMatrix();
+    EXPECT_GT(panned(0, 3), orbited(0, 3)) << "what is seen follows the pointer to the right";
+    EXPECT_NEAR(panned(1, 3), orbited(1, 3), 1e-6);
+    EXPECT_EQ(panelsWithMenuShown(), 0) << "a drag with the right button asks for no menu";
+    const double before = distance();
+    wheel(2);
+    EXPECT_LT(distance(), before);
+    wheel(-2);
+    EXPECT_NEAR(distance(), before, std::abs(before) * 1e-6);
+}
+
+TEST_F(WindowPanels, FitAndStandardViewsComeByMenuAndKey)
+{
+    openSample();
+    QTest::keyClick(panel(), Qt::Key_1);
+    const Matrix4 front = panel()->getScaledTransformMatrix();
+    menuAction("View", "Top")->trigger();
+    EXPECT_FALSE(same(front, panel()->getScaledTransformMatrix()));
+    menuAction("View", "Front")->trigger();
+    EXPECT_TRUE(same(front, panel()->getScaledTransformMatrix()));
+    wheel(5);
+    EXPECT_FALSE(same(front, panel()->getScaledTransformMatrix()));
+    menuAction("View", "Fit to view")->trigger();
+    EXPECT_TRUE(same(front, panel()->getScaledTransformMatrix()));
+}
+
+TEST_F(WindowPanels, RightClickOpensThePanelsOwnMenu)
+{
+    openSample();
+    menuAction("View", "2 panels")->trigger();
+    auto* second = window().getPanelGrid()->getPanels()[1];
+    const Matrix4 first = window().getPanelGrid()->getPanels()[0]->getScaledTransformMatrix();
+    QTest::mousePress(second, Qt::RightButton, {}, QPoint(50, 50));
+    QTest::mouseRelease(second, Qt::RightButton, {}, QPoint(50, 50));
+    QMenu* menu = nullptr;
+    ASSERT_TRUE(processUntil([&] {
+        for (auto* found : window().findChildren<QMenu*>("PanelMenu"))
+            if (found->isVisible())
+                menu = found;
+        return menu != nullptr;
+    }));
+    EXPECT_EQ(window().getPanelGrid()->getActivePanel(), second) << "the panel that was clicked is the active one";
+    const auto trigger = [&](const char* text) {
+        for (QAction* action : menu->actions())
+            if (action->text() == QLatin1String(text)) {
+                action->trigger();
+                return;
+            }
+        ADD_FAILURE() << "no " << text;
+    };
+    const Matrix4 before = second->getScaledTransformMatrix();
+    trigger("Top");
+    EXPECT_FALSE(same(before, second->getScaledTransformMatrix()));
+    EXPECT_TRUE(same(first, window().getPanelGrid()->getPanels()[0]->getScaledTransformMatrix()));
+    trigger("Close this panel");
+    menu->close();
+    EXPECT_TRUE(processUntil([this] { return window().getPanelGrid()->getPanelCount() == 1; }));
+}
+
+TEST_F(WindowPanels, ActivePanelIsMarkedAndFollowsTheClick)
+{
+    openSample();
+    menuAction("View", "4 panels")->trigger();
+    auto* grid = window().getPanelGrid();
+    for (auto* each : grid->getPanels()) {
+        QTest::mouseClick(each, Qt::LeftButton);
+        EXPECT_EQ(grid->getActivePanel(), each);
+        int marked = 0;
+        for (auto* other : grid->getPanels())
+            marked += grid->getFrame(other)->isMarked();
+        EXPECT_EQ(marked, 1);
+        EXPECT_TRUE(grid->getFrame(each)->isMarked());
+        QImage frame(grid->getFrame(each)->size(), QImage::Format_ARGB32);
+        grid->getFrame(each)->render(&frame, QPoint(), QRegion(), QWidget::DrawWindowBackground);
+        EXPECT_EQ(QColor(frame.pixel(0, 0)), window().palette().color(QPalette::Highlight));
+    }
+}
+
+TEST_F(WindowPanels, GuideShowsWhatAVideoOfThatShapeHolds)
+{
+    openSample();
+    QMenu* menu = window().findChild<QMenu*>("GuideMenu");
+    ASSERT_NE(menu, nullptr);
+    auto* grid = window().getPanelGrid();
+    const auto choose = [&](const char* text) {
+        for (QAction* action : menu->actions())
+            if (action->text() == QLatin1String(text))
+                action->trigger();
+    };
+    choose("1:1");
+    const QRect guide = grid->getFrame(panel())->getGuide();
+    EXPECT_EQ(guide.height(), panel()->height());
+    EXPECT_EQ(guide.width(), panel()->height());
+    EXPECT_NEAR(guide.center().x(), panel()->width() / 2, 1);
+    restart();
+    EXPECT_NEAR(window().getPanelGrid()->getGuideAspect(), 1.0, 1e-9) << "the guide is kept";
+    menu = window().findChild<QMenu*>("GuideMenu");
+    choose("Off");
+    EXPECT_TRUE(window().getPanelGrid()->getFrame(panel())->getGuide().isNull());
+}
+
+TEST_F(WindowPanels, TreeHidesAndShowsElements)
+{
+    openSample();
+    auto* tree = window().getSceneTree();
+    const auto shown = [this] {
+        const QImage image = panel()->grabFramebuffer();
+        const QRgb background = image.pixel(2, 2);
+        for (int y = 0; y < image.height(); y += 3)
+            for (int x = 0; x < image.width(); x += 3)
+                if (image.pixel(x, y) != background)
+                    return true;
+        return false;
+    };
+    ASSERT_TRUE(shown());
+    tree->topLevelItem(0)->setCheckState(0, Qt::Unchecked);
+    EXPECT_FALSE(shown());
+    tree->topLevelItem(0)->setCheckState(0, Qt::Checked);
+    EXPECT_TRUE(shown());
+    tree->setCurrentItem(tree->topLevelItem(0));
+    tree->setFocus();
+    QTest::keyClick(tree, Qt::Key_Delete);
+    EXPECT_TRUE(processUntil([&] { return tree->topLevelItemCount() == 0; }));
+    EXPECT_FALSE(shown());
+}
+
+TEST_F(WindowPanels, TrajectoryBarStepsPlaysAndLoops)
+{
+    openSample();
+    auto* bar = window().getTrajectoryBar();
+    const auto action = [&](const char* text) -> QAction* {
+        for (QAction* each : bar->actions())
+            if (each->text() == QLatin1String(text))
+                return each;
+        return nullptr;
+    };
+    auto* handler = TrajectoryHandler::getInstance();
+    EXPECT_FALSE(action("Play")->isEnabled());
+    ASSERT_TRUE(bar->openFile(QStringLiteral(TOV_SOURCE_DIR "/samples/crane.json")));
+    ASSERT_TRUE(action("Play")->isEnabled());
+    const auto count = handler->getCount();
+    ASSERT_GT(count, 4u);
+    action("Next position")->trigger();
+    EXPECT_EQ(handler->getPosition(), 1u);
+    action("Previous position")->trigger();
+    EXPECT_EQ(handler->getPosition(), 0u);
+    auto* slider = bar->findChild<QSlider*>("TrajectorySlider");
+    EXPECT_EQ(slider->maximum(), int(count) - 1);
+    slider->setValue(int(count) - 2);
+    EXPECT_EQ(handler->getPosition(), count - 2);
+    QAction* play = action("Play");
+    play->trigger();
+    EXPECT_TRUE(processUntil([&] { return !play->isChecked(); })) << "playing does not end";
+    EXPECT_EQ(handler->getPosition(), count - 1);
+    action("Loop")->setChecked(true);
+    slider->setValue(int(count) - 2);
+    play->trigger();
+    EXPECT_TRUE(processUntil([&] { return handler->getPosition() < count - 2; })) << "the loop does not begin again";
+    EXPECT_TRUE(play->isChecked());
+    play->trigger();
+    EXPECT_FALSE(play->isChecked());
+}
+
+TEST_F(WindowPanels, LayoutIsKept)
+{
+    menuAction("View", "2 panels")->trigger();
+    auto* console = window().findChild<QDockWidget*>("ConsoleDock");
+    console->hide();
+    window().resize(1000, 700);
+    window().close();
+    restart();
+    EXPECT_EQ(window().getPanelGrid()->getPanelCount(), 2);
+    EXPECT_TRUE(window().findChild<QDockWidget*>("ConsoleDock")->isHidden());
+    EXPECT_FALSE(window().findChild<QDockWidget*>("SceneDock")->isHidden());
+    EXPECT_EQ(window().size(), QSize(1000, 700));
+    // What cannot be read is no layout.
+    tovSettings().setValue("window/state", QByteArray("nonsense"));
+    tovSettings().setValue("window/geometry", QByteArray("nonsense"));
+    tovSettings().setValue("window/panels", QByteArray("nonsense"));
+    restart();
+    EXPECT_EQ(window().getPanelGrid()->getPanelCount(), 1);
+}

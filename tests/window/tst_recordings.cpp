@@ -1,0 +1,185 @@
+// Recordings: started in the window, stopped, left, crowded.
+
+#include "app/viewer/consolewidget.h"
+#include "app/viewer/noticebar.h"
+#include "app/viewer/panelgrid.h"
+#include "app/viewer/runsbar.h"
+#include "scene/scenepanel.h"
+#include "scene/viewer.h"
+#include "tests/window/windowfixture.h"
+#include "trajectory/trajectoryhandler.h"
+
+#include <QCheckBox>
+#include <QMessageBox>
+#include <QPushButton>
+
+using namespace tov::test;
+using tov::trajectory::TrajectoryHandler;
+
+namespace {
+
+class WindowRecordings : public WindowTest
+{
+protected:
+    QPushButton* stopButton() { return window().getRuns()->findChild<QPushButton*>("StopButton"); }
+};
+
+} // namespace
+
+TEST_F(WindowRecordings, DialogRecordsAlongTheTrajectory)
+{
+    openSample();
+    QString error;
+    ASSERT_TRUE(TrajectoryHandler::getInstance()->selectTurntable(12, &error));
+    triggerWithDialog(menuAction("Grab", "Video"), "ParameterDialog", [&](QWidget* dialog) {
+        EXPECT_TRUE(dialog->findChild<QLabel*>("Advice")->isHidden());
+        EXPECT_TRUE(dialog->findChild<QCheckBox*>("sync")->isChecked());
+        type(dialog, "filename", file("turn.mp4"));
+        type(dialog, "width", "160");
+        type(dialog, "height", "120");
+        QTest::keyClick(dialog, Qt::Key_Return);
+    });
+    ASSERT_TRUE(waitForNoRuns());
+    EXPECT_EQ(countFrames(file("turn.mp4")), 12);
+    EXPECT_TRUE(noticeContains("turn.mp4"));
+}
+
+TEST_F(WindowRecordings, WithoutATrajectoryThePersonIsToldAtOnce)
+{
+    openSample();
+    QString advice;
+    triggerWithDialog(menuAction("Grab", "Video"), "ParameterDialog", [&](QWidget* dialog) {
+        advice = dialog->findChild<QLabel*>("Advice")->text();
+        EXPECT_FALSE(dialog->findChild<QLabel*>("Advice")->isHidden());
+        dialog->findChild<QCheckBox*>("sync")->setChecked(false);
+        EXPECT_TRUE(dialog->findChild<QLabel*>("Advice")->isHidden());
+        dialog->findChild<QCheckBox*>("sync")->setChecked(true);
+        type(dialog, "filename", file("nothing.mp4"));
+        QTest::keyClick(dialog, Qt::Key_Return);
+    });
+    EXPECT_TRUE(advice.contains("No trajectory is open")) << advice.toStdString();
+    ASSERT_TRUE(processUntil([this] { return noticeContains("No trajectory is open"); }));
+    ASSERT_TRUE(waitForNoRuns());
+    EXPECT_TRUE(noticeContains("Nothing was written to nothing.mp4"));
+    EXPECT_FALSE(QFile::exists(file("nothing.mp4"))) << QFileInfo(file("nothing.mp4")).size();
+}
+
+TEST_F(WindowRecordings, StopButtonEndsARecordingThatThenPlays)
+{
+    openSample();
+    ASSERT_TRUE(record(file("stopped.mp4")));
+    ASSERT_TRUE(processUntil([this] { return stopButton() && stopButton()->isVisible(); }));
+    QTest::mouseClick(stopButton(), Qt::LeftButton);
+    ASSERT_TRUE(waitForNoRuns());
+    EXPECT_GT(countFrames(file("stopped.mp4")), 10);
+    EXPECT_TRUE(noticeContains("stopped.mp4"));
+    EXPECT_FALSE(window().getRuns()->isVisible());
+}
+
+TEST_F(WindowRecordings, ARecordingFollowsThePanel)
+{
+    openSample();
+    auto* panel = window().getPanelGrid()->getActivePanel();
+    ASSERT_TRUE(record(file("follows.mp4")));
+    const auto before = panel->getScaledTransformMatrix();
+    drag(panel, Qt::LeftButton, QPoint(100, 100), QPoint(160, 120));
+    bool moved = false;
+    for (int row = 0; row < 4; ++row)
+        for (int column = 0; column < 4; ++column)
+            moved = moved || before(row, column) != panel->getScaledTransformMatrix()(row, column);
+    EXPECT_TRUE(moved) << "the panel cannot be turned while it is recorded";
+    ASSERT_FALSE(runs().empty());
+    runs().front()->stop();
+    ASSERT_TRUE(waitForNoRuns());
+    EXPECT_GT(countFrames(file("follows.mp4")), 10);
+}
+
+TEST_F(WindowRecordings, ClosingThePanelAbortsAndLeavesNoFile)
+{
+    openSample();
+    menuAction("View", "2 panels")->trigger();
+    ASSERT_EQ(window().getPanelGrid()->getPanelCount(), 2);
+    LogCapture log;
+    ASSERT_TRUE(record(file("aborted.mp4")));
+    menuAction("View", "Close active panel")->trigger();
+    EXPECT_EQ(window().getPanelGrid()->getPanelCount(), 1);
+    ASSERT_TRUE(waitForNoRuns());
+    EXPECT_TRUE(log.contains("Video grabbing aborted")) << log.text();
+    EXPECT_FALSE(QFile::exists(file("aborted.mp4")));
+    EXPECT_TRUE(noticeContains("aborted.mp4"));
+    EXPECT_TRUE(processUntil([this] { return menuAction("Grab", "Video")->isEnabled(); }))
+        << "the other panel can be recorded";
+}
+
+TEST_F(WindowRecordings, FourPanelsRecordAtOnce)
+{
+    openSample();
+    menuAction("View", "4 panels")->trigger();
+    auto* grid = window().getPanelGrid();
+    ASSERT_EQ(grid->getPanelCount(), 4);
+    for (int i = 0; i < 4; ++i) {
+        grid->setActivePanel(grid->getPanels()[i]);
+        ASSERT_TRUE(processUntil([this] { return menuAction("Grab", "Video")->isEnabled(); }));
+        ASSERT_TRUE(record(file(QString("panel%1.mp4").arg(i)))) << i;
+        EXPECT_TRUE(processUntil([this] { return !menuAction("Grab", "Video")->isEnabled(); }))
+            << "a panel that is being recorded cannot be recorded again";
+    }
+    EXPECT_EQ(runs().size(), 4u);
+    EXPECT_EQ(window().getRuns()->getRowCount(), 4);
+    for (const auto& run : runs())
+        run->stop();
+    ASSERT_TRUE(waitForNoRuns());
+    for (int i = 0; i < 4; ++i)
+        EXPECT_GT(countFrames(file(QString("panel%1.mp4").arg(i))), 5) << i;
+}
+
+TEST_F(WindowRecordings, ClosingTheWindowAsksAndCanBeRefused)
+{
+    openSample();
+    ASSERT_TRUE(record(file("goeson.mp4")));
+    onDialog("QuitQuestion", [&](QWidget* question) {
+        EXPECT_TRUE(qobject_cast<QMessageBox*>(question)->text().contains("Still running"));
+        QTest::keyClick(question, Qt::Key_Escape);
+    });
+    window().close();
+    EXPECT_TRUE(window().isVisible());
+    ASSERT_EQ(runs().size(), 1u);
+    EXPECT_FALSE(runs().front()->isStopped());
+}
+
+TEST_F(WindowRecordings, ClosingTheWindowEndsTheRecordingCleanly)
+{
+    openSample();
+    ASSERT_TRUE(record(file("kept.mp4")));
+    onDialog("QuitQuestion", [&](QWidget* question) { button(question, "Finish and quit")->click(); });
+    window().close();
+    ASSERT_TRUE(processUntil([this] { return !window().isVisible(); }, 60000));
+    EXPECT_TRUE(runs().empty());
+    EXPECT_GT(countFrames(file("kept.mp4")), 10);
+}
+
+TEST_F(WindowRecordings, ClosingTheWindowFinishesAPicture)
+{
+    openSample();
+    window().getConsole()->submit(QString("grabimage filename=\"%1\" width=4000").arg(file("kept.png")));
+    ASSERT_EQ(runs().size(), 1u);
+    onDialog("QuitQuestion", [&](QWidget* question) { button(question, "Finish and quit")->click(); });
+    window().close();
+    ASSERT_TRUE(processUntil([this] { return !window().isVisible(); }, 60000));
+    const QImage image(file("kept.png"));
+    EXPECT_EQ(image.width(), 4000);
+}
+
+TEST_F(WindowRecordings, PanelCountCanChangeDuringARecording)
+{
+    openSample();
+    ASSERT_TRUE(record(file("through.mp4")));
+    for (const char* count : {"4 panels", "2 panels", "One panel"}) {
+        menuAction("View", count)->trigger();
+        QCoreApplication::processEvents();
+    }
+    ASSERT_EQ(runs().size(), 1u) << "the recorded panel is the first one and stays";
+    runs().front()->stop();
+    ASSERT_TRUE(waitForNoRuns());
+    EXPECT_GT(countFrames(file("through.mp4")), 10);
+}
