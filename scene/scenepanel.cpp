@@ -37,6 +37,11 @@ constexpr double FitMargin = 1.04;
 /// Degrees of orbit for a drag over the whole panel, and for a press of an arrow key.
 constexpr double DragDegrees = 250.0;
 constexpr double KeyDegrees = 5.0;
+/// Eighths of a degree that a wheel reports for one notch, and what a notch does.
+constexpr double WheelStep = 120.0;
+constexpr double WheelFactor = 1.2;
+constexpr double WheelPixels = 40.0;
+constexpr double WheelDegrees = 7.5;
 /// Angles at which a turning scene is measured.
 constexpr int TurnSteps = 24;
 
@@ -92,7 +97,7 @@ double scaleOf(const Matrix4& m)
 
 struct ScenePanel::Private
 {
-    Camera camera;          ///< application thread
+    Camera camera; ///< application thread
     QPoint lastMouse;
     std::unique_ptr<SceneDrawer> drawer;
 
@@ -135,7 +140,8 @@ void ScenePanel::setScaledTransformMatrix(const Matrix4& transform)
         d->matrix = transform;
         d->matrixSet = true;
     }
-    QMetaObject::invokeMethod(this, [this] { update(); }, Qt::AutoConnection);
+    QMetaObject::invokeMethod(
+        this, [this] { update(); }, Qt::AutoConnection);
     emit viewChanged();
 }
 
@@ -251,20 +257,19 @@ void ScenePanel::fit(int turnSteps)
             restore(axis, 3) = centre[axis];
         }
         const Matrix4 turned = d->camera.rotation * restore * rotationY(2 * Pi * step / turnSteps) * there;
-        tov::scene::forEachVisible(scene->getRootNode(),
-                                   [&](const tov::scene::GeometryElement& element, const Matrix4& m) {
-                                       const Matrix4 toEye = turned * m;
-                                       for (const auto& vertex : element.getVertices()) {
-                                           const Vector p = transformed(toEye, vertex.position[0], vertex.position[1],
-                                                                        vertex.position[2]);
-                                           right = std::max(right, p[0] + tanX * p[2]);
-                                           left = std::max(left, -p[0] + tanX * p[2]);
-                                           up = std::max(up, p[1] + tanY * p[2]);
-                                           down = std::max(down, -p[1] + tanY * p[2]);
-                                           front = std::max(front, p[2]);
-                                           back = std::min(back, p[2]);
-                                       }
-                                   });
+        tov::scene::forEachVisible(
+            scene->getRootNode(), [&](const tov::scene::GeometryElement& element, const Matrix4& m) {
+                const Matrix4 toEye = turned * m;
+                for (const auto& vertex : element.getVertices()) {
+                    const Vector p = transformed(toEye, vertex.position[0], vertex.position[1], vertex.position[2]);
+                    right = std::max(right, p[0] + tanX * p[2]);
+                    left = std::max(left, -p[0] + tanX * p[2]);
+                    up = std::max(up, p[1] + tanY * p[2]);
+                    down = std::max(down, -p[1] + tanY * p[2]);
+                    front = std::max(front, p[2]);
+                    back = std::min(back, p[2]);
+                }
+            });
     }
     scene->updateGlobalScaling();
     scene->unlock();
@@ -313,8 +318,7 @@ void ScenePanel::zoom(double factor)
     takeCameraFromMatrix();
     if (!(factor > 0))
         return;
-    d->camera.distance =
-        std::clamp(d->camera.distance / factor, SceneDrawer::ZNEAR * 2, SceneDrawer::ZFAR * 0.9);
+    d->camera.distance = std::clamp(d->camera.distance / factor, SceneDrawer::ZNEAR * 2, SceneDrawer::ZFAR * 0.9);
     applyCamera();
 }
 
@@ -342,7 +346,8 @@ void ScenePanel::setTrajectoryCamera(const Matrix4& eyeToScene)
         d->matrix = scale * toEye;
         d->matrixSet = true;
     }
-    QMetaObject::invokeMethod(this, [this] { update(); }, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(
+        this, [this] { update(); }, Qt::QueuedConnection);
 }
 
 void ScenePanel::initializeGL()
@@ -412,14 +417,48 @@ void ScenePanel::mouseMoveEvent(QMouseEvent* event)
 void ScenePanel::wheelEvent(QWheelEvent* event)
 {
     emit activated();
-    const double factor = std::pow(1.2, event->angleDelta().y() / 120.0);
+    event->accept();
+    // With a touchpad's two fingers both directions count, in small steps.
+    const QPointF steps = QPointF(event->angleDelta()) / WheelStep;
+    if (event->modifiers() & Qt::ShiftModifier) {
+        pan(steps.x() * WheelPixels, steps.y() * WheelPixels);
+        return;
+    }
+    if (event->modifiers() & Qt::ControlModifier) {
+        orbit(steps.x() * WheelDegrees, steps.y() * WheelDegrees);
+        return;
+    }
+    zoomAt(event->position(), std::pow(WheelFactor, steps.y()));
+}
+
+bool ScenePanel::event(QEvent* event)
+{
+    if (event->type() != QEvent::NativeGesture)
+        return QOpenGLWidget::event(event);
+    const auto* gesture = static_cast<QNativeGestureEvent*>(event);
+    switch (gesture->gestureType()) {
+    case Qt::ZoomNativeGesture:
+        zoomAt(gesture->localPos(), 1.0 + std::max(gesture->value(), -0.9));
+        break;
+    case Qt::RotateNativeGesture:
+        orbit(gesture->value(), 0);
+        break;
+    default:
+        return QOpenGLWidget::event(event);
+    }
+    emit activated();
+    event->accept();
+    return true;
+}
+
+void ScenePanel::zoomAt(const QPointF& position, double factor)
+{
     // What is under the pointer stays there.
     const double before = d->camera.distance;
     zoom(factor);
     const double share = 1.0 - before / d->camera.distance;
-    const QPointF off = event->position() - QPointF(width() / 2.0, height() / 2.0);
+    const QPointF off = position - QPointF(width() / 2.0, height() / 2.0);
     pan(off.x() * share, off.y() * share);
-    event->accept();
 }
 
 void ScenePanel::keyPressEvent(QKeyEvent* event)

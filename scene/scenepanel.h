@@ -70,6 +70,7 @@ signals:
     void activated();
 
 protected:
+    bool event(QEvent* event) override;
     void initializeGL() override;
     void resizeGL(int width, int height) override;
     void paintGL() override;
@@ -82,6 +83,8 @@ protected:
 
 private:
     void applyCamera();
+    /// Zooms so that what is under the position stays there.
+    void zoomAt(const QPointF& position, double factor);
     void fit(int turnSteps);
     void takeCameraFromMatrix();
     void noteSize();

@@ -23,20 +23,35 @@ struct Option
 };
 
 const Option Table[] = {
-    {"output", "o", "OUT", "image video", QT_TRANSLATE_NOOP("CommandLine", "file to write; its ending chooses the format")},
-    {"width", nullptr, "N", "image", QT_TRANSLATE_NOOP("CommandLine", "width of the picture in pixels (default 10000); the height follows from --panel")},
-    {"size", nullptr, "WxH", "video", QT_TRANSLATE_NOOP("CommandLine", "size of the video in pixels (default: that of --panel); made even")},
-    {"turntable", nullptr, "N", "video run", QT_TRANSLATE_NOOP("CommandLine", "turn the camera once about the scene in N positions, a frame each")},
-    {"trajectory", nullptr, "FILE", "video run", QT_TRANSLATE_NOOP("CommandLine", "step along a trajectory (csv, tum, txt, json), a frame a position")},
-    {"duration", nullptr, "SECONDS", "video", QT_TRANSLATE_NOOP("CommandLine", "record freely for so long, at a pace of its own")},
-    {"fps", nullptr, "N", "video", QT_TRANSLATE_NOOP("CommandLine", "frames a second of the video (default: the setting, 25)")},
-    {"bitrate", nullptr, "KBPS", "video", QT_TRANSLATE_NOOP("CommandLine", "bit rate in kbit/s, at least 100 (default: the setting, 1200)")},
-    {"command", "c", "TEXT", "run", QT_TRANSLATE_NOOP("CommandLine", "a command text to run; may be given several times, in order")},
-    {"panel", nullptr, "WxH", "image video run", QT_TRANSLATE_NOOP("CommandLine", "size of the view (default 1280x720)")},
-    {"view", nullptr, "NAME", "image video run", QT_TRANSLATE_NOOP("CommandLine", "front, back, left, right, top, bottom or iso (default front)")},
-    {"background", nullptr, "'#rrggbb'", "image video run", QT_TRANSLATE_NOOP("CommandLine", "background colour (pictures keep it under alpha 0)")},
-    {"transform", nullptr, "'m00 ... m33'", "image video run", QT_TRANSLATE_NOOP("CommandLine", "scene to eye, 16 numbers row by row, instead of --view")},
-    {"settings", nullptr, "FILE", "*", QT_TRANSLATE_NOOP("CommandLine", "settings file to use instead of the user's own")},
+    {"output", "o", "OUT", "image video",
+     QT_TRANSLATE_NOOP("CommandLine", "file to write; its ending chooses the format")},
+    {"width", nullptr, "N", "image",
+     QT_TRANSLATE_NOOP("CommandLine",
+                       "width of the picture in pixels (default 10000); the height follows from --panel")},
+    {"size", nullptr, "WxH", "video",
+     QT_TRANSLATE_NOOP("CommandLine", "size of the video in pixels (default: that of --panel); made even")},
+    {"turntable", nullptr, "N", "video run",
+     QT_TRANSLATE_NOOP("CommandLine", "turn the camera once about the scene in N positions, a frame each")},
+    {"trajectory", nullptr, "FILE", "video run",
+     QT_TRANSLATE_NOOP("CommandLine", "step along a trajectory (csv, tum, txt, json), a frame a position")},
+    {"duration", nullptr, "SECONDS", "video",
+     QT_TRANSLATE_NOOP("CommandLine", "record freely for so long, at a pace of its own")},
+    {"fps", nullptr, "N", "video",
+     QT_TRANSLATE_NOOP("CommandLine", "frames a second of the video (default: the setting, 25)")},
+    {"bitrate", nullptr, "KBPS", "video",
+     QT_TRANSLATE_NOOP("CommandLine", "bit rate in kbit/s, at least 100 (default: the setting, 1200)")},
+    {"command", "c", "TEXT", "run",
+     QT_TRANSLATE_NOOP("CommandLine", "a command text to run; may be given several times, in order")},
+    {"panel", nullptr, "WxH", "image video run",
+     QT_TRANSLATE_NOOP("CommandLine", "size of the view (default 1280x720)")},
+    {"view", nullptr, "NAME", "image video run",
+     QT_TRANSLATE_NOOP("CommandLine", "front, back, left, right, top, bottom or iso (default front)")},
+    {"background", nullptr, "'#rrggbb'", "image video run",
+     QT_TRANSLATE_NOOP("CommandLine", "background colour (pictures keep it under alpha 0)")},
+    {"transform", nullptr, "'m00 ... m33'", "image video run",
+     QT_TRANSLATE_NOOP("CommandLine", "scene to eye, 16 numbers row by row, instead of --view")},
+    {"settings", nullptr, "FILE", "*",
+     QT_TRANSLATE_NOOP("CommandLine", "settings file to use instead of the user's own")},
     {"quiet", "q", nullptr, "*", QT_TRANSLATE_NOOP("CommandLine", "say nothing but errors")},
     {"verbose", "v", nullptr, "*", QT_TRANSLATE_NOOP("CommandLine", "show the whole log, what draws among it")},
     {"help", "h", nullptr, "*", QT_TRANSLATE_NOOP("CommandLine", "show this help")},
@@ -50,11 +65,15 @@ const struct
     const char* help;
 } Verbs[] = {
     {"image", "tov image FILE... -o OUT [--width N]", QT_TRANSLATE_NOOP("CommandLine", "makes a picture of models")},
-    {"video", "tov video FILE... -o OUT (--turntable N | --trajectory FILE | --duration SECONDS)", QT_TRANSLATE_NOOP("CommandLine", "makes a video of models")},
-    {"run", "tov run [FILE...] (-c TEXT ... | SCRIPT.tov)", QT_TRANSLATE_NOOP("CommandLine", "runs command texts, e.g. grabimage filename=\"a.png\" width=4000")},
-    {"commands", "tov commands", QT_TRANSLATE_NOOP("CommandLine", "lists the commands with their parameters and defaults")},
+    {"video", "tov video FILE... -o OUT (--turntable N | --trajectory FILE | --duration SECONDS)",
+     QT_TRANSLATE_NOOP("CommandLine", "makes a video of models")},
+    {"run", "tov run [FILE...] (-c TEXT ... | SCRIPT.tov)",
+     QT_TRANSLATE_NOOP("CommandLine", "runs command texts, e.g. grabimage filename=\"a.png\" width=4000")},
+    {"commands", "tov commands",
+     QT_TRANSLATE_NOOP("CommandLine", "lists the commands with their parameters and defaults")},
     {"encoders", "tov encoders", QT_TRANSLATE_NOOP("CommandLine", "lists the video formats")},
-    {"modules", "tov modules", QT_TRANSLATE_NOOP("CommandLine", "lists the modules, their plug-ins, and what could not be loaded")},
+    {"modules", "tov modules",
+     QT_TRANSLATE_NOOP("CommandLine", "lists the modules, their plug-ins, and what could not be loaded")},
 };
 
 bool isFor(const Option& option, const QString& verb)
@@ -99,7 +118,8 @@ bool readOptions(const QStringList& arguments, Options& options, QString* error)
         const QString name = argument.mid(isLong ? 2 : 1, equals < 0 ? -1 : equals - 2);
         const Option* found = nullptr;
         for (const Option& option : Table)
-            if (isLong ? name == QLatin1String(option.name) : option.shortName && name == QLatin1String(option.shortName))
+            if (isLong ? name == QLatin1String(option.name)
+                       : option.shortName && name == QLatin1String(option.shortName))
                 found = &option;
         if (!found)
             return fail(tr("there is no option %1").arg(argument.left(60)));

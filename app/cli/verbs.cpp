@@ -67,7 +67,8 @@ int runImage(const Options& options, int& argc, char** argv)
     QString error;
     if (!readViewOptions(options, view, &error))
         return usage(error);
-    const QString widthText = options.has(QStringLiteral("width")) ? options.value(QStringLiteral("width")) : QStringLiteral("10000");
+    const QString widthText =
+        options.has(QStringLiteral("width")) ? options.value(QStringLiteral("width")) : QStringLiteral("10000");
     bool isNumber = false;
     const int width = widthText.toInt(&isNumber);
     if (!isNumber)
@@ -105,7 +106,8 @@ int runImage(const Options& options, int& argc, char** argv)
         const QSize size = reader.size();
         if (!info.exists() || info.lastModified() == before)
             session.fail(tr("%1 was not written").arg(output));
-        else if (info.size() == 0 || (size.isValid() && size != QSize(width, height)) || (!size.isValid() && !reader.canRead()))
+        else if (info.size() == 0 || (size.isValid() && size != QSize(width, height)) ||
+                 (!size.isValid() && !reader.canRead()))
             session.fail(tr("%1 is incomplete; is the disk full?").arg(output));
     } else if (!session.isTold()) {
         // A run that ended without a word must not count as a picture.

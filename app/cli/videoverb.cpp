@@ -3,6 +3,7 @@
 #include "app/cli/session.h"
 #include "app/cli/verbs.h"
 #include "app/common/output.h"
+#include "app/common/videoprobe.h"
 #include "kernel/gui/fileparameterpanelfactory.h"
 #include "kernel/main/abstractparameter.h"
 #include "kernel/main/overseer.h"
@@ -16,9 +17,7 @@
 #include <QFile>
 #include <QFileDialog>
 #include <QFileInfo>
-#include <QProcess>
 #include <QRegularExpression>
-#include <QStandardPaths>
 #include <QStorageInfo>
 #include <QTemporaryDir>
 #include <QTimer>
@@ -38,40 +37,6 @@ QString tr(const char* text)
     return QCoreApplication::translate("CommandLine", text);
 }
 
-/// What the file itself says, asked from ffprobe where that program is installed.
-struct Probe
-{
-    bool asked = false;
-    bool readable = false;
-    qint64 frames = -1;
-    double seconds = 0;
-};
-
-Probe probeFile(const QString& fileName)
-{
-    Probe probe;
-    const QString program = QStandardPaths::findExecutable(QStringLiteral("ffprobe"));
-    if (program.isEmpty())
-        return probe;
-    QProcess process;
-    process.start(program, {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-select_streams"),
-                            QStringLiteral("v:0"), QStringLiteral("-count_packets"), QStringLiteral("-show_entries"),
-                            QStringLiteral("stream=nb_read_packets:format=duration"), QStringLiteral("-of"),
-                            QStringLiteral("default=noprint_wrappers=1"), QStringLiteral("-i"),
-                            QStringLiteral("file:") + fileName});
-    if (!process.waitForFinished(120000) || process.exitStatus() != QProcess::NormalExit)
-        return probe;
-    probe.asked = true;
-    for (const QByteArray& line : process.readAllStandardOutput().split('\n')) {
-        if (line.startsWith("nb_read_packets="))
-            probe.frames = line.mid(16).toLongLong();
-        else if (line.startsWith("duration="))
-            probe.seconds = line.mid(9).toDouble();
-    }
-    probe.readable = process.exitCode() == 0 && probe.frames >= 0;
-    return probe;
-}
-
 /// Why no encoder is known for the file, with what is known.
 QString unknownFormat(const QString& output, const std::vector<std::pair<QString, QString>>& formats)
 {
@@ -89,8 +54,9 @@ QString unknownFormat(const QString& output, const std::vector<std::pair<QString
                 .arg(output, suffix,
                      QFileInfo(output).completeBaseName().replace(QLatin1Char('.'), QLatin1Char('_')) +
                          QLatin1Char('.') + last);
-    return suffix.isEmpty() ? tr("%1 has no ending that says the format; known are %2").arg(output, known.join(QLatin1Char(' ')))
-                            : tr("no video format \"%1\" is known; known are %2").arg(suffix, known.join(QLatin1Char(' ')));
+    return suffix.isEmpty()
+               ? tr("%1 has no ending that says the format; known are %2").arg(output, known.join(QLatin1Char(' ')))
+               : tr("no video format \"%1\" is known; known are %2").arg(suffix, known.join(QLatin1Char(' ')));
 }
 
 } // namespace
@@ -101,8 +67,9 @@ std::vector<std::pair<QString, QString>> knownVideoFormats()
     auto* command = Overseer::getInstance()->getCommandProcessor()->getPrimaryCommand(QStringLiteral("grabvideo"));
     auto* set = command ? command->getCurrentParameterSet() : nullptr;
     auto* parameter = set ? set->find(QStringLiteral("filename")) : nullptr;
-    auto* factory =
-        parameter ? dynamic_cast<tov::main::FileParameterPanelFactory*>(parameter->getParameterPanelFactory()) : nullptr;
+    auto* factory = parameter
+                        ? dynamic_cast<tov::main::FileParameterPanelFactory*>(parameter->getParameterPanelFactory())
+                        : nullptr;
     if (!factory)
         return formats;
     const std::unique_ptr<QFileDialog> dialog(factory->createDialog());
@@ -133,7 +100,8 @@ int runVideo(const Options& options, int& argc, char** argv)
     QSize size = view.panel;
     if (options.has(QStringLiteral("size"))) {
         if (!readSize(options.value(QStringLiteral("size")), size))
-            return usage(tr("--size: \"%1\" is no size; write it like 1280x720").arg(options.value(QStringLiteral("size"))));
+            return usage(
+                tr("--size: \"%1\" is no size; write it like 1280x720").arg(options.value(QStringLiteral("size"))));
         // The view has the video's shape, unless it was given its own.
         if (!options.has(QStringLiteral("panel")))
             view.panel = size;
@@ -148,7 +116,8 @@ int runVideo(const Options& options, int& argc, char** argv)
         bool ok = false;
         seconds = options.value(QStringLiteral("duration")).toDouble(&ok);
         if (!ok || !(seconds > 0) || seconds > 1e6)
-            return usage(tr("--duration: \"%1\" is no number of seconds").arg(options.value(QStringLiteral("duration"))));
+            return usage(
+                tr("--duration: \"%1\" is no number of seconds").arg(options.value(QStringLiteral("duration"))));
     }
     int numbers[2] = {0, 0};
     const char* const names[2] = {"fps", "bitrate"};
@@ -245,25 +214,29 @@ int runVideo(const Options& options, int& argc, char** argv)
         if (!info.exists() || info.size() == 0) {
             session.fail(tr("%1 was not written").arg(output));
         } else {
-            const Probe probe = probeFile(output);
+            const VideoProbe probe = probeVideo(output);
             if (probe.asked && !probe.readable)
                 session.fail(tr("%1 cannot be read back").arg(output));
             else if (probe.asked && !free && !session.wasInterrupted() && probe.frames != positions)
                 session.fail(tr("%1 holds %2 frames instead of %3").arg(output).arg(probe.frames).arg(positions));
             else {
-                QString text = tr("%1: %2 x %3 pixels, %4 kB").arg(output).arg(even.width()).arg(even.height()).arg(
-                    (info.size() + 999) / 1000);
+                QString text = tr("%1: %2 x %3 pixels, %4 kB")
+                                   .arg(output)
+                                   .arg(even.width())
+                                   .arg(even.height())
+                                   .arg((info.size() + 999) / 1000);
                 if (probe.asked)
                     text += tr(", %1 frames").arg(probe.frames);
                 session.tell(text);
                 const double rate = free && probe.asked ? double(probe.frames) / seconds : 0;
                 if (free && probe.asked && !session.wasInterrupted() &&
                     qAbs(rate - fps.toDouble()) > 0.05 * fps.toDouble())
-                    session.tell(tr("Note: %1 frames a second were recorded, the video plays %2; it runs %3 times as fast "
-                                    "as life.")
-                                     .arg(rate, 0, 'f', 1)
-                                     .arg(fps)
-                                     .arg(fps.toDouble() / qMax(rate, 0.01), 0, 'f', 2));
+                    session.tell(
+                        tr("Note: %1 frames a second were recorded, the video plays %2; it runs %3 times as fast "
+                           "as life.")
+                            .arg(rate, 0, 'f', 1)
+                            .arg(fps)
+                            .arg(fps.toDouble() / qMax(rate, 0.01), 0, 'f', 2));
             }
         }
     }
@@ -271,7 +244,7 @@ int runVideo(const Options& options, int& argc, char** argv)
         return 130;
     if (session.isTold()) {
         // A file that failed half-way stays only where it can be played.
-        const Probe probe = probeFile(output);
+        const VideoProbe probe = probeVideo(output);
         if (info.size() == 0 || (probe.asked && (!probe.readable || probe.frames == 0)))
             session.dropOutput();
         return 1;

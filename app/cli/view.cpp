@@ -42,7 +42,7 @@ bool readViewOptions(const Options& options, ViewOptions& view, QString* error)
     if (options.has(QStringLiteral("view"))) {
         typedef ScenePanel::StandardView View;
         static const std::pair<const char*, View> names[] = {
-            {"front", View::Front}, {"back", View::Back}, {"left", View::Left},     {"right", View::Right},
+            {"front", View::Front}, {"back", View::Back},     {"left", View::Left},    {"right", View::Right},
             {"top", View::Top},     {"bottom", View::Bottom}, {"iso", View::Isometric}};
         bool known = false;
         for (const auto& [name, value] : names)

@@ -52,7 +52,8 @@ void ignore(int signal)
     sigaction(signal, &action, nullptr);
 }
 
-/// Where Qt's own messages go: into the log. What drawing in software says of itself at every start is nobody's concern.
+/// Where Qt's own messages go: into the log. What drawing in software says of itself at every start is nobody's
+/// concern.
 void onQtMessage(QtMsgType type, const QMessageLogContext&, const QString& message)
 {
     if (message.contains(QLatin1String("software rasterizer")) || message.contains(QLatin1String("XDG_RUNTIME_DIR")))
@@ -162,8 +163,7 @@ Startup::Startup(int& argc, char** argv, const StartOptions& options) : d(new Pr
     auto* events = tov::events::EventHandler::getInstance();
     events->registerEventTypes("Global");
     events->registerEventTypes("Scene");
-    tov::scene::SceneDrawer::setMultisampling(
-        tovSettings().value(QStringLiteral("settings/multisampling"), 0).toInt());
+    tov::scene::SceneDrawer::setMultisampling(tovSettings().value(QStringLiteral("settings/multisampling"), 0).toInt());
     const QColor background(tovSettings().value(QStringLiteral("settings/background")).toString());
     if (background.isValid())
         tov::scene::SceneDrawer::setBackgroundColor(background);

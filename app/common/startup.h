@@ -17,13 +17,14 @@ namespace tov::app {
 /// How the program is started.
 struct StartOptions
 {
-    bool window = false;  ///< a window will be shown; otherwise no display server is asked for
-    int logLevel = 2000;  ///< highest level of the records that standard error gets
-    QString settingsFile; ///< empty: the usual one
+    bool window = false;                          ///< a window will be shown; otherwise no display server is asked for
+    int logLevel = 2000;                          ///< highest level of the records that standard error gets
+    QString settingsFile;                         ///< empty: the usual one
     std::function<void(const QString&)> progress; ///< start-up messages; may be empty
 };
 
-/// Keeps the records of errors and what is printed on the console (commands print refusals there), so that a verb can say why it failed. Thread: any.
+/// Keeps the records of errors and what is printed on the console (commands print refusals there), so that a verb can
+/// say why it failed. Thread: any.
 class ErrorMemory : public tov::log::LogSink
 {
 public:

@@ -33,6 +33,8 @@ public:
     QVariant data(const QModelIndex& index, int role) const override;
     /// Adds a line of the console (not of the log).
     void addLine(const QString& line);
+    /// Puts records in that were kept before the model was there.
+    void addRecords(const std::vector<tov::log::LogRecord>& records) { append(records); }
     void clear();
 
 private:

@@ -1,6 +1,8 @@
 #include "app/viewer/dialogs.h"
 
+#include "app/viewer/glyphs.h"
 #include "app/viewer/parameterdialog.h"
+#include "app/viewer/theme.h"
 #include "kernel/main/command.h"
 #include "kernel/main/commandprocessor.h"
 #include "kernel/main/informationobject.h"
@@ -10,10 +12,13 @@
 #include "scene/scenedrawer.h"
 #include "scene/viewer.h"
 
+#include <QAction>
+#include <QApplication>
 #include <QColorDialog>
 #include <QComboBox>
 #include <QDialogButtonBox>
 #include <QFormLayout>
+#include <QHBoxLayout>
 #include <QHeaderView>
 #include <QLabel>
 #include <QPushButton>
@@ -53,6 +58,65 @@ AboutModulesDialog::AboutModulesDialog(const std::vector<tov::main::LoadFailure>
     layout->addWidget(tree);
     layout->addWidget(buttons);
     resize(820, 380);
+}
+
+AboutDialog::AboutDialog(QWidget* parent) : QDialog(parent)
+{
+    setObjectName(QStringLiteral("AboutDialog"));
+    setWindowTitle(tr("About tov"));
+    auto* icon = new QLabel(this);
+    icon->setPixmap(applicationIcon().pixmap(QSize(96, 96)));
+    auto* text = new QLabel(this);
+    text->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    text->setWordWrap(true);
+    text->setText(tr("<h2>tov %1</h2><p>3D scenes, pictures of any size and videos.</p>")
+                      .arg(QCoreApplication::applicationVersion()) +
+                  tr("<p>Drawn by: %1<br>Qt %2, built with %3</p>")
+                      .arg(tov::scene::Viewer::getInstance()->getRenderer().toHtmlEscaped(),
+                           QString::fromLatin1(qVersion()), QStringLiteral(QT_VERSION_STR)));
+    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close, this);
+    connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
+    auto* row = new QHBoxLayout;
+    row->setSpacing(18);
+    row->addWidget(icon, 0, Qt::AlignTop);
+    row->addWidget(text, 1);
+    auto* layout = new QVBoxLayout(this);
+    layout->addLayout(row);
+    layout->addWidget(buttons);
+    setMinimumWidth(440);
+}
+
+ShortcutsDialog::ShortcutsDialog(const QList<QAction*>& actions, QWidget* parent) : QDialog(parent)
+{
+    setObjectName(QStringLiteral("ShortcutsDialog"));
+    setWindowTitle(tr("Keys and mouse"));
+    auto* tree = new QTreeWidget(this);
+    tree->setHeaderLabels({tr("What"), tr("How")});
+    tree->setRootIsDecorated(false);
+    tree->setAlternatingRowColors(true);
+    const std::pair<QString, QString> mouse[] = {
+        {tr("Turn the view"), tr("Left button, arrow keys, Ctrl + wheel")},
+        {tr("Move the view"), tr("Middle or right button, Shift + left button, Shift + wheel")},
+        {tr("Zoom at the pointer"), tr("Wheel, two fingers, + and -")},
+        {tr("The panel's own menu"), tr("Right click")},
+    };
+    for (const auto& [what, how] : mouse)
+        new QTreeWidgetItem(tree, {what, how});
+    for (const QAction* action : actions)
+        if (!action->shortcut().isEmpty() && !action->text().isEmpty()) {
+            QString text = action->text().remove(QLatin1Char('&'));
+            if (text.endsWith(QLatin1String(" ...")))
+                text.chop(4);
+            new QTreeWidgetItem(tree, {text, action->shortcut().toString(QKeySequence::NativeText)});
+        }
+    for (int column = 0; column < 2; ++column)
+        tree->resizeColumnToContents(column);
+    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close, this);
+    connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
+    auto* layout = new QVBoxLayout(this);
+    layout->addWidget(tree);
+    layout->addWidget(buttons);
+    resize(600, 560);
 }
 
 PreferencesDialog::PreferencesDialog(const std::vector<std::pair<QString, tov::main::Command*>>& settings,
@@ -99,10 +163,12 @@ PreferencesDialog::PreferencesDialog(const std::vector<std::pair<QString, tov::m
     palette->addItem(tr("Light"), QStringLiteral("light"));
     palette->addItem(tr("Dark"), QStringLiteral("dark"));
     palette->setCurrentIndex(palette->findData(tovSettings().value(QStringLiteral("window/palette")).toString()));
-    palette->setToolTip(tr("Takes effect at the next start"));
-    connect(palette, QOverload<int>::of(&QComboBox::currentIndexChanged), this,
-            [palette] { tovSettings().setValue(QStringLiteral("window/palette"), palette->currentData()); });
-    form->addRow(tr("Colours (next start):"), palette);
+    palette->setObjectName(QStringLiteral("Palette"));
+    connect(palette, QOverload<int>::of(&QComboBox::currentIndexChanged), this, [palette] {
+        tovSettings().setValue(QStringLiteral("window/palette"), palette->currentData());
+        applyTheme(palette->currentData().toString());
+    });
+    form->addRow(tr("Colours:"), palette);
 
     // Each settings command opens its own dialog, which a module may also bring itself.
     for (const auto& [group, command] : settings) {

@@ -8,6 +8,8 @@
 #include <utility>
 #include <vector>
 
+class QAction;
+
 namespace tov::main {
 class Command;
 }
@@ -20,6 +22,22 @@ class AboutModulesDialog : public QDialog
     Q_OBJECT
 public:
     AboutModulesDialog(const std::vector<tov::main::LoadFailure>& failures, QWidget* parent);
+};
+
+/// "About tov": version, what draws, what it is built on.
+class AboutDialog : public QDialog
+{
+    Q_OBJECT
+public:
+    explicit AboutDialog(QWidget* parent);
+};
+
+/// Every shortcut of the window's actions, and what the mouse does.
+class ShortcutsDialog : public QDialog
+{
+    Q_OBJECT
+public:
+    ShortcutsDialog(const QList<QAction*>& actions, QWidget* parent);
 };
 
 /// Preferences: background, anti-aliasing, palette, and a page for each settings command. OK runs the settings commands

@@ -1,10 +1,12 @@
 #include "app/viewer/mainwindow.h"
 
 #include "app/common/output.h"
+#include "app/common/videoprobe.h"
 #include "app/viewer/commandactions.h"
 #include "app/viewer/consolewidget.h"
 #include "app/viewer/dialogs.h"
 #include "app/viewer/editqueue.h"
+#include "app/viewer/glyphs.h"
 #include "app/viewer/noticebar.h"
 #include "app/viewer/panelgrid.h"
 #include "app/viewer/parameterdialog.h"
@@ -27,6 +29,7 @@
 
 #include <QAbstractButton>
 #include <QActionGroup>
+#include <QPointer>
 #include <QPushButton>
 #include <QApplication>
 #include <QClipboard>
@@ -190,8 +193,8 @@ void MainWindow::createDocks()
 void MainWindow::createMenus()
 {
     auto* file = mp_Actions->addOwnMenu(tr("&File"), FileMenu);
-    auto* open = file->addAction(style()->standardIcon(QStyle::SP_DialogOpenButton), tr("&Open ..."), this,
-                                 &MainWindow::chooseFiles, QKeySequence::Open);
+    auto* open =
+        file->addAction(glyphIcon(Glyph::Open), tr("&Open ..."), this, &MainWindow::chooseFiles, QKeySequence::Open);
     open->setObjectName(QStringLiteral("OpenAction"));
     mp_RecentMenu = new RecentFiles(tr("Open &recent"), this);
     file->addMenu(mp_RecentMenu);
@@ -202,10 +205,12 @@ void MainWindow::createMenus()
     file->addAction(tr("&Copy view to clipboard"), this, &MainWindow::copyViewToClipboard,
                     QKeySequence(QStringLiteral("Ctrl+Shift+C")));
     file->addSeparator();
-    file->addAction(tr("&Preferences ..."), this, [this] {
-        PreferencesDialog dialog(mp_Actions->getSettings(), this);
-        dialog.exec();
-    });
+    file->addAction(tr("&Preferences ..."), this,
+                    [this] {
+                        PreferencesDialog dialog(mp_Actions->getSettings(), this);
+                        dialog.exec();
+                    })
+        ->setObjectName(QStringLiteral("PreferencesAction"));
     file->addSeparator();
     file->addAction(tr("&Quit"), this, &QWidget::close, QKeySequence::Quit);
 
@@ -249,22 +254,41 @@ void MainWindow::createMenus()
     for (const auto& [name, view] : views)
         mp_ViewMenu->addAction(name, this, onActive([view = view](ScenePanel* panel) { panel->setStandardView(view); }),
                                QKeySequence(key++));
+    mp_ViewMenu->addSeparator();
     createGuideMenu();
     mp_ViewMenu->addSeparator();
     for (auto* dock : findChildren<QDockWidget*>())
         mp_ViewMenu->addAction(dock->toggleViewAction());
     mp_ViewMenu->addAction(mp_Trajectory->toggleViewAction());
+    mp_ViewMenu->addSeparator();
+    auto* fullScreen =
+        mp_ViewMenu->addAction(tr("F&ull screen"), this, [this](bool full) { full ? showFullScreen() : showNormal(); });
+    fullScreen->setCheckable(true);
+    fullScreen->setShortcut(QKeySequence(Qt::Key_F11));
 
     auto* help = mp_Actions->addOwnMenu(tr("&Help"), HelpMenu);
-    help->addAction(tr("About &modules ..."), this, [this] {
-        AboutModulesDialog dialog(mp_Loader ? mp_Loader->getFailures() : std::vector<tov::main::LoadFailure>(), this);
-        dialog.exec();
-    });
-    help->addAction(tr("&About tov ..."), this, [this] {
-        QMessageBox::about(this, tr("About tov"),
-                           tr("<h3>tov %1</h3><p>3D scenes, pictures of any size and videos.</p>")
-                               .arg(QCoreApplication::applicationVersion()));
-    });
+    help->addAction(
+            tr("&Keys and mouse ..."), this,
+            [this] {
+                ShortcutsDialog dialog(findChildren<QAction*>(), this);
+                dialog.exec();
+            },
+            QKeySequence::HelpContents)
+        ->setObjectName(QStringLiteral("ShortcutsAction"));
+    help->addSeparator();
+    help->addAction(tr("About &modules ..."), this,
+                    [this] {
+                        AboutModulesDialog dialog(
+                            mp_Loader ? mp_Loader->getFailures() : std::vector<tov::main::LoadFailure>(), this);
+                        dialog.exec();
+                    })
+        ->setObjectName(QStringLiteral("AboutModulesAction"));
+    help->addAction(tr("&About tov ..."), this,
+                    [this] {
+                        AboutDialog dialog(this);
+                        dialog.exec();
+                    })
+        ->setObjectName(QStringLiteral("AboutAction"));
 }
 
 void MainWindow::createGuideMenu()
@@ -462,7 +486,17 @@ void MainWindow::runEnded(const CommandRunPointer& run)
             if (size.isValid())
                 text += tr(", %1 x %2 pixels").arg(size.width()).arg(size.height());
             text += tr(", done in %1").arg(durationText((started.clock.elapsed() + 500) / 1000));
-            mp_Notices->showFile(text, started.fileName);
+            const QPointer<QLabel> label = mp_Notices->showFile(text, started.fileName);
+            // A picture has told its size already; a video is asked.
+            if (!size.isValid())
+                tov::app::probeVideo(started.fileName, this, [label, text](const tov::app::VideoProbe& probe) {
+                    if (!label || !probe.asked)
+                        return;
+                    label->setText(probe.readable ? text + tr(", %1 frames, %2 s long")
+                                                               .arg(probe.frames)
+                                                               .arg(QLocale().toString(probe.seconds, 'f', 1))
+                                                  : text + tr(", but it cannot be read back"));
+                });
         } else {
             // An empty file of this run's own making only looks like a result.
             if (!started.existed && info.isFile() && info.size() == 0)

@@ -1,11 +1,13 @@
 #include "app/viewer/noticebar.h"
 
+#include "app/viewer/glyphs.h"
 #include <QDesktopServices>
 #include <QFileInfo>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
 #include <QStyle>
+#include <QTimer>
 #include <QToolButton>
 #include <QUrl>
 #include <QVBoxLayout>
@@ -39,8 +41,7 @@ QWidget* NoticeBar::add(Kind kind, const QString& text)
     auto* layout = new QHBoxLayout(row);
     layout->setContentsMargins(8, 4, 4, 4);
     auto* icon = new QLabel(row);
-    icon->setPixmap(
-        style()->standardIcon(warning ? QStyle::SP_MessageBoxWarning : QStyle::SP_DialogApplyButton).pixmap(18, 18));
+    icon->setPixmap(glyphIcon(warning ? Glyph::Warning : Glyph::Done).pixmap(window()->windowHandle(), QSize(18, 18)));
     layout->addWidget(icon);
     auto* label = new QLabel(text, row);
     label->setObjectName(QStringLiteral("NoticeText"));
@@ -49,12 +50,14 @@ QWidget* NoticeBar::add(Kind kind, const QString& text)
     layout->addWidget(label, 1);
     auto* close = new QToolButton(row);
     close->setAutoRaise(true);
-    close->setIcon(style()->standardIcon(QStyle::SP_TitleBarCloseButton));
+    close->setIcon(glyphIcon(Glyph::Close));
     close->setToolTip(tr("Close this message"));
     connect(close, &QToolButton::clicked, row, [this, row] {
         row->deleteLater();
         if (mp_Layout->count() <= 1)
             hide();
+        else
+            QTimer::singleShot(0, this, &QWidget::adjustSize);
     });
     layout->addWidget(close);
     mp_Layout->addWidget(row);
@@ -67,18 +70,25 @@ void NoticeBar::showMessage(Kind kind, const QString& text)
     add(kind, text);
 }
 
-void NoticeBar::showFile(const QString& text, const QString& fileName)
+QPointer<QLabel> NoticeBar::showFile(const QString& text, const QString& fileName)
 {
     QWidget* row = add(Kind::Information, text);
     auto* layout = static_cast<QHBoxLayout*>(row->layout());
+    // Styles cut the text of some buttons close; a little more room on both sides.
+    const auto widen = [](QPushButton* button) {
+        button->setMinimumWidth(button->fontMetrics().horizontalAdvance(button->text()) + 24);
+    };
     auto* open = new QPushButton(tr("Open"), row);
     connect(open, &QPushButton::clicked, row,
             [fileName] { QDesktopServices::openUrl(QUrl::fromLocalFile(QFileInfo(fileName).absoluteFilePath())); });
     auto* folder = new QPushButton(tr("Open folder"), row);
     connect(folder, &QPushButton::clicked, row,
             [fileName] { QDesktopServices::openUrl(QUrl::fromLocalFile(QFileInfo(fileName).absolutePath())); });
+    widen(open);
+    widen(folder);
     layout->insertWidget(layout->count() - 1, open);
     layout->insertWidget(layout->count() - 1, folder);
+    return row->findChild<QLabel*>(QStringLiteral("NoticeText"));
 }
 
 QStringList NoticeBar::getTexts() const

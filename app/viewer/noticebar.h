@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QLabel>
+#include <QPointer>
 #include <QWidget>
 
 class QVBoxLayout;
@@ -20,7 +22,8 @@ public:
     explicit NoticeBar(QWidget* parent = nullptr);
     void showMessage(Kind kind, const QString& text);
     /// A finished picture or video, with buttons that open it or its folder.
-    void showFile(const QString& text, const QString& fileName);
+    /// Returns the label, to which more may be added while it is there.
+    QPointer<QLabel> showFile(const QString& text, const QString& fileName);
     /// The texts shown, oldest first.
     QStringList getTexts() const;
 

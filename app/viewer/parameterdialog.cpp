@@ -30,6 +30,9 @@ struct ParameterField
 
 namespace {
 
+/// Room for the text below an editor, in pixels, so that it wraps into two lines at most as a rule.
+constexpr int HintWidth = 340;
+
 class TextPanel : public ParameterPanel
 {
 public:
@@ -160,9 +163,11 @@ ParameterDialog::ParameterDialog(tov::main::Command* prototype, QWidget* parent)
 
             auto* column = new QVBoxLayout;
             column->setSpacing(2);
-            column->addWidget(editor);
+            // An editor that is no wider than it must be does not narrow the text below it.
+            column->addWidget(editor, 0, editor->maximumWidth() < QWIDGETSIZE_MAX ? Qt::AlignLeft : Qt::Alignment());
             auto* hint = new QLabel(parameter->getDescription(), this);
             hint->setWordWrap(true);
+            hint->setMinimumWidth(HintWidth);
             hint->setForegroundRole(QPalette::Text);
             QFont small = hint->font();
             small.setPointSizeF(small.pointSizeF() * 0.9);
@@ -247,6 +252,8 @@ bool ParameterDialog::isComplete() const
 
 void ParameterDialog::validate()
 {
+    const bool dark = palette().color(QPalette::Window).lightness() < 128;
+    const QString red = dark ? QStringLiteral("#ff9b91") : QStringLiteral("#b02018");
     bool complete = true;
     for (const auto& field : m_Fields) {
         const QString problem = problemOf(*field);
@@ -254,7 +261,7 @@ void ParameterDialog::validate()
         // An empty field is no mistake yet: it holds OK back, but only wrong input is marked in red.
         const bool marked = wrong && !field->panel->getText().isEmpty();
         field->message->setText(wrong ? problem : field->parameter->getDescription());
-        field->message->setStyleSheet(marked ? QStringLiteral("color: #c0392b;") : QString());
+        field->message->setStyleSheet(marked ? QStringLiteral("color: %1;").arg(red) : QString());
         complete = complete && !wrong;
     }
     mp_Buttons->button(QDialogButtonBox::Ok)->setEnabled(complete);

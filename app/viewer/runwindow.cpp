@@ -2,17 +2,49 @@
 
 #include "app/cli/verbs.h"
 #include "app/common/startup.h"
+#include "app/viewer/consolewidget.h"
+#include "app/viewer/glyphs.h"
 #include "app/viewer/mainwindow.h"
 #include "app/viewer/panelgrid.h"
 #include "app/viewer/splash.h"
+#include "app/viewer/theme.h"
+#include "kernel/main/settings.h"
 #include "plugins/platform/select/headless.h"
 #include "scene/viewer.h"
 
 #include <QApplication>
 
 #include <memory>
+#include <mutex>
+#include <utility>
 
 namespace tov::viewer {
+
+namespace {
+
+/// Keeps what is logged before there is a console to show it.
+class EarlyLog : public tov::log::LogSink
+{
+public:
+    EarlyLog() { tov::log::Logger::addSink(this); }
+    ~EarlyLog() override { tov::log::Logger::removeSink(this); }
+    void write(const tov::log::LogRecord& record) override
+    {
+        std::lock_guard<std::mutex> guard(m_Mutex);
+        m_Records.push_back(record);
+    }
+    std::vector<tov::log::LogRecord> take()
+    {
+        std::lock_guard<std::mutex> guard(m_Mutex);
+        return std::move(m_Records);
+    }
+
+private:
+    std::mutex m_Mutex;
+    std::vector<tov::log::LogRecord> m_Records; ///< guarded by m_Mutex
+};
+
+} // namespace
 
 int runWindow(const tov::app::Options& options, int& argc, char** argv)
 {
@@ -25,17 +57,31 @@ int runWindow(const tov::app::Options& options, int& argc, char** argv)
     start.window = true;
     start.logLevel = options.has(QStringLiteral("verbose")) ? 1000000 : 0;
     start.settingsFile = options.value(QStringLiteral("settings"));
+    // The first thing that a module says finds the application dressed already.
+    bool dressed = false;
+    const auto dress = [&dressed] {
+        if (std::exchange(dressed, true))
+            return;
+        QApplication::setWindowIcon(applicationIcon());
+        QGuiApplication::setDesktopFileName(QStringLiteral("tov"));
+        applyTheme(tovSettings().value(QStringLiteral("window/palette")).toString());
+    };
     std::unique_ptr<Splash> splash;
-    start.progress = [&splash](const QString& message) {
+    start.progress = [&splash, &dress](const QString& message) {
         if (!splash) {
+            dress();
             splash = std::make_unique<Splash>();
             splash->show();
         }
         splash->say(message);
     };
+    auto early = std::make_unique<EarlyLog>();
     tov::app::Startup startup(argc, argv, start);
+    dress();
     MainWindow window(&startup.getLoader());
     startup.setInterruptHandler([&window](int) { window.close(); });
+    window.getConsole()->getModel()->addRecords(early->take());
+    early.reset();
     window.show();
     if (splash)
         splash->finish(&window);

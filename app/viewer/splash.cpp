@@ -1,10 +1,9 @@
 #include "app/viewer/splash.h"
 
+#include "app/viewer/glyphs.h"
 #include <QApplication>
 #include <QLinearGradient>
 #include <QPainter>
-
-#include <cmath>
 
 namespace tov::viewer {
 
@@ -23,21 +22,7 @@ QPixmap picture(qreal ratio)
     sky.setColorAt(0, QColor(38, 52, 74));
     sky.setColorAt(1, QColor(20, 26, 38));
     painter.fillRect(0, 0, Width, Height, sky);
-    // A cube in isometric projection: its six corners lie 60 degrees apart, the seventh in the middle.
-    const QPointF middle(Width - 110, 100);
-    const double edge = 62;
-    const auto corner = [&](double degrees) {
-        const double angle = degrees * 3.14159265358979323846 / 180;
-        return middle + QPointF(edge * std::cos(angle), -edge * std::sin(angle));
-    };
-    const auto face = [&](double first, const QColor& color) {
-        painter.setPen(QPen(color.darker(130), 1));
-        painter.setBrush(color);
-        painter.drawPolygon(QPolygonF({middle, corner(first), corner(first + 60), corner(first + 120)}));
-    };
-    face(30, QColor(122, 186, 255));
-    face(150, QColor(64, 128, 214));
-    face(270, QColor(40, 88, 160));
+    paintApplicationIcon(painter, QRectF(Width - 190, 30, 140, 140));
     painter.setPen(Qt::white);
     QFont font = QApplication::font();
     font.setPixelSize(58);

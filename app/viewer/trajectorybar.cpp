@@ -1,5 +1,6 @@
 #include "app/viewer/trajectorybar.h"
 
+#include "app/viewer/glyphs.h"
 #include "kernel/main/settings.h"
 #include "scene/scenepanel.h"
 #include "scene/viewer.h"
@@ -11,7 +12,6 @@
 #include <QLabel>
 #include <QMenu>
 #include <QSlider>
-#include <QStyle>
 #include <QToolButton>
 
 namespace tov::viewer {
@@ -21,9 +21,9 @@ using tov::trajectory::TrajectoryHandler;
 TrajectoryBar::TrajectoryBar(QWidget* parent) : QToolBar(tr("Trajectory"), parent)
 {
     setObjectName(QStringLiteral("TrajectoryBar"));
-    auto* open = addAction(style()->standardIcon(QStyle::SP_DialogOpenButton), tr("Open trajectory ..."));
+    auto* open = addAction(glyphIcon(Glyph::Open), tr("Open trajectory ..."));
     connect(open, &QAction::triggered, this, &TrajectoryBar::chooseFile);
-    auto* turntable = addAction(style()->standardIcon(QStyle::SP_BrowserReload), tr("Turntable ..."));
+    auto* turntable = addAction(glyphIcon(Glyph::Turntable), tr("Turntable ..."));
     connect(turntable, &QAction::triggered, this, [this] {
         bool accepted = false;
         const int count =
@@ -33,13 +33,13 @@ TrajectoryBar::TrajectoryBar(QWidget* parent) : QToolBar(tr("Trajectory"), paren
             emit failed(error);
     });
     addSeparator();
-    mp_Back = addAction(style()->standardIcon(QStyle::SP_MediaSkipBackward), tr("Previous position"));
-    mp_Play = addAction(style()->standardIcon(QStyle::SP_MediaPlay), tr("Play"));
+    mp_Back = addAction(glyphIcon(Glyph::Previous), tr("Previous position"));
+    mp_Play = addAction(glyphIcon(Glyph::Play), tr("Play"));
     mp_Play->setCheckable(true);
-    mp_Forward = addAction(style()->standardIcon(QStyle::SP_MediaSkipForward), tr("Next position"));
+    mp_Forward = addAction(glyphIcon(Glyph::Next), tr("Next position"));
     connect(mp_Back, &QAction::triggered, this, [this] { step(-1); });
     connect(mp_Forward, &QAction::triggered, this, [this] { step(1); });
-    mp_Loop = addAction(tr("Loop"));
+    mp_Loop = addAction(glyphIcon(Glyph::Loop), tr("Loop"));
     mp_Loop->setCheckable(true);
     mp_Loop->setToolTip(tr("Begin again at the first position after the last"));
     mp_Slider = new QSlider(Qt::Horizontal, this);
@@ -50,7 +50,7 @@ TrajectoryBar::TrajectoryBar(QWidget* parent) : QToolBar(tr("Trajectory"), paren
     mp_Label->setMinimumWidth(100);
     mp_Label->setAlignment(Qt::AlignCenter);
     addWidget(mp_Label);
-    mp_Follow = addAction(tr("Camera follows"));
+    mp_Follow = addAction(glyphIcon(Glyph::Camera), tr("Camera follows"));
     mp_Follow->setCheckable(true);
     mp_Follow->setToolTip(tr("Whether the trajectory's camera moves the active panel"));
     connect(mp_Follow, &QAction::toggled, this, [](bool follows) {
@@ -79,7 +79,7 @@ TrajectoryBar::TrajectoryBar(QWidget* parent) : QToolBar(tr("Trajectory"), paren
     });
     connect(mp_Play, &QAction::toggled, this, [this](bool play) {
         auto* trajectory = TrajectoryHandler::getInstance();
-        mp_Play->setIcon(style()->standardIcon(play ? QStyle::SP_MediaPause : QStyle::SP_MediaPlay));
+        mp_Play->setIcon(glyphIcon(play ? Glyph::Pause : Glyph::Play));
         mp_Play->setText(play ? tr("Pause") : tr("Play"));
         if (play && trajectory->getPosition() + 1 >= trajectory->getCount())
             trajectory->setPosition(0);

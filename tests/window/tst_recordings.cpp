@@ -41,7 +41,7 @@ TEST_F(WindowRecordings, DialogRecordsAlongTheTrajectory)
     });
     ASSERT_TRUE(waitForNoRuns());
     EXPECT_EQ(countFrames(file("turn.mp4")), 12);
-    EXPECT_TRUE(noticeContains("turn.mp4"));
+    EXPECT_TRUE(processUntil([this] { return noticeContains("12 frames"); }));
 }
 
 TEST_F(WindowRecordings, WithoutATrajectoryThePersonIsToldAtOnce)

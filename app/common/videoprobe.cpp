@@ -1,0 +1,73 @@
+#include "app/common/videoprobe.h"
+
+#include <QProcess>
+#include <QStandardPaths>
+
+namespace tov::app {
+
+namespace {
+
+constexpr int LimitMs = 120000;
+
+QString program()
+{
+    return QStandardPaths::findExecutable(QStringLiteral("ffprobe"));
+}
+
+QStringList arguments(const QString& fileName)
+{
+    return {QStringLiteral("-v"),
+            QStringLiteral("error"),
+            QStringLiteral("-select_streams"),
+            QStringLiteral("v:0"),
+            QStringLiteral("-count_packets"),
+            QStringLiteral("-show_entries"),
+            QStringLiteral("stream=nb_read_packets:format=duration"),
+            QStringLiteral("-of"),
+            QStringLiteral("default=noprint_wrappers=1"),
+            QStringLiteral("-i"),
+            QStringLiteral("file:") + fileName};
+}
+
+VideoProbe answerOf(QProcess& process)
+{
+    VideoProbe probe;
+    if (process.exitStatus() != QProcess::NormalExit)
+        return probe;
+    probe.asked = true;
+    for (const QByteArray& line : process.readAllStandardOutput().split('\n')) {
+        if (line.startsWith("nb_read_packets="))
+            probe.frames = line.mid(16).toLongLong();
+        else if (line.startsWith("duration="))
+            probe.seconds = line.mid(9).toDouble();
+    }
+    probe.readable = process.exitCode() == 0 && probe.frames >= 0;
+    return probe;
+}
+
+} // namespace
+
+VideoProbe probeVideo(const QString& fileName)
+{
+    if (program().isEmpty())
+        return VideoProbe();
+    QProcess process;
+    process.start(program(), arguments(fileName));
+    return process.waitForFinished(LimitMs) ? answerOf(process) : VideoProbe();
+}
+
+void probeVideo(const QString& fileName, QObject* context, std::function<void(const VideoProbe&)> done)
+{
+    if (program().isEmpty())
+        return;
+    // Ends with the context: a process that is still busy then is killed by its destructor.
+    auto* process = new QProcess(context);
+    QObject::connect(process, QOverload<int, QProcess::ExitStatus>::of(&QProcess::finished), context,
+                     [process, done = std::move(done)] {
+                         process->deleteLater();
+                         done(answerOf(*process));
+                     });
+    process->start(program(), arguments(fileName));
+}
+
+} // namespace tov::app

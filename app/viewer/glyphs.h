@@ -1,0 +1,32 @@
+#pragma once
+
+#include <QIcon>
+
+namespace tov::viewer {
+
+/// The window's own small drawings. They are drawn when they are painted, in the palette's text colour: crisp at any
+/// scale, readable in light and dark.
+enum class Glyph
+{
+    Open,
+    Turntable,
+    Previous,
+    Play,
+    Pause,
+    Next,
+    Loop,
+    Camera,
+    Close,
+    Warning,
+    Done,
+};
+
+/// Thread: application.
+QIcon glyphIcon(Glyph glyph);
+
+/// The program's own icon, a cube, drawn at the usual sizes.
+QIcon applicationIcon();
+/// The same into a square of the painter's, for pictures of it.
+void paintApplicationIcon(QPainter& painter, const QRectF& square);
+
+} // namespace tov::viewer
