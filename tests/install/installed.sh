@@ -1,0 +1,81 @@
+#!/usr/bin/env bash
+# Installs the build tree into a folder that is then moved, and tries what lies there: the program, what a desktop reads,
+# and how every library was linked.
+set -uo pipefail
+cmake=$1 build=$2 source=$3
+folder=$(mktemp -d)
+trap 'rm -rf "$folder"' EXIT
+count=0 good=0
+check() { # WHAT COMMAND...
+  count=$((count + 1))
+  local what=$1 output
+  shift
+  if output=$("$@" 2>&1); then
+    good=$((good + 1))
+  else
+    echo "FAILED: $what"
+    printf '%s\n' "$output" | head -n 20
+  fi
+}
+contains() { # TEXT COMMAND...
+  local text=$1
+  shift
+  # Not quietly: a reader that stops early would end the writer, too.
+  "$@" 2>&1 | grep -F -- "$text" >/dev/null
+}
+
+check "installing" "$cmake" --install "$build" --prefix "$folder/first"
+mv "$folder/first" "$folder/moved place"
+prefix="$folder/moved place"
+export TOV_SETTINGS="$folder/settings.ini"
+unset DISPLAY WAYLAND_DISPLAY
+
+check "version" contains "tov 0." "$prefix/bin/tov" --version
+check "modules are found" contains "Grab" "$prefix/bin/tov" modules
+check "encoders are found" contains "mp4" "$prefix/bin/tov" encoders
+check "encoders with folders of their own are found" contains "frames" "$prefix/bin/tov" encoders
+check "a picture" "$prefix/bin/tov" image "$source/samples/crane.obj" -o "$folder/a.png" --width 200
+check "the picture's size" contains "200 x" file "$folder/a.png"
+check "a video" "$prefix/bin/tov" video "$source/samples/crane.obj" -o "$folder/a.mp4" --size 160x120 --turntable 5
+check "the video's frames" contains "nb_read_frames=5" ffprobe -v error -count_frames -show_entries stream=nb_read_frames \
+  "$folder/a.mp4"
+
+check "desktop file" desktop-file-validate "$prefix/share/applications/tov.desktop"
+check "the desktop file's icon is there" test -s "$prefix/share/icons/hicolor/scalable/apps/tov.svg"
+mkdir -p "$folder/data/mime/packages"
+cp "$prefix/share/mime/packages/tov.xml" "$folder/data/mime/packages/"
+check "MIME types" update-mime-database "$folder/data/mime"
+for type in application/x-tov-ply application/x-tov-trajectory; do
+  check "MIME type $type is in the desktop file" grep -q "$type" "$prefix/share/applications/tov.desktop"
+  check "MIME type $type is declared" test -s "$folder/data/mime/$type.xml"
+done
+
+# How the files were linked: search paths beside the file only, everything resolved at the start, nothing both writable
+# and executable, positions that are drawn anew at each start, a guarded stack.
+only_origin() {
+  local path
+  path=$(readelf -dW "$1" | sed -n 's/.*(\(RUNPATH\|RPATH\)).*\[\(.*\)\]/\2/p')
+  [ -z "$path" ] || ! tr ':' '\n' <<<"$path" | grep -qv '^\$ORIGIN\(/\|$\)'
+}
+all_now() { readelf -dW "$1" | grep 'BIND_NOW\|FLAGS_1.*NOW' >/dev/null; }
+relro() { readelf -lW "$1" | grep -q GNU_RELRO; }
+plain_stack() { readelf -lW "$1" | grep GNU_STACK | grep ' RW ' >/dev/null; }
+movable() { readelf -hW "$1" | grep 'Type: *DYN' >/dev/null; }
+guarded() { readelf -sW --dyn-syms "$1" | grep '__stack_chk_fail' >/dev/null; }
+files=0
+while IFS= read -r -d '' file; do
+  head -c 4 "$file" | grep -q ELF || continue
+  files=$((files + 1))
+  name=${file#"$prefix/"}
+  check "$name: search path" only_origin "$file"
+  check "$name: bound at start" all_now "$file"
+  check "$name: relocations read-only" relro "$file"
+  check "$name: stack not executable" plain_stack "$file"
+  check "$name: position independent" movable "$file"
+  check "$name: stack guarded" guarded "$file"
+  check "$name: not writable by others" test -z "$(find "$file" -perm /022)"
+done < <(find "$prefix" -type f -print0)
+check "there are files to check" test "$files" -ge 8
+
+echo "$good of $count"
+[ "$good" -eq "$count" ]
