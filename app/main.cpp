@@ -1,10 +1,12 @@
 #include "app/cli/options.h"
 #include "app/cli/verbs.h"
 #include "app/common/startup.h"
+#include "app/common/translation.h"
 #ifdef TOV_WINDOW
 #include "app/viewer/runwindow.h"
 #endif
 
+#include <QCoreApplication>
 #include <QFile>
 
 #include <cstdio>
@@ -18,11 +20,16 @@ int main(int argc, char** argv)
         arguments << QFile::decodeName(argv[i]);
     Options options;
     QString error;
-    if (!readOptions(arguments, options, &error)) {
-        printError(error);
-        return 2;
-    }
-    if (options.has(QStringLiteral("help"))) {
+    if (!readOptions(arguments, options, &error) || options.has(QStringLiteral("help"))) {
+        // Translations need an application object; what is printed here needs nothing else of it.
+        int count = 1;
+        QCoreApplication application(count, argv);
+        installTranslations();
+        options = Options();
+        if (!readOptions(arguments, options, &error)) {
+            printError(error);
+            return 2;
+        }
         std::fputs(helpText(options.verb).toLocal8Bit().constData(), stdout);
         return std::fflush(stdout) == 0 ? 0 : 1;
     }

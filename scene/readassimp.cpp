@@ -18,7 +18,7 @@ namespace {
 
 QString tr(const char* text)
 {
-    return QCoreApplication::translate("SceneImport", text);
+    return QCoreApplication::translate("tov::scene", text);
 }
 
 class ProgressBridge : public Assimp::ProgressHandler

@@ -18,7 +18,7 @@ namespace {
 
 QString tr(const char* text)
 {
-    return QCoreApplication::translate("SceneImport", text);
+    return QCoreApplication::translate("tov::scene", text);
 }
 
 /// Walks over the words of a text file and knows the line.

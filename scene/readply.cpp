@@ -15,7 +15,7 @@ namespace {
 
 QString tr(const char* text)
 {
-    return QCoreApplication::translate("SceneImport", text);
+    return QCoreApplication::translate("tov::scene", text);
 }
 
 enum class Type
@@ -87,6 +87,7 @@ bool typeOf(std::string_view word, Type& type)
 /// Reads the values of the body one after the other.
 class Body
 {
+    Q_DECLARE_TR_FUNCTIONS(tov::scene::Body)
 public:
     Body(Format format, const char* at, const char* end, std::size_t line)
         : m_Format(format), mp_At(at), mp_End(end), m_Line(line)

@@ -14,7 +14,7 @@ namespace {
 
 QString tr(const char* text)
 {
-    return QCoreApplication::translate("SceneImport", text);
+    return QCoreApplication::translate("tov::scene", text);
 }
 
 struct Position

@@ -21,7 +21,7 @@ namespace {
 
 QString tr(const char* text)
 {
-    return QCoreApplication::translate("SceneImport", text);
+    return QCoreApplication::translate("tov::scene", text);
 }
 
 /// Formats that the import library reads and that were tried; our own readers come first.

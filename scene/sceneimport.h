@@ -2,6 +2,7 @@
 
 #include "kernel/main/export.h"
 
+#include <QCoreApplication>
 #include <QString>
 #include <QStringList>
 
@@ -14,6 +15,7 @@ class SceneElement;
 /// Reads models from files.
 class TOV_EXPORT SceneImport
 {
+    Q_DECLARE_TR_FUNCTIONS(tov::scene::SceneImport)
 public:
     /// Percent 0 to 100; return false to cancel. Called on the importing thread.
     typedef std::function<bool(int percent)> Progress;

@@ -14,7 +14,7 @@ namespace {
 
 QString tr(const char* text)
 {
-    return QCoreApplication::translate("TrajectoryReader", text);
+    return QCoreApplication::translate("tov::trajectory", text);
 }
 
 bool complain(QString* error, int line, const QString& what)

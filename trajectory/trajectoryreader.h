@@ -4,6 +4,7 @@
 #include "trajectory/advancedtrajectoryinfo.h"
 #include "trajectory/trajectoryinfo.h"
 
+#include <QCoreApplication>
 #include <QByteArray>
 #include <QString>
 
@@ -13,6 +14,7 @@ namespace tov::trajectory {
 /// lines. Thread: any.
 class TOV_EXPORT TrajectoryReader
 {
+    Q_DECLARE_TR_FUNCTIONS(tov::trajectory::TrajectoryReader)
 public:
     /// "x,y,z" a line; blanks or semicolons part as well; "#" begins a comment; a heading line is skipped.
     static bool readCsv(const QByteArray& data, std::vector<Point>& points, QString* error);

@@ -10,7 +10,7 @@ namespace {
 
 QString tr(const char* text)
 {
-    return QCoreApplication::translate("CommandLine", text);
+    return QCoreApplication::translate("tov::app", text);
 }
 
 struct Option

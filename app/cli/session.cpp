@@ -23,11 +23,6 @@ using tov::main::Overseer;
 
 namespace {
 
-QString tr(const char* text)
-{
-    return QCoreApplication::translate("CommandLine", text);
-}
-
 StartOptions startOptions(const Options& options)
 {
     StartOptions start;

@@ -6,6 +6,8 @@
 #include "app/common/startup.h"
 #include "kernel/main/commandprocessor.h"
 
+#include <QCoreApplication>
+
 #include <memory>
 
 namespace tov::app {
@@ -13,6 +15,7 @@ namespace tov::app {
 /// One call of a verb that loads models and runs commands. Thread: application.
 class Session
 {
+    Q_DECLARE_TR_FUNCTIONS(tov::app::Session)
 public:
     Session(const Options& options, int& argc, char** argv);
     ~Session();

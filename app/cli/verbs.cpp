@@ -32,7 +32,7 @@ namespace {
 
 QString tr(const char* text)
 {
-    return QCoreApplication::translate("CommandLine", text);
+    return QCoreApplication::translate("tov::app", text);
 }
 
 void print(const QString& line)

@@ -34,7 +34,7 @@ namespace {
 
 QString tr(const char* text)
 {
-    return QCoreApplication::translate("CommandLine", text);
+    return QCoreApplication::translate("tov::app", text);
 }
 
 /// Why no encoder is known for the file, with what is known.

@@ -9,7 +9,7 @@ namespace {
 
 QString tr(const char* text)
 {
-    return QCoreApplication::translate("CommandLine", text);
+    return QCoreApplication::translate("tov::app", text);
 }
 
 } // namespace

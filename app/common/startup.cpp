@@ -1,5 +1,6 @@
 #include "app/common/startup.h"
 
+#include "app/common/translation.h"
 #include "kernel/events/eventhandler.h"
 #include "kernel/log/console.h"
 #include "kernel/log/terminalsink.h"
@@ -140,6 +141,7 @@ Startup::Startup(int& argc, char** argv, const StartOptions& options) : d(new Pr
     d->application = std::make_unique<QApplication>(argc, argv);
     std::setlocale(LC_NUMERIC, "C");
     QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
+    installTranslations();
     if (!options.settingsFile.isEmpty())
         tov::main::setSettingsFile(options.settingsFile);
 

@@ -1,5 +1,6 @@
 #include "app/viewer/commandactions.h"
 
+#include "app/viewer/commandtexts.h"
 #include "kernel/main/command.h"
 #include "kernel/main/commandprocessor.h"
 #include "kernel/main/module.h"
@@ -127,8 +128,8 @@ void CommandActions::rebuild()
             action->setObjectName(gui->getCommandName());
             if (gui->getIcon())
                 action->setIcon(*gui->getIcon());
-            action->setToolTip(command->getDescriptor()->getDescription());
-            action->setStatusTip(command->getDescriptor()->getDescription());
+            action->setToolTip(commandText(command->getDescriptor()->getDescription()));
+            action->setStatusTip(commandText(command->getDescriptor()->getDescription()));
             action->setEnabled(!command->isDisabled());
             if (settings)
                 action->setMenuRole(QAction::NoRole);

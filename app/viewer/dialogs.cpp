@@ -1,5 +1,6 @@
 #include "app/viewer/dialogs.h"
 
+#include "app/viewer/commandtexts.h"
 #include "app/viewer/glyphs.h"
 #include "app/viewer/parameterdialog.h"
 #include "app/viewer/theme.h"
@@ -25,6 +26,8 @@
 #include <QTreeWidget>
 #include <QVBoxLayout>
 
+#include <algorithm>
+
 namespace tov::viewer {
 
 AboutModulesDialog::AboutModulesDialog(const std::vector<tov::main::LoadFailure>& failures, QWidget* parent)
@@ -38,7 +41,7 @@ AboutModulesDialog::AboutModulesDialog(const std::vector<tov::main::LoadFailure>
         auto* information = module->getInformationObject();
         if (!information)
             continue;
-        auto* item = new QTreeWidgetItem(tree, {information->getName(), information->getDescription()});
+        auto* item = new QTreeWidgetItem(tree, {information->getName(), commandText(information->getDescription())});
         item->setIcon(0, information->getIcon());
         for (const auto& record : information->getAdditionalInformations())
             new QTreeWidgetItem(item, {record.name, record.description, record.version, record.author});
@@ -116,7 +119,7 @@ ShortcutsDialog::ShortcutsDialog(const QList<QAction*>& actions, QWidget* parent
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(tree);
     layout->addWidget(buttons);
-    resize(600, 560);
+    resize(std::max(600, tree->columnWidth(0) + tree->columnWidth(1) + 60), 600);
 }
 
 PreferencesDialog::PreferencesDialog(const std::vector<std::pair<QString, tov::main::Command*>>& settings,

@@ -1,5 +1,6 @@
 #include "app/viewer/parameterdialog.h"
 
+#include "app/viewer/commandtexts.h"
 #include "kernel/gui/parameterpanelfactory.h"
 #include "kernel/main/abstractparameter.h"
 #include "kernel/main/parameterset.h"
@@ -121,7 +122,7 @@ bool isSetting(const tov::main::Command& command)
 
 QString labelOf(const AbstractParameter& parameter)
 {
-    QString name = parameter.getName();
+    QString name = commandText(parameter.getName());
     if (!name.isEmpty())
         name[0] = name[0].toUpper();
     return name + QLatin1Char(':');
@@ -137,7 +138,7 @@ ParameterDialog::ParameterDialog(tov::main::Command* prototype, QWidget* parent)
     setWindowTitle(gui ? gui->getLabel() : prototype->getDescriptor()->getName());
 
     auto* layout = new QVBoxLayout(this);
-    auto* heading = new QLabel(prototype->getDescriptor()->getDescription(), this);
+    auto* heading = new QLabel(commandText(prototype->getDescriptor()->getDescription()), this);
     heading->setWordWrap(true);
     layout->addWidget(heading);
 

@@ -41,6 +41,7 @@ protected:
         arguments.insert(arguments.isEmpty() ? 0 : 1, QStringLiteral("--settings=") + path("settings.ini"));
         return arguments;
     }
+    QString language; ///< of the person, e.g. "de_DE.UTF-8"
     Result run(const QStringList& arguments, const QByteArray& shell = QByteArray())
     {
         QProcess process;
@@ -49,6 +50,8 @@ protected:
         for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM", "QT_QPA_EGLFS_INTEGRATION"})
             environment.remove(QLatin1String(name));
         environment.insert(QStringLiteral("TOV_SETTINGS"), path("settings.ini"));
+        environment.remove(QStringLiteral("LC_ALL"));
+        environment.insert(QStringLiteral("LANG"), language.isEmpty() ? QStringLiteral("C.UTF-8") : language);
         process.setProcessEnvironment(environment);
         if (shell.isEmpty())
             process.start(Program, arguments);
@@ -93,6 +96,16 @@ TEST_F(CliTest, HelpAndVersion)
         EXPECT_TRUE(one.out.startsWith(QStringLiteral("tov ") + QLatin1String(verb)));
     }
     EXPECT_EQ(run({"--version"}).out, "tov 0.1.0\n");
+}
+
+TEST_F(CliTest, LocaleBringsTheLanguage)
+{
+    language = QStringLiteral("de_DE.UTF-8");
+    EXPECT_TRUE(run({"--help"}).out.contains(QStringLiteral("zeigt 3D-Szenen")));
+    expectFailure(run({"--nonsense"}), 2, "es gibt keine Option --nonsense");
+    expectFailure(run({"image", "absent.obj", "-o", "a.png"}), 1, "diese Datei gibt es nicht");
+    language = QStringLiteral("fr_FR.UTF-8");
+    expectFailure(run({"image", "absent.obj", "-o", "a.png"}), 1, "there is no such file");
 }
 
 TEST_F(CliTest, WrongUsageIsOneLineAndStatusTwo)
@@ -211,8 +224,10 @@ TEST_F(CliTest, ModelsThatCannotBeRead)
     write("rubbish.stl", rubbish);
     write("rubbish.3ds", rubbish);
     write("rubbish.glb", rubbish);
-    write("short.ply", "ply\nformat binary_little_endian 1.0\nelement vertex 1000\nproperty float x\nproperty float y\nproperty float z\nend_header\nabc");
-    write("huge.ply", "ply\nformat ascii 1.0\nelement vertex 4294967295\nproperty float x\nproperty float y\nproperty float z\nend_header\n1 2 3\n");
+    write("short.ply", "ply\nformat binary_little_endian 1.0\nelement vertex 1000\nproperty float x\nproperty float "
+                       "y\nproperty float z\nend_header\nabc");
+    write("huge.ply", "ply\nformat ascii 1.0\nelement vertex 4294967295\nproperty float x\nproperty float y\nproperty "
+                      "float z\nend_header\n1 2 3\n");
     write("index.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 9\n");
     write("word.obj", "v 0 0 zero\n");
     write("nan.obj", "v 0 0 nan\nv 1 0 0\nv 0 1 0\nf 1 2 3\n");
@@ -254,7 +269,8 @@ TEST_F(CliTest, ATruncatedModelIsRefusedOrDrawnNeverACrash)
 
 TEST_F(CliTest, NamesOfEveryKind)
 {
-    for (const char* name : {"with space.png", "B\xc3\xa4r \"quoted\" %s.png", "-dash.png", "two\nlines.png", "'single'.png"}) {
+    for (const char* name :
+         {"with space.png", "B\xc3\xa4r \"quoted\" %s.png", "-dash.png", "two\nlines.png", "'single'.png"}) {
         const Result result = run({"image", "-q", "-o", name, "--width", "32", "--", Cube});
         EXPECT_EQ(result.status, 0) << name << ": " << result.err.toStdString();
         EXPECT_TRUE(QFile::exists(path(name))) << name;
@@ -265,8 +281,10 @@ TEST_F(CliTest, ATransformIsUsedAsItIs)
 {
     write("box.obj", "v -99 -99 -99\nv 99 -99 -99\nv 0 99 0\nv 0 -99 99\nf 1 2 3\nf 2 4 3\nf 4 1 3\nf 1 4 2\n");
     const QStringList common{"image", "-q", "box.obj", "--width", "64", "--panel", "64x64"};
-    ASSERT_EQ(run(common + QStringList{"-o", "a.png", "--transform", "1 0 0 0  0 1 0 0  0 0 1 -900  0 0 0 1"}).status, 0);
-    ASSERT_EQ(run(common + QStringList{"-o", "b.png", "--transform", "1 0 0 0  0 1 0 0  0 0 1 900  0 0 0 1"}).status, 0);
+    ASSERT_EQ(run(common + QStringList{"-o", "a.png", "--transform", "1 0 0 0  0 1 0 0  0 0 1 -900  0 0 0 1"}).status,
+              0);
+    ASSERT_EQ(run(common + QStringList{"-o", "b.png", "--transform", "1 0 0 0  0 1 0 0  0 0 1 900  0 0 0 1"}).status,
+              0);
     const QImage behind(path("b.png"));
     for (int y = 0; y < 64; ++y)
         for (int x = 0; x < 64; ++x)
@@ -294,11 +312,15 @@ TEST_F(CliTest, CommandsEncodersAndModulesAreListed)
 
 TEST_F(CliTest, CommandTextsAndScripts)
 {
-    EXPECT_EQ(run({"run", Cube, "-c", "grabimage a.png 100", "-c", "grabimage width=50 filename=\"b.png\"", "--panel", "100x100"}).status, 0);
+    EXPECT_EQ(run({"run", Cube, "-c", "grabimage a.png 100", "-c", "grabimage width=50 filename=\"b.png\"", "--panel",
+                   "100x100"})
+                  .status,
+              0);
     EXPECT_EQ(QImageReader(path("a.png")).size(), QSize(100, 100));
     EXPECT_EQ(QImageReader(path("b.png")).size(), QSize(50, 50));
     expectFailure(run({"run", Cube, "-c", "grabimage"}), 1, "grabimage: Parameter failure");
-    expectFailure(run({"run", Cube, "-c", "grabpicture a.png"}), 1, "There is no command \"grabpicture\"; there are: grabvideo, setvideosettings, grabimage");
+    expectFailure(run({"run", Cube, "-c", "grabpicture a.png"}), 1,
+                  "There is no command \"grabpicture\"; there are: grabvideo, setvideosettings, grabimage");
     write("good.tov", "# a script\ngrabimage c.png 40\n\ngrabimage d.png 60\n");
     EXPECT_EQ(run({"run", Cube, "good.tov"}).status, 0);
     EXPECT_TRUE(QFile::exists(path("d.png")));
@@ -308,8 +330,10 @@ TEST_F(CliTest, CommandTextsAndScripts)
     write("wrong.tov", "grabimage e.png 40\n\ngrabimage f.png 1\ngrabimage g.png 40\n");
     const Result wrong = run({"run", Cube, "wrong.tov"});
     EXPECT_EQ(wrong.status, 1);
-    EXPECT_TRUE(wrong.err.contains(QStringLiteral("grabimage: Target picture (1 x 0) size is to small!"))) << wrong.err.toStdString();
-    EXPECT_TRUE(wrong.err.contains(QStringLiteral("wrong.tov, line 3: the script ends here"))) << wrong.err.toStdString();
+    EXPECT_TRUE(wrong.err.contains(QStringLiteral("grabimage: Target picture (1 x 0) size is to small!")))
+        << wrong.err.toStdString();
+    EXPECT_TRUE(wrong.err.contains(QStringLiteral("wrong.tov, line 3: the script ends here")))
+        << wrong.err.toStdString();
     EXPECT_TRUE(QFile::exists(path("e.png")));
     EXPECT_FALSE(QFile::exists(path("g.png")));
 }
@@ -327,7 +351,10 @@ TEST_F(CliTest, SettingsOfTheLocaleDoNotMatter)
 {
     EXPECT_EQ(run({}, "LC_ALL=C exec \"$0\" image -q " + Cube.toUtf8() + " -o 'B\xc3\xa4r.png' --width 32").status, 0);
     EXPECT_TRUE(QFile::exists(path("B\xc3\xa4r.png")));
-    EXPECT_EQ(run({}, "unset HOME XDG_RUNTIME_DIR; LC_ALL=de_DE.UTF-8 exec \"$0\" image -q " + Cube.toUtf8() + " -o c.png --width 32").status, 0);
+    EXPECT_EQ(run({}, "unset HOME XDG_RUNTIME_DIR; LC_ALL=de_DE.UTF-8 exec \"$0\" image -q " + Cube.toUtf8() +
+                          " -o c.png --width 32")
+                  .status,
+              0);
 }
 
 TEST_F(CliTest, WithoutADisplayTheWindowSaysSo)
@@ -338,7 +365,8 @@ TEST_F(CliTest, WithoutADisplayTheWindowSaysSo)
 TEST_F(CliTest, AVideoSteppedAlongATurntable)
 {
     for (const char* name : {"a.mp4", "b.mkv"}) {
-        const Result result = run({"video", Cube, "-o", name, "--size", "161x119", "--turntable", "12", "--fps", "30", "--bitrate", "500"});
+        const Result result = run(
+            {"video", Cube, "-o", name, "--size", "161x119", "--turntable", "12", "--fps", "30", "--bitrate", "500"});
         EXPECT_EQ(result.status, 0) << result.err.toStdString();
         EXPECT_TRUE(result.err.contains(QStringLiteral("162 x 120 pixels"))) << result.err.toStdString();
         EXPECT_TRUE(result.err.contains(QStringLiteral("12 frames"))) << result.err.toStdString();
@@ -397,7 +425,8 @@ TEST_F(CliTest, CtrlCStopsARecordingAndKeepsIt)
     ASSERT_TRUE(process.waitForFinished(60000));
     EXPECT_EQ(process.exitCode(), 130);
     QProcess probe;
-    probe.start(QStringLiteral("ffprobe"), {"-v", "error", "-count_frames", "-show_entries", "stream=nb_read_frames", "-of", "csv=p=0", path("a.mkv")});
+    probe.start(QStringLiteral("ffprobe"), {"-v", "error", "-count_frames", "-show_entries", "stream=nb_read_frames",
+                                            "-of", "csv=p=0", path("a.mkv")});
     ASSERT_TRUE(probe.waitForFinished(30000));
     EXPECT_GT(probe.readAllStandardOutput().trimmed().split(',').first().toInt(), 0);
 }

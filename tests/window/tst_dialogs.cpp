@@ -2,6 +2,7 @@
 
 #include "app/viewer/commandactions.h"
 #include "app/viewer/dialogs.h"
+#include "app/viewer/parameterdialog.h"
 #include "app/viewer/splash.h"
 #include "kernel/main/command.h"
 #include "kernel/main/commandprocessor.h"
@@ -12,8 +13,10 @@
 #include "kernel/main/parameterset.h"
 #include "tests/window/windowfixture.h"
 
+#include <QComboBox>
 #include <QMenuBar>
 #include <QPushButton>
+#include <QTranslator>
 #include <QTreeWidget>
 
 using namespace tov::test;
@@ -140,6 +143,46 @@ TEST_F(WindowDialogs, SplashShowsWhatModulesSay)
     splash.say("Loading video encoder plugins");
     EXPECT_EQ(splash.getMessages(), QStringList({"Initializing Video", "Loading video encoder plugins"}));
     EXPECT_EQ(splash.message().trimmed(), QStringLiteral("Loading video encoder plugins"));
+}
+
+TEST_F(WindowDialogs, TranslationReachesMenusAndDialogs)
+{
+    QTranslator german;
+    ASSERT_TRUE(german.load(QStringLiteral(":/translations/tov_de.qm")));
+    QCoreApplication::installTranslator(&german);
+    tov::viewer::MainWindow window(nullptr);
+    QStringList menus;
+    for (QAction* action : window.menuBar()->actions())
+        menus << action->text().remove(QLatin1Char('&'));
+    // The module was loaded without the translation: what it brings keeps the language it was loaded in.
+    EXPECT_EQ(menus, QStringList({"Datei", "Ansicht", "Grab", "Hilfe"}));
+    auto* prototype =
+        tov::main::Overseer::getInstance()->getCommandProcessor()->getPrimaryCommand(QStringLiteral("grabimage"));
+    tov::viewer::ParameterDialog dialog(prototype, &window);
+    QStringList labels;
+    for (auto* label : dialog.findChildren<QLabel*>())
+        labels << label->text();
+    EXPECT_TRUE(labels.contains("Macht ein Bild der Szene")) << labels.join(" | ").toStdString();
+    EXPECT_TRUE(labels.contains("Breite:"));
+    QCoreApplication::removeTranslator(&german);
+}
+
+TEST_F(WindowDialogs, PaletteIsChangedAtOnce)
+{
+    const QColor before = QApplication::palette().color(QPalette::Window);
+    triggerWithDialog(menuAction("File", "Preferences"), "PreferencesDialog", [&](QWidget* dialog) {
+        auto* palette = dialog->findChild<QComboBox*>("Palette");
+        ASSERT_NE(palette, nullptr);
+        palette->setCurrentIndex(palette->findData("dark"));
+        EXPECT_LT(QApplication::palette().color(QPalette::Window).lightness(), 100);
+        EXPECT_GT(QApplication::palette().color(QPalette::WindowText).lightness(), 180);
+        EXPECT_LT(window().palette().color(QPalette::Window).lightness(), 100) << "what is open changes, too";
+        palette->setCurrentIndex(palette->findData("light"));
+        EXPECT_GT(QApplication::palette().color(QPalette::Window).lightness(), 180);
+        palette->setCurrentIndex(palette->findData(QString()));
+        dialog->close();
+    });
+    EXPECT_EQ(QApplication::palette().color(QPalette::Window), before);
 }
 
 TEST_F(WindowDialogs, DialogsAreUsedFromTheKeyboard)

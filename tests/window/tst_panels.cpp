@@ -15,6 +15,7 @@
 #include <QMenu>
 #include <QSlider>
 #include <QToolBar>
+#include <QTouchDevice>
 #include <QWheelEvent>
 
 using namespace tov::test;
@@ -75,6 +76,20 @@ TEST_F(WindowPanels, MouseOrbitsPansAndZooms)
     EXPECT_LT(distance(), before);
     wheel(-2);
     EXPECT_NEAR(distance(), before, std::abs(before) * 1e-6);
+    // With Shift the wheel, or two fingers on a touchpad, moves; with Ctrl it turns.
+    const Matrix4 still = panel()->getScaledTransformMatrix();
+    wheel(1, Qt::ShiftModifier);
+    EXPECT_NE(panel()->getScaledTransformMatrix()(1, 3), still(1, 3));
+    EXPECT_DOUBLE_EQ(distance(), before);
+    wheel(-1, Qt::ShiftModifier);
+    wheel(1, Qt::ControlModifier);
+    EXPECT_NE(panel()->getScaledTransformMatrix()(1, 1), still(1, 1));
+    wheel(-1, Qt::ControlModifier);
+    // Pinching zooms.
+    QNativeGestureEvent pinch(Qt::ZoomNativeGesture, QTouchDevice::devices().value(0), QPointF(40, 40), QPointF(40, 40),
+                              QPointF(40, 40), 0.25, 0, 0);
+    QApplication::sendEvent(panel(), &pinch);
+    EXPECT_LT(distance(), before * 0.95);
 }
 
 TEST_F(WindowPanels, FitAndStandardViewsComeByMenuAndKey)

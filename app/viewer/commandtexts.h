@@ -1,0 +1,31 @@
+#pragma once
+
+#include <QCoreApplication>
+#include <QString>
+
+namespace tov::viewer {
+
+/// A text that a command or its parameter brings, in the person's language where it is known: descriptions and names of
+/// parameters come untranslated, because commands are called by them.
+inline QString commandText(const QString& text)
+{
+    return QCoreApplication::translate("Commands", text.toUtf8().constData());
+}
+
+/// The texts of the commands that come with the program, for the translators.
+inline constexpr const char* KnownCommandTexts[] = {
+    QT_TRANSLATE_NOOP("Commands", "Grabs an image of the scene"),
+    QT_TRANSLATE_NOOP("Commands", "Grabs a video of the active view"),
+    QT_TRANSLATE_NOOP("Commands", "Sets the video settings"),
+    QT_TRANSLATE_NOOP("Commands", "Offers picture and video grabbing of the scene"),
+    QT_TRANSLATE_NOOP("Commands", "filename"),
+    QT_TRANSLATE_NOOP("Commands", "width"),
+    QT_TRANSLATE_NOOP("Commands", "height"),
+    QT_TRANSLATE_NOOP("Commands", "sync"),
+    QT_TRANSLATE_NOOP("Commands", "max. tempfile-size (MB)"),
+    QT_TRANSLATE_NOOP("Commands", "fps"),
+    QT_TRANSLATE_NOOP("Commands", "bitrate"),
+    QT_TRANSLATE_NOOP("Commands", "use memory buffer"),
+};
+
+} // namespace tov::viewer
