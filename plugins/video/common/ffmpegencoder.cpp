@@ -17,6 +17,7 @@ extern "C" {
 
 #include <algorithm>
 #include <atomic>
+#include <utility>
 
 namespace tov::plugins::video {
 
@@ -32,6 +33,8 @@ constexpr int TicksPerFrame = 512;
 constexpr int DefaultFps = 25;
 /// Seconds between key frames at most: how finely players can seek.
 constexpr int KeySeconds = 2;
+/// Frames by which the HEVC coder's decoding order runs ahead: B frames that others refer to, one level.
+constexpr qint64 HevcReorder = 2;
 
 QString errorText(int averror)
 {
@@ -48,8 +51,7 @@ void onFFmpegMessage(void* context, int level, const char* format, va_list argum
     char line[1024];
     int prefix = 1;
     av_log_format_line2(context, level, format, arguments, line, sizeof line, &prefix);
-    Logger::log(tov::log::LevelInformation, SourceFile, __LINE__, "ffmpeg", nullptr,
-                QString::fromUtf8(line).trimmed());
+    Logger::log(tov::log::LevelInformation, SourceFile, __LINE__, "ffmpeg", nullptr, QString::fromUtf8(line).trimmed());
 }
 
 struct Freer
@@ -88,6 +90,7 @@ struct FFmpegEncoder::Pipeline
     Owned<AVPacket> packet;
     AVStream* stream = nullptr; ///< the muxer's
     bool headerWritten = false;
+    qint64 packets = 0; ///< received from the codec so far
     qint64 firstDts = AV_NOPTS_VALUE;
 };
 
@@ -122,7 +125,8 @@ bool FFmpegEncoder::open()
     if (!mp_OutputFile)
         return fail(__LINE__, __func__, QStringLiteral("There is no output file to write the video to"));
     if (m_Width < 2 || m_Height < 2)
-        return fail(__LINE__, __func__, QStringLiteral("A video of %1 x %2 pixels cannot be encoded").arg(m_Width).arg(m_Height));
+        return fail(__LINE__, __func__,
+                    QStringLiteral("A video of %1 x %2 pixels cannot be encoded").arg(m_Width).arg(m_Height));
     const int fps = m_Fps > 0 ? m_Fps : DefaultFps;
     const QString noMemory = QStringLiteral("There is not enough memory to encode the video");
 
@@ -179,7 +183,11 @@ bool FFmpegEncoder::open()
     result = avcodec_open2(codec, encoder, &options);
     av_dict_free(&options);
     if (result < 0)
-        return fail(__LINE__, __func__, QStringLiteral("The codec %1 cannot be opened").arg(QLatin1String(m_Format.codec)),
+        return fail(__LINE__, __func__,
+                    QStringLiteral("The codec %1 cannot be opened for %2 x %3 pixels")
+                        .arg(QLatin1String(m_Format.codec))
+                        .arg(m_Width)
+                        .arg(m_Height),
                     result);
 
     // Frames come to the filter, where there is one, as they are.
@@ -286,8 +294,15 @@ bool FFmpegEncoder::encodeChunk(QIODevice* chunk, bool isLast)
 
 bool FFmpegEncoder::encodeFrame(const uchar* bgra)
 {
+    if (m_Format.highestFps > 0 && m_Fps > m_Format.highestFps) {
+        const qint64 slot = m_Frames * m_Format.highestFps / m_Fps;
+        if (std::exchange(m_Slot, slot) == slot) {
+            ++m_Frames;
+            return true;
+        }
+    }
     if (m_Format.alpha)
-        bgra = m_Alpha.convert(bgra, qint64(m_Width) * m_Height);
+        bgra = m_Alpha.convert(bgra, m_Width, m_Height, !isRgb(d->codec->pix_fmt));
     // The codec may still hold the frame before.
     int result = av_frame_make_writable(d->frame.get());
     if (result < 0)
@@ -336,6 +351,11 @@ bool FFmpegEncoder::send(bool flush)
         packet->stream_index = d->stream->index;
         if (packet->duration == 0)
             packet->duration = 1;
+        // The HEVC coder leaves decoding times unset when a stream is shorter than what it reorders (found by tests:
+        // now and then a one- or two-frame recording came with a random one). At a fixed rate they can be counted.
+        if (codec->codec_id == AV_CODEC_ID_HEVC)
+            packet->dts = std::min<qint64>(d->packets - HevcReorder, packet->pts);
+        ++d->packets;
         if (d->firstDts == AV_NOPTS_VALUE)
             d->firstDts = packet->dts;
         // Decoding begins at 0: codecs that reorder begin below.
@@ -365,7 +385,8 @@ void FFmpegEncoder::finish()
         if (result >= 0 && d->output->failed())
             result = AVERROR(EIO);
         if (result < 0) {
-            fail(__LINE__, __func__, QStringLiteral("The video file cannot be completed; what is in it can be played"), result);
+            fail(__LINE__, __func__, QStringLiteral("The video file cannot be completed; what is in it can be played"),
+                 result);
         } else if (d->index && d->index->hasSamples()) {
             // From fragments to one indexed file: the index behind everything, then the patch near the head. Should the
             // index not fit on the disk, the fragments still play.

@@ -41,6 +41,7 @@ private:
     bool m_Failed = false;
     bool m_Finished = false;
     qint64 m_Frames = 0;
+    qint64 m_Slot = -1; ///< of the last frame kept, where a format cannot hold the rate
 };
 
 } // namespace tov::plugins::video

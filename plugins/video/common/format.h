@@ -19,6 +19,7 @@ struct Format
     const char* filter;      ///< filter graph between frames and encoder, or null
     std::vector<std::pair<const char*, const char*>> codecOptions;
     std::vector<std::pair<const char*, const char*>> muxerOptions;
+    int highestFps = 0; ///< faster recordings lose frames, so that they play at their own speed; 0 = any rate
 };
 
 /// The formats of this family, all of them.

@@ -111,7 +111,7 @@ bool FramesEncoder::open()
 
 bool FramesEncoder::encodeFrame(const uchar* bgra)
 {
-    bgra = m_Alpha.convert(bgra, qint64(m_Width) * m_Height);
+    bgra = m_Alpha.convert(bgra, m_Width, m_Height, false);
     AVFrame* frame = d->frame.get();
     av_frame_unref(frame);
     frame->width = m_Width;

@@ -92,9 +92,7 @@ QByteArray Mp4Index::filter(const std::uint8_t* data, int size)
                 m_Written += FreeBox;
             }
             m_BoxLeft = std::int64_t(get<quint32>(m_Head, 0)) - BoxHead;
-            m_Keep = type == "moof"                       ? Keep::Fragment
-                     : type == "moov" && m_Moov.isEmpty() ? Keep::Index
-                                                          : Keep::Nothing;
+            m_Keep = type == "moof" ? Keep::Fragment : type == "moov" && m_Moov.isEmpty() ? Keep::Index : Keep::Nothing;
             if (type == "mdat")
                 m_Data.push_back({m_Written + BoxHead, m_BoxLeft});
             out += m_Head;

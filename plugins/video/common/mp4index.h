@@ -44,21 +44,21 @@ private:
         std::int64_t size;
     };
 
-    QByteArray m_Head;                 ///< bytes of the box head that is being collected
-    std::int64_t m_Written = 0;        ///< bytes given out so far
-    std::int64_t m_BoxLeft = 0;        ///< bytes of the current box that are still to come
+    QByteArray m_Head;          ///< bytes of the box head that is being collected
+    std::int64_t m_Written = 0; ///< bytes given out so far
+    std::int64_t m_BoxLeft = 0; ///< bytes of the current box that are still to come
     enum class Keep
     {
         Nothing,
         Index,    ///< the preliminary index
         Fragment, ///< the head of a fragment
     };
-    Keep m_Keep = Keep::Nothing;       ///< what the current box is
-    QByteArray m_Moov;                 ///< the preliminary index
-    QByteArray m_Moof;                 ///< the fragment head that is being collected
+    Keep m_Keep = Keep::Nothing;        ///< what the current box is
+    QByteArray m_Moov;                  ///< the preliminary index
+    QByteArray m_Moof;                  ///< the fragment head that is being collected
     std::vector<std::uint32_t> m_Sizes; ///< of the samples, as the muxer laid them down
     std::int64_t m_FreePosition = -1;
-    std::vector<Range> m_Data;         ///< payloads of the fragments' data boxes
+    std::vector<Range> m_Data; ///< payloads of the fragments' data boxes
     std::vector<Sample> m_Samples;
 };
 

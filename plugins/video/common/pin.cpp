@@ -15,9 +15,9 @@ namespace tov::plugins::video {
 void pinLibraries()
 {
     // FFmpeg brings dozens of libraries along, and some lose memory or threads when they are unloaded. They stay.
-    for (const void* function : {reinterpret_cast<const void*>(&avcodec_version),
-                                 reinterpret_cast<const void*>(&avformat_version),
-                                 reinterpret_cast<const void*>(&avfilter_version)}) {
+    for (const void* function :
+         {reinterpret_cast<const void*>(&avcodec_version), reinterpret_cast<const void*>(&avformat_version),
+          reinterpret_cast<const void*>(&avfilter_version)}) {
         Dl_info info;
         if (dladdr(function, &info) && info.dli_fname)
             dlopen(info.dli_fname, RTLD_LAZY | RTLD_NOLOAD | RTLD_NODELETE);
