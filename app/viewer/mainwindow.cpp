@@ -70,6 +70,8 @@ namespace {
 constexpr int LayoutVersion = 1;
 /// How long quitting waits for what runs before it asks whether to leave without it.
 constexpr int QuitPatienceMs = 15000;
+/// By how much file times may lie behind the clock.
+constexpr qint64 FileClockMs = 100;
 
 /// Parameters that mean something to the window, whatever command has them.
 const QString FileNameParameter = QStringLiteral("filename");
@@ -452,10 +454,7 @@ void MainWindow::watchRuns()
     connect(processor, &CommandProcessor::runStarted, this, [this](const CommandRunPointer& run) {
         Started started;
         started.clock.start();
-        started.startedMs = QDateTime::currentMSecsSinceEpoch();
         started.fileName = run->getArgument(FileNameParameter);
-        started.existed = QFileInfo::exists(started.fileName);
-        started.fileTime = QFileInfo(started.fileName).lastModified();
         m_Started[run->getId()] = started;
         // A recording that is stepped along a trajectory ends at once, with nothing, when none is open: by design of
         // the command. The person is told here, in words, at the moment it happens.
@@ -479,7 +478,9 @@ void MainWindow::runEnded(const CommandRunPointer& run)
     if (!started.fileName.isEmpty()) {
         // The log says "saved" even where a full disk swallowed the bytes, so the file itself is asked.
         const QFileInfo info(started.fileName);
-        const bool written = info.exists() && info.size() > 0 && info.lastModified() != started.fileTime;
+        const bool touched =
+            info.isFile() && info.lastModified().toMSecsSinceEpoch() >= run->getStartTime() - FileClockMs;
+        const bool written = touched && info.size() > 0;
         if (written) {
             QString text = tr("%1: %2").arg(info.fileName(), QLocale().formattedDataSize(info.size()));
             const QSize size = QImageReader(started.fileName).size();
@@ -498,10 +499,10 @@ void MainWindow::runEnded(const CommandRunPointer& run)
                                                   : text + tr(", but it cannot be read back"));
                 });
         } else {
-            // An empty file of this run's own making only looks like a result.
-            if (!started.existed && info.isFile() && info.size() == 0)
+            // An empty file of this run's making only looks like a result.
+            if (touched)
                 QFile::remove(started.fileName);
-            const QString why = mp_LastError->get(started.startedMs);
+            const QString why = mp_LastError->get(run->getStartTime());
             mp_Notices->showMessage(NoticeBar::Kind::Warning,
                                     why.isEmpty()
                                         ? tr("Nothing was written to %1. The console tells more.").arg(info.fileName())

@@ -3,7 +3,6 @@
 #include "kernel/main/commandprocessor.h"
 #include "kernel/main/moduleloader.h"
 
-#include <QDateTime>
 #include <QElapsedTimer>
 #include <QMainWindow>
 
@@ -71,9 +70,6 @@ private:
     {
         QString fileName;
         QElapsedTimer clock;
-        QDateTime fileTime; ///< of the file before the run
-        bool existed = false;
-        qint64 startedMs = 0; ///< since the epoch
     };
 
     void createMenus();

@@ -18,6 +18,9 @@ namespace tov::main {
 
 namespace {
 
+/// What a dialog opens on at first, where it is among its formats: plays everywhere.
+const QString PreferredEnding = QStringLiteral(".mp4");
+
 /// The endings that a dialog's filters let through, each with its dot; empty when any name will do.
 QStringList endingsOf(const QFileDialog& dialog)
 {
@@ -63,6 +66,24 @@ public:
             std::unique_ptr<QFileDialog> dialog(factory->createDialog());
             if (!dialog)
                 return;
+            // It opens on the format of the name that is there, else on the one that most people want.
+            const QString ending = !endingOf(mp_Edit->text()).isEmpty()  ? endingOf(mp_Edit->text())
+                                   : m_Endings.contains(PreferredEnding) ? PreferredEnding
+                                                                         : m_DefaultEnding;
+            const QStringList filters = dialog->nameFilters();
+            for (const QString& filter : filters)
+                if (filter.contains(QLatin1String("(*") + ending + QLatin1Char(')'), Qt::CaseInsensitive)) {
+                    dialog->selectNameFilter(filter);
+                    dialog->setDefaultSuffix(ending.mid(1));
+                }
+            // A name without an ending gets that of the format that is chosen.
+            static const QRegularExpression single(QStringLiteral("\\(\\*\\.([^\\s()*]+)\\)$"));
+            QObject::connect(dialog.get(), &QFileDialog::filterSelected, dialog.get(),
+                             [dialog = dialog.get()](const QString& filter) {
+                                 const auto match = single.match(filter);
+                                 if (match.hasMatch())
+                                     dialog->setDefaultSuffix(match.captured(1));
+                             });
             if (!mp_Edit->text().isEmpty())
                 dialog->selectFile(mp_Edit->text());
             if (dialog->exec() == QDialog::Accepted && !dialog->selectedFiles().isEmpty()) {
@@ -78,21 +99,28 @@ public:
     QString getProblem() const override
     {
         const QString name = mp_Edit->text();
-        if (name.isEmpty() || m_Endings.isEmpty())
+        if (name.isEmpty() || m_Endings.isEmpty() || !endingOf(name).isEmpty())
             return QString();
-        for (const QString& ending : m_Endings)
-            if (name.endsWith(ending, Qt::CaseInsensitive) && QFileInfo(name).fileName().size() > ending.size())
-                return QString();
-        const QString example =
-            m_Endings.contains(m_DefaultEnding) ? m_DefaultEnding : m_Endings.first();
+        const QString example = m_Endings.contains(m_DefaultEnding) ? m_DefaultEnding : m_Endings.first();
         return QCoreApplication::translate("FilePanel", "The ending of the name says the format, for instance %1.")
             .arg(example);
     }
     bool isReplaceAgreed() const override { return m_Saves && !m_Agreed.isEmpty() && m_Agreed == mp_Edit->text(); }
 
 private:
-    QWidget* mp_Widget; ///< owned by its parent widget
-    QLineEdit* mp_Edit; ///< child
+    /// The longest known ending of a name, with its dot; empty when it has none, or nothing else.
+    QString endingOf(const QString& name) const
+    {
+        QString found;
+        for (const QString& ending : m_Endings)
+            if (ending.size() > found.size() && name.endsWith(ending, Qt::CaseInsensitive) &&
+                QFileInfo(name).fileName().size() > ending.size())
+                found = ending;
+        return found;
+    }
+
+    QWidget* mp_Widget;    ///< owned by its parent widget
+    QLineEdit* mp_Edit;    ///< child
     QStringList m_Endings; ///< with their dots
     QString m_DefaultEnding;
     QString m_Agreed; ///< what the file dialog returned last
@@ -141,8 +169,7 @@ ParameterPanelFactory::~ParameterPanelFactory() = default;
 
 FileParameterPanelFactory::FileParameterPanelFactory(const boost::function<QFileDialog*()>& createDialog)
     : m_CreateDialog(createDialog)
-{
-}
+{}
 
 FileParameterPanelFactory::~FileParameterPanelFactory() = default;
 
@@ -158,8 +185,7 @@ QFileDialog* FileParameterPanelFactory::createDialog() const
 
 SliderParameterPanelFactory::SliderParameterPanelFactory(const boost::function<QSlider*()>& createSlider)
     : m_CreateSlider(createSlider)
-{
-}
+{}
 
 SliderParameterPanelFactory::~SliderParameterPanelFactory() = default;
 

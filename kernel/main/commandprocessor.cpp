@@ -7,6 +7,7 @@
 #include "kernel/main/parameterset.h"
 #include "kernel/main/processorposts.h"
 
+#include <QDateTime>
 #include <QCoreApplication>
 #include <QThread>
 
@@ -62,7 +63,8 @@ struct CommandRun::Private
     quint64 id = 0;
     QString name;
     std::map<QString, QString> arguments; ///< by lower-case parameter name
-    const Command* prototype = nullptr;   ///< whose run it is; compared, never used
+    qint64 startTime = QDateTime::currentMSecsSinceEpoch();
+    const Command* prototype = nullptr; ///< whose run it is; compared, never used
     bool deleteAfter = false;
     QThread* thread = nullptr; ///< application thread, and the runner's own end
     std::atomic<pid_t> threadId{0};
@@ -89,6 +91,11 @@ quint64 CommandRun::getId() const
 QString CommandRun::getCommandName() const
 {
     return d->name;
+}
+
+qint64 CommandRun::getStartTime() const
+{
+    return d->startTime;
 }
 
 QString CommandRun::getArgument(const QString& parameterName) const

@@ -22,6 +22,8 @@ public:
     ~CommandRun();
     quint64 getId() const;
     QString getCommandName() const;
+    /// When the run was begun, milliseconds since the epoch: before anything that it does.
+    qint64 getStartTime() const;
     /// The text of a parameter when the run began, by name in any case; null when there is no such parameter or value.
     QString getArgument(const QString& parameterName) const;
     /// The last reported text and progress (percent, -1 = busy).

@@ -96,6 +96,38 @@ TEST_F(WindowCommands, FileButtonOpensTheCommandsOwnDialog)
     });
 }
 
+TEST_F(WindowCommands, VideoDialogOpensOnTheLastFormatMp4AtFirst)
+{
+    openSample();
+    triggerWithDialog(menuAction("Grab", "Video"), "ParameterDialog", [&](QWidget* dialog) {
+        auto* choose = dialog->findChild<QWidget*>("filename")->findChild<QToolButton*>();
+        onDialog("QFileDialog", [&](QWidget* inner) {
+            auto* files = qobject_cast<QFileDialog*>(inner);
+            EXPECT_TRUE(files->selectedNameFilter().contains("(*.mp4)")) << files->selectedNameFilter().toStdString();
+            EXPECT_EQ(files->defaultSuffix(), QStringLiteral("mp4"));
+            // The person picks another format; the name gets its ending.
+            for (const QString& filter : files->nameFilters())
+                if (filter.contains("(*.hq.mp4)")) {
+                    files->selectNameFilter(filter);
+                    emit files->filterSelected(filter);
+                }
+            auto* edit = files->findChild<QLineEdit*>();
+            edit->setText(file("clip"));
+            QTest::keyClick(edit, Qt::Key_Return);
+        });
+        choose->click();
+        EXPECT_EQ(dialog->findChild<QLineEdit*>("FileName")->text(), file("clip.hq.mp4"));
+        onDialog("QFileDialog", [&](QWidget* inner) {
+            auto* files = qobject_cast<QFileDialog*>(inner);
+            EXPECT_TRUE(files->selectedNameFilter().contains("(*.hq.mp4)"))
+                << files->selectedNameFilter().toStdString();
+            files->close();
+        });
+        choose->click();
+        dialog->close();
+    });
+}
+
 TEST_F(WindowCommands, WrongInputIsMarkedAtItsField)
 {
     openSample();
