@@ -50,6 +50,8 @@ const Option Table[] = {
      QT_TRANSLATE_NOOP("CommandLine", "background colour (pictures keep it under alpha 0)")},
     {"transform", nullptr, "'m00 ... m33'", "image video run",
      QT_TRANSLATE_NOOP("CommandLine", "scene to eye, 16 numbers row by row, instead of --view")},
+    {"check", nullptr, "FILE.so", "encoders",
+     QT_TRANSLATE_NOOP("CommandLine", "try an encoder plug-in apart from the program and report")},
     {"settings", nullptr, "FILE", "*",
      QT_TRANSLATE_NOOP("CommandLine", "settings file to use instead of the user's own")},
     {"quiet", "q", nullptr, "*", QT_TRANSLATE_NOOP("CommandLine", "say nothing but errors")},
@@ -71,7 +73,7 @@ const struct
      QT_TRANSLATE_NOOP("CommandLine", "runs command texts, e.g. grabimage filename=\"a.png\" width=4000")},
     {"commands", "tov commands",
      QT_TRANSLATE_NOOP("CommandLine", "lists the commands with their parameters and defaults")},
-    {"encoders", "tov encoders", QT_TRANSLATE_NOOP("CommandLine", "lists the video formats")},
+    {"encoders", "tov encoders [--check FILE.so]", QT_TRANSLATE_NOOP("CommandLine", "lists the video formats")},
     {"modules", "tov modules",
      QT_TRANSLATE_NOOP("CommandLine", "lists the modules, their plug-ins, and what could not be loaded")},
 };

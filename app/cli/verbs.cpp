@@ -194,8 +194,24 @@ int runCommands(const Options& options, int& argc, char** argv)
     return 0;
 }
 
+/// Becomes the checker, a program of its own: a plug-in that crashes must not take this one along.
+int checkEncoder(const QString& fileName)
+{
+    char self[4096];
+    const ssize_t length = readlink("/proc/self/exe", self, sizeof self - 1);
+    QByteArray checker(self, int(std::max<ssize_t>(length, 0)));
+    checker.truncate(checker.lastIndexOf('/'));
+    checker += "/../libexec/tov-check-encoder";
+    const QByteArray file = QFile::encodeName(fileName);
+    execl(checker.constData(), checker.constData(), file.constData(), nullptr);
+    printError(tr("%1 cannot be started: %2").arg(QFile::decodeName(checker), QString::fromLocal8Bit(strerror(errno))));
+    return 1;
+}
+
 int runEncoders(const Options& options, int& argc, char** argv)
 {
+    if (options.has(QStringLiteral("check")))
+        return checkEncoder(options.value(QStringLiteral("check")));
     Session session(options, argc, argv);
     const auto formats = knownVideoFormats();
     for (const auto& [suffix, description] : formats)
@@ -204,6 +220,10 @@ int runEncoders(const Options& options, int& argc, char** argv)
         session.fail(tr("no video encoder is loaded; tov modules tells more"));
         return 1;
     }
+    // What the plug-ins say of themselves, what they miss among it.
+    for (auto* module : tov::main::ModuleManager::getInstance()->getModules())
+        for (const auto& record : module->getInformationObject()->getAdditionalInformations())
+            print(QStringLiteral("%1 %2: %3").arg(record.name, record.version, record.description));
     return 0;
 }
 

@@ -126,6 +126,10 @@
         <source>there is no display for a window; tov image, video and run work without one (tov --help)</source>
         <translation>es gibt keine Anzeige für ein Fenster; tov image, video und run kommen ohne aus (tov --help)</translation>
     </message>
+    <message>
+        <source>try an encoder plug-in apart from the program and report</source>
+        <translation>ein Kodierer-Plug-in getrennt vom Programm prüfen und berichten</translation>
+    </message>
 </context>
 <context>
     <name>CommandParser</name>
@@ -607,6 +611,10 @@
     <message>
         <source>%1 cannot be written: permission denied</source>
         <translation>%1 kann nicht geschrieben werden: keine Berechtigung</translation>
+    </message>
+    <message>
+        <source>%1 cannot be started: %2</source>
+        <translation>%1 kann nicht gestartet werden: %2</translation>
     </message>
 </context>
 <context>

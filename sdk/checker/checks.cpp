@@ -1,0 +1,455 @@
+#include "sdk/checker/checks.h"
+
+#include "grab/video/encoder.h"
+#include "grab/video/videoencoder.h"
+#include "kernel/log/logger.h"
+#include "kernel/main/informationobject.h"
+
+#include <QBuffer>
+#include <QFile>
+#include <QFileInfo>
+#include <QTemporaryFile>
+
+#include <atomic>
+#include <cstdio>
+#include <cstring>
+#include <dlfcn.h>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <sys/mman.h>
+#include <unistd.h>
+
+using tov::grab::video::Encoder;
+using tov::grab::video::VideoEncoder;
+using tov::log::Logger;
+
+namespace {
+
+constexpr int Width = 64;
+constexpr int Height = 48;
+constexpr int Fps = 25;
+constexpr int BitsPerSecond = 1000000;
+
+/// Keeps the records of errors.
+class Errors : public tov::log::LogSink
+{
+public:
+    Errors() { Logger::addSink(this); }
+    ~Errors() override { Logger::removeSink(this); }
+    void write(const tov::log::LogRecord& record) override
+    {
+        if (record.level > tov::log::LevelError)
+            return;
+        std::lock_guard<std::mutex> guard(m_Mutex);
+        m_Messages << record.message;
+    }
+    QStringList take()
+    {
+        std::lock_guard<std::mutex> guard(m_Mutex);
+        return std::move(m_Messages);
+    }
+
+private:
+    std::mutex m_Mutex;
+    QStringList m_Messages; ///< guarded by m_Mutex
+};
+
+std::atomic<int> livingChunks{0};
+
+/// A chunk whose memory ends where an unreadable page begins: whoever reads on is caught at once.
+class GuardedChunk : public QBuffer
+{
+public:
+    explicit GuardedChunk(qint64 size)
+    {
+        ++livingChunks;
+        const std::size_t page = std::size_t(sysconf(_SC_PAGESIZE));
+        m_Bytes = (std::size_t(size) + page - 1) / page * page + page;
+        mp_Memory =
+            static_cast<char*>(mmap(nullptr, m_Bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+        if (mp_Memory == MAP_FAILED)
+            std::abort();
+        mprotect(mp_Memory + m_Bytes - page, page, PROT_NONE);
+        char* pixels = mp_Memory + m_Bytes - page - std::size_t(size);
+        for (qint64 i = 0; i < size; ++i)
+            pixels[i] = char(i % 4 == 3 ? 255 : i * 7 + i / 4000);
+        setData(QByteArray::fromRawData(pixels, int(size)));
+        open(QIODevice::ReadOnly);
+        seek(size);
+    }
+    ~GuardedChunk() override
+    {
+        close();
+        setData(QByteArray());
+        munmap(mp_Memory, m_Bytes);
+        --livingChunks;
+    }
+
+private:
+    char* mp_Memory;
+    std::size_t m_Bytes;
+};
+
+qint64 frameBytes(int width = Width, int height = Height)
+{
+    return qint64(width) * height * 4;
+}
+
+QIODevice* frames(double count, int width = Width, int height = Height)
+{
+    return new GuardedChunk(qint64(count * double(frameBytes(width, height))));
+}
+
+QIODevice* framesInFile(int count)
+{
+    auto* file = new QTemporaryFile;
+    if (!file->open())
+        std::abort();
+    file->write(QByteArray(int(frameBytes()) * count, '\x40'));
+    return file;
+}
+
+/// One check of one format: what is done with an encoder, and what must hold then.
+class Check
+{
+public:
+    Check(const QString& ending, const QString& folder) : m_Name(folder + QStringLiteral("/clip.") + ending) {}
+
+    QStringList problems;
+
+    void problem(const QString& text) { problems << text; }
+    const QString& fileName() const { return m_Name; }
+
+    std::unique_ptr<Encoder> make(int width = Width, int height = Height, int fps = Fps, int rate = BitsPerSecond,
+                                  const QString& name = QString())
+    {
+        std::unique_ptr<Encoder> encoder(VideoEncoder::getInstance()->getEncoder(m_Name));
+        if (!encoder) {
+            problem(QStringLiteral("the factory returned no encoder; a recording cannot begin"));
+            return nullptr;
+        }
+        encoder->setOutputParameters(name.isEmpty() ? m_Name : name, width, height, fps, rate);
+        return encoder;
+    }
+    void give(Encoder& encoder, QIODevice* chunk, bool isLast)
+    {
+        if (encoder.encodeVideoChunk(chunk, isLast))
+            return;
+        delete chunk;
+        if (!m_Refused)
+            problem(
+                QStringLiteral("initEncoding refuses: neither this nor any later chunk of a recording is freed; return "
+                               "true and write nothing instead"));
+        m_Refused = true;
+    }
+    /// After a recording without a fault.
+    void wantFile()
+    {
+        const QFileInfo info(m_Name);
+        if (!info.exists() || info.size() == 0)
+            problem(QStringLiteral("frames were recorded, but nothing was written"));
+    }
+    void wantNoFile()
+    {
+        if (QFile::exists(m_Name))
+            problem(
+                QStringLiteral("the file is there after an abort; leave mp_OutputFile alone when m_Aborted is set"));
+    }
+    /// At the end: nothing alive, no error where none was provoked.
+    void close(Errors& errors, int allowed)
+    {
+        const QStringList own{QStringLiteral("Encoder: Couldn't open file"),
+                              QStringLiteral("Couldn't initialize video")};
+        int count = 0;
+        QStringList messages = errors.take();
+        for (const QString& message : messages) {
+            if (message == QLatin1String("Couldn't encode chunk!"))
+                problem(
+                    QStringLiteral("encodeChunk returned false: later chunks pile up in memory; drop the frames and "
+                                   "return true"));
+            else if (message.startsWith(QLatin1String("The encoder threw an exception")))
+                problem(QStringLiteral("an exception left a hook (%1)").arg(message));
+            else if (!message.startsWith(own[0]) && !message.startsWith(own[1]) && ++count > allowed)
+                problem(allowed == 0 ? QStringLiteral("an error was logged: %1").arg(message)
+                                     : QStringLiteral("one fault was logged more than once: %1").arg(message));
+        }
+        if (livingChunks != 0 && !m_Refused)
+            problem(QStringLiteral("%1 chunks are alive after the end").arg(livingChunks.load()));
+    }
+
+private:
+    QString m_Name;
+    bool m_Refused = false;
+};
+
+struct Named
+{
+    const char* name;
+    const char* what;
+    int allowedErrors; ///< of the plug-in's own
+    std::function<void(Check&)> run;
+};
+
+const std::vector<Named>& checks()
+{
+    static const std::vector<Named> table = {
+        {"one", "three frames in one chunk", 0,
+         [](Check& c) {
+             if (auto encoder = c.make()) {
+                 c.give(*encoder, frames(3), true);
+                 encoder->waitForFinish();
+                 c.wantFile();
+             }
+         }},
+        {"several", "chunks in memory and in files, an empty one between", 0,
+         [](Check& c) {
+             if (auto encoder = c.make()) {
+                 c.give(*encoder, frames(2), false);
+                 c.give(*encoder, framesInFile(2), false);
+                 c.give(*encoder, frames(0), false);
+                 c.give(*encoder, frames(1), true);
+                 encoder->waitForFinish();
+                 c.wantFile();
+             }
+         }},
+        {"singles", "thirty chunks of one frame", 0,
+         [](Check& c) {
+             if (auto encoder = c.make()) {
+                 for (int i = 0; i < 30; ++i)
+                     c.give(*encoder, frames(1), i == 29);
+                 encoder->waitForFinish();
+                 c.wantFile();
+             }
+         }},
+        {"again", "two recordings to the same file", 0,
+         [](Check& c) {
+             for (int i = 0; i < 2; ++i)
+                 if (auto encoder = c.make()) {
+                     c.give(*encoder, frames(2), true);
+                     encoder->waitForFinish();
+                     c.wantFile();
+                 }
+         }},
+        {"beside", "two recordings side by side", 0,
+         [](Check& c) {
+             auto first = c.make();
+             auto second =
+                 c.make(Width, Height, Fps, BitsPerSecond,
+                        QFileInfo(c.fileName()).path() + "/other." + QFileInfo(c.fileName()).completeSuffix());
+             if (first && second) {
+                 for (int i = 0; i < 4; ++i) {
+                     c.give(*first, frames(1), i == 3);
+                     c.give(*second, frames(1), i == 3);
+                 }
+                 first->waitForFinish();
+                 second->waitForFinish();
+                 c.wantFile();
+             }
+         }},
+        {"sizes", "16 x 16 and 642 x 480 pixels", 0,
+         [](Check& c) {
+             for (const auto& [width, height] : {std::pair(16, 16), std::pair(642, 480)})
+                 if (auto encoder = c.make(width, height)) {
+                     c.give(*encoder, frames(2, width, height), true);
+                     encoder->waitForFinish();
+                     c.wantFile();
+                 }
+         }},
+        {"null", "a missing chunk alone", 1,
+         [](Check& c) {
+             if (auto encoder = c.make()) {
+                 c.give(*encoder, nullptr, true);
+                 encoder->waitForFinish();
+             }
+         }},
+        {"nulllast", "a missing chunk at the end", 1,
+         [](Check& c) {
+             if (auto encoder = c.make()) {
+                 c.give(*encoder, frames(2), false);
+                 c.give(*encoder, nullptr, true);
+                 encoder->waitForFinish();
+                 c.wantFile();
+             }
+         }},
+        {"empty", "an empty chunk alone", 1,
+         [](Check& c) {
+             if (auto encoder = c.make()) {
+                 c.give(*encoder, frames(0), true);
+                 encoder->waitForFinish();
+             }
+         }},
+        {"half", "half a frame", 1,
+         [](Check& c) {
+             if (auto encoder = c.make()) {
+                 c.give(*encoder, frames(0.5), true);
+                 encoder->waitForFinish();
+             }
+         }},
+        {"onehalf", "a frame and a half", 1,
+         [](Check& c) {
+             if (auto encoder = c.make()) {
+                 c.give(*encoder, frames(1.5), true);
+                 encoder->waitForFinish();
+                 c.wantFile();
+             }
+         }},
+        {"nothing", "no chunk at all", 0,
+         [](Check& c) {
+             if (auto encoder = c.make())
+                 encoder->waitForFinish();
+         }},
+        {"abort0", "an abort before the first chunk", 0,
+         [](Check& c) {
+             if (auto encoder = c.make()) {
+                 encoder->abortEncoding();
+                 c.wantNoFile();
+             }
+         }},
+        {"abort1", "an abort between chunks", 0,
+         [](Check& c) {
+             if (auto encoder = c.make()) {
+                 c.give(*encoder, frames(2), false);
+                 encoder->abortEncoding();
+                 c.wantNoFile();
+             }
+         }},
+        {"abort2", "an abort after the last chunk", 0,
+         [](Check& c) {
+             if (auto encoder = c.make()) {
+                 for (int i = 0; i < 8; ++i)
+                     c.give(*encoder, frames(4), i == 7);
+                 encoder->abortEncoding();
+                 c.wantNoFile();
+             }
+         }},
+        {"nooutput", "an output that could not be opened", 1,
+         [](Check& c) {
+             if (auto encoder =
+                     c.make(Width, Height, Fps, BitsPerSecond,
+                            QFileInfo(c.fileName()).path() + "/missing/" + QFileInfo(c.fileName()).fileName())) {
+                 c.give(*encoder, frames(3), false);
+                 c.give(*encoder, frames(3), true);
+                 encoder->waitForFinish();
+             }
+         }},
+        {"full", "a full disk", 1,
+         [](Check& c) {
+             if (!QFile::link(QStringLiteral("/dev/full"), c.fileName()))
+                 std::abort();
+             if (auto encoder = c.make(320, 240)) {
+                 for (int i = 0; i < 10; ++i)
+                     c.give(*encoder, frames(3, 320, 240), i == 9);
+                 encoder->waitForFinish();
+             }
+         }},
+        {"rates", "rates of 0, below 0 and beyond measure", 1000,
+         [](Check& c) {
+             const std::pair<int, int> rows[] = {{0, 0}, {-5, -1}, {1000, 2147483647}, {1, 100}, {2147483647, 1}};
+             for (const auto& [fps, rate] : rows)
+                 if (auto encoder = c.make(Width, Height, fps, rate)) {
+                     c.give(*encoder, frames(2), true);
+                     encoder->waitForFinish();
+                 }
+         }},
+        {"nosize", "no size, and sizes below 0", 1000,
+         [](Check& c) {
+             for (const int size : {0, -2})
+                 if (auto encoder = c.make(size, size)) {
+                     c.give(*encoder, new GuardedChunk(64), true);
+                     encoder->waitForFinish();
+                 }
+         }},
+    };
+    return table;
+}
+
+void print(const QString& line)
+{
+    std::puts(QString(line).replace(QLatin1Char('\n'), QLatin1Char(' ')).toUtf8().constData());
+    std::fflush(stdout);
+}
+
+/// Loads the plug-in and lets it register. False, said, when it cannot be used.
+bool load(const QString& file)
+{
+    void* library = dlopen(QFile::encodeName(QFileInfo(file).absoluteFilePath()).constData(), RTLD_NOW | RTLD_LOCAL);
+    if (!library) {
+        print(QStringLiteral("problem it cannot be loaded: %1").arg(QString::fromLocal8Bit(dlerror())));
+        return false;
+    }
+    const auto doRegister = reinterpret_cast<bool (*)()>(dlsym(library, "doRegister"));
+    if (!doRegister) {
+        print(QStringLiteral(
+            "problem it exports no function \"doRegister\"; write: extern \"C\" TOV_EXPORT bool doRegister()"));
+        return false;
+    }
+    bool registered = false;
+    try {
+        registered = doRegister();
+    } catch (...) {
+        print(QStringLiteral("problem an exception left doRegister"));
+        return false;
+    }
+    if (!registered)
+        print(QStringLiteral("problem doRegister returned false"));
+    else if (VideoEncoder::getInstance()->getLoadableFiles().empty())
+        print(QStringLiteral("problem doRegister registered no format"));
+    else
+        return true;
+    return false;
+}
+
+int list(const QString& file)
+{
+    Errors errors;
+    if (!load(file))
+        return 1;
+    for (const auto& [ending, description] : VideoEncoder::getInstance()->getLoadableFiles())
+        print(QStringLiteral("format %1 %2").arg(ending.toLower(), description));
+    for (const QString& message : errors.take())
+        print(QStringLiteral("problem %1").arg(message));
+    void* library = dlopen(QFile::encodeName(QFileInfo(file).absoluteFilePath()).constData(), RTLD_NOW | RTLD_NOLOAD);
+    if (const auto getInfos =
+            reinterpret_cast<tov::main::AdditionalInformation (*)()>(library ? dlsym(library, "getInfos") : nullptr)) {
+        try {
+            const auto infos = getInfos();
+            print(QStringLiteral("about %1 %2: %3").arg(infos.name, infos.version, infos.description));
+        } catch (...) {
+            print(QStringLiteral("problem an exception left getInfos"));
+        }
+    }
+    for (const Named& check : checks())
+        print(QStringLiteral("check %1 %2").arg(QLatin1String(check.name), QLatin1String(check.what)));
+    return 0;
+}
+
+int runOne(const QString& name, const QString& file, const QString& ending, const QString& folder)
+{
+    for (const Named& check : checks())
+        if (name == QLatin1String(check.name)) {
+            Errors errors;
+            if (!load(file))
+                return 1;
+            Check running(ending, folder);
+            check.run(running);
+            running.close(errors, check.allowedErrors);
+            running.problems.removeDuplicates();
+            for (const QString& problem : running.problems)
+                print(QStringLiteral("problem ") + problem);
+            return running.problems.isEmpty() ? 0 : 1;
+        }
+    return 2;
+}
+
+} // namespace
+
+int tovCheckEncoderPart(const QStringList& arguments)
+{
+    const int status = arguments.value(0) == QLatin1String("--list")
+                           ? list(arguments.value(1))
+                           : runOne(arguments.value(1), arguments.value(2), arguments.value(3), arguments.value(4));
+    std::fflush(stdout);
+    // The plug-in's own way out is no part of the check: libraries that it brought may not expect to be unloaded.
+    _exit(status);
+}
