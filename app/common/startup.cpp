@@ -136,6 +136,8 @@ Startup::Startup(int& argc, char** argv, const StartOptions& options) : d(new Pr
     const ssize_t length = readlink("/proc/self/exe", path, sizeof path - 1);
     QString folder = length > 0 ? QFile::decodeName(QByteArray(path, int(length))) : QString();
     folder.truncate(folder.lastIndexOf(QLatin1Char('/')));
+    // The program's own Qt plug-ins: the writer of PNG pictures, the piece that draws without a screen.
+    QCoreApplication::addLibraryPath(folder + QStringLiteral("/plugins"));
     if (!options.window)
         tov::platform::prepareHeadless(folder + QStringLiteral("/plugins"));
     d->application = std::make_unique<QApplication>(argc, argv);

@@ -7,6 +7,7 @@
 // clang-format on
 
 #include "grab/commands/localvalue.h"
+#include "grab/commands/tilecopier.h"
 #include "grab/module/modulegrab.h"
 #include "kernel/gui/fileparameterpanelfactory.h"
 #include "kernel/gui/zprogressdialog.h"
@@ -441,6 +442,8 @@ void GrabImage::saveImage(QImage* target, const Matrix& transform)
     const double top = nearPlane * HalfHeight;
     const double left = -top * targetWidth / targetHeight;
 
+    // Copies while the next tile is drawn; whatever way this function is left, what was handed over is in place then.
+    TileCopier copier(target);
     QOpenGLFramebufferObject* fbo = nullptr;
     int fboWidth = -1, fboHeight = -1;
     for (qint64 i = 0; i < count; ++i) {
@@ -459,6 +462,7 @@ void GrabImage::saveImage(QImage* target, const Matrix& transform)
         }
         if (!fbo->bind()) {
             Logger::log(ErrorLevel, SourceFile, __LINE__, __func__, nullptr, "Couldn't bind framebuffer object!");
+            copier.finish();
             delete fbo;
             context->doneCurrent();
             surface->destroy();
@@ -500,19 +504,9 @@ void GrabImage::saveImage(QImage* target, const Matrix& transform)
 
         // The bottom row of tiles is row 0; the short one stands at the top of the picture.
         const int y0 = row < rows - 1 ? (rows - 1 - row) * tile - (tile - lastHeight) : 0;
-        for (int x = x0; x < x0 + tileWidth; ++x) {
-            for (int j = 0; j < tileHeight; ++j) {
-                // Pixel by pixel, each checked, on purpose.
-                if (x >= target->width() || y0 + j >= target->height()) {
-                    Logger::log(ErrorLevel, SourceFile, __LINE__, __func__, nullptr,
-                                "setPixel(%d, %d) oversizes target image dimensions (%d, %d)", x, y0 + j,
-                                target->width(), target->height());
-                    break;
-                }
-                target->setPixel(x, y0 + j, picture.pixel(x - x0, j));
-            }
-        }
+        copier.copy(picture, x0, y0, tileWidth, tileHeight);
     }
+    copier.finish();
     delete fbo;
     delete drawer;
     context->doneCurrent();

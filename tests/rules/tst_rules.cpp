@@ -44,6 +44,10 @@ const std::vector<Rule> Rules = {
      {"libav"}},
     {"grab/module/", {"grab/module/", "grab/video/", "kernel/"}, {"libav", "GL/"}},
     // Plug-ins describe themselves in the host's record.
+    {"plugins/imageformats/", {"plugins/imageformats/"}, {"libav", "GL/"}},
+    {"sdk/",
+     {"grab/video/", "kernel/log/", "kernel/main/informationobject.h", "kernel/main/export.h", "sdk/"},
+     {"libav", "GL/"}},
     {"plugins/video/",
      {"grab/video/", "plugins/video/common/", "kernel/log/", "kernel/main/informationobject.h", "kernel/main/export.h"},
      {"QOpenGL", "GL/"}},
@@ -54,7 +58,7 @@ const std::vector<Rule> Rules = {
 std::vector<fs::path> sources()
 {
     std::vector<fs::path> found;
-    for (const char* folder : {"kernel", "scene", "trajectory", "grab", "plugins", "app"})
+    for (const char* folder : {"kernel", "scene", "trajectory", "grab", "plugins", "app", "sdk"})
         for (const auto& entry : fs::recursive_directory_iterator(Root / folder))
             if (entry.path().extension() == ".cpp" || entry.path().extension() == ".h")
                 found.push_back(fs::relative(entry.path(), Root));
