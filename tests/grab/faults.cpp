@@ -11,6 +11,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <new>
 
 #include <dlfcn.h>
 #include <sys/sysinfo.h>
@@ -58,6 +59,8 @@ void clear()
     maxTextureSize = -1;
     bufferOpenFails = false;
     bufferOpens = 0;
+    writesWithoutMemory = 0;
+    shortWrite = 0;
 }
 
 } // namespace tov::test::faults
@@ -142,4 +145,16 @@ bool QBuffer::open(OpenMode mode)
             return false;
     }
     return real(this, mode);
+}
+
+qint64 QIODevice::write(const char* data, qint64 size)
+{
+    static const auto real = next<qint64 (*)(QIODevice*, const char*, qint64)>("_ZN9QIODevice5writeEPKcx");
+    if ((writesWithoutMemory > 0 || shortWrite > 0) && onCaptureThread()) {
+        if (takeOne(writesWithoutMemory))
+            throw std::bad_alloc();
+        if (shortWrite > 0)
+            size = qMin(size, qint64(shortWrite));
+    }
+    return real(this, data, size);
 }

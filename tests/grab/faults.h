@@ -29,6 +29,10 @@ TOV_EXPORT inline std::atomic<bool> framebuffersMissing{false};
 /// What OpenGL gives as the largest texture; below 0 = the truth.
 TOV_EXPORT inline std::atomic<int> maxTextureSize{-1};
 TOV_EXPORT inline std::atomic<bool> bufferOpenFails{false};
+/// How many writes into chunks on capture threads find no memory from now on.
+TOV_EXPORT inline std::atomic<int> writesWithoutMemory{0};
+/// The most bytes that a write into a chunk on a capture thread takes; 0 = no limit.
+TOV_EXPORT inline std::atomic<long long> shortWrite{0};
 /// Calls that came through here, to tell whether the fault was in the way at all.
 TOV_EXPORT inline std::atomic<int> bufferOpens{0};
 

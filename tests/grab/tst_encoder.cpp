@@ -11,9 +11,14 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
-#include <sched.h>
 #include <cmath>
+#include <memory>
+#include <stdexcept>
+#include <vector>
+
+#include <sched.h>
 
 using tov::grab::video::Encoder;
 using tov::test::LogCapture;
@@ -45,6 +50,7 @@ public:
     bool acceptStart = true;
     int failAtChunk = -1;
     bool throwInHook = false;
+    bool throwAtChunk = false;
     QSemaphore* gate = nullptr; ///< taken once for each chunk
     int policy = -1;
     std::vector<Call> calls;
@@ -61,6 +67,14 @@ public:
     }
     bool abortBegun() { return std::atomic_ref<bool>(m_Aborted).load(); }
     bool queueIsEmpty() const { return m_Chunks.empty(); }
+    void setOutput(QIODevice* device) { mp_OutputFile = device; }
+    /// Where the members lie, in the order in which plug-ins are built against them.
+    std::vector<const void*> memberAddresses() const
+    {
+        return {&mp_OutputFile, &m_Aborted,         &m_Width,      &m_Height, &m_Fps,
+                &m_Kbps,        &m_State,           &m_Chunks,     &m_Mutex,  &mp_Semaphore,
+                &mp_Runner,     &m_ProcessedChunks, &m_TotalChunks};
+    }
     std::array<int, 4> parameters() const { return {m_Width, m_Height, m_Fps, m_Kbps}; }
     QIODevice::OpenMode outputMode() const { return mp_OutputFile->openMode(); }
     std::vector<Call> taken(const std::string& hook)
@@ -92,7 +106,7 @@ protected:
         policy = sched_getscheduler(0);
         if (gate)
             gate->acquire();
-        if (throwInHook)
+        if (throwAtChunk)
             throw 7;
         return int(taken("encode").size()) - 1 != failAtChunk;
     }
@@ -121,6 +135,15 @@ void expectRecord(const LogCapture& log, const char* function, const QString& me
     EXPECT_EQ(found[0].level, 2000);
     EXPECT_EQ(found[0].file, "video/encoder");
     EXPECT_EQ(found[0].function, QLatin1String(function));
+    EXPECT_TRUE(found[0].category.isEmpty());
+}
+
+/// Calls a virtual operation by its place in the table.
+template <typename Result, typename... Arguments>
+Result callSlot(Encoder* object, int slot, Arguments... arguments)
+{
+    void** table = *reinterpret_cast<void***>(object);
+    return reinterpret_cast<Result (*)(Encoder*, Arguments...)>(table[slot])(object, arguments...);
 }
 
 } // namespace
@@ -176,8 +199,7 @@ TEST_F(EncoderTest, AnOutputThatCannotBeOpenedIsNamed)
     const QString name = path("missing/B\xc3\xa4r.bin");
     LogCapture log;
     EXPECT_FALSE(encoder.setOutputParameters(name, 2, 2, 25, 1));
-    expectRecord(log, "setOutputParameters",
-                 QStringLiteral("Encoder: Couldn't open file '%1' for writing").arg(name));
+    expectRecord(log, "setOutputParameters", QStringLiteral("Encoder: Couldn't open file '%1' for writing").arg(name));
     EXPECT_FALSE(encoder.hasOutput());
 }
 
@@ -230,10 +252,13 @@ TEST_F(EncoderTest, ProgressOfFiveQueuedChunksNeverReaches100)
     encoder.gate = &gate;
     std::vector<int> values;
     QMutex mutex;
-    QObject::connect(&encoder, &Encoder::progressChanged, &encoder, [&](int value) {
-        QMutexLocker lock(&mutex);
-        values.push_back(value);
-    }, Qt::DirectConnection);
+    QObject::connect(
+        &encoder, &Encoder::progressChanged, &encoder,
+        [&](int value) {
+            QMutexLocker lock(&mutex);
+            values.push_back(value);
+        },
+        Qt::DirectConnection);
     // One in work, five waiting.
     encoder.encodeVideoChunk(new CountedChunk, false);
     ASSERT_TRUE(processUntil([&] { return encoder.taken("encode").size() == 1; }));
@@ -283,10 +308,70 @@ TEST_F(EncoderTest, AFailedChunkEndsTheRunnerAndTheRestIsDeleted)
     EXPECT_EQ(encoder.taken("encode").size(), 2u);
 }
 
+TEST_F(EncoderTest, AnExceptionWhileEncodingIsAFailedChunk)
+{
+    encoder.throwAtChunk = true;
+    LogCapture log;
+    EXPECT_TRUE(encoder.encodeVideoChunk(new CountedChunk, false));
+    ASSERT_TRUE(processUntil([&] { return encoder.state() == Encoder::Stopped; }));
+    EXPECT_EQ(chunksAlive, 0) << "the runner frees the chunk that failed";
+    EXPECT_TRUE(encoder.encodeVideoChunk(new CountedChunk, true));
+    encoder.waitForFinish();
+    expectRecord(log, "encodeChunk", QStringLiteral("The encoder threw an exception"));
+    expectRecord(log, "run", QStringLiteral("Couldn't encode chunk!"));
+    EXPECT_EQ(log.records().size(), 2u) << log.text();
+    EXPECT_EQ(encoder.taken("encode").size(), 1u);
+}
+
+TEST_F(EncoderTest, TheStateFollowsTheRunner)
+{
+    QSemaphore gate(0);
+    encoder.gate = &gate;
+    EXPECT_TRUE(encoder.encodeVideoChunk(new CountedChunk, true));
+    ASSERT_TRUE(processUntil([&] { return encoder.taken("encode").size() == 1; }));
+    EXPECT_EQ(encoder.state(), Encoder::Running) << "starting never takes the runner's state back";
+    gate.release();
+    ASSERT_TRUE(processUntil([&] { return encoder.state() == Encoder::Stopped; }));
+    EXPECT_TRUE(encoder.encodeVideoChunk(new CountedChunk, false)) << "kept until the clean-up";
+    EXPECT_EQ(chunksAlive, 1);
+    encoder.waitForFinish();
+    EXPECT_EQ(encoder.state(), Encoder::Idle);
+    EXPECT_EQ(encoder.taken("encode").size(), 1u);
+}
+
+TEST_F(EncoderTest, BeforeTheEndOnlyBusyIsReported)
+{
+    std::vector<int> values;
+    QMutex mutex;
+    QObject::connect(
+        &encoder, &Encoder::progressChanged, &encoder,
+        [&](int value) {
+            QMutexLocker lock(&mutex);
+            values.push_back(value);
+        },
+        Qt::DirectConnection);
+    for (int i = 0; i < 3; ++i)
+        EXPECT_TRUE(encoder.encodeVideoChunk(new CountedChunk, i == 2));
+    ASSERT_TRUE(processUntil([&] { return encoder.state() == Encoder::Stopped; }));
+    encoder.waitForFinish();
+    EXPECT_EQ(values, std::vector<int>{-1});
+}
+
+TEST_F(EncoderTest, ANullChunkMayFailAsAnyOther)
+{
+    encoder.failAtChunk = 0;
+    LogCapture log;
+    EXPECT_TRUE(encoder.encodeVideoChunk(nullptr, true));
+    encoder.waitForFinish();
+    expectRecord(log, "run", QStringLiteral("Couldn't encode chunk!"));
+}
+
 TEST_F(EncoderTest, NullChunksArePassedOn)
 {
     EXPECT_TRUE(encoder.encodeVideoChunk(nullptr, true));
     encoder.waitForFinish();
+    ASSERT_EQ(encoder.taken("init").size(), 1u);
+    EXPECT_EQ(encoder.taken("init")[0].chunk, nullptr);
     ASSERT_EQ(encoder.taken("encode").size(), 1u);
     EXPECT_EQ(encoder.taken("encode")[0].chunk, nullptr);
     EXPECT_TRUE(encoder.taken("encode")[0].isLast);
@@ -338,6 +423,48 @@ TEST_F(EncoderTest, AFileThatCannotBeRemovedIsNamed)
     EXPECT_FALSE(encoder.hasOutput()) << "the abort completes anyway";
 }
 
+TEST_F(EncoderTest, AbortLeavesWhatIsNoFileWhereItIs)
+{
+    auto* device = new QBuffer;
+    ASSERT_TRUE(device->open(QIODevice::WriteOnly));
+    encoder.setOutput(device);
+    LogCapture log;
+    encoder.abortEncoding();
+    EXPECT_TRUE(log.records().empty()) << log.text();
+    ASSERT_EQ(encoder.calls.size(), 1u);
+    EXPECT_FALSE(encoder.calls[0].isLast) << "closed, all the same";
+    EXPECT_FALSE(encoder.hasOutput());
+}
+
+TEST_F(EncoderTest, AbortAfterARefusedStartRemovesTheFileAndMakesReady)
+{
+    ASSERT_TRUE(encoder.setOutputParameters(path("a.bin"), 2, 2, 25, 1));
+    encoder.acceptStart = false;
+    auto chunk = std::make_unique<CountedChunk>();
+    EXPECT_FALSE(encoder.encodeVideoChunk(chunk.get(), true));
+    encoder.abortEncoding();
+    EXPECT_FALSE(QFile::exists(path("a.bin")));
+    EXPECT_EQ(encoder.taken("finish").size(), 1u);
+    EXPECT_EQ(encoder.state(), Encoder::Idle);
+    encoder.acceptStart = true;
+    EXPECT_TRUE(encoder.encodeVideoChunk(chunk.release(), true));
+    encoder.waitForFinish();
+    EXPECT_EQ(encoder.taken("encode").size(), 1u);
+}
+
+TEST_F(EncoderTest, AbortAfterTheEndRemovesNothing)
+{
+    ASSERT_TRUE(encoder.setOutputParameters(path("a.bin"), 2, 2, 25, 1));
+    EXPECT_TRUE(encoder.encodeVideoChunk(new CountedChunk, true));
+    encoder.waitForFinish();
+    LogCapture log;
+    encoder.abortEncoding();
+    EXPECT_TRUE(QFile::exists(path("a.bin"))) << "there is no output any more to remove";
+    EXPECT_TRUE(encoder.aborted());
+    EXPECT_TRUE(log.records().empty()) << log.text();
+    EXPECT_EQ(encoder.taken("finish").size(), 2u) << "once a clean-up";
+}
+
 TEST_F(EncoderTest, TheSameObjectCanEncodeAgain)
 {
     encoder.encodeVideoChunk(new CountedChunk, true);
@@ -382,4 +509,25 @@ TEST_F(EncoderTest, MetaObjectHasOneSignalAndOneSlotInOrder)
     EXPECT_EQ(meta->method(meta->methodOffset()).methodType(), QMetaMethod::Signal);
     EXPECT_EQ(meta->method(meta->methodOffset() + 1).methodSignature(), "abortEncoding()");
     EXPECT_EQ(meta->method(meta->methodOffset() + 1).methodType(), QMetaMethod::Slot);
+}
+
+TEST_F(EncoderTest, MembersLieInTheOrderThatPlugInsAreBuiltAgainst)
+{
+    const auto addresses = encoder.memberAddresses();
+    EXPECT_EQ(addresses.size(), 13u);
+    EXPECT_TRUE(std::is_sorted(addresses.begin(), addresses.end()));
+}
+
+TEST_F(EncoderTest, TheHooksFollowTheOperationsOfQObjectInTheirOrder)
+{
+    const int first = 12; // after the meta-object's three, two destructors and seven of QObject
+    CountedChunk chunk;
+    EXPECT_TRUE((callSlot<bool, QIODevice*, bool>(&encoder, first, &chunk, false)));
+    EXPECT_TRUE((callSlot<bool, QIODevice*, bool>(&encoder, first + 1, &chunk, true)));
+    callSlot<void>(&encoder, first + 2);
+    ASSERT_EQ(encoder.calls.size(), 3u);
+    EXPECT_EQ(encoder.calls[0].hook, "init");
+    EXPECT_EQ(encoder.calls[1].hook, "encode");
+    EXPECT_TRUE(encoder.calls[1].isLast);
+    EXPECT_EQ(encoder.calls[2].hook, "finish");
 }

@@ -136,6 +136,54 @@ TEST_F(ParameterTest, ReplacingFreesTheOldValueOnlyWhenOwned)
     delete left;
 }
 
+TEST_F(ParameterTest, ConvertingAndTakingFreeTheOldValueOnlyWhenOwned)
+{
+    CountedParameter parameter = makeCounted(), other = makeCounted();
+    auto* first = new Counted;
+    parameter.setValuePointer(first);
+    parameter.disableDeleteOnSet(true);
+    ASSERT_TRUE(parameter.castString(QStringLiteral("x")));
+    auto* second = static_cast<Counted*>(parameter.getValuePointer());
+    EXPECT_NE(second, first);
+    EXPECT_EQ(Counted::alive, 2) << "the old one is left alone";
+    other.setValuePointer(new Counted);
+    parameter.takeValueFrom(&other);
+    EXPECT_EQ(Counted::alive, 3);
+    Counted* member = nullptr;
+    parameter.bindTo(&member);
+    EXPECT_FALSE(parameter.hasValue());
+    EXPECT_EQ(Counted::alive, 3);
+    other.deleteValue();
+    delete first;
+    delete second;
+    EXPECT_EQ(Counted::alive, 0);
+}
+
+TEST_F(ParameterTest, AThrowingDeletionDoesNotKeepANewValueOut)
+{
+    specialDeletion = true;
+    CountedParameter parameter = makeCounted(), other = makeCounted();
+    auto* first = new Counted;
+    auto* second = new Counted;
+    auto* third = new Counted;
+    other.setValuePointer(third);
+    parameter.setValuePointer(first);
+    deletionThrows = true;
+    LogCapture log;
+    parameter.setValuePointer(second);
+    EXPECT_EQ(parameter.getValuePointer(), second);
+    parameter.takeValueFrom(&other);
+    EXPECT_EQ(parameter.getValuePointer(), third);
+    Counted* member = nullptr;
+    parameter.bindTo(&member);
+    EXPECT_FALSE(parameter.hasValue());
+    EXPECT_EQ(log.withMessage(QStringLiteral("Save your data!")).size(), 3u) << log.text();
+    EXPECT_EQ(log.records().size(), 3u);
+    delete first;
+    delete second;
+    delete third;
+}
+
 TEST_F(ParameterTest, AssigningTheValueItHasDoesNothing)
 {
     CountedParameter parameter = makeCounted();
@@ -336,7 +384,9 @@ TEST_F(ParameterTest, VirtualOperationsStandInTheStatedOrder)
     const QString text = QStringLiteral("6");
     EXPECT_TRUE((callSlot<bool, const QString*>(parameter, 2, &text)));
     EXPECT_EQ(parameter->toString(), "6");
+    EXPECT_EQ(callSlot<QString>(parameter, 3), "6");
     EXPECT_TRUE(callSlot<bool>(parameter, 6));
+    EXPECT_EQ(callSlot<QString>(parameter, 7), parameter->toDebugString());
     EXPECT_EQ(callSlot<void*>(parameter, 8), parameter->getValuePointer());
     callSlot<void>(parameter, 4);
     EXPECT_FALSE(parameter->hasValue());

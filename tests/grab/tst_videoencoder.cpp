@@ -55,8 +55,8 @@ protected:
         folder = QCoreApplication::applicationDirPath() + QStringLiteral("/plugins/video/");
         QDir(QCoreApplication::applicationDirPath() + QStringLiteral("/plugins")).removeRecursively();
         ASSERT_TRUE(QDir().mkpath(folder));
-        information = std::make_unique<tov::main::InformationObject>(QStringLiteral("d"), QStringLiteral("Grab"), QIcon(),
-                                                                     QUrl(), QUrl());
+        information = std::make_unique<tov::main::InformationObject>(QStringLiteral("d"), QStringLiteral("Grab"),
+                                                                     QIcon(), QUrl(), QUrl());
         module = std::make_unique<GrabStandIn>(information.get());
     }
     void TearDown() override
@@ -257,12 +257,35 @@ TEST_F(RegistryTest, AMissingDependencyIsALoadFailure)
     registry().refreshPlugins();
     ASSERT_EQ(log.records().size(), 1u);
     const QString message = log.records()[0].message;
-    EXPECT_TRUE(message.startsWith(
-        QStringLiteral("Loading of video encoder plugin: 'needsabsent' failed with error: ")))
+    EXPECT_TRUE(
+        message.startsWith(QStringLiteral("Loading of video encoder plugin: 'needsabsent' failed with error: ")))
         << message.toStdString();
     EXPECT_TRUE(message.contains(QStringLiteral("libabsent.so"))) << message.toStdString();
     expectRecord(log.records()[0], "refreshPlugins", message);
     EXPECT_EQ(keys().size(), 2) << "the good one is used all the same";
+}
+
+TEST_F(RegistryTest, FilesComeByNameWhateverTheirCase)
+{
+    lay("onlyinfos", QStringLiteral("C.so"));
+    lay("refuses", QStringLiteral("b.so"));
+    lay("rawcopy", QStringLiteral("A.so"));
+    registry().refreshPlugins();
+    EXPECT_EQ(recordNames(), (QStringList{"rawcopy", "refuses", "onlyinfos"}));
+}
+
+TEST_F(RegistryTest, AFileIsCalledByItsNameUpToTheFirstDot)
+{
+    QFile text(folder + QStringLiteral("many.dots.so"));
+    ASSERT_TRUE(text.open(QIODevice::WriteOnly));
+    text.write("this is no library\n");
+    text.close();
+    LogCapture log;
+    registry().refreshPlugins();
+    ASSERT_EQ(log.records().size(), 1u) << log.text();
+    EXPECT_TRUE(log.records()[0].message.startsWith(
+        QStringLiteral("Loading of video encoder plugin: 'many' failed with error: ")))
+        << log.text();
 }
 
 TEST_F(RegistryTest, FilesThatAreNoWholeLibrariesAreLoadFailures)

@@ -4,6 +4,7 @@
 #include "kernel/main/settings.h"
 #include "tests/grab/videofixture.h"
 #include "trajectory/trajectoryhandler.h"
+#include "trajectory/trajectoryinfo.h"
 
 #include <QDir>
 #include <QFile>
@@ -17,6 +18,7 @@ using tov::grab::VideoHandler;
 using tov::test::processUntil;
 using tov::test::SeenChunk;
 using tov::test::Signals;
+using tov::trajectory::TrajectoryHandler;
 namespace faults = tov::test::faults;
 
 namespace {
@@ -322,6 +324,52 @@ TEST_F(VideoChunks, AFailedWriteDropsTheRestOfTheFrameAndTheRecordingGoesOn)
     }
 }
 
+TEST_F(VideoChunks, AWriteWithoutMemoryIsAFailedWrite)
+{
+    setChunks(50, true);
+    selectPoints(3);
+    {
+        VideoHandler handler;
+        Signals seen(handler);
+        faults::writesWithoutMemory = 1;
+        ASSERT_TRUE(handler.startSyncedGrabbing(file("memory.raw"), 32, 16, newPanel()));
+        ASSERT_TRUE(processUntil([&] { return seen.finished == 1; }));
+        handler.stopGrabbing();
+    }
+    ASSERT_EQ(m_Journal.seen().size(), 1u);
+    EXPECT_EQ(m_Journal.seen()[0].size, 2 * 32 * 16 * 4) << "the later frames";
+    const auto records =
+        m_Log.withMessage(QStringLiteral("Couldn't write %1 bytes to temporary file").arg(32 * 16 * 4));
+    ASSERT_EQ(records.size(), 1u) << m_Log.text();
+    EXPECT_EQ(records[0].level, 2000);
+    EXPECT_EQ(records[0].file, "videohandler");
+    EXPECT_EQ(records[0].function, "grabPicture");
+}
+
+TEST_F(VideoChunks, ShortWritesAreContinued)
+{
+    setChunks(50, true);
+    selectPoints(2);
+    m_Journal.keepBytes = true;
+    QByteArray whole;
+    for (const long long limit : {0LL, 777LL}) {
+        m_Journal.chunks.clear();
+        TrajectoryHandler::getInstance()->getTrajectoryInfo()->setPosition(0);
+        VideoHandler handler;
+        Signals seen(handler);
+        faults::shortWrite = limit;
+        ASSERT_TRUE(handler.startSyncedGrabbing(file("short.raw"), 32, 16, newPanel()));
+        ASSERT_TRUE(processUntil([&] { return seen.finished == 1; }));
+        handler.stopGrabbing();
+        if (limit == 0)
+            whole = m_Journal.allBytes();
+        else
+            EXPECT_EQ(m_Journal.allBytes(), whole);
+    }
+    EXPECT_EQ(whole.size(), 2 * 32 * 16 * 4);
+    EXPECT_TRUE(m_Log.records().empty()) << m_Log.text();
+}
+
 TEST_F(VideoChunks, ARefusingEncoderLeavesTheCaptureRunning)
 {
     setChunks(0, true);
@@ -334,7 +382,7 @@ TEST_F(VideoChunks, ARefusingEncoderLeavesTheCaptureRunning)
     handler.stopGrabbing();
     EXPECT_EQ(m_Log.withMessage(QStringLiteral("Couldn't initialize video encoding")).size(), 1u);
     EXPECT_EQ(m_Journal.callsSeen(), (std::vector<std::string>{"init", "finish"}));
-    EXPECT_EQ(tov::trajectory::TrajectoryHandler::getInstance()->getPosition(), 2u) << "the walk went on to its end";
+    EXPECT_EQ(TrajectoryHandler::getInstance()->getPosition(), 2u) << "the walk went on to its end";
 }
 
 TEST_F(VideoChunks, AnOutputThatCannotBeOpenedDoesNotStopTheCapture)
