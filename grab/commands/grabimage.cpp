@@ -47,6 +47,8 @@
 #include <limits>
 #include <memory>
 
+#include <sys/mman.h>
+
 namespace tov::commands::grab {
 
 using tov::gui::ScenePanel;
@@ -114,6 +116,16 @@ int truncated(double value)
     if (value >= std::numeric_limits<int>::max())
         return std::numeric_limits<int>::max();
     return static_cast<int>(value);
+}
+
+/// Asks for large memory pages under a large picture: tens of thousands of page faults fewer. The system may decline.
+void adviseHugePages(const QImage& image)
+{
+    constexpr quintptr HugePage = quintptr(1) << 21;
+    const auto begin = (reinterpret_cast<quintptr>(image.constBits()) + HugePage - 1) / HugePage * HugePage;
+    const auto end = (reinterpret_cast<quintptr>(image.constBits()) + quintptr(image.sizeInBytes())) / HugePage * HugePage;
+    if (end > begin)
+        madvise(reinterpret_cast<void*>(begin), end - begin, MADV_HUGEPAGE);
 }
 
 } // namespace
@@ -331,6 +343,7 @@ void GrabImage::executeInteractive()
         restoreOverrideCursor();
         return;
     }
+    adviseHugePages(target);
     // Blank, so that a failure later leaves no chance bytes in the file.
     target.fill(0u);
     updateProcessed(-1);

@@ -1,0 +1,82 @@
+#!/usr/bin/python3
+"""Times tov beside VTK on the same jobs, whole processes in turns, and prints a table in Markdown.
+
+    peers.py BUILD_FOLDER MODEL [ROUNDS]
+"""
+import os
+import re
+import shutil
+import statistics
+import subprocess
+import sys
+import tempfile
+import time
+
+HERE = os.path.dirname(os.path.abspath(__file__))
+PEER = os.path.join(HERE, 'peer_vtk.py')
+
+
+def measured(command):
+    """Seconds and peak memory in MB of a whole process, with what it printed."""
+    start = time.perf_counter()
+    process = subprocess.run(['/usr/bin/time', '-f', 'peak=%M'] + command, capture_output=True, text=True, check=True)
+    seconds = time.perf_counter() - start
+    return seconds, int(re.findall(r'peak=(\d+)', process.stderr)[-1]) / 1000, process.stdout
+
+
+def in_turns(ours, theirs, rounds):
+    """Medians of both, run in turns so that what else the machine does falls on both."""
+    results = ([], [])
+    for _ in range(rounds):
+        for command, into in ((ours, results[0]), (theirs, results[1])):
+            into.append(measured(command)[:2])
+    return [(statistics.median(r[0] for r in each), statistics.median(r[1] for r in each)) for each in results]
+
+
+def row(what, ours, theirs, ratio, limit, unit):
+    verdict = 'reached' if (ratio <= limit if unit != 'frames/s' else ratio >= limit) else 'missed'
+    comparison = 'at most' if unit != 'frames/s' else 'at least'
+    print(f'| {what} | {ours:.2f} {unit} | {theirs:.2f} {unit} | {ratio:.2f} | {comparison} {limit} | {verdict} |', flush=True)
+
+
+def main(build, model, rounds=5):
+    tov = os.path.join(build, 'bin/tov')
+    for program in ('/usr/bin/time', 'xvfb-run', 'ffmpeg'):
+        if not shutil.which(program):
+            sys.exit(f'peers.py: {program} is needed')
+    with tempfile.TemporaryDirectory() as folder:
+        os.environ['TOV_SETTINGS'] = folder + '/settings.ini'
+        big = folder + '/big.ply'
+        subprocess.run([PEER, 'subdivide', model, big], check=True)
+        print('| job | tov | peer | ratio | limit | |')
+        print('|---|---|---|---|---|---|')
+        for name, file, wall in (('bunny', model, 0.75), ('1.1 M triangles', big, 0.5)):
+            ours, theirs = in_turns(
+                [tov, 'image', file, '-o', folder + '/a.png', '--panel', '1280x960', '--width', '10000', '--quiet'],
+                [PEER, 'picture', file, folder + '/b.png', '10000', '7500'], rounds)
+            row(f'picture 10000 x 7500, {name}, wall', ours[0], theirs[0], ours[0] / theirs[0], wall, 's')
+            row(f'picture 10000 x 7500, {name}, peak memory', ours[1], theirs[1], ours[1] / theirs[1], 0.7, 'MB')
+        ours, theirs = in_turns(
+            [tov, 'image', model, '-o', folder + '/a.png', '--panel', '1280x960', '--width', '10000', '--quiet'],
+            [tov, 'image', model, '-o', folder + '/a.png', '--panel', '1280x960', '--width', '5000', '--quiet'], rounds)
+        row('four times the pixels (5000 to 10000 wide)', ours[0], theirs[0], ours[0] / theirs[0], 4.3, 's')
+        ours, theirs = in_turns(
+            [tov, 'video', model, '-o', folder + '/a.mp4', '--size', '1280x720', '--turntable', '100', '--quiet'],
+            [PEER, 'video', model, folder + '/b.mp4', '1280', '720', '100'], rounds)
+        row('video 1280 x 720, 100 frames, H.264', 100 / ours[0], 100 / theirs[0], theirs[0] / ours[0], 2.5, 'frames/s')
+        ours, theirs = in_turns(
+            [tov, 'image', '/usr/share/glmark2/models/cube.3ds', '-o', folder + '/a.png', '--panel', '200x200', '--width',
+             '200', '--quiet'], [os.path.join(build, 'benchmarks/empty_gl')], rounds)
+        row('start to exit, a cube 200 x 200, beyond an empty Qt program', ours[0] - theirs[0], theirs[0], ours[0] - theirs[0],
+            0.25, 's')
+        for name, file in (('bunny.obj', model), ('1.1 M triangles, binary PLY', big)):
+            ours, theirs = [], []
+            for _ in range(rounds):
+                ours.append(float(subprocess.run([os.path.join(build, 'benchmarks/bench_import'), file], capture_output=True,
+                                                 text=True, check=True).stdout))
+                theirs.append(float(subprocess.run([PEER, 'read', file], capture_output=True, text=True, check=True).stdout))
+            a, b = statistics.median(ours), statistics.median(theirs)
+            row(f'reading {name}', a, b, a / b, 1.0, 's')
+
+
+main(sys.argv[1], sys.argv[2], *[int(n) for n in sys.argv[3:4]])
