@@ -10,7 +10,7 @@ namespace tov::app {
 /// The command line, read but not yet understood: a verb, options with their values, files.
 struct Options
 {
-    QString verb; ///< empty: the window
+    QString verb;                          ///< empty: the window
     std::map<QString, QStringList> values; ///< by option, without the dashes; a flag has one empty value a mention
     QStringList files;
 

@@ -38,6 +38,8 @@ Session::Session(const Options& options, int& argc, char** argv)
       m_Progress(m_Quiet || options.has(QStringLiteral("verbose")))
 {
     m_Startup.setInterruptHandler([this](int count) { interrupted(count); });
+    mp_Space = std::make_unique<SpaceWatch>();
+    QObject::connect(mp_Space.get(), &SpaceWatch::lowSpace, [this](const QString& text) { fail(text); });
     tov::util::ZProgressDialog::setPresenter([this](const tov::util::ZProgressDialog::Update& update) {
         if (!update.finished)
             m_Progress.show(update.title, update.percent);
@@ -121,11 +123,7 @@ bool Session::openTrajectory()
     auto* handler = tov::trajectory::TrajectoryHandler::getInstance();
     QString error;
     if (m_Options.has(QStringLiteral("turntable"))) {
-        bool ok = false;
-        const int count = m_Options.value(QStringLiteral("turntable")).toInt(&ok);
-        if (!ok || count < 1)
-            return fail(tr("--turntable: \"%1\" is no number of positions (1 or more)")
-                            .arg(m_Options.value(QStringLiteral("turntable"))));
+        const int count = m_Options.value(QStringLiteral("turntable")).toInt();
         if (!handler->selectTurntable(count, &error))
             return fail(error);
     } else if (m_Options.has(QStringLiteral("trajectory"))) {

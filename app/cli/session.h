@@ -3,6 +3,7 @@
 #include "app/cli/options.h"
 #include "app/cli/progressline.h"
 #include "app/cli/view.h"
+#include "app/common/spacewatch.h"
 #include "app/common/startup.h"
 #include "kernel/main/commandprocessor.h"
 
@@ -58,6 +59,7 @@ private:
     int m_Interrupts = 0;
     bool m_LeaveAtOnce = false;
     bool m_Told = false;
+    std::unique_ptr<SpaceWatch> mp_Space;
     QString m_Guarded;
     bool m_GuardedExisted = false;
     tov::gui::ScenePanel* mp_Panel = nullptr; ///< closed in the destructor

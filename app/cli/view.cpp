@@ -39,6 +39,15 @@ bool readViewOptions(const Options& options, ViewOptions& view, QString* error)
         *error = tr("--panel: \"%1\" is no size; write it like 1280x720").arg(options.value(QStringLiteral("panel")));
         return false;
     }
+    if (options.has(QStringLiteral("turntable"))) {
+        bool ok = false;
+        const QString text = options.value(QStringLiteral("turntable"));
+        view.turntable = text.toInt(&ok);
+        if (!ok || view.turntable < 1) {
+            *error = tr("--turntable: \"%1\" is no number of positions (1 or more)").arg(text);
+            return false;
+        }
+    }
     if (options.has(QStringLiteral("view"))) {
         typedef ScenePanel::StandardView View;
         static const std::pair<const char*, View> names[] = {

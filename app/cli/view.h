@@ -18,6 +18,7 @@ struct ViewOptions
     tov::gui::ScenePanel::StandardView view = tov::gui::ScenePanel::StandardView::Front;
     std::optional<QColor> background;
     std::optional<tov::math::Matrix4> transform;
+    int turntable = 0; ///< positions of one turn; 0 = none asked for
 };
 
 /// Reads the view's options; false and one line in `error` when one is wrong.
@@ -26,8 +27,8 @@ bool readViewOptions(const Options& options, ViewOptions& view, QString* error);
 /// "WxH" with both from 1 to 65535.
 bool readSize(const QString& text, QSize& size);
 
-/// Makes the (hidden) panel that pictures and videos are taken of, and fits the scene into it; `turning` = with room for
-/// a camera that turns about it. The active panel afterwards; the caller closes it through the viewer.
+/// Makes the (hidden) panel that pictures and videos are taken of, and fits the scene into it; `turning` = with room
+/// for a camera that turns about it. The active panel afterwards; the caller closes it through the viewer.
 tov::gui::ScenePanel* makePanel(const ViewOptions& view, bool turning);
 
 } // namespace tov::app

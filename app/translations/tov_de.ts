@@ -616,6 +616,10 @@
         <source>%1 cannot be started: %2</source>
         <translation>%1 kann nicht gestartet werden: %2</translation>
     </message>
+    <message>
+        <source>--turntable: &quot;%1&quot; is no number of positions (1 or more)</source>
+        <translation>--turntable: „%1“ ist keine Zahl von Stellungen (ab 1)</translation>
+    </message>
 </context>
 <context>
     <name>tov::app::Session</name>
@@ -627,9 +631,12 @@
         <source>Reading</source>
         <translation>Lesen</translation>
     </message>
+</context>
+<context>
+    <name>tov::app::SpaceWatch</name>
     <message>
-        <source>--turntable: &quot;%1&quot; is no number of positions (1 or more)</source>
-        <translation>--turntable: „%1“ ist keine Zahl von Stellungen (ab 1)</translation>
+        <source>%1 has only %2 left: the recording was stopped, what was captured is kept.</source>
+        <translation>%1 hat nur noch %2 frei: Die Aufnahme wurde beendet, Aufgenommenes bleibt erhalten.</translation>
     </message>
 </context>
 <context>
@@ -1264,6 +1271,10 @@ Aufnahmen werden beendet und geschrieben, Bilder fertig gemacht. Dann schließt 
         <source>Only files of this computer can be opened.</source>
         <translation>Nur Dateien dieses Rechners können geöffnet werden.</translation>
     </message>
+    <message>
+        <source>%1 free</source>
+        <translation>%1 frei</translation>
+    </message>
 </context>
 <context>
     <name>tov::viewer::NoticeBar</name>
@@ -1425,6 +1436,10 @@ Aufnahmen werden beendet und geschrieben, Bilder fertig gemacht. Dann schließt 
     <message>
         <source>Time left</source>
         <translation>Verbleibende Zeit</translation>
+    </message>
+    <message>
+        <source>Room on the disk that it writes to</source>
+        <translation>Platz auf dem Datenträger, auf den geschrieben wird</translation>
     </message>
 </context>
 <context>

@@ -1,6 +1,7 @@
 #include "app/viewer/mainwindow.h"
 
 #include "app/common/output.h"
+#include "app/common/spacewatch.h"
 #include "app/common/videoprobe.h"
 #include "app/viewer/commandactions.h"
 #include "app/viewer/consolewidget.h"
@@ -449,6 +450,16 @@ bool MainWindow::mayWrite(const ParameterDialog& dialog)
 
 void MainWindow::watchRuns()
 {
+    auto* space = new tov::app::SpaceWatch(this);
+    connect(space, &tov::app::SpaceWatch::lowSpace, this,
+            [this](const QString& text) { mp_Notices->showMessage(NoticeBar::Kind::Warning, text); });
+    connect(space, &tov::app::SpaceWatch::measured, this, [this, space] {
+        for (const auto& run : Overseer::getInstance()->getCommandProcessor()->getRuns()) {
+            const qint64 room = space->getRoom(run->getId());
+            if (room >= 0)
+                mp_Runs->setHint(run->getId(), tr("%1 free").arg(QLocale().formattedDataSize(room)));
+        }
+    });
     connect(mp_Runs, &RunsBar::stopIgnored, this, &MainWindow::warnOfStuckRun);
     auto* processor = Overseer::getInstance()->getCommandProcessor();
     connect(processor, &CommandProcessor::runStarted, this, [this](const CommandRunPointer& run) {

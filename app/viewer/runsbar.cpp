@@ -26,6 +26,7 @@ struct RunsBar::Row
     QLabel* text = nullptr;
     QProgressBar* bar = nullptr;
     QLabel* left = nullptr;
+    QLabel* hint = nullptr;
     QPushButton* stop = nullptr;
     QElapsedTimer clock;
     int percent = -1;
@@ -115,13 +116,17 @@ RunsBar::Row* RunsBar::addRow(const QString& text, std::function<void()> stop)
     row->bar->setRange(0, 0);
     row->bar->setTextVisible(true);
     row->left = new QLabel(row->widget);
-    row->left->setMinimumWidth(110);
+    row->left->setMinimumWidth(80);
+    row->hint = new QLabel(row->widget);
+    row->hint->setMinimumWidth(100);
+    row->hint->setToolTip(tr("Room on the disk that it writes to"));
     row->stop = new QPushButton(tr("Stop"), row->widget);
     row->stop->setObjectName(QStringLiteral("StopButton"));
     row->stop->setAutoDefault(false);
     layout->addWidget(row->text);
     layout->addWidget(row->bar, 1);
     layout->addWidget(row->left);
+    layout->addWidget(row->hint);
     layout->addWidget(row->stop);
     connect(row->stop, &QPushButton::clicked, row->stop, [row, button = row->stop, stop = std::move(stop)] {
         row->stoppedAt = row->clock.elapsed();
@@ -140,6 +145,13 @@ RunsBar::Row* RunsBar::addRow(const QString& text, std::function<void()> stop)
     if (!m_Clock.isActive())
         m_Clock.start();
     return row;
+}
+
+void RunsBar::setHint(quint64 run, const QString& hint)
+{
+    const auto found = m_Rows.find(run);
+    if (found != m_Rows.end())
+        found->second->hint->setText(hint);
 }
 
 void RunsBar::updateVisibility()

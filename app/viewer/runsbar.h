@@ -29,6 +29,8 @@ public:
     /// `percent` -1 = busy.
     void updateTask(quint64 task, const QString& text, int percent);
     void removeTask(quint64 task);
+    /// A short remark beside a run's time.
+    void setHint(quint64 run, const QString& hint);
     /// The rows, shown or about to be.
     int getRowCount() const;
 

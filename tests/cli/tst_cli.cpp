@@ -108,6 +108,22 @@ TEST_F(CliTest, LocaleBringsTheLanguage)
     expectFailure(run({"image", "absent.obj", "-o", "a.png"}), 1, "there is no such file");
 }
 
+TEST_F(CliTest, ADiskThatRunsFullStopsARecordingAndKeepsIt)
+{
+    {
+        QSettings settings(path("settings.ini"), QSettings::IniFormat);
+        settings.setValue("settings/lowspacelimit", qlonglong(1) << 40); // more than any disk has
+    }
+    const Result result = run({"video", Cube, "-o", "low.mp4", "--size", "160x120", "--duration", "30"});
+    expectFailure(result, 1, "the recording was stopped, what was captured is kept");
+    EXPECT_TRUE(QFile::exists(path("low.mp4")));
+    {
+        QSettings settings(path("settings.ini"), QSettings::IniFormat);
+        settings.setValue("settings/lowspacelimit", 0); // never
+    }
+    EXPECT_EQ(run({"video", Cube, "-o", "a.mp4", "--size", "160x120", "--turntable", "3"}).status, 0);
+}
+
 TEST_F(CliTest, WrongUsageIsOneLineAndStatusTwo)
 {
     const std::pair<QStringList, const char*> rows[] = {
@@ -134,6 +150,9 @@ TEST_F(CliTest, WrongUsageIsOneLineAndStatusTwo)
         {{"video", Cube, "-o", "a.mp4", "--turntable", "5", "--duration", "2"}, "video needs one of"},
         {{"video", Cube, "-o", "a.mp4", "--duration", "-2"}, "is no number of seconds"},
         {{"video", Cube, "-o", "a.mp4", "--duration", "nan"}, "is no number of seconds"},
+        {{"video", Cube, "-o", "a.mp4", "--turntable", "x"},
+         "--turntable: \"x\" is no number of positions (1 or more)"},
+        {{"run", "--turntable", "0", "-c", "grabimage"}, "--turntable: \"0\" is no number of positions (1 or more)"},
         {{"video", Cube, "-o", "a.mp4", "--turntable", "5", "--fps", "0"}, "--fps: \"0\" is no number from 1 on"},
         {{"video", Cube, "-o", "a.mp4", "--turntable", "5", "--size", "big"}, "--size: \"big\" is no size"},
     };
@@ -392,7 +411,6 @@ TEST_F(CliTest, VideosThatCannotBeMade)
         {{"-o", "missing/a.mp4", "--turntable", "3"}, "there is no folder"},
         {{"-o", "a.mp4", "--turntable", "3", "--size", "15x64"}, "at least 16 x 16"},
         {{"-o", "a.mp4", "--turntable", "3", "--size", "40000x64"}, "are more than can be drawn here"},
-        {{"-o", "a.mp4", "--turntable", "0"}, "is no number of positions"},
         {{"-o", "a.mp4", "--trajectory", "none.csv"}, "there is no such file"},
         {{"-o", "a.mp4", "--trajectory", "bad.csv"}, "line 2: \"five\" is no number"},
     };

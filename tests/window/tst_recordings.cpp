@@ -4,6 +4,7 @@
 #include "app/viewer/noticebar.h"
 #include "app/viewer/panelgrid.h"
 #include "app/viewer/runsbar.h"
+#include "kernel/main/settings.h"
 #include "scene/scenepanel.h"
 #include "scene/viewer.h"
 #include "tests/window/windowfixture.h"
@@ -182,4 +183,15 @@ TEST_F(WindowRecordings, PanelCountCanChangeDuringARecording)
     runs().front()->stop();
     ASSERT_TRUE(waitForNoRuns());
     EXPECT_GT(countFrames(file("through.mp4")), 10);
+}
+
+TEST_F(WindowRecordings, ADiskThatRunsFullStopsTheRecordingAndKeepsIt)
+{
+    openSample();
+    ASSERT_TRUE(record(file("low.mp4")));
+    // More than any disk has.
+    tovSettings().setValue("settings/lowspacelimit", qlonglong(1) << 40);
+    ASSERT_TRUE(waitForNoRuns());
+    EXPECT_TRUE(noticeContains("the recording was stopped"));
+    EXPECT_GT(countFrames(file("low.mp4")), 10);
 }

@@ -1,0 +1,72 @@
+#include "app/common/spacewatch.h"
+
+#include "kernel/main/overseer.h"
+#include "kernel/main/settings.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QLocale>
+#include <QStorageInfo>
+
+namespace tov::app {
+
+using tov::main::CommandProcessor;
+using tov::main::CommandRunPointer;
+
+namespace {
+
+constexpr int LookMs = 1000;
+constexpr int DefaultLimitMb = 50;
+constexpr qint64 BytesPerMb = 1000000;
+
+} // namespace
+
+SpaceWatch::SpaceWatch(QObject* parent) : QObject(parent)
+{
+    auto* processor = tov::main::Overseer::getInstance()->getCommandProcessor();
+    connect(processor, &CommandProcessor::runStarted, this, [this](const CommandRunPointer& run) {
+        const QString file = run->getArgument(QStringLiteral("filename"));
+        if (file.isEmpty() || run->isFinished())
+            return;
+        m_Watched[run->getId()] = {run, QFileInfo(file).absolutePath()};
+        m_Clock.start(LookMs);
+        look();
+    });
+    connect(processor, &CommandProcessor::runFinished, this, [this](const CommandRunPointer& run) {
+        m_Watched.erase(run->getId());
+        if (m_Watched.empty())
+            m_Clock.stop();
+    });
+    connect(&m_Clock, &QTimer::timeout, this, &SpaceWatch::look);
+}
+
+qint64 SpaceWatch::getRoom(quint64 run) const
+{
+    const auto found = m_Watched.find(run);
+    return found == m_Watched.end() ? -1 : found->second.room;
+}
+
+void SpaceWatch::look()
+{
+    const qint64 limit =
+        tovSettings().value(QStringLiteral("settings/lowspacelimit"), DefaultLimitMb).toLongLong() * BytesPerMb;
+    for (auto& [id, watched] : m_Watched) {
+        watched.room = -1;
+        for (const QString& folder : {watched.folder, QDir::tempPath()}) {
+            const qint64 room = QStorageInfo(folder).bytesAvailable();
+            if (room < 0)
+                continue;
+            if (watched.room < 0 || room < watched.room)
+                watched.room = room;
+            if (room >= limit || watched.told)
+                continue;
+            watched.told = true;
+            watched.run->stop();
+            emit lowSpace(tr("%1 has only %2 left: the recording was stopped, what was captured is kept.")
+                              .arg(folder, QLocale().formattedDataSize(room)));
+        }
+    }
+    emit measured();
+}
+
+} // namespace tov::app

@@ -1,0 +1,44 @@
+#pragma once
+
+#include "kernel/main/commandprocessor.h"
+
+#include <QObject>
+#include <QTimer>
+
+#include <map>
+
+namespace tov::app {
+
+/// Looks after the disks that recordings fill: those of their files and of the temporary folder. When one has less room
+/// than the setting "settings/lowspacelimit" says (MB, 50 at first; 0 = never), what runs there is stopped as by Stop:
+/// what was captured is kept. Thread: application.
+class SpaceWatch : public QObject
+{
+    Q_OBJECT
+public:
+    explicit SpaceWatch(QObject* parent = nullptr);
+
+    /// The room on the fuller of the disks that a run writes to, bytes; -1 = unknown, or it writes no file.
+    qint64 getRoom(quint64 run) const;
+
+signals:
+    /// Once a run, with a sentence for the person.
+    void lowSpace(const QString& text);
+    /// Each second while something runs.
+    void measured();
+
+private:
+    struct Watched
+    {
+        tov::main::CommandRunPointer run;
+        QString folder;
+        qint64 room = -1;
+        bool told = false;
+    };
+    void look();
+
+    QTimer m_Clock;
+    std::map<quint64, Watched> m_Watched; ///< by run
+};
+
+} // namespace tov::app
