@@ -36,6 +36,12 @@ bool onCaptureThread()
     return QThread::currentThread()->objectName().endsWith(QLatin1String("Grabber"));
 }
 
+void tell(const char* call)
+{
+    if (const auto told = onCall.load())
+        told(call);
+}
+
 bool takeOne(std::atomic<int>& count)
 {
     int left = count.load();
@@ -61,6 +67,7 @@ void clear()
     bufferOpens = 0;
     writesWithoutMemory = 0;
     shortWrite = 0;
+    onCall = nullptr;
 }
 
 } // namespace tov::test::faults
@@ -92,6 +99,7 @@ extern "C" TOV_EXPORT void glGetIntegerv(GLenum name, GLint* values)
 bool QOpenGLContext::create()
 {
     static const auto real = next<bool (*)(QOpenGLContext*)>("_ZN14QOpenGLContext6createEv");
+    tell("create");
     return !contextCreateFails && real(this);
 }
 
@@ -116,6 +124,7 @@ bool QOpenGLContext::makeCurrent(QSurface* surface)
 bool QOpenGLFramebufferObject::bind()
 {
     static const auto real = next<bool (*)(QOpenGLFramebufferObject*)>("_ZN24QOpenGLFramebufferObject4bindEv");
+    tell("bind");
     if (onCaptureThread() && takeOne(bindsToFail))
         return false;
     return real(this);
@@ -125,6 +134,7 @@ QImage QOpenGLFramebufferObject::toImage() const
 {
     static const auto real =
         next<QImage (*)(const QOpenGLFramebufferObject*)>("_ZNK24QOpenGLFramebufferObject7toImageEv");
+    tell("toImage");
     if (onCaptureThread() && takeOne(readBacksToFail))
         return QImage();
     return real(this);
@@ -141,6 +151,7 @@ bool QBuffer::open(OpenMode mode)
     static const auto real = next<bool (*)(QBuffer*, OpenMode)>("_ZN7QBuffer4openE6QFlagsIN9QIODevice12OpenModeFlagEE");
     if (onCaptureThread()) {
         ++bufferOpens;
+        tell("open");
         if (bufferOpenFails)
             return false;
     }
@@ -157,4 +168,12 @@ qint64 QIODevice::write(const char* data, qint64 size)
             size = qMin(size, qint64(shortWrite));
     }
     return real(this, data, size);
+}
+
+void QThread::msleep(unsigned long milliseconds)
+{
+    static const auto real = next<void (*)(unsigned long)>("_ZN7QThread6msleepEm");
+    if (onCaptureThread())
+        tell("msleep");
+    real(milliseconds);
 }

@@ -36,6 +36,10 @@ TOV_EXPORT inline std::atomic<long long> shortWrite{0};
 /// Calls that came through here, to tell whether the fault was in the way at all.
 TOV_EXPORT inline std::atomic<int> bufferOpens{0};
 
+/// Called on the thread that makes one of these calls, before it: "create" of a context, "open" of a memory chunk on a
+/// capture thread, "bind" and "toImage" of a framebuffer object, "msleep" on a capture thread. Null = nobody.
+TOV_EXPORT inline std::atomic<void (*)(const char* call)> onCall{nullptr};
+
 /// Ends every fault.
 TOV_EXPORT void clear();
 
