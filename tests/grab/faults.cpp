@@ -68,6 +68,7 @@ void clear()
     writesWithoutMemory = 0;
     shortWrite = 0;
     onCall = nullptr;
+    onStarted = nullptr;
 }
 
 } // namespace tov::test::faults
@@ -176,4 +177,12 @@ void QThread::msleep(unsigned long milliseconds)
     if (onCaptureThread())
         tell("msleep");
     real(milliseconds);
+}
+
+void QThread::start(Priority priority)
+{
+    static const auto real = next<void (*)(QThread*, Priority)>("_ZN7QThread5startENS_8PriorityE");
+    real(this, priority);
+    if (const auto told = onStarted.load())
+        told();
 }

@@ -40,6 +40,9 @@ TOV_EXPORT inline std::atomic<int> bufferOpens{0};
 /// capture thread, "bind" and "toImage" of a framebuffer object, "msleep" on a capture thread. Null = nobody.
 TOV_EXPORT inline std::atomic<void (*)(const char* call)> onCall{nullptr};
 
+/// Called after a thread was started, before its starter goes on. Null = nobody.
+TOV_EXPORT inline std::atomic<void (*)()> onStarted{nullptr};
+
 /// Ends every fault.
 TOV_EXPORT void clear();
 

@@ -1,8 +1,15 @@
 // What happens when OpenGL fails.
 
 #include "grab/videohandler.h"
+
+#include "grab/video/encoder.h"
 #include "scene/viewer.h"
 #include "tests/grab/videofixture.h"
+
+#include <QSemaphore>
+#include <QThread>
+
+#include <atomic>
 
 using tov::grab::VideoHandler;
 using tov::test::processUntil;
@@ -136,4 +143,44 @@ TEST_F(VideoFaults, NegativeSizesRecordNothingAndHarmNobody)
     handler.stopGrabbing();
     EXPECT_EQ(m_Journal.width, -64);
     EXPECT_EQ(m_Journal.totalSize(), 0);
+}
+
+namespace {
+
+std::atomic<bool> runnerWorks{false};
+
+/// Shows its state; its chunk waits at a gate.
+class StateEncoder : public tov::grab::video::Encoder
+{
+public:
+    QSemaphore gate{0};
+    int state() { return std::atomic_ref<int>(m_State).load(); }
+
+protected:
+    bool initEncoding(QIODevice*, bool) override { return true; }
+    bool encodeChunk(QIODevice*, bool) override
+    {
+        gate.acquire();
+        return true;
+    }
+    void finishEncoding() override {}
+};
+
+} // namespace
+
+TEST_F(VideoFaults, ARunnerThatIsFasterThanItsStarterKeepsItsState)
+{
+    StateEncoder encoder;
+    runnerWorks = false;
+    QObject::connect(
+        &encoder, &StateEncoder::progressChanged, &encoder, [](int) { runnerWorks = true; }, Qt::DirectConnection);
+    faults::onStarted = [] {
+        while (!runnerWorks)
+            QThread::yieldCurrentThread();
+    };
+    EXPECT_TRUE(encoder.encodeVideoChunk(nullptr, true));
+    faults::onStarted = nullptr;
+    EXPECT_EQ(encoder.state(), StateEncoder::Running);
+    encoder.gate.release();
+    encoder.waitForFinish();
 }
