@@ -69,6 +69,7 @@ void clear()
     shortWrite = 0;
     onCall = nullptr;
     onStarted = nullptr;
+    contextsBroughtBack = 0;
 }
 
 } // namespace tov::test::faults
@@ -119,7 +120,15 @@ bool QOpenGLContext::makeCurrent(QSurface* surface)
     case Where::Nowhere:
         break;
     }
-    return real(this, surface);
+    static std::atomic<QOpenGLContext*> captured{nullptr};
+    if (onCaptureThread())
+        captured = this;
+    const bool isCurrent = real(this, surface);
+    if (isCurrent && QThread::currentThread() == QCoreApplication::instance()->thread() && captured == this) {
+        captured = nullptr;
+        ++contextsBroughtBack;
+    }
+    return isCurrent;
 }
 
 bool QOpenGLFramebufferObject::bind()

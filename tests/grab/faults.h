@@ -43,6 +43,9 @@ TOV_EXPORT inline std::atomic<void (*)(const char* call)> onCall{nullptr};
 /// Called after a thread was started, before its starter goes on. Null = nobody.
 TOV_EXPORT inline std::atomic<void (*)()> onStarted{nullptr};
 
+/// How often the context that a capture thread used last has been made current on the application thread afterwards.
+TOV_EXPORT inline std::atomic<int> contextsBroughtBack{0};
+
 /// Ends every fault.
 TOV_EXPORT void clear();
 

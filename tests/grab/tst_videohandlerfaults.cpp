@@ -6,6 +6,7 @@
 #include "scene/viewer.h"
 #include "tests/grab/videofixture.h"
 
+#include <QOpenGLContext>
 #include <QSemaphore>
 #include <QThread>
 
@@ -120,6 +121,28 @@ TEST_F(VideoFaults, ABindingThatFailsToTheEndDoesNotKeepTheContext)
     faults::clear();
     record();
     EXPECT_EQ(m_Journal.totalSize(), 3 * 32 * 16 * 4);
+}
+
+TEST_F(VideoFaults, TheContextLeavesTheCaptureThreadAndFreesItsObjectsItself)
+{
+    for (const int bindsToFail : {0, 3}) {
+        SCOPED_TRACE(bindsToFail);
+        auto* panel = newPanel();
+        selectPoints(3);
+        VideoHandler handler;
+        Signals seen(handler);
+        std::atomic<bool> isCurrent{true};
+        QObject::connect(
+            &handler, &VideoHandler::grabbingFinished, &handler,
+            [&] { isCurrent = QOpenGLContext::currentContext() != nullptr; }, Qt::DirectConnection);
+        faults::bindsToFail = bindsToFail;
+        faults::contextsBroughtBack = 0;
+        ASSERT_TRUE(handler.startSyncedGrabbing(file("context.raw"), 32, 16, panel));
+        ASSERT_TRUE(processUntil([&] { return seen.finished == 1; }));
+        handler.stopGrabbing();
+        EXPECT_FALSE(isCurrent) << "a context that is current on a thread cannot be moved to another";
+        EXPECT_EQ(faults::contextsBroughtBack, 1) << "framebuffer objects die in the context that made them";
+    }
 }
 
 TEST_F(VideoFaults, AFailedReadBackSkipsItsFrame)
