@@ -2,7 +2,17 @@
 
 #include <QBuffer>
 
+#include <algorithm>
+#include <cstring>
+
 namespace tov::plugins::video {
+
+namespace {
+
+/// Bytes that may be read behind a frame: the scaler reads whole vector registers, also where a row ends inside one.
+constexpr int Slack = 256;
+
+} // namespace
 
 FrameReader::FrameReader(QIODevice* chunk, qint64 frameBytes) : mp_Chunk(chunk), m_FrameBytes(frameBytes)
 {
@@ -12,9 +22,12 @@ FrameReader::FrameReader(QIODevice* chunk, qint64 frameBytes) : mp_Chunk(chunk),
     m_Left = size / frameBytes;
     m_Remainder = size % frameBytes;
     if (auto* buffer = qobject_cast<QBuffer*>(chunk)) {
-        mp_Memory = reinterpret_cast<const uchar*>(buffer->data().constData());
+        const QByteArray& bytes = buffer->data();
+        mp_Memory = reinterpret_cast<const uchar*>(bytes.constData());
+        // Memory that grew has room behind its end as a rule.
+        mp_End = mp_Memory + std::max(bytes.capacity(), bytes.size());
     } else if (m_Left > 0) {
-        m_Frame.resize(int(frameBytes));
+        m_Frame.resize(int(frameBytes) + Slack);
         m_Failed = !chunk->seek(0);
     }
 }
@@ -27,7 +40,11 @@ const uchar* FrameReader::next()
     if (mp_Memory) {
         const uchar* frame = mp_Memory;
         mp_Memory += m_FrameBytes;
-        return frame;
+        if (mp_End - mp_Memory >= Slack)
+            return frame;
+        m_Frame.resize(int(m_FrameBytes) + Slack);
+        std::memcpy(m_Frame.data(), frame, std::size_t(m_FrameBytes));
+        return reinterpret_cast<const uchar*>(m_Frame.constData());
     }
     for (qint64 have = 0; have < m_FrameBytes;) {
         const qint64 read = mp_Chunk->read(m_Frame.data() + have, m_FrameBytes - have);

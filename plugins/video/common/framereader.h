@@ -11,7 +11,8 @@ class FrameReader
 public:
     /// `chunk` may be null (no frames) and is positioned anywhere; `frameBytes` above 0.
     FrameReader(QIODevice* chunk, qint64 frameBytes);
-    /// The next frame's bytes, valid until the next call; null at the end, or when reading failed.
+    /// The next frame's bytes, valid until the next call, with readable memory behind them; null at the end, or when
+    /// reading failed.
     const uchar* next();
     /// Bytes behind the last whole frame.
     qint64 remainder() const { return m_Remainder; }
@@ -24,6 +25,7 @@ private:
     qint64 m_Left = 0;
     qint64 m_Remainder = 0;
     const uchar* mp_Memory = nullptr;
+    const uchar* mp_End = nullptr; ///< of the memory that may be read, also beyond the chunk
     QByteArray m_Frame;
     bool m_Failed = false;
 };
