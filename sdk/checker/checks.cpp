@@ -17,7 +17,9 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <random>
 #include <sys/mman.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 using tov::grab::video::Encoder;
@@ -61,7 +63,7 @@ std::atomic<int> livingChunks{0};
 class GuardedChunk : public QBuffer
 {
 public:
-    explicit GuardedChunk(qint64 size)
+    explicit GuardedChunk(qint64 size, bool noise = false)
     {
         ++livingChunks;
         const std::size_t page = std::size_t(sysconf(_SC_PAGESIZE));
@@ -72,8 +74,9 @@ public:
             std::abort();
         mprotect(mp_Memory + m_Bytes - page, page, PROT_NONE);
         char* pixels = mp_Memory + m_Bytes - page - std::size_t(size);
+        std::minstd_rand random;
         for (qint64 i = 0; i < size; ++i)
-            pixels[i] = char(i % 4 == 3 ? 255 : i * 7 + i / 4000);
+            pixels[i] = char(i % 4 == 3 ? 255 : noise ? random() >> 8 : i * 7 + i / 4000);
         setData(QByteArray::fromRawData(pixels, int(size)));
         open(QIODevice::ReadOnly);
         seek(size);
@@ -256,6 +259,15 @@ const std::vector<Named>& checks()
                      c.wantFile();
                  }
          }},
+        // Codecs have sizes below which they write nothing; saying so once is enough.
+        {"tiny", "2 x 2 pixels", 1,
+         [](Check& c) {
+             if (auto encoder = c.make(2, 2)) {
+                 c.give(*encoder, frames(3, 2, 2), false);
+                 c.give(*encoder, frames(1, 2, 2), true);
+                 encoder->waitForFinish();
+             }
+         }},
         {"null", "a missing chunk alone", 1,
          [](Check& c) {
              if (auto encoder = c.make()) {
@@ -341,6 +353,52 @@ const std::vector<Named>& checks()
                  for (int i = 0; i < 10; ++i)
                      c.give(*encoder, frames(3, 320, 240), i == 9);
                  encoder->waitForFinish();
+             }
+         }},
+        {"filling", "a disk that fills up on the way", 1,
+         [](Check& c) {
+             // Random pixels, so that no format stays below the limit.
+             const rlimit limit{20000, 20000};
+             if (setrlimit(RLIMIT_FSIZE, &limit) != 0)
+                 std::abort();
+             if (auto encoder = c.make(320, 240)) {
+                 for (int i = 0; i < 10; ++i)
+                     c.give(*encoder, new GuardedChunk(3 * frameBytes(320, 240), true), i == 9);
+                 encoder->waitForFinish();
+             }
+         }},
+        {"abort3", "an abort while a full disk refuses everything", 1,
+         [](Check& c) {
+             if (!QFile::link(QStringLiteral("/dev/full"), c.fileName()))
+                 std::abort();
+             if (auto encoder = c.make(320, 240)) {
+                 for (int i = 0; i < 10; ++i)
+                     c.give(*encoder, frames(3, 320, 240), i == 9);
+                 encoder->abortEncoding();
+             }
+         }},
+        {"later", "a chunk after the last one", 1,
+         [](Check& c) {
+             if (auto encoder = c.make()) {
+                 c.give(*encoder, frames(2), true);
+                 c.give(*encoder, frames(2), false);
+                 c.give(*encoder, frames(2), true);
+                 encoder->waitForFinish();
+                 c.wantFile();
+             }
+         }},
+        {"restart", "one encoder used for two recordings, the second without an output", 1,
+         [](Check& c) {
+             if (auto encoder = c.make()) {
+                 c.give(*encoder, frames(2), true);
+                 encoder->waitForFinish();
+                 c.wantFile();
+                 c.give(*encoder, frames(2), true);
+                 encoder->waitForFinish();
+                 encoder->setOutputParameters(c.fileName(), Width, Height, Fps, BitsPerSecond);
+                 c.give(*encoder, frames(2), true);
+                 encoder->waitForFinish();
+                 c.wantFile();
              }
          }},
         {"rates", "rates of 0, below 0 and beyond measure", 1000,

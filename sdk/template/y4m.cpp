@@ -10,7 +10,11 @@ class Y4mEncoder : public tov::grab::video::Encoder
 {
 protected:
     // Nothing is refused: a recording that cannot be written must still be able to end.
-    bool initEncoding(QIODevice*, bool) override { return true; }
+    bool initEncoding(QIODevice*, bool) override
+    {
+        m_Started = m_Failed = false;
+        return true;
+    }
 
     bool encodeChunk(QIODevice* chunk, bool) override
     {
@@ -26,9 +30,10 @@ protected:
                 planes[pixels + i] = char(clamp(128.5 - 0.1006 * r - 0.3386 * g + 0.4392 * b));
                 planes[2 * pixels + i] = char(clamp(128.5 + 0.4392 * r - 0.3989 * g - 0.0403 * b));
             }
-            write(m_Started ? QByteArray()
-                            : QByteArray("YUV4MPEG2 W") + QByteArray::number(m_Width) + " H" + QByteArray::number(m_Height) +
-                                  " F" + QByteArray::number(m_Fps > 0 ? m_Fps : 25) + ":1 Ip A1:1 C444\n");
+            write(m_Started
+                      ? QByteArray()
+                      : QByteArray("YUV4MPEG2 W") + QByteArray::number(m_Width) + " H" + QByteArray::number(m_Height) +
+                            " F" + QByteArray::number(m_Fps > 0 ? m_Fps : 25) + ":1 Ip A1:1 C444\n");
             m_Started = true;
             write("FRAME\n" + planes);
         }
@@ -60,5 +65,6 @@ extern "C" TOV_EXPORT bool doRegister()
 
 extern "C" TOV_EXPORT tov::main::AdditionalInformation getInfos()
 {
-    return {QStringLiteral("Y4M"), QStringLiteral("Frames without compression"), QStringLiteral("1.0"), QStringLiteral("you")};
+    return {QStringLiteral("Y4M"), QStringLiteral("Frames without compression"), QStringLiteral("1.0"),
+            QStringLiteral("you")};
 }

@@ -54,7 +54,7 @@ done
 check "the template is configured" "$cmake" -S "$prefix/share/tov/template" -B "$folder/plugin" -G Ninja \
   -DCMAKE_BUILD_TYPE=Release -DCMAKE_PREFIX_PATH="$prefix"
 check "the template is built" "$cmake" --build "$folder/plugin"
-check "the template passes the checker" contains "20 of 20 checks passed" "$prefix/bin/tov" encoders --check \
+check "the template passes the checker" contains "25 of 25 checks passed" "$prefix/bin/tov" encoders --check \
   "$folder/plugin/y4m.so"
 check "the template is installed" "$cmake" --install "$folder/plugin"
 check "the program knows the new format" contains "y4m" "$prefix/bin/tov" encoders
@@ -63,6 +63,23 @@ check "a recording in the new format" "$prefix/bin/tov" video "$source/samples/c
   --turntable 4
 check "its frames" contains "nb_read_frames=4" ffprobe -v error -count_frames -show_entries \
   stream=nb_read_frames "$folder/a.y4m"
+
+# The guide's example, built in the same way.
+check "the example is configured" "$cmake" -S "$prefix/share/tov/examples" -B "$folder/example" -G Ninja \
+  -DCMAKE_BUILD_TYPE=Release -DCMAKE_PREFIX_PATH="$prefix"
+check "the example is built" "$cmake" --build "$folder/example"
+check "the example passes the checker" contains "49 of 49 checks passed" "$prefix/bin/tov" encoders --check \
+  "$folder/example/anymap.so"
+check "the example is installed" "$cmake" --install "$folder/example"
+check "the program knows the example's formats" contains "Portable pixmaps with transparency" "$prefix/bin/tov" encoders
+check "a recording as ppm" "$prefix/bin/tov" video "$source/samples/crane.obj" -o "$folder/a.ppm" --size 64x48 --turntable 4
+# One frame: by this ending readers take the file for a single picture.
+check "a recording as pam" "$prefix/bin/tov" video "$source/samples/crane.obj" -o "$folder/a.pam" --size 64x48 --turntable 1
+check "the pixmaps' size" test "$(stat -c %s "$folder/a.ppm")" -eq $((4 * (13 + 64 * 48 * 3)))
+check "the pixmaps are read" contains "nb_read_frames=4" ffprobe -v error -f ppm_pipe -count_frames -show_entries \
+  stream=nb_read_frames "$folder/a.ppm"
+check "the pixmaps with transparency are read" contains "pix_fmt=rgba" ffprobe -v error -f pam_pipe -show_entries \
+  stream=pix_fmt "$folder/a.pam"
 
 # How the files were linked: search paths beside the file only, everything resolved at the start, nothing both writable
 # and executable, positions that are drawn anew at each start, a guarded stack.
@@ -76,6 +93,10 @@ relro() { readelf -lW "$1" | grep -q GNU_RELRO; }
 plain_stack() { readelf -lW "$1" | grep GNU_STACK | grep ' RW ' >/dev/null; }
 movable() { readelf -hW "$1" | grep 'Type: *DYN' >/dev/null; }
 guarded() { readelf -sW --dyn-syms "$1" | grep '__stack_chk_fail' >/dev/null; }
+# Copies into buffers whose size the compiler knows are checked where there are any.
+for name in bin/tov lib/libtovkernel.so bin/plugins/video/ffmpeg.so; do
+  check "$name: buffers checked" contains "_chk@" nm -D --undefined-only "$prefix/lib/tov/$name"
+done
 files=0
 while IFS= read -r -d '' file; do
   head -c 4 "$file" | grep -q ELF || continue
@@ -88,7 +109,7 @@ while IFS= read -r -d '' file; do
   check "$name: position independent" movable "$file"
   check "$name: stack guarded" guarded "$file"
   check "$name: not writable by others" test -z "$(find "$file" -perm /022)"
-done < <(find "$prefix" -type f ! -name y4m.so -print0)
+done < <(find "$prefix" -type f ! -name y4m.so ! -name anymap.so -print0)
 check "there are files to check" test "$files" -ge 8
 
 echo "$good of $count"

@@ -176,6 +176,38 @@ TEST(Includes, EventListsAreForSourceFilesOfCommandsOnly)
     }
 }
 
+TEST(Guide, ShowsOnlyCodeThatIsBuiltAndRun)
+{
+    // The sources that tests build against an installed tree.
+    std::string built;
+    for (const char* folder : {"docs/examples", "sdk/template"})
+        for (const auto& entry : fs::directory_iterator(Root / folder)) {
+            std::ifstream in(entry.path());
+            std::stringstream text;
+            text << in.rdbuf();
+            built += text.str();
+        }
+    std::ifstream guide(Root / "docs/encoder-plugins.md");
+    std::string line, block;
+    bool inside = false;
+    int blocks = 0;
+    while (std::getline(guide, line)) {
+        if (line.rfind("```", 0) != 0) {
+            if (inside)
+                block += line + "\n";
+            continue;
+        }
+        if (inside) {
+            ++blocks;
+            EXPECT_NE(built.find(block), std::string::npos) << "not in docs/examples or sdk/template:\n" << block;
+        }
+        block.clear();
+        inside = !inside;
+    }
+    EXPECT_FALSE(inside);
+    EXPECT_GE(blocks, 4);
+}
+
 TEST(Headers, AreGuardedAndDocumented)
 {
     for (const fs::path& file : sources()) {

@@ -14,8 +14,8 @@ expect() { # STATUS TEXT FILE [CHOSEN FORMAT LINES]
     printf 'FAILED: %s: status %s, wanted %s with "%s"; it said:\n%s\n' "$3" "$actual" "$status" "$text" "$(head -n 5 <<<"$output")"
   fi
 }
-expect 0 "20 of 20 checks passed" "$build/bin/plugins/video/frames.so"
-expect 0 "248 of 248 checks passed" "$build/bin/plugins/video/ffmpeg.so"
+expect 0 "25 of 25 checks passed" "$build/bin/plugins/video/frames.so"
+expect 0 "313 of 313 checks passed" "$build/bin/plugins/video/ffmpeg.so"
 expect 1 'it exports no function "doRegister"' "$build/tests/zoo/noregister.so"
 expect 1 "doRegister returned false" "$build/tests/zoo/refuses.so"
 expect 1 "an exception left doRegister" "$build/tests/zoo/throws.so"
@@ -46,6 +46,8 @@ crashes|it crashes
 exits|it ended the process with status 7
 hangs|it does not come back
 writesnothing|nothing was written
+keepsthefile|the file is there after an abort
+complainsoften|one fault was logged more than once
 ROWS
 echo "$good of $count"
 [ "$good" -eq "$count" ]

@@ -2,8 +2,10 @@
 
 #include "grab/video/encoder.h"
 #include "grab/video/videoencoder.h"
+#include "kernel/log/logger.h"
 
 #include <QBuffer>
+#include <QFile>
 #include <QThread>
 
 #include <cstdint>
@@ -29,6 +31,8 @@ enum class Mistake : std::intptr_t
     EndsTheProcess,
     NeverReturns,
     WritesNothing,
+    KeepsTheFile,
+    ComplainsOften,
     None,
 };
 
@@ -71,11 +75,19 @@ protected:
         if (m_Mistake == Mistake::ReadsTooFar)
             if (auto* memory = qobject_cast<QBuffer*>(chunk))
                 m_Past = memory->data().constData()[memory->size()];
-        mp_OutputFile->write(bytes);
+        if (mp_OutputFile->write(bytes) != bytes.size() && m_Mistake == Mistake::ComplainsOften)
+            tov::log::Logger::log(tov::log::LevelError, "misbehaves", __LINE__, __func__, nullptr,
+                                  "Cannot write chunk %d", ++m_Complaints);
         return true;
     }
     void finishEncoding() override
     {
+        if (m_Mistake == Mistake::KeepsTheFile)
+            if (auto* file = qobject_cast<QFile*>(mp_OutputFile)) {
+                file->close();
+                if (file->open(QIODevice::Append))
+                    file->write("end");
+            }
         if (m_Mistake == Mistake::ThrowsAtTheEnd)
             throw std::logic_error("at the end");
     }
@@ -83,6 +95,7 @@ protected:
 private:
     Mistake m_Mistake;
     volatile char m_Past = 0;
+    int m_Complaints = 0;
 };
 
 Encoder* create(void* mistake)
@@ -99,12 +112,13 @@ extern "C" TOV_EXPORT bool doRegister()
     {
         const char* ending;
         Mistake mistake;
-    } rows[] = {{"refuses", Mistake::RefusesAtStart},      {"fails", Mistake::FailsAtAChunk},
-                {"throwsatstart", Mistake::ThrowsAtStart}, {"throwsatchunk", Mistake::ThrowsAtAChunk},
-                {"throwsatend", Mistake::ThrowsAtTheEnd},  {"noencoder", Mistake::NoEncoder},
-                {"overreads", Mistake::ReadsTooFar},       {"crashes", Mistake::Crashes},
-                {"exits", Mistake::EndsTheProcess},        {"hangs", Mistake::NeverReturns},
-                {"writesnothing", Mistake::WritesNothing}};
+    } rows[] = {{"refuses", Mistake::RefusesAtStart},       {"fails", Mistake::FailsAtAChunk},
+                {"throwsatstart", Mistake::ThrowsAtStart},  {"throwsatchunk", Mistake::ThrowsAtAChunk},
+                {"throwsatend", Mistake::ThrowsAtTheEnd},   {"noencoder", Mistake::NoEncoder},
+                {"overreads", Mistake::ReadsTooFar},        {"crashes", Mistake::Crashes},
+                {"exits", Mistake::EndsTheProcess},         {"hangs", Mistake::NeverReturns},
+                {"writesnothing", Mistake::WritesNothing},  {"keepsthefile", Mistake::KeepsTheFile},
+                {"complainsoften", Mistake::ComplainsOften}};
     for (const auto& row : rows)
         VideoEncoder::getInstance()->registerEncoder(create, QString::fromLatin1(row.ending),
                                                      QStringLiteral("Misbehaves"),
