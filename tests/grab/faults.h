@@ -40,7 +40,8 @@ TOV_EXPORT inline std::atomic<int> bufferOpens{0};
 /// capture thread, "bind" and "toImage" of a framebuffer object, "msleep" on a capture thread. Null = nobody.
 TOV_EXPORT inline std::atomic<void (*)(const char* call)> onCall{nullptr};
 
-/// Called after a thread was started, before its starter goes on. Null = nobody.
+/// Called after a thread was started, before its starter goes on. Null = nobody. Not in builds
+/// with the thread sanitizer.
 TOV_EXPORT inline std::atomic<void (*)()> onStarted{nullptr};
 
 /// How often the context that a capture thread used last has been made current on the application thread afterwards.
