@@ -209,7 +209,7 @@ Encoder* VideoEncoder::getEncoder(const QString& filename)
 {
     const QString suffix = QFileInfo(filename).completeSuffix().toUpper();
     const auto found = m_Encoders.find(suffix);
-    if (found == m_Encoders.end())
+    if (found == m_Encoders.end() || !found->second.factory)
         return nullptr;
     Encoder* encoder = nullptr;
     fenced(__func__, suffix, [&] {
