@@ -16,8 +16,14 @@ int main(int argc, char** argv)
     using namespace tov::app;
     prepareProcess();
     QStringList arguments;
-    for (int i = 1; i < argc; ++i)
+    for (int i = 1; i < argc; ++i) {
         arguments << QFile::decodeName(argv[i]);
+        // Such a name would become another one on its way through texts.
+        if (QFile::encodeName(arguments.last()) != argv[i]) {
+            printError(QStringLiteral("%1: names that are not UTF-8 cannot be used; rename the file").arg(arguments.last()));
+            return 2;
+        }
+    }
     Options options;
     QString error;
     if (!readOptions(arguments, options, &error) || options.has(QStringLiteral("help"))) {

@@ -19,7 +19,6 @@
 #include <QFileInfo>
 #include <QRegularExpression>
 #include <QStorageInfo>
-#include <QTemporaryDir>
 #include <QTimer>
 
 #include <memory>
@@ -131,13 +130,8 @@ int runVideo(const Options& options, int& argc, char** argv)
     }
 
     Session session(options, argc, argv);
-    // The rates of one call must not become the user's settings: the rest of this process works on a copy of them.
-    QTemporaryDir settingsFolder;
-    const QString copy = settingsFolder.filePath(QStringLiteral("settings.ini"));
-    tovSettings().sync();
-    QFile::copy(tov::main::settingsFile(), copy);
-    QFile::setPermissions(copy, QFile::ReadOwner | QFile::WriteOwner);
-    tov::main::setSettingsFile(copy);
+    // The rates of one call must not become the user's settings: the rest of this process keeps its own.
+    tov::main::keepSettingsInMemory();
 
     const auto formats = knownVideoFormats();
     const QString suffix = QFileInfo(output).completeSuffix().toLower();

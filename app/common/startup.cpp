@@ -19,6 +19,7 @@
 #include <atomic>
 #include <clocale>
 #include <csignal>
+#include <cstdio>
 #include <cstring>
 #include <fcntl.h>
 #include <unistd.h>
@@ -61,8 +62,12 @@ void onQtMessage(QtMsgType type, const QMessageLogContext&, const QString& messa
         return;
     const int level = type == QtCriticalMsg || type == QtFatalMsg ? tov::log::LevelError : tov::log::LevelInformation;
     Logger::log(level, "qt", 0, "", nullptr, message);
-    if (type == QtFatalMsg)
-        std::abort();
+    if (type == QtFatalMsg) {
+        // The log's own thread would come too late.
+        std::fprintf(stderr, "tov: %s\n", tov::log::escaped(message).toLocal8Bit().constData());
+        std::fflush(stderr);
+        _exit(1);
+    }
 }
 
 } // namespace
@@ -161,6 +166,8 @@ Startup::Startup(int& argc, char** argv, const StartOptions& options) : d(new Pr
         action.sa_handler = onInterrupt;
         sigaction(SIGINT, &action, nullptr);
         sigaction(SIGTERM, &action, nullptr);
+        // The terminal or the desktop goes: what was captured is kept.
+        sigaction(SIGHUP, &action, nullptr);
     }
 
     Overseer::getInstance();

@@ -51,7 +51,7 @@ public:
     ~Startup();
 
     tov::main::ModuleLoader& getLoader();
-    /// Calls `function` on the application thread with the count of SIGINT and SIGTERM so far, from 1. From the second
+    /// Calls `function` on the application thread with the count of SIGINT, SIGTERM and SIGHUP so far, from 1. From the second
     /// one on, if the application thread does not get round to it, the process ends by itself.
     void setInterruptHandler(std::function<void(int count)> function);
 

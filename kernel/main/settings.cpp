@@ -43,6 +43,19 @@ void setSettingsFile(const QString& fileName)
     ++s.generation;
 }
 
+void keepSettingsInMemory()
+{
+    // Qt shares what it holds of one file among all objects on it, and keeps it while writing is impossible: no folder can
+    // be made there. One object holds it for good.
+    static const QString nowhere = QStringLiteral("/proc/self/tov/settings.ini");
+    QSettings& before = tovSettings();
+    before.sync();
+    static auto* holder = new QSettings(nowhere, QSettings::IniFormat);
+    for (const QString& key : before.allKeys())
+        holder->setValue(key, before.value(key));
+    setSettingsFile(nowhere);
+}
+
 QString settingsFile()
 {
     Store& s = store();

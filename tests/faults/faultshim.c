@@ -1,0 +1,104 @@
+/* Preloaded into the program under test: lets the N-th call of a kind fail.
+ *
+ *   TOV_FAULT=KIND:N:ONCE:ERRNO   KIND: write (to ordinary files), create (opening a file to write), tmpfile is among it
+ *                                 ONCE: 1 = that call only, 0 = from then on; ERRNO 0 = half of the bytes are written
+ *   TOV_FAULT_COUNT=FILE          how many calls of the kind there were, at the end
+ */
+#define _GNU_SOURCE
+#include <dlfcn.h>
+#include <errno.h>
+#include <fcntl.h>
+#include <stdarg.h>
+#include <stdatomic.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <sys/stat.h>
+#include <sys/types.h>
+#include <unistd.h>
+
+static atomic_int calls;
+static int wanted_n, once, wanted_errno;
+static char kind[16];
+
+static void __attribute__((constructor)) begin(void)
+{
+    const char* text = getenv("TOV_FAULT");
+    if (text)
+        sscanf(text, "%15[^:]:%d:%d:%d", kind, &wanted_n, &once, &wanted_errno);
+}
+
+static void __attribute__((destructor)) end(void)
+{
+    const char* name = getenv("TOV_FAULT_COUNT");
+    if (!name)
+        return;
+    char text[32];
+    const int size = snprintf(text, sizeof text, "%d\n", atomic_load(&calls));
+    int (*real_open)(const char*, int, ...) = (int (*)(const char*, int, ...))dlsym(RTLD_NEXT, "open");
+    ssize_t (*real_write)(int, const void*, size_t) = (ssize_t(*)(int, const void*, size_t))dlsym(RTLD_NEXT, "write");
+    const int file = real_open(name, O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    if (file >= 0 && real_write(file, text, (size_t)size) != size)
+        _exit(99);
+}
+
+static int hit(const char* which)
+{
+    if (strcmp(kind, which) != 0)
+        return 0;
+    const int n = atomic_fetch_add(&calls, 1) + 1;
+    return once ? n == wanted_n : n >= wanted_n;
+}
+
+static int is_file(int descriptor)
+{
+    struct stat status;
+    return fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
+}
+
+#define WRITE(name, parameters, arguments)                                                                            \
+    ssize_t name parameters                                                                                           \
+    {                                                                                                                 \
+        static ssize_t(*real) parameters;                                                                             \
+        if (!real)                                                                                                    \
+            real = (ssize_t(*) parameters)dlsym(RTLD_NEXT, #name);                                                    \
+        if (is_file(descriptor) && hit("write")) {                                                                    \
+            if (wanted_errno == 0 && size > 1)                                                                        \
+                size /= 2;                                                                                            \
+            else if (wanted_errno != 0) {                                                                             \
+                errno = wanted_errno;                                                                                 \
+                return -1;                                                                                            \
+            }                                                                                                         \
+        }                                                                                                             \
+        return real arguments;                                                                                        \
+    }
+
+WRITE(write, (int descriptor, const void* bytes, size_t size), (descriptor, bytes, size))
+WRITE(pwrite, (int descriptor, const void* bytes, size_t size, off_t at), (descriptor, bytes, size, at))
+WRITE(pwrite64, (int descriptor, const void* bytes, size_t size, off64_t at), (descriptor, bytes, size, at))
+
+#define OPEN(name, before, after)                                                                                     \
+    int name(before const char* path, int flags, ...)                                                                 \
+    {                                                                                                                 \
+        static int (*real)(before const char*, int, ...);                                                             \
+        if (!real)                                                                                                    \
+            real = (int (*)(before const char*, int, ...))dlsym(RTLD_NEXT, #name);                                    \
+        mode_t mode = 0;                                                                                              \
+        if (flags & (O_CREAT | __O_TMPFILE)) {                                                                        \
+            va_list list;                                                                                             \
+            va_start(list, flags);                                                                                    \
+            mode = (mode_t)va_arg(list, int);                                                                         \
+            va_end(list);                                                                                             \
+            if (hit("create")) {                                                                                      \
+                errno = wanted_errno;                                                                                 \
+                return -1;                                                                                            \
+            }                                                                                                         \
+        }                                                                                                             \
+        return real(after path, flags, mode);                                                                         \
+    }
+
+#define COMMA ,
+OPEN(open, , )
+OPEN(open64, , )
+OPEN(openat, int folder COMMA, folder COMMA)
+OPEN(openat64, int folder COMMA, folder COMMA)
