@@ -460,6 +460,10 @@ void GrabImage::saveImage(QImage* target, const Matrix& transform)
     QOpenGLFramebufferObject* fbo = nullptr;
     int fboWidth = -1, fboHeight = -1;
     for (qint64 i = 0; i < count; ++i) {
+        // On the application thread whoever shows the progress is called at once and may replace the image: no tile is
+        // under way then.
+        if (Overseer::getInstance()->isApplicationThread())
+            copier.finish();
         // Set before the tile is drawn, so that the dialog never shows 100.
         progress->setValue(truncated(double(i) / double(count) * 100));
         const int row = int(i / columns);

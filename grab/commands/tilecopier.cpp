@@ -19,8 +19,6 @@ constexpr unsigned MaxThreads = 4;
 
 TileCopier::TileCopier(QImage* target) : mp_Target(target)
 {
-    // From here on the pixels are the target's own, as they would be from the first `setPixel` on.
-    target->detach();
     m_Shares = int(std::clamp(std::thread::hardware_concurrency(), 1u, MaxThreads));
     try {
         for (int share = 0; share < m_Shares; ++share)
@@ -53,7 +51,6 @@ TileCopier::~TileCopier()
 
 QImage TileCopier::makeView() const
 {
-    // An image of each thread's own over the target's pixels: the target's counters are not written from two threads.
     QImage view(const_cast<uchar*>(mp_Target->constBits()), mp_Target->width(), mp_Target->height(),
                 mp_Target->bytesPerLine(), mp_Target->format());
     if (mp_Target->colorCount() > 0)
@@ -63,11 +60,14 @@ QImage TileCopier::makeView() const
 
 void TileCopier::copy(const QImage& tile, int x0, int y0, int width, int height)
 {
-    Tile entry{tile, x0, y0, width, height, m_Shares};
+    // The target as it is now, its pixels its own, as `setPixel` would make them.
+    mp_Target->detach();
+    Tile entry{tile, {}, x0, y0, width, height, m_Shares};
+    for (int share = 0; share < m_Shares; ++share)
+        entry.views.push_back(makeView());
     if (m_Threads.empty()) {
-        QImage view = makeView();
         for (int share = 0; share < m_Shares; ++share)
-            copyShare(view, entry, share);
+            copyShare(entry, share, m_Shares);
         return;
     }
     std::unique_lock<std::mutex> lock(m_Mutex);
@@ -84,7 +84,6 @@ void TileCopier::finish()
 
 void TileCopier::work(int share)
 {
-    QImage view = makeView();
     quint64 next = 0;
     std::unique_lock<std::mutex> lock(m_Mutex);
     for (;;) {
@@ -93,9 +92,9 @@ void TileCopier::work(int share)
             return;
         // A tile stays in the queue until the last share is done, so the reference holds; the end of the queue moves
         // only.
-        const Tile& tile = m_Tiles[std::size_t(next - m_Dropped)];
+        Tile& tile = m_Tiles[std::size_t(next - m_Dropped)];
         lock.unlock();
-        copyShare(view, tile, share);
+        copyShare(tile, share, m_Shares);
         lock.lock();
         --m_Tiles[std::size_t(next - m_Dropped)].sharesLeft;
         ++next;
@@ -107,10 +106,11 @@ void TileCopier::work(int share)
     }
 }
 
-void TileCopier::copyShare(QImage& view, const Tile& tile, int share) const
+void TileCopier::copyShare(Tile& tile, int share, int shares)
 {
-    const int begin = tile.x0 + int(qint64(tile.width) * share / m_Shares);
-    const int end = tile.x0 + int(qint64(tile.width) * (share + 1) / m_Shares);
+    QImage& view = tile.views[std::size_t(share)];
+    const int begin = tile.x0 + int(qint64(tile.width) * share / shares);
+    const int end = tile.x0 + int(qint64(tile.width) * (share + 1) / shares);
     for (int x = begin; x < end; ++x) {
         for (int j = 0; j < tile.height; ++j) {
             // Pixel by pixel, each checked, on purpose.

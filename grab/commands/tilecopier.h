@@ -15,7 +15,7 @@ namespace tov::commands::grab {
 class TileCopier
 {
 public:
-    /// `target` must outlive the copier and is not to be touched until `finish`.
+    /// `target` must outlive the copier and is not to be touched between `copy` and `finish`.
     explicit TileCopier(QImage* target);
     /// Finishes.
     ~TileCopier();
@@ -31,11 +31,12 @@ private:
     struct Tile
     {
         QImage picture;
+        std::vector<QImage> views; ///< of the target's pixels, one a share: its own counters are not written from two threads
         int x0, y0, width, height;
         int sharesLeft;
     };
     /// Copies every n-th column from `share` on.
-    void copyShare(QImage& view, const Tile& tile, int share) const;
+    static void copyShare(Tile& tile, int share, int shares);
     QImage makeView() const;
     void work(int share);
 

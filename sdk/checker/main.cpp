@@ -29,6 +29,7 @@ int limitMs()
 struct Answer
 {
     QStringList lines;
+    int status = 0;
     QString death; ///< empty when the process ended by itself
 };
 
@@ -51,6 +52,7 @@ Answer ask(const QStringList& arguments)
         answer.death = QStringLiteral("it ended the process with status %1; a plug-in never ends the application")
                            .arg(process.exitCode());
     }
+    answer.status = process.exitCode();
     answer.lines = QString::fromUtf8(process.readAllStandardOutput()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
     return answer;
 }
@@ -98,6 +100,9 @@ int check(const QString& file)
                     found << line.mid(8);
             if (!answer.death.isEmpty())
                 found << answer.death;
+            else if (found.isEmpty() && answer.status != 0)
+                found << QStringLiteral("it ended the process with status %1; a plug-in never ends the application")
+                             .arg(answer.status);
             if (found.isEmpty()) {
                 ++good;
                 say(QStringLiteral("ok      %1: %2").arg(format, what));

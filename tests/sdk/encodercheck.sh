@@ -3,6 +3,8 @@
 set -uo pipefail
 build=$1
 count=0 good=0
+# In a build with the address sanitizer crashes are still crashes.
+export ASAN_OPTIONS="${ASAN_OPTIONS:-}:handle_segv=0"
 expect() { # STATUS TEXT FILE [CHOSEN FORMAT LINES]
   count=$((count + 1))
   local status=$1 text=$2 output actual

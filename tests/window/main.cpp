@@ -9,6 +9,14 @@
 
 #include <cstdio>
 
+#ifdef __SANITIZE_ADDRESS__
+/// Libraries stay loaded under the leak checker: what a display's libraries keep is told by their names then.
+extern "C" __attribute__((visibility("default"))) int dlclose(void*)
+{
+    return 0;
+}
+#endif
+
 int main(int argc, char** argv)
 {
     testing::InitGoogleTest(&argc, argv);
