@@ -28,6 +28,7 @@
 #include "scene/sharedcontext.h"
 #include "scene/viewer.h"
 
+#include <QCoreApplication>
 #include <QApplication>
 #include <QFileDialog>
 #include <QFileInfo>
@@ -462,7 +463,7 @@ void GrabImage::saveImage(QImage* target, const Matrix& transform)
     for (qint64 i = 0; i < count; ++i) {
         // On the application thread whoever shows the progress is called at once and may replace the image: no tile is
         // under way then.
-        if (Overseer::getInstance()->isApplicationThread())
+        if (QThread::currentThread() == QCoreApplication::instance()->thread())
             copier.finish();
         // Set before the tile is drawn, so that the dialog never shows 100.
         progress->setValue(truncated(double(i) / double(count) * 100));
