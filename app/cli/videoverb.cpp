@@ -3,6 +3,7 @@
 #include "app/cli/session.h"
 #include "app/cli/verbs.h"
 #include "app/common/output.h"
+#include "app/common/spacewatch.h"
 #include "app/common/videoprobe.h"
 #include "kernel/gui/fileparameterpanelfactory.h"
 #include "kernel/main/abstractparameter.h"
@@ -142,7 +143,7 @@ int runVideo(const Options& options, int& argc, char** argv)
         session.fail(unknownFormat(output, formats));
         return 1;
     }
-    if (!checkOutputFolder(output, &error)) {
+    if (!checkOutputFolder(output, &error) || !SpaceWatch::hasRoom(output, &error)) {
         session.fail(error);
         return 1;
     }

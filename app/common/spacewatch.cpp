@@ -19,6 +19,11 @@ constexpr int LookMs = 1000;
 constexpr int DefaultLimitMb = 50;
 constexpr qint64 BytesPerMb = 1000000;
 
+qint64 limitBytes()
+{
+    return tovSettings().value(QStringLiteral("settings/lowspacelimit"), DefaultLimitMb).toLongLong() * BytesPerMb;
+}
+
 } // namespace
 
 SpaceWatch::SpaceWatch(QObject* parent) : QObject(parent)
@@ -40,6 +45,20 @@ SpaceWatch::SpaceWatch(QObject* parent) : QObject(parent)
     connect(&m_Clock, &QTimer::timeout, this, &SpaceWatch::look);
 }
 
+bool SpaceWatch::hasRoom(const QString& fileName, QString* error)
+{
+    const qint64 limit = limitBytes();
+    for (const QString& folder : {QFileInfo(fileName).absolutePath(), QDir::tempPath()}) {
+        const qint64 room = QStorageInfo(folder).bytesAvailable();
+        if (room < 0 || room >= limit)
+            continue;
+        *error = tr("nothing was recorded: %1 has only %2 left, recordings stop below %3")
+                     .arg(folder, QLocale().formattedDataSize(room), QLocale().formattedDataSize(limit));
+        return false;
+    }
+    return true;
+}
+
 qint64 SpaceWatch::getRoom(quint64 run) const
 {
     const auto found = m_Watched.find(run);
@@ -48,8 +67,7 @@ qint64 SpaceWatch::getRoom(quint64 run) const
 
 void SpaceWatch::look()
 {
-    const qint64 limit =
-        tovSettings().value(QStringLiteral("settings/lowspacelimit"), DefaultLimitMb).toLongLong() * BytesPerMb;
+    const qint64 limit = limitBytes();
     for (auto& [id, watched] : m_Watched) {
         watched.room = -1;
         for (const QString& folder : {watched.folder, QDir::tempPath()}) {

@@ -18,6 +18,9 @@ class SpaceWatch : public QObject
 public:
     explicit SpaceWatch(QObject* parent = nullptr);
 
+    /// False when a recording into this file would be stopped at once; `error` then says why, in one line. Thread: any.
+    static bool hasRoom(const QString& fileName, QString* error);
+
     /// The room on the fuller of the disks that a run writes to, bytes; -1 = unknown, or it writes no file.
     qint64 getRoom(quint64 run) const;
 

@@ -638,6 +638,10 @@
         <source>%1 has only %2 left: the recording was stopped, what was captured is kept.</source>
         <translation>%1 hat nur noch %2 frei: Die Aufnahme wurde beendet, Aufgenommenes bleibt erhalten.</translation>
     </message>
+    <message>
+        <source>nothing was recorded: %1 has only %2 left, recordings stop below %3</source>
+        <translation>nichts aufgenommen: %1 hat nur noch %2 frei, unter %3 enden Aufnahmen</translation>
+    </message>
 </context>
 <context>
     <name>tov::main::CommandProcessor</name>

@@ -432,7 +432,8 @@ bool MainWindow::mayWrite(const ParameterDialog& dialog)
     if (name.isEmpty())
         return true;
     QString problem;
-    if (!tov::app::checkOutputFolder(name, &problem)) {
+    if (!tov::app::checkOutputFolder(name, &problem) ||
+        (dialog.getPanel(SyncParameter) && !tov::app::SpaceWatch::hasRoom(name, &problem))) {
         QMessageBox::warning(this, dialog.windowTitle(), problem);
         return false;
     }

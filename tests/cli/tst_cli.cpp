@@ -6,6 +6,7 @@
 #include <QFileInfo>
 #include <QImage>
 #include <QImageReader>
+#include <QMap>
 #include <QProcess>
 #include <QSettings>
 #include <QTemporaryDir>
@@ -41,7 +42,8 @@ protected:
         arguments.insert(arguments.isEmpty() ? 0 : 1, QStringLiteral("--settings=") + path("settings.ini"));
         return arguments;
     }
-    QString language; ///< of the person, e.g. "de_DE.UTF-8"
+    QString language;                 ///< of the person, e.g. "de_DE.UTF-8"
+    QMap<QString, QString> variables; ///< further ones of the environment
     Result run(const QStringList& arguments, const QByteArray& shell = QByteArray())
     {
         QProcess process;
@@ -52,6 +54,8 @@ protected:
         environment.insert(QStringLiteral("TOV_SETTINGS"), path("settings.ini"));
         environment.remove(QStringLiteral("LC_ALL"));
         environment.insert(QStringLiteral("LANG"), language.isEmpty() ? QStringLiteral("C.UTF-8") : language);
+        for (auto i = variables.begin(); i != variables.end(); ++i)
+            environment.insert(i.key(), i.value());
         process.setProcessEnvironment(environment);
         if (shell.isEmpty())
             process.start(Program, arguments);
@@ -110,18 +114,28 @@ TEST_F(CliTest, LocaleBringsTheLanguage)
 
 TEST_F(CliTest, ADiskThatRunsFullStopsARecordingAndKeepsIt)
 {
+    // The disks are full from when the file holds something on.
+    variables = {{QStringLiteral("LD_PRELOAD"), QStringLiteral(TOV_BINARY_DIR "/tests/libfulldisk.so")},
+                 {QStringLiteral("TOV_FULL_WITH"), path("low.mkv")}};
+    const Result result = run({"video", Cube, "-o", "low.mkv", "--size", "160x120", "--duration", "60"});
+    expectFailure(result, 1, "the recording was stopped, what was captured is kept");
+    EXPECT_TRUE(QFile::exists(path("low.mkv")));
+}
+
+TEST_F(CliTest, AFullDiskIsToldBeforeARecording)
+{
     {
         QSettings settings(path("settings.ini"), QSettings::IniFormat);
         settings.setValue("settings/lowspacelimit", qlonglong(1) << 40); // more than any disk has
     }
-    const Result result = run({"video", Cube, "-o", "low.mp4", "--size", "160x120", "--duration", "30"});
-    expectFailure(result, 1, "the recording was stopped, what was captured is kept");
-    EXPECT_TRUE(QFile::exists(path("low.mp4")));
+    const QStringList line{"video", Cube, "-o", "low.mp4", "--size", "160x120", "--turntable", "3"};
+    expectFailure(run(line), 1, "nothing was recorded: ");
+    EXPECT_FALSE(QFile::exists(path("low.mp4")));
     {
         QSettings settings(path("settings.ini"), QSettings::IniFormat);
         settings.setValue("settings/lowspacelimit", 0); // never
     }
-    EXPECT_EQ(run({"video", Cube, "-o", "a.mp4", "--size", "160x120", "--turntable", "3"}).status, 0);
+    EXPECT_EQ(run(line).status, 0);
 }
 
 TEST_F(CliTest, WrongUsageIsOneLineAndStatusTwo)

@@ -197,6 +197,26 @@ TEST_F(WindowCommands, AFileIsReplacedOnlyWhenAgreed)
     EXPECT_EQ(QImageReader(name).size().width(), 200);
 }
 
+TEST_F(WindowCommands, ADiskWithoutRoomIsToldBeforeARecording)
+{
+    openSample();
+    // More than any disk has.
+    tovSettings().setValue("settings/lowspacelimit", qlonglong(1) << 40);
+    QString told;
+    triggerWithDialog(menuAction("Grab", "Video"), "ParameterDialog", [&](QWidget* dialog) {
+        type(dialog, "filename", file("low.mp4"));
+        onDialog("QMessageBox", [&](QWidget* box) {
+            told = qobject_cast<QMessageBox*>(box)->text();
+            onDialog("ParameterDialog", [&](QWidget* again) { QTest::keyClick(again, Qt::Key_Escape); });
+            QTest::keyClick(box, Qt::Key_Return);
+        });
+        QTest::keyClick(dialog, Qt::Key_Return);
+    });
+    EXPECT_TRUE(told.startsWith("nothing was recorded")) << told.toStdString();
+    EXPECT_FALSE(QFile::exists(file("low.mp4")));
+    tovSettings().remove("settings/lowspacelimit");
+}
+
 TEST_F(WindowCommands, AFolderThatIsNotThereIsToldBeforeTheStart)
 {
     openSample();
