@@ -37,6 +37,9 @@ QString tr(const char* text)
     return QCoreApplication::translate("tov::app", text);
 }
 
+/// Players take shorter delays between two pictures for something else.
+constexpr int GifHighestFps = 50;
+
 /// Why no encoder is known for the file, with what is known.
 QString unknownFormat(const QString& output, const std::vector<std::pair<QString, QString>>& formats)
 {
@@ -210,9 +213,11 @@ int runVideo(const Options& options, int& argc, char** argv)
             session.fail(tr("%1 was not written").arg(output));
         } else {
             const VideoProbe probe = probeVideo(output);
+            const bool thinned = suffix == QLatin1String("gif") && fps.toInt() > GifHighestFps && probe.frames > 0 &&
+                                 probe.frames <= positions;
             if (probe.asked && !probe.readable)
                 session.fail(tr("%1 cannot be read back").arg(output));
-            else if (probe.asked && !free && !session.wasInterrupted() && probe.frames != positions)
+            else if (probe.asked && !free && !session.wasInterrupted() && probe.frames != positions && !thinned)
                 session.fail(tr("%1 holds %2 frames instead of %3").arg(output).arg(probe.frames).arg(positions));
             else {
                 QString text = tr("%1: %2 x %3 pixels, %4 kB")
@@ -223,6 +228,11 @@ int runVideo(const Options& options, int& argc, char** argv)
                 if (probe.asked)
                     text += tr(", %1 frames").arg(probe.frames);
                 session.tell(text);
+                if (thinned && !free)
+                    session.tell(
+                        tr("Note: a gif plays at most %1 frames a second; frames were left out, so that it runs at "
+                           "its own speed.")
+                            .arg(GifHighestFps));
                 const double rate = free && probe.asked ? double(probe.frames) / seconds : 0;
                 if (free && probe.asked && !session.wasInterrupted() &&
                     qAbs(rate - fps.toDouble()) > 0.05 * fps.toDouble())

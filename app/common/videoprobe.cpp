@@ -1,5 +1,6 @@
 #include "app/common/videoprobe.h"
 
+#include <QFileInfo>
 #include <QProcess>
 #include <QStandardPaths>
 
@@ -9,9 +10,17 @@ namespace {
 
 constexpr int LimitMs = 120000;
 
-QString program()
+/// Files of these endings ffprobe is known to read; what it makes of others says nothing about them.
+const char* const Known[] = {"mp4", "mov", "mkv", "webm", "avi", "gif", "apng", "frames"};
+
+/// Empty when nobody can be asked about the file.
+QString programFor(const QString& fileName)
 {
-    return QStandardPaths::findExecutable(QStringLiteral("ffprobe"));
+    const QString suffix = QFileInfo(fileName).suffix();
+    for (const char* known : Known)
+        if (suffix.compare(QLatin1String(known), Qt::CaseInsensitive) == 0)
+            return QStandardPaths::findExecutable(QStringLiteral("ffprobe"));
+    return QString();
 }
 
 QStringList arguments(const QString& fileName)
@@ -49,16 +58,18 @@ VideoProbe answerOf(QProcess& process)
 
 VideoProbe probeVideo(const QString& fileName)
 {
-    if (program().isEmpty())
+    const QString program = programFor(fileName);
+    if (program.isEmpty())
         return VideoProbe();
     QProcess process;
-    process.start(program(), arguments(fileName));
+    process.start(program, arguments(fileName));
     return process.waitForFinished(LimitMs) ? answerOf(process) : VideoProbe();
 }
 
 void probeVideo(const QString& fileName, QObject* context, std::function<void(const VideoProbe&)> done)
 {
-    if (program().isEmpty())
+    const QString program = programFor(fileName);
+    if (program.isEmpty())
         return;
     // Ends with the context: a process that is still busy then is killed by its destructor.
     auto* process = new QProcess(context);
@@ -67,7 +78,7 @@ void probeVideo(const QString& fileName, QObject* context, std::function<void(co
                          process->deleteLater();
                          done(answerOf(*process));
                      });
-    process->start(program(), arguments(fileName));
+    process->start(program, arguments(fileName));
 }
 
 } // namespace tov::app

@@ -7,10 +7,11 @@
 
 namespace tov::app {
 
-/// What a video file itself says, asked from ffprobe where that program is installed.
+/// What a video file itself says, asked from ffprobe where that program is installed and knows the ending; nobody is
+/// asked about formats that further plug-ins bring.
 struct VideoProbe
 {
-    bool asked = false;    ///< there is such a program, and it came to an end
+    bool asked = false;    ///< there is such a program, it knows such files, and it came to an end
     bool readable = false; ///< it found a video stream
     qint64 frames = -1;
     double seconds = 0; ///< 0 = unknown

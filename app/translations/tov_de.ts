@@ -620,6 +620,10 @@
         <source>--turntable: &quot;%1&quot; is no number of positions (1 or more)</source>
         <translation>--turntable: „%1“ ist keine Zahl von Stellungen (ab 1)</translation>
     </message>
+    <message>
+        <source>Note: a gif plays at most %1 frames a second; frames were left out, so that it runs at its own speed.</source>
+        <translation>Hinweis: Ein GIF zeigt höchstens %1 Bilder je Sekunde; Bilder wurden ausgelassen, damit es in seinem Tempo läuft.</translation>
+    </message>
 </context>
 <context>
     <name>tov::app::Session</name>

@@ -408,6 +408,14 @@ TEST_F(CliTest, AVideoSteppedAlongATurntable)
     EXPECT_FALSE(settings.contains(QStringLiteral("settings/grabvideofps"))) << "the rates of one call are not kept";
 }
 
+TEST_F(CliTest, AFastGifLeavesFramesOutAndSaysSo)
+{
+    const Result result = run({"video", Cube, "-o", "a.gif", "--size", "64x48", "--turntable", "12", "--fps", "60"});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_TRUE(result.err.contains(QStringLiteral("10 frames"))) << result.err.toStdString();
+    EXPECT_TRUE(result.err.contains(QStringLiteral("at most 50 frames a second"))) << result.err.toStdString();
+}
+
 TEST_F(CliTest, AVideoOfSomeSeconds)
 {
     const Result result = run({"video", Cube, "-o", "a.mkv", "--size", "64x48", "--duration", "0.6"});

@@ -73,8 +73,8 @@ check "the example passes the checker" contains "49 of 49 checks passed" "$prefi
 check "the example is installed" "$cmake" --install "$folder/example"
 check "the program knows the example's formats" contains "Portable pixmaps with transparency" "$prefix/bin/tov" encoders
 check "a recording as ppm" "$prefix/bin/tov" video "$source/samples/crane.obj" -o "$folder/a.ppm" --size 64x48 --turntable 4
-# One frame: by this ending readers take the file for a single picture.
-check "a recording as pam" "$prefix/bin/tov" video "$source/samples/crane.obj" -o "$folder/a.pam" --size 64x48 --turntable 1
+# By this ending readers take the file for a single picture; that is no fault of the recording.
+check "a recording as pam" "$prefix/bin/tov" video "$source/samples/crane.obj" -o "$folder/a.pam" --size 64x48 --turntable 4
 check "the pixmaps' size" test "$(stat -c %s "$folder/a.ppm")" -eq $((4 * (13 + 64 * 48 * 3)))
 check "the pixmaps are read" contains "nb_read_frames=4" ffprobe -v error -f ppm_pipe -count_frames -show_entries \
   stream=nb_read_frames "$folder/a.ppm"
@@ -93,8 +93,9 @@ relro() { readelf -lW "$1" | grep -q GNU_RELRO; }
 plain_stack() { readelf -lW "$1" | grep GNU_STACK | grep ' RW ' >/dev/null; }
 movable() { readelf -hW "$1" | grep 'Type: *DYN' >/dev/null; }
 guarded() { readelf -sW --dyn-syms "$1" | grep '__stack_chk_fail' >/dev/null; }
-# Copies into buffers whose size the compiler knows are checked where there are any.
+# Copies into buffers whose size the compiler knows are checked where there are any. Sanitizers have checks of their own.
 for name in bin/tov lib/libtovkernel.so bin/plugins/video/ffmpeg.so; do
+  nm -D --undefined-only "$prefix/lib/tov/$name" | grep '__[at]san_init' >/dev/null && continue
   check "$name: buffers checked" contains "_chk@" nm -D --undefined-only "$prefix/lib/tov/$name"
 done
 files=0

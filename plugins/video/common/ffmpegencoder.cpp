@@ -31,6 +31,8 @@ constexpr int ErrorLevel = tov::log::LevelError;
 /// Ticks of a frame in the indexed formats: fine enough for every player.
 constexpr int TicksPerFrame = 512;
 constexpr int DefaultFps = 25;
+/// Beyond this rate the clocks of the file formats overflow (32 bits, in ticks).
+constexpr int HighestFps = 1000000;
 /// Seconds between key frames at most: how finely players can seek.
 constexpr int KeySeconds = 2;
 /// Frames by which the HEVC coder's decoding order runs ahead: B frames that others refer to, one level.
@@ -132,7 +134,7 @@ bool FFmpegEncoder::open()
     if (m_Width < 2 || m_Height < 2)
         return fail(__LINE__, __func__,
                     QStringLiteral("A video of %1 x %2 pixels cannot be encoded").arg(m_Width).arg(m_Height));
-    const int fps = m_Fps > 0 ? m_Fps : DefaultFps;
+    const int fps = m_Fps > 0 ? std::min(m_Fps, HighestFps) : DefaultFps;
     const QString noMemory = QStringLiteral("There is not enough memory to encode the video");
 
     if (m_Format.indexed)
@@ -195,8 +197,9 @@ bool FFmpegEncoder::open()
                         .arg(m_Height),
                     result);
 
+    const AVPixelFormat from = m_Format.alpha ? AV_PIX_FMT_BGRA : AV_PIX_FMT_BGR0;
     // Frames come to the filter, where there is one, as they are.
-    d->frame->format = m_Format.filter ? AV_PIX_FMT_BGR0 : pixelFormat;
+    d->frame->format = m_Format.filter ? from : pixelFormat;
     d->frame->width = m_Width;
     d->frame->height = m_Height;
     d->frame->color_range = codec->color_range;
@@ -205,7 +208,6 @@ bool FFmpegEncoder::open()
     d->frame->color_trc = codec->color_trc;
     if (av_frame_get_buffer(d->frame.get(), 0) < 0)
         return fail(__LINE__, __func__, noMemory);
-    const AVPixelFormat from = m_Format.alpha ? AV_PIX_FMT_BGRA : AV_PIX_FMT_BGR0;
     d->scaler.reset(sws_getContext(m_Width, m_Height, from, m_Width, m_Height, AVPixelFormat(d->frame->format),
                                    SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT | SWS_FULL_CHR_H_INP, nullptr,
                                    nullptr, nullptr));
