@@ -12,6 +12,8 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
+#include <QRandomGenerator>
+#include <QSemaphore>
 #include <QTemporaryDir>
 #include <QTemporaryFile>
 
@@ -71,8 +73,9 @@ protected:
         const QString folder = QCoreApplication::applicationDirPath() + QStringLiteral("/plugins/video/");
         QDir(folder).removeRecursively();
         QDir().mkpath(folder);
-        ASSERT_TRUE(QFile::copy(QStringLiteral(TOV_BINARY_DIR "/bin/plugins/video/ffmpeg.so"),
-                                folder + QStringLiteral("ffmpeg.so")));
+        for (const char* name : {"ffmpeg.so", "frames.so"})
+            ASSERT_TRUE(QFile::copy(QStringLiteral(TOV_BINARY_DIR "/bin/plugins/video/") + QLatin1String(name),
+                                    folder + QLatin1String(name)));
         VideoEncoder::getInstance()->refreshPlugins();
     }
     static void TearDownTestSuite()
@@ -167,7 +170,7 @@ TEST_F(FormatTest, ColoursComeBackWithinTwoOf255)
     const Color colors[] = {{200, 100, 50, 255},  {255, 0, 0, 255},  {0, 255, 0, 255},
                             {0, 0, 255, 255},     {16, 16, 16, 255}, {128, 128, 128, 255},
                             {255, 255, 255, 255}, {0, 0, 0, 255},    {250, 240, 10, 255}};
-    for (const char* suffix : {"mp4", "mov", "mkv", "webm", "hq.mp4", "hevc.mp4", "av1.mkv"}) {
+    for (const char* suffix : {"mp4", "mov", "mkv", "webm", "hq.mp4", "hevc.mp4", "av1.mkv", "avi"}) {
         for (const Color& color : colors) {
             SCOPED_TRACE(std::string(suffix) + " " + std::to_string(color[0]) + "," + std::to_string(color[1]) + "," +
                          std::to_string(color[2]));
@@ -180,8 +183,10 @@ TEST_F(FormatTest, ColoursComeBackWithinTwoOf255)
             encoder->encodeVideoChunk(chunkOf(bytes), true);
             encoder->waitForFinish();
             const QJsonObject stream = streamOf(file);
-            EXPECT_EQ(stream["color_space"].toString(), "bt709");
-            EXPECT_EQ(stream["color_range"].toString(), "tv");
+            // Motion JPEG is what JPEG says.
+            const bool jpeg = qstrcmp(suffix, "avi") == 0;
+            EXPECT_EQ(stream["color_space"].toString(), jpeg ? "bt470bg" : "bt709");
+            EXPECT_EQ(stream["color_range"].toString(), jpeg ? "pc" : "tv");
             const auto frames = decoded(file, 32, 32);
             ASSERT_EQ(frames.size(), 3u);
             const Color got = pixel(frames[1], 16 * 32 + 16);
@@ -375,7 +380,7 @@ TEST_F(FormatTest, OpaqueFormatsIgnoreAlpha)
         const Color got = pixel(frames[0], 30 * 64 + 30);
         EXPECT_EQ(got[3], 255);
         for (std::size_t c = 0; c < 3; ++c)
-            EXPECT_NEAR(got[c], (Color{200, 100, 50, 0}[c]), 4);
+            EXPECT_NEAR(got[c], (Color{200, 100, 50, 0}[c]), 2);
     }
 }
 
@@ -501,6 +506,68 @@ TEST_F(FormatTest, AFileThatIsCutWhileItGrowsPlaysWhatWasEncoded)
         })) << "three seconds never became playable";
         encoder->abortEncoding();
         EXPECT_FALSE(QFile::exists(file));
+    }
+}
+
+/// Not a test of its own: the recording of the next one, in a process that can be killed. After each frame that the
+/// encoder has taken its number goes to standard output.
+TEST_F(FormatTest, DISABLED_FeedUntilKilled)
+{
+    const QString file = qEnvironmentVariable("TOV_FEED");
+    auto encoder = encoderFor(file, 320, 240);
+    ASSERT_TRUE(encoder);
+    for (int i = 0; i < 100000; ++i) {
+        QSemaphore taken;
+        QIODevice* chunk = chunkOf(frame(320, 240, {40 + i % 50, 90, 160, 255}, i));
+        QObject::connect(
+            chunk, &QObject::destroyed, chunk, [&taken] { taken.release(); }, Qt::DirectConnection);
+        ASSERT_TRUE(encoder->encodeVideoChunk(chunk, false));
+        taken.acquire();
+        std::printf("taken %d\n", i + 1);
+        std::fflush(stdout);
+    }
+}
+
+TEST_F(FormatTest, KilledAtAnyMomentAllButTheLastSecondPlays)
+{
+    // Frames that the codec looks ahead by, or codes at a time on its threads: those are not encoded yet.
+    struct
+    {
+        const char* suffix;
+        int ahead;
+    } rows[] = {{"mp4", 30},         {"mov", 30},  {"mkv", 30}, {"hq.mp4", 60},     {"hevc.mp4", 60},
+                {"av1.mkv", 30},     {"webm", 30}, {"avi", 8},  {"alpha.webm", 30}, {"alpha.mov", 8},
+                {"lossless.mkv", 8}, {"apng", 8},  {"gif", 8},  {"frames", 8}};
+    QRandomGenerator random(11);
+    for (const auto& row : rows) {
+        const QString file = path(QStringLiteral("k.") + QLatin1String(row.suffix));
+        const int moment = 100 + int(random.bounded(60));
+        SCOPED_TRACE(std::string(row.suffix) + " killed after " + std::to_string(moment) + " frames");
+        QProcess process;
+        auto environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("TOV_FEED"), file);
+        environment.insert(QStringLiteral("TMPDIR"), folder.path());
+        process.setProcessEnvironment(environment);
+        process.start(QCoreApplication::applicationFilePath(),
+                      {QStringLiteral("--gtest_filter=FormatTest.DISABLED_FeedUntilKilled"),
+                       QStringLiteral("--gtest_also_run_disabled_tests")});
+        ASSERT_TRUE(process.waitForStarted());
+        int taken = 0;
+        const auto read = [&] {
+            while (process.canReadLine()) {
+                const QByteArray line = process.readLine();
+                if (line.startsWith("taken "))
+                    taken = line.mid(6).toInt();
+            }
+        };
+        while (taken < moment && process.waitForReadyRead(60000))
+            read();
+        ASSERT_GE(taken, moment) << process.readAllStandardError().constData();
+        process.kill();
+        process.waitForFinished();
+        read();
+        const QJsonObject stream = streamOf(file);
+        EXPECT_GE(stream["nb_read_frames"].toString().toInt(), taken - 25 - row.ahead);
     }
 }
 
