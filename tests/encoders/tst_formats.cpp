@@ -721,6 +721,74 @@ TEST_F(FormatTest, ADiskThatFillsUpLeavesWhatWasEncoded)
     EXPECT_GT(probe.readAllStandardOutput().trimmed().split(',').first().toInt(), 0);
 }
 
+/// Not a test of its own: a recording of the next one, run where the disk is small.
+TEST_F(FormatTest, DISABLED_FeedASmallDisk)
+{
+    const QString file = qEnvironmentVariable("TOV_FEED");
+    LogCapture log;
+    auto encoder = encoderFor(file, 160, 120, 25, 20000000);
+    ASSERT_TRUE(encoder);
+    QRandomGenerator random(5);
+    for (int i = 0; i < 300; ++i) {
+        QByteArray noise(160 * 120 * 4, 0);
+        random.fillRange(reinterpret_cast<quint32*>(noise.data()), noise.size() / 4);
+        EXPECT_TRUE(encoder->encodeVideoChunk(chunkOf(noise), i == 299));
+    }
+    encoder->waitForFinish();
+    int errors = 0;
+    for (const auto& record : log.records())
+        errors += record.level <= 2000;
+    EXPECT_EQ(errors, 1) << log.text();
+}
+
+TEST_F(FormatTest, OnASmallDiskWhatFitsPlaysAndOneRecordTells)
+{
+    QProcess allowed;
+    allowed.start(QStringLiteral("unshare"), {"-rm", "true"});
+    if (!allowed.waitForFinished() || allowed.exitCode() != 0)
+        GTEST_SKIP() << "file systems cannot be mounted here, not even in a name space";
+    const QString disk = path(QStringLiteral("disk"));
+    QDir().mkpath(disk);
+    for (const Row& row : Rows) {
+        SCOPED_TRACE(row.suffix);
+        const QString saved = path(QStringLiteral("saved.") + QLatin1String(row.suffix));
+        QProcess process;
+        auto environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("TOV_FEED"), disk + QStringLiteral("/full.") + QLatin1String(row.suffix));
+        process.setProcessEnvironment(environment);
+        process.start(QStringLiteral("unshare"),
+                      {"-rm", "sh", "-c",
+                       "mount -t tmpfs -o size=1m tmpfs \"$1\" && "
+                       "\"$2\" --gtest_filter=FormatTest.DISABLED_FeedASmallDisk --gtest_also_run_disabled_tests && "
+                       "cp \"$TOV_FEED\" \"$3\"",
+                       "sh", disk, QCoreApplication::applicationFilePath(), saved});
+        ASSERT_TRUE(process.waitForFinished(120000));
+        ASSERT_EQ(process.exitCode(), 0) << process.readAllStandardOutput().constData();
+        EXPECT_LE(QFileInfo(saved).size(), 1 << 20);
+        QProcess probe;
+        probe.start(QStringLiteral("ffprobe"), {"-v", "quiet", "-count_frames", "-show_entries",
+                                                "stream=nb_read_frames", "-of", "csv=p=0", saved});
+        ASSERT_TRUE(probe.waitForFinished(20000));
+        EXPECT_GT(probe.readAllStandardOutput().trimmed().split(',').first().toInt(), 0);
+    }
+}
+
+TEST_F(FormatTest, AFileThatMayNotBeWrittenIsLeftAlone)
+{
+    // Root may write anything; a file of a folder's name nobody can.
+    for (const Row& row : Rows) {
+        SCOPED_TRACE(row.suffix);
+        const QString file = path(QStringLiteral("taken.") + QLatin1String(row.suffix));
+        QDir().mkpath(file);
+        LogCapture log;
+        std::unique_ptr<Encoder> encoder(VideoEncoder::getInstance()->getEncoder(file));
+        ASSERT_TRUE(encoder);
+        EXPECT_FALSE(encoder->setOutputParameters(file, 64, 48, 25, 1000000));
+        EXPECT_NE(std::string(log.text()).find("Encoder: Couldn't open file"), std::string::npos);
+        EXPECT_TRUE(QFileInfo(file).isDir());
+    }
+}
+
 TEST_F(FormatTest, OddParametersDoNotCrash)
 {
     const struct
