@@ -54,6 +54,8 @@ const Option Table[] = {
      QT_TRANSLATE_NOOP("CommandLine", "try an encoder plug-in apart from the program and report")},
     {"settings", nullptr, "FILE", "*",
      QT_TRANSLATE_NOOP("CommandLine", "settings file to use instead of the user's own")},
+    {"safe-mode", nullptr, nullptr, "*",
+     QT_TRANSLATE_NOOP("CommandLine", "start without modules and plug-ins that are not part of the program")},
     {"quiet", "q", nullptr, "*", QT_TRANSLATE_NOOP("CommandLine", "say nothing but errors")},
     {"verbose", "v", nullptr, "*", QT_TRANSLATE_NOOP("CommandLine", "show the whole log, what draws among it")},
     {"help", "h", nullptr, "*", QT_TRANSLATE_NOOP("CommandLine", "show this help")},

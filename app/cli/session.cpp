@@ -28,6 +28,17 @@ StartOptions startOptions(const Options& options)
     StartOptions start;
     start.logLevel = options.has(QStringLiteral("verbose")) ? 1000000 : 0;
     start.settingsFile = options.value(QStringLiteral("settings"));
+    start.safeMode = options.has(QStringLiteral("safe-mode"));
+    start.afterCrash = [quiet = options.has(QStringLiteral("quiet"))] {
+        if (!quiet)
+            std::fprintf(stderr, "%s\n",
+                         QCoreApplication::translate("tov::app",
+                                                     "Note: the start before crashed; --safe-mode leaves out "
+                                                     "what is not part of the program.")
+                             .toLocal8Bit()
+                             .constData());
+        return false;
+    };
     return start;
 }
 

@@ -1,5 +1,6 @@
 #include "app/common/startup.h"
 
+#include "app/common/libraryprobe.h"
 #include "app/common/translation.h"
 #include "kernel/events/eventhandler.h"
 #include "kernel/log/console.h"
@@ -38,6 +39,7 @@ std::atomic<int> interrupts{0};
 void onInterrupt(int)
 {
     const int saved = errno;
+    StartMarker::forgive();
     // A third one means that the application thread is not listening any more.
     if (interrupts.fetch_add(1) >= 2)
         _exit(130);
@@ -170,6 +172,17 @@ Startup::Startup(int& argc, char** argv, const StartOptions& options) : d(new Pr
         sigaction(SIGHUP, &action, nullptr);
     }
 
+    StartMarker marker;
+    bool safeMode = options.safeMode;
+    if (marker.hasCrashed() && !safeMode && options.afterCrash)
+        safeMode = options.afterCrash();
+    LibraryProbe probe(QCoreApplication::applicationDirPath() + QStringLiteral("/../libexec/tov-check-encoder"));
+    probe.addFolder(QCoreApplication::applicationDirPath() + QStringLiteral("/modules"), false);
+    probe.addFolder(QCoreApplication::applicationDirPath() + QStringLiteral("/plugins/video"), true);
+    if (safeMode)
+        probe.setOnly({QStringLiteral("libgrab.so"), QStringLiteral("ffmpeg.so"), QStringLiteral("frames.so")});
+    probe.run();
+
     Overseer::getInstance();
     auto* events = tov::events::EventHandler::getInstance();
     events->registerEventTypes("Global");
@@ -187,6 +200,7 @@ Startup::Startup(int& argc, char** argv, const StartOptions& options) : d(new Pr
     // The modules' commands look at the hardware before they listen for panels; those that came first are told again.
     Overseer::getInstance()->getCommandProcessor()->drain();
     Viewer::getInstance()->announceActivePanel();
+    marker.done();
 }
 
 Startup::~Startup()

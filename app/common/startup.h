@@ -20,7 +20,9 @@ struct StartOptions
     bool window = false;                          ///< a window will be shown; otherwise no display server is asked for
     int logLevel = 2000;                          ///< highest level of the records that standard error gets
     QString settingsFile;                         ///< empty: the usual one
+    bool safeMode = false;                        ///< only the product's own modules and plug-ins
     std::function<void(const QString&)> progress; ///< start-up messages; may be empty
+    std::function<bool()> afterCrash; ///< called when the start before crashed; true = safe mode now; may be empty
 };
 
 /// Keeps the records of errors and what is printed on the console (commands print refusals there), so that a verb can
@@ -51,8 +53,8 @@ public:
     ~Startup();
 
     tov::main::ModuleLoader& getLoader();
-    /// Calls `function` on the application thread with the count of SIGINT, SIGTERM and SIGHUP so far, from 1. From the second
-    /// one on, if the application thread does not get round to it, the process ends by itself.
+    /// Calls `function` on the application thread with the count of SIGINT, SIGTERM and SIGHUP so far, from 1. From the
+    /// second one on, if the application thread does not get round to it, the process ends by itself.
     void setInterruptHandler(std::function<void(int count)> function);
 
 private:

@@ -130,6 +130,10 @@
         <source>try an encoder plug-in apart from the program and report</source>
         <translation>ein Kodierer-Plug-in getrennt vom Programm prüfen und berichten</translation>
     </message>
+    <message>
+        <source>start without modules and plug-ins that are not part of the program</source>
+        <translation>ohne Module und Plug-ins starten, die nicht zum Programm gehören</translation>
+    </message>
 </context>
 <context>
     <name>CommandParser</name>
@@ -624,6 +628,33 @@
         <source>Note: a gif plays at most %1 frames a second; frames were left out, so that it runs at its own speed.</source>
         <translation>Hinweis: Ein GIF zeigt höchstens %1 Bilder je Sekunde; Bilder wurden ausgelassen, damit es in seinem Tempo läuft.</translation>
     </message>
+    <message>
+        <source>Note: the start before crashed; --safe-mode leaves out what is not part of the program.</source>
+        <translation>Hinweis: Der vorige Start ist abgestürzt; --safe-mode lässt weg, was nicht zum Programm gehört.</translation>
+    </message>
+    <message>
+        <source>it crashed when it was tried (%1); it is tried again when the file changes</source>
+        <translation>beim Ausprobieren abgestürzt (%1); wird wieder versucht, wenn sich die Datei ändert</translation>
+    </message>
+    <message>
+        <source>it ended its process when it was tried (status %1); it is tried again when the file changes</source>
+        <translation>hat beim Ausprobieren seinen Prozess beendet (Status %1); wird wieder versucht, wenn sich die Datei ändert</translation>
+    </message>
+</context>
+<context>
+    <name>tov::app::LibraryProbe</name>
+    <message>
+        <source>left out, as --safe-mode says</source>
+        <translation>weggelassen, wie --safe-mode es verlangt</translation>
+    </message>
+    <message>
+        <source>it did not come back when it was tried</source>
+        <translation>beim Ausprobieren hängen geblieben</translation>
+    </message>
+    <message>
+        <source>there was no time left to try it; it is tried at the next start</source>
+        <translation>zum Ausprobieren blieb keine Zeit; wird beim nächsten Start versucht</translation>
+    </message>
 </context>
 <context>
     <name>tov::app::Session</name>
@@ -930,6 +961,25 @@
     <message>
         <source>position %1: &quot;%2&quot; holds something that is no number</source>
         <translation>Stellung %1: „%2“ enthält etwas, das keine Zahl ist</translation>
+    </message>
+</context>
+<context>
+    <name>tov::viewer</name>
+    <message>
+        <source>tov crashed</source>
+        <translation>tov ist abgestürzt</translation>
+    </message>
+    <message>
+        <source>tov crashed when it was started last. Start now without modules and plug-ins that are not part of it?</source>
+        <translation>Beim letzten Start ist tov abgestürzt. Jetzt ohne Module und Plug-ins starten, die nicht dazugehören?</translation>
+    </message>
+    <message>
+        <source>Start in safe mode</source>
+        <translation>Abgesichert starten</translation>
+    </message>
+    <message>
+        <source>Start as usual</source>
+        <translation>Wie gewohnt starten</translation>
     </message>
 </context>
 <context>

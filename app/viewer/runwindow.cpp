@@ -13,6 +13,8 @@
 #include "scene/viewer.h"
 
 #include <QApplication>
+#include <QMessageBox>
+#include <QPushButton>
 
 #include <memory>
 #include <mutex>
@@ -65,6 +67,21 @@ int runWindow(const tov::app::Options& options, int& argc, char** argv)
         QApplication::setWindowIcon(applicationIcon());
         QGuiApplication::setDesktopFileName(QStringLiteral("tov"));
         applyTheme(tovSettings().value(QStringLiteral("window/palette")).toString());
+    };
+    start.safeMode = options.has(QStringLiteral("safe-mode"));
+    start.afterCrash = [&dress] {
+        dress();
+        QMessageBox question(QMessageBox::Warning, QCoreApplication::translate("tov::viewer", "tov crashed"),
+                             QCoreApplication::translate(
+                                 "tov::viewer", "tov crashed when it was started last. Start now without modules "
+                                                "and plug-ins that are not part of it?"));
+        question.setObjectName(QStringLiteral("SafeModeQuestion"));
+        auto* safe = question.addButton(QCoreApplication::translate("tov::viewer", "Start in safe mode"),
+                                        QMessageBox::AcceptRole);
+        question.addButton(QCoreApplication::translate("tov::viewer", "Start as usual"), QMessageBox::RejectRole);
+        question.setDefaultButton(safe);
+        question.exec();
+        return question.clickedButton() == static_cast<QAbstractButton*>(safe);
     };
     std::unique_ptr<Splash> splash;
     start.progress = [&splash, &dress](const QString& message) {

@@ -8,6 +8,8 @@
 #include <atomic>
 #include <exception>
 
+const int tovGrabEncoderAbi1 = 1;
+
 namespace tov::grab::video {
 
 using tov::log::Logger;

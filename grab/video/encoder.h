@@ -12,7 +12,16 @@
 
 class QSemaphore;
 
+/// The interface between the module and its encoder plug-ins, by number: it changes whenever the layout or the order of
+/// use of `Encoder` does. Every plug-in refers to the number that it was built with, so that one built for another is
+/// an ordinary load failure ("undefined symbol: tovGrabEncoderAbi...").
+extern "C" TOV_EXPORT const int tovGrabEncoderAbi1;
+
 namespace tov::grab::video {
+
+namespace {
+[[gnu::used]] const int* const encoderAbi = &tovGrabEncoderAbi1;
+} // namespace
 
 /// Base of all video encoders. A plug-in derives from it and supplies three hooks; everything else (output file, queue,
 /// thread, progress, abort) is done here.
@@ -49,13 +58,13 @@ public:
     /// Frees neither chunks nor runner nor file: `waitForFinish` or `abortEncoding` must have been called before.
     ~Encoder() override;
 
-    /// Stores the parameters and opens the output file for writing. Sizes in pixels, `fps` in frames a second, `kbps` in
-    /// bits a second (the name is older than the unit). False, logged, when a size is odd or the file cannot be opened.
-    /// Thread: application.
+    /// Stores the parameters and opens the output file for writing. Sizes in pixels, `fps` in frames a second, `kbps`
+    /// in bits a second (the name is older than the unit). False, logged, when a size is odd or the file cannot be
+    /// opened. Thread: application.
     bool setOutputParameters(const QString& filename, int width, int height, int fps, int kbps);
 
-    /// Hands a chunk over; null is passed on as it is. True: the encoder owns it from now on. False: it refused to start
-    /// and takes nothing; the chunk stays the caller's. Thread: capture.
+    /// Hands a chunk over; null is passed on as it is. True: the encoder owns it from now on. False: it refused to
+    /// start and takes nothing; the chunk stays the caller's. Thread: capture.
     bool encodeVideoChunk(QIODevice* chunk, bool isLast);
 
     /// Blocks until everything queued is encoded, then cleans up. Needs a chunk marked last, else it waits for ever.
@@ -103,9 +112,9 @@ protected:
         void finish();
 
     private:
-        Encoder* mp_Encoder;   ///< not owned
-        bool m_Running = true; ///< reached through std::atomic_ref
-        bool m_Finishing = false;          ///< reached through std::atomic_ref
+        Encoder* mp_Encoder;      ///< not owned
+        bool m_Running = true;    ///< reached through std::atomic_ref
+        bool m_Finishing = false; ///< reached through std::atomic_ref
         Qt::HANDLE m_ThreadId = nullptr;
     };
 

@@ -6,16 +6,13 @@
 #include "kernel/main/module.h"
 #include "kernel/main/modulemanager.h"
 #include "kernel/main/overseer.h"
+#include "kernel/util/libraryfile.h"
 
 #include <QCoreApplication>
 #include <QDir>
-#include <QFile>
 #include <QFileInfo>
 #include <QLibrary>
 
-#include <elf.h>
-
-#include <cstring>
 #include <exception>
 
 namespace tov::grab::video {
@@ -44,46 +41,6 @@ QList<AdditionalInformation>* informationList(const char* function)
 QString owned(const QString& text)
 {
     return QString(text.constData(), text.size());
-}
-
-/// Why a file cannot be a whole shared library of this machine; empty when it may be. A file that is shorter than its
-/// own headers say kills the process inside the loader, so it is looked at first.
-QString defectOf(const QString& fileName)
-{
-    const QFileInfo info(fileName);
-    if (!info.isFile())
-        return QStringLiteral("%1: not a regular file").arg(fileName);
-    QFile file(fileName);
-    if (!file.open(QIODevice::ReadOnly))
-        return QStringLiteral("%1: %2").arg(fileName, file.errorString());
-    const quint64 size = quint64(file.size());
-    Elf64_Ehdr header;
-    if (file.read(reinterpret_cast<char*>(&header), sizeof header) != qint64(sizeof header))
-        return QStringLiteral("%1: file too short").arg(fileName);
-    if (std::memcmp(header.e_ident, ELFMAG, SELFMAG) != 0 || header.e_ident[EI_CLASS] != ELFCLASS64)
-        return QStringLiteral("%1: invalid ELF header").arg(fileName);
-    if (header.e_type != ET_DYN || header.e_phentsize != sizeof(Elf64_Phdr))
-        return QStringLiteral("%1: not a shared library").arg(fileName);
-    const QString cut = QStringLiteral("%1: file is truncated").arg(fileName);
-    const quint64 tableSize = quint64(header.e_phnum) * sizeof(Elf64_Phdr);
-    if (header.e_phoff > size || tableSize > size - header.e_phoff)
-        return cut;
-    if (!file.seek(qint64(header.e_phoff)))
-        return cut;
-    for (int i = 0; i < header.e_phnum; ++i) {
-        Elf64_Phdr segment;
-        if (file.read(reinterpret_cast<char*>(&segment), sizeof segment) != qint64(sizeof segment))
-            return cut;
-        if (segment.p_filesz > 0 && (segment.p_offset > size || segment.p_filesz > size - segment.p_offset))
-            return cut;
-    }
-    // The section table comes last in the file: without it the end is missing, whatever the segments say.
-    if (header.e_shnum > 0) {
-        const quint64 sections = quint64(header.e_shnum) * header.e_shentsize;
-        if (header.e_shoff > size || sections > size - header.e_shoff)
-            return cut;
-    }
-    return QString();
 }
 
 /// Calls into a plug-in; an exception that leaves it gets one record.
@@ -144,9 +101,10 @@ void VideoEncoder::refreshPlugins()
             continue;
         auto* library = new QLibrary(entry.absoluteFilePath());
         library->setLoadHints(QLibrary::ResolveAllSymbolsHint);
-        const QString defect = defectOf(entry.absoluteFilePath());
+        const QString defect = tov::util::libraryDefectOf(entry.absoluteFilePath());
         if (!defect.isEmpty() || !library->load()) {
-            const QString reason = defect.isEmpty() ? library->errorString() : defect;
+            const QString reason = defect.isEmpty() ? library->errorString()
+                                                    : QStringLiteral("%1: %2").arg(entry.absoluteFilePath(), defect);
             Logger::log(ErrorLevel, SourceFile, __LINE__, __func__, nullptr,
                         "Loading of video encoder plugin: '%s' failed with error: %s", name.toLocal8Bit().constData(),
                         reason.toLocal8Bit().constData());
@@ -166,8 +124,8 @@ void VideoEncoder::refreshPlugins()
         if (getInfos && list)
             fenced(__func__, name, [&] {
                 const AdditionalInformation record = getInfos();
-                list->append({owned(record.name), owned(record.description), owned(record.version),
-                              owned(record.author)});
+                list->append(
+                    {owned(record.name), owned(record.description), owned(record.version), owned(record.author)});
                 return true;
             });
         if (!kept) {

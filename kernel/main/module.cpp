@@ -8,6 +8,8 @@
 
 #include <algorithm>
 
+const int tovModuleAbi1 = 1;
+
 namespace tov::main {
 
 Module::Module(InformationObject* information) : mp_Information(information)

@@ -4,7 +4,15 @@
 
 #include <vector>
 
+/// The interface between host and modules, by number; every module refers to the one that it was built with, so that
+/// one built for another is an ordinary load failure.
+extern "C" TOV_EXPORT const int tovModuleAbi1;
+
 namespace tov::main {
+
+namespace {
+[[gnu::used]] const int* const moduleAbi = &tovModuleAbi1;
+} // namespace
 
 class Command;
 class InformationObject;

@@ -6,12 +6,16 @@
 #include "kernel/main/informationobject.h"
 #include "kernel/main/modulefactory.h"
 #include "kernel/main/overseer.h"
+#include "kernel/util/libraryfile.h"
 
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QLibrary>
 
 #include <algorithm>
+
+#include <dlfcn.h>
 
 namespace tov::main {
 
@@ -68,7 +72,8 @@ ModuleLoader::~ModuleLoader()
 void ModuleLoader::loadFolder(const QString& folder, const Module::Progress& progress)
 {
     const QDir directory(folder);
-    for (const QFileInfo& entry : directory.entryInfoList(QDir::Files, QDir::Name))
+    for (const QFileInfo& entry :
+         directory.entryInfoList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot, QDir::Name))
         if (QLibrary::isLibrary(entry.absoluteFilePath()))
             loadFile(entry.absoluteFilePath(), progress);
 }
@@ -82,14 +87,25 @@ Module* ModuleLoader::loadFile(const QString& fileName, const Module::Progress& 
     entry.fileName = QFileInfo(fileName).canonicalFilePath();
     entry.library = std::make_unique<QLibrary>(fileName);
     entry.library->setLoadHints(QLibrary::ResolveAllSymbolsHint);
+    const QString defect = tov::util::libraryDefectOf(fileName);
+    if (!defect.isEmpty())
+        return d->fail(fileName, defect);
     if (!entry.library->load())
         return d->fail(fileName, entry.library->errorString());
     const auto getFactory = GetFactory(entry.library->resolve("getFactory"));
     entry.recycle = RecycleFactory(entry.library->resolve("recycleFactory"));
+    // Found in the file itself, not in another module that it is linked with.
+    Dl_info where;
+    if (getFactory && (dladdr(reinterpret_cast<void*>(getFactory), &where) == 0 ||
+                       QFileInfo(QFile::decodeName(where.dli_fname)).canonicalFilePath() != entry.fileName)) {
+        entry.library->unload();
+        return d->fail(fileName, QStringLiteral("it exports no \"getFactory\""));
+    }
     if (!getFactory || !entry.recycle) {
         entry.library->unload();
-        return d->fail(fileName, QStringLiteral("it exports no \"%1\"")
-                                     .arg(getFactory ? QStringLiteral("recycleFactory") : QStringLiteral("getFactory")));
+        return d->fail(fileName,
+                       QStringLiteral("it exports no \"%1\"")
+                           .arg(getFactory ? QStringLiteral("recycleFactory") : QStringLiteral("getFactory")));
     }
 
     CommandProcessor* processor = Overseer::getInstance()->getCommandProcessor();

@@ -33,8 +33,8 @@ public:
     /// Loads one library: its static registrations, `getFactory`, `createModule`, `canBeLoaded`, `initialize`, then one
     /// prototype of each primary command. Null on failure. The loader owns the module.
     Module* loadFile(const QString& fileName, const Module::Progress& progress);
-    /// Stops the modules' running commands, then `finalize`, commands deleted, module deleted, `recycleFactory`, library
-    /// unloaded; modules in reverse order of loading.
+    /// Stops the modules' running commands, then `finalize`, commands deleted, module deleted, `recycleFactory`,
+    /// library unloaded; modules in reverse order of loading.
     void unloadAll();
 
     const std::vector<Module*>& getModules() const;

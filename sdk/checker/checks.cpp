@@ -4,6 +4,7 @@
 #include "grab/video/videoencoder.h"
 #include "kernel/log/logger.h"
 #include "kernel/main/informationobject.h"
+#include "kernel/util/libraryfile.h"
 
 #include <QBuffer>
 #include <QFile>
@@ -504,6 +505,10 @@ int runOne(const QString& name, const QString& file, const QString& ending, cons
 
 int tovCheckEncoderPart(const QStringList& arguments)
 {
+    if (arguments.value(0) == QLatin1String("--probe-encoder")) {
+        list(arguments.value(1));
+        _exit(tov::util::ProbedStatus);
+    }
     const int status = arguments.value(0) == QLatin1String("--list")
                            ? list(arguments.value(1))
                            : runOne(arguments.value(1), arguments.value(2), arguments.value(3), arguments.value(4));

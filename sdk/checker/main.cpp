@@ -5,6 +5,8 @@
 
 #include "sdk/checker/checks.h"
 
+#include "kernel/util/libraryfile.h"
+
 #include <QElapsedTimer>
 #include <QFileInfo>
 #include <QGuiApplication>
@@ -132,6 +134,17 @@ int main(int argc, char** argv)
         prctl(PR_SET_PDEATHSIG, SIGKILL);
         const rlimit none{0, 0};
         setrlimit(RLIMIT_CORE, &none);
+        if (arguments.first() == QLatin1String("--probe-module")) {
+            // What loading alone does; a module is started by the program.
+            void* module = dlopen(QFile::encodeName(arguments.value(1)).constData(), RTLD_NOW);
+            if (void* getFactory = module ? dlsym(module, "getFactory") : nullptr) {
+                try {
+                    reinterpret_cast<void* (*)()>(getFactory)();
+                } catch (...) { // told by the program, which tries the same
+                }
+            }
+            _exit(tov::util::ProbedStatus);
+        }
         const QByteArray part =
             QFile::encodeName(QCoreApplication::applicationDirPath() + QStringLiteral("/encoderchecks.so"));
         void* library = dlopen(part.constData(), RTLD_NOW);

@@ -46,7 +46,8 @@ const std::vector<Rule> Rules = {
     // Plug-ins describe themselves in the host's record.
     {"plugins/imageformats/", {"plugins/imageformats/"}, {"libav", "GL/"}},
     {"sdk/",
-     {"grab/video/", "kernel/log/", "kernel/main/informationobject.h", "kernel/main/export.h", "sdk/"},
+     {"grab/video/", "kernel/log/", "kernel/main/informationobject.h", "kernel/main/export.h",
+      "kernel/util/libraryfile.h", "sdk/"},
      {"libav", "GL/"}},
     {"plugins/video/",
      {"grab/video/", "plugins/video/common/", "kernel/log/", "kernel/main/informationobject.h", "kernel/main/export.h"},

@@ -1,0 +1,307 @@
+#!/usr/bin/env python3
+"""What lies in the folders of modules and encoder plug-ins: each bad file is named, the good ones are used, the program
+starts. usage: pluginfolder.py BUILD"""
+
+import os
+import random
+import shutil
+import signal
+import subprocess
+import sys
+import tempfile
+import time
+
+BUILD = sys.argv[1]
+ZOO = BUILD + '/tests/zoo/'
+RESULTS = []
+FORMATS = 14
+root = tempfile.mkdtemp(prefix='tov plugins ')
+os.chmod(root, 0o755)
+
+
+class Copy:
+    """A program of its own, to be spoiled."""
+
+    def __init__(self):
+        self.home = tempfile.mkdtemp(dir=root)
+        shutil.copytree(BUILD + '/bin/modules', self.home + '/bin/modules')
+        shutil.copytree(BUILD + '/bin/plugins', self.home + '/bin/plugins')
+        os.makedirs(self.home + '/libexec')
+        for name in ('bin/tov', 'libexec/tov-check-encoder', 'libexec/encoderchecks.so'):
+            shutil.copy(BUILD + '/' + name, self.home + '/' + name)
+        os.symlink(BUILD + '/lib', self.home + '/lib')
+        self.plugins = self.home + '/bin/plugins/video/'
+        self.modules = self.home + '/bin/modules/'
+
+    def run(self, *arguments, environment=None):
+        begin = time.monotonic()
+        done = subprocess.run([self.home + '/bin/tov', *arguments], capture_output=True, text=True, timeout=120,
+                              env=self.environment(environment))
+        self.seconds = time.monotonic() - begin
+        return done
+
+    def environment(self, more=None):
+        env = {**os.environ, 'HOME': self.home, 'TOV_SETTINGS': self.home + '/settings.ini', 'LC_ALL': 'C.UTF-8',
+               'TOV_TRUSTED_FOLDER': self.home, **(more or {})}
+        env.pop('XDG_CACHE_HOME', None)
+        return env
+
+    def judge(self, bad=(), formats=FORMATS, texts=(), environment=None, arguments=(), status=0):
+        """Says what is wrong, or None. `bad`: file names that must be told of, once each."""
+        done = self.run('modules', *arguments, environment=environment)
+        if done.returncode != status:
+            return f'status {done.returncode}: {done.stderr[-300:]}'
+        problems = [line for line in (done.stdout + done.stderr).splitlines() if line.startswith('Problem: ')]
+        for name in bad:
+            told = [line for line in problems if f"'{name.split('.')[0]}'" in line or '/' + name in line]
+            if len(told) != 1:
+                return f'{name} is named {len(told)} times: {problems[:5]}'
+        for text in texts:
+            if not any(text in line for line in problems):
+                return f'nothing says "{text}": {problems[:5]}'
+        listed = self.run('encoders', environment=environment).stdout.splitlines()
+        known = {line.split()[0] for line in listed if line and line[0].islower()}
+        if len(known) != formats:
+            return f'{len(known)} formats instead of {formats}: {sorted(known)}'
+        return None
+
+
+def check(what, function):
+    try:
+        problem = function(Copy())
+    except subprocess.TimeoutExpired:
+        problem = 'hangs'
+    RESULTS.append(problem is None)
+    if problem:
+        print(f'FAILED: {what}: {problem}', flush=True)
+
+
+def case(what):
+    return lambda function: check(what, function)
+
+
+def good_library():
+    with open(BUILD + '/bin/plugins/video/frames.so', 'rb') as file:
+        return file.read()
+
+
+def write(name, data):
+    with open(name, 'wb') as file:
+        file.write(data)
+
+
+try:
+    @case('nothing odd')
+    def _(copy):
+        return copy.judge()
+
+    @case('no folder of plug-ins')
+    def _(copy):
+        shutil.rmtree(copy.plugins)
+        return copy.judge(formats=0)
+
+    @case('an empty folder')
+    def _(copy):
+        for name in os.listdir(copy.plugins):
+            os.remove(copy.plugins + name)
+        return copy.judge(formats=0)
+
+    @case('no folder of modules')
+    def _(copy):
+        shutil.rmtree(copy.modules)
+        return copy.judge(formats=0, status=1)
+
+    if os.geteuid() != 0:
+        @case('a folder that may not be read')
+        def _(copy):
+            os.chmod(copy.plugins, 0)
+            problem = copy.judge(formats=0)
+            os.chmod(copy.plugins, 0o755)
+            return problem
+
+    @case('200 files that are none')
+    def _(copy):
+        names = [f'f{i}.so' for i in range(200)]
+        for name in names:
+            write(copy.plugins + name, b'text\n')
+        return copy.judge(names)
+
+    @case('a folder, an empty file, a text and a pipe, named like libraries')
+    def _(copy):
+        for folder in (copy.plugins, copy.modules):
+            os.mkdir(folder + 'folder.so')
+            write(folder + 'empty.so', b'')
+            write(folder + 'text.so', b'#!/bin/sh\nexit 0\n' * 100)
+            os.mkfifo(folder + 'pipe.so')
+        # Of plug-ins, pipes are passed over like anything that is no file.
+        told = ('folder.so', 'empty.so', 'text.so')
+        return copy.judge(texts=[folder + name for folder in (copy.plugins, copy.modules) for name in told] +
+                          [copy.modules + 'pipe.so'])
+
+    @case('a good plug-in cut at 127 lengths')
+    def _(copy):
+        data = good_library()
+        names = []
+        for i in range(127):
+            names.append(f'cut{i}.so')
+            write(copy.plugins + names[-1], data[:len(data) * (i + 1) // 128])
+        return copy.judge(names)
+
+    @case('a good module cut at 15 lengths')
+    def _(copy):
+        with open(copy.modules + 'libgrab.so', 'rb') as file:
+            data = file.read()
+        for i in range(15):
+            write(copy.modules + f'a{i}.so', data[:len(data) * (i + 1) // 16])
+        return copy.judge(texts=[f'/a{i}.so' for i in range(15)])
+
+    bits = random.Random(3)
+    for batch in range(10):
+        @case(f'good plug-ins with a flipped bit, 15 at a time, batch {batch}')
+        def _(copy):
+            # What still loads is one more plug-in for the format "frames"; whichever comes first has it.
+            for i in range(15):
+                data = bytearray(good_library())
+                data[bits.randrange(len(data))] ^= 1 << bits.randrange(8)
+                write(copy.plugins + f'z{i}.so', data)
+            return copy.judge()
+
+    @case('a link')
+    def _(copy):
+        os.symlink(BUILD + '/bin/plugins/video/frames.so', copy.plugins + 'link.so')
+        os.symlink('nowhere', copy.plugins + 'broken.so')
+        return copy.judge()
+
+    for name, text in (('needsabsent', 'libabsent.so'), ('undefined', 'nobodyHasThis'),
+                       ('otherabi', 'tovGrabEncoderAbi0'), ('startexits', 'ended its process'),
+                       ('startthrows', 'crashed when it was tried'), ('starthangs', 'did not come back')):
+        @case(name)
+        def _(copy):
+            shutil.copy(ZOO + name + '.so', copy.plugins)
+            return copy.judge([name + '.so'], texts=[text])
+
+    for name, text in (('needsabsent', 'libabsent.so'), ('undefined', 'nobodyHasThis'),
+                       ('startexits', 'ended its process'), ('startthrows', 'crashed when it was tried'),
+                       ('starthangs', 'did not come back'), ('rawcopy', 'it exports no "getFactory"')):
+        @case(name + ' as a module')
+        def _(copy):
+            shutil.copy(ZOO + name + '.so', copy.modules)
+            return copy.judge(texts=[copy.modules + name + '.so', text])
+
+    @case('what came of a trial is remembered until the file changes')
+    def _(copy):
+        shutil.copy(ZOO + 'startexits.so', copy.plugins)
+        problem = copy.judge(['startexits.so'])
+        os.remove(copy.home + '/libexec/tov-check-encoder')
+        problem = problem or copy.judge(['startexits.so'], texts=['ended its process'])
+        with open(copy.home + '/.cache/tov/tov/libraries.json', 'rb') as file:
+            if b'startexits' not in file.read():
+                return 'nothing was written down'
+        shutil.copy(ZOO + 'rawcopy.so', copy.plugins + 'startexits.so')
+        return problem or copy.judge(formats=FORMATS + 3)
+
+    for what, data in (('noise', os.urandom(1000)), ('no list', b'[1, 2]'), ('nothing', b''), ('2 MB', b'{' * 2000000)):
+        @case('a memory of trials that holds ' + what)
+        def _(copy):
+            os.makedirs(copy.home + '/.cache/tov/tov')
+            write(copy.home + '/.cache/tov/tov/libraries.json', data)
+            shutil.copy(ZOO + 'startthrows.so', copy.plugins)
+            return copy.judge(['startthrows.so'])
+
+    @case('a cache folder that cannot be made')
+    def _(copy):
+        write(copy.home + '/.cache', b'a file')
+        shutil.copy(ZOO + 'startthrows.so', copy.plugins)
+        return copy.judge(['startthrows.so'])
+
+    @case('a plug-in that is replaced while a recording uses it')
+    def _(copy):
+        os.chdir(copy.home)
+        process = subprocess.Popen([copy.home + '/bin/tov', 'video', '/usr/share/glmark2/models/cube.3ds', '-o',
+                                    copy.home + '/a.mp4', '--size', '64x48', '--duration', '2', '--quiet'],
+                                   env=copy.environment(), stderr=subprocess.PIPE, text=True)
+        while not os.path.exists(copy.home + '/a.mp4') and process.poll() is None:
+            time.sleep(0.01)
+        write(copy.plugins + 'new', b'no library')
+        os.rename(copy.plugins + 'new', copy.plugins + 'ffmpeg.so')
+        error = process.communicate(timeout=60)[1]
+        return None if process.returncode == 0 else f'status {process.returncode}: {error[-200:]}'
+
+    @case('a plug-in that everybody may change')
+    def _(copy):
+        os.chmod(copy.plugins + 'frames.so', 0o666)
+        return copy.judge(['frames.so'], formats=FORMATS - 1, texts=['everybody may change it'])
+
+    @case('a folder of plug-ins that everybody may change')
+    def _(copy):
+        os.chmod(copy.plugins, 0o777)
+        return copy.judge(['frames.so', 'ffmpeg.so'], formats=0, texts=['everybody may change the folder'])
+
+    @case('a folder above that everybody may change')
+    def _(copy):
+        os.chmod(copy.home, 0o777)
+        problem = copy.judge(texts=[copy.modules + 'libgrab.so could not be loaded: everybody may change the folder'], formats=0, status=1,
+                             environment={'TOV_TRUSTED_FOLDER': ''})
+        return problem or copy.judge(environment={'TOV_TRUSTED_FOLDER': copy.home})
+
+    @case('a module that everybody may change')
+    def _(copy):
+        os.chmod(copy.modules + 'libgrab.so', 0o666)
+        return copy.judge(texts=['everybody may change it'], formats=0, status=1)
+
+    if os.geteuid() == 0:
+        @case('a plug-in of another user')
+        def _(copy):
+            os.chown(copy.plugins + 'frames.so', 12345, 12345)
+            problem = copy.judge(['frames.so'], formats=FORMATS - 1, texts=['belongs to another user'])
+            return problem or copy.judge(environment={'SUDO_UID': '12345'})
+
+    @case('safe mode leaves out what is not part of the program')
+    def _(copy):
+        shutil.copy(ZOO + 'rawcopy.so', copy.plugins)
+        problem = copy.judge(formats=FORMATS + 3)
+        return problem or copy.judge(['rawcopy.so'], formats=FORMATS + 3, texts=['--safe-mode'], arguments=['--safe-mode'])
+
+    @case('a start that crashed is told of, once')
+    def _(copy):
+        copy.run('modules')
+        ended = subprocess.Popen(['true'])
+        ended.wait()
+        write(f'{copy.home}/.cache/tov/tov/starting-{ended.pid}', b'')
+        first, second = copy.run('modules'), copy.run('modules')
+        if 'the start before crashed' not in first.stderr:
+            return 'not told: ' + first.stderr
+        return 'told again' if 'crashed' in second.stderr else None
+
+    @case('being told to stop is no crash')
+    def _(copy):
+        shutil.copy(ZOO + 'starthangs.so', copy.plugins)
+        process = subprocess.Popen([copy.home + '/bin/tov', 'modules'], env=copy.environment(),
+                                   stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        folder = copy.home + '/.cache/tov/tov'
+        while process.poll() is None and not any(name.startswith('starting-') for name in
+                                                 (os.listdir(folder) if os.path.isdir(folder) else [])):
+            time.sleep(0.01)
+        for _ in range(3):
+            process.send_signal(signal.SIGTERM)
+            time.sleep(0.05)
+        process.wait(timeout=60)
+        return 'taken for a crash' if 'crashed' in copy.run('modules').stderr else None
+
+    @case('a kill in the middle of a start is one')
+    def _(copy):
+        shutil.copy(ZOO + 'starthangs.so', copy.plugins)
+        process = subprocess.Popen([copy.home + '/bin/tov', 'modules'], env=copy.environment(),
+                                   stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        folder = copy.home + '/.cache/tov/tov'
+        while process.poll() is None and not any(name.startswith('starting-') for name in
+                                                 (os.listdir(folder) if os.path.isdir(folder) else [])):
+            time.sleep(0.01)
+        process.kill()
+        process.wait()
+        return None if 'the start before crashed' in copy.run('modules').stderr else 'not told'
+finally:
+    shutil.rmtree(root, ignore_errors=True)
+
+print(f'{sum(RESULTS)} of {len(RESULTS)}')
+sys.exit(0 if RESULTS and all(RESULTS) else 1)

@@ -1,0 +1,24 @@
+// What happens while the library is loaded, before anybody asks it anything.
+
+#include <cstdlib>
+#include <stdexcept>
+#include <unistd.h>
+
+namespace {
+
+struct Start
+{
+    Start()
+    {
+#if defined(TOV_HANGS)
+        for (;;)
+            pause();
+#elif defined(TOV_THROWS)
+        throw std::runtime_error("while loading");
+#else
+        std::exit(0);
+#endif
+    }
+} start;
+
+} // namespace
