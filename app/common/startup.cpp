@@ -123,6 +123,7 @@ struct Startup::Private
     std::unique_ptr<tov::main::ModuleLoader> loader;
     std::unique_ptr<QSocketNotifier> notifier;
     std::function<void(int)> onInterrupt;
+    bool starting = true;
 };
 
 Startup::Startup(int& argc, char** argv, const StartOptions& options) : d(new Private)
@@ -160,6 +161,9 @@ Startup::Startup(int& argc, char** argv, const StartOptions& options) : d(new Pr
             char bytes[16];
             while (read(signalPipe[0], bytes, sizeof bytes) > 0) {
             }
+            // While the program starts there is nothing to save, only perhaps a question open.
+            if (d->starting)
+                _exit(130);
             if (d->onInterrupt)
                 d->onInterrupt(interrupts);
         });
@@ -201,6 +205,7 @@ Startup::Startup(int& argc, char** argv, const StartOptions& options) : d(new Pr
     Overseer::getInstance()->getCommandProcessor()->drain();
     Viewer::getInstance()->announceActivePanel();
     marker.done();
+    d->starting = false;
 }
 
 Startup::~Startup()

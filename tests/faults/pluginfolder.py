@@ -300,6 +300,27 @@ try:
         process.kill()
         process.wait()
         return None if 'the start before crashed' in copy.run('modules').stderr else 'not told'
+    @case('the question about safe mode ends with the session')
+    def _(copy):
+        folder = copy.home + '/.cache/tov/tov/'
+        os.makedirs(folder)
+        ended = subprocess.Popen(['true'])
+        ended.wait()
+        write(f'{folder}starting-{ended.pid}', b'')
+        process = subprocess.Popen(['xvfb-run', '-a', copy.home + '/bin/tov'], env=copy.environment())
+        # While the question is open the start is on; a file says so, with the process in its name.
+        asking = []
+        while process.poll() is None and not asking:
+            asking = [int(name[9:]) for name in os.listdir(folder)
+                      if name.startswith('starting-') and name != f'starting-{ended.pid}']
+            time.sleep(0.01)
+        if not asking:
+            return 'it did not ask'
+        while not os.path.exists(f'{folder}starting-{asking[0]}'):
+            time.sleep(0.01)
+        os.kill(asking[0], signal.SIGTERM)
+        process.wait(timeout=60)
+        return 'a file is left' if os.path.exists(f'{folder}starting-{asking[0]}') else None
 finally:
     shutil.rmtree(root, ignore_errors=True)
 
