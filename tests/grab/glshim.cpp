@@ -27,6 +27,22 @@ SHIM_VARIABLE int shimFrustumCount = 0;
 SHIM_VARIABLE int shimViewports[64][2] = {}; ///< width and height of the last glViewport calls
 SHIM_VARIABLE int shimViewportCount = 0;
 SHIM_VARIABLE float shimClearColor[4] = {};
+SHIM_VARIABLE long shimBuffers[64][5] = {}; ///< width, height, attachment, target and format of framebuffer objects
+SHIM_VARIABLE int shimBufferCount = 0;
+/// What `SceneDrawer::glDraw` was called with, and the state of OpenGL at that moment.
+SHIM_VARIABLE struct ShimDraw
+{
+    const void* root;
+    const void* second;
+    double transform[16];
+    double lineOffset;
+    int layers, primitives;
+    GLint shadeModel, depthTest, lighting, light0, colorMaterial, matrixMode;
+    unsigned char colorMask[4];
+    double modelView[16];
+} shimDraws[64] = {};
+SHIM_VARIABLE int shimDrawCount = 0;
+SHIM_VARIABLE void (*shimOnCursor)() = nullptr; ///< called before an override cursor is set
 }
 
 namespace {
@@ -142,4 +158,58 @@ SHIM unsigned int eglMakeCurrent(void* display, void* draw, void* read, void* co
     if (context)
         shimCurrentThread = syscall(SYS_gettid);
     return real(display, draw, read, context);
+}
+
+// What the module calls of Qt and of the scene library: noted, then passed on under the same mangled name.
+
+/// QOpenGLFramebufferObject::QOpenGLFramebufferObject(int, int, Attachment, GLenum, GLenum)
+SHIM void _ZN24QOpenGLFramebufferObjectC1EiiNS_10AttachmentEjj(void* object, int width, int height, int attachment,
+                                                               GLenum target, GLenum format)
+{
+    static const auto real = reinterpret_cast<void (*)(void*, int, int, int, GLenum, GLenum)>(
+        next("_ZN24QOpenGLFramebufferObjectC1EiiNS_10AttachmentEjj"));
+    long* noted = shimBuffers[shimBufferCount++ % 64];
+    const long values[5] = {width, height, attachment, long(target), long(format)};
+    std::memcpy(noted, values, sizeof values);
+    real(object, width, height, attachment, target, format);
+}
+
+extern "C" {
+unsigned char glIsEnabled(GLenum name);
+void glGetBooleanv(GLenum name, unsigned char* values);
+void glGetDoublev(GLenum name, double* values);
+}
+
+/// SceneDrawer::glDraw
+SHIM void _ZN3tov5scene11SceneDrawer6glDrawEPNS0_12SceneElementES3_RKNS_4math6MatrixIdLj4ELj4EEEdii(
+    void* drawer, void* root, void* second, const double* transform, double lineOffset, int layers, int primitives)
+{
+    static const auto real = reinterpret_cast<void (*)(void*, void*, void*, const double*, double, int, int)>(
+        next("_ZN3tov5scene11SceneDrawer6glDrawEPNS0_12SceneElementES3_RKNS_4math6MatrixIdLj4ELj4EEEdii"));
+    ShimDraw& noted = shimDraws[shimDrawCount++ % 64];
+    noted.root = root;
+    noted.second = second;
+    std::memcpy(noted.transform, transform, sizeof noted.transform);
+    noted.lineOffset = lineOffset;
+    noted.layers = layers;
+    noted.primitives = primitives;
+    glGetIntegerv(0x0B54, &noted.shadeModel);
+    noted.depthTest = glIsEnabled(0x0B71);
+    noted.lighting = glIsEnabled(0x0B50);
+    noted.light0 = glIsEnabled(0x4000);
+    noted.colorMaterial = glIsEnabled(0x0B57);
+    glGetIntegerv(0x0BA0, &noted.matrixMode);
+    glGetBooleanv(0x0C23, noted.colorMask);
+    glGetDoublev(0x0BA6, noted.modelView);
+    real(drawer, root, second, transform, lineOffset, layers, primitives);
+}
+
+/// QGuiApplication::setOverrideCursor
+SHIM void _ZN15QGuiApplication17setOverrideCursorERK7QCursor(const void* cursor)
+{
+    static const auto real =
+        reinterpret_cast<void (*)(const void*)>(next("_ZN15QGuiApplication17setOverrideCursorERK7QCursor"));
+    if (shimOnCursor)
+        shimOnCursor();
+    real(cursor);
 }

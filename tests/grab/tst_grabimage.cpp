@@ -1,9 +1,12 @@
 #include "grab/commands/grabimage.h"
 
+#include "kernel/events/eventhandler.h"
 #include "kernel/gui/fileparameterpanelfactory.h"
 #include "kernel/gui/zprogressdialog.h"
 #include "kernel/main/abstractparameter.h"
 #include "kernel/main/commandprocessor.h"
+#include "kernel/main/event.h"
+#include "kernel/main/eventmanager.h"
 #include "kernel/main/overseer.h"
 #include "kernel/main/parameter.h"
 #include "kernel/main/parameterset.h"
@@ -101,7 +104,10 @@ TEST_F(GrabImageTest, DescribesItself)
     EXPECT_EQ(gui->getCommandName(), "grabimage");
     EXPECT_EQ(gui->getLabel(), "Image");
     ASSERT_TRUE(gui->getIcon());
-    EXPECT_FALSE(gui->getIcon()->isNull());
+    const QImage icon = gui->getIcon()->pixmap(512, 512).toImage();
+    EXPECT_FALSE(icon.isNull());
+    EXPECT_EQ(icon, QIcon(QStringLiteral(":/module_grab/image/grabscene.png")).pixmap(512, 512).toImage());
+    EXPECT_NE(icon, QIcon(QStringLiteral(":/module_grab/image/grabvideo.png")).pixmap(512, 512).toImage());
     EXPECT_EQ(command->getInstanceMode(), 3);
     EXPECT_FALSE(command->isUndoable());
     EXPECT_FALSE(command->isRecordedInMacros());
@@ -287,6 +293,43 @@ TEST_F(GrabImageTest, OtherParameterSetsDoNothing)
     EXPECT_TRUE(log.records().empty());
 }
 
+TEST_F(GrabImageTest, ASetWithoutParametersDoesNothing)
+{
+    auto& parameters = const_cast<std::vector<AbstractParameter*>&>(command->getCurrentParameterSet()->getParameters());
+    std::vector<AbstractParameter*> kept;
+    kept.swap(parameters);
+    LogCapture log;
+    ConsoleCapture console;
+    EXPECT_TRUE(processor->processCommand(command, 1, true)->succeeded());
+    EXPECT_TRUE(log.records().empty()) << log.text();
+    EXPECT_TRUE(console.lines().isEmpty());
+    kept.swap(parameters);
+}
+
+TEST_F(GrabImageTest, TheProposedWidthOnAPanelOf4To3Is10000By7500)
+{
+    useScene(nullptr); // the size is what counts
+    const QString width = command->getCurrentParameterSet()->at(1)->getDefaultParameterForDefaultGUI();
+    run(path("large.png"), width);
+    EXPECT_EQ(QImageReader(path("large.png")).size(), QSize(10000, 7500));
+}
+
+TEST_F(GrabImageTest, NoEventIsFiredWhenAPictureIsDone)
+{
+    int fired = 0;
+    const void* key = &fired;
+    EventManager::getInstance()->registerEventFunction(
+        tov::events::EventHandler::getInstance()->addEvent("Grab", "PICTURE_GRABBED"),
+        [&fired](const Event*) { ++fired; }, key);
+    run(path("a.png"), QStringLiteral("64"));
+    QImage image(32, 24, QImage::Format_ARGB32);
+    const auto transform = panel->getScaledTransformMatrix();
+    processor->processCommand(new GrabImage(&image, &transform, panel), 1, true);
+    EventManager::getInstance()->unregisterAllEventFunctionsOf(key);
+    EXPECT_TRUE(QFile::exists(path("a.png")));
+    EXPECT_EQ(fired, 0);
+}
+
 TEST_F(GrabImageTest, ABlankPictureIsSavedAllTheSame)
 {
     useScene(nullptr);
@@ -332,20 +375,38 @@ TEST_F(GrabImageTest, TheProgrammaticFormFillsTheCallersImage)
     EXPECT_FALSE(programmatic->isRecordedInMacros());
     EXPECT_FALSE(programmatic->isDisabled());
     EXPECT_EQ(programmatic->getGUIDescriptor(), nullptr);
+    EXPECT_EQ(programmatic->getDescriptor()->getName(), "grabimage");
+    EXPECT_EQ(programmatic->getDescriptor()->getDescription(), "Grabs an image of the scene");
+    ASSERT_EQ(programmatic->getParameterSets().size(), 1u);
     const ParameterSet* set = programmatic->getParameterSets().at(0);
+    EXPECT_EQ(set->getId(), 10000);
+    EXPECT_EQ(set->getTitle(), "");
     ASSERT_EQ(set->size(), 3u);
+    const std::type_info* const types[] = {&typeid(QImage), &typeid(tov::math::Matrix4), &typeid(ScenePanel)};
     const char* const names[] = {"image", "transform", "scenepanel"};
     for (std::size_t i = 0; i < 3; ++i) {
         EXPECT_EQ(set->at(i)->getName(), QLatin1String(names[i]));
         EXPECT_EQ(set->at(i)->getDescription(), "noDesc");
+        EXPECT_TRUE(set->at(i)->getDefaultText().isEmpty());
+        EXPECT_TRUE(set->at(i)->getDefaultParameterForDefaultGUI().isNull());
+        EXPECT_EQ(set->at(i)->getParameterPanelFactory(), nullptr);
+        EXPECT_TRUE(*set->at(i)->getType() == *types[i]);
         EXPECT_FALSE(set->at(i)->deletesOnSet()) << "it does not own what it points to";
     }
     EXPECT_EQ(set->at(0)->getValuePointer(), &image);
+    EXPECT_EQ(set->at(1)->getValuePointer(), &transform);
     EXPECT_EQ(set->at(2)->getValuePointer(), panel);
     LogCapture log;
+    bool cursorChanged = false;
+    tov::util::ZProgressDialog::setPresenter([&cursorChanged](const tov::util::ZProgressDialog::Update&) {
+        cursorChanged = cursorChanged || QGuiApplication::overrideCursor();
+    });
     const auto run = processor->processCommand(programmatic, 1, true);
+    tov::util::ZProgressDialog::setPresenter({});
+    EXPECT_FALSE(cursorChanged);
     EXPECT_TRUE(run->succeeded());
     EXPECT_EQ(run->getText(), "Grabbing image with 299 dpi");
+    EXPECT_EQ(run->getProcessed(), -1);
     EXPECT_TRUE(log.records().empty()) << log.text();
     EXPECT_EQ(qAlpha(image.pixel(160, 100)), 255);
     EXPECT_EQ(qAlpha(image.pixel(0, 0)), 0);

@@ -15,6 +15,7 @@
 
 #include <QFileDialog>
 #include <QFileInfo>
+#include <QIcon>
 #include <QMetaMethod>
 
 #include <memory>
@@ -102,7 +103,11 @@ TEST_F(GrabVideoTest, DescribesItself)
     EXPECT_EQ(gui->getPosition().value(), 20);
     EXPECT_EQ(gui->getCommandName(), "grabvideo");
     EXPECT_EQ(gui->getLabel(), "Video");
-    EXPECT_TRUE(gui->getIcon());
+    ASSERT_TRUE(gui->getIcon());
+    const QImage icon = gui->getIcon()->pixmap(512, 512).toImage();
+    EXPECT_FALSE(icon.isNull());
+    EXPECT_EQ(icon, QIcon(QStringLiteral(":/module_grab/image/grabvideo.png")).pixmap(512, 512).toImage());
+    EXPECT_NE(icon, QIcon(QStringLiteral(":/module_grab/image/grabscene.png")).pixmap(512, 512).toImage());
     ASSERT_EQ(mp_Prototype->getParameterSets().size(), 1u);
     const ParameterSet* set = mp_Prototype->getParameterSets()[0];
     EXPECT_EQ(set->getId(), 0);
@@ -138,6 +143,45 @@ TEST_F(GrabVideoTest, TheMetaObjectKnowsBothBases)
         EXPECT_EQ(meta.method(meta.methodOffset() + i).methodSignature(), slots_[i]);
         EXPECT_EQ(meta.method(meta.methodOffset() + i).methodType(), QMetaMethod::Slot);
     }
+}
+
+TEST_F(GrabVideoTest, TheEndOfTheCaptureCallsTheVirtualAbortAndProgressIsPassedOn)
+{
+    struct Counting : GrabVideo
+    {
+        void abort() override { ++aborts; }
+        int aborts = 0;
+    } command;
+    ASSERT_TRUE(QMetaObject::invokeMethod(&command, "grabbingFinished", Qt::DirectConnection));
+    EXPECT_EQ(command.aborts, 1);
+    for (const int value : {0, 42, 100, -1}) {
+        ASSERT_TRUE(QMetaObject::invokeMethod(&command, "progressChanged", Qt::DirectConnection, Q_ARG(int, value)));
+        EXPECT_EQ(command.getProcessed(), value);
+    }
+}
+
+TEST_F(GrabVideoTest, AStopAfterThePanelsEndKeepsTheRecording)
+{
+    // A stop clears what the panel's end has set: the later one of the two decides.
+    setChunks(0, true);
+    activePanel();
+    const QString name = file("both.raw");
+    std::unique_ptr<tov::main::Command> copy(mp_Prototype->clone());
+    CommandArguments arguments;
+    arguments.positional = QStringList{name, "32", "16", "0"};
+    ASSERT_TRUE(copy->setParameters(arguments, nullptr));
+    auto* recorder = dynamic_cast<GrabVideo*>(copy.get());
+    ASSERT_TRUE(QMetaObject::invokeMethod(recorder, "grabbingPanelClosed", Qt::DirectConnection));
+    copy->abort();
+    std::atomic<bool> done{false};
+    std::thread command([&] {
+        copy->execute();
+        done = true;
+    });
+    EXPECT_TRUE(processUntil([&] { return done.load(); }));
+    command.join();
+    expectRecord(QStringLiteral("Video '%1' encoding done").arg(name), 3000, 295);
+    EXPECT_FALSE(m_Log.contains(QStringLiteral("Video grabbing aborted")));
 }
 
 TEST_F(GrabVideoTest, FollowsTheActivePanel)
@@ -203,6 +247,7 @@ TEST_F(GrabVideoTest, SizesOf1To15AreTooSmall)
         expectRecord(QStringLiteral("Selected width or height is to small (min. 16)"), 2000, 219);
         EXPECT_FALSE(mp_Prototype->isDisabled());
         EXPECT_FALSE(QFileInfo::exists(file("small.raw")));
+        EXPECT_FALSE(tovSettings().contains(QStringLiteral("lastGrabVideoDirectory")));
     }
     for (const char* size : {"width=16 height=16", "width=-1 height=16"}) {
         m_Log.clear();
@@ -269,6 +314,7 @@ TEST_F(GrabVideoTest, WithoutAPanelItIsRefused)
     expectRecord(QStringLiteral("There is no active scene window selected"), 2000, 226);
     EXPECT_FALSE(mp_Prototype->isDisabled());
     EXPECT_FALSE(QFileInfo::exists(file("p.raw")));
+    EXPECT_FALSE(tovSettings().contains(QStringLiteral("lastGrabVideoDirectory")));
 }
 
 TEST_F(GrabVideoTest, OnePanelIsRecordedOnceAndTwoSideBySide)
@@ -351,6 +397,7 @@ TEST_F(GrabVideoTest, AFailedStartFreesThePanel)
     EXPECT_TRUE(m_Log.contains(QStringLiteral("No encoder for file '%1' found").arg(name)));
     EXPECT_TRUE(m_Log.withMessage(QStringLiteral("Video encoding started")).empty());
     EXPECT_FALSE(mp_Prototype->isDisabled());
+    EXPECT_EQ(tovSettings().value(QStringLiteral("lastGrabVideoDirectory")).toString(), m_Folder.path());
     selectPoints(1);
     ASSERT_TRUE(finish(start(file("then.raw"), QStringLiteral("width=32 height=16 sync=1"))));
     EXPECT_EQ(QFileInfo(file("then.raw")).size(), 32 * 16 * 4);
@@ -427,4 +474,10 @@ TEST_F(GrabVideoTest, AnEmptyEncoderListGivesADialogWithoutFiltersAndSuffix)
     EXPECT_TRUE(dialog->defaultSuffix().isEmpty());
     for (const QString& filter : dialog->nameFilters())
         EXPECT_FALSE(filter.contains(QLatin1String("*."))) << filter.toStdString();
+}
+
+TEST(GrabVideoDeathTest, ACommandThatCannotBeClonedEndsTheProcess)
+{
+    // Its name is known to no processor, so the base makes no copy.
+    EXPECT_DEATH({ GrabVideo().clone(); }, "");
 }

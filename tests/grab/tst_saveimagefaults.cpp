@@ -2,13 +2,30 @@
 
 #include "grab/commands/grabimage.h"
 #include "grab/videohandler.h"
+#include "kernel/events/eventhandler.h"
 #include "kernel/gui/zprogressdialog.h"
 #include "kernel/main/commandprocessor.h"
+#include "kernel/main/event.h"
+#include "kernel/main/eventmanager.h"
 #include "kernel/main/overseer.h"
 #include "scene/scenedrawer.h"
 #include "scene/scenepanel.h"
 #include "tests/grab/scenes.h"
+#include "kernel/main/parameterset.h"
+#include "kernel/main/abstractparameter.h"
 #include "tests/support/logcapture.h"
+#include "tests/support/temporarysettings.h"
+
+#include <QFile>
+#include <QGuiApplication>
+#include <QImageReader>
+#include <QTemporaryDir>
+#include <QOpenGLFramebufferObject>
+
+#include <GL/gl.h>
+
+#include <algorithm>
+#include <utility>
 
 #include <dlfcn.h>
 #include <sys/syscall.h>
@@ -53,6 +70,8 @@ protected:
         shim<int>("shimNotThreaded") = 0;
         shim<int>("shimFrustumCount") = 0;
         shim<int>("shimViewportCount") = 0;
+        shim<int>("shimBufferCount") = 0;
+        shim<int>("shimDrawCount") = 0;
     }
     QImage rendered(int width, int height)
     {
@@ -79,6 +98,19 @@ protected:
 };
 
 typedef std::vector<std::pair<int, int>> Sizes;
+
+/// As in the shim.
+struct Draw
+{
+    const void* root;
+    const void* second;
+    double transform[16];
+    double lineOffset;
+    int layers, primitives;
+    GLint shadeModel, depthTest, lighting, light0, colorMaterial, matrixMode;
+    unsigned char colorMask[4];
+    double modelView[16];
+};
 
 } // namespace
 
@@ -116,6 +148,55 @@ TEST_F(FaultTest, BordersOfOneTile)
     reset();
     rendered(513, 512);
     EXPECT_EQ(viewports(), (Sizes{{512, 512}, {1, 512}}));
+}
+
+TEST_F(FaultTest, AFramebufferIsMadeOnlyWhenTheTileSizeChanges)
+{
+    rendered(1536, 1100); // three columns of one size; two whole rows and a short one
+    auto* made = reinterpret_cast<long(*)[5]>(dlsym(RTLD_DEFAULT, "shimBuffers"));
+    ASSERT_EQ(shim<int>("shimBufferCount"), 2);
+    const long heights[] = {512, 76};
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(made[i][0], 512);
+        EXPECT_EQ(made[i][1], heights[i]);
+        EXPECT_EQ(made[i][2], QOpenGLFramebufferObject::CombinedDepthStencil);
+        EXPECT_EQ(made[i][3], GL_TEXTURE_2D);
+        EXPECT_EQ(made[i][4], GL_RGBA8);
+    }
+    reset();
+    rendered(1000, 700);
+    EXPECT_EQ(shim<int>("shimBufferCount"), 4) << "the sizes alternate";
+}
+
+TEST_F(FaultTest, EachTileIsDrawnLitWithTheSameArguments)
+{
+    QImage image(600, 100, QImage::Format_ARGB32);
+    const Matrix4 view = viewFrom(6, 0.3, 0.2);
+    {
+        GrabImage command(&image, &view, nullptr);
+        command.saveImage(&image, view);
+    }
+    const auto* draws = static_cast<Draw*>(dlsym(RTLD_DEFAULT, "shimDraws"));
+    ASSERT_EQ(shim<int>("shimDrawCount"), 2);
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(draws[i].root, Viewer::getInstance()->getGlobalScene()->getRootNode());
+        EXPECT_EQ(draws[i].second, nullptr);
+        for (unsigned int k = 0; k < 16; ++k) {
+            EXPECT_EQ(draws[i].transform[k], view.data()[k]);
+            EXPECT_EQ(draws[i].modelView[k], k % 5 == 0 ? 1.0 : 0.0);
+        }
+        EXPECT_EQ(draws[i].lineOffset, 0.0);
+        EXPECT_EQ(draws[i].layers, 3);
+        EXPECT_EQ(draws[i].primitives, 7);
+        EXPECT_EQ(draws[i].shadeModel, GL_SMOOTH);
+        EXPECT_TRUE(draws[i].depthTest);
+        EXPECT_TRUE(draws[i].lighting);
+        EXPECT_TRUE(draws[i].light0);
+        EXPECT_TRUE(draws[i].colorMaterial);
+        EXPECT_EQ(draws[i].matrixMode, GL_MODELVIEW);
+        for (const unsigned char open : draws[i].colorMask)
+            EXPECT_TRUE(open);
+    }
 }
 
 TEST_F(FaultTest, TheBackgroundIsClearedWithAlphaZero)
@@ -160,6 +241,39 @@ TEST_F(FaultTest, AFramebufferThatCannotBeBoundStopsRenderingAndKeepsEarlierTile
     // Everything was released: the next picture is whole.
     reset();
     EXPECT_NE(rendered(1000, 512).pixel(900, 256), 0x01020304u);
+}
+
+TEST_F(FaultTest, TheSceneIsLockedFromBeforeTheFirstTileUntilAfterTheLast)
+{
+    QStringList seen;
+    int owner = 0;
+    const void* key = &owner;
+    for (const char* name :
+         {"SCENE_STRUCTURE_LOCKED", "SCENE_STRUCTURE_UNLOCKED", "SCENE_TRANSFORM_LOCKED", "SCENE_TRANSFORM_UNLOCKED"})
+        tov::main::EventManager::getInstance()->registerEventFunction(
+            tov::events::EventHandler::getInstance()->addEvent("Scene", name),
+            [&seen, name](const tov::main::Event*) { seen << QLatin1String(name + 6); }, key);
+    tov::util::ZProgressDialog::setPresenter([&](const tov::util::ZProgressDialog::Update& update) {
+        if (update.finished)
+            seen << QStringLiteral("closed");
+        else if (update.percent < 0)
+            seen << QStringLiteral("opened");
+        else
+            seen << QStringLiteral("%1 after %2 tiles").arg(update.percent).arg(shim<int>("shimDrawCount"));
+    });
+    const QStringList locked{"STRUCTURE_LOCKED", "TRANSFORM_LOCKED"};
+    const QStringList unlocked{"STRUCTURE_UNLOCKED", "TRANSFORM_UNLOCKED"};
+    rendered(600, 100);
+    EXPECT_EQ(seen, (locked + QStringList{"opened", "0 after 0 tiles", "50 after 1 tiles"} + unlocked +
+                     QStringList{"closed"}));
+    // A framebuffer that cannot be bound: the same, the other way about.
+    seen.clear();
+    shim<int>("shimDrawCount") = 0;
+    shim<int>("shimIncompleteAfter") = 0;
+    rendered(600, 100);
+    EXPECT_EQ(seen, (locked + QStringList{"opened", "0 after 0 tiles", "closed"} + unlocked));
+    tov::util::ZProgressDialog::setPresenter({});
+    tov::main::EventManager::getInstance()->unregisterAllEventFunctionsOf(key);
 }
 
 TEST_F(FaultTest, TheProbeReportsAContextThatCannotBeMadeCurrent)
@@ -251,4 +365,54 @@ TEST_F(FaultTest, ATargetThatShrinksMeanwhileCostsTheColumnsOutsideOnly)
     EXPECT_NE(image.pixel(599, 400), 0x01020304u) << "columns inside are filled";
     EXPECT_EQ(image.pixel(100, 400), 0x01020304u) << "the first tile went to the image that was there before";
     EXPECT_NE(image.pixel(100, 100), 0x01020304u);
+}
+
+namespace {
+
+tov::gui::ScenePanel* watchedPanel = nullptr;
+tov::gui::ScenePanel* otherPanel = nullptr;
+
+} // namespace
+
+TEST_F(FaultTest, APanelThatIsClosedOrSucceededBetweenSizeAndView)
+{
+    TemporarySettings settings;
+    QTemporaryDir folder;
+    auto* processor = tov::main::Overseer::getInstance()->getCommandProcessor();
+    for (const bool closes : {true, false}) {
+        watchedPanel = new tov::gui::ScenePanel;
+        watchedPanel->resize(400, 200);
+        watchedPanel->fitToView();
+        otherPanel = new tov::gui::ScenePanel;
+        otherPanel->resize(100, 100);
+        const Matrix4 view = watchedPanel->getScaledTransformMatrix();
+        auto* command = new GrabImage;
+        processor->drain();
+        Viewer::getInstance()->setActivePanel(watchedPanel);
+        const QString name = folder.filePath(QStringLiteral("a.png"));
+        ASSERT_TRUE(command->getCurrentParameterSet()->at(0)->castString(name));
+        ASSERT_TRUE(command->getCurrentParameterSet()->at(1)->castString(QStringLiteral("64")));
+        shim<void (*)()>("shimOnCursor") =
+            closes ? +[] { Viewer::getInstance()->closePanel(std::exchange(watchedPanel, nullptr)); }
+                   : +[] { Viewer::getInstance()->setActivePanel(otherPanel); };
+        shim<int>("shimDrawCount") = 0;
+        LogCapture log;
+        ASSERT_TRUE(processor->processCommand(command, 1, true)->succeeded());
+        shim<void (*)()>("shimOnCursor") = nullptr;
+        tov::main::Overseer::getInstance()->processWorkers();
+        EXPECT_EQ(QGuiApplication::overrideCursor(), nullptr);
+        if (closes) {
+            EXPECT_EQ(watchedPanel, nullptr);
+            EXPECT_TRUE(log.records().empty()) << log.text();
+            EXPECT_FALSE(QFile::exists(name));
+        } else {
+            EXPECT_EQ(QImageReader(name).size(), QSize(64, 32));
+            ASSERT_EQ(shim<int>("shimDrawCount"), 1);
+            const auto& draw = *static_cast<Draw*>(dlsym(RTLD_DEFAULT, "shimDraws"));
+            EXPECT_TRUE(std::equal(draw.transform, draw.transform + 16, view.data()));
+            Viewer::getInstance()->closePanel(watchedPanel);
+        }
+        Viewer::getInstance()->closePanel(otherPanel);
+        processor->destroyCommand(command);
+    }
 }
