@@ -19,6 +19,9 @@
 
 #include <gtest/gtest.h>
 
+#include <ostream>
+#include <vector>
+
 #include <dlfcn.h>
 
 using namespace tov::main;
@@ -30,20 +33,47 @@ namespace {
 const char* const ModuleFile = TOV_BINARY_DIR "/bin/modules/libgrab.so";
 
 const char* const SceneNames[] = {
-    "POINTS_SELECTED", "POINTS_DESELECTED", "POINTS_REPLACED", "SCENE_ELEMENTS_SELECTION",
-    "SCENE_ELEMENTS_REPARENTED", "SCENE_ELEMENTS_RENAMED", "SCENE_MEASURING_CHANGED", "SCENE_GLOBALSCALING_CHANGED",
-    "SCENE_TRANSFORM_LOCKED", "SCENE_TRANSFORM_UNLOCKED", "SCENE_STRUCTURE_LOCKED", "SCENE_STRUCTURE_UNLOCKED",
-    "SCENE_ELEMENT_ADDED", "SCENE_ELEMENT_REMOVED", "SCENE_ELEMENT_RENAMED", "SCENE_ELEMENT_FOCUSED",
-    "SCENE_ELEMENT_SHOWN", "SCENE_ELEMENT_HIDDEN", "SCENE_ELEMENT_BBOX_SHOWN", "SCENE_ELEMENT_BBOX_HIDDEN",
-    "SCENE_ELEMENT_CHILD_ADDED", "SCENE_ELEMENT_CHILD_REMOVED", "SCENE_ELEMENT_CHILDS_REORDERED",
-    "SCENE_ELEMENT_BEFORE_DELETED", "SCENE_ELEMENT_DELETED", "SCENE_ELEMENT_TRANSFORM_START",
-    "SCENE_ELEMENT_TRANSFORM_FINISH", "SCENE_ELEMENT_TRANSFORM_FINISHED", "SCENE_ELEMENT_TRANSFORM_STARTING",
-    "SCENE_ELEMENT_MULTIPLE_TRANSFORM_START", "SCENE_ELEMENT_MULTIPLE_TRANSFORM_FINISH", "SCENEPANEL_CHANGED",
-    "LINESSCENEELEMENT_DATACHANGED", "LINESSCENEELEMENT_COLORCHANGED", "RESCALE_DATA", "SCENE_REDRAW",
+    "POINTS_SELECTED",
+    "POINTS_DESELECTED",
+    "POINTS_REPLACED",
+    "SCENE_ELEMENTS_SELECTION",
+    "SCENE_ELEMENTS_REPARENTED",
+    "SCENE_ELEMENTS_RENAMED",
+    "SCENE_MEASURING_CHANGED",
+    "SCENE_GLOBALSCALING_CHANGED",
+    "SCENE_TRANSFORM_LOCKED",
+    "SCENE_TRANSFORM_UNLOCKED",
+    "SCENE_STRUCTURE_LOCKED",
+    "SCENE_STRUCTURE_UNLOCKED",
+    "SCENE_ELEMENT_ADDED",
+    "SCENE_ELEMENT_REMOVED",
+    "SCENE_ELEMENT_RENAMED",
+    "SCENE_ELEMENT_FOCUSED",
+    "SCENE_ELEMENT_SHOWN",
+    "SCENE_ELEMENT_HIDDEN",
+    "SCENE_ELEMENT_BBOX_SHOWN",
+    "SCENE_ELEMENT_BBOX_HIDDEN",
+    "SCENE_ELEMENT_CHILD_ADDED",
+    "SCENE_ELEMENT_CHILD_REMOVED",
+    "SCENE_ELEMENT_CHILDS_REORDERED",
+    "SCENE_ELEMENT_BEFORE_DELETED",
+    "SCENE_ELEMENT_DELETED",
+    "SCENE_ELEMENT_TRANSFORM_START",
+    "SCENE_ELEMENT_TRANSFORM_FINISH",
+    "SCENE_ELEMENT_TRANSFORM_FINISHED",
+    "SCENE_ELEMENT_TRANSFORM_STARTING",
+    "SCENE_ELEMENT_MULTIPLE_TRANSFORM_START",
+    "SCENE_ELEMENT_MULTIPLE_TRANSFORM_FINISH",
+    "SCENEPANEL_CHANGED",
+    "LINESSCENEELEMENT_DATACHANGED",
+    "LINESSCENEELEMENT_COLORCHANGED",
+    "RESCALE_DATA",
+    "SCENE_REDRAW",
 };
 const char* const GlobalNames[] = {
-    "MACRO_STARTED", "MACRO_STOPPED", "REDO_AVAILABLE", "REDO_NOT_AVAILABLE", "UNDO_AVAILABLE", "UNDO_NOT_AVAILABLE",
-    "SETTINGS_CHANGED", "SETTINGS_LOCKED", "SETTINGS_UNLOCKED", "RESET_SETTINGS", "KERNEL_IS_ONLINE",
+    "MACRO_STARTED",     "MACRO_STOPPED",      "REDO_AVAILABLE",   "REDO_NOT_AVAILABLE",
+    "UNDO_AVAILABLE",    "UNDO_NOT_AVAILABLE", "SETTINGS_CHANGED", "SETTINGS_LOCKED",
+    "SETTINGS_UNLOCKED", "RESET_SETTINGS",     "KERNEL_IS_ONLINE",
 };
 
 QStringList expectedDeclarations()
@@ -63,14 +93,81 @@ typedef void (*RecycleFactory)();
 
 void ignore(const QString&) {}
 
+/// What the library did when it was loaded and unloaded, with the count of events that had been declared by then.
+struct Step
+{
+    QString what;
+    std::size_t declarations;
+};
+bool operator==(const Step& a, const Step& b)
+{
+    return a.what == b.what && a.declarations == b.declarations;
+}
+std::ostream& operator<<(std::ostream& stream, const Step& step)
+{
+    return stream << step.what.toStdString() << " after " << step.declarations;
+}
+std::vector<Step> steps;
+std::vector<const unsigned char*> resourceData;
+
+void note(const QString& what)
+{
+    steps.push_back({what, EventHandler::getInstance()->getDeclarations().size()});
+}
+
+template <typename Function>
+Function next(const char* name)
+{
+    void* address = dlsym(RTLD_NEXT, name);
+    if (!address)
+        qFatal("there is no other %s", name);
+    return reinterpret_cast<Function>(address);
+}
+
 } // namespace
+
+// This program's own definitions come before those of the libraries, and pass on what they have noted.
+
+typedef bool (*ResourceFunction)(int, const unsigned char*, const unsigned char*, const unsigned char*);
+
+TOV_EXPORT bool qRegisterResourceData(int version, const unsigned char* tree, const unsigned char* names,
+                                      const unsigned char* data)
+{
+    note(QStringLiteral("register resources %1").arg(version));
+    resourceData.push_back(data);
+    return next<ResourceFunction>("_Z21qRegisterResourceDataiPKhS0_S0_")(version, tree, names, data);
+}
+
+TOV_EXPORT bool qUnregisterResourceData(int version, const unsigned char* tree, const unsigned char* names,
+                                        const unsigned char* data)
+{
+    note(QStringLiteral("unregister resources %1").arg(version));
+    resourceData.push_back(data);
+    return next<ResourceFunction>("_Z23qUnregisterResourceDataiPKhS0_S0_")(version, tree, names, data);
+}
+
+bool ModuleFactory::registerPrimaryCommand(Command* (*create)())
+{
+    note(QStringLiteral("command"));
+    return next<bool (*)(ModuleFactory*, Command * (*)())>(
+        "_ZN3tov4main13ModuleFactory22registerPrimaryCommandEPFPNS0_7CommandEvE")(this, create);
+}
 
 // Comes first: a library that stays loaded would not register again.
 TEST(ModuleLibrary, RegistersEventsAndCommandsInTheStatedOrder)
 {
     const auto before = EventHandler::getInstance()->getDeclarations().size();
+    steps.clear();
+    resourceData.clear();
     QLibrary library(QString::fromLatin1(ModuleFile));
     ASSERT_TRUE(library.load()) << library.errorString().toStdString();
+    const QString registered = QStringLiteral("register resources 2"), command = QStringLiteral("command");
+    // Between the lists of the units; the first command brings the factory, the last unit is that of the resources.
+    EXPECT_EQ(steps, (std::vector<Step>{{registered, before + 49},
+                                        {command, before + 49},
+                                        {command, before + 60},
+                                        {command, before + 107},
+                                        {registered, before + 107}}));
     const auto all = EventHandler::getInstance()->getDeclarations();
     QStringList seen;
     for (std::size_t i = before; i < all.size(); ++i)
@@ -89,8 +186,15 @@ TEST(ModuleLibrary, RegistersEventsAndCommandsInTheStatedOrder)
         EXPECT_EQ(command->getDescriptor()->getName(), QLatin1String(names[i]));
         Overseer::getInstance()->getCommandProcessor()->destroyCommand(command);
     }
+    steps.clear();
     recycleFactory();
+    EXPECT_EQ(steps.size(), 1u) << "the factory takes back what it registered";
     library.unload();
+    const QString unregistered = QStringLiteral("unregister resources 2");
+    EXPECT_EQ(steps, (std::vector<Step>{{unregistered, before + 107}, {unregistered, before + 107}}));
+    ASSERT_EQ(resourceData.size(), 4u);
+    for (const unsigned char* data : resourceData)
+        EXPECT_EQ(data, resourceData[0]) << "the same data all four times";
 }
 
 TEST(ModuleLibrary, FactoriesComeAndGo)
@@ -106,7 +210,10 @@ TEST(ModuleLibrary, FactoriesComeAndGo)
     ASSERT_TRUE(information);
     EXPECT_EQ(information->getName(), "Grab");
     EXPECT_EQ(information->getDescription(), "Offers picture and video grabbing of the scene");
-    EXPECT_FALSE(information->getIcon().isNull());
+    const QImage icon = information->getIcon().pixmap(512, 512).toImage();
+    EXPECT_FALSE(icon.isNull());
+    EXPECT_EQ(icon, QIcon(QStringLiteral(":/module_grab/image/grabscene.png")).pixmap(512, 512).toImage());
+    EXPECT_NE(icon, QIcon(QStringLiteral(":/module_grab/image/grabvideo.png")).pixmap(512, 512).toImage());
     EXPECT_TRUE(information->getHelpUrl().isEmpty());
     EXPECT_TRUE(information->getHomeUrl().isEmpty());
     recycleFactory();
@@ -177,7 +284,8 @@ TEST(ModuleLibrary, TheModuleNamesItsGroupsAndStartsWithTwoMessages)
     expected[8][QStringLiteral("Grab")] = MenuAndToolbarManager::Position(500);
     EXPECT_TRUE(module->getGUIDescriptions() == expected);
     QStringList messages;
-    module->initialize([&messages](const QString& message) { messages << QString(message.constData(), message.size()); });
+    module->initialize(
+        [&messages](const QString& message) { messages << QString(message.constData(), message.size()); });
     EXPECT_EQ(messages, (QStringList{"Initializing Video", "Loading video encoder plugins"}));
     try {
         module->initialize(Module::Progress());

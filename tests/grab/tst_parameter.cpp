@@ -1,6 +1,7 @@
 #include "kernel/main/parameter.h"
 
 #include "kernel/main/castclassmanager.h"
+#include "kernel/main/parameterset.h"
 #include "kernel/math/matrix.h"
 #include "scene/scenepanel.h"
 #include "scene/viewer.h"
@@ -121,6 +122,35 @@ TEST_F(ParameterTest, DestroyingNeverFreesTheValue)
     }
     EXPECT_EQ(Counted::alive, 1);
     delete value;
+}
+
+TEST_F(ParameterTest, ASetFreesTheValuesThatItsParametersOwn)
+{
+    auto* kept = new Counted;
+    {
+        ParameterSet set(0);
+        for (int i = 0; i < 2; ++i)
+            set.addParameter(new CountedParameter(QStringLiteral("counted"), QString()));
+        set.at(0)->setValuePointer(new Counted);
+        set.at(1)->disableDeleteOnSet(true);
+        set.at(1)->setValuePointer(kept);
+    }
+    EXPECT_EQ(Counted::alive, 1);
+    delete kept;
+}
+
+TEST_F(ParameterTest, TheCriticalMessageLeavesOutTheMarkOfALocalType)
+{
+    // Names of types of one library only begin with a mark, which people need not see.
+    CountedParameter parameter = makeCounted();
+    static QString message;
+    const auto previous =
+        qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString& text) { message = text; });
+    bool flag = true;
+    EXPECT_FALSE(assignTyped(&parameter, &flag));
+    qInstallMessageHandler(previous);
+    EXPECT_TRUE(message.startsWith(QLatin1String("Invalid type! (N12_GLOBAL__N_17CountedE <-> b)")))
+        << message.toStdString();
 }
 
 TEST_F(ParameterTest, ReplacingFreesTheOldValueOnlyWhenOwned)

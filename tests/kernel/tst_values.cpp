@@ -59,8 +59,7 @@ TEST(CastClasses, MatricesAreSixteenNumbersRowByRow)
 TEST(CastClasses, UnknownTypesHaveNone)
 {
     struct Local
-    {
-    };
+    {};
     EXPECT_EQ(CastClassManager::getInstance()->createCastClassForType(&typeid(Local)), nullptr);
 }
 
@@ -71,6 +70,7 @@ TEST(TypeSolver, TheSameTypeIsShared)
     Parameter<int> local(QStringLiteral("l"), QString());
     ASSERT_TRUE(TypeSolver::solve(local, &provided));
     EXPECT_EQ(local.getValuePointer(), provided.getValuePointer());
+    EXPECT_FALSE(local.deletesOnSet());
     local.deleteValue();
     EXPECT_EQ(provided.toString(), "5") << "the local parameter does not own it";
     provided.deleteValue();
@@ -83,16 +83,32 @@ TEST(TypeSolver, OtherTypesGoOverAsText)
     Parameter<int> local(QStringLiteral("l"), QString());
     ASSERT_TRUE(TypeSolver::solve(local, &provided));
     EXPECT_EQ(*static_cast<int*>(local.getValuePointer()), 12);
+    EXPECT_TRUE(local.deletesOnSet());
     local.deleteValue();
     ASSERT_TRUE(provided.castString(QStringLiteral("twelve")));
     EXPECT_FALSE(TypeSolver::solve(local, &provided));
+    EXPECT_FALSE(local.hasValue());
     provided.deleteValue();
+    // The other way about, after a shared value that the local parameter does not own.
+    Parameter<QString> text(QStringLiteral("t"), QString()), shared(QStringLiteral("s"), QString());
+    ASSERT_TRUE(shared.castString(QStringLiteral("shared")));
+    ASSERT_TRUE(TypeSolver::solve(text, &shared));
+    ASSERT_TRUE(local.castString(QStringLiteral("-3")));
+    ASSERT_TRUE(TypeSolver::solve(text, &local));
+    EXPECT_EQ(text.toString(), "-3");
+    EXPECT_TRUE(text.deletesOnSet());
+    EXPECT_EQ(shared.toString(), "shared");
+    for (AbstractParameter* parameter :
+         {static_cast<AbstractParameter*>(&text), static_cast<AbstractParameter*>(&shared),
+          static_cast<AbstractParameter*>(&local)})
+        parameter->deleteValue();
 }
 
 TEST(TypeSolver, NothingProvidedIsFalse)
 {
     Parameter<int> local(QStringLiteral("l"), QString()), empty(QStringLiteral("e"), QString());
     EXPECT_FALSE(TypeSolver::solve(local, nullptr));
+    EXPECT_FALSE(TypeSolver::solve(nullptr, &local));
     EXPECT_FALSE(TypeSolver::solve(local, &empty));
 }
 
