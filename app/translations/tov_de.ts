@@ -823,6 +823,34 @@
         <source>a coordinate is no finite number</source>
         <translation>eine Koordinate ist keine endliche Zahl</translation>
     </message>
+    <message>
+        <source>what was read of it is not whole</source>
+        <translation>was davon gelesen wurde, ist unvollständig</translation>
+    </message>
+    <message>
+        <source>it has more vertices than can be counted</source>
+        <translation>sie hat mehr Eckpunkte, als gezählt werden können</translation>
+    </message>
+    <message>
+        <source>the part of the program that reads such files is missing (%1)</source>
+        <translation>der Teil des Programms, der solche Dateien liest, fehlt (%1)</translation>
+    </message>
+    <message>
+        <source>a process cannot be started: %1</source>
+        <translation>ein Prozess kann nicht gestartet werden: %1</translation>
+    </message>
+    <message>
+        <source>it is damaged</source>
+        <translation>sie ist beschädigt</translation>
+    </message>
+    <message>
+        <source>reading it took more than %1 s of processor time; it may be damaged (TOV_IMPORT_SECONDS allows more)</source>
+        <translation>das Lesen brauchte mehr als %1 s Rechenzeit; vielleicht ist sie beschädigt (TOV_IMPORT_SECONDS erlaubt mehr)</translation>
+    </message>
+    <message>
+        <source>it is damaged: reading it crashed, in a process of its own</source>
+        <translation>sie ist beschädigt: Das Lesen ist abgestürzt, in einem eigenen Prozess</translation>
+    </message>
 </context>
 <context>
     <name>tov::scene::Body</name>
@@ -837,6 +865,13 @@
     <message>
         <source>line %1: &quot;%2&quot; is no number</source>
         <translation>Zeile %1: „%2“ ist keine Zahl</translation>
+    </message>
+</context>
+<context>
+    <name>tov::scene::Cursor</name>
+    <message>
+        <source>what was read of it is not whole</source>
+        <translation>was davon gelesen wurde, ist unvollständig</translation>
     </message>
 </context>
 <context>
