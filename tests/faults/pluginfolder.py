@@ -11,64 +11,19 @@ import sys
 import tempfile
 import time
 
+sys.dont_write_bytecode = True
+from programcopy import FORMATS, Copy  # noqa: E402
+
 BUILD = sys.argv[1]
 ZOO = BUILD + '/tests/zoo/'
 RESULTS = []
-FORMATS = 14
 root = tempfile.mkdtemp(prefix='tov plugins ')
 os.chmod(root, 0o755)
 
 
-class Copy:
-    """A program of its own, to be spoiled."""
-
-    def __init__(self):
-        self.home = tempfile.mkdtemp(dir=root)
-        shutil.copytree(BUILD + '/bin/modules', self.home + '/bin/modules')
-        shutil.copytree(BUILD + '/bin/plugins', self.home + '/bin/plugins')
-        os.makedirs(self.home + '/libexec')
-        for name in ('bin/tov', 'libexec/tov-check-encoder', 'libexec/encoderchecks.so'):
-            shutil.copy(BUILD + '/' + name, self.home + '/' + name)
-        os.symlink(BUILD + '/lib', self.home + '/lib')
-        self.plugins = self.home + '/bin/plugins/video/'
-        self.modules = self.home + '/bin/modules/'
-
-    def run(self, *arguments, environment=None):
-        begin = time.monotonic()
-        done = subprocess.run([self.home + '/bin/tov', *arguments], capture_output=True, text=True, timeout=120,
-                              env=self.environment(environment))
-        self.seconds = time.monotonic() - begin
-        return done
-
-    def environment(self, more=None):
-        env = {**os.environ, 'HOME': self.home, 'TOV_SETTINGS': self.home + '/settings.ini', 'LC_ALL': 'C.UTF-8',
-               'TOV_TRUSTED_FOLDER': self.home, **(more or {})}
-        env.pop('XDG_CACHE_HOME', None)
-        return env
-
-    def judge(self, bad=(), formats=FORMATS, texts=(), environment=None, arguments=(), status=0):
-        """Says what is wrong, or None. `bad`: file names that must be told of, once each."""
-        done = self.run('modules', *arguments, environment=environment)
-        if done.returncode != status:
-            return f'status {done.returncode}: {done.stderr[-300:]}'
-        problems = [line for line in (done.stdout + done.stderr).splitlines() if line.startswith('Problem: ')]
-        for name in bad:
-            told = [line for line in problems if f"'{name.split('.')[0]}'" in line or '/' + name in line]
-            if len(told) != 1:
-                return f'{name} is named {len(told)} times: {problems[:5]}'
-        for text in texts:
-            if not any(text in line for line in problems):
-                return f'nothing says "{text}": {problems[:5]}'
-        listed = self.run('encoders', environment=environment).stdout.splitlines()
-        known = {line.split()[0] for line in listed if line and line[0].islower()}
-        if len(known) != formats:
-            return f'{len(known)} formats instead of {formats}: {sorted(known)}'
-        return None
-
-
 def check(what, function):
     try:
-        problem = function(Copy())
+        problem = function(Copy(BUILD, root))
     except subprocess.TimeoutExpired:
         problem = 'hangs'
     RESULTS.append(problem is None)

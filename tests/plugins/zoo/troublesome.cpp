@@ -1,0 +1,81 @@
+// Encoders that trouble a recording while it runs, chosen by the file ending.
+
+#include "grab/video/encoder.h"
+#include "grab/video/videoencoder.h"
+
+#include <QThread>
+
+#include <cstdint>
+
+using tov::grab::video::Encoder;
+using tov::grab::video::VideoEncoder;
+
+namespace {
+
+enum class Trouble : std::intptr_t
+{
+    TenSecondsAChunk,
+    MovesTheChunk,
+    ClosesTheChunk,
+    FailsInTheMiddle,
+    FailsAtTheLast,
+    ThrowsAtTheLast,
+};
+
+class Troublesome : public Encoder
+{
+public:
+    explicit Troublesome(Trouble trouble) : m_Trouble(trouble) {}
+
+protected:
+    bool initEncoding(QIODevice*, bool) override { return true; }
+    bool encodeChunk(QIODevice* chunk, bool isLast) override
+    {
+        ++m_Chunks;
+        if (m_Trouble == Trouble::TenSecondsAChunk)
+            QThread::sleep(10);
+        if (m_Trouble == Trouble::FailsInTheMiddle && m_Chunks == 3)
+            return false;
+        if (m_Trouble == Trouble::FailsAtTheLast && isLast)
+            return false;
+        if (m_Trouble == Trouble::ThrowsAtTheLast && isLast)
+            throw 1;
+        if (!chunk || !mp_OutputFile)
+            return true;
+        chunk->seek(0);
+        mp_OutputFile->write(chunk->readAll());
+        if (m_Trouble == Trouble::MovesTheChunk)
+            chunk->seek(chunk->size() / 3);
+        if (m_Trouble == Trouble::ClosesTheChunk)
+            chunk->close();
+        return true;
+    }
+    void finishEncoding() override {}
+
+private:
+    Trouble m_Trouble;
+    int m_Chunks = 0;
+};
+
+Encoder* create(void* trouble)
+{
+    return new Troublesome(static_cast<Trouble>(reinterpret_cast<std::intptr_t>(trouble)));
+}
+
+} // namespace
+
+extern "C" TOV_EXPORT bool doRegister()
+{
+    const struct
+    {
+        const char* ending;
+        Trouble trouble;
+    } rows[] = {{"tenseconds", Trouble::TenSecondsAChunk}, {"moves", Trouble::MovesTheChunk},
+                {"closes", Trouble::ClosesTheChunk},       {"failsmiddle", Trouble::FailsInTheMiddle},
+                {"failslast", Trouble::FailsAtTheLast},    {"throwslast", Trouble::ThrowsAtTheLast}};
+    for (const auto& row : rows)
+        VideoEncoder::getInstance()->registerEncoder(create, QString::fromLatin1(row.ending),
+                                                     QStringLiteral("Troublesome"),
+                                                     reinterpret_cast<void*>(row.trouble));
+    return true;
+}
