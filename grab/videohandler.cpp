@@ -1,5 +1,6 @@
 #include "grab/videohandler.h"
 
+#include "grab/applicationthread.h"
 #include "grab/video/encoder.h"
 #include "grab/video/videoencoder.h"
 #include "kernel/log/logger.h"
@@ -39,7 +40,6 @@ namespace tov::grab {
 
 using tov::log::Logger;
 using tov::main::Overseer;
-using tov::main::Worker;
 using tov::main::WorkerDelegate;
 using tov::scene::SceneDrawer;
 using tov::scene::Viewer;
@@ -73,15 +73,6 @@ void store(bool& flag, bool value)
 void logError(int line, const char* function, const QString& message)
 {
     Logger::log(ErrorLevel, SourceFile, line, function, nullptr, message);
-}
-
-/// Runs a function on the application thread and waits for it.
-void onApplicationThread(std::function<void()> function)
-{
-    Worker* worker = new WorkerDelegate::InternalWorker(new FunctionDelegate(std::move(function)), false);
-    worker->setWait(true);
-    Overseer::getInstance()->transmitWorker(worker);
-    worker->wait();
 }
 
 /// Returns once everything that was handed to the application thread before has run there, and every slot that it was

@@ -379,6 +379,37 @@
     </message>
 </context>
 <context>
+    <name>StandardViews</name>
+    <message>
+        <source>Front</source>
+        <translation>Vorn</translation>
+    </message>
+    <message>
+        <source>Back</source>
+        <translation>Hinten</translation>
+    </message>
+    <message>
+        <source>Left</source>
+        <translation>Links</translation>
+    </message>
+    <message>
+        <source>Right</source>
+        <translation>Rechts</translation>
+    </message>
+    <message>
+        <source>Top</source>
+        <translation>Oben</translation>
+    </message>
+    <message>
+        <source>Bottom</source>
+        <translation>Unten</translation>
+    </message>
+    <message>
+        <source>Isometric</source>
+        <translation>Isometrisch</translation>
+    </message>
+</context>
+<context>
     <name>tov::app</name>
     <message>
         <source>%1 (see tov --help)</source>
@@ -639,6 +670,10 @@
     <message>
         <source>it ended its process when it was tried (status %1); it is tried again when the file changes</source>
         <translation>hat beim Ausprobieren seinen Prozess beendet (Status %1); wird wieder versucht, wenn sich die Datei ändert</translation>
+    </message>
+    <message>
+        <source>%1 was not written: a recording with sync=1 follows a trajectory, and there is none; give --trajectory or --turntable, or sync=0</source>
+        <translation>%1 wurde nicht geschrieben: eine Aufnahme mit sync=1 folgt einer Trajektorie, und es gibt keine; bitte --trajectory oder --turntable angeben, oder sync=0</translation>
     </message>
 </context>
 <context>
@@ -1176,34 +1211,6 @@
         <translation>&amp;Einpassen</translation>
     </message>
     <message>
-        <source>Front</source>
-        <translation>Vorn</translation>
-    </message>
-    <message>
-        <source>Back</source>
-        <translation>Hinten</translation>
-    </message>
-    <message>
-        <source>Left</source>
-        <translation>Links</translation>
-    </message>
-    <message>
-        <source>Right</source>
-        <translation>Rechts</translation>
-    </message>
-    <message>
-        <source>Top</source>
-        <translation>Oben</translation>
-    </message>
-    <message>
-        <source>Bottom</source>
-        <translation>Unten</translation>
-    </message>
-    <message>
-        <source>Isometric</source>
-        <translation>Isometrisch</translation>
-    </message>
-    <message>
         <source>F&amp;ull screen</source>
         <translation>&amp;Vollbild</translation>
     </message>
@@ -1393,34 +1400,6 @@ Aufnahmen werden beendet und geschrieben, Bilder fertig gemacht. Dann schließt 
     <message>
         <source>Fit to view</source>
         <translation>Einpassen</translation>
-    </message>
-    <message>
-        <source>Front</source>
-        <translation>Vorn</translation>
-    </message>
-    <message>
-        <source>Back</source>
-        <translation>Hinten</translation>
-    </message>
-    <message>
-        <source>Left</source>
-        <translation>Links</translation>
-    </message>
-    <message>
-        <source>Right</source>
-        <translation>Rechts</translation>
-    </message>
-    <message>
-        <source>Top</source>
-        <translation>Oben</translation>
-    </message>
-    <message>
-        <source>Bottom</source>
-        <translation>Unten</translation>
-    </message>
-    <message>
-        <source>Isometric</source>
-        <translation>Isometrisch</translation>
     </message>
     <message>
         <source>Camera follows the trajectory</source>

@@ -30,6 +30,18 @@
 
 namespace tov::viewer {
 
+namespace {
+
+/// A row with the button that closes the dialog; the dialog owns it.
+QDialogButtonBox* closeButton(QDialog* dialog)
+{
+    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close, dialog);
+    QObject::connect(buttons, &QDialogButtonBox::rejected, dialog, &QDialog::reject);
+    return buttons;
+}
+
+} // namespace
+
 AboutModulesDialog::AboutModulesDialog(const std::vector<tov::main::LoadFailure>& failures, QWidget* parent)
     : QDialog(parent)
 {
@@ -55,11 +67,9 @@ AboutModulesDialog::AboutModulesDialog(const std::vector<tov::main::LoadFailure>
     }
     for (int column = 0; column < 4; ++column)
         tree->resizeColumnToContents(column);
-    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close, this);
-    connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(tree);
-    layout->addWidget(buttons);
+    layout->addWidget(closeButton(this));
     resize(820, 380);
 }
 
@@ -77,15 +87,13 @@ AboutDialog::AboutDialog(QWidget* parent) : QDialog(parent)
                   tr("<p>Drawn by: %1<br>Qt %2, built with %3</p>")
                       .arg(tov::scene::Viewer::getInstance()->getRenderer().toHtmlEscaped(),
                            QString::fromLatin1(qVersion()), QStringLiteral(QT_VERSION_STR)));
-    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close, this);
-    connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
     auto* row = new QHBoxLayout;
     row->setSpacing(18);
     row->addWidget(icon, 0, Qt::AlignTop);
     row->addWidget(text, 1);
     auto* layout = new QVBoxLayout(this);
     layout->addLayout(row);
-    layout->addWidget(buttons);
+    layout->addWidget(closeButton(this));
     setMinimumWidth(440);
 }
 
@@ -114,11 +122,9 @@ ShortcutsDialog::ShortcutsDialog(const QList<QAction*>& actions, QWidget* parent
         }
     for (int column = 0; column < 2; ++column)
         tree->resizeColumnToContents(column);
-    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close, this);
-    connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(tree);
-    layout->addWidget(buttons);
+    layout->addWidget(closeButton(this));
     resize(std::max(600, tree->columnWidth(0) + tree->columnWidth(1) + 60), 600);
 }
 
@@ -188,12 +194,10 @@ PreferencesDialog::PreferencesDialog(const std::vector<std::pair<QString, tov::m
         });
         form->addRow(group + QLatin1Char(':'), button);
     }
-    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close, this);
-    connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
     auto* layout = new QVBoxLayout(this);
     layout->addLayout(form);
     layout->addStretch(1);
-    layout->addWidget(buttons);
+    layout->addWidget(closeButton(this));
     setMinimumWidth(420);
 }
 

@@ -14,6 +14,7 @@
 #include "app/viewer/recentfiles.h"
 #include "app/viewer/runsbar.h"
 #include "app/viewer/scenetree.h"
+#include "app/viewer/standardviews.h"
 #include "app/viewer/trajectorybar.h"
 #include "app/viewer/viewpicture.h"
 #include "kernel/gui/parameterpanelfactory.h"
@@ -244,17 +245,8 @@ void MainWindow::createMenus()
     };
     mp_ViewMenu->addAction(tr("&Fit to view"), this, onActive([](ScenePanel* panel) { panel->fitToView(); }),
                            QKeySequence(Qt::Key_F));
-    const std::pair<QString, ScenePanel::StandardView> views[] = {
-        {tr("Front"), ScenePanel::StandardView::Front},
-        {tr("Back"), ScenePanel::StandardView::Back},
-        {tr("Left"), ScenePanel::StandardView::Left},
-        {tr("Right"), ScenePanel::StandardView::Right},
-        {tr("Top"), ScenePanel::StandardView::Top},
-        {tr("Bottom"), ScenePanel::StandardView::Bottom},
-        {tr("Isometric"), ScenePanel::StandardView::Isometric},
-    };
     int key = Qt::Key_1;
-    for (const auto& [name, view] : views)
+    for (const auto& [name, view] : standardViews())
         mp_ViewMenu->addAction(name, this, onActive([view = view](ScenePanel* panel) { panel->setStandardView(view); }),
                                QKeySequence(key++));
     mp_ViewMenu->addSeparator();

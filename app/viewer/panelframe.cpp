@@ -1,5 +1,6 @@
 #include "app/viewer/panelframe.h"
 
+#include "app/viewer/standardviews.h"
 #include "scene/scenepanel.h"
 
 #include <QApplication>
@@ -138,16 +139,7 @@ void PanelFrame::showMenu(const QPoint& position)
     menu->setObjectName(QStringLiteral("PanelMenu"));
     menu->addAction(tr("Fit to view"), mp_Panel, &ScenePanel::fitToView);
     menu->addSeparator();
-    const std::pair<QString, ScenePanel::StandardView> views[] = {
-        {tr("Front"), ScenePanel::StandardView::Front},
-        {tr("Back"), ScenePanel::StandardView::Back},
-        {tr("Left"), ScenePanel::StandardView::Left},
-        {tr("Right"), ScenePanel::StandardView::Right},
-        {tr("Top"), ScenePanel::StandardView::Top},
-        {tr("Bottom"), ScenePanel::StandardView::Bottom},
-        {tr("Isometric"), ScenePanel::StandardView::Isometric},
-    };
-    for (const auto& [name, view] : views)
+    for (const auto& [name, view] : standardViews())
         menu->addAction(name, mp_Panel, [panel = mp_Panel, view = view] { panel->setStandardView(view); });
     menu->addSeparator();
     auto* follow = menu->addAction(tr("Camera follows the trajectory"), mp_Panel,

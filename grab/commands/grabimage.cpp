@@ -6,6 +6,7 @@
 #include "kernel/main/globalevents.h"
 // clang-format on
 
+#include "grab/applicationthread.h"
 #include "grab/commands/localvalue.h"
 #include "grab/commands/tilecopier.h"
 #include "grab/module/modulegrab.h"
@@ -52,6 +53,7 @@
 
 namespace tov::commands::grab {
 
+using tov::grab::onApplicationThread;
 using tov::gui::ScenePanel;
 using tov::log::Logger;
 using tov::main::CommandDescriptor;
@@ -59,7 +61,6 @@ using tov::main::CommandGUIDescriptor;
 using tov::main::Overseer;
 using tov::main::Parameter;
 using tov::main::ParameterSet;
-using tov::main::Worker;
 using tov::main::WorkerDelegate;
 using tov::scene::SceneDrawer;
 using tov::scene::Viewer;
@@ -98,15 +99,6 @@ void restoreOverrideCursor()
 {
     Overseer::getInstance()->transmitWorker(
         new WorkerDelegate::InternalWorker(new FunctionDelegate([] { QApplication::restoreOverrideCursor(); }), false));
-}
-
-/// Runs a function on the application thread and waits for it.
-void onApplicationThread(std::function<void()> function)
-{
-    Worker* worker = new WorkerDelegate::InternalWorker(new FunctionDelegate(std::move(function)), false);
-    worker->setWait(true);
-    Overseer::getInstance()->transmitWorker(worker);
-    worker->wait();
 }
 
 /// A double as an int, truncated towards zero; what does not fit ends at the nearest int.

@@ -6,6 +6,7 @@
 #include "kernel/main/globalevents.h"
 // clang-format on
 
+#include "grab/applicationthread.h"
 #include "grab/commands/localvalue.h"
 #include "grab/module/modulegrab.h"
 #include "grab/video/videoencoder.h"
@@ -17,7 +18,6 @@
 #include "kernel/main/parameter.h"
 #include "kernel/main/parameterset.h"
 #include "kernel/main/settings.h"
-#include "kernel/main/workerdelegate.h"
 #include "scene/scenepanel.h"
 
 #include <QFileDialog>
@@ -29,11 +29,11 @@
 #include <boost/bind/bind.hpp>
 
 #include <atomic>
-#include <functional>
 #include <utility>
 
 namespace tov::commands::grab {
 
+using tov::grab::onApplicationThread;
 using tov::gui::ScenePanel;
 using tov::log::Logger;
 using tov::main::CommandGUIDescriptor;
@@ -62,16 +62,6 @@ constexpr int EncodingDoneLine = 295;
 void log(int level, int line, const QString& message)
 {
     Logger::log(level, SourceFile, line, "execute", nullptr, message);
-}
-
-/// Runs a function on the application thread and waits for it.
-void onApplicationThread(std::function<void()> function)
-{
-    tov::main::Worker* worker =
-        new tov::main::WorkerDelegate::InternalWorker(new tov::util::FunctionDelegate(std::move(function)), false);
-    worker->setWait(true);
-    Overseer::getInstance()->transmitWorker(worker);
-    worker->wait();
 }
 
 /// 1 to 15. The unsigned comparison lets zero (the panel's size) and negative numbers through, on purpose.

@@ -25,19 +25,16 @@ TileCopier::TileCopier(QImage* target) : mp_Target(target)
             m_Threads.emplace_back([this, share] { work(share); });
     } catch (const std::system_error&) {
         // Not enough threads are to be had: then tiles are copied where they come.
-        finish();
-        {
-            std::lock_guard<std::mutex> guard(m_Mutex);
-            m_Ending = true;
-            m_Changed.notify_all();
-        }
-        for (std::thread& thread : m_Threads)
-            thread.join();
-        m_Threads.clear();
+        end();
     }
 }
 
 TileCopier::~TileCopier()
+{
+    end();
+}
+
+void TileCopier::end()
 {
     finish();
     {
@@ -47,6 +44,7 @@ TileCopier::~TileCopier()
     }
     for (std::thread& thread : m_Threads)
         thread.join();
+    m_Threads.clear();
 }
 
 QImage TileCopier::makeView() const

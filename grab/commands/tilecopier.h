@@ -39,6 +39,8 @@ private:
     static void copyShare(Tile& tile, int share, int shares);
     QImage makeView() const;
     void work(int share);
+    /// Finishes and ends the threads.
+    void end();
 
     QImage* mp_Target; ///< not owned
     int m_Shares = 1;
