@@ -3,6 +3,7 @@
 #include "app/cli/session.h"
 #include "app/cli/videoverb.h"
 #include "app/common/output.h"
+#include "app/common/videoprobe.h"
 #include "kernel/gui/fileparameterpanelfactory.h"
 #include "kernel/log/terminalsink.h"
 #include "kernel/main/abstractparameter.h"
@@ -11,6 +12,7 @@
 #include "kernel/main/overseer.h"
 #include "kernel/main/parameterset.h"
 #include "scene/viewer.h"
+#include "trajectory/trajectoryhandler.h"
 
 #include <QCoreApplication>
 #include <QFileDialog>
@@ -34,6 +36,9 @@ QString tr(const char* text)
 {
     return QCoreApplication::translate("tov::app", text);
 }
+
+/// By how much file times may lie behind the clock.
+constexpr qint64 FileClockMs = 100;
 
 void print(const QString& line)
 {
@@ -121,6 +126,36 @@ int runImage(const Options& options, int& argc, char** argv)
     return 0;
 }
 
+/// Holds a command that writes a file against the file itself, for its log says "saved" and "done" even where nothing
+/// was written. False (told) when there is no file that can be read; an empty one, which only looks like a result, is
+/// removed.
+bool checkResult(Session& session, const tov::main::CommandRunPointer& run)
+{
+    if (run->getCommandName() != QLatin1String("grabimage") && run->getCommandName() != QLatin1String("grabvideo"))
+        return true;
+    const QString fileName = run->getArgument(QStringLiteral("filename"));
+    const QFileInfo info(fileName);
+    const bool touched = info.isFile() && info.lastModified().toMSecsSinceEpoch() >= run->getStartTime() - FileClockMs;
+    if (touched && info.size() > 0) {
+        bool readable = QImageReader(fileName).canRead();
+        if (!readable && run->getCommandName() == QLatin1String("grabvideo")) {
+            const VideoProbe probe = probeVideo(fileName);
+            readable = !probe.asked || probe.readable;
+        }
+        return readable || session.fail(tr("%1 cannot be read back").arg(fileName));
+    }
+    if (touched)
+        QFile::remove(fileName);
+    const QString sync = run->getArgument(QStringLiteral("sync"));
+    if (!sync.isNull() && sync != QLatin1String("0") &&
+        tov::trajectory::TrajectoryHandler::getInstance()->getCount() == 0)
+        return session.fail(
+            tr("%1 was not written: a recording with sync=1 follows a trajectory, and there is none; give "
+               "--trajectory or --turntable, or sync=0")
+                .arg(fileName));
+    return session.fail(tr("%1 was not written").arg(fileName));
+}
+
 int runScript(const Options& options, int& argc, char** argv)
 {
     const auto usage = [](const QString& message) {
@@ -163,7 +198,10 @@ int runScript(const Options& options, int& argc, char** argv)
     if (!session.open(files, view, options.has(QStringLiteral("turntable"))) || !session.openTrajectory())
         return session.wasInterrupted() ? 130 : 1;
     for (const auto& command : commands) {
-        if (!session.run(command.name, command.arguments)) {
+        tov::main::CommandRunPointer run;
+        const bool ran = session.run(command.name, command.arguments,
+                                     [&run](const tov::main::CommandRunPointer& started) { run = started; });
+        if (!ran || (!session.wasInterrupted() && !checkResult(session, run))) {
             if (!origin.isEmpty())
                 printError(tr("%1, line %2: the script ends here").arg(origin).arg(command.line));
             return session.wasInterrupted() ? 130 : 1;

@@ -371,6 +371,23 @@ TEST_F(CliTest, CommandTextsAndScripts)
     EXPECT_FALSE(QFile::exists(path("g.png")));
 }
 
+TEST_F(CliTest, AScriptIsJudgedByItsFiles)
+{
+    const QString nothing = QStringLiteral("grabvideo filename=\"n.mkv\" width=64 height=48");
+    expectFailure(run({"run", Cube, "-c", nothing}), 1,
+                  "n.mkv was not written: a recording with sync=1 follows a trajectory");
+    EXPECT_FALSE(QFile::exists(path("n.mkv"))) << "an empty file looks like a video";
+    // One that was there before and is not written again does not count either.
+    write("n.mkv", "old");
+    expectFailure(run({"run", Cube, "-c", nothing, "-c", "grabimage after.png 40"}), 1, "n.mkv was not written");
+    EXPECT_FALSE(QFile::exists(path("after.png")));
+    EXPECT_EQ(run({"run", Cube, "--turntable", "3", "-c", nothing}).status, 0);
+    EXPECT_GT(QFileInfo(path("n.mkv")).size(), 0);
+    const Result full = run({}, "ulimit -f 20; exec \"$0\" run " + Bunny.toUtf8() + " -c 'grabimage full.ppm 2000'");
+    EXPECT_EQ(full.status, 1);
+    EXPECT_TRUE(full.err.contains(QStringLiteral("full.ppm"))) << full.err.toStdString();
+}
+
 TEST_F(CliTest, ClosedAndFullOutputsAreNoCrash)
 {
     EXPECT_NE(run({}, "exec \"$0\" commands >/dev/full").status, 0);
