@@ -1,8 +1,8 @@
 #include "grab/video/encoder.h"
 #include "grab/video/videoencoder.h"
+#include "tests/encoders/plugintest.h"
 #include "tests/support/logcapture.h"
 
-#include <QBuffer>
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
@@ -29,6 +29,7 @@
 
 using tov::grab::video::Encoder;
 using tov::grab::video::VideoEncoder;
+using tov::test::chunkOf;
 using tov::test::LogCapture;
 
 namespace {
@@ -58,32 +59,10 @@ QByteArray frame(int width, int height, const Color& color, int number = 0)
     return bytes;
 }
 
-QIODevice* chunkOf(const QByteArray& bytes)
-{
-    auto* buffer = new QBuffer;
-    buffer->open(QIODevice::ReadWrite);
-    buffer->write(bytes);
-    return buffer;
-}
-
-class FormatTest : public testing::Test
+class FormatTest : public tov::test::PluginTest
 {
 protected:
-    static void SetUpTestSuite()
-    {
-        const QString folder = QCoreApplication::applicationDirPath() + QStringLiteral("/plugins/video/");
-        QDir(folder).removeRecursively();
-        QDir().mkpath(folder);
-        for (const char* name : {"ffmpeg.so", "frames.so"})
-            ASSERT_TRUE(QFile::copy(QStringLiteral(TOV_BINARY_DIR "/bin/plugins/video/") + QLatin1String(name),
-                                    folder + QLatin1String(name)));
-        VideoEncoder::getInstance()->refreshPlugins();
-    }
-    static void TearDownTestSuite()
-    {
-        delete VideoEncoder::getInstance();
-        VideoEncoder::forgetInstance();
-    }
+    static void SetUpTestSuite() { loadPlugins({"ffmpeg.so", "frames.so"}); }
     std::unique_ptr<Encoder> encoderFor(const QString& name, int width, int height, int fps = 25, int rate = 4000000)
     {
         std::unique_ptr<Encoder> encoder(VideoEncoder::getInstance()->getEncoder(name));
@@ -441,9 +420,10 @@ TEST_F(FormatTest, SizesRatesAndBitRatesHold)
             EXPECT_EQ(stream["height"].toInt(), p.height);
             EXPECT_EQ(stream["nb_read_frames"].toString().toInt(), frames);
             // Animated pictures have a delay a frame and no rate; what is said of theirs is a guess.
-            if (!gif && qstrcmp(row.suffix, "apng") != 0)
+            if (!gif && qstrcmp(row.suffix, "apng") != 0) {
                 EXPECT_EQ(stream["r_frame_rate"].toString().toStdString(),
                           QStringLiteral("%1/1").arg(p.fps).toStdString());
+            }
         }
 }
 

@@ -1,9 +1,8 @@
 #include "grab/video/encoder.h"
 #include "grab/video/videoencoder.h"
+#include "tests/encoders/plugintest.h"
 #include "tests/support/logcapture.h"
 
-#include <QBuffer>
-#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QImage>
@@ -16,6 +15,7 @@
 
 using tov::grab::video::Encoder;
 using tov::grab::video::VideoEncoder;
+using tov::test::chunkOf;
 using tov::test::LogCapture;
 
 namespace {
@@ -38,31 +38,10 @@ QByteArray frame(int number, int alpha)
     return bytes;
 }
 
-QIODevice* chunkOf(const QByteArray& bytes)
-{
-    auto* buffer = new QBuffer;
-    buffer->open(QIODevice::ReadWrite);
-    buffer->write(bytes);
-    return buffer;
-}
-
-class FramesTest : public testing::Test
+class FramesTest : public tov::test::PluginTest
 {
 protected:
-    static void SetUpTestSuite()
-    {
-        const QString folder = QCoreApplication::applicationDirPath() + QStringLiteral("/plugins/video/");
-        QDir(folder).removeRecursively();
-        QDir().mkpath(folder);
-        ASSERT_TRUE(QFile::copy(QStringLiteral(TOV_BINARY_DIR "/bin/plugins/video/frames.so"),
-                                folder + QStringLiteral("frames.so")));
-        VideoEncoder::getInstance()->refreshPlugins();
-    }
-    static void TearDownTestSuite()
-    {
-        delete VideoEncoder::getInstance();
-        VideoEncoder::forgetInstance();
-    }
+    static void SetUpTestSuite() { loadPlugins({"frames.so"}); }
     std::unique_ptr<Encoder> encoderFor(const QString& name)
     {
         std::unique_ptr<Encoder> encoder(VideoEncoder::getInstance()->getEncoder(name));

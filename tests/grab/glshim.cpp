@@ -1,6 +1,8 @@
 // Preloaded by tests: stands between the program and OpenGL, notes some calls and makes others fail on request. The
 // tests reach it through the exported variables.
 
+#include "tests/grab/glshim.h"
+
 #include <dlfcn.h>
 
 #include <cstring>
@@ -29,20 +31,11 @@ SHIM_VARIABLE int shimViewportCount = 0;
 SHIM_VARIABLE float shimClearColor[4] = {};
 SHIM_VARIABLE long shimBuffers[64][5] = {}; ///< width, height, attachment, target and format of framebuffer objects
 SHIM_VARIABLE int shimBufferCount = 0;
-/// What `SceneDrawer::glDraw` was called with, and the state of OpenGL at that moment.
-SHIM_VARIABLE struct ShimDraw
-{
-    const void* root;
-    const void* second;
-    double transform[16];
-    double lineOffset;
-    int layers, primitives;
-    GLint shadeModel, depthTest, lighting, light0, colorMaterial, matrixMode;
-    unsigned char colorMask[4];
-    double modelView[16];
-} shimDraws[64] = {};
+SHIM_VARIABLE ShimDraw shimDraws[64] = {};
 SHIM_VARIABLE int shimDrawCount = 0;
+SHIM_VARIABLE int shimLockType = 0;             ///< of the last `SceneLocker`
 SHIM_VARIABLE void (*shimOnCursor)() = nullptr; ///< called before an override cursor is set
+SHIM_VARIABLE void (*shimOnDraw)() = nullptr;   ///< called before a drawing
 }
 
 namespace {
@@ -186,6 +179,8 @@ SHIM void _ZN3tov5scene11SceneDrawer6glDrawEPNS0_12SceneElementES3_RKNS_4math6Ma
 {
     static const auto real = reinterpret_cast<void (*)(void*, void*, void*, const double*, double, int, int)>(
         next("_ZN3tov5scene11SceneDrawer6glDrawEPNS0_12SceneElementES3_RKNS_4math6MatrixIdLj4ELj4EEEdii"));
+    if (shimOnDraw)
+        shimOnDraw();
     ShimDraw& noted = shimDraws[shimDrawCount++ % 64];
     noted.root = root;
     noted.second = second;
@@ -212,4 +207,13 @@ SHIM void _ZN15QGuiApplication17setOverrideCursorERK7QCursor(const void* cursor)
     if (shimOnCursor)
         shimOnCursor();
     real(cursor);
+}
+
+/// SceneLocker::SceneLocker
+SHIM void _ZN3tov5scene11SceneLockerC1EPNS0_5SceneENS1_8LOCKTYPEE(void* locker, void* scene, int type)
+{
+    static const auto real =
+        reinterpret_cast<void (*)(void*, void*, int)>(next("_ZN3tov5scene11SceneLockerC1EPNS0_5SceneENS1_8LOCKTYPEE"));
+    shimLockType = type;
+    real(locker, scene, type);
 }

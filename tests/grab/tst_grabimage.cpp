@@ -175,6 +175,7 @@ TEST_F(GrabImageTest, ReportsWhatItDoesUnderTheWaitCursor)
         texts << command->getText();
         cursors << (QGuiApplication::overrideCursor() ? int(QGuiApplication::overrideCursor()->shape()) : -1);
     });
+    command->updateProcessed(50);
     run(path("a.png"), QStringLiteral("64"));
     tov::util::ZProgressDialog::setPresenter({});
     ASSERT_FALSE(texts.isEmpty());
@@ -401,6 +402,7 @@ TEST_F(GrabImageTest, TheProgrammaticFormFillsTheCallersImage)
     tov::util::ZProgressDialog::setPresenter([&cursorChanged](const tov::util::ZProgressDialog::Update&) {
         cursorChanged = cursorChanged || QGuiApplication::overrideCursor();
     });
+    programmatic->updateProcessed(50);
     const auto run = processor->processCommand(programmatic, 1, true);
     tov::util::ZProgressDialog::setPresenter({});
     EXPECT_FALSE(cursorChanged);

@@ -14,11 +14,13 @@
 #include "trajectory/trajectoryinfo.h"
 
 #include <QFileDialog>
+#include <QFile>
 #include <QFileInfo>
 #include <QIcon>
 #include <QMetaMethod>
 
 #include <memory>
+#include <mutex>
 #include <stdexcept>
 #include <thread>
 
@@ -63,6 +65,26 @@ protected:
         const auto run = mp_Processor->start(QStringLiteral("grabvideo filename=\"%1\" %2").arg(name, rest), &error);
         EXPECT_TRUE(run) << error.toStdString();
         return run;
+    }
+    /// A copy of the prototype that is to record freely, 32 x 16.
+    std::unique_ptr<tov::main::Command> freeRecorder(const QString& name)
+    {
+        std::unique_ptr<tov::main::Command> copy(mp_Prototype->clone());
+        CommandArguments arguments;
+        arguments.positional = QStringList{name, "32", "16", "0"};
+        EXPECT_TRUE(copy->setParameters(arguments, nullptr));
+        return copy;
+    }
+    /// Runs the command on a thread of its own until it returns.
+    void execute(tov::main::Command& command)
+    {
+        std::atomic<bool> done{false};
+        std::thread thread([&] {
+            command.execute();
+            done = true;
+        });
+        EXPECT_TRUE(processUntil([&] { return done.load(); }));
+        thread.join();
     }
     bool finish(const CommandRunPointer& run)
     {
@@ -166,22 +188,70 @@ TEST_F(GrabVideoTest, AStopAfterThePanelsEndKeepsTheRecording)
     setChunks(0, true);
     activePanel();
     const QString name = file("both.raw");
-    std::unique_ptr<tov::main::Command> copy(mp_Prototype->clone());
-    CommandArguments arguments;
-    arguments.positional = QStringList{name, "32", "16", "0"};
-    ASSERT_TRUE(copy->setParameters(arguments, nullptr));
+    const auto copy = freeRecorder(name);
     auto* recorder = dynamic_cast<GrabVideo*>(copy.get());
     ASSERT_TRUE(QMetaObject::invokeMethod(recorder, "grabbingPanelClosed", Qt::DirectConnection));
     copy->abort();
-    std::atomic<bool> done{false};
-    std::thread command([&] {
-        copy->execute();
-        done = true;
-    });
-    EXPECT_TRUE(processUntil([&] { return done.load(); }));
-    command.join();
+    execute(*copy);
     expectRecord(QStringLiteral("Video '%1' encoding done").arg(name), 3000, 295);
     EXPECT_FALSE(m_Log.contains(QStringLiteral("Video grabbing aborted")));
+}
+
+namespace {
+
+/// The classes whose signals reach an object.
+QStringList sendersOf(const QObject& object)
+{
+    static QStringList senders;
+    senders.clear();
+    const auto before = qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString& text) {
+        const QString line = text.trimmed();
+        if (line.startsWith(QLatin1String("<-- ")))
+            senders << line.section(QLatin1Char(' '), 1, 1).section(QStringLiteral("::"), 0, -2);
+    });
+    object.dumpObjectInfo();
+    qInstallMessageHandler(before);
+    senders.removeDuplicates();
+    senders.sort();
+    return senders;
+}
+
+} // namespace
+
+TEST_F(GrabVideoTest, AStopLetsThePanelGoAndThePanelsEndTheHandler)
+{
+    const QString panelClass = QStringLiteral("tov::gui::ScenePanel");
+    const QString handlerClass = QStringLiteral("tov::grab::VideoHandler");
+    setChunks(0, true);
+    activePanel();
+    for (const bool stops : {true, false}) {
+        const auto copy = freeRecorder(file("let.raw"));
+        auto* recorder = dynamic_cast<GrabVideo*>(copy.get());
+        {
+            std::lock_guard<std::mutex> guard(m_Journal.mutex);
+            m_Journal.chunks.clear();
+        }
+        copy->updateProcessed(50);
+        std::atomic<bool> done{false};
+        std::thread command([&] {
+            copy->execute();
+            done = true;
+        });
+        EXPECT_TRUE(framesTaken(1, 32, 16));
+        EXPECT_EQ(copy->getProcessed(), -1);
+        EXPECT_EQ(sendersOf(*recorder), (QStringList{handlerClass, panelClass}));
+        // The command goes on only when this thread runs its next piece of work.
+        if (stops)
+            recorder->abort();
+        else
+            EXPECT_TRUE(QMetaObject::invokeMethod(recorder, "grabbingPanelClosed", Qt::DirectConnection));
+        EXPECT_EQ(sendersOf(*recorder), QStringList{stops ? handlerClass : panelClass});
+        EXPECT_TRUE(processUntil([&] { return done.load(); }));
+        command.join();
+        EXPECT_TRUE(sendersOf(*recorder).isEmpty());
+        EXPECT_EQ(QFileInfo::exists(file("let.raw")), stops);
+        QFile::remove(file("let.raw"));
+    }
 }
 
 TEST_F(GrabVideoTest, FollowsTheActivePanel)
@@ -356,6 +426,30 @@ TEST_F(GrabVideoTest, OnePanelIsRecordedOnceAndTwoSideBySide)
     }
 }
 
+TEST_F(GrabVideoTest, TheEndOfARecordingEnablesOnlyForTheActivePanel)
+{
+    setChunks(0, true);
+    activePanel();
+    const auto one = start(file("one.raw"), QStringLiteral("width=32 height=16 sync=0"));
+    ASSERT_TRUE(framesTaken(1, 32, 16));
+    Viewer::getInstance()->setActivePanel(nullptr);
+    one->stop();
+    ASSERT_TRUE(finish(one));
+    EXPECT_TRUE(mp_Prototype->isDisabled()) << "there is no active panel";
+    // Nor while the panel that is active now is being recorded itself.
+    activePanel();
+    const auto two = start(file("two.raw"), QStringLiteral("width=32 height=16 sync=0"));
+    ASSERT_TRUE(processUntil([&] { return QFileInfo::exists(file("two.raw")); }));
+    auto* third = activePanel();
+    const auto three = start(file("three.raw"), QStringLiteral("width=32 height=16 sync=0"));
+    ASSERT_TRUE(processUntil([&] { return QFileInfo::exists(file("three.raw")); }));
+    two->stop();
+    ASSERT_TRUE(finish(two));
+    EXPECT_TRUE(mp_Prototype->isDisabled());
+    Viewer::getInstance()->closePanel(third);
+    ASSERT_TRUE(finish(three));
+}
+
 TEST_F(GrabVideoTest, TheStopOfTheUserKeepsWhatWasCaptured)
 {
     setChunks(0, true);
@@ -421,18 +515,9 @@ TEST_F(GrabVideoTest, AStopBeforeTheBeginningIsNotLost)
     setChunks(0, true);
     activePanel();
     const QString name = file("early.raw");
-    std::unique_ptr<tov::main::Command> copy(mp_Prototype->clone());
-    CommandArguments arguments;
-    arguments.positional = QStringList{name, "32", "16", "0"};
-    ASSERT_TRUE(copy->setParameters(arguments, nullptr));
+    const auto copy = freeRecorder(name);
     copy->abort();
-    std::atomic<bool> done{false};
-    std::thread command([&] {
-        copy->execute();
-        done = true;
-    });
-    EXPECT_TRUE(processUntil([&] { return done.load(); }));
-    command.join();
+    execute(*copy);
     expectRecord(QStringLiteral("Video '%1' encoding done").arg(name), 3000, 295);
     // After the end it does nothing.
     copy->abort();

@@ -11,6 +11,7 @@
 #include "scene/viewer.h"
 #include "tests/support/logcapture.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QIcon>
@@ -298,6 +299,36 @@ TEST(ModuleLibrary, TheModuleNamesItsGroupsAndStartsWithTwoMessages)
     EXPECT_FALSE(EventHandler::getInstance()->isRegistered("Grab"));
     recycleFactory();
     library.unload();
+}
+
+TEST(ModuleLibrary, StartingLoadsTheEncodersAndTheModulesEndUnloadsThem)
+{
+    const QDir folder(QCoreApplication::applicationDirPath() + QStringLiteral("/plugins/video"));
+    ASSERT_TRUE(QDir().mkpath(folder.path()));
+    const QString plugin = folder.filePath(QStringLiteral("rawcopy.so"));
+    QFile::remove(plugin);
+    ASSERT_TRUE(QFile::copy(QStringLiteral(TOV_BINARY_DIR "/tests/zoo/rawcopy.so"), plugin));
+    const auto isLoaded = [name = QFile::encodeName(plugin)] {
+        void* handle = dlopen(name.constData(), RTLD_NOW | RTLD_NOLOAD);
+        return handle && dlclose(handle) == 0;
+    };
+    QLibrary library(QString::fromLatin1(ModuleFile));
+    ASSERT_TRUE(library.load());
+    const auto getFactory = GetFactory(library.resolve("getFactory"));
+    const auto recycleFactory = RecycleFactory(library.resolve("recycleFactory"));
+    Module* module = getFactory()->createModule();
+    EXPECT_FALSE(isLoaded());
+    std::vector<bool> loadedAtMessage;
+    module->initialize([&](const QString&) { loadedAtMessage.push_back(isLoaded()); });
+    EXPECT_EQ(loadedAtMessage, (std::vector<bool>{false, false})) << "both messages come before";
+    EXPECT_TRUE(isLoaded());
+    module->finalize();
+    EXPECT_TRUE(isLoaded()) << "nothing ends before the module does";
+    delete module;
+    EXPECT_FALSE(isLoaded());
+    recycleFactory();
+    library.unload();
+    QFile::remove(plugin);
 }
 
 TEST(ModuleLibrary, VirtualOperationsStandInTheStatedOrder)

@@ -4,23 +4,28 @@
 #include "grab/videohandler.h"
 #include "kernel/events/eventhandler.h"
 #include "kernel/gui/zprogressdialog.h"
+#include "kernel/main/abstractparameter.h"
 #include "kernel/main/commandprocessor.h"
 #include "kernel/main/event.h"
 #include "kernel/main/eventmanager.h"
 #include "kernel/main/overseer.h"
+#include "kernel/main/parameterset.h"
 #include "scene/scenedrawer.h"
 #include "scene/scenepanel.h"
+#include "scene/sharedcontext.h"
+#include "tests/grab/glshim.h"
 #include "tests/grab/scenes.h"
-#include "kernel/main/parameterset.h"
-#include "kernel/main/abstractparameter.h"
 #include "tests/support/logcapture.h"
 #include "tests/support/temporarysettings.h"
 
 #include <QFile>
 #include <QGuiApplication>
 #include <QImageReader>
-#include <QTemporaryDir>
+#include <QOffscreenSurface>
+#include <QOpenGLContext>
 #include <QOpenGLFramebufferObject>
+#include <QTemporaryDir>
+#include <QThread>
 
 #include <GL/gl.h>
 
@@ -99,19 +104,6 @@ protected:
 
 typedef std::vector<std::pair<int, int>> Sizes;
 
-/// As in the shim.
-struct Draw
-{
-    const void* root;
-    const void* second;
-    double transform[16];
-    double lineOffset;
-    int layers, primitives;
-    GLint shadeModel, depthTest, lighting, light0, colorMaterial, matrixMode;
-    unsigned char colorMask[4];
-    double modelView[16];
-};
-
 } // namespace
 
 TEST_F(FaultTest, TilesComeRowByRowFromTheBottomWithTheShortRowOnTop)
@@ -176,7 +168,7 @@ TEST_F(FaultTest, EachTileIsDrawnLitWithTheSameArguments)
         GrabImage command(&image, &view, nullptr);
         command.saveImage(&image, view);
     }
-    const auto* draws = static_cast<Draw*>(dlsym(RTLD_DEFAULT, "shimDraws"));
+    const auto* draws = static_cast<ShimDraw*>(dlsym(RTLD_DEFAULT, "shimDraws"));
     ASSERT_EQ(shim<int>("shimDrawCount"), 2);
     for (int i = 0; i < 2; ++i) {
         EXPECT_EQ(draws[i].root, Viewer::getInstance()->getGlobalScene()->getRootNode());
@@ -197,6 +189,38 @@ TEST_F(FaultTest, EachTileIsDrawnLitWithTheSameArguments)
         for (const unsigned char open : draws[i].colorMask)
             EXPECT_TRUE(open);
     }
+}
+
+namespace {
+
+int drawings = 0;
+
+} // namespace
+
+TEST_F(FaultTest, TheContextSharesWithTheHostsAndTheSurfaceHasItsFormat)
+{
+    drawings = 0;
+    shim<void (*)()>("shimOnDraw") = [] {
+        ++drawings;
+        QOpenGLContext* shared = tov::scene::_GlobalContext()->glContext();
+        QOpenGLContext* context = QOpenGLContext::currentContext();
+        ASSERT_TRUE(context);
+        EXPECT_NE(context, shared);
+        EXPECT_EQ(context->shareContext(), shared);
+        EXPECT_EQ(context->thread(), QThread::currentThread());
+        const auto* surface = dynamic_cast<QOffscreenSurface*>(context->surface());
+        ASSERT_TRUE(surface);
+        EXPECT_EQ(surface->requestedFormat(), shared->format());
+        EXPECT_EQ(surface->thread(), QThread::currentThread());
+    };
+    rendered(64, 64);
+    EXPECT_EQ(drawings, 1);
+    QThread* thread = QThread::create([this] { rendered(64, 64); });
+    thread->start();
+    EXPECT_TRUE(processUntil([&] { return thread->isFinished(); }));
+    delete thread;
+    shim<void (*)()>("shimOnDraw") = nullptr;
+    EXPECT_EQ(drawings, 2);
 }
 
 TEST_F(FaultTest, TheBackgroundIsClearedWithAlphaZero)
@@ -266,6 +290,7 @@ TEST_F(FaultTest, TheSceneIsLockedFromBeforeTheFirstTileUntilAfterTheLast)
     rendered(600, 100);
     EXPECT_EQ(seen, (locked + QStringList{"opened", "0 after 0 tiles", "50 after 1 tiles"} + unlocked +
                      QStringList{"closed"}));
+    EXPECT_EQ(shim<int>("shimLockType"), 7);
     // A framebuffer that cannot be bound: the same, the other way about.
     seen.clear();
     shim<int>("shimDrawCount") = 0;
@@ -408,7 +433,7 @@ TEST_F(FaultTest, APanelThatIsClosedOrSucceededBetweenSizeAndView)
         } else {
             EXPECT_EQ(QImageReader(name).size(), QSize(64, 32));
             ASSERT_EQ(shim<int>("shimDrawCount"), 1);
-            const auto& draw = *static_cast<Draw*>(dlsym(RTLD_DEFAULT, "shimDraws"));
+            const auto& draw = *static_cast<ShimDraw*>(dlsym(RTLD_DEFAULT, "shimDraws"));
             EXPECT_TRUE(std::equal(draw.transform, draw.transform + 16, view.data()));
             Viewer::getInstance()->closePanel(watchedPanel);
         }

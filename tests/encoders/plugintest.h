@@ -1,0 +1,46 @@
+#pragma once
+
+// What the tests of encoder plug-ins share.
+
+#include "grab/video/videoencoder.h"
+
+#include <QBuffer>
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+
+#include <gtest/gtest.h>
+
+namespace tov::test {
+
+/// A chunk of these bytes, standing at its end as the capture hands it over; the caller owns it.
+inline QIODevice* chunkOf(const QByteArray& bytes)
+{
+    auto* buffer = new QBuffer;
+    buffer->open(QIODevice::ReadWrite);
+    buffer->write(bytes);
+    return buffer;
+}
+
+/// Loads these plug-ins of the build, and no others, for a whole suite.
+class PluginTest : public testing::Test
+{
+protected:
+    static void loadPlugins(std::initializer_list<const char*> names)
+    {
+        const QString folder = QCoreApplication::applicationDirPath() + QStringLiteral("/plugins/video/");
+        QDir(folder).removeRecursively();
+        QDir().mkpath(folder);
+        for (const char* name : names)
+            ASSERT_TRUE(QFile::copy(QStringLiteral(TOV_BINARY_DIR "/bin/plugins/video/") + QLatin1String(name),
+                                    folder + QLatin1String(name)));
+        tov::grab::video::VideoEncoder::getInstance()->refreshPlugins();
+    }
+    static void TearDownTestSuite()
+    {
+        delete tov::grab::video::VideoEncoder::getInstance();
+        tov::grab::video::VideoEncoder::forgetInstance();
+    }
+};
+
+} // namespace tov::test
