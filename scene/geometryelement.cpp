@@ -98,13 +98,14 @@ void GeometryElement::order(Geometry& geometry)
         m_Box.add(&p[i]);
 
     std::vector<Keyed> keyed(primitives);
-    float scale[3];
+    // In doubles: sums and extents of floats may leave the range of floats.
+    double scale[3];
     for (int axis = 0; axis < 3; ++axis) {
-        const float extent = m_Box.high[axis] - m_Box.low[axis];
-        scale[axis] = extent > 0 ? 1023.0f / extent : 0.0f;
+        const double extent = double(m_Box.high[axis]) - m_Box.low[axis];
+        scale[axis] = extent > 0 ? 1023 / extent : 0;
     }
     for (std::size_t i = 0; i < primitives; ++i) {
-        float centre[3] = {};
+        double centre[3] = {};
         for (std::size_t k = 0; k < perPrimitive; ++k) {
             const std::size_t at = 3 * std::size_t(geometry.indices[i * perPrimitive + k]);
             for (int axis = 0; axis < 3; ++axis)
@@ -112,8 +113,8 @@ void GeometryElement::order(Geometry& geometry)
         }
         std::uint32_t key = 0;
         for (int axis = 0; axis < 3; ++axis) {
-            const float at = (centre[axis] / float(perPrimitive) - m_Box.low[axis]) * scale[axis];
-            key |= spread(std::uint32_t(std::clamp(at, 0.0f, 1023.0f))) << axis;
+            const double at = (centre[axis] / double(perPrimitive) - m_Box.low[axis]) * scale[axis];
+            key |= spread(std::uint32_t(std::clamp(at, 0.0, 1023.0))) << axis;
         }
         keyed[i] = {key, std::uint32_t(i)};
     }

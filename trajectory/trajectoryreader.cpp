@@ -147,8 +147,9 @@ bool TrajectoryReader::readJson(const QByteArray& data, MatrixMapList& list, QSt
     if (problem.error != QJsonParseError::NoError)
         return complain(error, 1 + data.left(problem.offset).count('\n'), problem.errorString());
     const auto fail = [error](const QString& what) {
+        // Names of elements may hold anything; an error is one line.
         if (error)
-            *error = what;
+            *error = what.simplified();
         return false;
     };
     if (!document.isArray() || document.array().isEmpty())
@@ -164,13 +165,12 @@ bool TrajectoryReader::readJson(const QByteArray& data, MatrixMapList& list, QSt
             const QJsonArray numbers = it.value().toArray();
             if (numbers.size() != 16)
                 return fail(tr("position %1: \"%2\" has %3 numbers instead of 16")
-                                .arg(number)
-                                .arg(it.key())
-                                .arg(numbers.size()));
+                                .arg(QString::number(number), it.key(), QString::number(numbers.size())));
             tov::math::Matrix4 matrix;
             for (int i = 0; i < 16; ++i) {
                 if (!numbers[i].isDouble() || !std::isfinite(numbers[i].toDouble()))
-                    return fail(tr("position %1: \"%2\" holds something that is no number").arg(number).arg(it.key()));
+                    return fail(tr("position %1: \"%2\" holds something that is no number")
+                                    .arg(QString::number(number), it.key()));
                 matrix.data()[i] = numbers[i].toDouble();
             }
             map[it.key()] = matrix;

@@ -8,7 +8,8 @@ namespace {
 
 QString complaint(int line, const QString& text)
 {
-    return QCoreApplication::translate("CommandParser", "line %1: %2").arg(line).arg(text);
+    // Words in quotes may hold line ends; a complaint is one line.
+    return QCoreApplication::translate("CommandParser", "line %1: %2").arg(line).arg(text.simplified());
 }
 
 /// One word of a command: its text, and where the first "=" outside quotes stands (-1: nowhere).

@@ -218,6 +218,15 @@ TEST_F(ModelFaults, CountsBeyondMeasure)
     print("counts");
 }
 
+TEST_F(ModelFaults, ExtentsAtTheEndsOfTheRangeOfFloats)
+{
+    // Found by fuzzing: sizes that overflow, or are too small to divide by.
+    for (const char* numbers : {"3e38 -3e38 1e-45", "3e38 3e38 3e38", "1e-45 0 0", "-3e38 1e-40 0"})
+        EXPECT_TRUE(readOrRefused(write(QStringLiteral("ends.obj"),
+                                        QByteArray("v 0 0 0\nv ") + numbers + "\nv -3e38 0 1\nf 1 2 3\nf 3 2 1\n")))
+            << last.toStdString();
+}
+
 TEST_F(ModelFaults, TreesAMillionDeep)
 {
     // Nodes within nodes; the reader has a stack of its own, in a process of its own.

@@ -108,8 +108,9 @@ std::ostream& operator<<(std::ostream& stream, const Step& step)
 {
     return stream << step.what.toStdString() << " after " << step.declarations;
 }
-std::vector<Step> steps;
-std::vector<const unsigned char*> resourceData;
+// Never freed: other libraries unregister their resources when the process is nearly gone.
+std::vector<Step>& steps = *new std::vector<Step>;
+std::vector<const unsigned char*>& resourceData = *new std::vector<const unsigned char*>;
 
 void note(const QString& what)
 {

@@ -38,7 +38,8 @@ TEST(CommandParser, WordsByPositionAndByName)
 
 TEST(CommandParser, QuotesKeepBlanksHashesAndEqualSigns)
 {
-    const auto commands = parsed(QStringLiteral("x \"a b#c=d\" 'it \"is\"' name=\"two words\" e=\"q\\\"\\\\\\n\\t\\z\""));
+    const auto commands =
+        parsed(QStringLiteral("x \"a b#c=d\" 'it \"is\"' name=\"two words\" e=\"q\\\"\\\\\\n\\t\\z\""));
     ASSERT_EQ(commands.size(), 1u);
     EXPECT_EQ(commands[0].arguments.positional, (QStringList{"a b#c=d", "it \"is\""}));
     EXPECT_EQ(commands[0].arguments.named[0].second, "two words");
@@ -68,13 +69,15 @@ TEST(CommandParser, ErrorsNameTheLine)
               "line 3: \"2\" stands after a named argument; arguments by position come first");
     EXPECT_EQ(refused(QStringLiteral("a =1")), "line 1: \"=1\" has no name before \"=\"");
     EXPECT_EQ(refused(QStringLiteral("x=1")), "line 1: \"x=1\" stands where a command's name is expected");
+    EXPECT_EQ(refused(QStringLiteral("\"a\\nb\"=1")), "line 1: \"a b=1\" stands where a command's name is expected")
+        << "one line, whatever is in it";
     EXPECT_EQ(refused(QString(QChar(0)) + QStringLiteral("a")), "line 1: there is a NUL character at column 1");
 }
 
 TEST(CommandParser, QuotedValuesAreReadBack)
 {
-    for (const QString& value : {QString(), QStringLiteral("a b"), QStringLiteral("\"\\'=#"), QStringLiteral("line\nfeed\t"),
-                                 QString::fromUtf8("B\xc3\xa4r %1")}) {
+    for (const QString& value : {QString(), QStringLiteral("a b"), QStringLiteral("\"\\'=#"),
+                                 QStringLiteral("line\nfeed\t"), QString::fromUtf8("B\xc3\xa4r %1")}) {
         const auto commands = parsed(QStringLiteral("x f=") + CommandParser::quoted(value));
         ASSERT_EQ(commands.size(), 1u);
         EXPECT_EQ(commands[0].arguments.named.at(0).second, value);

@@ -130,6 +130,25 @@ TEST(TrajectoryReader, TumErrorsNameTheLine)
     EXPECT_TRUE(startsWith(tumError("t x y z qx qy qz qw\n0 1 2 3 0 0 0 1\n"), "line 1: ")) << "no headings here";
 }
 
+TEST(TrajectoryReader, JsonNamesOfEveryKindGiveOneLine)
+{
+    MatrixMapList list;
+    QString error;
+    EXPECT_FALSE(TrajectoryReader::readJson("[{\"a\\n%3 b\": [1, 2]}]", list, &error));
+    EXPECT_EQ(error.toStdString(), "position 1: \"a %3 b\" has 2 numbers instead of 16");
+}
+
+TEST(TrajectoryReader, FilesAMillionDeepAreRefused)
+{
+    MatrixMapList list;
+    QString error;
+    EXPECT_FALSE(TrajectoryReader::readJson(QByteArray("[").repeated(1000000), list, &error));
+    EXPECT_FALSE(error.isEmpty());
+    error.clear();
+    EXPECT_FALSE(TrajectoryReader::readJson(QByteArray("[{\"a\":").repeated(500000), list, &error));
+    EXPECT_FALSE(error.isEmpty());
+}
+
 TEST(TrajectoryReader, JsonHoldsMatricesByName)
 {
     MatrixMapList list;

@@ -1,0 +1,35 @@
+// Texts of parameters: a value or an exception; a value's own text is one again.
+
+#include "kernel/main/castclassmanager.h"
+#include "kernel/math/matrix.h"
+
+#include <QImage>
+
+#include <cstdlib>
+
+using tov::main::CastClass;
+using tov::main::CastClassManager;
+using tov::util::ZPointer;
+
+extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size)
+{
+    if (size == 0)
+        return 0;
+    // Not pictures: their text is a file's name.
+    const std::type_info* const types[] = {&typeid(bool), &typeid(int), &typeid(double), &typeid(tov::math::Matrix4)};
+    const ZPointer<CastClass> cast = CastClassManager::getInstance()->createCastClassForType(types[data[0] % 4]);
+    const QString text = QString::fromUtf8(reinterpret_cast<const char*>(data + 1), int(size - 1));
+    void* value = nullptr;
+    try {
+        value = cast->fromString(text);
+    } catch (const std::exception&) {
+        return 0;
+    }
+    const QString written = cast->toString(value);
+    cast->deleteValue(value);
+    void* again = cast->fromString(written); // an exception here is a finding
+    if (cast->toString(again) != written)
+        std::abort();
+    cast->deleteValue(again);
+    return 0;
+}
