@@ -1,8 +1,8 @@
 /* Preloaded into the program under test: lets the N-th call of a kind fail.
  *
- *   TOV_FAULT=KIND:N:ONCE:ERRNO   KIND: write (to ordinary files), create (opening a file to write), tmpfile is among it
- *                                 ONCE: 1 = that call only, 0 = from then on; ERRNO 0 = half of the bytes are written
- *   TOV_FAULT_COUNT=FILE          how many calls of the kind there were, at the end
+ *   TOV_FAULT=KIND:N:ONCE:ERRNO   KIND: write (to ordinary files), create (opening a file to write), tmpfile is among
+ * it, sysinfo ONCE: 1 = that call only, 0 = from then on; ERRNO 0 = half of the bytes are written TOV_FAULT_COUNT=FILE
+ * how many calls of the kind there were, at the end
  */
 #define _GNU_SOURCE
 #include <dlfcn.h>
@@ -14,6 +14,7 @@
 #include <stdlib.h>
 #include <string.h>
 #include <sys/stat.h>
+#include <sys/sysinfo.h>
 #include <sys/types.h>
 #include <unistd.h>
 
@@ -56,45 +57,45 @@ static int is_file(int descriptor)
     return fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
 }
 
-#define WRITE(name, parameters, arguments)                                                                            \
-    ssize_t name parameters                                                                                           \
-    {                                                                                                                 \
-        static ssize_t(*real) parameters;                                                                             \
-        if (!real)                                                                                                    \
-            real = (ssize_t(*) parameters)dlsym(RTLD_NEXT, #name);                                                    \
-        if (is_file(descriptor) && hit("write")) {                                                                    \
-            if (wanted_errno == 0 && size > 1)                                                                        \
-                size /= 2;                                                                                            \
-            else if (wanted_errno != 0) {                                                                             \
-                errno = wanted_errno;                                                                                 \
-                return -1;                                                                                            \
-            }                                                                                                         \
-        }                                                                                                             \
-        return real arguments;                                                                                        \
+#define WRITE(name, parameters, arguments)                                                                             \
+    ssize_t name parameters                                                                                            \
+    {                                                                                                                  \
+        static ssize_t(*real) parameters;                                                                              \
+        if (!real)                                                                                                     \
+            real = (ssize_t(*) parameters)dlsym(RTLD_NEXT, #name);                                                     \
+        if (is_file(descriptor) && hit("write")) {                                                                     \
+            if (wanted_errno == 0 && size > 1)                                                                         \
+                size /= 2;                                                                                             \
+            else if (wanted_errno != 0) {                                                                              \
+                errno = wanted_errno;                                                                                  \
+                return -1;                                                                                             \
+            }                                                                                                          \
+        }                                                                                                              \
+        return real arguments;                                                                                         \
     }
 
 WRITE(write, (int descriptor, const void* bytes, size_t size), (descriptor, bytes, size))
 WRITE(pwrite, (int descriptor, const void* bytes, size_t size, off_t at), (descriptor, bytes, size, at))
 WRITE(pwrite64, (int descriptor, const void* bytes, size_t size, off64_t at), (descriptor, bytes, size, at))
 
-#define OPEN(name, before, after)                                                                                     \
-    int name(before const char* path, int flags, ...)                                                                 \
-    {                                                                                                                 \
-        static int (*real)(before const char*, int, ...);                                                             \
-        if (!real)                                                                                                    \
-            real = (int (*)(before const char*, int, ...))dlsym(RTLD_NEXT, #name);                                    \
-        mode_t mode = 0;                                                                                              \
-        if (flags & (O_CREAT | __O_TMPFILE)) {                                                                        \
-            va_list list;                                                                                             \
-            va_start(list, flags);                                                                                    \
-            mode = (mode_t)va_arg(list, int);                                                                         \
-            va_end(list);                                                                                             \
-            if (hit("create")) {                                                                                      \
-                errno = wanted_errno;                                                                                 \
-                return -1;                                                                                            \
-            }                                                                                                         \
-        }                                                                                                             \
-        return real(after path, flags, mode);                                                                         \
+#define OPEN(name, before, after)                                                                                      \
+    int name(before const char* path, int flags, ...)                                                                  \
+    {                                                                                                                  \
+        static int (*real)(before const char*, int, ...);                                                              \
+        if (!real)                                                                                                     \
+            real = (int (*)(before const char*, int, ...))dlsym(RTLD_NEXT, #name);                                     \
+        mode_t mode = 0;                                                                                               \
+        if (flags & (O_CREAT | __O_TMPFILE)) {                                                                         \
+            va_list list;                                                                                              \
+            va_start(list, flags);                                                                                     \
+            mode = (mode_t)va_arg(list, int);                                                                          \
+            va_end(list);                                                                                              \
+            if (hit("create")) {                                                                                       \
+                errno = wanted_errno;                                                                                  \
+                return -1;                                                                                             \
+            }                                                                                                          \
+        }                                                                                                              \
+        return real(after path, flags, mode);                                                                          \
     }
 
 #define COMMA ,
@@ -102,3 +103,15 @@ OPEN(open, , )
 OPEN(open64, , )
 OPEN(openat, int folder COMMA, folder COMMA)
 OPEN(openat64, int folder COMMA, folder COMMA)
+
+int sysinfo(struct sysinfo* info)
+{
+    if (hit("sysinfo")) {
+        errno = EFAULT;
+        return -1;
+    }
+    static int (*real)(struct sysinfo*);
+    if (!real)
+        real = (int (*)(struct sysinfo*))dlsym(RTLD_NEXT, "sysinfo");
+    return real(info);
+}

@@ -35,7 +35,7 @@ def main(build, source, highest=10000):
         'mkv': (['video', model, '--size', '64x48', '--turntable', str(FRAMES), '--quiet'], lambda n: frames_of(n) == FRAMES),
     }
     faults = [('write', errno.ENOSPC), ('write', errno.EIO), ('write', errno.EINTR), ('write', 0), ('create', errno.EMFILE),
-              ('create', errno.EACCES)]
+              ('create', errno.EACCES), ('sysinfo', errno.EFAULT)]
     runs = good = 0
     for suffix, (arguments, is_whole) in jobs.items():
         for kind, number in faults:
