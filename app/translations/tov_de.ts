@@ -1243,8 +1243,8 @@
         <translation>Öffnen</translation>
     </message>
     <message>
-        <source>Models (%1);;Trajectories (*.csv *.tum *.json);;All files (*)</source>
-        <translation>Modelle (%1);;Trajektorien (*.csv *.tum *.json);;Alle Dateien (*)</translation>
+        <source>Models (%1);;Trajectories (*.csv *.tum *.txt *.json);;All files (*)</source>
+        <translation>Modelle (%1);;Trajektorien (*.csv *.tum *.txt *.json);;Alle Dateien (*)</translation>
     </message>
     <message>
         <source>Another file is still being opened; try again then.</source>

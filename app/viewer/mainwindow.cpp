@@ -90,7 +90,8 @@ enum MenuPosition
 bool isTrajectoryFile(const QString& fileName)
 {
     const QString suffix = QFileInfo(fileName).suffix().toLower();
-    return suffix == QLatin1String("csv") || suffix == QLatin1String("tum") || suffix == QLatin1String("json");
+    return suffix == QLatin1String("csv") || suffix == QLatin1String("tum") || suffix == QLatin1String("txt") ||
+           suffix == QLatin1String("json");
 }
 
 } // namespace
@@ -321,7 +322,7 @@ void MainWindow::chooseFiles()
     const QString key = QStringLiteral("window/lastmodeldirectory");
     const QStringList names = QFileDialog::getOpenFileNames(
         this, tr("Open"), tovSettings().value(key).toString(),
-        tr("Models (%1);;Trajectories (*.csv *.tum *.json);;All files (*)").arg(patterns.join(QLatin1Char(' '))));
+        tr("Models (%1);;Trajectories (*.csv *.tum *.txt *.json);;All files (*)").arg(patterns.join(QLatin1Char(' '))));
     if (names.isEmpty())
         return;
     tovSettings().setValue(key, QFileInfo(names.first()).absolutePath());

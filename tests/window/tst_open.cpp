@@ -80,6 +80,14 @@ TEST_F(WindowOpen, DroppedModelAndTrajectoryAreBothOpened)
     EXPECT_GT(TrajectoryHandler::getInstance()->getCount(), 0u);
 }
 
+TEST_F(WindowOpen, DroppedTextFileOfPosesIsATrajectory)
+{
+    ASSERT_TRUE(QFile::copy(sample("flight.tum"), file("flight.txt")));
+    drop({QUrl::fromLocalFile(file("flight.txt"))});
+    EXPECT_GT(TrajectoryHandler::getInstance()->getCount(), 0u);
+    EXPECT_TRUE(window().getNotices()->getTexts().isEmpty());
+}
+
 TEST_F(WindowOpen, BadFilesAreToldAndTheSceneStays)
 {
     drop({QUrl::fromLocalFile(sample("crane.obj"))});
