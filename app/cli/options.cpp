@@ -1,6 +1,7 @@
 #include "app/cli/options.h"
 
 #include <QCoreApplication>
+#include <QFileInfo>
 
 #include <vector>
 
@@ -106,6 +107,11 @@ bool readOptions(const QStringList& arguments, Options& options, QString* error)
     int i = 0;
     if (!arguments.isEmpty() && isVerb(arguments.first()))
         options.verb = arguments[i++];
+    // A verb with a slip of the finger is not a file that is missing.
+    else if (const QString word = arguments.value(0); !word.isEmpty() && !word.startsWith(QLatin1Char('-')) &&
+                                                      !word.contains(QLatin1Char('.')) &&
+                                                      !word.contains(QLatin1Char('/')) && !QFileInfo::exists(word))
+        return fail(tr("there is neither a verb nor a file named \"%1\"").arg(word));
     bool ended = false;
     for (; i < arguments.size(); ++i) {
         const QString& argument = arguments[i];

@@ -675,6 +675,10 @@
         <source>%1 was not written: a recording with sync=1 follows a trajectory, and there is none; give --trajectory or --turntable, or sync=0</source>
         <translation>%1 wurde nicht geschrieben: eine Aufnahme mit sync=1 folgt einer Trajektorie, und es gibt keine; bitte --trajectory oder --turntable angeben, oder sync=0</translation>
     </message>
+    <message>
+        <source>there is neither a verb nor a file named &quot;%1&quot;</source>
+        <translation>weder ein Verb noch eine Datei heißt „%1“</translation>
+    </message>
 </context>
 <context>
     <name>tov::app::LibraryProbe</name>

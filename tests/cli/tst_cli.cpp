@@ -142,6 +142,7 @@ TEST_F(CliTest, WrongUsageIsOneLineAndStatusTwo)
 {
     const std::pair<QStringList, const char*> rows[] = {
         {{"--nonsense"}, "there is no option --nonsense (see tov --help)"},
+        {{"imag", Cube, "-o", "a.png"}, "there is neither a verb nor a file named \"imag\" (see tov --help)"},
         {{"--width", "5"}, "the option --width needs a verb"},
         {{"image", "--fps", "5"}, "image has no option --fps"},
         {{"image", "-o"}, "-o needs a value (OUT)"},
