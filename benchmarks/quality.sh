@@ -35,4 +35,4 @@ row av1.mkv mkv -c:v libaom-av1 -cpu-used 8 -usage realtime -row-mt 1 -b:v 1200k
 # JPEG has colours of its own.
 matrix=bt601 range=pc
 to709=(-vf "scale=out_color_matrix=bt601:out_range=pc:flags=accurate_rnd+full_chroma_int+bicubic,format=yuvj420p")
-row avi avi -c:v mjpeg -qscale 3 -huffman optimal
+row avi avi -c:v mjpeg -qscale 2 -huffman optimal

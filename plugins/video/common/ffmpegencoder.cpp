@@ -318,6 +318,8 @@ bool FFmpegEncoder::encodeFrame(const uchar* bgra)
     const int strides[4] = {m_Width * 4, 0, 0, 0};
     sws_scale(d->scaler.get(), planes, strides, 0, m_Height, d->frame->data, d->frame->linesize);
     d->frame->pts = m_Frames++;
+    // A fixed quality is read from each frame, not from the codec's context.
+    d->frame->quality = d->codec->global_quality;
     return d->graph ? filterAndSend(false) : send(false);
 }
 
