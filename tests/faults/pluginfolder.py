@@ -111,7 +111,10 @@ try:
         return copy.judge(texts=[f'/a{i}.so' for i in range(15)])
 
     bits = random.Random(3)
-    for batch in range(10):
+    with open(BUILD + '/bin/tov', 'rb') as program:
+        sanitized = b'__asan_init' in program.read()
+    # The address sanitizer has tables of its own in every library, and trusts them.
+    for batch in range(0 if sanitized else 10):
         @case(f'good plug-ins with a flipped bit, 15 at a time, batch {batch}')
         def _(copy):
             # What still loads is one more plug-in for the format "frames"; whichever comes first has it.
