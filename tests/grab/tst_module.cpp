@@ -108,13 +108,22 @@ std::ostream& operator<<(std::ostream& stream, const Step& step)
 {
     return stream << step.what.toStdString() << " after " << step.declarations;
 }
-// Never freed: other libraries unregister their resources when the process is nearly gone.
-std::vector<Step>& steps = *new std::vector<Step>;
-std::vector<const unsigned char*>& resourceData = *new std::vector<const unsigned char*>;
+// Made at first use and never freed: other libraries register their resources before this program's own objects are
+// made, and unregister them when the process is nearly gone.
+std::vector<Step>& steps()
+{
+    static auto* const noted = new std::vector<Step>;
+    return *noted;
+}
+std::vector<const unsigned char*>& resourceData()
+{
+    static auto* const noted = new std::vector<const unsigned char*>;
+    return *noted;
+}
 
 void note(const QString& what)
 {
-    steps.push_back({what, EventHandler::getInstance()->getDeclarations().size()});
+    steps().push_back({what, EventHandler::getInstance()->getDeclarations().size()});
 }
 
 template <typename Function>
@@ -136,7 +145,7 @@ TOV_EXPORT bool qRegisterResourceData(int version, const unsigned char* tree, co
                                       const unsigned char* data)
 {
     note(QStringLiteral("register resources %1").arg(version));
-    resourceData.push_back(data);
+    resourceData().push_back(data);
     return next<ResourceFunction>("_Z21qRegisterResourceDataiPKhS0_S0_")(version, tree, names, data);
 }
 
@@ -144,7 +153,7 @@ TOV_EXPORT bool qUnregisterResourceData(int version, const unsigned char* tree, 
                                         const unsigned char* data)
 {
     note(QStringLiteral("unregister resources %1").arg(version));
-    resourceData.push_back(data);
+    resourceData().push_back(data);
     return next<ResourceFunction>("_Z23qUnregisterResourceDataiPKhS0_S0_")(version, tree, names, data);
 }
 
@@ -159,13 +168,13 @@ bool ModuleFactory::registerPrimaryCommand(Command* (*create)())
 TEST(ModuleLibrary, RegistersEventsAndCommandsInTheStatedOrder)
 {
     const auto before = EventHandler::getInstance()->getDeclarations().size();
-    steps.clear();
-    resourceData.clear();
+    steps().clear();
+    resourceData().clear();
     QLibrary library(QString::fromLatin1(ModuleFile));
     ASSERT_TRUE(library.load()) << library.errorString().toStdString();
     const QString registered = QStringLiteral("register resources 2"), command = QStringLiteral("command");
     // Between the lists of the units; the first command brings the factory, the last unit is that of the resources.
-    EXPECT_EQ(steps, (std::vector<Step>{{registered, before + 49},
+    EXPECT_EQ(steps(), (std::vector<Step>{{registered, before + 49},
                                         {command, before + 49},
                                         {command, before + 60},
                                         {command, before + 107},
@@ -188,15 +197,15 @@ TEST(ModuleLibrary, RegistersEventsAndCommandsInTheStatedOrder)
         EXPECT_EQ(command->getDescriptor()->getName(), QLatin1String(names[i]));
         Overseer::getInstance()->getCommandProcessor()->destroyCommand(command);
     }
-    steps.clear();
+    steps().clear();
     recycleFactory();
-    EXPECT_EQ(steps.size(), 1u) << "the factory takes back what it registered";
+    EXPECT_EQ(steps().size(), 1u) << "the factory takes back what it registered";
     library.unload();
     const QString unregistered = QStringLiteral("unregister resources 2");
-    EXPECT_EQ(steps, (std::vector<Step>{{unregistered, before + 107}, {unregistered, before + 107}}));
-    ASSERT_EQ(resourceData.size(), 4u);
-    for (const unsigned char* data : resourceData)
-        EXPECT_EQ(data, resourceData[0]) << "the same data all four times";
+    EXPECT_EQ(steps(), (std::vector<Step>{{unregistered, before + 107}, {unregistered, before + 107}}));
+    ASSERT_EQ(resourceData().size(), 4u);
+    for (const unsigned char* data : resourceData())
+        EXPECT_EQ(data, resourceData()[0]) << "the same data all four times";
 }
 
 TEST(ModuleLibrary, FactoriesComeAndGo)
