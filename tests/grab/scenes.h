@@ -1,6 +1,6 @@
 #pragma once
 
-// Scenes and an independent projection for tests of pictures and videos.
+// Scenes and an independent projection for tests of pictures and videos. How pictures are compared: support/pictures.h.
 
 #include "scene/geometryelement.h"
 #include "scene/scene.h"
@@ -10,10 +10,10 @@
 #include "scene/sceneview.h"
 #include "scene/viewer.h"
 
-#include <QImage>
-
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
 #include <cmath>
 #include <vector>
 
@@ -91,39 +91,6 @@ inline std::vector<bool> silhouette(const tov::math::Matrix4& transform, int wid
         }
     });
     return covered;
-}
-
-/// True where a pixel and its neighbours are not all alike.
-inline bool onOutline(const std::vector<bool>& mask, int width, int height, int x, int y)
-{
-    const bool own = mask[std::size_t(y) * std::size_t(width) + std::size_t(x)];
-    for (int dy = -1; dy <= 1; ++dy)
-        for (int dx = -1; dx <= 1; ++dx) {
-            const int nx = x + dx, ny = y + dy;
-            if (nx >= 0 && ny >= 0 && nx < width && ny < height &&
-                mask[std::size_t(ny) * std::size_t(width) + std::size_t(nx)] != own)
-                return true;
-        }
-    return false;
-}
-
-/// Pixels whose coverage (alpha) differs from the mask; fails for any that is not on the outline.
-inline int expectSilhouette(const QImage& image, const std::vector<bool>& mask)
-{
-    int different = 0, misplaced = 0, covered = 0;
-    for (int y = 0; y < image.height(); ++y)
-        for (int x = 0; x < image.width(); ++x) {
-            const bool expected = mask[std::size_t(y) * std::size_t(image.width()) + std::size_t(x)];
-            covered += expected;
-            if ((qAlpha(image.pixel(x, y)) != 0) == expected)
-                continue;
-            ++different;
-            misplaced += !onOutline(mask, image.width(), image.height(), x, y);
-        }
-    EXPECT_GT(covered, 0);
-    EXPECT_LT(covered, image.width() * image.height());
-    EXPECT_EQ(misplaced, 0) << "differences away from the outline";
-    return different;
 }
 
 } // namespace tov::test

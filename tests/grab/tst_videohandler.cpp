@@ -229,6 +229,37 @@ TEST_F(VideoHandlerTest, FramesEqualAnIndependentRendering)
     }
 }
 
+TEST_F(VideoHandlerTest, FramesOfAnotherPictureAreNoticed)
+{
+    // What the comparison with an independent drawing is worth.
+    selectPoints(1);
+    auto* panel = newPanel(200, 150);
+    VideoHandler handler;
+    Signals seen(handler);
+    ASSERT_TRUE(handler.startSyncedGrabbing(file("exact.raw"), 64, 48, panel));
+    ASSERT_TRUE(processUntil([&] { return seen.finished == 1; }));
+    handler.stopGrabbing();
+    const QByteArray recorded = m_Journal.allBytes();
+    const auto view = panel->getScaledTransformMatrix();
+    ASSERT_EQ(recorded, tov::test::renderedFrame(view, 64, 48));
+    panel->orbit(1, 0);
+    EXPECT_NE(recorded, tov::test::renderedFrame(panel->getScaledTransformMatrix(), 64, 48)) << "a moved camera";
+    auto* root = tov::scene::Viewer::getInstance()->getGlobalScene()->getRootNode();
+    for (const char* name : {"top", "right", "Carrier"}) {
+        auto* object = root->find(QLatin1String(name));
+        ASSERT_NE(object, nullptr) << name;
+        object->setVisible(false);
+        EXPECT_NE(recorded, tov::test::renderedFrame(view, 64, 48)) << "without " << name;
+        object->setVisible(true);
+    }
+    EXPECT_EQ(recorded, tov::test::renderedFrame(view, 64, 48));
+    root->setVisible(false);
+    const QByteArray blank = tov::test::renderedFrame(view, 64, 48);
+    EXPECT_EQ(blank, blank.left(4).repeated(64 * 48));
+    EXPECT_NE(recorded, blank);
+    root->setVisible(true);
+}
+
 TEST_F(VideoHandlerTest, PixelsAreBlueGreenRedAlphaTopRowFirst)
 {
     selectPoints(1);
