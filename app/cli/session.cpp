@@ -13,6 +13,7 @@
 #include <QFileInfo>
 
 #include <cstdio>
+#include <utility>
 #include <unistd.h>
 
 namespace tov::app {
@@ -41,6 +42,31 @@ StartOptions startOptions(const Options& options)
     };
     return start;
 }
+
+/// Calls a function when the log shows that nothing more can come of a recording: no chunk could be made, or the
+/// encoder took none. The recording itself goes on or waits until it is stopped, and here nobody sits who would.
+class RecordingLost : public tov::log::LogSink
+{
+public:
+    explicit RecordingLost(std::function<void()> onLost) : m_OnLost(std::move(onLost))
+    {
+        tov::log::Logger::addSink(this);
+    }
+    ~RecordingLost() override { tov::log::Logger::removeSink(this); }
+    void write(const tov::log::LogRecord& record) override
+    {
+        const bool noChunk =
+            record.file == QLatin1String("videohandler") && record.function == QLatin1String("createChunkFile");
+        const bool notTaken =
+            record.file == QLatin1String("video/encoder") &&
+            (record.function == QLatin1String("encodeVideoChunk") || record.function == QLatin1String("run"));
+        if (noChunk || notTaken)
+            m_OnLost();
+    }
+
+private:
+    std::function<void()> m_OnLost; ///< called on the logging thread
+};
 
 } // namespace
 
@@ -150,13 +176,22 @@ bool Session::run(const QString& name, const tov::main::CommandArguments& argume
     auto* processor = Overseer::getInstance()->getCommandProcessor();
     m_Errors.clear();
     QString error;
+    QObject context;
+    const RecordingLost lost([this, &context] {
+        QMetaObject::invokeMethod(
+            &context,
+            [this] {
+                if (mp_Current)
+                    mp_Current->stop();
+            },
+            Qt::QueuedConnection);
+    });
     mp_Current = processor->start(name, arguments, &error);
     if (!mp_Current) {
         const QStringList reasons = m_Errors.getMessages();
         return fail(reasons.isEmpty() ? error : error + QStringLiteral(" (") + reasons.last() + QLatin1Char(')'));
     }
     QEventLoop loop;
-    QObject context;
     const CommandRunPointer run = mp_Current;
     QObject::connect(processor, &CommandProcessor::runChanged, &context, [this, run](const CommandRunPointer& changed) {
         if (changed == run)

@@ -3,6 +3,7 @@
 #include "app/cli/session.h"
 #include "app/cli/videoverb.h"
 #include "app/common/output.h"
+#include "app/common/spacewatch.h"
 #include "app/common/videoprobe.h"
 #include "kernel/gui/fileparameterpanelfactory.h"
 #include "kernel/log/terminalsink.h"
@@ -126,6 +127,37 @@ int runImage(const Options& options, int& argc, char** argv)
     return 0;
 }
 
+/// What can be known before a command writes its file: the folder, the room, something to follow. A file that is there
+/// already would be lost to a command that fails later. False, told, when it must not start.
+bool checkBefore(Session& session, const tov::main::CommandText& text)
+{
+    const bool isVideo = text.name.compare(QLatin1String("grabvideo"), Qt::CaseInsensitive) == 0;
+    if (!isVideo && text.name.compare(QLatin1String("grabimage"), Qt::CaseInsensitive) != 0)
+        return true;
+    const auto argument = [&text](int index, const char* name, const QString& initial) {
+        for (const auto& [given, value] : text.arguments.named)
+            if (given.compare(QLatin1String(name), Qt::CaseInsensitive) == 0)
+                return value;
+        return text.arguments.positional.value(index, initial);
+    };
+    const QString fileName = argument(0, "filename", QString());
+    // The command itself says what is wrong with its arguments.
+    if (fileName.isEmpty())
+        return true;
+    QString error;
+    if (!checkOutputFolder(fileName, &error) || (isVideo && !SpaceWatch::hasRoom(fileName, &error)))
+        return session.fail(error);
+    static const QStringList yes{QStringLiteral("1"), QStringLiteral("true"), QStringLiteral("yes"),
+                                 QStringLiteral("on")};
+    if (isVideo && yes.contains(argument(3, "sync", yes.first()), Qt::CaseInsensitive) &&
+        tov::trajectory::TrajectoryHandler::getInstance()->getCount() == 0)
+        return session.fail(
+            tr("%1 was not written: a recording with sync=1 follows a trajectory, and there is none; give "
+               "--trajectory or --turntable, or sync=0")
+                .arg(fileName));
+    return true;
+}
+
 /// Holds a command that writes a file against the file itself, for its log says "saved" and "done" even where nothing
 /// was written. False (told) when there is no file that can be read; an empty one, which only looks like a result, is
 /// removed.
@@ -146,13 +178,6 @@ bool checkResult(Session& session, const tov::main::CommandRunPointer& run)
     }
     if (touched)
         QFile::remove(fileName);
-    const QString sync = run->getArgument(QStringLiteral("sync"));
-    if (!sync.isNull() && sync != QLatin1String("0") &&
-        tov::trajectory::TrajectoryHandler::getInstance()->getCount() == 0)
-        return session.fail(
-            tr("%1 was not written: a recording with sync=1 follows a trajectory, and there is none; give "
-               "--trajectory or --turntable, or sync=0")
-                .arg(fileName));
     return session.fail(tr("%1 was not written").arg(fileName));
 }
 
@@ -199,7 +224,8 @@ int runScript(const Options& options, int& argc, char** argv)
         return session.wasInterrupted() ? 130 : 1;
     for (const auto& command : commands) {
         tov::main::CommandRunPointer run;
-        const bool ran = session.run(command.name, command.arguments,
+        const bool ran = checkBefore(session, command) &&
+                         session.run(command.name, command.arguments,
                                      [&run](const tov::main::CommandRunPointer& started) { run = started; });
         if (!ran || (!session.wasInterrupted() && !checkResult(session, run))) {
             if (!origin.isEmpty())

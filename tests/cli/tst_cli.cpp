@@ -372,16 +372,51 @@ TEST_F(CliTest, CommandTextsAndScripts)
     EXPECT_FALSE(QFile::exists(path("g.png")));
 }
 
+TEST_F(CliTest, ASmallPictureThatTheDiskDidNotTakeIsNone)
+{
+    // It fits into a buffer, so that the writer reports success.
+    for (const QByteArray& verb : {QByteArray("image ") + Bunny.toUtf8() + " -o a.bmp --width 16",
+                                   QByteArray("run ") + Bunny.toUtf8() + " -c 'grabimage a.bmp 16'"}) {
+        SCOPED_TRACE(verb.constData());
+        const Result result = run({}, "ulimit -f 0; exec \"$0\" " + verb);
+        EXPECT_EQ(result.status, 1) << result.err.toStdString();
+        EXPECT_TRUE(result.err.contains(QStringLiteral("a.bmp"))) << result.err.toStdString();
+        EXPECT_FALSE(QFile::exists(path("a.bmp")));
+    }
+}
+
+TEST_F(CliTest, ARecordingWithoutChunksEndsByItself)
+{
+    // Neither memory nor temporary files: nothing can be recorded, and nothing will ever end it.
+    write("settings.ini", "[settings]\ngrabvideousememoryasbuffer=false\n");
+    for (const QByteArray& verb :
+         {QByteArray("video ") + Cube.toUtf8() + " -o a.mkv --size 64x48 --turntable 3",
+          QByteArray("video ") + Cube.toUtf8() + " -o a.mkv --size 64x48 --duration 3600",
+          QByteArray("run ") + Cube.toUtf8() + " -c 'grabvideo a.mkv 64 48 sync=0'"}) {
+        SCOPED_TRACE(verb.constData());
+        const Result result =
+            run({}, "TOV_FAULT=tmpfile:1:0:13 LD_PRELOAD='" TOV_BINARY_DIR "/tests/libfaultshim.so' exec \"$0\" " + verb);
+        EXPECT_EQ(result.status, 1) << result.err.toStdString();
+        EXPECT_TRUE(result.err.contains(QStringLiteral("Couldn't open temporary file"))) << result.err.toStdString();
+    }
+}
+
 TEST_F(CliTest, AScriptIsJudgedByItsFiles)
 {
     const QString nothing = QStringLiteral("grabvideo filename=\"n.mkv\" width=64 height=48");
     expectFailure(run({"run", Cube, "-c", nothing}), 1,
                   "n.mkv was not written: a recording with sync=1 follows a trajectory");
     EXPECT_FALSE(QFile::exists(path("n.mkv"))) << "an empty file looks like a video";
-    // One that was there before and is not written again does not count either.
+    // One that was there before does not count either, and is left as it was.
     write("n.mkv", "old");
     expectFailure(run({"run", Cube, "-c", nothing, "-c", "grabimage after.png 40"}), 1, "n.mkv was not written");
     EXPECT_FALSE(QFile::exists(path("after.png")));
+    EXPECT_EQ(QFileInfo(path("n.mkv")).size(), 3);
+    // Where no file can be, nothing is begun: the second of these would have no end.
+    for (const char* text : {"grabimage none/a.png 40", "GrabVideo none/a.mkv sync=0", "grabvideo none/a.mkv 64 48 0"})
+        expectFailure(run({"run", Cube, "-c", text}), 1, "there is no folder");
+    expectFailure(run({"run", Cube, "-c", "grabvideo m.mkv 64 48 yes"}), 1, "follows a trajectory");
+    EXPECT_FALSE(QFile::exists(path("m.mkv")));
     EXPECT_EQ(run({"run", Cube, "--turntable", "3", "-c", nothing}).status, 0);
     EXPECT_GT(QFileInfo(path("n.mkv")).size(), 0);
     const Result full = run({}, "ulimit -f 20; exec \"$0\" run " + Bunny.toUtf8() + " -c 'grabimage full.ppm 2000'");

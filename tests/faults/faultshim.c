@@ -1,8 +1,13 @@
 /* Preloaded into the program under test: lets the N-th call of a kind fail.
  *
- *   TOV_FAULT=KIND:N:ONCE:ERRNO   KIND: write (to ordinary files), create (opening a file to write), tmpfile is among
- * it, sysinfo ONCE: 1 = that call only, 0 = from then on; ERRNO 0 = half of the bytes are written TOV_FAULT_COUNT=FILE
- * how many calls of the kind there were, at the end
+ * TOV_FAULT=KIND:N:ONCE:ERRNO
+ *
+ *   KIND   write (to ordinary files), create (opening a file to write), tmpfile (those of them that are temporary),
+ *          sysinfo
+ *   ONCE   1 = that call only, 0 = from then on
+ *   ERRNO  0 = half of the bytes are written
+ *
+ * TOV_FAULT_COUNT=FILE: how many calls of the kind there were, at the end.
  */
 #define _GNU_SOURCE
 #include <dlfcn.h>
@@ -78,6 +83,13 @@ WRITE(write, (int descriptor, const void* bytes, size_t size), (descriptor, byte
 WRITE(pwrite, (int descriptor, const void* bytes, size_t size, off_t at), (descriptor, bytes, size, at))
 WRITE(pwrite64, (int descriptor, const void* bytes, size_t size, off64_t at), (descriptor, bytes, size, at))
 
+/* Qt names them by the program where the file system has none without a name. */
+static int is_temporary(const char* path)
+{
+    const char* name = strrchr(path, '/');
+    return strncmp(name ? name + 1 : path, "tov.", 4) == 0;
+}
+
 #define OPEN(name, before, after)                                                                                      \
     int name(before const char* path, int flags, ...)                                                                  \
     {                                                                                                                  \
@@ -90,7 +102,7 @@ WRITE(pwrite64, (int descriptor, const void* bytes, size_t size, off64_t at), (d
             va_start(list, flags);                                                                                     \
             mode = (mode_t)va_arg(list, int);                                                                          \
             va_end(list);                                                                                              \
-            if (hit("create")) {                                                                                       \
+            if (hit("create") || ((flags & __O_TMPFILE || is_temporary(path)) && hit("tmpfile"))) {                    \
                 errno = wanted_errno;                                                                                  \
                 return -1;                                                                                             \
             }                                                                                                          \
