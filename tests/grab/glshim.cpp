@@ -33,9 +33,10 @@ SHIM_VARIABLE long shimBuffers[64][5] = {}; ///< width, height, attachment, targ
 SHIM_VARIABLE int shimBufferCount = 0;
 SHIM_VARIABLE ShimDraw shimDraws[64] = {};
 SHIM_VARIABLE int shimDrawCount = 0;
-SHIM_VARIABLE int shimLockType = 0;             ///< of the last `SceneLocker`
-SHIM_VARIABLE void (*shimOnCursor)() = nullptr; ///< called before an override cursor is set
-SHIM_VARIABLE void (*shimOnDraw)() = nullptr;   ///< called before a drawing
+SHIM_VARIABLE int shimLockType = 0;                 ///< of the last `SceneLocker`
+SHIM_VARIABLE void (*shimOnCursor)() = nullptr;     ///< called before an override cursor is set
+SHIM_VARIABLE void (*shimOnCursorBack)() = nullptr; ///< called before an override cursor is taken back
+SHIM_VARIABLE void (*shimOnDraw)() = nullptr;       ///< called before a drawing
 }
 
 namespace {
@@ -207,6 +208,15 @@ SHIM void _ZN15QGuiApplication17setOverrideCursorERK7QCursor(const void* cursor)
     if (shimOnCursor)
         shimOnCursor();
     real(cursor);
+}
+
+/// QGuiApplication::restoreOverrideCursor
+SHIM void _ZN15QGuiApplication21restoreOverrideCursorEv()
+{
+    static const auto real = reinterpret_cast<void (*)()>(next("_ZN15QGuiApplication21restoreOverrideCursorEv"));
+    if (shimOnCursorBack)
+        shimOnCursorBack();
+    real();
 }
 
 /// SceneLocker::SceneLocker

@@ -15,6 +15,7 @@
 #include "tests/grab/scenes.h"
 #include "tests/support/logcapture.h"
 #include "tests/support/temporarysettings.h"
+#include "tests/support/threads.h"
 
 #include <QDir>
 #include <QFileDialog>
@@ -22,6 +23,9 @@
 #include <QImageReader>
 #include <QImageWriter>
 #include <QTemporaryDir>
+
+#include <atomic>
+#include <thread>
 
 #include <dlfcn.h>
 
@@ -251,6 +255,37 @@ TEST_F(GrabImageTest, APictureThatCannotBeAllocatedIsNamedAndTheFolderRemembered
     EXPECT_EQ(remembered().toString(), folder.path());
     Overseer::getInstance()->processWorkers();
     EXPECT_EQ(QGuiApplication::overrideCursor(), nullptr);
+}
+
+TEST_F(GrabImageTest, AHeightBeyondAllNumbersIsTheLargest)
+{
+    panel->resize(100, 400);
+    LogCapture log;
+    run(path("a.png"), QStringLiteral("2147483647"));
+    expectRecord(log, 2000, QStringLiteral("Couldn't create image buffer with size (2147483647 x 2147483647)"));
+}
+
+TEST_F(GrabImageTest, ThePanelIsAskedInTurnWithOtherWorkOfTheApplicationThread)
+{
+    ParameterSet* set = command->getCurrentParameterSet();
+    ASSERT_TRUE(set->at(0)->castString(path("a.png")));
+    ASSERT_TRUE(set->at(1)->castString(QStringLiteral("100")));
+    std::atomic<int> id{0};
+    std::atomic<bool> done{false};
+    // What was handed over before the picture comes first, also when it takes its time: the panel's new size, here.
+    std::thread thread([&] {
+        id = threadId();
+        Overseer::getInstance()->post([&] {
+            while (!done && threadState(id) != 'S')
+                std::this_thread::yield();
+            panel->resize(200, 400);
+        });
+        command->execute();
+        done = true;
+    });
+    EXPECT_TRUE(processUntil([&] { return done.load(); }));
+    thread.join();
+    EXPECT_EQ(QImageReader(path("a.png")).size(), QSize(100, 200));
 }
 
 TEST_F(GrabImageTest, AFileThatCannotBeSavedIsNamedAndTheFolderRemembered)

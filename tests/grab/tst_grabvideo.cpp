@@ -320,7 +320,7 @@ TEST_F(GrabVideoTest, SizesOf1To15AreTooSmall)
         EXPECT_FALSE(QFileInfo::exists(file("small.raw")));
         EXPECT_FALSE(tovSettings().contains(QStringLiteral("lastGrabVideoDirectory")));
     }
-    for (const char* size : {"width=16 height=16", "width=-1 height=16"}) {
+    for (const char* size : {"width=16 height=16", "width=-1 height=16", "width=-2147483648 height=16"}) {
         m_Log.clear();
         selectPoints(1);
         ASSERT_TRUE(finish(start(file("passes.raw"), QString::fromLatin1(size) + QStringLiteral(" sync=1"))));
@@ -533,6 +533,31 @@ TEST_F(GrabVideoTest, AStopBeforeTheBeginningIsNotLost)
     expectRecord(QStringLiteral("Video '%1' encoding done").arg(name), 3000, 295);
     // After the end it does nothing.
     copy->abort();
+}
+
+TEST_F(GrabVideoTest, ThePanelIsForgottenByTheApplicationThread)
+{
+    setChunks(0, true);
+    activePanel();
+    const auto copy = freeRecorder(file("turn.raw"));
+    std::atomic<int> id{0};
+    std::atomic<bool> done{false};
+    std::thread thread([&] {
+        id = tov::test::threadId();
+        copy->execute();
+        done = true;
+    });
+    ASSERT_TRUE(framesTaken(1, 32, 16));
+    ASSERT_TRUE(processUntil([&] { return tov::test::threadState(id) == 'S'; }));
+    // From here on this thread, the application's, does nothing for others: the command wakes up and must wait.
+    const long before = tov::test::threadSleeps(id);
+    copy->abort();
+    while (tov::test::threadSleeps(id) == before || tov::test::threadState(id) != 'S')
+        std::this_thread::yield();
+    EXPECT_FALSE(m_Log.contains(QStringLiteral("Video encoding started"))) << "the panel has not been let go yet";
+    EXPECT_TRUE(processUntil([&] { return done.load(); }));
+    thread.join();
+    EXPECT_TRUE(m_Log.contains(QStringLiteral("Video encoding started")));
 }
 
 TEST_F(GrabVideoTest, TheApplicationThreadStaysFreeWhileARecordingRuns)

@@ -31,6 +31,7 @@
 
 #include <algorithm>
 #include <utility>
+#include <vector>
 
 #include <dlfcn.h>
 #include <sys/syscall.h>
@@ -390,6 +391,45 @@ TEST_F(FaultTest, ATargetThatShrinksMeanwhileCostsTheColumnsOutsideOnly)
     EXPECT_NE(image.pixel(599, 400), 0x01020304u) << "columns inside are filled";
     EXPECT_EQ(image.pixel(100, 400), 0x01020304u) << "the first tile went to the image that was there before";
     EXPECT_NE(image.pixel(100, 100), 0x01020304u);
+}
+
+namespace {
+
+std::vector<QThread*> cursorThreads;
+
+void noteCursorThread()
+{
+    cursorThreads.push_back(QThread::currentThread());
+}
+
+} // namespace
+
+TEST_F(FaultTest, TheWaitCursorIsSetAndTakenBackByTheApplicationThread)
+{
+    TemporarySettings settings;
+    QTemporaryDir folder;
+    auto* processor = tov::main::Overseer::getInstance()->getCommandProcessor();
+    auto* panel = new tov::gui::ScenePanel;
+    panel->resize(400, 200);
+    auto* command = new GrabImage;
+    processor->drain();
+    Viewer::getInstance()->setActivePanel(panel);
+    cursorThreads.clear();
+    shim<void (*)()>("shimOnCursor") = noteCursorThread;
+    shim<void (*)()>("shimOnCursorBack") = noteCursorThread;
+    // One that is made, one that is too large for any memory.
+    for (const char* width : {"64", "2147483647"}) {
+        ASSERT_TRUE(command->getCurrentParameterSet()->at(0)->castString(folder.filePath(QStringLiteral("a.png"))));
+        ASSERT_TRUE(command->getCurrentParameterSet()->at(1)->castString(QLatin1String(width)));
+        ASSERT_TRUE(processor->processCommand(command, 1, true)->succeeded());
+        tov::main::Overseer::getInstance()->processWorkers();
+    }
+    shim<void (*)()>("shimOnCursor") = nullptr;
+    shim<void (*)()>("shimOnCursorBack") = nullptr;
+    EXPECT_EQ(cursorThreads, std::vector<QThread*>(4, QCoreApplication::instance()->thread()));
+    EXPECT_EQ(QGuiApplication::overrideCursor(), nullptr);
+    Viewer::getInstance()->closePanel(panel);
+    processor->destroyCommand(command);
 }
 
 namespace {

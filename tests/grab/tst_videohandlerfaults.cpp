@@ -11,6 +11,7 @@
 #include <QThread>
 
 #include <atomic>
+#include <limits>
 
 using tov::grab::VideoHandler;
 using tov::test::processUntil;
@@ -165,6 +166,18 @@ TEST_F(VideoFaults, NegativeSizesRecordNothingAndHarmNobody)
     ASSERT_TRUE(processUntil([&] { return seen.finished == 1; }));
     handler.stopGrabbing();
     EXPECT_EQ(m_Journal.width, -64);
+    EXPECT_EQ(m_Journal.totalSize(), 0);
+}
+
+TEST_F(VideoFaults, TheLargestNumberIsRoundedUpPastTheEndAndHarmsNobody)
+{
+    selectPoints(2);
+    VideoHandler handler;
+    Signals seen(handler);
+    ASSERT_TRUE(handler.startSyncedGrabbing(file("large.raw"), 2147483647, 48, newPanel()));
+    ASSERT_TRUE(processUntil([&] { return seen.finished == 1; }));
+    handler.stopGrabbing();
+    EXPECT_EQ(m_Journal.width, std::numeric_limits<int>::min());
     EXPECT_EQ(m_Journal.totalSize(), 0);
 }
 

@@ -147,15 +147,6 @@ int schedulingPolicy(const std::string& threadName)
     return -1;
 }
 
-char threadState(int id)
-{
-    QFile stat(QStringLiteral("/proc/self/task/%1/stat").arg(id));
-    if (!stat.open(QIODevice::ReadOnly))
-        return 0;
-    const QByteArray line = stat.readAll();
-    return line.at(line.lastIndexOf(')') + 2);
-}
-
 int entryCount(const QString& folder)
 {
     return QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot).size();

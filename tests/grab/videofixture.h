@@ -4,6 +4,7 @@
 #include "tests/grab/faults.h"
 #include "tests/support/logcapture.h"
 #include "tests/support/temporarysettings.h"
+#include "tests/support/threads.h"
 
 #include "grab/videohandler.h"
 #include "kernel/math/matrix.h"
@@ -94,8 +95,6 @@ std::size_t threadCount();
 std::size_t descriptorCount();
 /// Scheduling policy of the thread of that name (`SCHED_OTHER`, `SCHED_IDLE`), -1 when there is none.
 int schedulingPolicy(const std::string& threadName);
-/// State of the thread of that number: "R" runs, "S" sleeps; 0 when there is none.
-char threadState(int id);
 /// Entries of a folder.
 int entryCount(const QString& folder);
 

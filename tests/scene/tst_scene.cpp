@@ -15,6 +15,7 @@
 #include "scene/ticketlock.h"
 #include "scene/viewer.h"
 #include "tests/support/logcapture.h"
+#include "tests/support/threads.h"
 
 #include <QImage>
 #include <QOffscreenSurface>
@@ -49,7 +50,8 @@ SceneElement* grid(int side)
     const auto at = [side](int x, int y) { return std::uint32_t(y * (side + 1) + x); };
     for (int y = 0; y < side; ++y)
         for (int x = 0; x < side; ++x)
-            geometry.indices.insert(geometry.indices.end(), {at(x, y), at(x + 1, y), at(x, y + 1), at(x + 1, y), at(x + 1, y + 1), at(x, y + 1)});
+            geometry.indices.insert(geometry.indices.end(), {at(x, y), at(x + 1, y), at(x, y + 1), at(x + 1, y),
+                                                             at(x + 1, y + 1), at(x, y + 1)});
     auto* root = new SceneElement(QStringLiteral("root"));
     root->addChild(new GeometryElement(QStringLiteral("grid"), std::move(geometry)));
     return root;
@@ -73,7 +75,8 @@ protected:
         EXPECT_TRUE(context.makeCurrent(&surface));
         QImage image;
         {
-            QOpenGLFramebufferObject fbo(width, height, QOpenGLFramebufferObject::CombinedDepthStencil, GL_TEXTURE_2D, GL_RGBA8);
+            QOpenGLFramebufferObject fbo(width, height, QOpenGLFramebufferObject::CombinedDepthStencil, GL_TEXTURE_2D,
+                                         GL_RGBA8);
             fbo.bind();
             SceneDrawer drawer(scene);
             glClearColor(0, 0, 0, 0);
@@ -118,29 +121,46 @@ protected:
 
 } // namespace
 
-TEST(TicketLock, ServesInTheOrderOfAsking)
+namespace {
+
+/// The order in which eight threads get the lock when they ask one after the other; the ninth, this one, held it before
+/// and asks again at once, as a capture does between two frames.
+template <typename Lock>
+std::vector<int> orderOfTurns(Lock& lock)
 {
-    TicketLock lock;
     std::vector<int> order;
-    std::atomic<int> asked{0};
     lock.lock();
     std::vector<std::thread> threads;
     for (int i = 0; i < 8; ++i) {
-        threads.emplace_back([&, i] {
-            ++asked;
+        std::atomic<int> id{0};
+        threads.emplace_back([&lock, &order, &id, i] {
+            id = tov::test::threadId();
             lock.lock();
             order.push_back(i);
             lock.unlock();
         });
         // The next one asks when this one waits: a thread that waits sleeps.
-        while (asked <= i)
+        while (id == 0 || tov::test::threadState(id) != 'S')
             std::this_thread::yield();
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
+    lock.unlock();
+    lock.lock();
+    order.push_back(8);
     lock.unlock();
     for (auto& thread : threads)
         thread.join();
-    EXPECT_EQ(order, (std::vector<int>{0, 1, 2, 3, 4, 5, 6, 7}));
+    return order;
+}
+
+} // namespace
+
+TEST(Locks, ServeInTheOrderOfAsking)
+{
+    const std::vector<int> fair{0, 1, 2, 3, 4, 5, 6, 7, 8};
+    TicketLock lock;
+    EXPECT_EQ(orderOfTurns(lock), fair);
+    EXPECT_EQ(orderOfTurns(*Viewer::getInstance()->getGlobalScene()), fair) << "the scene";
+    EXPECT_EQ(orderOfTurns(*tov::scene::_GlobalContext()), fair) << "the shared context";
 }
 
 TEST_F(SceneTest, TheGlobalSceneIsOne)
@@ -189,7 +209,8 @@ TEST_F(SceneTest, GeometryIsReorderedWithoutLoss)
     for (const auto& chunk : element->getChunks()) {
         EXPECT_EQ(chunk.firstIndex, next);
         next += chunk.indexCount;
-        EXPECT_LT((chunk.box.high[0] - chunk.box.low[0]) * (chunk.box.high[1] - chunk.box.low[1]), 0.6) << "chunks are compact";
+        EXPECT_LT((chunk.box.high[0] - chunk.box.low[0]) * (chunk.box.high[1] - chunk.box.low[1]), 0.6)
+            << "chunks are compact";
     }
     EXPECT_EQ(next, element->getIndices().size());
     const auto& v = element->getVertices();
@@ -237,9 +258,11 @@ TEST_F(SceneTest, LockersAnnounceThemselves)
     int owner = 0;
     const void* key = &owner;
     auto* events = tov::events::EventHandler::getInstance();
-    for (const char* name : {"SCENE_STRUCTURE_LOCKED", "SCENE_STRUCTURE_UNLOCKED", "SCENE_TRANSFORM_LOCKED", "SCENE_TRANSFORM_UNLOCKED"})
+    for (const char* name :
+         {"SCENE_STRUCTURE_LOCKED", "SCENE_STRUCTURE_UNLOCKED", "SCENE_TRANSFORM_LOCKED", "SCENE_TRANSFORM_UNLOCKED"})
         tov::main::EventManager::getInstance()->registerEventFunction(
-            events->addEvent("Scene", name), [&seen, name](const tov::main::Event*) { seen << QLatin1String(name); }, key);
+            events->addEvent("Scene", name), [&seen, name](const tov::main::Event*) { seen << QLatin1String(name); },
+            key);
     {
         SceneLocker locker(scene.get(), SceneLocker::LockTransforms);
     }
@@ -318,7 +341,8 @@ TEST_F(SceneTest, GlassOverASolidStaysOpaque)
     auto* root = grid(2);
     Geometry glass;
     glass.color = QColor(0, 0, 255, 100);
-    glass.positions = {-0.2f, -0.2f, 0.1f, 0.2f, -0.2f, 0.1f, 0.0f, 0.2f, 0.1f, 0.8f, -0.2f, 0.1f, 1.2f, -0.2f, 0.1f, 1.0f, 0.2f, 0.1f};
+    glass.positions = {-0.2f, -0.2f, 0.1f, 0.2f, -0.2f, 0.1f, 0.0f, 0.2f, 0.1f,
+                       0.8f,  -0.2f, 0.1f, 1.2f, -0.2f, 0.1f, 1.0f, 0.2f, 0.1f};
     glass.indices = {0, 1, 2, 3, 4, 5};
     root->addChild(new GeometryElement(QStringLiteral("glass"), std::move(glass)));
     scene->setRootNode(root);
@@ -334,7 +358,8 @@ TEST_F(SceneTest, TwoThreadsUploadTheSameElement)
     QImage images[2];
     QThread* threads[2];
     for (int i = 0; i < 2; ++i) {
-        threads[i] = QThread::create([this, &images, i] { images[i] = drawn(128, 128, -0.5, 0.5, -0.5, 0.5, at(1.5)); });
+        threads[i] =
+            QThread::create([this, &images, i] { images[i] = drawn(128, 128, -0.5, 0.5, -0.5, 0.5, at(1.5)); });
         threads[i]->start();
     }
     for (QThread* thread : threads) {
@@ -380,14 +405,17 @@ TEST_F(SceneTest, PanelsDieInOneWay)
         },
         key);
     int emissions = 0;
-    QObject::connect(first, &QObject::destroyed, first, [&](QObject* object) {
-        ++emissions;
-        order << "destroyed";
-        // The panel is whole: it still knows its matrix and its class.
-        EXPECT_EQ(object, first);
-        EXPECT_STREQ(object->metaObject()->className(), "tov::gui::ScenePanel");
-        first->getScaledTransformMatrix();
-    }, Qt::DirectConnection);
+    QObject::connect(
+        first, &QObject::destroyed, first,
+        [&](QObject* object) {
+            ++emissions;
+            order << "destroyed";
+            // The panel is whole: it still knows its matrix and its class.
+            EXPECT_EQ(object, first);
+            EXPECT_STREQ(object->metaObject()->className(), "tov::gui::ScenePanel");
+            first->getScaledTransformMatrix();
+        },
+        Qt::DirectConnection);
     const QPointer<ScenePanel> guard(first);
     viewer->closePanel(first);
     EXPECT_TRUE(guard.isNull());
@@ -410,16 +438,19 @@ TEST_F(SceneTest, AFittedSceneFillsTheViewAndLiesBetweenThePlanes)
         panel->resize(size);
         EXPECT_EQ(panel->width(), size.width());
         EXPECT_EQ(panel->height(), size.height());
-        for (const auto view : {ScenePanel::StandardView::Front, ScenePanel::StandardView::Top, ScenePanel::StandardView::Isometric}) {
+        for (const auto view :
+             {ScenePanel::StandardView::Front, ScenePanel::StandardView::Top, ScenePanel::StandardView::Isometric}) {
             panel->setStandardView(view);
             const Matrix4 matrix = panel->getScaledTransformMatrix();
             double widest = 0, highest = 0;
             forEachVisible(scene->getRootNode(), [&](const GeometryElement& element, const Matrix4& toScene) {
                 for (const auto& vertex : element.getVertices()) {
-                    const auto p = transformed(matrix * toScene, vertex.position[0], vertex.position[1], vertex.position[2]);
+                    const auto p =
+                        transformed(matrix * toScene, vertex.position[0], vertex.position[1], vertex.position[2]);
                     ASSERT_LT(p[2], -SceneDrawer::ZNEAR);
                     ASSERT_GT(p[2], -SceneDrawer::ZFAR);
-                    widest = std::max(widest, std::abs(p[0] / p[2]) / (PictureHalfHeight * size.width() / size.height()));
+                    widest =
+                        std::max(widest, std::abs(p[0] / p[2]) / (PictureHalfHeight * size.width() / size.height()));
                     highest = std::max(highest, std::abs(p[1] / p[2]) / PictureHalfHeight);
                 }
             });
@@ -448,6 +479,7 @@ TEST_F(SceneTest, TheCameraTurnsMovesAndZooms)
     EXPECT_EQ(panel->getScaledTransformMatrix(), front) << "exactly";
     panel->orbit(0, 0);
     for (int i = 0; i < 16; ++i)
-        EXPECT_NEAR(panel->getScaledTransformMatrix().data()[i], front.data()[i], 1e-6) << "the camera goes on from there";
+        EXPECT_NEAR(panel->getScaledTransformMatrix().data()[i], front.data()[i], 1e-6)
+            << "the camera goes on from there";
     Viewer::getInstance()->closePanel(panel);
 }
