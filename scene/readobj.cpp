@@ -259,10 +259,14 @@ SceneElement* readObj(const ReadSource& source)
             materialName = words.rest();
             part = nullptr;
         } else if (keyword == "mtllib") {
-            // Only from the model's own folder: a model has no business elsewhere.
-            const QString name = QFileInfo(words.rest()).fileName();
-            const auto more = readMaterials(QFileInfo(source.fileName).absoluteDir().filePath(name));
-            materials.insert(more.begin(), more.end());
+            // Only from the model's own folder, links resolved: a model has no business elsewhere. Nor in pipes and
+            // devices, which have no end.
+            const QString folder = QFileInfo(QFileInfo(source.fileName).canonicalFilePath()).path();
+            const QFileInfo library(QFileInfo(folder, QFileInfo(words.rest()).fileName()).canonicalFilePath());
+            if (library.isFile() && library.path() == folder) {
+                const auto more = readMaterials(library.filePath());
+                materials.insert(more.begin(), more.end());
+            }
         } else if (keyword != "vt" && keyword != "s" && keyword != "vp" && !known) {
             fail(tr("\"%1\" is no statement of a Wavefront OBJ file").arg(text(keyword.substr(0, 40))));
         }

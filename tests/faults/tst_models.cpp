@@ -1,9 +1,11 @@
 // Model files that are cut, changed at random, or lie about themselves: each is read or refused in one line.
 
 #include "kernel/main/settings.h"
+#include "scene/geometryelement.h"
 #include "scene/sceneelement.h"
 #include "scene/sceneimport.h"
 
+#include <QColor>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
@@ -16,6 +18,9 @@
 #include <memory>
 #include <random>
 
+#include <sys/stat.h>
+
+using tov::scene::GeometryElement;
 using tov::scene::SceneElement;
 using tov::scene::SceneImport;
 
@@ -102,6 +107,16 @@ protected:
             EXPECT_GT(error.size(), file.size() + 3) << error.toStdString();
         }
         return bool(tree);
+    }
+    /// Of the first part of a model; invalid when there is none.
+    static QColor colorOf(const QString& file)
+    {
+        const std::unique_ptr<SceneElement> tree(SceneImport::readFile(file, nullptr));
+        const auto* part = tree ? dynamic_cast<GeometryElement*>(tree->getChildren()[0]) : nullptr;
+        if (!part || part->getVertices().empty())
+            return QColor();
+        const auto& color = part->getVertices()[0].color;
+        return QColor(color[0], color[1], color[2]);
     }
     void print(const std::string& what) const
     {
@@ -256,6 +271,33 @@ TEST_F(ModelFaults, NothingOutsideOfTheFolderIsRead)
         QFile::link(folder.filePath(QStringLiteral("secret.bin")), folder.filePath(QStringLiteral("model/link.bin"))));
     EXPECT_FALSE(readOrRefused(write(QStringLiteral("model/link.gltf"), gltf("link.bin"))));
     EXPECT_FALSE(readOrRefused(write(QStringLiteral("model/device.gltf"), gltf("/dev/zero"))));
+}
+
+TEST_F(ModelFaults, MaterialsComeFromTheModelsFolderOnly)
+{
+    const QDir above(folder.path());
+    above.mkdir(QStringLiteral("model"));
+    write(QStringLiteral("secret.mtl"), "newmtl m\nKd 1 0 0\n");
+    write(QStringLiteral("model/own.mtl"), "newmtl m\nKd 0 1 0\n");
+    const QString secret = above.filePath(QStringLiteral("secret.mtl"));
+    ASSERT_TRUE(QFile::link(secret, above.filePath(QStringLiteral("model/link.mtl"))));
+    ASSERT_TRUE(QFile::link(QStringLiteral("/dev/zero"), above.filePath(QStringLiteral("model/endless.mtl"))));
+    ASSERT_EQ(mkfifo(QFile::encodeName(above.filePath(QStringLiteral("model/pipe.mtl"))).constData(), 0600), 0);
+    const auto colorWith = [&](const QByteArray& library) {
+        const QString model = write(QStringLiteral("model/m.obj"),
+                                    "mtllib " + library + "\nusemtl m\nv 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n");
+        return colorOf(model);
+    };
+    EXPECT_EQ(colorWith("own.mtl"), QColor(0, 255, 0));
+    const QColor plain = colorWith("missing.mtl");
+    ASSERT_TRUE(plain.isValid());
+    for (const QByteArray& library : {QByteArray("../secret.mtl"), QFile::encodeName(secret), QByteArray("link.mtl"),
+                                      QByteArray("endless.mtl"), QByteArray("/dev/zero"), QByteArray("pipe.mtl")})
+        EXPECT_EQ(colorWith(library), plain) << library.constData();
+    // A model that is opened by a link has its folder where it lies.
+    ASSERT_TRUE(QFile::link(above.filePath(QStringLiteral("model/m.obj")), above.filePath(QStringLiteral("m.obj"))));
+    colorWith("own.mtl");
+    EXPECT_EQ(colorOf(above.filePath(QStringLiteral("m.obj"))), QColor(0, 255, 0));
 }
 
 TEST_F(ModelFaults, AFileThatTakesTooLongIsGivenUp)
