@@ -1,0 +1,783 @@
+// Load: the module under long and large work, in one process. Prints what was found and how much of it held.
+//
+//     soak PART        (scripts/soak lists the parts and builds this)
+
+#include "app/common/spacewatch.h"
+#include "app/common/startup.h"
+#include "kernel/main/commandprocessor.h"
+#include "kernel/main/overseer.h"
+#include "kernel/main/settings.h"
+#include "scene/geometryelement.h"
+#include "scene/scene.h"
+#include "scene/scenedrawer.h"
+#include "scene/sceneimport.h"
+#include "scene/scenepanel.h"
+#include "scene/sharedcontext.h"
+#include "scene/viewer.h"
+#include "trajectory/trajectoryhandler.h"
+#include "trajectory/trajectoryinfo.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QFileInfo>
+#include <QImage>
+#include <QImageReader>
+#include <QProcess>
+#include <QStorageInfo>
+#include <QTemporaryDir>
+#include <QThread>
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include <dlfcn.h>
+#include <malloc.h>
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/sysinfo.h>
+#include <unistd.h>
+
+using tov::gui::ScenePanel;
+using tov::main::CommandRunPointer;
+using tov::main::Overseer;
+using tov::scene::Geometry;
+using tov::scene::GeometryElement;
+using tov::scene::Viewer;
+using tov::trajectory::TrajectoryHandler;
+
+namespace {
+
+constexpr double Mb = 1e6;
+constexpr int SmallDiskMb = 400;
+constexpr int KeptBytes = 16; // of a frame, by the slow encoder
+int held = 0, cases = 0;
+
+void judge(bool good, const QString& what)
+{
+    ++cases;
+    held += good ? 1 : 0;
+    std::printf("%s  %s\n", good ? "held  " : "missed", qPrintable(what));
+    std::fflush(stdout);
+}
+
+/// Bytes that /proc says of this process, by the field's name.
+qint64 statusBytes(const char* field)
+{
+    QFile status(QStringLiteral("/proc/self/status"));
+    if (!status.open(QIODevice::ReadOnly))
+        return -1;
+    for (const QByteArray& line : status.readAll().split('\n'))
+        if (line.startsWith(field))
+            return line.mid(line.indexOf(':') + 1).trimmed().split(' ').first().toLongLong() * 1024;
+    return -1;
+}
+
+qint64 residentBytes()
+{
+    return statusBytes("VmRSS");
+}
+
+/// Starts the count of `VmHWM` anew.
+void forgetPeak()
+{
+    QFile file(QStringLiteral("/proc/self/clear_refs"));
+    if (file.open(QIODevice::WriteOnly))
+        file.write("5");
+}
+
+QStringList entryNames(const QString& folder)
+{
+    return QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
+}
+
+int entries(const QString& folder)
+{
+    return entryNames(folder).size();
+}
+
+void judgeTemporary(const QString& folder)
+{
+    const QStringList left = entryNames(folder);
+    judge(left.isEmpty(),
+          QStringLiteral("temporary files left: %1 (limit 0) %2").arg(left.size()).arg(left.join(QLatin1Char(' '))));
+}
+
+// What the recording believes of the memory: as on a machine with that many bytes free when it began. -1 = the truth.
+std::atomic<qint64> pretendedFree{-1};
+std::atomic<qint64> residentAtStart{0};
+
+/// Runs the event loop until `done`; false when the time is over.
+bool processUntil(const std::function<bool()>& done, int limitMs)
+{
+    QElapsedTimer clock;
+    clock.start();
+    while (!done()) {
+        if (clock.elapsed() > limitMs)
+            return false;
+        QApplication::processEvents(QEventLoop::AllEvents, 5);
+        QThread::usleep(500);
+    }
+    return true;
+}
+
+ScenePanel* newPanel(int width, int height)
+{
+    auto* panel = new ScenePanel;
+    panel->resize(width, height);
+    panel->fitToTurn();
+    Viewer::getInstance()->setActivePanel(panel);
+    Overseer::getInstance()->getCommandProcessor()->drain();
+    return panel;
+}
+
+/// A walk of that many positions from the first on.
+void selectWalk(unsigned long count)
+{
+    std::vector<tov::trajectory::Point> points;
+    for (unsigned long i = 0; i < count; ++i)
+        points.push_back({0.01 * double(i % 100), 0.0, 0.0});
+    auto* handler = TrajectoryHandler::getInstance();
+    handler->getTrajectoryInfo()->setPoints(std::move(points));
+    handler->getTrajectoryInfo()->setPosition(0);
+    handler->selectMode(TrajectoryHandler::ModePlain);
+}
+
+CommandRunPointer start(const QString& text)
+{
+    QString error;
+    const CommandRunPointer run = Overseer::getInstance()->getCommandProcessor()->start(text, &error);
+    if (!run)
+        std::fprintf(stderr, "soak: %s\n", qPrintable(error));
+    return run;
+}
+
+CommandRunPointer startVideo(const QString& file, int width, int height, bool synced)
+{
+    return start(QStringLiteral("grabvideo filename=\"%1\" width=%2 height=%3 sync=%4")
+                     .arg(file)
+                     .arg(width)
+                     .arg(height)
+                     .arg(synced ? 1 : 0));
+}
+
+void setChunks(int megabytes, bool memory)
+{
+    tovSettings().setValue(QStringLiteral("settings/grabvideotempfilesize"), megabytes);
+    tovSettings().setValue(QStringLiteral("settings/grabvideousememoryasbuffer"), memory);
+}
+
+/// A wavy sheet of that many triangles at least, or a ball of that many points.
+GeometryElement* largeElement(std::size_t count, bool points)
+{
+    Geometry geometry;
+    if (points) {
+        geometry.kind = Geometry::Kind::Points;
+        geometry.positions.reserve(count * 3);
+        for (std::size_t i = 0; i < count; ++i) {
+            const double height = 2.0 * (double(i) + 0.5) / double(count) - 1, turn = 2.399963229728653 * double(i);
+            const double radius = std::sqrt(1 - height * height);
+            geometry.positions.insert(geometry.positions.end(),
+                                      {float(radius * std::cos(turn)), float(height), float(radius * std::sin(turn))});
+        }
+        for (std::size_t i = 0; i < count; ++i)
+            geometry.indices.push_back(std::uint32_t(i));
+    } else {
+        const auto side = std::size_t(std::ceil(std::sqrt(double(count) / 2)));
+        for (std::size_t y = 0; y <= side; ++y)
+            for (std::size_t x = 0; x <= side; ++x) {
+                const float u = float(x) / float(side) * 2 - 1, v = float(y) / float(side) * 2 - 1;
+                geometry.positions.insert(geometry.positions.end(), {u, v, 0.2f * std::sin(6 * u) * std::cos(6 * v)});
+            }
+        for (std::size_t y = 0; y < side; ++y)
+            for (std::size_t x = 0; x < side; ++x) {
+                const auto at = std::uint32_t(y * (side + 1) + x), above = std::uint32_t(at + side + 1);
+                geometry.indices.insert(geometry.indices.end(), {at, at + 1, above + 1, at, above + 1, above});
+            }
+    }
+    return new GeometryElement(QStringLiteral("large"), std::move(geometry));
+}
+
+void setScene(GeometryElement* element)
+{
+    auto* root = new tov::scene::SceneElement(QStringLiteral("root"));
+    root->addChild(element);
+    Viewer::getInstance()->getGlobalScene()->setRootNode(root);
+}
+
+// ---- The parts. Each has a scene of 20000 triangles and a folder of its own.
+
+void slowEncoder(const QString& folder, const QString& temporary)
+{
+    const int width = 640, height = 480, frames = 3000, freeMb = 600;
+    const qint64 frameBytes = qint64(width) * height * 4;
+    setChunks(50, true);
+    ScenePanel* panel = newPanel(width, height);
+    // First as fast as it goes, to know what ten times slower is.
+    qputenv("TOV_SOAK_FRAME_MS", "0");
+    selectWalk(200);
+    QElapsedTimer clock;
+    clock.start();
+    CommandRunPointer run = startVideo(folder + QStringLiteral("/warm.slow"), width, height, true);
+    processUntil([&] { return run->isFinished(); }, 60000);
+    const double captureMs = double(clock.elapsed()) / 200;
+    // Not so slow that the part takes longer than it may.
+    const double slowMs = std::min(10 * captureMs, 170.0);
+    qputenv("TOV_SOAK_FRAME_MS", QByteArray::number(slowMs));
+    malloc_trim(0);
+    residentAtStart = residentBytes();
+    pretendedFree = qint64(freeMb * Mb);
+    forgetPeak();
+    selectWalk(frames);
+    const QString name = folder + QStringLiteral("/long.slow");
+    clock.start();
+    run = startVideo(name, width, height, true);
+    qint64 most = 0;
+    const bool captured = processUntil(
+        [&] {
+            most = std::max(most, residentBytes());
+            return TrajectoryHandler::getInstance()->getPosition() + 1 >= frames || run->isFinished();
+        },
+        300000);
+    const double captureSeconds = double(clock.elapsed()) / 1000;
+    const bool ended = processUntil(
+        [&] {
+            most = std::max(most, residentBytes());
+            return run->isFinished();
+        },
+        560000);
+    pretendedFree = -1;
+    const qint64 peak = std::max(most, statusBytes("VmHWM")) - residentAtStart;
+    judge(slowMs >= 10 * captureMs, QStringLiteral("encoder %1 ms a frame, capture alone %2 ms: %3 times (limit 10)")
+                                        .arg(slowMs, 0, 'f', 1)
+                                        .arg(captureMs, 0, 'f', 1)
+                                        .arg(slowMs / captureMs, 0, 'f', 1));
+    judge(captured && ended, QStringLiteral("%1 frames: captured after %2 s, encoded after %3 s (limit 560)")
+                                 .arg(frames)
+                                 .arg(captureSeconds, 0, 'f', 0)
+                                 .arg(double(clock.elapsed()) / 1000, 0, 'f', 0));
+    judge(QFileInfo(name).size() == qint64(KeptBytes) * frames,
+          QStringLiteral("frames in %1, frames out %2").arg(frames).arg(double(QFileInfo(name).size()) / KeptBytes));
+    // Chunks go to memory while it is free, which is seen, and to files from then on.
+    judge(peak > freeMb * qint64(Mb) / 2 && peak <= freeMb * qint64(Mb),
+          QStringLiteral("memory %1 MB beyond the start (limit: the %2 MB free then), of %3 MB recorded")
+              .arg(double(peak) / Mb, 0, 'f', 0)
+              .arg(freeMb)
+              .arg(double(frames * frameBytes) / Mb, 0, 'f', 0));
+    judgeTemporary(temporary);
+    Viewer::getInstance()->closePanel(panel);
+}
+
+/// Recordings that fill a small disk. `temporary` is one of `SmallDiskMb`.
+void space(const QString& folder, const QString& temporary)
+{
+    const int width = 640, height = 480, positions = 100000;
+    const qint64 frameBytes = qint64(width) * height * 4, limit = 50 * qint64(Mb);
+    qputenv("TOV_SOAK_FRAME_MS", "20");
+    setChunks(10, false);
+    tov::app::SpaceWatch watch;
+    int told = 0;
+    QObject::connect(&watch, &tov::app::SpaceWatch::lowSpace, [&told](const QString&) { ++told; });
+    tov::app::ErrorMemory errors;
+    ScenePanel* panel = newPanel(width, height);
+    const struct
+    {
+        QString what, file;
+        qint64 kept;
+    } rows[] = {{QStringLiteral("temporary folder fills up"), folder + QStringLiteral("/space.slow"), KeptBytes},
+                {QStringLiteral("output's disk fills up, too"), temporary + QStringLiteral("/space.raw"), frameBytes}};
+    for (const auto& row : rows) {
+        told = 0;
+        errors.clear();
+        selectWalk(positions);
+        const qint64 before = QStorageInfo(temporary).bytesAvailable();
+        qint64 least = before, atStop = 0;
+        const CommandRunPointer run = startVideo(row.file, width, height, true);
+        const bool ended = processUntil(
+            [&] {
+                const qint64 room = QStorageInfo(temporary).bytesAvailable();
+                least = std::min(least, room);
+                if (told == 0)
+                    atStop = room;
+                return run->isFinished();
+            },
+            120000);
+        const qint64 frames = qint64(TrajectoryHandler::getInstance()->getPosition()) + 1;
+        judge(ended && told == 1 && frames < positions, QStringLiteral("%1 (%2 MB): stopped, told %3 times (limit 1)")
+                                                            .arg(row.what)
+                                                            .arg(double(before) / Mb, 0, 'f', 0)
+                                                            .arg(told));
+        judge(atStop < 2 * limit && least > 0,
+              QStringLiteral("%1: %2 MB left when stopped (limit 50), %3 MB at least (more than 0)")
+                  .arg(row.what)
+                  .arg(double(atStop) / Mb, 0, 'f', 0)
+                  .arg(double(least) / Mb, 0, 'f', 0));
+        judge(frames > 50 && QFileInfo(row.file).size() == frames * row.kept,
+              QStringLiteral("%1: frames in %2, frames out %3")
+                  .arg(row.what)
+                  .arg(frames)
+                  .arg(double(QFileInfo(row.file).size()) / double(row.kept)));
+        judge(errors.getMessages().isEmpty(), QStringLiteral("%1: complaints %2 (limit 0) %3")
+                                                  .arg(row.what)
+                                                  .arg(errors.getMessages().size())
+                                                  .arg(errors.getMessages().value(0)));
+        QFile::remove(row.file);
+    }
+    judgeTemporary(temporary);
+    Viewer::getInstance()->closePanel(panel);
+}
+
+void locks(const QString& folder, const QString&)
+{
+    const int frames = 600;
+    setChunks(50, true);
+    setScene(largeElement(1000000, false));
+    ScenePanel* panel = newPanel(640, 480);
+    selectWalk(frames);
+    std::vector<double> waits;
+    QElapsedTimer clock, wait;
+    clock.start();
+    const CommandRunPointer run = startVideo(folder + QStringLiteral("/a.raw"), 640, 480, true);
+    auto* handler = TrajectoryHandler::getInstance();
+    const auto scene = Viewer::getInstance()->getGlobalScene();
+    processUntil([&] { return handler->getPosition() > 0; }, 60000);
+    clock.start();
+    const auto first = handler->getPosition();
+    // As the window does it for each picture of a panel: the shared context, then the scene.
+    const bool walked = processUntil(
+        [&] {
+            wait.start();
+            tov::scene::_GlobalContext()->lock();
+            scene->lock();
+            waits.push_back(double(wait.nsecsElapsed()) / 1e6);
+            scene->unlock();
+            tov::scene::_GlobalContext()->unlock();
+            return handler->getPosition() + 1 >= frames || run->isFinished();
+        },
+        300000);
+    const double frameMs = double(clock.nsecsElapsed()) / 1e6 / double(handler->getPosition() - first);
+    processUntil([&] { return run->isFinished(); }, 120000);
+    std::sort(waits.begin(), waits.end());
+    const double at95 = waits[waits.size() * 95 / 100];
+    judge(walked && waits.size() >= 200 && at95 <= 2 * frameMs,
+          QStringLiteral("waiting for the locks, %1 times: 95 % within %2 ms, the longest %3 ms; a frame takes %4 ms "
+                         "(ratio %5, limit 2)")
+              .arg(waits.size())
+              .arg(at95, 0, 'f', 1)
+              .arg(waits.back(), 0, 'f', 1)
+              .arg(frameMs, 0, 'f', 1)
+              .arg(at95 / frameMs, 0, 'f', 2));
+    judge(QFileInfo(folder + QStringLiteral("/a.raw")).size() == qint64(frames) * 640 * 480 * 4,
+          QStringLiteral("frames in %1, frames out %2")
+              .arg(frames)
+              .arg(double(QFileInfo(folder + QStringLiteral("/a.raw")).size()) / (640 * 480 * 4)));
+    Viewer::getInstance()->closePanel(panel);
+}
+
+void panels(const QString& folder, const QString& temporary)
+{
+    const int count = 8, width = 160, height = 120, wanted = 100;
+    const qint64 frameBytes = qint64(width) * height * 4;
+    setChunks(1, true);
+    std::vector<ScenePanel*> all;
+    std::vector<CommandRunPointer> runs;
+    std::vector<QString> names;
+    for (int i = 0; i < count; ++i) {
+        all.push_back(newPanel(width, height));
+        names.push_back(folder + QStringLiteral("/panel%1.raw").arg(i));
+        runs.push_back(startVideo(names.back(), width, height, false));
+        if (!runs.back())
+            return judge(false, QStringLiteral("recording %1 did not start").arg(i));
+        processUntil([&] { return QFileInfo::exists(names.back()); }, 20000);
+    }
+    const auto atOnce = std::count_if(runs.begin(), runs.end(), [](const auto& run) { return !run->isFinished(); });
+    judge(atOnce == count, QStringLiteral("%1 panels of %2 record at once").arg(atOnce).arg(count));
+    const bool reached = processUntil(
+        [&] {
+            return std::all_of(names.begin(), names.end(),
+                               [&](const QString& name) { return QFileInfo(name).size() >= wanted * frameBytes; });
+        },
+        300000);
+    for (const auto& run : runs)
+        run->stop();
+    const bool ended = processUntil(
+        [&] { return std::all_of(runs.begin(), runs.end(), [](const auto& run) { return run->isFinished(); }); },
+        60000);
+    QStringList counts;
+    qint64 beyond = 0;
+    for (const QString& name : names) {
+        beyond += QFileInfo(name).size() % frameBytes;
+        counts << QString::number(QFileInfo(name).size() / frameBytes);
+    }
+    judge(reached && ended, QStringLiteral("each got frames and ended when told to (at least %1): %2")
+                                .arg(wanted)
+                                .arg(counts.join(QStringLiteral(", "))));
+    judge(beyond == 0, QStringLiteral("bytes beyond whole frames: %1 (limit 0)").arg(beyond));
+    judgeTemporary(temporary);
+    for (ScenePanel* panel : all)
+        Viewer::getInstance()->closePanel(panel);
+}
+
+void picture(const QString& folder, const QString&)
+{
+    const int width = 40000, height = 30000;
+    const double target = 4.0 * width * height;
+    ScenePanel* panel = newPanel(400, 300);
+    // What OpenGL and the writer keep for themselves belongs to the base.
+    CommandRunPointer run = start(QStringLiteral("grabimage filename=\"%1/warm.png\" width=2000").arg(folder));
+    processUntil([&] { return run->isFinished(); }, 60000);
+    malloc_trim(0);
+    forgetPeak();
+    const qint64 base = residentBytes();
+    const QString name = folder + QStringLiteral("/large.png");
+    QElapsedTimer clock;
+    clock.start();
+    run = start(QStringLiteral("grabimage filename=\"%1\" width=%2").arg(name).arg(width));
+    const bool ended = processUntil([&] { return run->isFinished(); }, 560000);
+    const double peak = double(statusBytes("VmHWM") - base);
+    judge(ended, QStringLiteral("a picture of %1 x %2 in %3 s (limit 560)")
+                     .arg(width)
+                     .arg(height)
+                     .arg(double(clock.elapsed()) / 1000, 0, 'f', 0));
+    QProcess check;
+    check.start(QStringLiteral("pngcheck"), {QStringLiteral("-q"), name});
+    const bool sound =
+        check.waitForFinished(120000) && check.exitStatus() == QProcess::NormalExit && check.exitCode() == 0;
+    judge(sound, QStringLiteral("pngcheck finds the file whole (status %1)").arg(check.exitCode()));
+    judge(QImageReader(name).size() == QSize(width, height), QStringLiteral("the file says %1 x %2, %3 MB")
+                                                                 .arg(QImageReader(name).size().width())
+                                                                 .arg(QImageReader(name).size().height())
+                                                                 .arg(double(QFileInfo(name).size()) / Mb, 0, 'f', 0));
+    judge(peak > target && peak <= 1.15 * target,
+          QStringLiteral("memory %1 MB beyond the base, %2 of the target's bytes (limit 1.15)")
+              .arg(peak / Mb, 0, 'f', 0)
+              .arg(peak / target, 0, 'f', 3));
+    Viewer::getInstance()->closePanel(panel);
+}
+
+/// Writes a binary PLY file of points, or of a sheet of triangles.
+bool writePly(const QString& name, const GeometryElement& element)
+{
+    QFile file(name);
+    if (!file.open(QIODevice::WriteOnly))
+        return false;
+    const bool points = element.getKind() == Geometry::Kind::Points;
+    QByteArray text = "ply\nformat binary_little_endian 1.0\nelement vertex " +
+                      QByteArray::number(qulonglong(element.getVertices().size())) +
+                      "\nproperty float x\nproperty float y\nproperty float z\n";
+    if (!points)
+        text += "element face " + QByteArray::number(qulonglong(element.getIndices().size() / 3)) +
+                "\nproperty list uchar int vertex_indices\n";
+    file.write(text + "end_header\n");
+    QByteArray block;
+    const auto flush = [&](int limit) {
+        if (block.size() > limit) {
+            file.write(block);
+            block.clear();
+        }
+    };
+    for (const auto& vertex : element.getVertices()) {
+        block.append(reinterpret_cast<const char*>(vertex.position), sizeof vertex.position);
+        flush(1 << 20);
+    }
+    if (!points)
+        for (std::size_t i = 0; i + 2 < element.getIndices().size(); i += 3) {
+            block.append('\3');
+            block.append(reinterpret_cast<const char*>(element.getIndices().data() + i), 12);
+            flush(1 << 20);
+        }
+    flush(0);
+    return file.flush() && file.error() == QFileDevice::NoError;
+}
+
+std::size_t countPrimitives(tov::scene::SceneElement* element)
+{
+    std::size_t count = 0;
+    if (const auto* geometry = dynamic_cast<GeometryElement*>(element))
+        count += geometry->getIndices().size() / std::size_t(geometry->getKind());
+    for (auto* child : element->getChildren())
+        count += countPrimitives(child);
+    return count;
+}
+
+void models(const QString& folder, const QString&)
+{
+    const struct
+    {
+        const char* name;
+        std::size_t count;
+        bool points;
+    } rows[] = {{"10 million triangles", 10000000, false}, {"20 million points", 20000000, true}};
+    for (const auto& row : rows) {
+        const QString what = QString::fromLatin1(row.name), model = folder + QStringLiteral("/large.ply");
+        std::size_t written = 0;
+        {
+            const std::unique_ptr<GeometryElement> element(largeElement(row.count, row.points));
+            written = element->getIndices().size() / std::size_t(element->getKind());
+            if (!writePly(model, *element))
+                return judge(false, QStringLiteral("the file of %1 could not be written").arg(what));
+        }
+        Viewer::getInstance()->getGlobalScene()->setRootNode(nullptr);
+        malloc_trim(0);
+        QString error;
+        QElapsedTimer clock;
+        clock.start();
+        const bool read = tov::scene::SceneImport::addFiles({model}, &error);
+        std::size_t count = 0;
+        if (read)
+            count = countPrimitives(Viewer::getInstance()->getGlobalScene()->getRootNode());
+        judge(read && count == written && count >= row.count,
+              QStringLiteral("%1: %2 of %3 read in %4 s, %5 MB resident %6")
+                  .arg(what)
+                  .arg(count)
+                  .arg(written)
+                  .arg(double(clock.elapsed()) / 1000, 0, 'f', 1)
+                  .arg(double(residentBytes()) / Mb, 0, 'f', 0)
+                  .arg(error));
+        ScenePanel* panel = newPanel(640, 480);
+        clock.start();
+        CommandRunPointer run = start(QStringLiteral("grabimage filename=\"%1/p.png\" width=640").arg(folder));
+        processUntil([&] { return run->isFinished(); }, 250000);
+        const QImage image(folder + QStringLiteral("/p.png"));
+        qint64 drawn = 0;
+        for (int y = 0; y < image.height(); ++y)
+            for (int x = 0; x < image.width(); ++x)
+                drawn += qAlpha(image.pixel(x, y)) == 255;
+        judge(image.width() == 640 && drawn > 10000,
+              QStringLiteral("%1: picture in %2 s (limit 250), %3 pixels covered (at least 10001)")
+                  .arg(what)
+                  .arg(double(clock.elapsed()) / 1000, 0, 'f', 1)
+                  .arg(drawn));
+        selectWalk(10);
+        setChunks(50, true);
+        clock.start();
+        run = startVideo(folder + QStringLiteral("/v.raw"), 640, 480, true);
+        processUntil([&] { return run->isFinished(); }, 250000);
+        judge(QFileInfo(folder + QStringLiteral("/v.raw")).size() == 10ll * 640 * 480 * 4,
+              QStringLiteral("%1: %2 of 10 frames recorded in %3 s (limit 250)")
+                  .arg(what)
+                  .arg(double(QFileInfo(folder + QStringLiteral("/v.raw")).size()) / (640 * 480 * 4))
+                  .arg(double(clock.elapsed()) / 1000, 0, 'f', 1));
+        Viewer::getInstance()->closePanel(panel);
+    }
+}
+
+/// Bytes a round that the resident memory grows, the straight line of least squares.
+double slope(const std::vector<double>& values)
+{
+    const double n = double(values.size());
+    double sumX = 0, sumY = 0, sumXY = 0, sumXX = 0;
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        sumX += double(i);
+        sumY += values[i];
+        sumXY += double(i) * values[i];
+        sumXX += double(i) * double(i);
+    }
+    return (n * sumXY - sumX * sumY) / (n * sumXX - sumX * sumX);
+}
+
+void rounds(const QString& folder, const QString& temporary)
+{
+    const int warm = 20, count = 200;
+    // Which of the allocator's arenas a thread gets is chance, and what stays in them by megabytes hides a small
+    // growth.
+    mallopt(M_ARENA_MAX, 1);
+    setChunks(1, false);
+    ScenePanel* panel = newPanel(160, 120);
+    const auto quiet = [&] {
+        // A thread that has ended is gone from the system's list a moment later.
+        for (const QString& task :
+             QDir(QStringLiteral("/proc/self/task")).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+            QFile comm(QStringLiteral("/proc/self/task/%1/comm").arg(task));
+            if (comm.open(QIODevice::ReadOnly)) {
+                const QByteArray name = comm.readAll().trimmed();
+                if (name == "Command" || name == "Grabber" || name == "SyncedGrabber" || name == "QThread")
+                    return false;
+            }
+        }
+        return true;
+    };
+    for (const bool video : {true, false}) {
+        const QString kind = video ? QStringLiteral("recordings") : QStringLiteral("pictures");
+        std::vector<double> memory, allocated;
+        int threads = 0, descriptors = 0, files = 0, good = 0;
+        for (int i = 0; i < warm + count; ++i) {
+            const QString name = folder + (video ? QStringLiteral("/r.raw") : QStringLiteral("/r.png"));
+            QFile::remove(name);
+            selectWalk(20);
+            const CommandRunPointer run = video
+                                              ? startVideo(name, 160, 120, true)
+                                              : start(QStringLiteral("grabimage filename=\"%1\" width=600").arg(name));
+            if (!run)
+                break;
+            processUntil([&] { return run->isFinished(); }, 60000);
+            processUntil(quiet, 20000);
+            const bool right =
+                video ? QFileInfo(name).size() == 20ll * 160 * 120 * 4 : QImageReader(name).size() == QSize(600, 450);
+            if (i >= warm) {
+                good += right ? 1 : 0;
+                // What the allocator only keeps for later is no growth.
+                malloc_trim(0);
+                memory.push_back(double(residentBytes()));
+                allocated.push_back(double(mallinfo2().uordblks));
+            }
+            if (i == warm - 1) {
+                threads = entries(QStringLiteral("/proc/self/task"));
+                descriptors = entries(QStringLiteral("/proc/self/fd"));
+                files = entries(temporary);
+            }
+        }
+        judge(good == count, QStringLiteral("%1 of %2 %3 are right").arg(good).arg(count).arg(kind));
+        if (memory.size() < 2)
+            continue;
+        judge(slope(memory) <= 8192,
+              QStringLiteral("%1: memory grows by %2 KiB each (limit 8), what is allocated by %3 KiB")
+                  .arg(kind)
+                  .arg(slope(memory) / 1024, 0, 'f', 2)
+                  .arg(slope(allocated) / 1024, 0, 'f', 2));
+        processUntil(
+            [&] {
+                return entries(QStringLiteral("/proc/self/task")) <= threads &&
+                       entries(QStringLiteral("/proc/self/fd")) <= descriptors;
+            },
+            20000);
+        judge(entries(QStringLiteral("/proc/self/fd")) <= descriptors,
+              QStringLiteral("%1: descriptors %2 before, %3 after (limit +0)")
+                  .arg(kind)
+                  .arg(descriptors)
+                  .arg(entries(QStringLiteral("/proc/self/fd"))));
+        judge(entries(QStringLiteral("/proc/self/task")) <= threads,
+              QStringLiteral("%1: threads %2 before, %3 after (limit +0)")
+                  .arg(kind)
+                  .arg(threads)
+                  .arg(entries(QStringLiteral("/proc/self/task"))));
+        judge(entries(temporary) <= files, QStringLiteral("%1: temporary files %2 before, %3 after (limit +0)")
+                                               .arg(kind)
+                                               .arg(files)
+                                               .arg(entries(temporary)));
+    }
+    Viewer::getInstance()->closePanel(panel);
+}
+
+void longRecording(const QString& folder, const QString& temporary)
+{
+    const unsigned long frames = 90000;
+    const int side = 32;
+    setChunks(1, false);
+    // Few triangles: it is about the number of frames.
+    setScene(largeElement(200, false));
+    ScenePanel* panel = newPanel(side, side);
+    selectWalk(frames);
+    const QString name = folder + QStringLiteral("/long.raw");
+    auto* handler = TrajectoryHandler::getInstance();
+    const CommandRunPointer run = startVideo(name, side, side, true);
+    QElapsedTimer clock, gap;
+    clock.start();
+    processUntil([&] { return handler->getPosition() >= 2000; }, 120000);
+    const qint64 early = residentBytes();
+    qint64 late = early;
+    gap.start();
+    const bool ended = processUntil(
+        [&] {
+            if (gap.elapsed() > 200 && !run->isFinished()) {
+                late = std::max(late, residentBytes());
+                gap.start();
+            }
+            return run->isFinished();
+        },
+        560000);
+    judge(ended,
+          QStringLiteral("%1 frames in %2 s (limit 560)").arg(frames).arg(double(clock.elapsed()) / 1000, 0, 'f', 0));
+    judge(QFileInfo(name).size() == qint64(frames) * side * side * 4,
+          QStringLiteral("frames in %1, frames out %2")
+              .arg(frames)
+              .arg(double(QFileInfo(name).size()) / (side * side * 4)));
+    judge(double(late - early) <= 5 * Mb, QStringLiteral("memory %1 MB more at most after frame 2000 (limit 5)")
+                                              .arg(double(late - early) / Mb, 0, 'f', 2));
+    judgeTemporary(temporary);
+    Viewer::getInstance()->closePanel(panel);
+}
+
+/// Puts a file system of `SmallDiskMb` in place of the folder, for this process only; false, told, where that is not
+/// allowed. To be called before there are threads.
+bool mountSmallDisk(const QString& folder)
+{
+    const auto write = [](const char* name, const std::string& text) {
+        QFile file(QString::fromLatin1(name));
+        return file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) &&
+               file.write(text.data(), qint64(text.size())) == qint64(text.size());
+    };
+    const auto user = std::to_string(geteuid()), group = std::to_string(getegid());
+    // Whoever may not mount may do so in a user name space.
+    const bool apart = unshare(CLONE_NEWNS) == 0 ||
+                       (unshare(CLONE_NEWUSER | CLONE_NEWNS) == 0 && write("/proc/self/setgroups", "deny") &&
+                        write("/proc/self/uid_map", user + " " + user + " 1") &&
+                        write("/proc/self/gid_map", group + " " + group + " 1"));
+    const QByteArray options = "size=" + QByteArray::number(SmallDiskMb) + "m";
+    if (apart && mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+        mount("tmpfs", QFile::encodeName(folder).constData(), "tmpfs", 0, options.constData()) == 0)
+        return true;
+    std::fprintf(stderr, "soak: no small disk: %s\n", std::strerror(errno));
+    return false;
+}
+
+} // namespace
+
+// In place of the system's: the recording asks it how much memory is free.
+extern "C" TOV_EXPORT int sysinfo(struct sysinfo* info) noexcept
+{
+    static const auto real = reinterpret_cast<int (*)(struct ::sysinfo*)>(dlsym(RTLD_NEXT, "sysinfo"));
+    const int result = real(info);
+    const qint64 free = pretendedFree;
+    if (free >= 0) {
+        info->mem_unit = 1;
+        info->freeram = static_cast<unsigned long>(std::max<qint64>(0, free - (residentBytes() - residentAtStart)));
+        info->bufferram = 0;
+    }
+    return result;
+}
+
+int main(int argc, char** argv)
+{
+    const struct
+    {
+        const char* name;
+        void (*run)(const QString& folder, const QString& temporary);
+    } parts[] = {{"slow", slowEncoder}, {"space", space},   {"locks", locks},   {"panels", panels},
+                 {"picture", picture},  {"models", models}, {"rounds", rounds}, {"long", longRecording}};
+    const auto* part = std::find_if(std::begin(parts), std::end(parts), [&](const auto& each) {
+        return argc == 2 && std::strcmp(argv[1], each.name) == 0;
+    });
+    if (part == std::end(parts)) {
+        std::fputs("usage: soak slow|space|locks|panels|picture|models|rounds|long\n", stderr);
+        return 2;
+    }
+    tov::app::prepareProcess();
+    QTemporaryDir folder, temporary;
+    qputenv("TMPDIR", QFile::encodeName(temporary.path()));
+    if (part->run == space && !mountSmallDisk(temporary.path()))
+        return 1;
+    // Where there is none, Qt makes one among the temporary files.
+    if (!qEnvironmentVariableIsSet("XDG_RUNTIME_DIR"))
+        qputenv("XDG_RUNTIME_DIR", QFile::encodeName(folder.path()));
+    {
+        tov::app::StartOptions options;
+        options.settingsFile = folder.filePath(QStringLiteral("settings.ini"));
+        int count = 1;
+        tov::app::Startup startup(count, argv, options);
+        setScene(largeElement(20000, false));
+        part->run(folder.path(), temporary.path());
+    }
+    if (part->run == space)
+        umount2(QFile::encodeName(temporary.path()).constData(), MNT_DETACH);
+    std::printf("soak %s: %d of %d\n", part->name, held, cases);
+    return cases > 0 && held == cases ? 0 : 1;
+}
