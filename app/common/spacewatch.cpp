@@ -8,6 +8,8 @@
 #include <QLocale>
 #include <QStorageInfo>
 
+#include <algorithm>
+
 namespace tov::app {
 
 using tov::main::CommandProcessor;
@@ -15,7 +17,9 @@ using tov::main::CommandRunPointer;
 
 namespace {
 
-constexpr int LookMs = 1000;
+constexpr int LongestLookMs = 1000, ShortestLookMs = 20;
+/// What a recording may write in a millisecond: 4K frames, 30 a second.
+constexpr qint64 BytesPerMs = 1000000;
 constexpr int DefaultLimitMb = 50;
 constexpr qint64 BytesPerMb = 1000000;
 
@@ -34,7 +38,7 @@ SpaceWatch::SpaceWatch(QObject* parent) : QObject(parent)
         if (file.isEmpty() || run->isFinished())
             return;
         m_Watched[run->getId()] = {run, QFileInfo(file).absolutePath()};
-        m_Clock.start(LookMs);
+        m_SinceTold.invalidate();
         look();
     });
     connect(processor, &CommandProcessor::runFinished, this, [this](const CommandRunPointer& run) {
@@ -42,6 +46,8 @@ SpaceWatch::SpaceWatch(QObject* parent) : QObject(parent)
         if (m_Watched.empty())
             m_Clock.stop();
     });
+    m_Clock.setSingleShot(true);
+    m_Clock.setTimerType(Qt::PreciseTimer);
     connect(&m_Clock, &QTimer::timeout, this, &SpaceWatch::look);
 }
 
@@ -68,6 +74,7 @@ qint64 SpaceWatch::getRoom(quint64 run) const
 void SpaceWatch::look()
 {
     const qint64 limit = limitBytes();
+    qint64 nextMs = LongestLookMs;
     for (auto& [id, watched] : m_Watched) {
         watched.room = -1;
         for (const QString& folder : {watched.folder, QDir::tempPath()}) {
@@ -76,15 +83,23 @@ void SpaceWatch::look()
                 continue;
             if (watched.room < 0 || room < watched.room)
                 watched.room = room;
-            if (room >= limit || watched.told)
+            if (watched.told || limit <= 0)
                 continue;
+            if (room >= limit) {
+                nextMs = std::min(nextMs, (room - limit) / BytesPerMs);
+                continue;
+            }
             watched.told = true;
             watched.run->stop();
             emit lowSpace(tr("%1 has only %2 left: the recording was stopped, what was captured is kept.")
                               .arg(folder, QLocale().formattedDataSize(room)));
         }
     }
-    emit measured();
+    if (!m_SinceTold.isValid() || m_SinceTold.elapsed() >= LongestLookMs) {
+        m_SinceTold.start();
+        emit measured();
+    }
+    m_Clock.start(int(std::max<qint64>(nextMs, ShortestLookMs)));
 }
 
 } // namespace tov::app

@@ -2,6 +2,7 @@
 
 #include "kernel/main/commandprocessor.h"
 
+#include <QElapsedTimer>
 #include <QObject>
 #include <QTimer>
 
@@ -11,7 +12,7 @@ namespace tov::app {
 
 /// Looks after the disks that recordings fill: those of their files and of the temporary folder. When one has less room
 /// than the setting "settings/lowspacelimit" says (MB, 50 at first; 0 = never), what runs there is stopped as by Stop:
-/// what was captured is kept. Thread: application.
+/// what was captured is kept. Looks each second, more often the less room there is. Thread: application.
 class SpaceWatch : public QObject
 {
     Q_OBJECT
@@ -41,6 +42,7 @@ private:
     void look();
 
     QTimer m_Clock;
+    QElapsedTimer m_SinceTold;            ///< since `measured`
     std::map<quint64, Watched> m_Watched; ///< by run
 };
 

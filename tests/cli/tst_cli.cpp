@@ -114,12 +114,39 @@ TEST_F(CliTest, LocaleBringsTheLanguage)
 
 TEST_F(CliTest, ADiskThatRunsFullStopsARecordingAndKeepsIt)
 {
+    {
+        // The file holds something once the first chunk is full.
+        QSettings settings(path("settings.ini"), QSettings::IniFormat);
+        settings.setValue("settings/grabvideotempfilesize", "1");
+    }
     // The disks are full from when the file holds something on.
     variables = {{QStringLiteral("LD_PRELOAD"), QStringLiteral(TOV_BINARY_DIR "/tests/libfulldisk.so")},
                  {QStringLiteral("TOV_FULL_WITH"), path("low.mkv")}};
     const Result result = run({"video", Cube, "-o", "low.mkv", "--size", "160x120", "--duration", "60"});
     expectFailure(result, 1, "the recording was stopped, what was captured is kept");
     EXPECT_TRUE(QFile::exists(path("low.mkv")));
+}
+
+TEST_F(CliTest, ADiskThatRunsFullWithinASecondLosesNoFrame)
+{
+    // Frames come faster than they are encoded, and wait in a temporary folder that holds little more than the limit.
+    if (run({}, "unshare -rm true").status != 0)
+        GTEST_SKIP() << "file systems cannot be mounted here, not even in a name space";
+    {
+        QSettings settings(path("settings.ini"), QSettings::IniFormat);
+        settings.setValue("settings/grabvideousememoryasbuffer", "0");
+        settings.setValue("settings/grabvideotempfilesize", "5");
+    }
+    // The leak checker cannot look at a process in a name space of its own.
+    variables = {{QStringLiteral("TMPDIR"), path("disk")},
+                 {QStringLiteral("CUBE"), Cube},
+                 {QStringLiteral("ASAN_OPTIONS"), qEnvironmentVariable("ASAN_OPTIONS") + ":detect_leaks=0"}};
+    QDir().mkpath(path("disk"));
+    const Result result =
+        run({}, "unshare -rm sh -c 'mount -t tmpfs -o size=120m tmpfs \"$TMPDIR\" && exec \"$0\" video "
+                "\"$CUBE\" -o full.av1.mkv --size 800x600 --turntable 5000 --quiet' \"$0\"");
+    expectFailure(result, 1, "the recording was stopped, what was captured is kept");
+    EXPECT_TRUE(QFile::exists(path("full.av1.mkv")));
 }
 
 TEST_F(CliTest, AFullDiskIsToldBeforeARecording)
