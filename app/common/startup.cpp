@@ -114,6 +114,10 @@ void prepareProcess()
     QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
     ignore(SIGPIPE);
     ignore(SIGXFSZ);
+    // The session's message bus is used where there is one. Without its address the library would start a bus of its own,
+    // another program that stays when this one is gone.
+    if (!qEnvironmentVariableIsSet("DBUS_SESSION_BUS_ADDRESS"))
+        qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:runtime=yes");
 }
 
 struct Startup::Private

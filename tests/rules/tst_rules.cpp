@@ -358,6 +358,32 @@ TEST(Program, IsNotLinkedAgainstTheModule)
     EXPECT_EQ(needed.find("libav"), std::string::npos);
 }
 
+TEST(BuiltFiles, AreCompiledHardened)
+{
+    // One entry a source; a field a line.
+    std::ifstream in(TOV_BINARY_DIR "/compile_commands.json");
+    std::string line, command;
+    std::set<std::string> folders;
+    const std::string root = Root.string() + "/", built = TOV_BINARY_DIR "/";
+    while (std::getline(in, line)) {
+        if (line.find("\"command\":") != std::string::npos)
+            command = line + " ";
+        const std::size_t at = line.find("\"file\": \"" + root);
+        if (at == std::string::npos || line.find("\"file\": \"" + built) != std::string::npos)
+            continue;
+        const std::string file = line.substr(line.find(root) + root.size());
+        folders.insert(file.substr(0, file.find('/')));
+        const auto has = [&command](const char* option) { return command.find(option) != std::string::npos; };
+        EXPECT_TRUE(has(" -fstack-protector-strong ")) << file;
+        EXPECT_TRUE(has(" -fPIC ") || has(" -fPIE ")) << file;
+        // Sanitizers have checks of their own, and nothing is checked without optimisation.
+        if (!has(" -fsanitize=") && !has(" -O0 ") && has(" -O"))
+            EXPECT_TRUE(has(" -D_FORTIFY_SOURCE=2 ")) << file;
+    }
+    for (const char* folder : {"app", "grab", "kernel", "plugins", "scene", "sdk", "trajectory"})
+        EXPECT_EQ(folders.count(folder), 1u) << folder;
+}
+
 TEST(BuiltFiles, AreHardened)
 {
     for (const char* file : {"bin/tov", "bin/modules/libgrab.so", "lib/libtovkernel.so", "lib/libtovscene.so",
