@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Encoder plug-ins that misbehave inside the program: it ends in good order, or can be left. usage: encoders.py BUILD"""
+"""Encoder plug-ins that misbehave inside the program: it ends in good order, or can be left. usage: encoders.py BUILD [CASE]"""
 
 import os
 import shutil
@@ -14,6 +14,7 @@ from programcopy import Copy  # noqa: E402
 
 BUILD = sys.argv[1]
 MODEL = '/usr/share/glmark2/models/cube.3ds'
+ONLY = sys.argv[2] if len(sys.argv) > 2 else ''
 RESULTS = []
 root = tempfile.mkdtemp(prefix='tov encoders ')
 os.chmod(root, 0o755)
@@ -21,6 +22,8 @@ os.chmod(root, 0o755)
 
 def case(what):
     def add(function):
+        if ONLY and what != ONLY:
+            return
         copy = Copy(BUILD, root)
         for name in ('misbehaves.so', 'troublesome.so', 'throws.so'):
             shutil.copy(BUILD + '/tests/zoo/' + name, copy.plugins)

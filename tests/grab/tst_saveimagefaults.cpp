@@ -17,6 +17,7 @@
 #include "tests/grab/scenes.h"
 #include "tests/support/logcapture.h"
 #include "tests/support/temporarysettings.h"
+#include "tests/support/threads.h"
 
 #include <QFile>
 #include <QGuiApplication>
@@ -30,6 +31,7 @@
 #include <GL/gl.h>
 
 #include <algorithm>
+#include <atomic>
 #include <utility>
 #include <vector>
 
@@ -438,6 +440,51 @@ tov::gui::ScenePanel* watchedPanel = nullptr;
 tov::gui::ScenePanel* otherPanel = nullptr;
 
 } // namespace
+
+namespace {
+
+std::atomic<int> commandThread{0};
+std::atomic<bool> commandDone{false};
+
+} // namespace
+
+TEST_F(FaultTest, TheViewIsAskedForInTurnWithOtherWorkOfTheApplicationThread)
+{
+    TemporarySettings settings;
+    QTemporaryDir folder;
+    auto* processor = tov::main::Overseer::getInstance()->getCommandProcessor();
+    watchedPanel = new tov::gui::ScenePanel;
+    watchedPanel->resize(400, 200);
+    watchedPanel->fitToView();
+    auto* command = new GrabImage;
+    processor->drain();
+    Viewer::getInstance()->setActivePanel(watchedPanel);
+    ASSERT_TRUE(command->getCurrentParameterSet()->at(0)->castString(folder.filePath(QStringLiteral("a.png"))));
+    ASSERT_TRUE(command->getCurrentParameterSet()->at(1)->castString(QStringLiteral("64")));
+    // Between size and view the application thread turns the panel, once the command waits for something.
+    commandThread = 0;
+    commandDone = false;
+    shim<void (*)()>("shimOnCursor") = +[] {
+        while (!commandDone && threadState(commandThread) != 'S')
+            QThread::yieldCurrentThread();
+        watchedPanel->orbit(90, 0);
+    };
+    shim<int>("shimDrawCount") = 0;
+    QThread* thread = QThread::create([&] {
+        commandThread = threadId();
+        command->execute();
+        commandDone = true;
+    });
+    thread->start();
+    EXPECT_TRUE(processUntil([&] { return thread->isFinished(); }));
+    delete thread;
+    shim<void (*)()>("shimOnCursor") = nullptr;
+    ASSERT_EQ(shim<int>("shimDrawCount"), 1);
+    const auto& draw = *static_cast<ShimDraw*>(dlsym(RTLD_DEFAULT, "shimDraws"));
+    EXPECT_TRUE(std::equal(draw.transform, draw.transform + 16, watchedPanel->getScaledTransformMatrix().data()));
+    Viewer::getInstance()->closePanel(watchedPanel);
+    processor->destroyCommand(command);
+}
 
 TEST_F(FaultTest, APanelThatIsClosedOrSucceededBetweenSizeAndView)
 {
