@@ -28,6 +28,8 @@ const Format Formats[] = {
     {"pam", QT_TRANSLATE_NOOP("AnymapEncoder", "Portable pixmaps with transparency"), 4},
 };
 
+constexpr int LargestPixels = 500000000;
+
 class AnymapEncoder : public Encoder
 {
 public:
@@ -43,7 +45,8 @@ protected:
 
     bool encodeChunk(QIODevice* chunk, bool) override
     {
-        if (!chunk || m_Width <= 0 || m_Height <= 0 || !chunk->seek(0))
+        // Larger frames fit into no byte array.
+        if (!chunk || m_Width <= 0 || m_Height <= 0 || m_Width > LargestPixels / m_Height || !chunk->seek(0))
             return true;
         const int frameBytes = m_Width * m_Height * 4;
         QByteArray frame(frameBytes, Qt::Uninitialized);

@@ -18,7 +18,9 @@ protected:
 
     bool encodeChunk(QIODevice* chunk, bool) override
     {
-        const int pixels = m_Width > 0 && m_Height > 0 ? m_Width * m_Height : 0;
+        // Larger frames fit into no byte array.
+        const bool fits = m_Width > 0 && m_Height > 0 && m_Width <= 500000000 / m_Height;
+        const int pixels = fits ? m_Width * m_Height : 0;
         if (!chunk || !mp_OutputFile || pixels == 0 || !chunk->seek(0))
             return true;
         QByteArray planes(pixels * 3, 0);

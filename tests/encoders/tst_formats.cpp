@@ -797,3 +797,16 @@ TEST_F(FormatTest, OddParametersDoNotCrash)
         encoder->waitForFinish();
     }
 }
+
+TEST_F(FormatTest, FramesThatNoBufferHoldsAreRefused)
+{
+    // 2 GiB a frame: a graphics card may draw it, but no byte array holds it. A file with holes takes no room.
+    auto* chunk = new QTemporaryFile;
+    ASSERT_TRUE(chunk->open());
+    ASSERT_TRUE(chunk->resize(qint64(32768) * 16384 * 4));
+    LogCapture log;
+    auto encoder = encoderFor(path(QStringLiteral("l.mkv")), 32768, 16384);
+    EXPECT_TRUE(encoder->encodeVideoChunk(chunk, true));
+    encoder->waitForFinish();
+    EXPECT_TRUE(log.contains(QStringLiteral("A chunk of the recording cannot be read back"))) << log.text();
+}

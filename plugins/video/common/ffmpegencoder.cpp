@@ -119,6 +119,7 @@ bool FFmpegEncoder::initEncoding(QIODevice*, bool)
     // Everything is opened later, on the runner, whose idle scheduling the codec's threads inherit. Refusing here would
     // strand every chunk, so a problem with the output is not even looked for.
     d.reset();
+    m_Alpha = StraightAlpha();
     m_Failed = false;
     m_Finished = false;
     m_Frames = 0;

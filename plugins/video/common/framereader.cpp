@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 
 namespace tov::plugins::video {
 
@@ -11,6 +12,8 @@ namespace {
 
 /// Bytes that may be read behind a frame: the scaler reads whole vector registers, also where a row ends inside one.
 constexpr int Slack = 256;
+/// What a byte array can hold.
+constexpr qint64 LargestFrame = qint64(std::numeric_limits<int>::max()) - 4096;
 
 } // namespace
 
@@ -26,6 +29,8 @@ FrameReader::FrameReader(QIODevice* chunk, qint64 frameBytes) : mp_Chunk(chunk),
         mp_Memory = reinterpret_cast<const uchar*>(bytes.constData());
         // Memory that grew has room behind its end as a rule.
         mp_End = mp_Memory + std::max(bytes.capacity(), bytes.size());
+    } else if (m_Left > 0 && frameBytes > LargestFrame) {
+        m_Failed = true;
     } else if (m_Left > 0) {
         m_Frame.resize(int(frameBytes) + Slack);
         m_Failed = !chunk->seek(0);

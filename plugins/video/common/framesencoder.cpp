@@ -213,7 +213,9 @@ void FramesEncoder::finishEncoding()
     }
     m_Files.clear();
     d.reset();
+    m_Alpha = StraightAlpha();
     m_Failed = false;
+    m_RemainderLogged = false;
 }
 
 } // namespace tov::plugins::video
