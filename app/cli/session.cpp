@@ -1,6 +1,7 @@
 #include "app/cli/session.h"
 
 #include "app/cli/verbs.h"
+#include "app/common/recordinglost.h"
 #include "kernel/gui/zprogressdialog.h"
 #include "kernel/main/overseer.h"
 #include "scene/sceneimport.h"
@@ -13,7 +14,6 @@
 #include <QFileInfo>
 
 #include <cstdio>
-#include <utility>
 #include <unistd.h>
 
 namespace tov::app {
@@ -42,31 +42,6 @@ StartOptions startOptions(const Options& options)
     };
     return start;
 }
-
-/// Calls a function when the log shows that nothing more can come of a recording: no chunk could be made, or the
-/// encoder took none. The recording itself goes on or waits until it is stopped, and here nobody sits who would.
-class RecordingLost : public tov::log::LogSink
-{
-public:
-    explicit RecordingLost(std::function<void()> onLost) : m_OnLost(std::move(onLost))
-    {
-        tov::log::Logger::addSink(this);
-    }
-    ~RecordingLost() override { tov::log::Logger::removeSink(this); }
-    void write(const tov::log::LogRecord& record) override
-    {
-        const bool noChunk =
-            record.file == QLatin1String("videohandler") && record.function == QLatin1String("createChunkFile");
-        const bool notTaken =
-            record.file == QLatin1String("video/encoder") &&
-            (record.function == QLatin1String("encodeVideoChunk") || record.function == QLatin1String("run"));
-        if (noChunk || notTaken)
-            m_OnLost();
-    }
-
-private:
-    std::function<void()> m_OnLost; ///< called on the logging thread
-};
 
 } // namespace
 
@@ -177,7 +152,8 @@ bool Session::run(const QString& name, const tov::main::CommandArguments& argume
     m_Errors.clear();
     QString error;
     QObject context;
-    const RecordingLost lost([this, &context] {
+    // Nobody sits here who would stop it.
+    const RecordingLost lost([this, &context](const QString&) {
         QMetaObject::invokeMethod(
             &context,
             [this] {

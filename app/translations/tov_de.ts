@@ -1379,6 +1379,10 @@ Aufnahmen werden beendet und geschrieben, Bilder fertig gemacht. Dann schließt 
         <source>%1 free</source>
         <translation>%1 frei</translation>
     </message>
+    <message>
+        <source>A recording takes no more frames: %1. What it has is kept; stop it if it does not end by itself.</source>
+        <translation>Eine Aufnahme nimmt keine Bilder mehr auf: %1. Was sie hat, bleibt; beenden Sie sie, wenn sie nicht von selbst endet.</translation>
+    </message>
 </context>
 <context>
     <name>tov::viewer::NoticeBar</name>

@@ -1,6 +1,7 @@
 #include "app/viewer/mainwindow.h"
 
 #include "app/common/output.h"
+#include "app/common/recordinglost.h"
 #include "app/common/spacewatch.h"
 #include "app/common/videoprobe.h"
 #include "app/viewer/commandactions.h"
@@ -170,6 +171,7 @@ MainWindow::~MainWindow()
         mp_OpenThread = nullptr;
     }
     mp_Grid->closeAll();
+    mp_Lost.reset();
     tov::log::Logger::removeSink(mp_LastError.get());
 }
 
@@ -455,6 +457,17 @@ void MainWindow::watchRuns()
         }
     });
     connect(mp_Runs, &RunsBar::stopIgnored, this, &MainWindow::warnOfStuckRun);
+    mp_Lost = std::make_unique<tov::app::RecordingLost>([this](const QString& why) {
+        QMetaObject::invokeMethod(
+            this,
+            [this, why] {
+                mp_Notices->showMessage(NoticeBar::Kind::Warning,
+                                        tr("A recording takes no more frames: %1. What it has is kept; stop it if it "
+                                           "does not end by itself.")
+                                            .arg(why));
+            },
+            Qt::QueuedConnection);
+    });
     auto* processor = Overseer::getInstance()->getCommandProcessor();
     connect(processor, &CommandProcessor::runStarted, this, [this](const CommandRunPointer& run) {
         Started started;

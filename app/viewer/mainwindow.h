@@ -14,6 +14,10 @@ class QLabel;
 class QMenu;
 class QThread;
 
+namespace tov::app {
+class RecordingLost;
+}
+
 namespace tov::viewer {
 
 class CommandActions;
@@ -103,6 +107,7 @@ private:
     std::shared_ptr<std::atomic<bool>> mp_OpenCancelled;
     struct LastError;
     std::shared_ptr<LastError> mp_LastError; ///< shared with the log while the window lives
+    std::unique_ptr<tov::app::RecordingLost> mp_Lost;
     std::map<quint64, Started> m_Started;
     bool m_Closing = false;
 };

@@ -77,6 +77,25 @@ TEST_F(WindowRecordings, StopButtonEndsARecordingThatThenPlays)
     EXPECT_FALSE(window().getRuns()->isVisible());
 }
 
+TEST_F(WindowRecordings, ARecordingWithoutChunksIsToldAtOnce)
+{
+    openSample();
+    // Neither memory nor temporary files: no file can be made there.
+    tovSettings().setValue("settings/grabvideousememoryasbuffer", false);
+    tovSettings().setValue("settings/lowspacelimit", 0);
+    const QByteArray before = qgetenv("TMPDIR");
+    qputenv("TMPDIR", "/proc/self");
+    window().getConsole()->submit(QString("grabvideo filename=\"%1\" width=64 height=48 sync=0").arg(file("lost.mp4")));
+    EXPECT_TRUE(processUntil([this] { return noticeContains("takes no more frames: Couldn't open temporary file"); }));
+    ASSERT_FALSE(runs().empty());
+    runs().front()->stop();
+    EXPECT_TRUE(waitForNoRuns());
+    EXPECT_TRUE(noticeContains("Nothing was written to lost.mp4"));
+    before.isNull() ? qunsetenv("TMPDIR") : qputenv("TMPDIR", before);
+    tovSettings().remove("settings/grabvideousememoryasbuffer");
+    tovSettings().remove("settings/lowspacelimit");
+}
+
 TEST_F(WindowRecordings, ARecordingFollowsThePanel)
 {
     openSample();

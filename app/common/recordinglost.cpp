@@ -1,0 +1,28 @@
+#include "app/common/recordinglost.h"
+
+#include <utility>
+
+namespace tov::app {
+
+RecordingLost::RecordingLost(std::function<void(const QString& why)> onLost) : m_OnLost(std::move(onLost))
+{
+    tov::log::Logger::addSink(this);
+}
+
+RecordingLost::~RecordingLost()
+{
+    tov::log::Logger::removeSink(this);
+}
+
+void RecordingLost::write(const tov::log::LogRecord& record)
+{
+    const bool noChunk =
+        record.file == QLatin1String("videohandler") && record.function == QLatin1String("createChunkFile");
+    const bool notTaken =
+        record.file == QLatin1String("video/encoder") &&
+        (record.function == QLatin1String("encodeVideoChunk") || record.function == QLatin1String("run"));
+    if (noChunk || notTaken)
+        m_OnLost(record.message);
+}
+
+} // namespace tov::app
