@@ -166,8 +166,8 @@ QByteArray Mp4Index::patch(std::int64_t fileSize) const
 
 QByteArray Mp4Index::finalIndex(std::int64_t frameDuration, std::uint32_t timeScale) const
 {
-    // Each sample lies behind the one before, data box by data box.
-    std::vector<std::int64_t> positions;
+    // Each sample lies behind the one before, data box by data box: a chunk each.
+    std::vector<quint32> counts(m_Data.size());
     std::size_t range = 0;
     std::int64_t used = 0;
     for (const std::uint32_t size : m_Sizes) {
@@ -179,15 +179,15 @@ QByteArray Mp4Index::finalIndex(std::int64_t frameDuration, std::uint32_t timeSc
         }
         if (range == m_Data.size())
             return QByteArray();
-        positions.push_back(m_Data[range].begin + used);
+        ++counts[range];
         used += size;
     }
-    if (positions.empty() || positions.size() != m_Samples.size() || m_FreePosition < 0)
+    if (m_Sizes.empty() || m_Sizes.size() != m_Samples.size() || m_FreePosition < 0)
         return QByteArray();
 
     // Times: the decoding step of each sample, and how much later it is shown.
-    QByteArray stts, ctts, stss, stsz, co64;
-    quint32 sttsCount = 0, cttsCount = 0, stssCount = 0;
+    QByteArray stts, ctts, stss, stsc, stsz, co64;
+    quint32 sttsCount = 0, cttsCount = 0, stssCount = 0, stscCount = 0, chunkCount = 0, lastCount = 0;
     std::int64_t firstShown = m_Samples.front().pts, end = 0;
     bool reordered = false;
     const auto runs = [](QByteArray& table, quint32& count, quint32 value) {
@@ -210,9 +210,21 @@ QByteArray Mp4Index::finalIndex(std::int64_t frameDuration, std::uint32_t timeSc
             ++stssCount;
         }
         put<quint32>(stsz, m_Sizes[i]);
-        put<quint64>(co64, quint64(positions[i]));
         firstShown = std::min(firstShown, sample.pts);
         end = std::max(end, sample.pts + frameDuration);
+    }
+    for (std::size_t i = 0; i < counts.size(); ++i) {
+        if (counts[i] == 0)
+            continue;
+        put<quint64>(co64, quint64(m_Data[i].begin));
+        ++chunkCount;
+        if (counts[i] == lastCount)
+            continue; // as many samples as the chunk before
+        lastCount = counts[i];
+        put<quint32>(stsc, chunkCount);
+        put<quint32>(stsc, lastCount);
+        put<quint32>(stsc, 1);
+        ++stscCount;
     }
     const quint64 mediaDuration = quint64(m_Samples.back().dts + frameDuration);
     const quint64 shownDuration = quint64(end - firstShown);
@@ -271,16 +283,11 @@ QByteArray Mp4Index::finalIndex(std::int64_t frameDuration, std::uint32_t timeSc
                                         stbl += box("ctts", counted(cttsCount, ctts));
                                     if (stssCount < m_Samples.size())
                                         stbl += box("stss", counted(stssCount, stss));
-                                    // Every sample is a chunk of its own.
-                                    QByteArray stsc;
-                                    put<quint32>(stsc, 1);
-                                    put<quint32>(stsc, 1);
-                                    put<quint32>(stsc, 1);
-                                    stbl += box("stsc", counted(1, stsc));
+                                    stbl += box("stsc", counted(stscCount, stsc));
                                     QByteArray sizes(8, 0); // version, flags, no common size
                                     put<quint32>(sizes, quint32(m_Samples.size()));
                                     stbl += box("stsz", sizes + stsz);
-                                    stbl += box("co64", counted(quint32(m_Samples.size()), co64));
+                                    stbl += box("co64", counted(chunkCount, co64));
                                     information.contents = stbl;
                                 }
                                 minf += box(information.type.constData(), information.contents);

@@ -3,6 +3,7 @@
 #include <QByteArray>
 
 #include <cstdint>
+#include <deque>
 #include <vector>
 
 namespace tov::plugins::video {
@@ -53,13 +54,13 @@ private:
         Index,    ///< the preliminary index
         Fragment, ///< the head of a fragment
     };
-    Keep m_Keep = Keep::Nothing;        ///< what the current box is
-    QByteArray m_Moov;                  ///< the preliminary index
-    QByteArray m_Moof;                  ///< the fragment head that is being collected
-    std::vector<std::uint32_t> m_Sizes; ///< of the samples, as the muxer laid them down
+    Keep m_Keep = Keep::Nothing;       ///< what the current box is
+    QByteArray m_Moov;                 ///< the preliminary index
+    QByteArray m_Moof;                 ///< the fragment head that is being collected
+    std::deque<std::uint32_t> m_Sizes; ///< of the samples, as the muxer laid them down
     std::int64_t m_FreePosition = -1;
-    std::vector<Range> m_Data; ///< payloads of the fragments' data boxes
-    std::vector<Sample> m_Samples;
+    std::vector<Range> m_Data;    ///< payloads of the fragments' data boxes
+    std::deque<Sample> m_Samples; ///< no vector, which copies hours of recording each time it grows
 };
 
 } // namespace tov::plugins::video
