@@ -10,6 +10,7 @@
 #include "grab/commands/localvalue.h"
 #include "grab/commands/tilecopier.h"
 #include "grab/module/modulegrab.h"
+#include "grab/video/outputfile.h"
 #include "kernel/gui/fileparameterpanelfactory.h"
 #include "kernel/gui/zprogressdialog.h"
 #include "kernel/log/console.h"
@@ -116,7 +117,8 @@ void adviseHugePages(const QImage& image)
 {
     constexpr quintptr HugePage = quintptr(1) << 21;
     const auto begin = (reinterpret_cast<quintptr>(image.constBits()) + HugePage - 1) / HugePage * HugePage;
-    const auto end = (reinterpret_cast<quintptr>(image.constBits()) + quintptr(image.sizeInBytes())) / HugePage * HugePage;
+    const auto end =
+        (reinterpret_cast<quintptr>(image.constBits()) + quintptr(image.sizeInBytes())) / HugePage * HugePage;
     if (end > begin)
         madvise(reinterpret_cast<void*>(begin), end - begin, MADV_HUGEPAGE);
 }
@@ -356,7 +358,7 @@ void GrabImage::executeInteractive()
     updateText(QObject::tr("Saving image"));
     // What rendering left out has been logged; the picture is saved all the same, on purpose.
     const QByteArray localName = fileName.toLocal8Bit();
-    if (!target.save(fileName, nullptr, -1))
+    if (tov::grab::video::isPipe(fileName) || !target.save(fileName, nullptr, -1))
         Logger::log(ErrorLevel, SourceFile, __LINE__, function, nullptr, "Couldn't save image '%s'!",
                     localName.constData());
     else

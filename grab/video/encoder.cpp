@@ -1,5 +1,6 @@
 #include "grab/video/encoder.h"
 
+#include "grab/video/outputfile.h"
 #include "kernel/log/logger.h"
 
 #include <QFile>
@@ -71,7 +72,7 @@ bool Encoder::setOutputParameters(const QString& filename, int width, int height
     }
     // A second call makes a second file without freeing the first, by design: it is called once.
     mp_OutputFile = new QFile(filename);
-    if (mp_OutputFile->open(QIODevice::WriteOnly | QIODevice::Truncate))
+    if (!isPipe(filename) && mp_OutputFile->open(QIODevice::WriteOnly | QIODevice::Truncate))
         return true;
     Logger::log(ErrorLevel, SourceFile, __LINE__, __func__, nullptr, "Encoder: Couldn't open file '%s' for writing",
                 filename.toLocal8Bit().constData());

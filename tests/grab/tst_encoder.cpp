@@ -19,6 +19,7 @@
 #include <vector>
 
 #include <sched.h>
+#include <sys/stat.h>
 
 using tov::grab::video::Encoder;
 using tov::test::LogCapture;
@@ -201,6 +202,20 @@ TEST_F(EncoderTest, AnOutputThatCannotBeOpenedIsNamed)
     EXPECT_FALSE(encoder.setOutputParameters(name, 2, 2, 25, 1));
     expectRecord(log, "setOutputParameters", QStringLiteral("Encoder: Couldn't open file '%1' for writing").arg(name));
     EXPECT_FALSE(encoder.hasOutput());
+}
+
+TEST_F(EncoderTest, APipeIsRefusedRatherThanWaitedFor)
+{
+    const QString pipe = path("pipe.bin"), link = path("link.bin");
+    ASSERT_EQ(mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
+    ASSERT_TRUE(QFile::link(pipe, link));
+    for (const QString& name : {pipe, link}) {
+        LogCapture log;
+        EXPECT_FALSE(encoder.setOutputParameters(name, 2, 2, 25, 1));
+        expectRecord(log, "setOutputParameters",
+                     QStringLiteral("Encoder: Couldn't open file '%1' for writing").arg(name));
+        EXPECT_FALSE(encoder.hasOutput());
+    }
 }
 
 TEST_F(EncoderTest, OneChunkMarkedLastGoesThrough)

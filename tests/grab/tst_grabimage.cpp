@@ -28,6 +28,7 @@
 #include <thread>
 
 #include <dlfcn.h>
+#include <sys/stat.h>
 
 using namespace tov::main;
 using namespace tov::test;
@@ -286,6 +287,15 @@ TEST_F(GrabImageTest, ThePanelIsAskedInTurnWithOtherWorkOfTheApplicationThread)
     EXPECT_TRUE(processUntil([&] { return done.load(); }));
     thread.join();
     EXPECT_EQ(QImageReader(path("a.png")).size(), QSize(100, 200));
+}
+
+TEST_F(GrabImageTest, NobodyWaitsForTheReaderOfAPipe)
+{
+    LogCapture log;
+    const QString name = path("pipe.png");
+    ASSERT_EQ(mkfifo(QFile::encodeName(name).constData(), 0600), 0);
+    run(name, QStringLiteral("64"));
+    expectRecord(log, 2000, QStringLiteral("Couldn't save image '%1'!").arg(name));
 }
 
 TEST_F(GrabImageTest, AFileThatCannotBeSavedIsNamedAndTheFolderRemembered)
