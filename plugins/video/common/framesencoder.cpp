@@ -15,6 +15,8 @@ extern "C" {
 #include <algorithm>
 #include <atomic>
 
+#include <sys/stat.h>
+
 namespace tov::plugins::video {
 
 namespace {
@@ -151,8 +153,22 @@ bool FramesEncoder::send(bool flush)
     return fail(__LINE__, __func__, QStringLiteral("A frame could not be encoded"), result);
 }
 
+/// Whether the list still lies where it was opened: its folder may have been moved, and another put in its place.
+bool FramesEncoder::isListInPlace() const
+{
+    const auto* list = qobject_cast<QFile*>(mp_OutputFile);
+    struct stat opened, named;
+    return list && fstat(list->handle(), &opened) == 0 &&
+           stat(QFile::encodeName(list->fileName()).constData(), &named) == 0 && opened.st_dev == named.st_dev &&
+           opened.st_ino == named.st_ino;
+}
+
 bool FramesEncoder::writePicture(const char* data, int size)
 {
+    if (!isListInPlace())
+        return fail(__LINE__, __func__,
+                    QStringLiteral("The list of pictures is no longer in '%1', so they cannot be written beside it")
+                        .arg(m_Folder));
     const QString name = QStringLiteral("%1.%2.png").arg(m_Prefix).arg(m_Files.size() + 1, 5, 10, QLatin1Char('0'));
     QFile picture(m_Folder + '/' + name);
     if (!picture.open(QIODevice::WriteOnly | QIODevice::Truncate))

@@ -37,6 +37,7 @@ private:
     bool encodeFrame(const uchar* bgra);
     /// Sends the coder's frame, or null at the end, and writes every picture that is done.
     bool send(bool flush);
+    bool isListInPlace() const;
     bool writePicture(const char* data, int size);
     bool writeList(const QByteArray& text);
     /// Logs once and stops everything that follows.
