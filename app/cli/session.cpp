@@ -101,13 +101,14 @@ bool Session::fail(const QString& message)
 void Session::guardOutput(const QString& fileName)
 {
     m_Guarded = fileName;
-    m_GuardedExisted = QFileInfo::exists(fileName);
+    m_GuardedBefore = OutputMark(fileName);
 }
 
 void Session::dropOutput()
 {
-    if (!m_Guarded.isEmpty() && !m_GuardedExisted)
-        QFile::remove(m_Guarded);
+    // An older file that was written over is lost, and what took its place is half a file.
+    if (m_GuardedBefore.isTouched())
+        QFile::remove(QFileInfo(m_Guarded).canonicalFilePath());
 }
 
 bool Session::open(const QStringList& files, const ViewOptions& view, bool turning)

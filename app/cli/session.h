@@ -3,6 +3,7 @@
 #include "app/cli/options.h"
 #include "app/cli/progressline.h"
 #include "app/cli/view.h"
+#include "app/common/output.h"
 #include "app/common/spacewatch.h"
 #include "app/common/startup.h"
 #include "kernel/main/commandprocessor.h"
@@ -33,12 +34,14 @@ public:
 
     /// True once Ctrl-C (or SIGTERM) came.
     bool wasInterrupted() const { return m_Interrupts > 0; }
-    /// What is removed if the process has to leave at once: an output that was not there before.
+    /// What is removed if the process has to leave at once: an output that was made or written since.
     void guardOutput(const QString& fileName);
     /// Output that stopping cannot end early (pictures): the first Ctrl-C leaves at once.
     void leaveAtFirstInterrupt() { m_LeaveAtOnce = true; }
-    /// Removes a guarded output that came to be during this session.
+    /// Removes a guarded output that was made or written during this session.
     void dropOutput();
+    /// True when the guarded output was made or written during this session.
+    bool isOutputTouched() const { return m_GuardedBefore.isTouched(); }
 
     Startup& getStartup() { return m_Startup; }
     bool isQuiet() const { return m_Quiet; }
@@ -61,7 +64,7 @@ private:
     bool m_Told = false;
     std::unique_ptr<SpaceWatch> mp_Space;
     QString m_Guarded;
-    bool m_GuardedExisted = false;
+    OutputMark m_GuardedBefore;
     tov::gui::ScenePanel* mp_Panel = nullptr; ///< closed in the destructor
     tov::main::CommandRunPointer mp_Current;
 };

@@ -3,6 +3,7 @@
 #include "app/cli/session.h"
 #include "app/cli/videoverb.h"
 #include "app/common/output.h"
+#include "app/common/pictureprobe.h"
 #include "app/common/spacewatch.h"
 #include "app/common/videoprobe.h"
 #include "kernel/gui/fileparameterpanelfactory.h"
@@ -38,8 +39,8 @@ QString tr(const char* text)
     return QCoreApplication::translate("tov::app", text);
 }
 
-/// By how much file times may lie behind the clock.
-constexpr qint64 FileClockMs = 100;
+/// Scripts are written by hand; what is larger is something else.
+constexpr int MaxScript = 16 << 20;
 
 void print(const QString& line)
 {
@@ -100,7 +101,7 @@ int runImage(const Options& options, int& argc, char** argv)
     if (!session.open(options.files, view, false))
         return session.wasInterrupted() ? 130 : 1;
     session.guardOutput(output);
-    const QDateTime before = QFileInfo(output).lastModified();
+    const OutputMark before(output);
     CommandArguments arguments;
     arguments.named = {{QStringLiteral("filename"), output}, {QStringLiteral("width"), widthText}};
     const bool ran = session.run(QStringLiteral("grabimage"), arguments);
@@ -110,10 +111,9 @@ int runImage(const Options& options, int& argc, char** argv)
     if (ran) {
         QImageReader reader(output);
         const QSize size = reader.size();
-        if (!info.exists() || info.lastModified() == before)
+        if (!before.isTouched())
             session.fail(tr("%1 was not written").arg(output));
-        else if (info.size() == 0 || (size.isValid() && size != QSize(width, height)) ||
-                 (!size.isValid() && !reader.canRead()))
+        else if (info.size() == 0 || (size.isValid() && size != QSize(width, height)) || !isWholePicture(output))
             session.fail(tr("%1 is incomplete; is the disk full?").arg(output));
     } else if (!session.isTold()) {
         // A run that ended without a word must not count as a picture.
@@ -158,21 +158,28 @@ bool checkBefore(Session& session, const tov::main::CommandText& text)
     return true;
 }
 
+bool writesFile(const tov::main::CommandRunPointer& run)
+{
+    return run->getCommandName() == QLatin1String("grabimage") || run->getCommandName() == QLatin1String("grabvideo");
+}
+
 /// Holds a command that writes a file against the file itself, for its log says "saved" and "done" even where nothing
 /// was written. False (told) when there is no file that can be read; an empty one, which only looks like a result, is
 /// removed.
-bool checkResult(Session& session, const tov::main::CommandRunPointer& run)
+bool checkResult(Session& session, const tov::main::CommandRunPointer& run, const OutputMark& before)
 {
-    if (run->getCommandName() != QLatin1String("grabimage") && run->getCommandName() != QLatin1String("grabvideo"))
+    if (!writesFile(run))
         return true;
     const QString fileName = run->getArgument(QStringLiteral("filename"));
     const QFileInfo info(fileName);
-    const bool touched = info.isFile() && info.lastModified().toMSecsSinceEpoch() >= run->getStartTime() - FileClockMs;
+    const bool touched = before.isTouched();
     if (touched && info.size() > 0) {
-        bool readable = QImageReader(fileName).canRead();
-        if (!readable && run->getCommandName() == QLatin1String("grabvideo")) {
+        bool readable = false;
+        if (run->getCommandName() == QLatin1String("grabvideo")) {
             const VideoProbe probe = probeVideo(fileName);
             readable = !probe.asked || probe.readable;
+        } else {
+            readable = isWholePicture(fileName);
         }
         return readable || session.fail(tr("%1 cannot be read back").arg(fileName));
     }
@@ -211,7 +218,23 @@ int runScript(const Options& options, int& argc, char** argv)
                            .arg(origin, QFileInfo(origin).isDir() ? tr("it is a folder") : script.errorString()));
             return 1;
         }
-        if (!tov::main::CommandParser::parse(QString::fromUtf8(script.readAll()), commands, &error)) {
+        // Something endless may be named by mistake.
+        QByteArray text;
+        while (text.size() <= MaxScript) {
+            const QByteArray part = script.read(MaxScript + 1 - text.size());
+            if (part.isEmpty())
+                break;
+            text += part;
+        }
+        if (text.size() > MaxScript) {
+            printError(tr("%1 cannot be read as a script: %2").arg(origin, tr("it is larger than 16 MiB")));
+            return 1;
+        }
+        if (script.error() != QFileDevice::NoError) {
+            printError(tr("%1 cannot be read as a script: %2").arg(origin, script.errorString()));
+            return 1;
+        }
+        if (!tov::main::CommandParser::parse(QString::fromUtf8(text), commands, &error)) {
             printError(QStringLiteral("%1, %2").arg(origin, error));
             return 1;
         }
@@ -224,10 +247,22 @@ int runScript(const Options& options, int& argc, char** argv)
         return session.wasInterrupted() ? 130 : 1;
     for (const auto& command : commands) {
         tov::main::CommandRunPointer run;
+        OutputMark before;
         const bool ran = checkBefore(session, command) &&
-                         session.run(command.name, command.arguments,
-                                     [&run](const tov::main::CommandRunPointer& started) { run = started; });
-        if (!ran || (!session.wasInterrupted() && !checkResult(session, run))) {
+                         session.run(command.name, command.arguments, [&](const tov::main::CommandRunPointer& started) {
+                             run = started;
+                             // Files are made once this thread has done its part.
+                             if (writesFile(run))
+                                 before = OutputMark(run->getArgument(QStringLiteral("filename")));
+                         });
+        if (!ran || (!session.wasInterrupted() && !checkResult(session, run, before))) {
+            if (run && writesFile(run)) {
+                // An empty file, or half a picture, only looks like a result.
+                const QFileInfo info(run->getArgument(QStringLiteral("filename")));
+                const bool picture = run->getCommandName() == QLatin1String("grabimage");
+                if (before.isTouched() && (info.size() == 0 || (picture && !isWholePicture(info.filePath()))))
+                    QFile::remove(info.canonicalFilePath());
+            }
             if (!origin.isEmpty())
                 printError(tr("%1, line %2: the script ends here").arg(origin).arg(command.line));
             return session.wasInterrupted() ? 130 : 1;

@@ -209,7 +209,7 @@ int runVideo(const Options& options, int& argc, char** argv)
     timer.stop();
     const QFileInfo info(output);
     if (!session.isTold()) {
-        if (!info.exists() || info.size() == 0) {
+        if (!session.isOutputTouched() || info.size() == 0) {
             session.fail(tr("%1 was not written").arg(output));
         } else {
             const VideoProbe probe = probeVideo(output);

@@ -1,7 +1,10 @@
 #include "app/common/output.h"
 
 #include <QCoreApplication>
+#include <QFile>
 #include <QFileInfo>
+
+#include <sys/stat.h>
 
 namespace tov::app {
 
@@ -29,6 +32,40 @@ bool checkOutputFolder(const QString& fileName, QString* error)
     else
         return true;
     return false;
+}
+
+OutputMark::State OutputMark::stateOf(const QString& fileName, bool ordinary)
+{
+    State state;
+    struct stat status;
+    if (stat(QFile::encodeName(fileName).constData(), &status) != 0 || (ordinary && !S_ISREG(status.st_mode)))
+        return state;
+    state.device = status.st_dev;
+    state.inode = status.st_ino;
+    state.size = status.st_size;
+    state.written = status.st_mtim;
+    state.changed = status.st_ctim;
+    return state;
+}
+
+OutputMark::OutputMark(const QString& fileName)
+    : m_FileName(fileName), m_Folder(QFileInfo(fileName).absolutePath()), m_File(stateOf(fileName, true)),
+      m_FolderState(stateOf(m_Folder, false))
+{}
+
+bool OutputMark::isTouched() const
+{
+    if (m_FileName.isEmpty())
+        return false;
+    const State file = stateOf(m_FileName, true);
+    const State folder = stateOf(m_Folder, false);
+    if (file.inode == 0 || folder.device != m_FolderState.device || folder.inode != m_FolderState.inode)
+        return false;
+    const auto same = [](const timespec& a, const timespec& b) {
+        return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
+    };
+    return file.device != m_File.device || file.inode != m_File.inode || file.size != m_File.size ||
+           !same(file.written, m_File.written) || !same(file.changed, m_File.changed);
 }
 
 } // namespace tov::app

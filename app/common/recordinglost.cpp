@@ -21,7 +21,11 @@ void RecordingLost::write(const tov::log::LogRecord& record)
     const bool notTaken =
         record.file == QLatin1String("video/encoder") &&
         (record.function == QLatin1String("encodeVideoChunk") || record.function == QLatin1String("run"));
-    if (noChunk || notTaken)
+    // The program's own encoders take every chunk, and say once that they drop what comes.
+    const bool dropped =
+        record.level <= tov::log::LevelError && (record.file.startsWith(QLatin1String("plugins/video/")) ||
+                                                 record.function == QLatin1String("setOutputParameters"));
+    if (noChunk || notTaken || dropped)
         m_OnLost(record.message);
 }
 

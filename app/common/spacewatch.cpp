@@ -35,7 +35,8 @@ SpaceWatch::SpaceWatch(QObject* parent) : QObject(parent)
     auto* processor = tov::main::Overseer::getInstance()->getCommandProcessor();
     connect(processor, &CommandProcessor::runStarted, this, [this](const CommandRunPointer& run) {
         const QString file = run->getArgument(QStringLiteral("filename"));
-        if (file.isEmpty() || run->isFinished())
+        // Recordings only: a picture is one write, and says itself when the disk had no room for it.
+        if (file.isEmpty() || run->getArgument(QStringLiteral("sync")).isNull() || run->isFinished())
             return;
         m_Watched[run->getId()] = {run, QFileInfo(file).absolutePath()};
         m_SinceTold.invalidate();

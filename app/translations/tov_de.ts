@@ -679,6 +679,10 @@
         <source>there is neither a verb nor a file named &quot;%1&quot;</source>
         <translation>weder ein Verb noch eine Datei heißt „%1“</translation>
     </message>
+    <message>
+        <source>it is larger than 16 MiB</source>
+        <translation>es ist größer als 16 MiB</translation>
+    </message>
 </context>
 <context>
     <name>tov::app::LibraryProbe</name>

@@ -1,6 +1,7 @@
 #include "app/viewer/mainwindow.h"
 
 #include "app/common/output.h"
+#include "app/common/pictureprobe.h"
 #include "app/common/recordinglost.h"
 #include "app/common/spacewatch.h"
 #include "app/common/videoprobe.h"
@@ -73,8 +74,6 @@ namespace {
 constexpr int LayoutVersion = 1;
 /// How long quitting waits for what runs before it asks whether to leave without it.
 constexpr int QuitPatienceMs = 15000;
-/// By how much file times may lie behind the clock.
-constexpr qint64 FileClockMs = 100;
 
 /// Parameters that mean something to the window, whatever command has them.
 const QString FileNameParameter = QStringLiteral("filename");
@@ -473,6 +472,7 @@ void MainWindow::watchRuns()
         Started started;
         started.clock.start();
         started.fileName = run->getArgument(FileNameParameter);
+        started.before = tov::app::OutputMark(started.fileName);
         m_Started[run->getId()] = started;
         // A recording that is stepped along a trajectory ends at once, with nothing, when none is open: by design of
         // the command. The person is told here, in words, at the moment it happens.
@@ -496,9 +496,9 @@ void MainWindow::runEnded(const CommandRunPointer& run)
     if (!started.fileName.isEmpty()) {
         // The log says "saved" even where a full disk swallowed the bytes, so the file itself is asked.
         const QFileInfo info(started.fileName);
-        const bool touched =
-            info.isFile() && info.lastModified().toMSecsSinceEpoch() >= run->getStartTime() - FileClockMs;
-        const bool written = touched && info.size() > 0;
+        const bool touched = started.before.isTouched();
+        const bool picture = run->getCommandName() == QLatin1String("grabimage");
+        const bool written = touched && info.size() > 0 && (!picture || tov::app::isWholePicture(started.fileName));
         if (written) {
             QString text = tr("%1: %2").arg(info.fileName(), QLocale().formattedDataSize(info.size()));
             const QSize size = QImageReader(started.fileName).size();
@@ -517,7 +517,7 @@ void MainWindow::runEnded(const CommandRunPointer& run)
                                                   : text + tr(", but it cannot be read back"));
                 });
         } else {
-            // An empty file of this run's making only looks like a result.
+            // An empty file of this run's making, or half a picture, only looks like a result.
             if (touched)
                 QFile::remove(started.fileName);
             const QString why = mp_LastError->get(run->getStartTime());

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/common/output.h"
 #include "kernel/main/commandprocessor.h"
 #include "kernel/main/moduleloader.h"
 
@@ -73,6 +74,7 @@ private:
     struct Started
     {
         QString fileName;
+        tov::app::OutputMark before;
         QElapsedTimer clock;
     };
 
