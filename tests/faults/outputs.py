@@ -1,0 +1,305 @@
+#!/usr/bin/env python3
+"""Output and temporary folder: full, read-only, missing, taken away while a recording runs; outputs that are pipes and full
+devices. Every run ends with a whole file, or with one line that says why not and nothing that cannot be played.
+
+The disks are small ones in a name space of this script's own.
+
+    outputs.py BUILD_FOLDER SOURCE_FOLDER        some formats; TOV_FAULTS=all: every one
+"""
+import os
+import shutil
+import signal
+import subprocess
+import sys
+import tempfile
+import time
+
+sys.dont_write_bytecode = True
+from faultcases import VIDEOS, Cases, ended, frames_of, one_line, partial, settings  # noqa: E402
+
+if '--inside' not in sys.argv:
+    if subprocess.run(['unshare', '-Urm', 'true'], capture_output=True, check=False).returncode != 0:
+        print('outputs.py: this machine allows no name spaces')
+        sys.exit(77)
+    os.execvp('unshare', ['unshare', '-Urm', sys.executable, os.path.abspath(__file__), *sys.argv[1:], '--inside'])
+
+FRAMES = 12
+EVERYTHING = os.environ.get('TOV_FAULTS') == 'all'
+FAMILIES = VIDEOS if EVERYTHING else ('mp4', 'mkv', 'avi', 'gif', 'frames')
+PAGE = 4096
+cases = Cases(*sys.argv[1:3])
+case = cases.case
+VIDEO = ['video', cases.model, '--size', '320x240', '--turntable', str(FRAMES), '--quiet', '-o']
+PICTURES = ('png', 'bmp', 'jpg', 'ppm', 'tif', 'webp', 'xbm', 'xpm', 'ico', 'pbm', 'pgm', 'wbmp', 'jp2', 'icns', 'cur')
+
+
+class Disk:
+    """A disk of that many bytes, of which `room` are free once `fill` was called."""
+
+    def __init__(self, folder, size='64m'):
+        self.path = folder + '/disk'
+        os.makedirs(self.path, exist_ok=True)
+        subprocess.run(['mount', '-t', 'tmpfs', '-o', f'size={size}', 'none', self.path], check=True)
+
+        self.empty = self.used()
+
+    def used(self):
+        state = os.statvfs(self.path)
+        return (state.f_blocks - state.f_bfree) * state.f_frsize - getattr(self, 'empty', 0)
+
+    def fill(self, room):
+        state = os.statvfs(self.path)
+        with open(self.path + '/filler', 'wb') as file:
+            os.posix_fallocate(file.fileno(), 0, state.f_bfree * state.f_frsize - room)
+
+    def protect(self):
+        subprocess.run(['mount', '-o', 'remount,ro', self.path], check=True)
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        subprocess.run(['umount', '-l', self.path], check=True)
+
+
+def readable(name):
+    return subprocess.run(['ffprobe', '-v', 'error', name], capture_output=True, check=False).returncode == 0
+
+
+# A full disk for the output: at the first write, in the middle, at the last one.
+for ending in FAMILIES:
+    with tempfile.TemporaryDirectory() as scratch, Disk(scratch) as disk:
+        settings(scratch)
+        whole = cases.run(scratch, [*VIDEO, disk.path + '/a.' + ending])
+        need = disk.used()
+        if whole.returncode != 0 or frames_of(disk.path + '/a.' + ending) != FRAMES:
+            print(f'FAILED: {ending} on a disk with room: {whole.stderr}')
+            cases.results.append(False)
+    for moment, room in (('first', 0), ('middle', need // 2 // PAGE * PAGE), ('last', need - PAGE)):
+        @case(f'{ending} on a disk that is full at the {moment} write')
+        def _(folder, ending=ending, room=room):
+            settings(folder)
+            with Disk(folder) as disk:
+                disk.fill(room)
+                name = disk.path + '/a.' + ending
+                run = cases.run(folder, [*VIDEO, name])
+                return ended(run, name, FRAMES)
+
+# Pictures: of 16 x 16 pixels, where saving may say that all is well, and larger ones.
+for ending in PICTURES:
+    with tempfile.TemporaryDirectory() as scratch:
+        whole = cases.run(scratch, ['image', cases.model, '-o', 'a.' + ending, '--panel', '16x16', '--width', '16'])
+        if 'No valid image file extension' in whole.stderr:
+            print(f'left out: Qt writes no {ending} here')
+            continue
+        if whole.returncode != 0:
+            print(f'FAILED: {ending} with room: {whole.stderr}')
+            cases.results.append(False)
+    for verb in ('image', 'run') if EVERYTHING or ending in ('png', 'bmp', 'jpg') else ('image',):
+        @case(f'{ending} of 16 x 16 pixels on a full disk, by {verb}')
+        def _(folder, ending=ending, verb=verb):
+            with Disk(folder) as disk:
+                disk.fill(0)
+                name = disk.path + '/a.' + ending
+                how = ['-o', name, '--width', '16'] if verb == 'image' else ['-c', f'grabimage "{name}" 16']
+                run = cases.run(folder, [verb, cases.model, '--panel', '16x16', '--quiet', *how])
+                if run.returncode == 0:
+                    return 'status 0'
+                return one_line(run.returncode, run.stderr) or ('a file is left' if os.path.exists(name) else None)
+
+for ending in ('png', 'bmp', 'jpg', 'ppm', 'tif', 'webp'):
+    with tempfile.TemporaryDirectory() as scratch, Disk(scratch) as disk:
+        picture = ['image', cases.model, '--width', '1200', '--quiet', '-o']
+        cases.run(scratch, [*picture, disk.path + '/a.' + ending])
+        need = disk.used()
+        with open(disk.path + '/a.' + ending, 'rb') as whole:
+            reference = whole.read()
+    for moment, room in (('middle', need // 2 // PAGE * PAGE), ('last', need - PAGE)):
+        for old in (False, True):
+            @case(f'{ending} on a disk that is full at the {moment} write{", over an older one" if old else ""}')
+            def _(folder, ending=ending, room=room, old=old, reference=reference):
+                with Disk(folder) as disk:
+                    name = disk.path + '/a.' + ending
+                    if old:
+                        cases.run(folder, ['image', cases.model, '-o', name, '--panel', '16x16', '--width', '16'])
+                    disk.fill(max(0, room - (PAGE if old else 0)))
+                    run = cases.run(folder, [*picture, name])
+                    if run.returncode == 0:
+                        with open(name, 'rb') as file:
+                            return None if file.read() == reference else 'status 0, but the file is not whole'
+                    return one_line(run.returncode, run.stderr) or (
+                        'a file is left that looks whole' if os.path.exists(name) and readable(name) else None)
+
+# Read-only outputs.
+for ending in ('png', *FAMILIES):
+    @case(f'{ending} into a read-only folder')
+    def _(folder, ending=ending):
+        settings(folder)
+        with Disk(folder) as disk:
+            disk.protect()
+            name = disk.path + '/a.' + ending
+            run = cases.run(folder, [*VIDEO, name] if ending != 'png' else ['image', cases.model, '-o', name])
+            return one_line(run.returncode, run.stderr)
+
+# Pipes and full devices, named directly and in command texts; nobody reads from the pipes.
+for ending in ('png', 'bmp', *FAMILIES):
+    for what in ('pipe', 'full device', 'link to a pipe'):
+        for verb in ('run', 'verb') if EVERYTHING or what == 'pipe' else ('run',):
+            @case(f'{ending}: a {what}, by {verb if verb == "run" else "image or video"}')
+            def _(folder, ending=ending, what=what, verb=verb):
+                settings(folder)
+                name = folder + '/a.' + ending
+                if what == 'pipe':
+                    os.mkfifo(name)
+                elif what == 'full device':
+                    os.symlink('/dev/full', name)
+                else:
+                    os.mkfifo(folder + '/pipe')
+                    os.symlink('pipe', name)
+                picture = ending in ('png', 'bmp')
+                if verb == 'verb':
+                    arguments = ['image', cases.model, '-o', name, '--width', '64'] if picture else [*VIDEO, name]
+                else:
+                    text = f'grabimage "{name}" 64' if picture else f'grabvideo "{name}" 64 48 1'
+                    arguments = ['run', cases.model, '--turntable', '3', '--quiet', '-c', text]
+                run = cases.run(folder, arguments, limit_s=20)
+                return one_line(run.returncode, run.stderr) or (
+                    None if os.path.lexists(name) else 'the name was removed')
+
+# The temporary folder. One chunk holds the whole recording, or each frame has its own.
+FRAME = 640 * 480 * 4
+SOME = VIDEOS if EVERYTHING else ('mp4', 'frames')
+LARGE = ['video', cases.model, '--size', '640x480', '--turntable', str(FRAMES), '--quiet', '-o']
+for ending in SOME:
+    for megabytes in (50, 1):
+        for what, room in (('read-only', None), ('full at the first write', 0),
+                           ('full in the middle', FRAMES * FRAME // 2 // PAGE * PAGE),
+                           ('full at the last write', FRAMES * FRAME - PAGE)):
+            @case(f'{ending}: temporary folder {what}, chunks of {megabytes} MB')
+            def _(folder, ending=ending, megabytes=megabytes, room=room):
+                settings(folder, 'grabvideousememoryasbuffer=0', f'grabvideotempfilesize={megabytes}')
+                with Disk(folder) as disk:
+                    if room is None:
+                        disk.protect()
+                    else:
+                        disk.fill(room)
+                    name = folder + '/a.' + ending
+                    run = cases.run(folder, [*LARGE, name], {'TMPDIR': disk.path})
+                    # Chunks of one frame are encoded and gone before the next ones need the room.
+                    if run.returncode == 0 and (megabytes == 50 or not room):
+                        return 'status 0'
+                    return ended(run, name, FRAMES)
+
+
+@case('a small frame, which stays in a buffer until the file is read, in a full temporary folder')
+def _(folder):
+    settings(folder, 'grabvideousememoryasbuffer=0')
+    with Disk(folder) as disk:
+        disk.fill(0)
+        run = cases.run(folder, ['video', cases.model, '--size', '32x32', '--turntable', '2', '--quiet', '-o', 'a.mkv'],
+                        {'TMPDIR': disk.path})
+        return 'status 0' if run.returncode == 0 else ended(run, folder + '/a.mkv', 2)
+
+
+for sync in (0, 1):
+    @case(f'a recording of a script, sync={sync}, in a read-only temporary folder')
+    def _(folder, sync=sync):
+        settings(folder, 'grabvideousememoryasbuffer=0')
+        with Disk(folder) as disk:
+            disk.protect()
+            run = cases.run(folder, ['run', cases.model, '--turntable', '3', '--quiet', '-c',
+                                     f'grabvideo a.mkv 64 48 {sync}'], {'TMPDIR': disk.path})
+            return one_line(run.returncode, run.stderr) or partial(folder + '/a.mkv', 3)
+
+    @case(f'a recording of a script, sync={sync}, into no folder')
+    def _(folder, sync=sync):
+        run = cases.run(folder, ['run', cases.model, '--turntable', '3', '--quiet', '-c',
+                                 f'grabvideo no/a.mkv 64 48 {sync}'])
+        return one_line(run.returncode, run.stderr)
+
+
+@case('no temporary folder, and none where Qt looks instead')
+def _(folder):
+    settings(folder, 'grabvideousememoryasbuffer=0')
+    name = folder + '/a.mkv'
+    with Disk(folder) as disk:
+        shutil.copy(folder + '/settings.ini', disk.path)
+        run = subprocess.run(['unshare', '-m', 'sh', '-c', 'mount -o remount,bind,ro / && exec "$@"', 'sh', cases.tov,
+                              *VIDEO, disk.path + '/a.mkv'], capture_output=True, text=True, timeout=60, check=False,
+                             env=cases.environment(disk.path, {'TMPDIR': '/proc/no such folder'}))
+        if run.returncode == 0:
+            return 'status 0'
+        return ended(run, name, FRAMES)
+
+
+for what in ('read-only', 'missing'):
+    @case(f'a picture needs no temporary folder: {what}')
+    def _(folder, what=what):
+        with Disk(folder) as disk:
+            disk.protect()
+            path = disk.path + ('/no' if what == 'missing' else '')
+            run = cases.run(folder, ['image', cases.model, '-o', 'a.png', '--width', '64'], {'TMPDIR': path})
+            return None if run.returncode == 0 and readable(folder + '/a.png') else f'{run.returncode}: {run.stderr}'
+
+
+# The output folder goes while the recording runs.
+def wait_for(condition, limit_s=30):
+    end = time.monotonic() + limit_s
+    while time.monotonic() < end:
+        if condition():
+            return True
+        time.sleep(0.01)
+    return False
+
+
+def size(name):
+    return os.path.getsize(name) if os.path.exists(name) else -1
+
+
+for ending in SOME:
+    for what in ('removed', 'renamed away', 'replaced by a link', 'replaced by another folder'):
+        @case(f'{ending}: output folder {what} while recording')
+        def _(folder, ending=ending, what=what):
+            settings(folder, 'grabvideotempfilesize=0')
+            place, other, gone = folder + '/place', folder + '/other', folder + '/gone'
+            os.mkdir(place)
+            os.mkdir(other)
+            name, precious = place + '/a.' + ending, other + '/a.' + ending
+            # A good video of somebody else's.
+            made = cases.run(folder, ['video', cases.model, '--size', '64x64', '--turntable', '500', '--quiet', '-o',
+                                      precious])
+            content = {found: open(other + '/' + found, 'rb').read() for found in os.listdir(other)}
+            if made.returncode != 0:
+                return made.stderr
+            process = cases.start(folder, ['video', cases.model, '--size', '64x64', '--turntable', '500', '--quiet', '-o',
+                                           name])
+            try:
+                if not wait_for(lambda: size(name) > 0):
+                    return 'nothing is written'
+                # Held still, so that the folder goes before the recording ends.
+                process.send_signal(signal.SIGSTOP)
+                if what == 'removed':
+                    shutil.rmtree(place)
+                else:
+                    os.rename(place, gone)
+                if what == 'replaced by a link':
+                    os.symlink(other, place)
+                elif what == 'replaced by another folder':
+                    os.rename(other, place)
+                    other = place
+                process.send_signal(signal.SIGCONT)
+                process.wait(60)
+                error = process.stderr.read()
+            finally:
+                process.kill()
+                process.wait()
+            problem = one_line(process.returncode, error)
+            if problem:
+                return problem
+            if content != {found: open(other + '/' + found, 'rb').read() for found in os.listdir(other)}:
+                return 'the files in the other folder were changed'
+            if what != 'removed' and ending != 'frames' and frames_of(gone + '/a.' + ending) != 500:
+                return 'the video cannot be played where it is now'
+            return None
+
+cases.done()
