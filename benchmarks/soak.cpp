@@ -217,7 +217,7 @@ void setScene(GeometryElement* element)
 
 void slowEncoder(const QString& folder, const QString& temporary)
 {
-    const int width = 640, height = 480, frames = 3000, freeMb = 600;
+    const int width = 640, height = 480, frames = 2000, freeMb = 600;
     const qint64 frameBytes = qint64(width) * height * 4;
     setChunks(50, true);
     ScenePanel* panel = newPanel(width, height);
@@ -238,6 +238,16 @@ void slowEncoder(const QString& folder, const QString& temporary)
     forgetPeak();
     selectWalk(frames);
     const QString name = folder + QStringLiteral("/long.slow");
+    tov::app::SpaceWatch watch;
+    double shown = 0, waiting = 0, furthest = 0;
+    QObject::connect(&watch, &tov::app::SpaceWatch::measured, [&] {
+        if (!run)
+            return;
+        shown = double(watch.getWaiting(run->getId())) / Mb;
+        const qint64 captured = qint64(TrajectoryHandler::getInstance()->getPosition()) + 1;
+        waiting = double(captured * frameBytes - QFileInfo(name).size() / KeptBytes * frameBytes) / Mb;
+        furthest = std::max(furthest, std::abs(shown - waiting));
+    });
     clock.start();
     run = startVideo(name, width, height, true);
     qint64 most = 0;
@@ -266,6 +276,9 @@ void slowEncoder(const QString& folder, const QString& temporary)
                                  .arg(double(clock.elapsed()) / 1000, 0, 'f', 0));
     judge(QFileInfo(name).size() == qint64(KeptBytes) * frames,
           QStringLiteral("frames in %1, frames out %2").arg(frames).arg(double(QFileInfo(name).size()) / KeptBytes));
+    // A chunk that is half encoded, and one that is half filled, are within the difference.
+    judge(furthest > 0 && furthest <= 150,
+          QStringLiteral("what waits is shown to the person within %1 MB (limit 150)").arg(furthest, 0, 'f', 0));
     // Chunks go to memory while it is free, which is seen, and to files from then on.
     judge(peak > freeMb * qint64(Mb) / 2 && peak <= freeMb * qint64(Mb),
           QStringLiteral("memory %1 MB beyond the start (limit: the %2 MB free then), of %3 MB recorded")

@@ -6,6 +6,7 @@
 #include "kernel/main/informationobject.h"
 
 #include <QByteArray>
+#include <QFileDevice>
 #include <QThread>
 
 using tov::grab::video::Encoder;
@@ -36,9 +37,12 @@ protected:
             const qint64 kept = m_Slow && frame.size() == frameBytes ? KeptBytes : frame.size();
             if (mp_OutputFile->write(frame.constData(), kept) != kept)
                 return false;
-            if (m_Slow)
-                QThread::usleep(
-                    static_cast<unsigned long>(1000 * qEnvironmentVariable("TOV_SOAK_FRAME_MS").toDouble()));
+            if (!m_Slow)
+                continue;
+            // The file tells how far it has come.
+            if (auto* file = qobject_cast<QFileDevice*>(mp_OutputFile))
+                file->flush();
+            QThread::usleep(static_cast<unsigned long>(1000 * qEnvironmentVariable("TOV_SOAK_FRAME_MS").toDouble()));
         }
     }
     void finishEncoding() override {}

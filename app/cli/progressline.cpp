@@ -46,6 +46,8 @@ void ProgressLine::show(const QString& text, int percent)
     } else if (spent > 0) {
         line += QCoreApplication::translate("ProgressLine", "  %1 s").arg(spent);
     }
+    if (!m_Remark.isEmpty())
+        line += QStringLiteral("  (") + m_Remark + QLatin1Char(')');
     const int length = line.size();
     std::fprintf(stderr, "\r%s%s", line.leftJustified(m_Length).toLocal8Bit().constData(), "");
     std::fflush(stderr);

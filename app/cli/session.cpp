@@ -163,6 +163,7 @@ bool Session::run(const QString& name, const tov::main::CommandArguments& argume
             },
             Qt::QueuedConnection);
     });
+    m_Progress.setRemark(QString());
     mp_Current = processor->start(name, arguments, &error);
     if (!mp_Current) {
         const QStringList reasons = m_Errors.getMessages();
@@ -174,6 +175,8 @@ bool Session::run(const QString& name, const tov::main::CommandArguments& argume
         if (changed == run)
             m_Progress.show(run->getText().isEmpty() ? run->getCommandName() : run->getText(), run->getProcessed());
     });
+    QObject::connect(mp_Space.get(), &SpaceWatch::measured, &context,
+                     [this, run] { m_Progress.setRemark(mp_Space->describe(run->getId())); });
     QObject::connect(processor, &CommandProcessor::runFinished, &context, [&loop, run](const CommandRunPointer& ended) {
         if (ended == run)
             loop.quit();

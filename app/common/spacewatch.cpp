@@ -4,11 +4,16 @@
 #include "kernel/main/settings.h"
 
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QLocale>
 #include <QStorageInfo>
 
 #include <algorithm>
+
+#include <climits>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace tov::app {
 
@@ -22,10 +27,41 @@ constexpr int LongestLookMs = 1000, ShortestLookMs = 20;
 constexpr qint64 BytesPerMs = 1000000;
 constexpr int DefaultLimitMb = 50;
 constexpr qint64 BytesPerMb = 1000000;
+/// A chunk that is being filled waits for nobody.
+constexpr qint64 LeastWaitingBytes = 60 * BytesPerMb;
 
 qint64 limitBytes()
 {
     return tovSettings().value(QStringLiteral("settings/lowspacelimit"), DefaultLimitMb).toLongLong() * BytesPerMb;
+}
+
+/// Memory of the process that no file stands for.
+qint64 memoryBytes()
+{
+    QFile status(QStringLiteral("/proc/self/status"));
+    if (!status.open(QIODevice::ReadOnly))
+        return 0;
+    const QByteArray text = status.readAll();
+    const int at = text.indexOf("RssAnon:");
+    return at < 0 ? 0 : text.mid(at + 8).trimmed().split(' ').first().toLongLong() * 1024;
+}
+
+/// What lies in temporary files that have no name; only those of the temporary folder.
+qint64 unnamedBytes()
+{
+    qint64 bytes = 0;
+    const QDir open(QStringLiteral("/proc/self/fd"));
+    const QByteArray folder = QFile::encodeName(QFileInfo(QDir::tempPath()).canonicalFilePath()) + '/';
+    for (const QString& name : open.entryList(QDir::Files | QDir::System)) {
+        const QByteArray entry = QFile::encodeName(open.filePath(name));
+        char target[PATH_MAX];
+        const ssize_t length = readlink(entry.constData(), target, sizeof target);
+        struct stat info;
+        if (length > 0 && QByteArray::fromRawData(target, int(length)).startsWith(folder) &&
+            stat(entry.constData(), &info) == 0 && S_ISREG(info.st_mode) && info.st_nlink == 0)
+            bytes += qint64(info.st_size);
+    }
+    return bytes;
 }
 
 } // namespace
@@ -39,6 +75,7 @@ SpaceWatch::SpaceWatch(QObject* parent) : QObject(parent)
         if (file.isEmpty() || run->getArgument(QStringLiteral("sync")).isNull() || run->isFinished())
             return;
         m_Watched[run->getId()] = {run, QFileInfo(file).absolutePath()};
+        m_Watched[run->getId()].memoryBefore = memoryBytes();
         m_SinceTold.invalidate();
         look();
     });
@@ -72,6 +109,34 @@ qint64 SpaceWatch::getRoom(quint64 run) const
     return found == m_Watched.end() ? -1 : found->second.room;
 }
 
+qint64 SpaceWatch::getWaiting(quint64 run) const
+{
+    const auto found = m_Watched.find(run);
+    return found == m_Watched.end() ? 0 : found->second.waiting;
+}
+
+void SpaceWatch::measureWaiting()
+{
+    const auto isRecording = [](const auto& each) {
+        return !each.second.run->getArgument(QStringLiteral("sync")).isNull();
+    };
+    const qint64 files = unnamedBytes();
+    // Pictures take memory of their own.
+    const bool onlyRecordings = std::all_of(m_Watched.begin(), m_Watched.end(), isRecording);
+    const qint64 memory = onlyRecordings ? memoryBytes() : 0;
+    for (auto& each : m_Watched)
+        each.second.waiting = isRecording(each) ? files + std::max<qint64>(0, memory - each.second.memoryBefore) : 0;
+}
+
+QString SpaceWatch::describe(quint64 run) const
+{
+    const qint64 room = getRoom(run), waiting = getWaiting(run);
+    if (room < 0)
+        return QString();
+    const QString free = tr("%1 free").arg(QLocale().formattedDataSize(room));
+    return waiting < LeastWaitingBytes ? free : tr("%1, %2 waiting").arg(free, QLocale().formattedDataSize(waiting));
+}
+
 void SpaceWatch::look()
 {
     const qint64 limit = limitBytes();
@@ -98,6 +163,7 @@ void SpaceWatch::look()
     }
     if (!m_SinceTold.isValid() || m_SinceTold.elapsed() >= LongestLookMs) {
         m_SinceTold.start();
+        measureWaiting();
         emit measured();
     }
     m_Clock.start(int(std::max<qint64>(nextMs, ShortestLookMs)));

@@ -24,6 +24,11 @@ public:
 
     /// The room on the fuller of the disks that a run writes to, bytes; -1 = unknown, or it writes no file.
     qint64 getRoom(quint64 run) const;
+    /// About how much waits to be encoded, bytes: what the process has in unnamed temporary files, and the memory that
+    /// it has taken since the run began, all recordings together. 0 for what is no recording.
+    qint64 getWaiting(quint64 run) const;
+    /// Both in a few words, empty where nothing is known.
+    QString describe(quint64 run) const;
 
 signals:
     /// Once a run, with a sentence for the person.
@@ -37,9 +42,12 @@ private:
         tov::main::CommandRunPointer run;
         QString folder;
         qint64 room = -1;
+        qint64 waiting = 0;
+        qint64 memoryBefore = 0;
         bool told = false;
     };
     void look();
+    void measureWaiting();
 
     QTimer m_Clock;
     QElapsedTimer m_SinceTold;            ///< since `measured`

@@ -720,6 +720,14 @@
         <source>nothing was recorded: %1 has only %2 left, recordings stop below %3</source>
         <translation>nichts aufgenommen: %1 hat nur noch %2 frei, unter %3 enden Aufnahmen</translation>
     </message>
+    <message>
+        <source>%1 free</source>
+        <translation>%1 frei</translation>
+    </message>
+    <message>
+        <source>%1, %2 waiting</source>
+        <translation>%1, %2 warten</translation>
+    </message>
 </context>
 <context>
     <name>tov::main::CommandProcessor</name>
@@ -1380,10 +1388,6 @@ Aufnahmen werden beendet und geschrieben, Bilder fertig gemacht. Dann schließt 
         <translation>Nur Dateien dieses Rechners können geöffnet werden.</translation>
     </message>
     <message>
-        <source>%1 free</source>
-        <translation>%1 frei</translation>
-    </message>
-    <message>
         <source>A recording takes no more frames: %1. What it has is kept; stop it if it does not end by itself.</source>
         <translation>Eine Aufnahme nimmt keine Bilder mehr auf: %1. Was sie hat, bleibt; beenden Sie sie, wenn sie nicht von selbst endet.</translation>
     </message>
@@ -1522,8 +1526,8 @@ Aufnahmen werden beendet und geschrieben, Bilder fertig gemacht. Dann schließt 
         <translation>Verbleibende Zeit</translation>
     </message>
     <message>
-        <source>Room on the disk that it writes to</source>
-        <translation>Platz auf dem Datenträger, auf den geschrieben wird</translation>
+        <source>Room on the disk that it writes to, and about how much has not been encoded yet</source>
+        <translation>Platz auf dem Datenträger, auf den geschrieben wird, und ungefähr, wie viel noch nicht kodiert ist</translation>
     </message>
 </context>
 <context>

@@ -450,9 +450,9 @@ void MainWindow::watchRuns()
             [this](const QString& text) { mp_Notices->showMessage(NoticeBar::Kind::Warning, text); });
     connect(space, &tov::app::SpaceWatch::measured, this, [this, space] {
         for (const auto& run : Overseer::getInstance()->getCommandProcessor()->getRuns()) {
-            const qint64 room = space->getRoom(run->getId());
-            if (room >= 0)
-                mp_Runs->setHint(run->getId(), tr("%1 free").arg(QLocale().formattedDataSize(room)));
+            const QString hint = space->describe(run->getId());
+            if (!hint.isEmpty())
+                mp_Runs->setHint(run->getId(), hint);
         }
     });
     connect(mp_Runs, &RunsBar::stopIgnored, this, &MainWindow::warnOfStuckRun);

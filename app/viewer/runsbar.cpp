@@ -118,8 +118,9 @@ RunsBar::Row* RunsBar::addRow(const QString& text, std::function<void()> stop)
     row->left = new QLabel(row->widget);
     row->left->setMinimumWidth(80);
     row->hint = new QLabel(row->widget);
+    row->hint->setObjectName(QStringLiteral("RoomLabel"));
     row->hint->setMinimumWidth(100);
-    row->hint->setToolTip(tr("Room on the disk that it writes to"));
+    row->hint->setToolTip(tr("Room on the disk that it writes to, and about how much has not been encoded yet"));
     row->stop = new QPushButton(tr("Stop"), row->widget);
     row->stop->setObjectName(QStringLiteral("StopButton"));
     row->stop->setAutoDefault(false);

@@ -77,6 +77,31 @@ TEST_F(WindowRecordings, StopButtonEndsARecordingThatThenPlays)
     EXPECT_FALSE(window().getRuns()->isVisible());
 }
 
+TEST_F(WindowRecordings, RoomAndWhatWaitsForTheEncoderAreShown)
+{
+    openSample();
+    for (const bool memory : {false, true}) {
+        tovSettings().setValue("settings/grabvideousememoryasbuffer", memory);
+        tovSettings().setValue("settings/grabvideotempfilesize", 10);
+        QString error;
+        ASSERT_TRUE(TrajectoryHandler::getInstance()->selectTurntable(90, &error));
+        // Captured faster than it is encoded: 173 MB of frames.
+        window().getConsole()->submit(
+            QString("grabvideo filename=\"%1\" width=800 height=600 sync=1").arg(file("behind.av1.mkv")));
+        const auto shown = [this] {
+            const auto* label = window().getRuns()->findChild<QLabel*>("RoomLabel");
+            return label ? label->text() : QString();
+        };
+        EXPECT_TRUE(processUntil([&] { return shown().contains("free,") && shown().contains("waiting"); }, 60000))
+            << memory << shown().toStdString();
+        ASSERT_TRUE(waitForNoRuns());
+        EXPECT_EQ(countFrames(file("behind.av1.mkv")), 90);
+        QFile::remove(file("behind.av1.mkv"));
+    }
+    tovSettings().remove("settings/grabvideousememoryasbuffer");
+    tovSettings().remove("settings/grabvideotempfilesize");
+}
+
 TEST_F(WindowRecordings, ARecordingWithoutChunksIsToldAtOnce)
 {
     openSample();
