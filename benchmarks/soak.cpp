@@ -4,6 +4,8 @@
 
 #include "app/common/spacewatch.h"
 #include "app/common/startup.h"
+#include "app/viewer/mainwindow.h"
+#include "app/viewer/panelgrid.h"
 #include "kernel/main/commandprocessor.h"
 #include "kernel/main/overseer.h"
 #include "kernel/main/settings.h"
@@ -28,6 +30,7 @@
 #include <QStorageInfo>
 #include <QTemporaryDir>
 #include <QThread>
+#include <QTimer>
 
 #include <algorithm>
 #include <atomic>
@@ -114,6 +117,10 @@ void judgeTemporary(const QString& folder)
 // What the recording believes of the memory: as on a machine with that many bytes free when it began. -1 = the truth.
 std::atomic<qint64> pretendedFree{-1};
 std::atomic<qint64> residentAtStart{0};
+
+// The application thread's waits for the locks of shared context and scene, one after the other as for painting.
+std::vector<double> paintWaits;
+thread_local double contextWaitMs = -1;
 
 /// Runs the event loop until `done`; false when the time is over.
 bool processUntil(const std::function<bool()>& done, int limitMs)
@@ -348,6 +355,82 @@ void space(const QString& folder, const QString& temporary)
     Viewer::getInstance()->closePanel(panel);
 }
 
+/// How many frames a file of ours holds: the raw ones by their size, others by ffprobe; -1 = not to be read.
+qint64 framesIn(const QString& name, int width, int height)
+{
+    const qint64 frameBytes = qint64(width) * height * 4;
+    if (name.endsWith(QLatin1String(".raw"))) {
+        const qint64 size = QFileInfo(name).size();
+        return size % frameBytes == 0 ? size / frameBytes : -1;
+    }
+    QProcess probe;
+    probe.start(QStringLiteral("ffprobe"),
+                {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-count_packets"),
+                 QStringLiteral("-show_entries"), QStringLiteral("stream=nb_read_packets"), QStringLiteral("-of"),
+                 QStringLiteral("csv=p=0"), name});
+    if (!probe.waitForFinished(120000) || probe.exitCode() != 0 || !probe.readAllStandardError().isEmpty())
+        return -1;
+    bool number = false;
+    const qint64 frames = probe.readAllStandardOutput().trimmed().split(',').first().toLongLong(&number);
+    return number ? frames : -1;
+}
+
+void judgeWaits(const char* what, std::vector<double> waits, double frameMs, std::size_t least)
+{
+    std::sort(waits.begin(), waits.end());
+    const double at95 = waits.empty() ? 0 : waits[waits.size() * 95 / 100];
+    judge(waits.size() >= least && at95 <= 2 * frameMs,
+          QStringLiteral(
+              "%1 %2 times (at least %3): 95 % within %4 ms, the longest %5 ms; a frame takes %6 ms (ratio %7, "
+              "limit 2)")
+              .arg(QLatin1String(what))
+              .arg(waits.size())
+              .arg(least)
+              .arg(at95, 0, 'f', 1)
+              .arg(waits.empty() ? 0 : waits.back(), 0, 'f', 1)
+              .arg(frameMs, 0, 'f', 1)
+              .arg(at95 / frameMs, 0, 'f', 2));
+}
+
+void judgeFrames(const QString& name, int width, int height, int frames)
+{
+    const qint64 found = framesIn(name, width, height);
+    judge(found == frames, QStringLiteral("frames in %1, frames out %2").arg(frames).arg(found));
+}
+
+/// The program's window, whose view is turned all the time while it is recorded.
+void window(const QString& folder, const QString&)
+{
+    const int frames = 300, turnMs = 40;
+    setChunks(50, true);
+    setScene(largeElement(1000000, false));
+    tov::viewer::MainWindow program(nullptr);
+    program.resize(1280, 800);
+    program.show();
+    ScenePanel* panel = program.getPanelGrid()->getActivePanel();
+    selectWalk(frames);
+    auto* handler = TrajectoryHandler::getInstance();
+    const QString name = folder + QStringLiteral("/w.raw");
+    const CommandRunPointer run = startVideo(name, 640, 480, true);
+    QTimer turn;
+    QObject::connect(&turn, &QTimer::timeout, [panel] { panel->orbit(2, 0); });
+    turn.start(turnMs);
+    processUntil([&] { return handler->getPosition() > 0; }, 60000);
+    QElapsedTimer clock;
+    clock.start();
+    const auto first = handler->getPosition();
+    paintWaits.clear();
+    const bool walked = processUntil([&] { return handler->getPosition() + 1 >= frames || run->isFinished(); }, 400000);
+    const double frameMs = double(clock.nsecsElapsed()) / 1e6 / double(handler->getPosition() - first);
+    const std::vector<double> waits = paintWaits;
+    turn.stop();
+    processUntil([&] { return run->isFinished(); }, 120000);
+    judge(walked && run->isFinished(),
+          QStringLiteral("%1 frames in %2 s (limit 400)").arg(frames).arg(double(clock.elapsed()) / 1000, 0, 'f', 0));
+    judgeWaits("the window waited for the locks to paint", waits, frameMs, 100);
+    judgeFrames(name, 640, 480, frames);
+}
+
 void locks(const QString& folder, const QString&)
 {
     const int frames = 600;
@@ -378,20 +461,10 @@ void locks(const QString& folder, const QString&)
         300000);
     const double frameMs = double(clock.nsecsElapsed()) / 1e6 / double(handler->getPosition() - first);
     processUntil([&] { return run->isFinished(); }, 120000);
-    std::sort(waits.begin(), waits.end());
-    const double at95 = waits[waits.size() * 95 / 100];
-    judge(walked && waits.size() >= 200 && at95 <= 2 * frameMs,
-          QStringLiteral("waiting for the locks, %1 times: 95 % within %2 ms, the longest %3 ms; a frame takes %4 ms "
-                         "(ratio %5, limit 2)")
-              .arg(waits.size())
-              .arg(at95, 0, 'f', 1)
-              .arg(waits.back(), 0, 'f', 1)
-              .arg(frameMs, 0, 'f', 1)
-              .arg(at95 / frameMs, 0, 'f', 2));
-    judge(QFileInfo(folder + QStringLiteral("/a.raw")).size() == qint64(frames) * 640 * 480 * 4,
-          QStringLiteral("frames in %1, frames out %2")
-              .arg(frames)
-              .arg(double(QFileInfo(folder + QStringLiteral("/a.raw")).size()) / (640 * 480 * 4)));
+    judge(walked && run->isFinished(),
+          QStringLiteral("%1 frames in %2 s (limit 300)").arg(frames).arg(double(clock.elapsed()) / 1000, 0, 'f', 0));
+    judgeWaits("a thread waited for the locks", waits, frameMs, 200);
+    judgeFrames(folder + QStringLiteral("/a.raw"), 640, 480, frames);
     Viewer::getInstance()->closePanel(panel);
 }
 
@@ -583,26 +656,6 @@ void models(const QString& folder, const QString&)
     }
 }
 
-/// How many frames a file of ours holds: the raw ones by their size, others by ffprobe; -1 = not to be read.
-qint64 framesIn(const QString& name, int width, int height)
-{
-    const qint64 frameBytes = qint64(width) * height * 4;
-    if (name.endsWith(QLatin1String(".raw"))) {
-        const qint64 size = QFileInfo(name).size();
-        return size % frameBytes == 0 ? size / frameBytes : -1;
-    }
-    QProcess probe;
-    probe.start(QStringLiteral("ffprobe"),
-                {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-count_packets"),
-                 QStringLiteral("-show_entries"), QStringLiteral("stream=nb_read_packets"), QStringLiteral("-of"),
-                 QStringLiteral("csv=p=0"), name});
-    if (!probe.waitForFinished(120000) || probe.exitCode() != 0 || !probe.readAllStandardError().isEmpty())
-        return -1;
-    bool number = false;
-    const qint64 frames = probe.readAllStandardOutput().trimmed().split(',').first().toLongLong(&number);
-    return number ? frames : -1;
-}
-
 /// Bytes a round that the resident memory grows, the straight line of least squares.
 double slope(const std::vector<double>& values)
 {
@@ -786,6 +839,28 @@ bool mountSmallDisk(const QString& folder)
 
 } // namespace
 
+// In place of the library's: how long the application thread waits before it may paint.
+void tov::scene::SharedContext::lock()
+{
+    static const auto real =
+        reinterpret_cast<void (*)(SharedContext*)>(dlsym(RTLD_NEXT, "_ZN3tov5scene13SharedContext4lockEv"));
+    QElapsedTimer clock;
+    clock.start();
+    real(this);
+    contextWaitMs = double(clock.nsecsElapsed()) / 1e6;
+}
+
+void tov::scene::Scene::lock()
+{
+    static const auto real = reinterpret_cast<void (*)(Scene*)>(dlsym(RTLD_NEXT, "_ZN3tov5scene5Scene4lockEv"));
+    QElapsedTimer clock;
+    clock.start();
+    real(this);
+    if (contextWaitMs >= 0 && QThread::currentThread() == QCoreApplication::instance()->thread())
+        paintWaits.push_back(contextWaitMs + double(clock.nsecsElapsed()) / 1e6);
+    contextWaitMs = -1;
+}
+
 // In place of the system's: the recording asks it how much memory is free.
 extern "C" TOV_EXPORT int sysinfo(struct sysinfo* info) noexcept
 {
@@ -806,13 +881,14 @@ int main(int argc, char** argv)
     {
         const char* name;
         void (*run)(const QString& folder, const QString& temporary);
-    } parts[] = {{"slow", slowEncoder}, {"space", space},   {"locks", locks},   {"panels", panels},
-                 {"picture", picture},  {"models", models}, {"rounds", rounds}, {"long", longRecording}};
+    } parts[] = {{"slow", slowEncoder}, {"space", space},   {"locks", locks},
+                 {"window", window},    {"panels", panels}, {"picture", picture},
+                 {"models", models},    {"rounds", rounds}, {"long", longRecording}};
     const auto* part = std::find_if(std::begin(parts), std::end(parts), [&](const auto& each) {
         return argc == 2 && std::strcmp(argv[1], each.name) == 0;
     });
     if (part == std::end(parts)) {
-        std::fputs("usage: soak slow|space|locks|panels|picture|models|rounds|long\n", stderr);
+        std::fputs("usage: soak slow|space|locks|window|panels|picture|models|rounds|long\n", stderr);
         return 2;
     }
     // Which of the allocator's arenas a thread gets is chance, and megabytes that stay in them hide a small growth.
@@ -828,6 +904,7 @@ int main(int argc, char** argv)
         qputenv("XDG_RUNTIME_DIR", QFile::encodeName(folder.path()));
     {
         tov::app::StartOptions options;
+        options.window = part->run == window;
         options.settingsFile = folder.filePath(QStringLiteral("settings.ini"));
         int count = 1;
         tov::app::Startup startup(count, argv, options);
