@@ -89,6 +89,8 @@ QString privateCacheFolder()
     const QString folder = QStandardPaths::writableLocation(QStandardPaths::CacheLocation);
     if (folder.isEmpty() || (!QDir(folder).exists() && !QDir().mkpath(folder)))
         return QString();
+    // What somebody opens is nobody else's business.
+    QFile::setPermissions(folder, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     return folder;
 }
 

@@ -1,5 +1,6 @@
 #include "app/viewer/recentfiles.h"
 
+#include "app/common/libraryprobe.h"
 #include "app/viewer/viewpicture.h"
 #include "kernel/main/settings.h"
 #include "scene/scenepanel.h"
@@ -72,6 +73,7 @@ void RecentFiles::add(const QString& fileName, tov::gui::ScenePanel* panel)
     const QSize size = QSize(panel->width(), panel->height()).scaled(ThumbnailEdge, ThumbnailEdge, Qt::KeepAspectRatio);
     ViewPicture::take(panel, size.expandedTo(QSize(2, 2)), this, [this, path](const QImage& image) {
         const QString name = getThumbnailFile(path);
+        tov::app::privateCacheFolder();
         QDir().mkpath(QFileInfo(name).absolutePath());
         // A small picture that cannot be kept is no loss.
         QSaveFile file(name);

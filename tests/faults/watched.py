@@ -322,7 +322,12 @@ if os.path.exists(BUILD + '/bin/tst_window') and shutil.which('xvfb-run'):
                 process.wait()
         if process.returncode not in (0, 130):
             return f'status {process.returncode}: {error[-300:]}'
-        return watched.beyond() or (None if glob.glob(pictures, recursive=True) else 'no model was opened')
+        made = glob.glob(pictures, recursive=True)
+        if not made:
+            return 'no model was opened'
+        # The folder of all that is kept of what was opened: above that of the small pictures.
+        mode = os.stat(os.path.dirname(os.path.dirname(made[0]))).st_mode
+        return watched.beyond() or (f'small pictures are open to others: {mode:o}' if mode & 0o077 else None)
 
     @case('the window: pictures, settings, recordings')
     def _(watched):
