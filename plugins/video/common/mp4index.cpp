@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 
 namespace tov::plugins::video {
 
@@ -116,6 +117,16 @@ QByteArray Mp4Index::filter(const std::uint8_t* data, int size)
     return out;
 }
 
+void Mp4Index::addSample(const Sample& sample)
+{
+    // The tables of the file hold 32 bits, and times go forward.
+    m_Times.push_back(
+        {std::uint32_t(std::max<std::int64_t>(0, sample.dts - m_LastDts)), std::int32_t(sample.pts - sample.dts)});
+    m_LastDts = sample.dts;
+    if (sample.key)
+        m_Keys.push_back(std::uint32_t(m_Times.size()));
+}
+
 void Mp4Index::readFragment()
 {
     // The sizes of the samples as they lie in the file: the muxer may have rewritten the packets. Fields are there when
@@ -182,13 +193,13 @@ QByteArray Mp4Index::finalIndex(std::int64_t frameDuration, std::uint32_t timeSc
         ++counts[range];
         used += size;
     }
-    if (m_Sizes.empty() || m_Sizes.size() != m_Samples.size() || m_FreePosition < 0)
+    if (m_Sizes.empty() || m_Sizes.size() != m_Times.size() || m_FreePosition < 0)
         return QByteArray();
 
     // Times: the decoding step of each sample, and how much later it is shown.
     QByteArray stts, ctts, stss, stsc, stsz, co64;
-    quint32 sttsCount = 0, cttsCount = 0, stssCount = 0, stscCount = 0, chunkCount = 0, lastCount = 0;
-    std::int64_t firstShown = m_Samples.front().pts, end = 0;
+    quint32 sttsCount = 0, cttsCount = 0, stscCount = 0, chunkCount = 0, lastCount = 0;
+    std::int64_t dts = 0, firstShown = std::numeric_limits<std::int64_t>::max(), end = 0;
     bool reordered = false;
     const auto runs = [](QByteArray& table, quint32& count, quint32 value) {
         if (count > 0 && get<quint32>(table, table.size() - 4) == value) {
@@ -199,20 +210,18 @@ QByteArray Mp4Index::finalIndex(std::int64_t frameDuration, std::uint32_t timeSc
         put<quint32>(table, value);
         ++count;
     };
-    for (std::size_t i = 0; i < m_Samples.size(); ++i) {
-        const Sample& sample = m_Samples[i];
-        const std::int64_t step = i + 1 < m_Samples.size() ? m_Samples[i + 1].dts - sample.dts : frameDuration;
-        runs(stts, sttsCount, quint32(std::max<std::int64_t>(0, step)));
-        runs(ctts, cttsCount, quint32(std::max<std::int64_t>(0, sample.pts - sample.dts)));
-        reordered = reordered || sample.pts != sample.dts;
-        if (sample.key) {
-            put<quint32>(stss, quint32(i + 1));
-            ++stssCount;
-        }
+    for (std::size_t i = 0; i < m_Times.size(); ++i) {
+        dts += m_Times[i].step;
+        const std::int64_t pts = dts + m_Times[i].shift;
+        runs(stts, sttsCount, i + 1 < m_Times.size() ? m_Times[i + 1].step : quint32(frameDuration));
+        runs(ctts, cttsCount, quint32(std::max(0, m_Times[i].shift)));
+        reordered = reordered || m_Times[i].shift != 0;
         put<quint32>(stsz, m_Sizes[i]);
-        firstShown = std::min(firstShown, sample.pts);
-        end = std::max(end, sample.pts + frameDuration);
+        firstShown = std::min(firstShown, pts);
+        end = std::max(end, pts + frameDuration);
     }
+    for (const std::uint32_t key : m_Keys)
+        put<quint32>(stss, key);
     for (std::size_t i = 0; i < counts.size(); ++i) {
         if (counts[i] == 0)
             continue;
@@ -226,7 +235,7 @@ QByteArray Mp4Index::finalIndex(std::int64_t frameDuration, std::uint32_t timeSc
         put<quint32>(stsc, 1);
         ++stscCount;
     }
-    const quint64 mediaDuration = quint64(m_Samples.back().dts + frameDuration);
+    const quint64 mediaDuration = quint64(dts + frameDuration);
     const quint64 shownDuration = quint64(end - firstShown);
     const auto counted = [](quint32 count, const QByteArray& table) {
         QByteArray contents(4, 0); // version and flags
@@ -281,11 +290,11 @@ QByteArray Mp4Index::finalIndex(std::int64_t frameDuration, std::uint32_t timeSc
                                     stbl += box("stts", counted(sttsCount, stts));
                                     if (reordered)
                                         stbl += box("ctts", counted(cttsCount, ctts));
-                                    if (stssCount < m_Samples.size())
-                                        stbl += box("stss", counted(stssCount, stss));
+                                    if (m_Keys.size() < m_Times.size())
+                                        stbl += box("stss", counted(quint32(m_Keys.size()), stss));
                                     stbl += box("stsc", counted(stscCount, stsc));
                                     QByteArray sizes(8, 0); // version, flags, no common size
-                                    put<quint32>(sizes, quint32(m_Samples.size()));
+                                    put<quint32>(sizes, quint32(m_Times.size()));
                                     stbl += box("stsz", sizes + stsz);
                                     stbl += box("co64", counted(chunkCount, co64));
                                     information.contents = stbl;

@@ -26,8 +26,8 @@ public:
 
     /// Takes the next bytes that the muxer writes, returns what is to be written to the file in their place.
     QByteArray filter(const std::uint8_t* data, int size);
-    void addSample(const Sample& sample) { m_Samples.push_back(sample); }
-    bool hasSamples() const { return !m_Samples.empty(); }
+    void addSample(const Sample& sample);
+    bool hasSamples() const { return !m_Times.empty(); }
 
     /// The index for all samples, from the preliminary one: `duration` of a frame and `timeScale` as the samples' times
     /// count. Empty when the fragments do not hold what the samples say.
@@ -59,8 +59,17 @@ private:
     QByteArray m_Moof;                 ///< the fragment head that is being collected
     std::deque<std::uint32_t> m_Sizes; ///< of the samples, as the muxer laid them down
     std::int64_t m_FreePosition = -1;
-    std::vector<Range> m_Data;    ///< payloads of the fragments' data boxes
-    std::deque<Sample> m_Samples; ///< no vector, which copies hours of recording each time it grows
+    std::vector<Range> m_Data; ///< payloads of the fragments' data boxes
+
+    /// Hours of recording: small, and no vector, which is copied each time it grows.
+    struct Time
+    {
+        std::uint32_t step; ///< of the dts, from the sample before
+        std::int32_t shift; ///< from dts to pts
+    };
+    std::deque<Time> m_Times;
+    std::deque<std::uint32_t> m_Keys; ///< numbers of the key samples, from 1
+    std::int64_t m_LastDts = 0;
 };
 
 } // namespace tov::plugins::video
