@@ -468,12 +468,21 @@ void MainWindow::watchRuns()
             Qt::QueuedConnection);
     });
     auto* processor = Overseer::getInstance()->getCommandProcessor();
+    // The command may have made its file by the time that the event loop tells of it.
+    connect(
+        processor, &CommandProcessor::runBegins, this,
+        [this](const CommandRunPointer& run) {
+            if (QThread::currentThread() == thread())
+                m_Started[run->getId()].before = tov::app::OutputMark(run->getArgument(FileNameParameter));
+        },
+        Qt::DirectConnection);
     connect(processor, &CommandProcessor::runStarted, this, [this](const CommandRunPointer& run) {
-        Started started;
+        const bool marked = m_Started.count(run->getId()) != 0;
+        Started& started = m_Started[run->getId()];
         started.clock.start();
         started.fileName = run->getArgument(FileNameParameter);
-        started.before = tov::app::OutputMark(started.fileName);
-        m_Started[run->getId()] = started;
+        if (!marked)
+            started.before = tov::app::OutputMark(started.fileName);
         // A recording that is stepped along a trajectory ends at once, with nothing, when none is open: by design of
         // the command. The person is told here, in words, at the moment it happens.
         const QString sync = run->getArgument(SyncParameter);

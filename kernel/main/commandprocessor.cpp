@@ -266,6 +266,7 @@ struct CommandProcessor::Private
             Overseer::getInstance()->post([this, run, succeeded] { finish(run, succeeded); });
         });
         state->thread->setObjectName(QStringLiteral("Command"));
+        emit processor->runBegins(run);
         QMetaObject::invokeMethod(
             processor, [this, run] { emit processor->runStarted(run); }, Qt::QueuedConnection);
         // The thread takes the object on: a context that it makes moves to this very QThread.

@@ -89,13 +89,16 @@ public:
     void stopAll();
     /// Waits until no run is left; on the application thread workers are run meanwhile. Thread: application.
     bool waitForAll(int timeoutMs = -1);
-    /// Waits until every function command that was submitted so far has run, with what it handed to the application thread.
-    /// Thread: application.
+    /// Waits until every function command that was submitted so far has run, with what it handed to the application
+    /// thread. Thread: application.
     void drain();
     /// Deletes a command after `drain`. Thread: application.
     void destroyCommand(Command* command);
 
 signals:
+    /// Before the command executes, and so before it touches anything. Unlike the others it comes at once, on the
+    /// thread that starts the run.
+    void runBegins(const tov::main::CommandRunPointer& run);
     void runStarted(const tov::main::CommandRunPointer& run);
     /// Text or progress changed.
     void runChanged(const tov::main::CommandRunPointer& run);

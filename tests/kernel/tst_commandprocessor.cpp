@@ -213,6 +213,21 @@ TEST_F(ProcessorTest, SignalsComeFromTheEventLoopOnly)
     EXPECT_EQ(enabled.last().at(1).toBool(), true) << "the last call wins";
 }
 
+TEST_F(ProcessorTest, TheBeginningIsToldBeforeTheCommandExecutes)
+{
+    lastText.clear();
+    QStringList told;
+    QObject context;
+    QObject::connect(
+        processor, &CommandProcessor::runBegins, &context,
+        [&](const CommandRunPointer& run) { told << run->getCommandName() + lastText; }, Qt::DirectConnection);
+    const auto run = processor->start(QStringLiteral("probe a"), nullptr);
+    EXPECT_EQ(told, QStringList(QStringLiteral("probe")));
+    ASSERT_TRUE(run->wait(10000));
+    EXPECT_EQ(lastText, "a");
+    EXPECT_EQ(told.size(), 1);
+}
+
 TEST_F(ProcessorTest, RemovingAPrototypeStopsItsRuns)
 {
     QSemaphore closed(0);

@@ -84,8 +84,8 @@ TEST_F(WindowRecordings, RoomAndWhatWaitsForTheEncoderAreShown)
         tovSettings().setValue("settings/grabvideousememoryasbuffer", memory);
         tovSettings().setValue("settings/grabvideotempfilesize", 10);
         QString error;
-        ASSERT_TRUE(TrajectoryHandler::getInstance()->selectTurntable(90, &error));
-        // Captured faster than it is encoded: 173 MB of frames.
+        ASSERT_TRUE(TrajectoryHandler::getInstance()->selectTurntable(1000, &error));
+        // Captured faster than it is encoded, and stopped once that is seen.
         window().getConsole()->submit(
             QString("grabvideo filename=\"%1\" width=800 height=600 sync=1").arg(file("behind.av1.mkv")));
         const auto shown = [this] {
@@ -94,8 +94,10 @@ TEST_F(WindowRecordings, RoomAndWhatWaitsForTheEncoderAreShown)
         };
         EXPECT_TRUE(processUntil([&] { return shown().contains("free,") && shown().contains("waiting"); }, 60000))
             << memory << shown().toStdString();
-        ASSERT_TRUE(waitForNoRuns());
-        EXPECT_EQ(countFrames(file("behind.av1.mkv")), 90);
+        for (const auto& run : runs())
+            run->stop();
+        ASSERT_TRUE(waitForNoRuns(120000));
+        EXPECT_GT(countFrames(file("behind.av1.mkv")), 10);
         QFile::remove(file("behind.av1.mkv"));
     }
     tovSettings().remove("settings/grabvideousememoryasbuffer");
