@@ -1,6 +1,7 @@
 #include "grab/videohandler.h"
 
 #include "grab/applicationthread.h"
+#include "grab/drawinglost.h"
 #include "grab/video/encoder.h"
 #include "grab/video/videoencoder.h"
 #include "kernel/log/logger.h"
@@ -363,8 +364,12 @@ void VideoHandler::grabPicture(QIODevice* chunk)
     glEnable(GL_LIGHT0);
     mp_Drawer->glDraw(root, nullptr, camera, 0.0, 65535, 7);
     glFlush();
+    // Asked for twice: Qt forgets what stands before it reads.
+    const bool spoilt = isDrawingLost();
     const QImage picture = mp_Fbo->toImage();
-    if (picture.isNull()) {
+    // What failed leaves a picture, too, of chance content.
+    const bool lost = isDrawingLost() || spoilt;
+    if (picture.isNull() || lost) {
         logError(__LINE__, __func__, QObject::tr("Picture couldn't be grabbed by FBO"));
     } else {
         const char* bytes = reinterpret_cast<const char*>(picture.constBits());

@@ -10,6 +10,7 @@
 #include "grab/commands/localvalue.h"
 #include "grab/commands/tilecopier.h"
 #include "grab/module/modulegrab.h"
+#include "grab/drawinglost.h"
 #include "grab/video/outputfile.h"
 #include "kernel/gui/fileparameterpanelfactory.h"
 #include "kernel/gui/zprogressdialog.h"
@@ -511,12 +512,19 @@ void GrabImage::saveImage(QImage* target, const Matrix& transform)
         glEnable(GL_LIGHT0);
         drawer->glDraw(root, nullptr, transform, 0.0, 3, 7);
         glFlush();
+        // Asked for twice: Qt forgets what stands before it reads.
+        const bool spoilt = tov::grab::isDrawingLost();
         const QImage picture = fbo->toImage();
+        const bool lost = tov::grab::isDrawingLost() || spoilt || picture.isNull();
         fbo->release();
 
         // The bottom row of tiles is row 0; the short one stands at the top of the picture.
         const int y0 = row < rows - 1 ? (rows - 1 - row) * tile - (tile - lastHeight) : 0;
-        copier.copy(picture, x0, y0, tileWidth, tileHeight);
+        // The tile stays blank, and the others are tried.
+        if (lost)
+            Logger::log(ErrorLevel, SourceFile, __LINE__, __func__, nullptr, "Couldn't read framebuffer object back!");
+        else
+            copier.copy(picture, x0, y0, tileWidth, tileHeight);
     }
     copier.finish();
     delete fbo;

@@ -3,9 +3,10 @@
  * TOV_FAULT=KIND:N:ONCE:ERRNO
  *
  *   KIND   write (to ordinary files), create (opening a file to write), tmpfile (those of them that are temporary),
- *          sysinfo
- *   ONCE   1 = that call only, 0 = from then on
- *   ERRNO  0 = half of the bytes are written
+ *          sysinfo, context (eglCreateContext), current (eglMakeCurrent, but for letting go), bind (a framebuffer
+ * object is not complete when it is bound), target (glBindFramebuffer does nothing), blit, read (glReadPixels); the
+ * last three leave GL_OUT_OF_MEMORY behind ONCE   1 = that call only, 0 = from then on ERRNO  0 = half of the bytes are
+ * written
  *
  * TOV_FAULT_COUNT=FILE: how many calls of the kind there were, at the end.
  */
@@ -26,6 +27,7 @@
 static atomic_int calls;
 static int wanted_n, once, wanted_errno;
 static char kind[16];
+static _Thread_local unsigned pending_error;
 
 static void __attribute__((constructor)) begin(void)
 {
@@ -126,4 +128,118 @@ int sysinfo(struct sysinfo* info)
     if (!real)
         real = (int (*)(struct sysinfo*))dlsym(RTLD_NEXT, "sysinfo");
     return real(info);
+}
+
+/* OpenGL without a screen: EGL is linked, the rest is asked for by name. */
+
+static void* gl_function(const char* name)
+{
+    static void* (*get)(const char*);
+    if (!get)
+        get = (void* (*)(const char*))dlsym(RTLD_NEXT, "eglGetProcAddress");
+    if (!get)
+        get = (void* (*)(const char*))dlsym(dlopen("libEGL.so.1", RTLD_LAZY), "eglGetProcAddress");
+    return get(name);
+}
+
+static void* egl_function(const char* name)
+{
+    void* found = dlsym(RTLD_NEXT, name);
+    return found ? found : dlsym(dlopen("libEGL.so.1", RTLD_LAZY), name);
+}
+
+void* eglCreateContext(void* display, void* config, void* share, const int* attributes)
+{
+    static void* (*real)(void*, void*, void*, const int*);
+    if (hit("context"))
+        return NULL;
+    if (!real)
+        real = (void* (*)(void*, void*, void*, const int*))egl_function("eglCreateContext");
+    return real(display, config, share, attributes);
+}
+
+unsigned eglMakeCurrent(void* display, void* draw, void* read, void* context)
+{
+    static unsigned (*real)(void*, void*, void*, void*);
+    if (context && hit("current"))
+        return 0;
+    if (!real)
+        real = (unsigned (*)(void*, void*, void*, void*))egl_function("eglMakeCurrent");
+    return real(display, draw, read, context);
+}
+
+#define OutOfMemory 0x0505u
+#define Unsupported 0x8CDDu
+
+unsigned glGetError(void)
+{
+    static unsigned (*real)(void);
+    if (!real)
+        real = (unsigned (*)(void))gl_function("glGetError");
+    const unsigned error = pending_error;
+    pending_error = 0;
+    return error ? error : real();
+}
+
+static unsigned check_framebuffer(unsigned target)
+{
+    static unsigned (*real)(unsigned);
+    if (!real)
+        real = (unsigned (*)(unsigned))gl_function("glCheckFramebufferStatus");
+    return hit("bind") ? Unsupported : real(target);
+}
+
+static void bind_framebuffer(unsigned target, unsigned name)
+{
+    static void (*real)(unsigned, unsigned);
+    if (!real)
+        real = (void (*)(unsigned, unsigned))gl_function("glBindFramebuffer");
+    if (name && hit("target"))
+        pending_error = OutOfMemory;
+    else
+        real(target, name);
+}
+
+static void blit_framebuffer(int a, int b, int c, int d, int e, int f, int g, int h, unsigned mask, unsigned filter)
+{
+    static void (*real)(int, int, int, int, int, int, int, int, unsigned, unsigned);
+    if (!real)
+        real = (void (*)(int, int, int, int, int, int, int, int, unsigned, unsigned))gl_function("glBlitFramebuffer");
+    if (hit("blit"))
+        pending_error = OutOfMemory;
+    else
+        real(a, b, c, d, e, f, g, h, mask, filter);
+}
+
+void glReadPixels(int x, int y, int width, int height, unsigned format, unsigned type, void* pixels)
+{
+    static void (*real)(int, int, int, int, unsigned, unsigned, void*);
+    if (!real)
+        real = (void (*)(int, int, int, int, unsigned, unsigned, void*))gl_function("glReadPixels");
+    if (hit("read"))
+        pending_error = OutOfMemory;
+    else
+        real(x, y, width, height, format, type, pixels);
+}
+
+void* eglGetProcAddress(const char* name)
+{
+    static const struct
+    {
+        const char* name;
+        void* function;
+    } ours[] = {
+        {"glGetError", (void*)glGetError},
+        {"glReadPixels", (void*)glReadPixels},
+        {"glCheckFramebufferStatus", (void*)check_framebuffer},
+        {"glCheckFramebufferStatusEXT", (void*)check_framebuffer},
+        {"glBindFramebuffer", (void*)bind_framebuffer},
+        {"glBindFramebufferEXT", (void*)bind_framebuffer},
+        {"glBlitFramebuffer", (void*)blit_framebuffer},
+        {"glBlitFramebufferEXT", (void*)blit_framebuffer},
+    };
+    for (size_t i = 0; i < sizeof ours / sizeof ours[0]; ++i)
+        if (strcmp(name, ours[i].name) == 0)
+            return ours[i].function;
+    return gl_function(name);
 }
