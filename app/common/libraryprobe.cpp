@@ -1,5 +1,6 @@
 #include "app/common/libraryprobe.h"
 
+#include "kernel/util/childprocess.h"
 #include "kernel/util/libraryfile.h"
 
 #include <QCoreApplication>
@@ -19,6 +20,7 @@
 
 #include <algorithm>
 #include <cerrno>
+
 #include <csignal>
 #include <cstring>
 #include <memory>
@@ -71,8 +73,6 @@ void writeCache(const QString& fileName, const QJsonObject& known)
 /// Empty when the library was loaded, or failed to in an orderly way, which the ordinary way will tell.
 QString verdictOn(const QProcess& process)
 {
-    if (process.error() == QProcess::FailedToStart)
-        return QString();
     if (process.exitStatus() != QProcess::NormalExit)
         return tr("it crashed when it was tried (%1); it is tried again when the file changes")
             .arg(QString::fromLocal8Bit(strsignal(process.exitCode())));
@@ -80,6 +80,12 @@ QString verdictOn(const QProcess& process)
         return tr("it ended its process when it was tried (status %1); it is tried again when the file changes")
             .arg(process.exitCode());
     return QString();
+}
+
+/// By nobody's fault but a lack of memory, as a rule.
+bool wasKilled(const QProcess& process)
+{
+    return process.exitStatus() != QProcess::NormalExit && process.exitCode() == SIGKILL;
 }
 
 } // namespace
@@ -138,6 +144,7 @@ void LibraryProbe::run()
         {
             Candidate candidate;
             std::unique_ptr<QProcess> process;
+            std::shared_ptr<bool> notStarted; ///< no process was to be had; the process itself forgets that
             QDeadlineTimer limit;
         };
         const QDeadlineTimer deadline(LimitMs);
@@ -146,7 +153,12 @@ void LibraryProbe::run()
         std::size_t next = 0;
         while (next < fresh.size() || !running.empty()) {
             while (next < fresh.size() && running.size() < atOnce && !deadline.hasExpired()) {
-                Trial trial{fresh[next++], std::make_unique<QProcess>(), QDeadlineTimer(FileLimitMs)};
+                Trial trial{fresh[next++], std::make_unique<tov::util::ChildProcess>(), std::make_shared<bool>(false),
+                            QDeadlineTimer(FileLimitMs)};
+                QObject::connect(trial.process.get(), &QProcess::errorOccurred, trial.process.get(),
+                                 [notStarted = trial.notStarted](QProcess::ProcessError error) {
+                                     *notStarted = *notStarted || error == QProcess::FailedToStart;
+                                 });
                 trial.process->setStandardOutputFile(QProcess::nullDevice());
                 trial.process->setStandardErrorFile(QProcess::nullDevice());
                 trial.process->start(m_Program, {trial.candidate.encoder ? QStringLiteral("--probe-encoder")
@@ -169,6 +181,11 @@ void LibraryProbe::run()
                     trial.process->waitForFinished(WaitMs * 100);
                     // Not remembered: a machine that is very busy looks the same.
                     refused[trial.candidate.fileName] = tr("it did not come back when it was tried");
+                } else if (*trial.notStarted || wasKilled(*trial.process)) {
+                    // Not the file's fault, and not remembered: the machine has no process or no memory left.
+                    refused[trial.candidate.fileName] = tr(
+                        "it could not be tried, the machine is short of processes or memory; it is tried at the next "
+                        "start");
                 } else {
                     const QString reason = verdictOn(*trial.process);
                     known[trial.candidate.fileName] =

@@ -1,5 +1,7 @@
 #include "app/common/videoprobe.h"
 
+#include "kernel/util/childprocess.h"
+
 #include <QFileInfo>
 #include <QProcess>
 #include <QStandardPaths>
@@ -61,7 +63,7 @@ VideoProbe probeVideo(const QString& fileName)
     const QString program = programFor(fileName);
     if (program.isEmpty())
         return VideoProbe();
-    QProcess process;
+    tov::util::ChildProcess process;
     process.start(program, arguments(fileName));
     return process.waitForFinished(LimitMs) ? answerOf(process) : VideoProbe();
 }
@@ -72,7 +74,7 @@ void probeVideo(const QString& fileName, QObject* context, std::function<void(co
     if (program.isEmpty())
         return;
     // Ends with the context: a process that is still busy then is killed by its destructor.
-    auto* process = new QProcess(context);
+    auto* process = new tov::util::ChildProcess(context);
     QObject::connect(process, QOverload<int, QProcess::ExitStatus>::of(&QProcess::finished), context,
                      [process, done = std::move(done)] {
                          process->deleteLater();

@@ -5,6 +5,7 @@
 
 #include "sdk/checker/checks.h"
 
+#include "kernel/util/childprocess.h"
 #include "kernel/util/libraryfile.h"
 
 #include <QElapsedTimer>
@@ -37,12 +38,14 @@ struct Answer
 
 Answer ask(const QStringList& arguments)
 {
-    QProcess process;
+    tov::util::ChildProcess process;
     process.setProcessChannelMode(QProcess::SeparateChannels);
     process.setStandardErrorFile(QProcess::nullDevice());
     process.start(QCoreApplication::applicationFilePath(), arguments);
     Answer answer;
-    if (!process.waitForFinished(limitMs())) {
+    if (!process.waitForStarted()) {
+        answer.death = QStringLiteral("it cannot be tried: %1").arg(process.errorString());
+    } else if (!process.waitForFinished(limitMs()) && process.state() != QProcess::NotRunning) {
         process.kill();
         process.waitForFinished();
         answer.death = QStringLiteral("it does not come back within %1 s; a hook must return, also after an abort")

@@ -53,7 +53,7 @@ const std::vector<Rule> Rules = {
     {"plugins/imageformats/", {"plugins/imageformats/"}, {"libav", "GL/"}},
     {"sdk/",
      {"grab/video/", "kernel/log/", "kernel/main/informationobject.h", "kernel/main/export.h",
-      "kernel/util/libraryfile.h", "sdk/"},
+      "kernel/util/libraryfile.h", "kernel/util/childprocess.h", "sdk/"},
      {"libav", "GL/"}},
     {"plugins/video/",
      {"grab/video/", "plugins/video/common/", "kernel/log/", "kernel/main/informationobject.h", "kernel/main/export.h"},
