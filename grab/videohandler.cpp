@@ -153,7 +153,12 @@ bool VideoHandler::start(Grabber* grabber, const QString& filename, int width, i
         return false;
     }
     mp_Grabber->start(priority);
-    return true;
+    if (mp_Grabber->isRunning() || mp_Grabber->isFinished())
+        return true;
+    // The system gives no thread. The OpenGL objects, which belong to it already, stay, as after any refused start.
+    logError(__LINE__, __func__, QObject::tr("There is no thread to record video '%1' with").arg(m_FileName));
+    abortGrabbing();
+    return false;
 }
 
 void VideoHandler::stopGrabbing()

@@ -62,6 +62,17 @@ void onQtMessage(QtMsgType type, const QMessageLogContext&, const QString& messa
 {
     if (message.contains(QLatin1String("software rasterizer")) || message.contains(QLatin1String("XDG_RUNTIME_DIR")))
         return;
+    if (message.startsWith(QLatin1String("The X11 connection broke"))) {
+        // Qt ends the process next, by way of destructors that know nothing of the threads that still run.
+        std::fprintf(stderr, "tov: %s\n",
+                     QCoreApplication::translate("tov::app",
+                                                 "the display is gone (X server); what was written so far is "
+                                                 "kept")
+                         .toLocal8Bit()
+                         .constData());
+        std::fflush(stderr);
+        _exit(1);
+    }
     const int level = type == QtCriticalMsg || type == QtFatalMsg ? tov::log::LevelError : tov::log::LevelInformation;
     Logger::log(level, "qt", 0, "", nullptr, message);
     if (type == QtFatalMsg) {
@@ -114,8 +125,8 @@ void prepareProcess()
     QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
     ignore(SIGPIPE);
     ignore(SIGXFSZ);
-    // The session's message bus is used where there is one. Without its address the library would start a bus of its own,
-    // another program that stays when this one is gone.
+    // The session's message bus is used where there is one. Without its address the library would start a bus of its
+    // own, another program that stays when this one is gone.
     if (!qEnvironmentVariableIsSet("DBUS_SESSION_BUS_ADDRESS"))
         qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:runtime=yes");
 }

@@ -377,6 +377,10 @@
         <source>Couldn&apos;t write %1 bytes to temporary file</source>
         <translation>%1 Bytes konnten nicht in die temporäre Datei geschrieben werden</translation>
     </message>
+    <message>
+        <source>There is no thread to record video &apos;%1&apos; with</source>
+        <translation>Es gibt keinen Thread, um das Video „%1“ aufzunehmen</translation>
+    </message>
 </context>
 <context>
     <name>StandardViews</name>
@@ -683,6 +687,10 @@
         <source>it is larger than 16 MiB</source>
         <translation>es ist größer als 16 MiB</translation>
     </message>
+    <message>
+        <source>the display is gone (X server); what was written so far is kept</source>
+        <translation>die Anzeige ist weg (X-Server); was bisher geschrieben wurde, bleibt erhalten</translation>
+    </message>
 </context>
 <context>
     <name>tov::app::LibraryProbe</name>
@@ -697,6 +705,10 @@
     <message>
         <source>there was no time left to try it; it is tried at the next start</source>
         <translation>zum Ausprobieren blieb keine Zeit; wird beim nächsten Start versucht</translation>
+    </message>
+    <message>
+        <source>it could not be tried, the machine is short of processes or memory; it is tried at the next start</source>
+        <translation>sie konnte nicht erprobt werden, dem Rechner fehlen Prozesse oder Speicher; sie wird beim nächsten Start erprobt</translation>
     </message>
 </context>
 <context>
@@ -1390,6 +1402,10 @@ Aufnahmen werden beendet und geschrieben, Bilder fertig gemacht. Dann schließt 
     <message>
         <source>A recording takes no more frames: %1. What it has is kept; stop it if it does not end by itself.</source>
         <translation>Eine Aufnahme nimmt keine Bilder mehr auf: %1. Was sie hat, bleibt; beenden Sie sie, wenn sie nicht von selbst endet.</translation>
+    </message>
+    <message>
+        <source>%1: there is no thread to read it with</source>
+        <translation>%1: Es gibt keinen Thread, um es zu lesen</translation>
     </message>
 </context>
 <context>

@@ -361,7 +361,7 @@ void MainWindow::openFiles(const QStringList& fileNames)
             return !*cancelled;
         });
     });
-    connect(mp_OpenThread, &QThread::finished, this, [=, this] {
+    const auto ended = [=, this] {
         mp_Runs->removeTask(task);
         mp_OpenThread->deleteLater();
         mp_OpenThread = nullptr;
@@ -381,8 +381,13 @@ void MainWindow::openFiles(const QStringList& fileNames)
         }
         if (m_Closing)
             close();
-    });
+    };
+    connect(mp_OpenThread, &QThread::finished, this, ended);
     mp_OpenThread->start();
+    if (!mp_OpenThread->isRunning() && !mp_OpenThread->isFinished()) {
+        *error = tr("%1: there is no thread to read it with").arg(models.first());
+        ended();
+    }
 }
 
 void MainWindow::cancelOpening()

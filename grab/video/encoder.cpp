@@ -94,6 +94,16 @@ bool Encoder::encodeVideoChunk(QIODevice* chunk, bool isLast)
         mp_Semaphore = new QSemaphore(0);
         mp_Runner = new Runner(this);
         mp_Runner->start(QThread::InheritPriority);
+        if (!mp_Runner->isRunning() && !mp_Runner->isFinished()) {
+            // The system gives no thread: nothing could be encoded.
+            delete mp_Runner;
+            mp_Runner = nullptr;
+            delete mp_Semaphore;
+            mp_Semaphore = nullptr;
+            store(m_State, int(InitFailed));
+            Logger::log(ErrorLevel, SourceFile, __LINE__, __func__, nullptr, "Couldn't initialize video encoding");
+            return false;
+        }
         // The runner may be further already; its state must not be taken back.
         int expected = Idle;
         std::atomic_ref<int>(m_State).compare_exchange_strong(expected, Started);

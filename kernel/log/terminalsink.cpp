@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <deque>
 #include <mutex>
+#include <system_error>
 
 namespace tov::log {
 
@@ -55,6 +56,7 @@ struct TerminalSink::Private
     int repeats = 0;              ///< guarded by mutex
     bool ending = false;          ///< guarded by mutex
     bool ended = false;           ///< guarded by mutex
+    bool withoutThread = false;   ///< set before anybody else knows of this
 
     void push(QByteArray line)
     {
@@ -74,21 +76,32 @@ struct TerminalSink::Private
             changed.wait(lock, [this] { return ending || !lines.empty(); });
             if (lines.empty())
                 break;
+            writeAll(lock);
+        }
+        ended = true;
+        changed.notify_all();
+    }
+    void writeAll(std::unique_lock<std::mutex>& lock)
+    {
+        while (!lines.empty()) {
             const QByteArray line = std::move(lines.front());
             lines.pop_front();
             lock.unlock();
             std::fwrite(line.constData(), 1, std::size_t(line.size()), stderr);
             lock.lock();
         }
-        ended = true;
-        changed.notify_all();
     }
 };
 
 TerminalSink::TerminalSink(int highestLevel) : d(std::make_shared<Private>())
 {
     d->highestLevel = highestLevel;
-    std::thread([shared = d] { shared->run(); }).detach();
+    try {
+        std::thread([shared = d] { shared->run(); }).detach();
+    } catch (const std::system_error&) {
+        // No thread is to be had: lines are written where they come, should the terminal block as well.
+        d->withoutThread = true;
+    }
 }
 
 TerminalSink::~TerminalSink()
@@ -96,6 +109,10 @@ TerminalSink::~TerminalSink()
     std::unique_lock<std::mutex> lock(d->mutex);
     d->pushRepeats();
     d->ending = true;
+    if (d->withoutThread) {
+        d->writeAll(lock);
+        return;
+    }
     d->changed.notify_all();
     d->changed.wait_for(lock, std::chrono::seconds(2), [this] { return d->ended; });
 }
@@ -104,9 +121,10 @@ void TerminalSink::write(const LogRecord& record)
 {
     if (record.level > d->highestLevel)
         return;
-    const QByteArray line =
-        QStringLiteral("tov: %1: %2\n").arg(QLatin1String(labelOf(record.level)), escaped(record.message)).toLocal8Bit();
-    std::lock_guard<std::mutex> guard(d->mutex);
+    const QByteArray line = QStringLiteral("tov: %1: %2\n")
+                                .arg(QLatin1String(labelOf(record.level)), escaped(record.message))
+                                .toLocal8Bit();
+    std::unique_lock<std::mutex> lock(d->mutex);
     if (line == d->last) {
         ++d->repeats;
         return;
@@ -114,6 +132,8 @@ void TerminalSink::write(const LogRecord& record)
     d->pushRepeats();
     d->last = line;
     d->push(line);
+    if (d->withoutThread)
+        d->writeAll(lock);
     d->changed.notify_all();
 }
 

@@ -44,6 +44,13 @@ bool execute(Command* command)
     return false;
 }
 
+/// False when the system gives no thread; Qt has logged why, and the object has never run.
+bool startThread(QThread* thread)
+{
+    thread->start();
+    return thread->isRunning() || thread->isFinished();
+}
+
 /// Waits for the thread and deletes it. QThread::wait() returns while the thread still frees what libraries keep for
 /// each of their threads. The EGL library frees the same things itself at the end of the process, and an application
 /// that ends meanwhile crashes there, so the kernel is asked until it knows the thread no more (or, should the number
@@ -187,12 +194,13 @@ struct CommandProcessor::Private
 
     mutable std::mutex mutex;
     std::condition_variable changed;
-    std::vector<CommandRunPointer> runs; ///< guarded by mutex
-    quint64 nextRun = 1;                 ///< guarded by mutex
-    std::deque<Function> functions;      ///< guarded by mutex
-    bool functionRunning = false;        ///< guarded by mutex
-    bool ending = false;                 ///< guarded by mutex
-    QThread* functionThread = nullptr;   ///< guarded by mutex
+    std::vector<CommandRunPointer> runs;    ///< guarded by mutex
+    quint64 nextRun = 1;                    ///< guarded by mutex
+    std::deque<Function> functions;         ///< guarded by mutex
+    bool functionRunning = false;           ///< guarded by mutex
+    std::atomic<bool> withoutThread{false}; ///< functions run on the application thread instead; never taken back
+    bool ending = false;                    ///< guarded by mutex
+    QThread* functionThread = nullptr;      ///< guarded by mutex
     std::atomic<pid_t> functionThreadId{0};
 
     CommandRunPointer makeRun(Command* command, const Command* prototype, bool deleteAfter)
@@ -270,7 +278,14 @@ struct CommandProcessor::Private
         QMetaObject::invokeMethod(
             processor, [this, run] { emit processor->runStarted(run); }, Qt::QueuedConnection);
         // The thread takes the object on: a context that it makes moves to this very QThread.
-        state->thread->start();
+        if (!startThread(state->thread)) {
+            logFailure(run->getCommandName(), "there is no thread for it");
+            {
+                std::lock_guard<std::mutex> guard(state->mutex);
+                state->executing = false;
+            }
+            Overseer::getInstance()->post([this, run] { finish(run, false); });
+        }
         return run;
     }
 
@@ -283,31 +298,44 @@ struct CommandProcessor::Private
             changed.wait(lock, [this] { return ending || !functions.empty(); });
             if (functions.empty())
                 return;
-            Function function = functions.front();
-            functions.pop_front();
-            functionRunning = true;
-            lock.unlock();
-            const bool succeeded = execute(function.command);
-            CommandRun::Private* state = function.run->d.get();
-            {
-                std::lock_guard<std::mutex> guard(state->mutex);
-                state->executing = false;
-                state->text = function.command->getText();
-                state->processed = function.command->getProcessed();
-                state->command = nullptr;
-            }
-            if (state->deleteAfter)
-                delete function.command;
-            {
-                std::lock_guard<std::mutex> guard(state->mutex);
-                state->succeeded = succeeded;
-                state->finished = true;
-                state->changed.notify_all();
-            }
-            lock.lock();
-            functionRunning = false;
-            changed.notify_all();
+            runNextFunction(lock);
         }
+    }
+
+    /// The same on the application thread, where there is no other: all that wait.
+    void runFunctionsHere()
+    {
+        std::unique_lock<std::mutex> lock(mutex);
+        while (!functions.empty() && !functionRunning)
+            runNextFunction(lock);
+    }
+
+    void runNextFunction(std::unique_lock<std::mutex>& lock)
+    {
+        Function function = functions.front();
+        functions.pop_front();
+        functionRunning = true;
+        lock.unlock();
+        const bool succeeded = execute(function.command);
+        CommandRun::Private* state = function.run->d.get();
+        {
+            std::lock_guard<std::mutex> guard(state->mutex);
+            state->executing = false;
+            state->text = function.command->getText();
+            state->processed = function.command->getProcessed();
+            state->command = nullptr;
+        }
+        if (state->deleteAfter)
+            delete function.command;
+        {
+            std::lock_guard<std::mutex> guard(state->mutex);
+            state->succeeded = succeeded;
+            state->finished = true;
+            state->changed.notify_all();
+        }
+        lock.lock();
+        functionRunning = false;
+        changed.notify_all();
     }
 
     const Primary* find(const QString& name) const
@@ -388,15 +416,24 @@ CommandRunPointer CommandProcessor::processCommand(Command* command, int executi
         run = d->makeRun(command, nullptr, deleteAfter);
         std::lock_guard<std::mutex> guard(d->mutex);
         d->functions.push_back({command, run});
-        if (!d->functionThread) {
+        if (!d->functionThread && !d->withoutThread) {
             d->functionThread = QThread::create([this] { d->runFunctions(); });
             d->functionThread->setObjectName(QStringLiteral("Functions"));
-            d->functionThread->start();
+            if (!startThread(d->functionThread)) {
+                delete d->functionThread;
+                d->functionThread = nullptr;
+                d->withoutThread = true;
+            }
         }
+        if (d->withoutThread)
+            QMetaObject::invokeMethod(
+                this, [this] { d->runFunctionsHere(); }, Qt::QueuedConnection);
         d->changed.notify_all();
     } else {
         run = d->begin(command, nullptr, deleteAfter);
     }
+    if (wait && d->withoutThread && Overseer::getInstance()->isApplicationThread())
+        d->runFunctionsHere();
     if (wait)
         run->wait();
     return run;
@@ -531,8 +568,12 @@ void CommandProcessor::drain()
 {
     {
         std::lock_guard<std::mutex> guard(d->mutex);
-        if (!d->functionThread)
+        if (!d->functionThread && !d->withoutThread)
             return;
+    }
+    if (d->withoutThread) {
+        d->runFunctionsHere();
+        return;
     }
     // What a function handed to the application thread counts as its work too: one more function, after all others,
     // hands over the worker that ends the wait.
