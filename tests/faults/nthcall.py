@@ -3,7 +3,7 @@
 no crash, no hang; status 0 means the same file as without a fault, anything else one line that says what is wrong, and
 nothing left that looks like a result.
 
-    nthcall.py BUILD_FOLDER SOURCE_FOLDER [HIGHEST_N [files|drawing|memory ...]]
+    nthcall.py BUILD_FOLDER SOURCE_FOLDER [HIGHEST_N [files|drawing|threads|memory ...]]
 
 files: writing, making files, asking for the free memory. drawing: OpenGL contexts, framebuffer objects, reading back. memory:
 allocations above 256 KiB that the program's own libraries ask for, directly or of Qt.
@@ -18,6 +18,7 @@ import tempfile
 FRAMES = 8
 FILES = [('write', errno.ENOSPC), ('write', errno.EIO), ('write', errno.EINTR), ('write', 0), ('create', errno.EMFILE),
          ('create', errno.EACCES), ('sysinfo', errno.EFAULT)]
+THREADS = [('thread', 1)]
 DRAWING = [(kind, 1) for kind in ('context', 'current', 'bind', 'target', 'read')]
 MEMORY = [('alloc', 1), ('allocqt', 1)]
 
@@ -51,7 +52,7 @@ class Loop:
             environment.update(LD_PRELOAD=f'{self.build}/tests/lib{shim}.so', TOV_FAULT=fault, TOV_FAULT_OWN=self.build,
                                TOV_FAULT_COUNT=folder + '/count')
         return subprocess.run([self.build + '/bin/tov', *self.jobs[suffix], '-o', output], capture_output=True, text=True,
-                              timeout=60, env=environment, check=False), output
+                              timeout=20, env=environment, check=False), output
 
     def reference(self, suffix):
         with tempfile.TemporaryDirectory() as folder:
@@ -109,7 +110,7 @@ class Loop:
 
 def main(build, source, highest='10000', *groups):
     loop = Loop(build, source, int(highest))
-    groups = groups or ('files', 'drawing', 'memory')
+    groups = groups or ('files', 'drawing', 'threads', 'memory')
     if 'files' in groups:
         loop.loop(('png', 'bmp', 'mp4', 'mkv'), 'faultshim', FILES)
     if 'drawing' in groups:
@@ -117,6 +118,8 @@ def main(build, source, highest='10000', *groups):
         loop.multisampled = True
         loop.loop(('png', 'mkv'), 'faultshim', [('blit', 1)])
         loop.multisampled = False
+    if 'threads' in groups:
+        loop.loop(('png', 'mkv'), 'faultshim', THREADS)
     # The sanitizers have allocators of their own.
     if 'memory' in groups and os.path.exists(build + '/tests/liballocshim.so'):
         loop.size(700, '320x240')
