@@ -39,6 +39,8 @@ QString tr(const char* text)
     return QCoreApplication::translate("tov::app", text);
 }
 
+/// Characters of a complaint.
+constexpr int LongestLine = 1000;
 /// Scripts are written by hand; what is larger is something else.
 constexpr int MaxScript = 16 << 20;
 
@@ -234,7 +236,7 @@ int runScript(const Options& options, int& argc, char** argv)
             printError(tr("%1 cannot be read as a script: %2").arg(origin, script.errorString()));
             return 1;
         }
-        if (!tov::main::CommandParser::parse(QString::fromUtf8(text), commands, &error)) {
+        if (!tov::main::CommandParser::parse(QString::fromUtf8(text.constData(), text.size()), commands, &error)) {
             printError(QStringLiteral("%1, %2").arg(origin, error));
             return 1;
         }
@@ -352,7 +354,11 @@ int runModules(const Options& options, int& argc, char** argv)
 
 void printError(const QString& message)
 {
-    std::fprintf(stderr, "tov: %s\n", tov::log::escaped(message).toLocal8Bit().constData());
+    // Words that a message repeats may be megabytes long.
+    QString line = tov::log::escaped(message);
+    if (line.size() > LongestLine)
+        line = line.left(LongestLine / 2) + QStringLiteral(" ... ") + line.right(LongestLine / 4);
+    std::fprintf(stderr, "tov: %s\n", line.toLocal8Bit().constData());
 }
 
 int runVerb(const Options& options, int& argc, char** argv)

@@ -19,6 +19,11 @@ struct Word
     int equals = -1;
 };
 
+QString nulAt(int index)
+{
+    return QCoreApplication::translate("CommandParser", "there is a NUL character at column %1").arg(index + 1);
+}
+
 /// Reads the words of one line; false and a reason when a quote is not closed or a character cannot stand there.
 bool readWords(const QString& line, std::vector<Word>& words, QString& reason)
 {
@@ -44,6 +49,10 @@ bool readWords(const QString& line, std::vector<Word>& words, QString& reason)
                     }
                     if (line[i] == c)
                         break;
+                    if (line[i].isNull()) {
+                        reason = nulAt(i);
+                        return false;
+                    }
                     if (c == QLatin1Char('"') && line[i] == QLatin1Char('\\') && i + 1 < end) {
                         const QChar next = line[++i];
                         if (next == QLatin1Char('n'))
@@ -62,7 +71,7 @@ bool readWords(const QString& line, std::vector<Word>& words, QString& reason)
                 continue;
             }
             if (c.isNull()) {
-                reason = QCoreApplication::translate("CommandParser", "there is a NUL character at column %1").arg(i + 1);
+                reason = nulAt(i);
                 return false;
             }
             if (c == QLatin1Char('=') && word.equals < 0)
@@ -106,8 +115,9 @@ bool CommandParser::parse(const QString& script, std::vector<CommandText>& comma
         for (std::size_t i = 1; i < words.size(); ++i) {
             const Word& word = words[i];
             if (word.equals == 0)
-                return fail(lineNumber,
-                            QCoreApplication::translate("CommandParser", "\"%1\" has no name before \"=\"").arg(word.text));
+                return fail(
+                    lineNumber,
+                    QCoreApplication::translate("CommandParser", "\"%1\" has no name before \"=\"").arg(word.text));
             if (word.equals > 0) {
                 command.arguments.named.emplace_back(word.text.left(word.equals), word.text.mid(word.equals + 1));
             } else if (!command.arguments.named.empty()) {

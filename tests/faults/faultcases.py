@@ -61,7 +61,7 @@ def one_line(status, error, wanted=(1,)):
     lines = error.strip().splitlines()
     if status not in wanted:
         return f'status {status}: {lines[-3:]}'
-    if sum(line.startswith('tov: ') for line in lines) != 1 or len(lines[-1]) > 500:
+    if sum(line.startswith('tov: ') for line in lines) != 1 or max(map(len, lines)) > 1000:
         return f'status {status}, but not one line says why: {[line[:200] for line in lines]}'
     return None
 

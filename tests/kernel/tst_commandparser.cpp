@@ -72,6 +72,8 @@ TEST(CommandParser, ErrorsNameTheLine)
     EXPECT_EQ(refused(QStringLiteral("\"a\\nb\"=1")), "line 1: \"a b=1\" stands where a command's name is expected")
         << "one line, whatever is in it";
     EXPECT_EQ(refused(QString(QChar(0)) + QStringLiteral("a")), "line 1: there is a NUL character at column 1");
+    EXPECT_EQ(refused(QStringLiteral("a \"b") + QChar(0) + QStringLiteral("\"")),
+              "line 1: there is a NUL character at column 5");
 }
 
 TEST(CommandParser, QuotedValuesAreReadBack)
