@@ -81,7 +81,7 @@ check('without both and without settings of its own', makes(drop=('HOME', 'XDG_R
 check('LC_ALL=C', makes(environment={'LC_ALL': 'C'}))
 check('a locale with comma decimals', makes(environment={'LC_ALL': 'de_DE.UTF-8'}))
 check('an unknown locale', makes(environment={'LC_ALL': 'xx_YY'}))
-check('a home that is not there', makes(environment={'HOME': '/nonexistent', 'XDG_CONFIG_HOME': '/nonexistent/c'}))
+check('a home that is not there', makes(environment={'HOME': '/proc/nonexistent', 'XDG_CONFIG_HOME': '/proc/nonexistent/c'}))
 
 # Names
 for name in ('a b.png', '"quoted".png', "'q'.png", '100%.png', '%s%n.png', 'new\nline.png', '-dash.png', 'é中.png',
