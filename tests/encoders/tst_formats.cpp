@@ -101,6 +101,14 @@ Color pixel(const QByteArray& rgba, int index)
     return {uchar(rgba[4 * index]), uchar(rgba[4 * index + 1]), uchar(rgba[4 * index + 2]), uchar(rgba[4 * index + 3])};
 }
 
+/// The hooks that only the runner calls otherwise.
+struct Hooks : Encoder
+{
+    using Encoder::encodeChunk;
+    using Encoder::finishEncoding;
+    using Encoder::initEncoding;
+};
+
 struct Row
 {
     const char* suffix;
@@ -627,6 +635,42 @@ TEST_F(FormatTest, NothingAtAllIsHarmless)
         EXPECT_EQ(streamOf(file)["nb_read_frames"].toString(), "1");
         for (const auto& record : log.records())
             EXPECT_GT(record.level, 2000) << record.message.toStdString();
+    }
+}
+
+TEST_F(FormatTest, WhatComesAfterTheLastChunkIsDroppedWithOneRecord)
+{
+    std::vector<QString> suffixes{QStringLiteral("frames")};
+    for (const Row& row : Rows)
+        suffixes.push_back(QLatin1String(row.suffix));
+    for (const QString& suffix : suffixes) {
+        SCOPED_TRACE(suffix.toStdString());
+        const QString name = path(QStringLiteral("late.") + suffix);
+        auto encoder = encoderFor(name, 64, 48);
+        ASSERT_TRUE(encoder);
+        const std::unique_ptr<QIODevice> chunk(chunkOf(frame(64, 48, {200, 30, 30, 255})));
+        const auto bytes = [&name] {
+            QFile file(name);
+            return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+        };
+        LogCapture log;
+        const auto errors = [&log] {
+            const auto records = log.records();
+            return std::count_if(records.begin(), records.end(),
+                                 [](const auto& record) { return record.level == tov::log::LevelError; });
+        };
+        ASSERT_TRUE((encoder.get()->*&Hooks::initEncoding)(chunk.get(), true));
+        EXPECT_TRUE((encoder.get()->*&Hooks::encodeChunk)(chunk.get(), true));
+        const QByteArray whole = bytes();
+        EXPECT_FALSE(whole.isEmpty());
+        EXPECT_EQ(errors(), 0) << log.text();
+        for (const bool isLast : {false, true})
+            EXPECT_TRUE((encoder.get()->*&Hooks::encodeChunk)(chunk.get(), isLast));
+        (encoder.get()->*&Hooks::finishEncoding)();
+        EXPECT_EQ(log.withMessage(QStringLiteral("What comes after the last frame is dropped")).size(), 1u) << log.text();
+        EXPECT_EQ(errors(), 1) << log.text();
+        encoder->waitForFinish();
+        EXPECT_EQ(bytes(), whole);
     }
 }
 

@@ -278,6 +278,9 @@ bool FFmpegEncoder::openFilter()
 bool FFmpegEncoder::encodeChunk(QIODevice* chunk, bool isLast)
 {
     const qint64 frameBytes = qint64(m_Width) * m_Height * 4;
+    // The file has its end, a second beginning behind it would spoil it.
+    if (m_Finished && frameBytes > 0)
+        fail(__LINE__, __func__, QStringLiteral("What comes after the last frame is dropped"));
     if (frameBytes > 0 && !m_Failed) {
         FrameReader reader(chunk, frameBytes);
         while (const uchar* frame = reader.next()) {

@@ -199,6 +199,10 @@ bool FramesEncoder::encodeChunk(QIODevice* chunk, bool isLast)
 {
     if (m_Failed || (!d && !open()))
         return true;
+    if (!d->codec) {
+        fail(__LINE__, __func__, QStringLiteral("What comes after the last frame is dropped"));
+        return true;
+    }
     FrameReader reader(chunk, qint64(m_Width) * m_Height * 4);
     while (const uchar* bgra = reader.next())
         if (std::atomic_ref<bool>(m_Aborted).load() || !encodeFrame(bgra))
