@@ -2,10 +2,15 @@
 """The same jobs done with VTK, for peers.py: each call is one process.
 
     peer_vtk.py subdivide IN.obj OUT.ply                     four triangles of each, twice; binary
-    peer_vtk.py picture MODEL OUT.png WIDTH HEIGHT
+    peer_vtk.py box MODEL                                    prints the bounds: low and high x, y, z
+    peer_vtk.py picture MODEL OUT.png WIDTH HEIGHT X Y Z DISTANCE smooth|flat
     peer_vtk.py video MODEL OUT.mp4 WIDTH HEIGHT FRAMES
     peer_vtk.py read MODEL                                   prints the seconds that reading took
+
+The view is tov's: the same vertical angle, light from the camera, colours; a picture is seen from DISTANCE before X, Y, Z
+along z. VTK draws models without normals in facets; "smooth" gives them normals as tov does, by the leanest settings.
 """
+import math
 import subprocess
 import sys
 import time
@@ -13,6 +18,7 @@ import time
 import vtk
 
 
+HALF_HEIGHT = 0.4274205123390469  # of tov's pictures, at distance 1
 KEPT = []  # what pipelines need, but do not hold
 
 
@@ -23,21 +29,38 @@ def reader_of(name):
     return reader
 
 
-def window_of(model, width, height):
+def window_of(model, width, height, smooth=True):
+    port = reader_of(model).GetOutputPort()
+    if smooth:
+        normals = vtk.vtkPolyDataNormals()
+        normals.SetInputConnection(port)
+        normals.SplittingOff()
+        normals.ConsistencyOff()
+        KEPT.append(normals)
+        port = normals.GetOutputPort()
     mapper = vtk.vtkPolyDataMapper()
-    mapper.SetInputConnection(reader_of(model).GetOutputPort())
+    mapper.SetInputConnection(port)
     actor = vtk.vtkActor()
     actor.SetMapper(mapper)
+    actor.GetProperty().SetColor(200 / 255, 200 / 255, 205 / 255)
     renderer = vtk.vtkRenderer()
     renderer.AddActor(actor)
-    renderer.SetBackground(0.15, 0.16, 0.2)
+    renderer.SetBackground(38 / 255, 42 / 255, 51 / 255)
     window = vtk.vtkRenderWindow()
     window.SetOffScreenRendering(1)
     window.SetMultiSamples(0)
     window.SetSize(width, height)
     window.AddRenderer(renderer)
+    renderer.GetActiveCamera().SetViewAngle(2 * math.degrees(math.atan(HALF_HEIGHT)))
     renderer.ResetCamera()
     return window, renderer
+
+
+def box(model):
+    reader = reader_of(model)
+    reader.Update()
+    low_high = reader.GetOutput().GetBounds()
+    print(*low_high[0::2], *low_high[1::2])
 
 
 def subdivide(model, out):
@@ -53,9 +76,14 @@ def subdivide(model, out):
     writer.Write()
 
 
-def picture(model, out, width, height):
+def picture(model, out, width, height, x, y, z, distance, shading):
     magnification = 10
-    window, renderer = window_of(model, int(width) // magnification, int(height) // magnification)
+    window, renderer = window_of(model, int(width) // magnification, int(height) // magnification, shading == 'smooth')
+    camera = renderer.GetActiveCamera()
+    camera.SetFocalPoint(float(x), float(y), float(z))
+    camera.SetPosition(float(x), float(y), float(z) + float(distance))
+    camera.SetViewUp(0, 1, 0)
+    renderer.ResetCameraClippingRange()
     large = vtk.vtkRenderLargeImage()
     large.SetInput(renderer)
     large.SetMagnification(magnification)
@@ -95,4 +123,4 @@ def read(model):
     print(time.perf_counter() - start)
 
 
-{'subdivide': subdivide, 'picture': picture, 'video': video, 'read': read}[sys.argv[1]](*sys.argv[2:])
+{'subdivide': subdivide, 'box': box, 'picture': picture, 'video': video, 'read': read}[sys.argv[1]](*sys.argv[2:])

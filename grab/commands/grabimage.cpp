@@ -48,6 +48,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <limits>
 #include <memory>
 
@@ -113,15 +114,29 @@ int truncated(double value)
     return static_cast<int>(value);
 }
 
-/// Asks for large memory pages under a large picture: tens of thousands of page faults fewer. The system may decline.
-void adviseHugePages(const QImage& image)
+/// A blank picture; null when there is no memory for it or nothing can be that large. The system hands out zeroed pages,
+/// which are filled where and when tiles are copied, on all cores; large ones, to fault tens of thousands of times less.
+QImage makeBlankPicture(int width, int height)
 {
+    constexpr int PixelBytes = 4;
+    if (width > std::numeric_limits<int>::max() / PixelBytes)
+        return QImage();
+    const int rowBytes = width * PixelBytes;
+    void* const pixels = std::calloc(std::size_t(height), std::size_t(rowBytes));
+    if (!pixels)
+        return QImage();
+    const QImage picture(static_cast<uchar*>(pixels), width, height, rowBytes, QImage::Format_ARGB32, std::free, pixels);
+    if (picture.isNull()) {
+        std::free(pixels);
+        return picture;
+    }
     constexpr quintptr HugePage = quintptr(1) << 21;
-    const auto begin = (reinterpret_cast<quintptr>(image.constBits()) + HugePage - 1) / HugePage * HugePage;
-    const auto end =
-        (reinterpret_cast<quintptr>(image.constBits()) + quintptr(image.sizeInBytes())) / HugePage * HugePage;
+    const auto begin = (quintptr(pixels) + HugePage - 1) / HugePage * HugePage;
+    const auto end = (quintptr(pixels) + quintptr(picture.sizeInBytes())) / HugePage * HugePage;
+    // The system may decline.
     if (end > begin)
         madvise(reinterpret_cast<void*>(begin), end - begin, MADV_HUGEPAGE);
+    return picture;
 }
 
 } // namespace
@@ -332,16 +347,14 @@ void GrabImage::executeInteractive()
     // Remembered before anything is rendered, so also when what follows fails.
     tovSettings().setValue(QLatin1String(DirectoryKey), QFileInfo(fileName).absolutePath());
     setOverrideCursor();
-    QImage target(width, height, QImage::Format_ARGB32);
+    // Blank, so that a failure later leaves no chance bytes in the file.
+    QImage target = makeBlankPicture(width, height);
     if (target.isNull()) {
         Logger::log(ErrorLevel, SourceFile, __LINE__, function, nullptr,
                     "Couldn't create image buffer with size (%d x %d)", width, height);
         restoreOverrideCursor();
         return;
     }
-    adviseHugePages(target);
-    // Blank, so that a failure later leaves no chance bytes in the file.
-    target.fill(0u);
     updateProcessed(-1);
     updateText(QObject::tr("Building tiles"));
     Matrix transform;

@@ -109,13 +109,14 @@ void TileCopier::copyShare(Tile& tile, int share, int shares)
     QImage& view = tile.views[std::size_t(share)];
     const int begin = tile.x0 + int(qint64(tile.width) * share / shares);
     const int end = tile.x0 + int(qint64(tile.width) * (share + 1) / shares);
+    const int targetWidth = view.width(), targetHeight = view.height();
     for (int x = begin; x < end; ++x) {
         for (int j = 0; j < tile.height; ++j) {
             // Pixel by pixel, each checked, on purpose.
-            if (x >= view.width() || tile.y0 + j >= view.height()) {
+            if (x >= targetWidth || tile.y0 + j >= targetHeight) {
                 Logger::log(tov::log::LevelError, "commands/grabimage", __LINE__, "saveImage", nullptr,
-                            "setPixel(%d, %d) oversizes target image dimensions (%d, %d)", x, tile.y0 + j, view.width(),
-                            view.height());
+                            "setPixel(%d, %d) oversizes target image dimensions (%d, %d)", x, tile.y0 + j, targetWidth,
+                            targetHeight);
                 break;
             }
             view.setPixel(x, tile.y0 + j, tile.picture.pixel(x - tile.x0, j));

@@ -26,7 +26,7 @@ constexpr qint64 StripBytes = 1 << 21;
 /// The default level's search, tuned on rendered pictures: shorter than zlib's own for chains, never satisfied early.
 /// Twice as fast on them, and at most 5 % larger than the usual writer's files (10000 x 7500 pixels of a bunny: 0.7 %).
 constexpr int DefaultLevel = 6;
-constexpr int GoodLength = 8, MaxLazy = 16, NiceLength = 258, MaxChain = 32;
+constexpr int GoodLength = 8, MaxLazy = 16, NiceLength = 258, MaxChain = 16;
 /// Below so many bytes of pixels nobody waits, and zlib's own search is used.
 constexpr qint64 TunedFrom = 16 << 20;
 constexpr int WindowBits = 15;
