@@ -2,6 +2,7 @@
 
 #include "grab/applicationthread.h"
 #include "grab/drawinglost.h"
+#include "grab/memoryfeeder.h"
 #include "grab/video/encoder.h"
 #include "grab/video/videoencoder.h"
 #include "kernel/log/logger.h"
@@ -104,6 +105,7 @@ public:
     QIODevice* createChunkFile();
     /// Whether a whole chunk fits into the memory that is free now. Thread: capture.
     bool hasEnoughMemory();
+    std::size_t frameBytes() const { return std::size_t(mp_Handler->m_Width) * std::size_t(mp_Handler->m_Height) * 4; }
 
 protected:
     /// Hands a full chunk over and makes the next one; null when that fails. Thread: capture.
@@ -452,8 +454,7 @@ bool VideoHandler::Grabber::hasEnoughMemory()
         return false;
     const quint64 chunk = quint32(mp_Handler->m_ChunkSize);
     // What one byte array cannot hold does not fit, however much is free; a frame may come on top of the limit.
-    const quint64 frame = quint64(mp_Handler->m_Width) * quint64(mp_Handler->m_Height) * 4;
-    if (chunk + frame > MaxBuffer)
+    if (chunk + frameBytes() > MaxBuffer)
         return false;
     return chunk < quint64(info.freeram + info.bufferram) * quint64(info.mem_unit);
 }
@@ -462,8 +463,10 @@ QIODevice* VideoHandler::Grabber::createChunkFile()
 {
     if (mp_Handler->m_UseMemory && hasEnoughMemory()) {
         auto* buffer = new QBuffer;
-        if (buffer->open(QIODevice::ReadWrite))
+        if (buffer->open(QIODevice::ReadWrite)) {
+            MemoryFeeder::reserve(buffer, quint32(mp_Handler->m_ChunkSize) + frameBytes());
             return buffer;
+        }
         // No file instead, on purpose.
         delete buffer;
         buffer = nullptr;
@@ -500,6 +503,7 @@ void VideoHandler::Grabber::run()
     QIODevice* chunk = createChunkFile();
     if (!chunk)
         return; // nothing else happens, by design: whoever stops the recording finds out
+    MemoryFeeder feeder;
     int carriedWait = 0;
     // The wall clock on purpose; what it does at midnight or when it is set costs a frame or two.
     QT_WARNING_PUSH
@@ -510,6 +514,7 @@ void VideoHandler::Grabber::run()
         chunk = rotated(chunk);
         if (!chunk)
             break;
+        feeder.feed(chunk, frameBytes());
         mp_Handler->grabPicture(chunk);
         // The elapsed time contains the sleep before it, and that sleep is taken off once more: frames alternate
         // between a sleep and none. The rhythm is kept as it is.
@@ -530,6 +535,7 @@ void VideoHandler::SyncedGrabber::run()
     QIODevice* chunk = createChunkFile();
     if (!chunk)
         return; // nothing else happens, by design: whoever stops the recording finds out
+    MemoryFeeder feeder;
     TrajectoryHandler* trajectory = TrajectoryHandler::getInstance();
     const int mode = trajectory->getSelectedMode();
     tov::trajectory::TrajectoryInfo* plain = nullptr;
@@ -558,6 +564,7 @@ void VideoHandler::SyncedGrabber::run()
                 count = advanced->getMatrixMapList()->size();
             }
             ++position;
+            feeder.feed(chunk, frameBytes());
             mp_Handler->grabPicture(chunk);
         } while (!load(m_Stop) && count != 0 && count > position);
     }

@@ -52,7 +52,6 @@
 #include <limits>
 #include <memory>
 
-#include <sys/mman.h>
 
 namespace tov::commands::grab {
 
@@ -115,7 +114,7 @@ int truncated(double value)
 }
 
 /// A blank picture; null when there is no memory for it or nothing can be that large. The system hands out zeroed pages,
-/// which are filled where and when tiles are copied, on all cores; large ones, to fault tens of thousands of times less.
+/// which come when tiles are copied, on all cores.
 QImage makeBlankPicture(int width, int height)
 {
     constexpr int PixelBytes = 4;
@@ -126,16 +125,8 @@ QImage makeBlankPicture(int width, int height)
     if (!pixels)
         return QImage();
     const QImage picture(static_cast<uchar*>(pixels), width, height, rowBytes, QImage::Format_ARGB32, std::free, pixels);
-    if (picture.isNull()) {
+    if (picture.isNull())
         std::free(pixels);
-        return picture;
-    }
-    constexpr quintptr HugePage = quintptr(1) << 21;
-    const auto begin = (quintptr(pixels) + HugePage - 1) / HugePage * HugePage;
-    const auto end = (quintptr(pixels) + quintptr(picture.sizeInBytes())) / HugePage * HugePage;
-    // The system may decline.
-    if (end > begin)
-        madvise(reinterpret_cast<void*>(begin), end - begin, MADV_HUGEPAGE);
     return picture;
 }
 
