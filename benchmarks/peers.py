@@ -13,15 +13,39 @@ import tempfile
 import time
 
 HERE = os.path.dirname(os.path.abspath(__file__))
+HALF_HEIGHT = 0.4274205123390469  # of tov's pictures, at distance 1
 PEER = os.path.join(HERE, 'peer_vtk.py')
 
 
+def output_of(command):
+    """What a command prints; one line says which failed, and ends everything."""
+    process = subprocess.run(command, capture_output=True, text=True)
+    if process.returncode != 0:
+        last = (process.stderr.strip().splitlines() or ['it said nothing'])[-1]
+        sys.exit(f'peers.py: {" ".join(command)}: status {process.returncode}: {last}')
+    return process.stdout, process.stderr
+
+
 def measured(command):
-    """Seconds and peak memory in MB of a whole process, with what it printed."""
+    """Seconds and peak memory in MB of a whole process."""
     start = time.perf_counter()
-    process = subprocess.run(['/usr/bin/time', '-f', 'peak=%M'] + command, capture_output=True, text=True, check=True)
-    seconds = time.perf_counter() - start
-    return seconds, int(re.findall(r'peak=(\d+)', process.stderr)[-1]) / 1000, process.stdout
+    _, errors = output_of(['/usr/bin/time', '-f', 'peak=%M'] + command)
+    return time.perf_counter() - start, int(re.findall(r'peak=(\d+)', errors)[-1]) / 1000
+
+
+def view_of(model, width, height):
+    """The same view of a model for both: where the peer's camera looks and from how far, and tov's transform."""
+    numbers = [float(word) for word in output_of([PEER, 'box', model])[0].split()]
+    low, high = numbers[:3], numbers[3:]
+    centre = [(a + b) / 2 for a, b in zip(low, high)]
+    size = [b - a for a, b in zip(low, high)]
+    room = 1.04
+    distance = size[2] / 2 + room / 2 / HALF_HEIGHT * max(size[1], size[0] * height / width)
+    scaling = 100 / max(size)
+    rows = [[scaling if row == column else 0 for column in range(3)] + [-scaling * centre[row]] for row in range(3)]
+    rows[2][3] -= scaling * distance
+    matrix = [number for row in rows + [[0, 0, 0, 1]] for number in row]
+    return [repr(number) for number in centre + [distance]], ' '.join(repr(number) for number in matrix)
 
 
 def in_turns(ours, theirs, rounds):
@@ -29,7 +53,7 @@ def in_turns(ours, theirs, rounds):
     results = ([], [])
     for _ in range(rounds):
         for command, into in ((ours, results[0]), (theirs, results[1])):
-            into.append(measured(command)[:2])
+            into.append(measured(command))
     return [(statistics.median(r[0] for r in each), statistics.median(r[1] for r in each)) for each in results]
 
 
@@ -47,15 +71,19 @@ def main(build, model, rounds=5):
     with tempfile.TemporaryDirectory() as folder:
         os.environ['TOV_SETTINGS'] = folder + '/settings.ini'
         big = folder + '/big.ply'
-        subprocess.run([PEER, 'subdivide', model, big], check=True)
+        output_of([PEER, 'subdivide', model, big])
         print('| job | tov | peer | ratio | limit | |')
         print('|---|---|---|---|---|---|')
         for name, file, wall in (('bunny', model, 0.75), ('1.1 M triangles', big, 0.5)):
-            ours, theirs = in_turns(
-                [tov, 'image', file, '-o', folder + '/a.png', '--panel', '1280x960', '--width', '10000', '--quiet'],
-                [PEER, 'picture', file, folder + '/b.png', '10000', '7500'], rounds)
-            row(f'picture 10000 x 7500, {name}, wall', ours[0], theirs[0], ours[0] / theirs[0], wall, 's')
-            row(f'picture 10000 x 7500, {name}, peak memory', ours[1], theirs[1], ours[1] / theirs[1], 0.7, 'MB')
+            where, transform = view_of(file, 10000, 7500)
+            for shading in ('smooth', 'facets'):
+                peer = f'VTK {shading}'
+                ours, theirs = in_turns(
+                    [tov, 'image', file, '-o', folder + '/a.png', '--panel', '1280x960', '--width', '10000', '--quiet',
+                     '--transform', transform],
+                    [PEER, 'picture', file, folder + '/b.png', '10000', '7500', *where, shading], rounds)
+                row(f'picture 10000 x 7500, {name}, {peer}, wall', ours[0], theirs[0], ours[0] / theirs[0], wall, 's')
+                row(f'picture 10000 x 7500, {name}, {peer}, peak memory', ours[1], theirs[1], ours[1] / theirs[1], 0.7, 'MB')
         ours, theirs = in_turns(
             [tov, 'image', model, '-o', folder + '/a.png', '--panel', '1280x960', '--width', '10000', '--quiet'],
             [tov, 'image', model, '-o', folder + '/a.png', '--panel', '1280x960', '--width', '5000', '--quiet'], rounds)
@@ -72,9 +100,8 @@ def main(build, model, rounds=5):
         for name, file in (('bunny.obj', model), ('1.1 M triangles, binary PLY', big)):
             ours, theirs = [], []
             for _ in range(rounds):
-                ours.append(float(subprocess.run([os.path.join(build, 'benchmarks/bench_import'), file], capture_output=True,
-                                                 text=True, check=True).stdout))
-                theirs.append(float(subprocess.run([PEER, 'read', file], capture_output=True, text=True, check=True).stdout))
+                ours.append(float(output_of([os.path.join(build, 'benchmarks/bench_import'), file])[0]))
+                theirs.append(float(output_of([PEER, 'read', file])[0]))
             a, b = statistics.median(ours), statistics.median(theirs)
             row(f'reading {name}', a, b, a / b, 1.0, 's')
 
