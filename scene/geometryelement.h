@@ -51,7 +51,7 @@ class TOV_EXPORT GeometryElement : public SceneElement
 {
 public:
     /// Primitives of one chunk: small enough to cull well, large enough to draw in one go.
-    static constexpr std::size_t ChunkPrimitives = 4096;
+    static constexpr std::size_t ChunkPrimitives = 1024;
 
     struct Chunk
     {

@@ -203,7 +203,7 @@ TEST_F(SceneTest, GeometryIsReorderedWithoutLoss)
     const auto* element = static_cast<GeometryElement*>(root->getChildren()[0]);
     EXPECT_EQ(element->getIndices().size(), 100u * 100 * 6);
     EXPECT_EQ(element->getVertices().size(), 101u * 101);
-    EXPECT_EQ(element->getChunks().size(), (20000 + 4095u) / 4096);
+    EXPECT_EQ(element->getChunks().size(), (20000 + 1023u) / 1024);
     std::size_t next = 0;
     double area = 0;
     for (const auto& chunk : element->getChunks()) {
