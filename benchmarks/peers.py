@@ -1,7 +1,7 @@
 #!/usr/bin/python3
 """Times tov beside VTK on the same jobs, whole processes in turns, and prints a table in Markdown.
 
-    peers.py BUILD_FOLDER MODEL [ROUNDS]
+    peers.py BUILD_FOLDER MODEL LARGE_MODEL [ROUNDS]
 """
 import os
 import re
@@ -63,15 +63,13 @@ def row(what, ours, theirs, ratio, limit, unit):
     print(f'| {what} | {ours:.2f} {unit} | {theirs:.2f} {unit} | {ratio:.2f} | {comparison} {limit} | {verdict} |', flush=True)
 
 
-def main(build, model, rounds=5):
+def main(build, model, big, rounds=5):
     tov = os.path.join(build, 'bin/tov')
     for program in ('/usr/bin/time', 'xvfb-run', 'ffmpeg'):
         if not shutil.which(program):
             sys.exit(f'peers.py: {program} is needed')
     with tempfile.TemporaryDirectory() as folder:
         os.environ['TOV_SETTINGS'] = folder + '/settings.ini'
-        big = folder + '/big.ply'
-        output_of([PEER, 'subdivide', model, big])
         print('| job | tov | peer | ratio | limit | |')
         print('|---|---|---|---|---|---|')
         for name, file, wall in (('bunny', model, 0.75), ('1.1 M triangles', big, 0.5)):
@@ -106,4 +104,6 @@ def main(build, model, rounds=5):
             row(f'reading {name}', a, b, a / b, 1.0, 's')
 
 
-main(sys.argv[1], sys.argv[2], *[int(n) for n in sys.argv[3:4]])
+if len(sys.argv) < 4:
+    sys.exit(__doc__)
+main(*sys.argv[1:4], *[int(n) for n in sys.argv[4:5]])
