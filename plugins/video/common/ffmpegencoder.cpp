@@ -278,14 +278,16 @@ bool FFmpegEncoder::openFilter()
 bool FFmpegEncoder::encodeChunk(QIODevice* chunk, bool isLast)
 {
     const qint64 frameBytes = qint64(m_Width) * m_Height * 4;
-    // The file has its end, a second beginning behind it would spoil it.
-    if (m_Finished && frameBytes > 0)
-        fail(__LINE__, __func__, QStringLiteral("What comes after the last frame is dropped"));
     if (frameBytes > 0 && !m_Failed) {
         FrameReader reader(chunk, frameBytes);
         while (const uchar* frame = reader.next()) {
             if (std::atomic_ref<bool>(m_Aborted).load())
                 return true;
+            if (m_Finished) {
+                // The file has its end, a second beginning behind it would spoil it.
+                fail(__LINE__, __func__, QStringLiteral("What comes after the last frame is dropped"));
+                break;
+            }
             if (!d && !open())
                 break;
             if (!encodeFrame(frame))
@@ -389,9 +391,8 @@ bool FFmpegEncoder::send(bool flush)
 
 void FFmpegEncoder::finish()
 {
-    if (m_Finished || !d)
+    if (std::exchange(m_Finished, true) || !d)
         return;
-    m_Finished = true;
     if (d->headerWritten && !m_Failed && (d->graph ? filterAndSend(true) : send(true))) {
         int result = av_write_trailer(d->muxer.get());
         avio_flush(d->muxer->pb);

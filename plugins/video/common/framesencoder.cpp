@@ -199,14 +199,15 @@ bool FramesEncoder::encodeChunk(QIODevice* chunk, bool isLast)
 {
     if (m_Failed || (!d && !open()))
         return true;
-    if (!d->codec) {
-        fail(__LINE__, __func__, QStringLiteral("What comes after the last frame is dropped"));
-        return true;
-    }
     FrameReader reader(chunk, qint64(m_Width) * m_Height * 4);
-    while (const uchar* bgra = reader.next())
-        if (std::atomic_ref<bool>(m_Aborted).load() || !encodeFrame(bgra))
-            return true; // aborted, or logged and what comes is dropped
+    while (const uchar* bgra = reader.next()) {
+        if (std::atomic_ref<bool>(m_Aborted).load())
+            return true;
+        if (!d->codec)
+            fail(__LINE__, __func__, QStringLiteral("What comes after the last frame is dropped"));
+        if (m_Failed || !encodeFrame(bgra))
+            return true; // logged, and what comes is dropped
+    }
     if (reader.failed())
         fail(__LINE__, __func__, QStringLiteral("A chunk could not be read"));
     if (reader.remainder() > 0 && !m_RemainderLogged) {
@@ -215,7 +216,7 @@ bool FramesEncoder::encodeChunk(QIODevice* chunk, bool isLast)
             tov::log::LevelInformation, SourceFile, __LINE__, __func__, nullptr,
             QStringLiteral("The last %1 bytes of a chunk are no whole frame and are dropped").arg(reader.remainder()));
     }
-    if (isLast && !m_Failed) {
+    if (isLast && !m_Failed && d->codec) {
         send(true); // here rather than in `finishEncoding`, which no progress covers
         d->codec.reset();
     }
