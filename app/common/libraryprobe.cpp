@@ -31,7 +31,7 @@ namespace tov::app {
 namespace {
 
 /// What all that is new may take of a start.
-constexpr int LimitMs = 5000;
+constexpr int LimitMs = 4500;
 /// What one file may take, so that others have their turn.
 constexpr int FileLimitMs = 4000;
 constexpr int WaitMs = 10;
@@ -111,10 +111,10 @@ void LibraryProbe::addFolder(const QString& folder, bool encoders)
                  QStringLiteral("%1 %2").arg(entry.size()).arg(entry.lastModified().toMSecsSinceEpoch()), encoders});
 }
 
-void LibraryProbe::setOnly(const QStringList& names)
+void LibraryProbe::setOwn(const QStringList& names, bool only)
 {
-    m_Only = names;
-    m_Restricted = true;
+    m_Own = names;
+    m_OnlyOwn = only;
 }
 
 void LibraryProbe::run()
@@ -124,8 +124,11 @@ void LibraryProbe::run()
     const QJsonObject before = readCache(remembered);
     QJsonObject known;
     std::vector<Candidate> fresh;
+    const auto isOwn = [this](const Candidate& candidate) {
+        return m_Own.contains(QFileInfo(candidate.fileName).fileName());
+    };
     for (const Candidate& candidate : m_Candidates) {
-        if (m_Restricted && !m_Only.contains(QFileInfo(candidate.fileName).fileName())) {
+        if (m_OnlyOwn && !isOwn(candidate)) {
             refused[candidate.fileName] = tr("left out, as --safe-mode says");
             continue;
         }
@@ -139,6 +142,8 @@ void LibraryProbe::run()
             fresh.push_back(candidate);
         }
     }
+    // Whatever takes long, it must not take the time from these.
+    std::stable_partition(fresh.begin(), fresh.end(), isOwn);
     if (!fresh.empty() && QFileInfo(m_Program).isExecutable()) {
         struct Trial
         {

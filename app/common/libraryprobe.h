@@ -17,9 +17,9 @@ public:
 
     /// Modules in `folder`, or encoder plug-ins; only notes what is there.
     void addFolder(const QString& folder, bool encoders);
-    /// Leaves out everything that is not among these (base names of the product's own files).
-    void setOnly(const QStringList& names);
-    /// Tries what is new, several at a time, within five seconds altogether, and puts what must not be loaded into the
+    /// The base names of the product's own files: they are tried first. `only`: everything else is left out.
+    void setOwn(const QStringList& names, bool only);
+    /// Tries what is new, several at a time, within 4.5 seconds altogether, and puts what must not be loaded into the
     /// application object's property `tov::util::RefusedLibraries`.
     void run();
 
@@ -31,8 +31,8 @@ private:
         bool encoder;
     };
     const QString m_Program;
-    QStringList m_Only;
-    bool m_Restricted = false;
+    QStringList m_Own;
+    bool m_OnlyOwn = false;
     QList<Candidate> m_Candidates;
 };
 

@@ -198,8 +198,7 @@ Startup::Startup(int& argc, char** argv, const StartOptions& options) : d(new Pr
     LibraryProbe probe(QCoreApplication::applicationDirPath() + QStringLiteral("/../libexec/tov-check-encoder"));
     probe.addFolder(QCoreApplication::applicationDirPath() + QStringLiteral("/modules"), false);
     probe.addFolder(QCoreApplication::applicationDirPath() + QStringLiteral("/plugins/video"), true);
-    if (safeMode)
-        probe.setOnly({QStringLiteral("libgrab.so"), QStringLiteral("ffmpeg.so"), QStringLiteral("frames.so")});
+    probe.setOwn({QStringLiteral("libgrab.so"), QStringLiteral("ffmpeg.so"), QStringLiteral("frames.so")}, safeMode);
     probe.run();
 
     Overseer::getInstance();
