@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""Encoder plug-ins that misbehave inside the program: it ends in good order, or can be left. usage: encoders.py BUILD [CASE]"""
+"""Encoder plug-ins that misbehave inside the program: it ends in good order, or can be left, and what is
+recorded next in the same process is whole. usage: encoders.py BUILD [CASE] [-v]"""
 
 import os
 import shutil
@@ -10,12 +11,19 @@ import tempfile
 import time
 
 sys.dont_write_bytecode = True
+from caselist import left_out, listed  # noqa: E402
+from faultcases import one_line  # noqa: E402
 from programcopy import Copy  # noqa: E402
 
 BUILD = sys.argv[1]
 MODEL = '/usr/share/glmark2/models/cube.3ds'
 ONLY = sys.argv[2] if len(sys.argv) > 2 else ''
 RESULTS = []
+FRAMES = 12
+FRAME = 640 * 480 * 4
+NOTHING = ('refuses', 'throwsatstart', 'noencoder', 'writesnothing')
+FAILING = ('fails', 'failsmiddle', 'failslast', 'throwsatchunk', 'throwslast', 'throwsatend', 'keepsthefile')
+HARMLESS = ('moves', 'closes', 'overreads', 'complainsoften')
 root = tempfile.mkdtemp(prefix='tov encoders ')
 os.chmod(root, 0o755)
 
@@ -24,6 +32,7 @@ def case(what):
     def add(function):
         if ONLY and what != ONLY:
             return
+        listed(what)
         copy = Copy(BUILD, root)
         for name in ('misbehaves.so', 'troublesome.so', 'throws.so'):
             shutil.copy(BUILD + '/tests/zoo/' + name, copy.plugins)
@@ -50,41 +59,53 @@ def run(copy, *arguments):
                           cwd=copy.home, env=copy.environment())
 
 
-def orderly(done):
-    if done.returncode not in (0, 1):
-        return f'status {done.returncode}: {done.stderr[-300:]}'
-    lines = done.stderr.strip().splitlines()
-    if done.returncode == 1 and sum(line.startswith('tov: ') for line in lines) != 1:
-        return f'not one line: {lines}'
-    return None
-
-
 try:
-    for ending in ('refuses', 'fails', 'failsmiddle', 'failslast', 'throwsatstart', 'throwsatchunk', 'throwslast',
-                   'throwsatend', 'noencoder', 'overreads', 'writesnothing', 'keepsthefile', 'complainsoften', 'moves',
-                   'closes'):
+    for ending in (*NOTHING, *FAILING, *HARMLESS):
         @case(ending)
         def _(copy, ending=ending):
-            done = run(copy, *video(ending, '--turntable', '12'))
-            problem = orderly(done)
-            if problem is None and ending in ('refuses', 'throwsatstart', 'noencoder', 'writesnothing') and done.returncode == 0:
-                problem = 'nothing was recorded, yet the status is 0'
-            if problem is None and done.returncode == 0 and not os.path.getsize(f'{copy.home}/a.{ending}'):
-                problem = 'the file is empty'
-            if problem is None and ending in ('moves', 'closes', 'overreads', 'complainsoften', 'throwsatend'):
-                size = os.path.getsize(f'{copy.home}/a.{ending}')
-                if size != 12 * 640 * 480 * 4:
-                    problem = f'{size} bytes are not 12 frames'
-            return problem
+            done = run(copy, *video(ending, '--turntable', str(FRAMES)))
+            name = f'{copy.home}/a.{ending}'
+            size = os.path.getsize(name) if os.path.exists(name) else 0
+            if done.returncode != 0:
+                if ending in HARMLESS:
+                    return f'status {done.returncode}: {done.stderr[-300:]}'
+                return one_line(done.returncode, done.stderr)
+            if ending in NOTHING:
+                return 'nothing was recorded, yet the status is 0'
+            # The one that keeps the file writes a word of its own behind.
+            whole = FRAMES * FRAME + (len('end') if ending == 'keepsthefile' else 0)
+            return None if size == whole else f'status 0, but {size} bytes are not {FRAMES} frames'
 
-    for ending in ('mp4', 'lossless.mkv'):
-        @case(f'{ending} after a plug-in that failed, in one process')
-        def _(copy, ending=ending):
-            texts = [f'grabvideo filename="a.{name}" width=320 height=240' for name in ('failsmiddle', ending)]
-            done = run(copy, 'run', MODEL, '--turntable', '10', '-c', texts[0], '-c', texts[1])
-            if done.returncode not in (0, 1):
-                return f'status {done.returncode}: {done.stderr[-300:]}'
-            return None if os.path.exists(f'{copy.home}/a.{ending}') or done.returncode == 1 else 'no file'
+    @case('a script ends at the recording that failed')
+    def _(copy):
+        texts = [f'grabvideo filename="a.{name}" width=320 height=240' for name in ('fails', 'mp4')]
+        done = run(copy, 'run', MODEL, '--turntable', '10', '-c', texts[0], '-c', texts[1])
+        problem = one_line(done.returncode, done.stderr)
+        return problem or ('the next command was run' if os.path.exists(copy.home + '/a.mp4') else None)
+
+    # One process: a recording that goes wrong, two good ones, the next that goes wrong, and so on.
+    after = {}
+    SECOND = 'recordings after faults, in one process'
+    if not os.path.exists(BUILD + '/bin/tst_window') or not shutil.which('xvfb-run'):
+        left_out(SECOND, 'there is no window or no X server')
+    else:
+        @case(SECOND)
+        def _(copy):
+            shutil.copy(BUILD + '/bin/tst_window', copy.home + '/bin/tst_window')
+            done = subprocess.run(['xvfb-run', '-a', '-s', '-screen 0 1600x1200x24', copy.home + '/bin/tst_window',
+                                   '--gtest_filter=WindowAfterFault.*'], capture_output=True, text=True, timeout=300,
+                                  env=copy.environment({'TOV_FAULTY': ','.join((*NOTHING, *FAILING, *HARMLESS))}))
+            for line in done.stdout.splitlines():
+                if line.startswith('after '):
+                    name, _, rest = line[6:].partition(': ')
+                    after[name] = rest
+            return None if done.returncode == 0 else f'status {done.returncode}: {done.stdout[-1500:]}'
+
+        for ending in (*NOTHING, *FAILING, *HARMLESS):
+            @case(f'mp4 and lossless.mkv after {ending}, in one process')
+            def _(copy, ending=ending):
+                found = after.get(ending, 'not run')
+                return None if found == f'ended, then {FRAMES} and {FRAMES} frames' else found
 
     def interrupted(copy, ending, times):
         """The status after so many interrupts, half a second apart, once the recording is on."""
@@ -125,6 +146,8 @@ try:
             if 'leaving without it' in done.stdout and done.returncode == 1 and 'Failure' not in done.stdout:
                 return None
             return f'status {done.returncode}: {done.stdout[-1500:]}'
+    else:
+        left_out('one that hangs, in the window', 'there is no window')
 finally:
     shutil.rmtree(root, ignore_errors=True)
 
