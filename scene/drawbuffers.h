@@ -1,5 +1,6 @@
 #pragma once
 
+#include "scene/closedsurface.h"
 #include "scene/geometryelement.h"
 
 #include <mutex>
@@ -16,6 +17,7 @@ struct GeometryElement::Buffers
         QOpenGLContextGroup* group;
         unsigned int vertices;
         unsigned int indices;
+        Winding winding;
     };
     std::vector<Entry> entries; ///< guarded by `mutex()`
 

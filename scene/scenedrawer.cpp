@@ -67,7 +67,28 @@ struct Frustum
         }
         return true;
     }
+
+    /// True when the box lies wholly beyond the near plane, and so the eye outside of it; rounding errs towards false.
+    bool isBeyondNear(const Box& box) const
+    {
+        const auto& plane = planes[4];
+        double nearest = plane[3], magnitude = std::fabs(plane[3]);
+        for (int axis = 0; axis < 3; ++axis) {
+            const double at = plane[axis] * (plane[axis] > 0 ? box.low[axis] : box.high[axis]);
+            nearest += at;
+            magnitude += std::fabs(at);
+        }
+        return nearest > 1e-9 * magnitude;
+    }
 };
+
+/// Whether a transform turns left into right.
+bool isMirroring(const Matrix4& m)
+{
+    return m(0, 0) * (m(1, 1) * m(2, 2) - m(1, 2) * m(2, 1)) - m(0, 1) * (m(1, 0) * m(2, 2) - m(1, 2) * m(2, 0)) +
+               m(0, 2) * (m(1, 0) * m(2, 1) - m(1, 1) * m(2, 0)) <
+           0;
+}
 
 Matrix4 currentMatrix(GLenum which)
 {
@@ -81,8 +102,8 @@ void multiply(const Matrix4& matrix)
     glMultMatrixd(matrix.transposed().data());
 }
 
-void drawElement(const GeometryElement& element, const Matrix4& toScene, const Matrix4& clipOfScene, double marginX,
-                 double marginY)
+void drawElement(const GeometryElement& element, const Matrix4& toScene, const Matrix4& eyeOfScene,
+                 const Matrix4& clipOfScene, double marginX, double marginY)
 {
     const bool wide = element.getKind() != Geometry::Kind::Surfaces;
     const Frustum frustum(clipOfScene * toScene, wide ? marginX : 0.0, wide ? marginY : 0.0);
@@ -105,6 +126,13 @@ void drawElement(const GeometryElement& element, const Matrix4& toScene, const M
     multiply(toScene);
     if (wide)
         glDisable(GL_LIGHTING);
+    // Seen from outside, a closed surface hides the far side of all its triangles: half of them need not be drawn.
+    const bool halved = buffers.winding != Winding::Unknown && !element.isTransparent() && frustum.isBeyondNear(element.getBox());
+    if (halved) {
+        const bool outward = (buffers.winding == Winding::Outward) != isMirroring(eyeOfScene * toScene);
+        glCullFace(outward ? GL_BACK : GL_FRONT);
+        glEnable(GL_CULL_FACE);
+    }
     // Neighbouring chunks that may show go into one call.
     const auto& chunks = element.getChunks();
     for (std::size_t i = 0; i < chunks.size();) {
@@ -118,6 +146,8 @@ void drawElement(const GeometryElement& element, const Matrix4& toScene, const M
             count += chunks[i].indexCount;
         glDrawElements(mode, GLsizei(count), GL_UNSIGNED_INT, offset(first * sizeof(std::uint32_t)));
     }
+    if (halved)
+        glDisable(GL_CULL_FACE);
     if (wide)
         glEnable(GL_LIGHTING);
     glPopMatrix();
@@ -207,7 +237,7 @@ void SceneDrawer::glDraw(SceneElement* root, SceneElement* second, const Matrix4
     const Multisampler multisampler;
 
     glPushAttrib(GL_ENABLE_BIT | GL_LIGHTING_BIT | GL_COLOR_BUFFER_BIT | GL_CURRENT_BIT | GL_LINE_BIT | GL_POINT_BIT |
-                 GL_TRANSFORM_BIT | GL_DEPTH_BUFFER_BIT | GL_VIEWPORT_BIT);
+                 GL_TRANSFORM_BIT | GL_DEPTH_BUFFER_BIT | GL_VIEWPORT_BIT | GL_POLYGON_BIT);
     glPushClientAttrib(GL_CLIENT_VERTEX_ARRAY_BIT);
     glMatrixMode(GL_MODELVIEW);
     glPushMatrix();
@@ -217,9 +247,12 @@ void SceneDrawer::glDraw(SceneElement* root, SceneElement* second, const Matrix4
     glGetIntegerv(GL_VIEWPORT, viewport);
     const double marginX = 2 * WidePixels / std::max(1, viewport[2]);
     const double marginY = 2 * WidePixels / std::max(1, viewport[3]);
-    const Matrix4 clipOfScene = currentMatrix(GL_PROJECTION_MATRIX) * currentMatrix(GL_MODELVIEW_MATRIX);
+    const Matrix4 eyeOfScene = currentMatrix(GL_MODELVIEW_MATRIX);
+    const Matrix4 clipOfScene = currentMatrix(GL_PROJECTION_MATRIX) * eyeOfScene;
 
     glEnable(GL_NORMALIZE);
+    glDisable(GL_CULL_FACE);
+    glFrontFace(GL_CCW);
     glEnable(GL_BLEND);
     // Alpha apart: something translucent over something solid stays solid.
     QOpenGLContext::currentContext()->functions()->glBlendFuncSeparate(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA, GL_ONE,
@@ -263,7 +296,7 @@ void SceneDrawer::glDraw(SceneElement* root, SceneElement* second, const Matrix4
             const bool lines = item.element->getKind() == Geometry::Kind::Lines;
             if (lines && lineOffset > 0)
                 glDepthRange(0.0, 1.0 - lineOffset);
-            drawElement(*item.element, item.toScene, clipOfScene, marginX, marginY);
+            drawElement(*item.element, item.toScene, eyeOfScene, clipOfScene, marginX, marginY);
             if (lines && lineOffset > 0)
                 glDepthRange(0.0, 1.0);
         }
