@@ -20,6 +20,10 @@ set(TOV_SANITIZE "" CACHE STRING "Sanitizers to build with, e.g. address,undefin
 if(TOV_SANITIZE)
   add_compile_options(-fsanitize=${TOV_SANITIZE} -fno-omit-frame-pointer -g1)
   add_link_options(-fsanitize=${TOV_SANITIZE})
+  # Numbers that the whole numbers they become cannot hold: neither compiler counts these as "undefined" by itself.
+  if(TOV_SANITIZE MATCHES "undefined")
+    add_compile_options(-fsanitize=float-cast-overflow)
+  endif()
 else()
   add_compile_options($<$<NOT:$<CONFIG:Debug>>:-D_FORTIFY_SOURCE=2>)
 endif()

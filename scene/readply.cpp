@@ -3,6 +3,7 @@
 #include <QCoreApplication>
 #include <QFileInfo>
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <cstring>
@@ -339,10 +340,15 @@ SceneElement* readPly(const ReadSource& source)
                     for (int axis = 0; axis < 3; ++axis)
                         geometry.normals.push_back(float(values[SlotNX + axis]));
                 if (colored)
-                    for (int c = 0; c < 4; ++c)
-                        geometry.colors.push_back(std::uint8_t(std::clamp(values[SlotR + c], 0.0, 255.0)));
+                    for (int c = 0; c < 4; ++c) {
+                        const double value = values[SlotR + c];
+                        geometry.colors.push_back(std::uint8_t(std::isnan(value) ? 0.0 : std::clamp(value, 0.0, 255.0)));
+                    }
             }
             checkFinite(geometry.positions);
+            // Smooth ones are made instead.
+            if (std::any_of(geometry.normals.begin(), geometry.normals.end(), [](float v) { return !std::isfinite(v); }))
+                geometry.normals.clear();
             continue;
         }
         for (std::uint64_t i = 0; i < element.count; ++i) {

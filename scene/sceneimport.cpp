@@ -25,7 +25,7 @@ QString tr(const char* text)
 }
 
 /// Formats that the import library reads and that were tried; our own readers come first.
-const char* const AssimpSuffixes[] = {"3ds", "gltf", "glb", "dae", "fbx", "off", "3mf", "lwo", "x", "blend"};
+const char* const AssimpSuffixes[] = {"3ds", "gltf", "glb", "dae", "fbx", "off", "3mf", "lwo", "x"};
 
 bool hasShape(const SceneElement* element)
 {

@@ -7,8 +7,12 @@
 #include <QVariantMap>
 
 #include <cstring>
+#include <utility>
+#include <vector>
 
 #include <elf.h>
+#include <grp.h>
+#include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -62,32 +66,75 @@ inline QString elfDefectOf(const QString& fileName)
     return QString();
 }
 
-/// Whether somebody else could have put code into the file; says how, or is empty. The file must belong to root or the
-/// user (under sudo also the user who called it), and neither it nor a folder above may be writable by everybody, but
-/// for folders where only owners may replace files (sticky, as /tmp). Folders from the one that the environment
-/// variable TOV_TRUSTED_FOLDER names upwards are not looked at: for build machines whose work folders are open to all.
-/// Thread: any.
+/// Whom a library may belong to: root, the user, and under sudo the user who called it.
+inline bool isOwner(uid_t owner)
+{
+    const QByteArray caller = qgetenv("SUDO_UID");
+    return owner == 0 || owner == geteuid() || (geteuid() == 0 && !caller.isEmpty() && caller.toUInt() == owner);
+}
+
+/// Whether a group is one that such a user has alone: the primary group, which is root's or has the user's number or
+/// name, without other members. Many systems give each user one, and files that the group may change.
+inline bool isPrivateGroup(gid_t group)
+{
+    std::vector<char> space(1 << 16), otherSpace(1 << 16);
+    struct group entry;
+    struct group* found = nullptr;
+    getgrgid_r(group, &entry, space.data(), space.size(), &found);
+    const std::pair<uid_t, gid_t> users[] = {
+        {geteuid(), getegid()},
+        geteuid() == 0 ? std::pair<uid_t, gid_t>(qgetenv("SUDO_UID").toUInt(), qgetenv("SUDO_GID").toUInt())
+                       : std::pair<uid_t, gid_t>(geteuid(), getegid())};
+    for (const auto& [user, its] : users) {
+        struct passwd person;
+        struct passwd* known = nullptr;
+        getpwuid_r(user, &person, otherSpace.data(), otherSpace.size(), &known);
+        const QByteArray name(known ? person.pw_name : "");
+        if (group != (known ? person.pw_gid : its))
+            continue;
+        if (group != 0 && group != user && (!found || name != entry.gr_name))
+            continue;
+        bool alone = true;
+        for (char** member = found ? entry.gr_mem : nullptr; member && *member; ++member)
+            alone = alone && (name == *member || qstrcmp(*member, "root") == 0);
+        if (alone)
+            return true;
+    }
+    return false;
+}
+
+/// Whether somebody else could have put code into the file; says how, or is empty. The file and the folders above must
+/// belong to root or the user (under sudo also the user who called it), and neither everybody nor a group of several
+/// users may write them, but for folders where only owners may replace files (sticky, as /tmp). Folders from the one that
+/// the environment variable TOV_TRUSTED_FOLDER names upwards are not looked at: for build machines whose work folders
+/// are open to all. Thread: any.
 inline QString accessDefectOf(const QString& fileName)
 {
     const QString name = QFileInfo(fileName).canonicalFilePath();
     struct stat status;
     if (name.isEmpty() || stat(QFile::encodeName(name).constData(), &status) != 0)
         return QStringLiteral("cannot be looked at");
-    const QByteArray caller = qgetenv("SUDO_UID");
-    const bool own = status.st_uid == 0 || status.st_uid == geteuid() ||
-                     (geteuid() == 0 && !caller.isEmpty() && caller.toUInt() == status.st_uid);
-    if (!own)
+    if (!isOwner(status.st_uid))
         return QStringLiteral("belongs to another user (%1); only root's and your own are loaded").arg(status.st_uid);
     if (status.st_mode & S_IWOTH)
         return QStringLiteral("everybody may change it (chmod o-w \"%1\")").arg(name);
+    if ((status.st_mode & S_IWGRP) && !isPrivateGroup(status.st_gid))
+        return QStringLiteral("the group %1 may change it (chmod g-w \"%2\")").arg(status.st_gid).arg(name);
     const QString trusted = QFileInfo(qEnvironmentVariable("TOV_TRUSTED_FOLDER")).canonicalFilePath();
     for (QString folder = QFileInfo(name).path();; folder = QFileInfo(folder).path()) {
         if (!trusted.isEmpty() && (folder == trusted || trusted.startsWith(folder + QLatin1Char('/'))))
             break;
         if (stat(QFile::encodeName(folder).constData(), &status) != 0)
             return QStringLiteral("the folder %1 cannot be looked at").arg(folder);
-        if ((status.st_mode & S_IWOTH) && !(status.st_mode & S_ISVTX))
+        if (!isOwner(status.st_uid))
+            return QStringLiteral("the folder %1 belongs to another user (%2)").arg(folder).arg(status.st_uid);
+        const bool sticky = status.st_mode & S_ISVTX;
+        if ((status.st_mode & S_IWOTH) && !sticky)
             return QStringLiteral("everybody may change the folder %1 (chmod o-w \"%1\")").arg(folder);
+        if ((status.st_mode & S_IWGRP) && !sticky && !isPrivateGroup(status.st_gid))
+            return QStringLiteral("the group %2 may change the folder %1 (chmod g-w \"%1\")")
+                .arg(folder)
+                .arg(status.st_gid);
         if (folder == QLatin1String("/"))
             break;
     }

@@ -22,14 +22,15 @@ class Copy:
         os.symlink(build + '/lib', self.home + '/lib')
         self.plugins = self.home + '/bin/plugins/video/'
         self.modules = self.home + '/bin/modules/'
-        self.user = None
+        self.user = self.group = None
         self.runs_in = self.home
         # How long the first `judge` took to start the program: nothing is known of the files yet.
         self.first_start = None
 
     def run(self, *arguments, environment=None):
         return subprocess.run([self.home + '/bin/tov', *arguments], capture_output=True, text=True, timeout=120,
-                              env=self.environment(environment), user=self.user, cwd=self.runs_in)
+                              env=self.environment(environment), user=self.user, group=self.group,
+                              cwd=self.runs_in)
 
     def lend(self, user):
         """From now on that user runs it, in a home of their own; the files stay whose they are."""

@@ -3,7 +3,7 @@
 program but its own and ffprobe; nothing is written but in its own folders and where it was told to, temporary data is
 private, and models and scripts cannot change that.
 
-    watched.py BUILD_FOLDER SOURCE_FOLDER
+    watched.py BUILD_FOLDER SOURCE_FOLDER [CASE]
 """
 import glob
 import os
@@ -16,6 +16,7 @@ import tempfile
 import time
 
 BUILD, SOURCE = sys.argv[1], sys.argv[2]
+ONLY = sys.argv[3] if len(sys.argv) > 3 else ''
 TOV = BUILD + '/bin/tov'
 CRANE = SOURCE + '/samples/crane.obj'
 CUBE = '/usr/share/glmark2/models/cube.3ds'
@@ -69,8 +70,26 @@ class Watched:
     def remove(self):
         shutil.rmtree(self.folder, ignore_errors=True)
 
-    def beyond(self, told=()):
-        """What was done that should not be, or None. `told`: what may be written outside of its own folders."""
+    def files(self):
+        """Everything in the working folder, and what lies above it, with its bytes."""
+        found = {}
+        for top in (self.work, self.folder):
+            for folder, folders, names in os.walk(top):
+                if top == self.folder:
+                    folders[:] = []
+                for name in names:
+                    with open(os.path.join(folder, name), 'rb') as file:
+                        found[os.path.relpath(os.path.join(folder, name), self.work)] = file.read()
+        return found
+
+    def may_write(self, path, told):
+        """Settings, caches and temporary files; the outputs that were named."""
+        own = tuple(folder + end for folder in (self.home, self.temporary) for end in ('', '/'))
+        return (path in own or path.startswith((own[1], own[3], *NO_FILES)) or
+                path in (self.absolute(name) for name in told))
+
+    def beyond(self, *told):
+        """What was done that should not be, or None. `told`: the outputs that were named."""
         seen = private = 0
         started = set()
         for line in self.lines():
@@ -93,7 +112,7 @@ class Watched:
             writes = call not in ('open', 'openat', 'openat2') or re.search(r'O_WRONLY|O_RDWR|O_CREAT|O_TRUNC', rest)
             if call in CALLS.split(',') and call not in ('execve', 'execveat') and writes:
                 for path in paths:
-                    if not path.startswith((self.folder + '/', *NO_FILES, *told)):
+                    if not self.may_write(path, told):
                         return 'written: ' + line
                     # What lies in a folder there is guarded by the folder.
                     if self.temporary == (path if 'O_TMPFILE' in rest else os.path.dirname(path)):
@@ -126,11 +145,17 @@ def check(what, function):
 
 
 def case(what):
-    return lambda function: check(what, function)
+    return lambda function: None if ONLY and not what.startswith(ONLY) else check(what, function)
 
 
 def succeeded(done):
     return None if done.returncode == 0 else f'status {done.returncode}: {(done.stdout + done.stderr)[-300:]}'
+
+
+def made(watched, *names):
+    """Whether the working folder holds these files and no others."""
+    files = sorted(watched.files())
+    return None if files == sorted(names) else f'files: {files}'
 
 
 def secret(watched):
@@ -155,6 +180,8 @@ DOORS = {
     'a program': 'import subprocess; subprocess.run("true", shell=True)',
     'written': 'import os; os.mkdir("/nowhere/a")',
     'written: openat': 'open("/nowhere/a", "a")',
+    'written: openat(AT_FDCWD, "beside"': 'open("beside", "w")',
+    'written: unlink(': 'import os; os.unlink("model.obj")',
     'open to others': 'import os; os.umask(0); open(os.environ["TMPDIR"] + "/a", "w")',
 }
 for door, act in DOORS.items():
@@ -162,18 +189,18 @@ for door, act in DOORS.items():
     def _(watched, door=door, act=act):
         os.symlink(os.path.realpath(sys.executable), watched.work + '/tov')
         watched.run('-I', '-S', '-c', 'try:\n    ' + act + '\nexcept OSError:\n    pass', program=watched.work + '/tov')
-        found = watched.beyond() or 'nothing'
+        found = watched.beyond('a.png') or 'nothing'
         return None if found.startswith(door) else 'not seen; ' + found
 
 
 @case('a picture')
 def _(watched):
-    return succeeded(watched.run('image', CRANE, '-o', 'a.png', '--width', '200')) or watched.beyond()
+    return succeeded(watched.run('image', CRANE, '-o', 'a.png', '--width', '200')) or watched.beyond('a.png') or made(watched, 'a.png')
 
 
 @case('a picture of a model that is read apart')
 def _(watched):
-    problem = succeeded(watched.run('image', CUBE, '-o', 'a.png', '--width', '200')) or watched.beyond()
+    problem = succeeded(watched.run('image', CUBE, '-o', 'a.png', '--width', '200')) or watched.beyond('a.png') or made(watched, 'a.png')
     return problem or (None if 'tov-import' in watched.started else 'nothing was read apart')
 
 
@@ -181,7 +208,8 @@ def _(watched):
 def _(watched):
     with open(watched.home + '/settings.ini', 'w', encoding='ascii') as file:
         file.write('[settings]\ngrabvideousememoryasbuffer=false\ngrabvideotempfilesize=1\n')
-    problem = succeeded(watched.run('video', CRANE, '-o', 'a.mp4', '--size', '320x240', '--turntable', '12')) or watched.beyond()
+    problem = succeeded(watched.run('video', CRANE, '-o', 'a.mp4', '--size', '320x240', '--turntable', '12')) or watched.beyond('a.mp4')
+    problem = problem or made(watched, 'a.mp4')
     if problem is None and watched.private < 3:
         problem = f'{watched.private} temporary files were seen'
     if problem is None and os.listdir(watched.temporary):
@@ -191,7 +219,9 @@ def _(watched):
 
 @case('numbered pictures')
 def _(watched):
-    return succeeded(watched.run('video', CRANE, '-o', 'a.frames', '--size', '64x48', '--turntable', '3')) or watched.beyond()
+    problem = succeeded(watched.run('video', CRANE, '-o', 'a.frames', '--size', '64x48', '--turntable', '3'))
+    pictures = ['a.00001.png', 'a.00002.png', 'a.00003.png']
+    return problem or watched.beyond('a.frames', *pictures) or made(watched, 'a.frames', *pictures)
 
 
 @case('a list of what is loaded')
@@ -254,10 +284,14 @@ for model, text in HOSTILE_MODELS.items():
         name, was_read = secret(watched)
         with open(f'{watched.work}/{model}', 'w', encoding='utf-8') as file:
             file.write(text(name))
+        before = watched.files()
         done = watched.run('image', model, '-o', 'a.png', '--width', '64')
         if done.returncode not in (0, 1) or done.returncode == 1 and len(done.stderr.strip().splitlines()) != 1:
             return f'status {done.returncode}: {done.stderr[-300:]}'
-        return watched.beyond() or ('it was read' if was_read() else None)
+        after = watched.files()
+        if (after.pop('a.png', None) is not None) != (done.returncode == 0) or after != before:
+            return f'files: {sorted(before)} before, {sorted(after)} after'
+        return watched.beyond('a.png') or ('it was read' if was_read() else None)
 
 
 # A script; what it makes (None: it is refused in one line).
@@ -296,7 +330,7 @@ for script, made in SCRIPTS.items():
             return f'files: {files}'
         if os.path.getsize(name) != 36:
             return 'the file elsewhere was changed'
-        return watched.beyond() or ('it was read' if was_read() else None)
+        return watched.beyond(*([made] if made else [])) or ('it was read' if was_read() else None)
 
 
 if os.path.exists(BUILD + '/bin/tst_window') and shutil.which('xvfb-run'):

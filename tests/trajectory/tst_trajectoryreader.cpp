@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <cstdio>
 #include <random>
 
 using tov::math::Matrix4;
@@ -218,4 +220,59 @@ TEST(TrajectoryReader, RubbishIsRefusedOrReadButNeverHarms)
         refused += !read;
     }
     EXPECT_GT(refused, 300);
+}
+
+TEST(TrajectoryReader, FilesCutAtEvery64thByteAreReadOrRefused)
+{
+    QByteArray csvFile = "x,y,z\n", tumFile = "# t x y z qx qy qz qw\n", jsonFile = "[";
+    for (int i = 0; i < 100; ++i) {
+        const QByteArray number = QByteArray::number(i) + ".5";
+        csvFile += number + "," + number + ",-1e-3\n";
+        tumFile += number + " " + number + " 2 3 0 0.5 0 0.5\n";
+        jsonFile += QByteArray(i > 0 ? "," : "") + "\n{\"camera\": [1,0,0," + number + ",0,1,0,0,0,0,1,0,0,0,0,1]}";
+    }
+    jsonFile += "\n]";
+    int tried = 0, read[3] = {};
+    const auto judge = [&](int kind, bool good, const QString& error) {
+        ++tried;
+        read[kind] += good;
+        if (!good) {
+            EXPECT_TRUE(error.startsWith(QLatin1String("line ")) && !error.contains(QLatin1Char('\n')))
+                << error.toStdString();
+        }
+    };
+    const auto finite = [](const MatrixMapList& list) {
+        for (const auto& map : list)
+            for (const auto& entry : map)
+                for (unsigned int i = 0; i < 16; ++i)
+                    if (!std::isfinite(entry.second.data()[i]))
+                        return false;
+        return true;
+    };
+    for (int size = 0; size < jsonFile.size(); size += 64) {
+        QString error;
+        MatrixMapList list;
+        std::vector<Point> points;
+        if (size < csvFile.size()) {
+            judge(0, TrajectoryReader::readCsv(csvFile.left(size), points, &error), error);
+            for (const Point& point : points)
+                EXPECT_TRUE(std::isfinite(point[0]) && std::isfinite(point[1]) && std::isfinite(point[2]));
+            EXPECT_LE(points.size(), std::size_t(csvFile.left(size).count('\n')));
+        }
+        if (size < tumFile.size()) {
+            error.clear();
+            judge(1, TrajectoryReader::readTum(tumFile.left(size), list, &error), error);
+            EXPECT_TRUE(finite(list));
+            EXPECT_LE(list.size(), std::size_t(tumFile.left(size).count('\n')));
+        }
+        error.clear();
+        judge(2, TrajectoryReader::readJson(jsonFile.left(size), list, &error), error);
+        EXPECT_TRUE(finite(list));
+    }
+    EXPECT_EQ(read[2], 0) << "a list without its end is none";
+    // A line that is cut may still be one, when the cut is in its last number.
+    EXPECT_GE(read[0], 1);
+    EXPECT_GE(read[1], 3);
+    EXPECT_GT(tried - read[0] - read[1] - read[2], 100);
+    std::printf("cut: %d, read: %d csv, %d tum, %d json\n", tried, read[0], read[1], read[2]);
 }
