@@ -131,9 +131,9 @@ try:
         status = interrupted(copy, 'hangs', 2)
         return None if status == 130 else f'status {status}'
 
-    @case('10 s a chunk: the second interrupt leaves at once')
+    @case('a slow one: the second interrupt leaves at once')
     def _(copy):
-        status = interrupted(copy, 'tenseconds', 2)
+        status = interrupted(copy, 'slow', 2)
         return None if status == 130 else f'status {status}'
 
     if os.path.exists(BUILD + '/bin/tst_window'):
@@ -144,6 +144,17 @@ try:
                                    '--gtest_filter=WindowStuck.*'], capture_output=True, text=True, timeout=100,
                                   env=copy.environment())
             if 'leaving without it' in done.stdout and done.returncode == 1 and 'Failure' not in done.stdout:
+                return None
+            return f'status {done.returncode}: {done.stdout[-1500:]}'
+
+        @case('a slow one, in the window: its panel closed, it is aborted after the chunk that it is at')
+        def _(copy):
+            shutil.copy(BUILD + '/bin/tst_window', copy.home + '/bin/tst_window')
+            seconds = {'TOV_CHUNK_SECONDS': '10'} if os.environ.get('TOV_FAULTS') == 'all' else {}
+            done = subprocess.run(['xvfb-run', '-a', '-s', '-screen 0 1600x1200x24', copy.home + '/bin/tst_window',
+                                   '--gtest_filter=WindowBadEncoders.*'], capture_output=True, text=True, timeout=200,
+                                  env=copy.environment(seconds))
+            if done.returncode == 0 and 'slow and aborted: good' in done.stdout:
                 return None
             return f'status {done.returncode}: {done.stdout[-1500:]}'
     else:

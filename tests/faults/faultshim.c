@@ -3,10 +3,11 @@
  * TOV_FAULT=KIND:N:ONCE:ERRNO
  *
  *   KIND   write (to ordinary files), create (opening a file to write), tmpfile (those of them that are temporary),
- *          sysinfo, context (eglCreateContext), current (eglMakeCurrent, but for letting go), bind (a framebuffer
- * object is not complete when it is bound), target (glBindFramebuffer does nothing), blit, read (glReadPixels); the
- * last three leave GL_OUT_OF_MEMORY behind, thread (asked for by the program, Qt or the C++ library) ONCE   1 = that
- * call only, 0 = from then on ERRNO  0 = half of the bytes are written
+ *          output (opening TOV_FAULT_OUTPUT, whatever for), model (opening TOV_FAULT_MODEL), modelread
+ *          (reading or mapping it), sysinfo, context (eglCreateContext), current (eglMakeCurrent, but for letting go),
+ * bind (a framebuffer object is not complete when it is bound), target (glBindFramebuffer does nothing), blit, read
+ * (glReadPixels); the last three leave GL_OUT_OF_MEMORY behind, thread (asked for by the program, Qt or the C++
+ * library) ONCE   1 = that call only, 0 = from then on ERRNO  0 = half of the bytes are written
  *
  * TOV_FAULT_COUNT=FILE: how many calls of the kind there were, at the end.
  */
@@ -20,6 +21,7 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <sys/sysinfo.h>
 #include <sys/types.h>
@@ -29,12 +31,16 @@ static atomic_int calls;
 static int wanted_n, once, wanted_errno;
 static char kind[16];
 static _Thread_local unsigned pending_error;
+static const char *output, *model;
+static atomic_int model_descriptor = -1;
 
 static void __attribute__((constructor)) begin(void)
 {
     const char* text = getenv("TOV_FAULT");
     if (text)
         sscanf(text, "%15[^:]:%d:%d:%d", kind, &wanted_n, &once, &wanted_errno);
+    output = getenv("TOV_FAULT_OUTPUT");
+    model = getenv("TOV_FAULT_MODEL");
 }
 
 static void __attribute__((destructor)) end(void)
@@ -49,6 +55,12 @@ static void __attribute__((destructor)) end(void)
     const int file = real_open(name, O_WRONLY | O_CREAT | O_TRUNC, 0600);
     if (file >= 0 && real_write(file, text, (size_t)size) != size)
         _exit(99);
+}
+
+/* How many there were so far, for a program that asks by name. */
+int tov_fault_calls(void)
+{
+    return atomic_load(&calls);
 }
 
 static int hit(const char* which)
@@ -93,6 +105,16 @@ static int is_temporary(const char* path)
     return strncmp(name ? name + 1 : path, "tov.", 4) == 0;
 }
 
+static int is_output(const char* path)
+{
+    return output && strcmp(path, output) == 0;
+}
+
+static int is_model(const char* path)
+{
+    return model && strcmp(path, model) == 0;
+}
+
 #define OPEN(name, before, after)                                                                                      \
     int name(before const char* path, int flags, ...)                                                                  \
     {                                                                                                                  \
@@ -110,7 +132,16 @@ static int is_temporary(const char* path)
                 return -1;                                                                                             \
             }                                                                                                          \
         }                                                                                                              \
-        return real(after path, flags, mode);                                                                          \
+        if ((is_output(path) && hit("output")) || (is_model(path) && hit("model"))) {                                  \
+            errno = wanted_errno;                                                                                      \
+            return -1;                                                                                                 \
+        }                                                                                                              \
+        const int descriptor = real(after path, flags, mode);                                                          \
+        if (is_model(path))                                                                                            \
+            atomic_store(&model_descriptor, descriptor);                                                               \
+        else if (descriptor == atomic_load(&model_descriptor))                                                         \
+            atomic_store(&model_descriptor, -1);                                                                       \
+        return descriptor;                                                                                             \
     }
 
 #define COMMA ,
@@ -118,6 +149,34 @@ OPEN(open, , )
 OPEN(open64, , )
 OPEN(openat, int folder COMMA, folder COMMA)
 OPEN(openat64, int folder COMMA, folder COMMA)
+
+static int fails_read(int descriptor)
+{
+    if (descriptor < 0 || descriptor != atomic_load(&model_descriptor) || !is_file(descriptor) || !hit("modelread"))
+        return 0;
+    errno = wanted_errno;
+    return 1;
+}
+
+ssize_t read(int descriptor, void* bytes, size_t size)
+{
+    static ssize_t (*real)(int, void*, size_t);
+    if (!real)
+        real = (ssize_t(*)(int, void*, size_t))dlsym(RTLD_NEXT, "read");
+    return fails_read(descriptor) ? -1 : real(descriptor, bytes, size);
+}
+
+#define MMAP(name)                                                                                                     \
+    void* name(void* address, size_t size, int protection, int flags, int descriptor, off_t at)                        \
+    {                                                                                                                  \
+        static void* (*real)(void*, size_t, int, int, int, off_t);                                                     \
+        if (!real)                                                                                                     \
+            real = (void* (*)(void*, size_t, int, int, int, off_t))dlsym(RTLD_NEXT, #name);                            \
+        return fails_read(descriptor) ? MAP_FAILED : real(address, size, protection, flags, descriptor, at);           \
+    }
+
+MMAP(mmap)
+MMAP(mmap64)
 
 int sysinfo(struct sysinfo* info)
 {

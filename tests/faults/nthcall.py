@@ -1,12 +1,14 @@
 #!/usr/bin/env python3
-"""Lets the N-th call of a kind fail, N = 1, 2, ... until a run passes without a fault; once and from then on. After each run:
-no crash, no hang; status 0 means the same file as without a fault, anything else one line that says what is wrong, and
-nothing left that looks like a result.
+"""Lets the N-th call of a kind fail, once and from then on, for N = 1, 2, 3, a middle one and the last; with TOV_FAULTS=all for
+every N = 1, 2, ... until a run passes without a fault, and for more formats. After each run: no crash, no hang; status 0 means the same file as
+without a fault, anything else one line that says what is wrong, and nothing left that looks like a result.
 
-    nthcall.py BUILD_FOLDER SOURCE_FOLDER [HIGHEST_N [files|drawing|threads|memory ...]]
+    nthcall.py BUILD_FOLDER SOURCE_FOLDER [files|chunks|again|drawing|threads|memory ...]
 
-files: writing, making files, asking for the free memory. drawing: OpenGL contexts, framebuffer objects, reading back. memory:
-allocations above 256 KiB that the program's own libraries ask for, directly or of Qt.
+files: writing, making files, opening and reading the model, opening the output again, asking for the free memory. chunks: the
+same while what was recorded waits in temporary files. again: three pictures or recordings in one process; a fault that comes
+once spoils one of them at most. drawing: OpenGL contexts, framebuffer objects, reading back. memory: allocations above 256 KiB
+that the program's own libraries ask for, directly or of Qt.
 """
 import errno
 import os
@@ -16,11 +18,19 @@ import sys
 import tempfile
 
 FRAMES = 8
-FILES = [('write', errno.ENOSPC), ('write', errno.EIO), ('write', errno.EINTR), ('write', 0), ('create', errno.EMFILE),
-         ('create', errno.EACCES), ('sysinfo', errno.EFAULT)]
+WRITING = [('write', errno.ENOSPC), ('write', errno.EIO), ('write', errno.EINTR), ('write', 0), ('create', errno.EMFILE),
+           ('create', errno.EACCES)]
+FILES = WRITING + [('output', errno.EMFILE), ('output', errno.EACCES), ('model', errno.EACCES), ('model', errno.EMFILE),
+                   ('modelread', errno.EIO), ('sysinfo', errno.EFAULT)]
+CHUNKS = [('write', errno.ENOSPC), ('write', errno.EIO), ('write', 0), ('tmpfile', errno.EMFILE), ('tmpfile', errno.ENOSPC),
+          ('sysinfo', errno.EFAULT)]
 THREADS = [('thread', 1)]
 DRAWING = [(kind, 1) for kind in ('context', 'current', 'bind', 'target', 'read')]
 MEMORY = [('alloc', 1), ('allocqt', 1)]
+AGAIN = [('write', errno.ENOSPC), ('write', errno.EIO), ('create', errno.EMFILE), ('output', errno.EACCES),
+         ('sysinfo', errno.EFAULT), *DRAWING]
+EVERY = os.environ.get('TOV_FAULTS') == 'all'
+NONE = 1 << 30
 
 
 def content(name):
@@ -29,45 +39,113 @@ def content(name):
     return done.stdout if done.returncode == 0 and not done.stderr else None
 
 
+def frames(name):
+    """How many frames a video shows; None: it cannot be read to its end."""
+    done = subprocess.run(['ffprobe', '-v', 'error', '-count_frames', '-show_entries', 'stream=nb_read_frames', '-of', 'csv=p=0',
+                           name], capture_output=True, text=True, check=False)
+    return done.stdout.strip() if done.returncode == 0 and not done.stderr else None
+
+
 class Loop:
-    def __init__(self, build, source, highest):
-        self.build, self.highest = build, highest
+    def __init__(self, build, source):
+        self.build = build
         self.model = source + '/samples/crane.obj'
-        self.size(300, '64x48')
-        self.multisampled = False
+        self.settings = ['multisampling=0']
         self.runs = self.good = 0
 
-    def size(self, width, frames):
-        picture = ['image', self.model, '--width', str(width), '--quiet']
-        video = ['video', self.model, '--size', frames, '--turntable', str(FRAMES), '--quiet']
-        self.jobs = {'png': picture, 'bmp': picture, 'mp4': video, 'mkv': video}
+    def multisampling(self, samples):
+        # What the buffer for multisampling is refused is drawn without, and looks a little different.
+        self.settings = [f'multisampling={samples}']
 
-    def run(self, suffix, folder, shim=None, fault=None):
-        output = f'{folder}/out.{suffix}'
+    def environment(self, folder, output, shim, fault):
         environment = dict(os.environ, TOV_SETTINGS=folder + '/settings.ini', LC_ALL='C.UTF-8')
         with open(folder + '/settings.ini', 'w', encoding='ascii') as file:
-            # What the buffer for multisampling is refused is drawn without, and looks a little different.
-            file.write(f'[settings]\nmultisampling={4 if self.multisampled else 0}\n')
+            file.write('\n'.join(['[settings]', *self.settings, '']))
         if fault:
             environment.update(LD_PRELOAD=f'{self.build}/tests/lib{shim}.so', TOV_FAULT=fault, TOV_FAULT_OWN=self.build,
-                               TOV_FAULT_COUNT=folder + '/count')
-        return subprocess.run([self.build + '/bin/tov', *self.jobs[suffix], '-o', output], capture_output=True, text=True,
-                              timeout=20, env=environment, check=False), output
+                               TOV_FAULT_OUTPUT=output, TOV_FAULT_MODEL=self.model, TOV_FAULT_COUNT=folder + '/count')
+        return environment
 
-    def reference(self, suffix):
+    def step(self, job, shim, kind, n, once, number):
+        """How many such calls the run had; None: it did not come to its end."""
         with tempfile.TemporaryDirectory() as folder:
-            done, output = self.run(suffix, folder)
-            shown = content(output) if done.returncode == 0 else None
-            if not shown:
-                sys.exit(f'nthcall.py: no {suffix} without a fault: {done.stderr}')
-            return shown
+            try:
+                problem = job.check(self, folder, shim, f'{kind}:{n}:{once}:{number}', once)
+            except subprocess.TimeoutExpired:
+                problem = 'hangs'
+            try:
+                with open(folder + '/count', encoding='ascii') as file:
+                    calls = int(file.read())
+            except (OSError, ValueError):
+                calls = None
+        self.runs += 1
+        self.good += problem is None
+        if problem:
+            error = f' {errno.errorcode[number]}' if shim == 'faultshim' and number > 1 else ''
+            which = 'none' if n == NONE else f'number {n}{"" if once else " and after"}'
+            print(f'FAILED: {job}: {kind} {which}{error}: {problem}', flush=True)
+        return calls
 
-    def judge(self, done, output, reference):
+    def loop(self, jobs, shim, faults):
+        before = self.good, self.runs
+        for job in jobs:
+            job.reference = None
+            with tempfile.TemporaryDirectory() as folder:
+                job.refer(self, folder)
+            for kind, number in faults:
+                # Interrupted for ever or never more than half: no disk does that.
+                ways = (1, ) if number in (errno.EINTR, 0) or not job.lasting else (1, 0)
+                if EVERY:
+                    for once in ways:
+                        n = 1
+                        while True:
+                            calls = self.step(job, shim, kind, n, once, number)
+                            if calls is not None and calls < n:
+                                break
+                            n += 1
+                else:
+                    last = self.step(job, shim, kind, NONE, 1, number) or 0
+                    for once in ways:
+                        for n in sorted({1, 2, 3, (last + 1) // 2, last}):
+                            if 0 < n <= last:
+                                self.step(job, shim, kind, n, once, number)
+        return f'{self.good - before[0]} of {self.runs - before[1]}'
+
+
+class Job:
+    """One picture or video, by the program's own command line."""
+    lasting = True
+
+    def __init__(self, suffix, picture_width=300, frame_size='64x48'):
+        self.suffix = suffix
+        self.reference = None
+        if suffix in ('png', 'bmp'):
+            self.arguments = ['image', '--width', str(picture_width)]
+        else:
+            self.arguments = ['video', '--size', frame_size, '--turntable', str(FRAMES)]
+
+    def __str__(self):
+        return self.suffix
+
+    def run(self, loop, folder, shim=None, fault=None):
+        output = f'{folder}/out.{self.suffix}'
+        verb, *rest = self.arguments
+        return subprocess.run([loop.build + '/bin/tov', verb, loop.model, *rest, '--quiet', '-o', output], capture_output=True,
+                              text=True, timeout=20, env=loop.environment(folder, output, shim, fault), check=False), output
+
+    def refer(self, loop, folder):
+        done, output = self.run(loop, folder)
+        self.reference = content(output) if done.returncode == 0 else None
+        if not self.reference:
+            sys.exit(f'nthcall.py: no {self.suffix} without a fault: {done.stderr}')
+
+    def check(self, loop, folder, shim, fault, once):
+        done, output = self.run(loop, folder, shim, fault)
         lines = [line for line in done.stderr.strip().splitlines() if line.startswith('tov: ')]
         if done.returncode not in (0, 1, 2):
             return f'ended with {done.returncode}: {done.stderr[-300:]}'
         if done.returncode == 0:
-            return None if os.path.exists(output) and content(output) == reference else 'status 0, but the file is another'
+            return None if os.path.exists(output) and content(output) == self.reference else 'status 0, but the file is another'
         if len(lines) != 1:
             return f'status {done.returncode}, but not one line says why: {done.stderr[-500:]}'
         # Of a video what there is may stay, of a picture nothing.
@@ -75,55 +153,83 @@ class Loop:
             return f'{os.path.basename(output)} is left, {os.path.getsize(output)} bytes: {lines}'
         return None
 
-    def loop(self, suffixes, shim, faults):
-        for suffix in suffixes:
-            reference = self.reference(suffix)
-            for kind, number in faults:
-                for once in (1, 0):
-                    # Interrupted for ever or never more than half: no disk does that.
-                    if not once and number in (errno.EINTR, 0):
-                        continue
-                    for n in range(1, self.highest + 1):
-                        if not self.step(suffix, shim, kind, n, once, number, reference):
-                            break
 
-    def step(self, suffix, shim, kind, n, once, number, reference):
-        """False: the run had fewer such calls."""
-        with tempfile.TemporaryDirectory() as folder:
-            try:
-                done, output = self.run(suffix, folder, shim, f'{kind}:{n}:{once}:{number}')
-                problem = self.judge(done, output, reference)
-            except subprocess.TimeoutExpired:
-                problem = 'hangs'
-            try:
-                with open(folder + '/count', encoding='ascii') as file:
-                    reached = int(file.read()) >= n
-            except (OSError, ValueError):
-                reached = True
-        self.runs += 1
-        self.good += problem is None
-        if problem:
-            error = f' {errno.errorcode[number]}' if shim == 'faultshim' and number > 1 else ''
-            print(f'FAILED: {suffix}: {kind} number {n}{"" if once else " and after"}{error}: {problem}', flush=True)
-        return reached
+class Again(Job):
+    """Three of them in one process."""
+    lasting = False
+
+    def __str__(self):
+        return self.suffix + ' three times'
+
+    def shown(self, name):
+        """Pictures are compared, of recordings the frames are counted."""
+        if not os.path.exists(name):
+            return None
+        return content(name) if self.suffix == 'png' else frames(name)
+
+    def run(self, loop, folder, shim=None, fault=None):
+        outputs = [f'{folder}/{name}.{self.suffix}' for name in ('one', 'two', 'three')]
+        texts = [f'grabimage filename="{output}" width=300' if self.suffix == 'png' else
+                 f'grabvideo filename="{output}" width=64 height=48 sync=1' for output in outputs]
+        # Each begins at the same view, which a turntable does not.
+        with open(os.path.dirname(loop.model) + '/flight.tum', encoding='ascii') as flight, \
+                open(folder + '/path.tum', 'w', encoding='ascii') as path:
+            path.writelines(flight.readlines()[:2 + FRAMES])
+        return subprocess.run([loop.build + '/bin/tov_again', loop.model, folder + '/path.tum', *texts], capture_output=True, text=True,
+                              timeout=40, env=loop.environment(folder, outputs[0], shim, fault), check=False), outputs
+
+    def refer(self, loop, folder):
+        done, outputs = self.run(loop, folder)
+        self.reference = self.shown(outputs[0])
+        if not self.reference or any(self.shown(output) != self.reference for output in outputs[1:]):
+            sys.exit(f'nthcall.py: {self} differ without a fault: {done.stderr}')
+
+    def check(self, loop, folder, shim, fault, once):
+        done, outputs = self.run(loop, folder, shim, fault)
+        at_start, *said = done.stdout.split() or ['0']
+        lines = [line for line in done.stderr.strip().splitlines() if line.startswith('tov: ')]
+        if done.returncode == 1 and not said and len(lines) == 1 and not any(map(os.path.exists, outputs)):
+            return None
+        if done.returncode != 0 or len(said) != 3:
+            return f'ended with {done.returncode}, {said}: {done.stderr[-300:]}'
+        if len(lines) != said.count('failed'):
+            return f'{said}, but these lines say why: {lines}'
+        # What fails at the start may be missing until the end: the module, the panel, OpenGL.
+        if int(fault.split(':')[1]) <= int(at_start) and said == ['failed'] * 3 and not any(map(os.path.exists, outputs)):
+            return None
+        whole = [self.shown(output) == self.reference for output in outputs]
+        if sum(whole) < 2:
+            return f'whole: {whole}: {said} {lines}'
+        return None
 
 
-def main(build, source, highest='10000', *groups):
-    loop = Loop(build, source, int(highest))
-    groups = groups or ('files', 'drawing', 'threads', 'memory')
-    if 'files' in groups:
-        loop.loop(('png', 'bmp', 'mp4', 'mkv'), 'faultshim', FILES)
-    if 'drawing' in groups:
-        loop.loop(('png', 'mkv'), 'faultshim', DRAWING)
-        loop.multisampled = True
-        loop.loop(('png', 'mkv'), 'faultshim', [('blit', 1)])
-        loop.multisampled = False
-    if 'threads' in groups:
-        loop.loop(('png', 'mkv'), 'faultshim', THREADS)
-    # The sanitizers have allocators of their own.
-    if 'memory' in groups and os.path.exists(build + '/tests/liballocshim.so'):
-        loop.size(700, '320x240')
-        loop.loop(('png', 'mp4'), 'allocshim', MEMORY)
+def main(build, source, *groups):
+    loop = Loop(build, source)
+    for group in groups or ('files', 'chunks', 'again', 'drawing', 'threads', 'memory'):
+        if group == 'files':
+            found = loop.loop([Job(suffix) for suffix in ('png', 'mp4', *(('bmp', 'mkv') if EVERY else ()))], 'faultshim', FILES)
+        elif group == 'chunks':
+            # Three frames a chunk.
+            loop.settings += ['grabvideousememoryasbuffer=0', 'grabvideotempfilesize=1']
+            found = loop.loop([Job(suffix, frame_size='320x240') for suffix in ('mp4', *(('lossless.mkv', ) if EVERY else ()))], 'faultshim', CHUNKS)
+        elif group == 'again':
+            found = loop.loop([Again('png'), Again('mkv')], 'faultshim', AGAIN)
+        elif group == 'drawing':
+            jobs = [Job('png'), Job('mkv')]
+            found = loop.loop(jobs, 'faultshim', DRAWING)
+            loop.multisampling(4)
+            found += ', ' + loop.loop(jobs, 'faultshim', [('blit', 1)])
+        elif group == 'threads':
+            found = loop.loop([Job('png'), Job('mkv')], 'faultshim', THREADS)
+        elif group == 'memory':
+            # The sanitizers have allocators of their own.
+            if not os.path.exists(build + '/tests/liballocshim.so'):
+                continue
+            found = loop.loop([Job('png', picture_width=700), Job('mp4', frame_size='320x240')], 'allocshim', MEMORY)
+        else:
+            sys.exit(f'nthcall.py: there is no group {group}')
+        loop.multisampling(0)
+        print(f'{group}: {found}', flush=True)
     print(f'{loop.good} of {loop.runs}')
     return 0 if loop.good == loop.runs else 1
 

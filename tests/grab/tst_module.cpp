@@ -8,18 +8,24 @@
 #include "kernel/main/modulemanager.h"
 #include "kernel/main/overseer.h"
 #include "kernel/main/settings.h"
+#include "scene/scenepanel.h"
 #include "scene/viewer.h"
 #include "tests/support/logcapture.h"
+#include "tests/support/temporarysettings.h"
 
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QIcon>
+#include <QImage>
 #include <QLibrary>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
+#include <memory>
 #include <ostream>
 #include <vector>
 
@@ -175,10 +181,10 @@ TEST(ModuleLibrary, RegistersEventsAndCommandsInTheStatedOrder)
     const QString registered = QStringLiteral("register resources 2"), command = QStringLiteral("command");
     // Between the lists of the units; the first command brings the factory, the last unit is that of the resources.
     EXPECT_EQ(steps(), (std::vector<Step>{{registered, before + 49},
-                                        {command, before + 49},
-                                        {command, before + 60},
-                                        {command, before + 107},
-                                        {registered, before + 107}}));
+                                          {command, before + 49},
+                                          {command, before + 60},
+                                          {command, before + 107},
+                                          {registered, before + 107}}));
     const auto all = EventHandler::getInstance()->getDeclarations();
     QStringList seen;
     for (std::size_t i = before; i < all.size(); ++i)
@@ -388,6 +394,88 @@ TEST(ModuleLoading, TheHostLoadsUsesAndUnloadsTheModule)
     EXPECT_TRUE(processor->getPrimaryCommands().empty());
     EXPECT_FALSE(ModuleManager::getInstance()->getModule(QStringLiteral("Grab")));
     EXPECT_EQ(dlopen(ModuleFile, RTLD_NOW | RTLD_NOLOAD), nullptr) << "unloaded";
+}
+
+TEST(ModuleLoading, TheModuleMayGoDuringARecordingAndAPicture)
+{
+    auto* viewer = tov::scene::Viewer::getInstance();
+    viewer->initialize();
+    const QDir folder(QCoreApplication::applicationDirPath() + QStringLiteral("/plugins/video"));
+    ASSERT_TRUE(QDir().mkpath(folder.path()));
+    const QString plugin = folder.filePath(QStringLiteral("rawcopy.so"));
+    QFile::remove(plugin);
+    ASSERT_TRUE(QFile::copy(QStringLiteral(TOV_BINARY_DIR "/tests/zoo/rawcopy.so"), plugin));
+    tov::test::TemporarySettings settings;
+    tovSettings().setValue(QStringLiteral("settings/lowspacelimit"), 0);
+    // A frame a chunk, so that the file grows at once.
+    tovSettings().setValue(QStringLiteral("settings/grabvideotempfilesize"), 0);
+    const auto endsByItself = [](const CommandRunPointer& run) { return run->getCommandName() == "grabimage"; };
+    enum Moment
+    {
+        AtOnce,   ///< it was started, nothing more
+        Underway, ///< a part has been done
+        Finished, ///< it has just ended, its last messages are under way
+        Moments
+    };
+    int cases = 0;
+    for (const char* text :
+         {"grabvideo filename=\"%1\" width=64 height=48 sync=0", "grabimage filename=\"%1\" width=3000"})
+        for (int moment = 0; moment < Moments; ++moment)
+            for (const bool panelFirst : {false, true}) {
+                const bool video = QByteArray(text).startsWith("grabvideo");
+                SCOPED_TRACE(std::string(text) + ", moment " + std::to_string(moment) + (panelFirst ? ", panel" : ""));
+                QTemporaryDir made;
+                const QString file = made.filePath(video ? QStringLiteral("a.raw") : QStringLiteral("a.png"));
+                LogCapture log;
+                auto* processor = Overseer::getInstance()->getCommandProcessor();
+                auto loader = std::make_unique<ModuleLoader>();
+                ASSERT_TRUE(loader->loadFile(QString::fromLatin1(ModuleFile), ignore)) << log.text();
+                auto* panel = new tov::gui::ScenePanel;
+                panel->resize(160, 120);
+                viewer->setActivePanel(panel);
+                viewer->announceActivePanel();
+                processor->drain();
+                QString error;
+                CommandRunPointer run;
+                // The commands hear of the panel a moment later.
+                ASSERT_TRUE(tov::test::processUntil([&] {
+                    viewer->announceActivePanel();
+                    processor->drain();
+                    run = processor->start(QString::fromLatin1(text).arg(file), &error);
+                    return run != nullptr;
+                })) << error.toStdString();
+                if (moment != AtOnce) {
+                    ASSERT_TRUE(tov::test::processUntil([&] {
+                        return video ? QFileInfo(file).size() > 0 : run->getProcessed() > 0 || run->isFinished();
+                    }));
+                }
+                if (moment == Finished) {
+                    if (!endsByItself(run))
+                        run->stop();
+                    ASSERT_TRUE(run->wait(60000));
+                }
+                if (panelFirst)
+                    viewer->closePanel(panel);
+                loader.reset();
+                EXPECT_TRUE(run->isFinished()) << "nothing of the module runs any more";
+                EXPECT_TRUE(processor->getRuns().empty());
+                EXPECT_EQ(dlopen(ModuleFile, RTLD_NOW | RTLD_NOLOAD), nullptr) << "unloaded";
+                run.reset();
+                QCoreApplication::processEvents();
+                if (!panelFirst)
+                    viewer->closePanel(panel);
+                QCoreApplication::processEvents();
+                const bool exists = QFile::exists(file);
+                EXPECT_TRUE(exists || moment != Finished);
+                if (video) {
+                    EXPECT_EQ(QFileInfo(file).size() % (64 * 48 * 4), 0) << "whole frames only";
+                } else if (exists) {
+                    EXPECT_EQ(QImage(file).width(), 3000);
+                }
+                ++cases;
+            }
+    std::printf("module unloaded: %d of 12\n", cases);
+    QFile::remove(plugin);
 }
 
 TEST(ModuleLoading, FilesThatAreNoModulesAreReportedAndSkipped)

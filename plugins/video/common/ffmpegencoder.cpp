@@ -132,9 +132,6 @@ bool FFmpegEncoder::open()
     d = std::make_unique<Pipeline>();
     if (!mp_OutputFile)
         return fail(__LINE__, __func__, QStringLiteral("There is no output file to write the video to"));
-    if (m_Width < 2 || m_Height < 2)
-        return fail(__LINE__, __func__,
-                    QStringLiteral("A video of %1 x %2 pixels cannot be encoded").arg(m_Width).arg(m_Height));
     const int fps = m_Fps > 0 ? std::min(m_Fps, HighestFps) : DefaultFps;
     const QString noMemory = QStringLiteral("There is not enough memory to encode the video");
 
@@ -277,8 +274,11 @@ bool FFmpegEncoder::openFilter()
 
 bool FFmpegEncoder::encodeChunk(QIODevice* chunk, bool isLast)
 {
-    const qint64 frameBytes = qint64(m_Width) * m_Height * 4;
-    if (frameBytes > 0 && !m_Failed) {
+    const qint64 frameBytes = bytesOfFrame(m_Width, m_Height);
+    if (frameBytes == 0)
+        fail(__LINE__, __func__,
+             QStringLiteral("A video of %1 x %2 pixels cannot be encoded").arg(m_Width).arg(m_Height));
+    if (!m_Failed) {
         FrameReader reader(chunk, frameBytes);
         while (const uchar* frame = reader.next()) {
             if (std::atomic_ref<bool>(m_Aborted).load())

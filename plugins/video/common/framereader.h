@@ -5,6 +5,13 @@
 
 namespace tov::plugins::video {
 
+/// Bytes of a frame, B, G, R, A; 0 when no video can have that size: below 2, or beyond what can be counted.
+constexpr qint64 bytesOfFrame(int width, int height)
+{
+    constexpr int Largest = 1 << 28;
+    return width < 2 || height < 2 || width > Largest || height > Largest ? 0 : qint64(width) * height * 4;
+}
+
 /// Walks over the whole frames of a chunk. A chunk in memory is read where it lies, one in a file frame by frame.
 class FrameReader
 {

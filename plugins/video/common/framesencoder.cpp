@@ -86,7 +86,7 @@ bool FramesEncoder::open()
     const auto* file = qobject_cast<QFile*>(mp_OutputFile);
     if (!file)
         return fail(__LINE__, __func__, QStringLiteral("There is no output file to write the video to"));
-    if (m_Width < 2 || m_Height < 2)
+    if (bytesOfFrame(m_Width, m_Height) == 0)
         return fail(__LINE__, __func__,
                     QStringLiteral("A video of %1 x %2 pixels cannot be encoded").arg(m_Width).arg(m_Height));
     const QFileInfo info(file->fileName());
@@ -199,7 +199,7 @@ bool FramesEncoder::encodeChunk(QIODevice* chunk, bool isLast)
 {
     if (m_Failed || (!d && !open()))
         return true;
-    FrameReader reader(chunk, qint64(m_Width) * m_Height * 4);
+    FrameReader reader(chunk, bytesOfFrame(m_Width, m_Height));
     while (const uchar* bgra = reader.next()) {
         if (std::atomic_ref<bool>(m_Aborted).load())
             return true;
@@ -209,7 +209,7 @@ bool FramesEncoder::encodeChunk(QIODevice* chunk, bool isLast)
             return true; // logged, and what comes is dropped
     }
     if (reader.failed())
-        fail(__LINE__, __func__, QStringLiteral("A chunk could not be read"));
+        fail(__LINE__, __func__, QStringLiteral("A chunk of the recording cannot be read back"));
     if (reader.remainder() > 0 && !m_RemainderLogged) {
         m_RemainderLogged = true;
         tov::log::Logger::log(

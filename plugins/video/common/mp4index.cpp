@@ -264,7 +264,8 @@ QByteArray Mp4Index::finalIndex(std::int64_t frameDuration, std::uint32_t timeSc
                         // What is decoded early is not shown early.
                         QByteArray elst(4, 0);
                         put<quint32>(elst, 1);
-                        put<quint32>(elst, quint32(shownDuration * movieScale / timeScale));
+                        // Rounded up: what a list that is too short leaves out is not shown.
+                        put<quint32>(elst, quint32((shownDuration * movieScale + timeScale - 1) / timeScale));
                         put<qint32>(elst, qint32(firstShown));
                         put<quint32>(elst, 0x00010000);
                         trak += box("edts", box("elst", elst));

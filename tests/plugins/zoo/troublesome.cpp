@@ -1,4 +1,5 @@
-// Encoders that trouble a recording while it runs, chosen by the file ending.
+// Encoders that trouble a recording while it runs, chosen by the file ending. TOV_CHUNK_SECONDS: how long the slow one
+// takes for a chunk, 2 if nothing is said.
 
 #include "grab/video/encoder.h"
 #include "grab/video/videoencoder.h"
@@ -14,7 +15,7 @@ namespace {
 
 enum class Trouble : std::intptr_t
 {
-    TenSecondsAChunk,
+    IsSlow,
     MovesTheChunk,
     ClosesTheChunk,
     FailsInTheMiddle,
@@ -32,8 +33,10 @@ protected:
     bool encodeChunk(QIODevice* chunk, bool isLast) override
     {
         ++m_Chunks;
-        if (m_Trouble == Trouble::TenSecondsAChunk)
-            QThread::sleep(10);
+        if (m_Trouble == Trouble::IsSlow)
+            QThread::sleep(qEnvironmentVariableIsSet("TOV_CHUNK_SECONDS")
+                               ? unsigned(qEnvironmentVariableIntValue("TOV_CHUNK_SECONDS"))
+                               : 2);
         if (m_Trouble == Trouble::FailsInTheMiddle && m_Chunks == 3)
             return false;
         if (m_Trouble == Trouble::FailsAtTheLast && isLast)
@@ -70,9 +73,12 @@ extern "C" TOV_EXPORT bool doRegister()
     {
         const char* ending;
         Trouble trouble;
-    } rows[] = {{"tenseconds", Trouble::TenSecondsAChunk}, {"moves", Trouble::MovesTheChunk},
-                {"closes", Trouble::ClosesTheChunk},       {"failsmiddle", Trouble::FailsInTheMiddle},
-                {"failslast", Trouble::FailsAtTheLast},    {"throwslast", Trouble::ThrowsAtTheLast}};
+    } rows[] = {{"slow", Trouble::IsSlow},
+                {"moves", Trouble::MovesTheChunk},
+                {"closes", Trouble::ClosesTheChunk},
+                {"failsmiddle", Trouble::FailsInTheMiddle},
+                {"failslast", Trouble::FailsAtTheLast},
+                {"throwslast", Trouble::ThrowsAtTheLast}};
     for (const auto& row : rows)
         VideoEncoder::getInstance()->registerEncoder(create, QString::fromLatin1(row.ending),
                                                      QStringLiteral("Troublesome"),

@@ -1,0 +1,59 @@
+// An encoder that is slow. Needs a plug-in that the program does not have: tests/faults lays it beside a copy and runs
+// this there.
+
+#include "kernel/main/overseer.h"
+#include "tests/window/windowfixture.h"
+
+#include <QFile>
+#include <QFileInfo>
+
+#include <cstdio>
+
+using namespace tov::test;
+
+namespace {
+
+class WindowBadEncoders : public WindowTest
+{
+protected:
+    void SetUp() override
+    {
+        if (!QFile::exists(QCoreApplication::applicationDirPath() + QStringLiteral("/plugins/video/troublesome.so")))
+            GTEST_SKIP() << "there are no plug-ins that go wrong";
+        WindowTest::SetUp();
+    }
+    void TearDown() override
+    {
+        if (!IsSkipped())
+            WindowTest::TearDown();
+    }
+    bool start(const QString& ending)
+    {
+        tov::main::CommandArguments arguments;
+        arguments.named = {{QStringLiteral("filename"), file(QStringLiteral("a.") + ending)},
+                           {QStringLiteral("width"), QStringLiteral("160")},
+                           {QStringLiteral("height"), QStringLiteral("120")},
+                           {QStringLiteral("sync"), QStringLiteral("0")}};
+        QString error;
+        return bool(tov::main::Overseer::getInstance()->getCommandProcessor()->start(QStringLiteral("grabvideo"),
+                                                                                     arguments, &error));
+    }
+};
+
+} // namespace
+
+TEST_F(WindowBadEncoders, ASlowOneIsAborted)
+{
+    openSample();
+    menuAction("View", "2 panels")->trigger();
+    LogCapture log;
+    ASSERT_TRUE(start("slow"));
+    // It has had a chunk, and is at the next.
+    ASSERT_TRUE(processUntil([this] { return QFileInfo(file("a.slow")).size() > 0; }, 60000));
+    menuAction("View", "Close active panel")->trigger();
+    EXPECT_TRUE(waitForNoRuns(60000)) << "the chunk it is at, no others";
+    EXPECT_TRUE(log.contains("Video grabbing aborted")) << log.text();
+    EXPECT_FALSE(QFile::exists(file("a.slow")));
+    if (!HasFailure())
+        std::puts("slow and aborted: good");
+}
