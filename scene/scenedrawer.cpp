@@ -171,12 +171,15 @@ void drawBox(const Box& box, const Matrix4& toScene)
 /// A grid under the scene and its three axes.
 void drawGrid(const Box& box)
 {
-    const double size = std::max({box.high[0] - box.low[0], box.high[1] - box.low[1], box.high[2] - box.low[2], 1e-6f});
+    // In doubles: sums and extents of floats may leave the range of floats.
+    double size = 1e-6;
+    for (int axis = 0; axis < 3; ++axis)
+        size = std::max(size, double(box.high[axis]) - box.low[axis]);
     const double step = std::pow(10.0, std::floor(std::log10(size)));
     const double low = box.low[1];
     const int reach = int(std::ceil(size / step)) + 1;
-    const double cx = std::round((box.low[0] + box.high[0]) / 2 / step) * step;
-    const double cz = std::round((box.low[2] + box.high[2]) / 2 / step) * step;
+    const double cx = std::round((double(box.low[0]) + box.high[0]) / 2 / step) * step;
+    const double cz = std::round((double(box.low[2]) + box.high[2]) / 2 / step) * step;
     glBegin(GL_LINES);
     glColor4ub(128, 128, 128, 255);
     for (int i = -reach; i <= reach; ++i) {

@@ -55,6 +55,10 @@ bool readWords(const QString& line, std::vector<Word>& words, QString& reason)
                     }
                     if (c == QLatin1Char('"') && line[i] == QLatin1Char('\\') && i + 1 < end) {
                         const QChar next = line[++i];
+                        if (next.isNull()) {
+                            reason = nulAt(i);
+                            return false;
+                        }
                         if (next == QLatin1Char('n'))
                             word.text += QLatin1Char('\n');
                         else if (next == QLatin1Char('t'))

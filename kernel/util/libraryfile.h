@@ -3,6 +3,7 @@
 #include <QCoreApplication>
 #include <QFile>
 #include <QFileInfo>
+#include <QIODevice>
 #include <QString>
 #include <QVariantMap>
 
@@ -25,17 +26,11 @@ inline constexpr const char* RefusedLibraries = "tovRefusedLibraries";
 /// How a process that tries a library ends when the library let it.
 inline constexpr int ProbedStatus = 42;
 
-/// Why a file cannot be a whole shared library of this machine, in a few words; empty when it may be. A file that is
-/// shorter than its own headers say kills the process inside the loader, so it is looked at first. Fields as in the ELF
-/// specification, 64 bits. Thread: any.
-inline QString elfDefectOf(const QString& fileName)
+/// Why what an open file holds cannot be a whole shared library of this machine, in a few words; empty when it may be. A
+/// file that is shorter than its own headers say kills the process inside the loader, so it is looked at first. Fields as
+/// in the ELF specification, 64 bits. Thread: any.
+inline QString elfDefectOf(QIODevice& file)
 {
-    const QFileInfo info(fileName);
-    if (!info.isFile())
-        return QStringLiteral("not a regular file");
-    QFile file(fileName);
-    if (!file.open(QIODevice::ReadOnly))
-        return file.errorString();
     const quint64 size = quint64(file.size());
     Elf64_Ehdr header;
     if (file.read(reinterpret_cast<char*>(&header), sizeof header) != qint64(sizeof header))
@@ -64,6 +59,15 @@ inline QString elfDefectOf(const QString& fileName)
             return cut;
     }
     return QString();
+}
+
+/// The same of a file that is named.
+inline QString elfDefectOf(const QString& fileName)
+{
+    if (!QFileInfo(fileName).isFile())
+        return QStringLiteral("not a regular file");
+    QFile file(fileName);
+    return file.open(QIODevice::ReadOnly) ? elfDefectOf(file) : file.errorString();
 }
 
 /// Whom a library may belong to: root, the user, and under sudo the user who called it.

@@ -49,7 +49,7 @@ class Progress : public Assimp::ProgressHandler
 public:
     bool Update(float share) override
     {
-        const int percent = int(std::clamp(share, 0.0f, 1.0f) * 99);
+        const int percent = std::isfinite(share) ? int(std::clamp(share, 0.0f, 1.0f) * 99) : 0;
         if (percent > m_Last) {
             m_Last = percent;
             report(std::uint8_t(percent));

@@ -16,13 +16,15 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
             std::abort();
         return 0;
     }
+    QStringList values;
+    QString text = QStringLiteral("x");
     for (const CommandText& command : commands)
         for (const QString& value : command.arguments.positional) {
-            std::vector<CommandText> again;
-            if (!CommandParser::parse(QStringLiteral("x ") + CommandParser::quoted(value), again, &error))
-                std::abort();
-            if (again.size() != 1 || again[0].arguments.positional != QStringList{value})
-                std::abort();
+            values << value;
+            text += QLatin1Char(' ') + CommandParser::quoted(value);
         }
+    if (!CommandParser::parse(text, commands, &error) || commands.size() != 1 ||
+        commands[0].arguments.positional != values)
+        std::abort();
     return 0;
 }

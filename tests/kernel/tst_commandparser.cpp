@@ -74,6 +74,9 @@ TEST(CommandParser, ErrorsNameTheLine)
     EXPECT_EQ(refused(QString(QChar(0)) + QStringLiteral("a")), "line 1: there is a NUL character at column 1");
     EXPECT_EQ(refused(QStringLiteral("a \"b") + QChar(0) + QStringLiteral("\"")),
               "line 1: there is a NUL character at column 5");
+    EXPECT_EQ(refused(QStringLiteral("a \"b\\") + QChar(0) + QStringLiteral("\"")),
+              "line 1: there is a NUL character at column 6")
+        << "after a backslash, too";
 }
 
 TEST(CommandParser, QuotedValuesAreReadBack)
