@@ -16,8 +16,11 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
     if (size == 0)
         return 0;
     // Not pictures: their text is a file's name.
-    const std::type_info* const types[] = {&typeid(bool), &typeid(int), &typeid(double), &typeid(tov::math::Matrix4)};
-    const ZPointer<CastClass> cast = CastClassManager::getInstance()->createCastClassForType(types[data[0] % 4]);
+    auto* const manager = CastClassManager::getInstance();
+    static const ZPointer<CastClass> casts[] = {
+        manager->createCastClassForType(&typeid(bool)), manager->createCastClassForType(&typeid(int)),
+        manager->createCastClassForType(&typeid(double)), manager->createCastClassForType(&typeid(tov::math::Matrix4))};
+    const ZPointer<CastClass>& cast = casts[data[0] % 4];
     const QString text = QString::fromUtf8(reinterpret_cast<const char*>(data + 1), int(size - 1));
     void* value = nullptr;
     try {
