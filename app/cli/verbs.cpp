@@ -12,6 +12,7 @@
 #include "kernel/main/informationobject.h"
 #include "kernel/main/modulemanager.h"
 #include "kernel/main/overseer.h"
+#include "kernel/main/settings.h"
 #include "kernel/main/parameterset.h"
 #include "scene/viewer.h"
 #include "trajectory/trajectoryhandler.h"
@@ -190,6 +191,16 @@ bool checkResult(Session& session, const tov::main::CommandRunPointer& run, cons
     return session.fail(tr("%1 was not written").arg(fileName));
 }
 
+/// Settings that cannot be written are kept in memory, and said so.
+void checkSettings(Session& session)
+{
+    QSettings& settings = tovSettings();
+    settings.sync();
+    if (settings.status() == QSettings::AccessError)
+        session.tell(
+            tr("Note: %1 cannot be written; the settings hold for this call only.").arg(tov::main::settingsFile()));
+}
+
 int runScript(const Options& options, int& argc, char** argv)
 {
     const auto usage = [](const QString& message) {
@@ -271,6 +282,8 @@ int runScript(const Options& options, int& argc, char** argv)
         }
         if (session.wasInterrupted())
             return 130;
+        if (run->getCommandName() == QLatin1String("setvideosettings"))
+            checkSettings(session);
     }
     return 0;
 }

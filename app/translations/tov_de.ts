@@ -691,6 +691,10 @@
         <source>the display is gone (X server); what was written so far is kept</source>
         <translation>die Anzeige ist weg (X-Server); was bisher geschrieben wurde, bleibt erhalten</translation>
     </message>
+    <message>
+        <source>Note: %1 cannot be written; the settings hold for this call only.</source>
+        <translation>Hinweis: %1 ist nicht beschreibbar; die Einstellungen gelten nur für diesen Aufruf.</translation>
+    </message>
 </context>
 <context>
     <name>tov::app::LibraryProbe</name>

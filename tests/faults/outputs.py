@@ -4,7 +4,7 @@ devices. Every run ends with a whole file, or with one line that says why not an
 
 The disks are small ones in a name space of this script's own.
 
-    outputs.py BUILD_FOLDER SOURCE_FOLDER        some formats; TOV_FAULTS=all: every one
+    outputs.py BUILD_FOLDER SOURCE_FOLDER [-v]        some formats; TOV_FAULTS=all: every one
 """
 import os
 import shutil
@@ -15,24 +15,37 @@ import tempfile
 import time
 
 sys.dont_write_bytecode = True
+from caselist import VERBOSE, left_out, listed  # noqa: E402
 from faultcases import VIDEOS, Cases, ended, frames_of, one_line, partial, settings  # noqa: E402
 
 if '--inside' not in sys.argv:
     if subprocess.run(['unshare', '-Urm', 'true'], capture_output=True, check=False).returncode != 0:
-        print('outputs.py: this machine allows no name spaces')
+        left_out('every case', 'this machine allows no name spaces')
         sys.exit(77)
     # The leak checker cannot look at a process in a name space of its own.
     os.environ['ASAN_OPTIONS'] = os.environ.get('ASAN_OPTIONS', '') + ':detect_leaks=0'
-    os.execvp('unshare', ['unshare', '-Urm', sys.executable, os.path.abspath(__file__), *sys.argv[1:], '--inside'])
+    os.execvp('unshare', ['unshare', '-Urm', sys.executable, os.path.abspath(__file__), *sys.argv[1:], '--inside',
+                          *(['-v'] if VERBOSE else [])])
 
 FRAMES = 12
 EVERYTHING = os.environ.get('TOV_FAULTS') == 'all'
-FAMILIES = VIDEOS if EVERYTHING else ('mp4', 'mkv', 'avi', 'gif', 'frames')
 PAGE = 4096
 cases = Cases(*sys.argv[1:3])
-case = cases.case
 VIDEO = ['video', cases.model, '--size', '320x240', '--turntable', str(FRAMES), '--quiet', '-o']
 PICTURES = ('png', 'bmp', 'jpg', 'ppm', 'tif', 'webp', 'xbm', 'xpm', 'ico', 'pbm', 'pgm', 'wbmp', 'jp2', 'icns', 'cur')
+
+
+def case(what):
+    listed(what)
+    return cases.case(what)
+
+
+def some(what, chosen, all_of_them):
+    """What is chosen of a list, and what is left out of it said."""
+    if EVERYTHING:
+        return all_of_them
+    left_out(f'{what}: {", ".join(one for one in all_of_them if one not in chosen)}', 'TOV_FAULTS=all runs them')
+    return chosen
 
 
 class Disk:
@@ -68,6 +81,8 @@ def readable(name):
     return subprocess.run(['ffprobe', '-v', 'error', name], capture_output=True, check=False).returncode == 0
 
 
+FAMILIES = some('videos on full and read-only disks, pipes', ('mp4', 'mkv', 'avi', 'gif', 'frames'), VIDEOS)
+
 # A full disk for the output: at the first write, in the middle, at the last one.
 for ending in FAMILIES:
     with tempfile.TemporaryDirectory() as scratch, Disk(scratch) as disk:
@@ -88,16 +103,17 @@ for ending in FAMILIES:
                 return ended(run, name, FRAMES)
 
 # Pictures: of 16 x 16 pixels, where saving may say that all is well, and larger ones.
+BY_SCRIPT = some('pictures of 16 x 16 pixels by a script', ('png', 'bmp', 'jpg'), PICTURES)
 for ending in PICTURES:
     with tempfile.TemporaryDirectory() as scratch:
         whole = cases.run(scratch, ['image', cases.model, '-o', 'a.' + ending, '--panel', '16x16', '--width', '16'])
         if 'No valid image file extension' in whole.stderr:
-            print(f'left out: Qt writes no {ending} here')
+            left_out(f'{ending}, pictures of 16 x 16 pixels on a full disk', 'Qt writes none here')
             continue
         if whole.returncode != 0:
             print(f'FAILED: {ending} with room: {whole.stderr}')
             cases.results.append(False)
-    for verb in ('image', 'run') if EVERYTHING or ending in ('png', 'bmp', 'jpg') else ('image',):
+    for verb in ('image', 'run') if ending in BY_SCRIPT else ('image',):
         @case(f'{ending} of 16 x 16 pixels on a full disk, by {verb}')
         def _(folder, ending=ending, verb=verb):
             with Disk(folder) as disk:
@@ -144,6 +160,8 @@ for ending in ('png', *FAMILIES):
             return one_line(run.returncode, run.stderr)
 
 # Pipes and full devices, named directly and in command texts; nobody reads from the pipes.
+if not EVERYTHING:
+    left_out('full devices and links to pipes as -o', 'TOV_FAULTS=all runs them')
 for ending in ('png', 'bmp', *FAMILIES):
     for what in ('pipe', 'full device', 'link to a pipe'):
         for verb in ('run', 'verb') if EVERYTHING or what == 'pipe' else ('run',):
@@ -170,7 +188,7 @@ for ending in ('png', 'bmp', *FAMILIES):
 
 # The temporary folder. One chunk holds the whole recording, or each frame has its own.
 FRAME = 640 * 480 * 4
-SOME = VIDEOS if EVERYTHING else ('mp4', 'frames')
+SOME = some('temporary folders, output folders that go', ('mp4', 'frames'), VIDEOS)
 LARGE = ['video', cases.model, '--size', '640x480', '--turntable', str(FRAMES), '--quiet', '-o']
 for ending in SOME:
     for megabytes in (50, 1):

@@ -2,7 +2,7 @@
 """The process and what is around it: a clock that is set while a recording runs, busy processes beside, no threads to be had,
 settings that two programs write at once, a display that goes. Every run ends with a whole file, or one line that says why not.
 
-    process.py BUILD_FOLDER SOURCE_FOLDER        TOV_FAULTS=all: more limits and formats
+    process.py BUILD_FOLDER SOURCE_FOLDER [-v]        TOV_FAULTS=all: more limits and formats
 """
 import os
 import resource
@@ -13,14 +13,23 @@ import tempfile
 import time
 
 sys.dont_write_bytecode = True
+from caselist import left_out, listed  # noqa: E402
 from faultcases import Cases, ended, frames_of, one_line, settings  # noqa: E402
 
 BUILD, SOURCE = sys.argv[1:3]
 cases = Cases(BUILD, SOURCE)
-case = cases.case
+
 EVERYTHING = os.environ.get('TOV_FAULTS') == 'all'
 CLOCKS = ('back', 'forth', 'both', 'midnight', 'leap')
+LIMITS = (1, 2, 3, 4, 5, 6, 7, 8, 10, 12, 16, 24)
+FEW_LIMITS = (1, 3, 6, 7, 12)
 SMALL = ['--size', '64x64', '--quiet']
+
+
+def case(what):
+    listed(what)
+    return cases.case(what)
+
 
 # The clock is set. Half a second of recording goes over it.
 for clock in CLOCKS:
@@ -73,7 +82,9 @@ USER = 65533 if os.getuid() == 0 else None
 RUNNING = 0 if USER else int(subprocess.run(['ps', '-L', '-U', str(os.getuid()), '--no-headers'], capture_output=True,
                                             text=True, check=True).stdout.count('\n'))
 for verb in ('image', 'video'):
-    for threads in (1, 2, 3, 4, 5, 6, 7, 8, 10, 12, 16, 24) if EVERYTHING else (1, 3, 6, 7, 12):
+    if not EVERYTHING:
+        left_out(f'{verb} with {[n for n in LIMITS if n not in FEW_LIMITS]} threads at most', 'TOV_FAULTS=all runs them')
+    for threads in LIMITS if EVERYTHING else FEW_LIMITS:
         @case(f'{verb} with {threads} threads at most')
         def _(folder, verb=verb, threads=threads):
             if USER:
@@ -118,7 +129,11 @@ def display():
     return server, ':' + name
 
 
-if os.path.exists(BUILD + '/bin/tst_window') and shutil.which('Xvfb'):
+if not os.path.exists(BUILD + '/bin/tst_window') or not shutil.which('Xvfb'):
+    left_out('the display goes', 'there is no window or no X server')
+else:
+    if not EVERYTHING:
+        left_out('the display goes while a gif or frames are recorded', 'TOV_FAULTS=all runs them')
     for ending in ('mkv', 'mp4', 'gif', 'frames') if EVERYTHING else ('mkv', 'mp4'):
         @case(f'{ending}: the display goes while the window records')
         def _(folder, ending=ending):
@@ -154,8 +169,8 @@ if os.path.exists(BUILD + '/bin/tst_window') and shutil.which('Xvfb'):
                     process.wait()
                 count = frames_of(video)
                 shutil.rmtree(folder)
-            # One thread or another sees it first: Xlib ends the process then, or the program.
-            if window.returncode != 1 or 'X server' not in error:
+            # One thread or another sees it first: Xlib ends the process then, or the program. Either says it in one line.
+            if window.returncode != 1 or 'X server' not in error or error.strip().count('\n') != 0:
                 return f'status {window.returncode}: {error}'
             return None if count > 0 else 'what was written cannot be played'
 

@@ -27,6 +27,8 @@ void setDefaultFormat()
 void prepareHeadless(const QString& pluginRoot)
 {
     QCoreApplication::addLibraryPath(pluginRoot);
+    // Threads without files to be had: Qt's own event loop ends the process in good order, GLib's crashes it.
+    qputenv("QT_NO_GLIB", "1");
     if (!qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         return;
     qputenv("QT_QPA_PLATFORM", "eglfs");
