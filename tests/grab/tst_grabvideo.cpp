@@ -18,6 +18,7 @@
 #include <QFileInfo>
 #include <QIcon>
 #include <QMetaMethod>
+#include <QSemaphore>
 
 #include <memory>
 #include <mutex>
@@ -425,6 +426,65 @@ TEST_F(GrabVideoTest, OnePanelIsRecordedOnceAndTwoSideBySide)
                   1u);
         EXPECT_TRUE(QFileInfo::exists(file(QLatin1String(name))));
     }
+}
+
+TEST_F(GrabVideoTest, FourEncodersInTroubleLeaveEachOtherAlone)
+{
+    setChunks(0, true);
+    // One refuses, one fails at its first chunk, one throws at its second, one takes nothing more after its second.
+    tov::test::EncoderJournal journals[4];
+    const char* const endings[] = {"refusing", "failing", "throwing", "held"};
+    QSemaphore gate;
+    std::atomic<int> thrown{0}, arrived{0};
+    journals[0].refuse = true;
+    journals[1].fail = true;
+    journals[2].onChunk = [&](const tov::test::SeenChunk&) {
+        if (++thrown == 2)
+            throw std::runtime_error("no more");
+    };
+    journals[3].onChunk = [&](const tov::test::SeenChunk&) {
+        if (++arrived == 2)
+            gate.acquire();
+    };
+    auto* registry = tov::grab::video::VideoEncoder::getInstance();
+    std::vector<CommandRunPointer> runs;
+    for (int i = 0; i < 4; ++i) {
+        ASSERT_TRUE(registry->registerEncoder(tov::test::CollectingEncoder::create, QLatin1String(endings[i]),
+                                              QLatin1String(endings[i]), &journals[i]));
+        activePanel();
+        runs.push_back(start(file(QStringLiteral("a.") + QLatin1String(endings[i])), QStringLiteral("width=32 height=16 sync=0")));
+        ASSERT_TRUE(runs.back());
+        ASSERT_TRUE(processUntil([&] { return !journals[i].callsSeen().empty(); })) << endings[i];
+    }
+    ASSERT_TRUE(processUntil([&] { return thrown.load() == 2 && arrived.load() == 2 && !journals[1].seen().empty(); }, 60000));
+    // Beside them a good one, as if it were alone.
+    activePanel();
+    const auto good = start(file("good.raw"), QStringLiteral("width=32 height=16 sync=0"));
+    ASSERT_TRUE(framesTaken(3, 32, 16));
+    good->stop();
+    EXPECT_TRUE(finish(good));
+    for (const auto& run : runs)
+        run->stop();
+    for (int i = 0; i < 3; ++i)
+        EXPECT_TRUE(finish(runs[std::size_t(i)])) << endings[i];
+    EXPECT_FALSE(runs[3]->isFinished());
+    gate.release();
+    EXPECT_TRUE(finish(runs[3]));
+    for (int i = 0; i < 4; ++i) {
+        EXPECT_EQ(journals[i].callsSeen().back(), "finish") << endings[i];
+        EXPECT_EQ(journals[i].living, 0) << endings[i];
+    }
+    const qint64 frame = 32 * 16 * 4;
+    EXPECT_TRUE(journals[0].seen().empty());
+    EXPECT_EQ(journals[1].seen().size(), 1u);
+    EXPECT_EQ(journals[2].seen().size(), 2u);
+    EXPECT_GT(journals[3].seen().size(), 2u) << "what had waited is encoded when it goes on";
+    for (const auto& journal : {&journals[3], &m_Journal}) {
+        EXPECT_GE(journal->totalSize(), frame);
+        EXPECT_EQ(journal->totalSize() % frame, 0);
+    }
+    EXPECT_EQ(QFileInfo(file("a.held")).size(), journals[3].totalSize());
+    EXPECT_EQ(QFileInfo(file("good.raw")).size(), m_Journal.totalSize());
 }
 
 TEST_F(GrabVideoTest, TheEndOfARecordingEnablesOnlyForTheActivePanel)
