@@ -10,6 +10,7 @@
 #include <QStorageInfo>
 
 #include <algorithm>
+#include <limits>
 
 #include <climits>
 #include <sys/stat.h>
@@ -32,7 +33,9 @@ constexpr qint64 LeastWaitingBytes = 60 * BytesPerMb;
 
 qint64 limitBytes()
 {
-    return tovSettings().value(QStringLiteral("settings/lowspacelimit"), DefaultLimitMb).toLongLong() * BytesPerMb;
+    constexpr qint64 MostMb = std::numeric_limits<qint64>::max() / BytesPerMb;
+    const qint64 megabytes = tovSettings().value(QStringLiteral("settings/lowspacelimit"), DefaultLimitMb).toLongLong();
+    return std::clamp<qint64>(megabytes, 0, MostMb) * BytesPerMb;
 }
 
 /// Memory of the process that no file stands for.

@@ -152,10 +152,10 @@ else:
                         break
                 else:
                     return f'no recording: {said[-6:]} {window.stderr.read()[-300:]}'
-                written = os.path.getsize(video)
+                # Until there is something that can be played.
                 end = time.monotonic() + 30
-                while os.path.getsize(video) <= written and time.monotonic() < end:
-                    time.sleep(0.01)
+                while frames_of(video) < 1 and time.monotonic() < end:
+                    time.sleep(0.1)
                 server.kill()
                 server.wait()
                 try:
