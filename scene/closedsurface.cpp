@@ -1,5 +1,7 @@
 #include "scene/closedsurface.h"
 
+#include "kernel/math/matrix.h"
+
 #include <algorithm>
 #include <new>
 #include <numeric>
@@ -82,13 +84,11 @@ Winding look(const GeometryElement& element)
         middle[axis] = (double(element.getBox().low[axis]) + element.getBox().high[axis]) / 2;
     std::vector<double> volumes(vertices.size());
     for (std::size_t i = 0; i + 2 < indices.size(); i += 3) {
-        double p[3][3];
-        for (int corner = 0; corner < 3; ++corner)
-            for (int axis = 0; axis < 3; ++axis)
-                p[corner][axis] = vertices[indices[i + std::size_t(corner)]].position[axis] - middle[axis];
-        volumes[pieces.of(indices[i])] += p[0][0] * (p[1][1] * p[2][2] - p[1][2] * p[2][1]) +
-                                          p[0][1] * (p[1][2] * p[2][0] - p[1][0] * p[2][2]) +
-                                          p[0][2] * (p[1][0] * p[2][1] - p[1][1] * p[2][0]);
+        tov::math::Matrix<double, 3u, 3u> corners;
+        for (unsigned int corner = 0; corner < 3; ++corner)
+            for (unsigned int axis = 0; axis < 3; ++axis)
+                corners(corner, axis) = vertices[indices[i + corner]].position[axis] - middle[axis];
+        volumes[pieces.of(indices[i])] += tov::math::volumeScaleOf(corners);
     }
     const bool positive = std::any_of(volumes.begin(), volumes.end(), [](double volume) { return volume > 0; });
     const bool negative = std::any_of(volumes.begin(), volumes.end(), [](double volume) { return volume < 0; });

@@ -10,6 +10,7 @@
 
 #include <GL/gl.h>
 
+#include <array>
 #include <atomic>
 #include <cmath>
 #include <cstddef>
@@ -55,40 +56,30 @@ struct Frustum
     /// False only when the box lies wholly behind one plane; rounding errs towards drawing.
     bool mayShow(const Box& box) const
     {
-        for (const auto& plane : planes) {
-            double furthest = plane[3], magnitude = std::fabs(plane[3]);
-            for (int axis = 0; axis < 3; ++axis) {
-                const double at = plane[axis] * (plane[axis] > 0 ? box.high[axis] : box.low[axis]);
-                furthest += at;
-                magnitude += std::fabs(at);
-            }
-            if (furthest < -1e-9 * magnitude)
+        for (const auto& plane : planes)
+            if (cornerAt(plane, box.high, box.low) < 0)
                 return false;
-        }
         return true;
     }
 
     /// True when the box lies wholly beyond the near plane, and so the eye outside of it; rounding errs towards false.
-    bool isBeyondNear(const Box& box) const
+    bool isBeyondNear(const Box& box) const { return cornerAt(planes[4], box.low, box.high) > 0; }
+
+private:
+    /// Where a box's corner lies: inside the plane above 0, behind it below 0, within rounding 0. The corner is at
+    /// `rising` on the axes that lead inside and at `falling` on the others.
+    static double cornerAt(const double (&plane)[4], const std::array<float, 3>& rising,
+                           const std::array<float, 3>& falling)
     {
-        const auto& plane = planes[4];
-        double nearest = plane[3], magnitude = std::fabs(plane[3]);
-        for (int axis = 0; axis < 3; ++axis) {
-            const double at = plane[axis] * (plane[axis] > 0 ? box.low[axis] : box.high[axis]);
-            nearest += at;
-            magnitude += std::fabs(at);
+        double corner = plane[3], magnitude = std::fabs(plane[3]);
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+            const double share = plane[axis] * (plane[axis] > 0 ? rising[axis] : falling[axis]);
+            corner += share;
+            magnitude += std::fabs(share);
         }
-        return nearest > 1e-9 * magnitude;
+        return std::fabs(corner) > 1e-9 * magnitude ? corner : 0;
     }
 };
-
-/// Whether a transform turns left into right.
-bool isMirroring(const Matrix4& m)
-{
-    return m(0, 0) * (m(1, 1) * m(2, 2) - m(1, 2) * m(2, 1)) - m(0, 1) * (m(1, 0) * m(2, 2) - m(1, 2) * m(2, 0)) +
-               m(0, 2) * (m(1, 0) * m(2, 1) - m(1, 1) * m(2, 0)) <
-           0;
-}
 
 Matrix4 currentMatrix(GLenum which)
 {
@@ -129,7 +120,8 @@ void drawElement(const GeometryElement& element, const Matrix4& toScene, const M
     // Seen from outside, a closed surface hides the far side of all its triangles: half of them need not be drawn.
     const bool halved = buffers.winding != Winding::Unknown && !element.isTransparent() && frustum.isBeyondNear(element.getBox());
     if (halved) {
-        const bool outward = (buffers.winding == Winding::Outward) != isMirroring(eyeOfScene * toScene);
+        const bool mirrored = tov::math::volumeScaleOf(eyeOfScene * toScene) < 0;
+        const bool outward = (buffers.winding == Winding::Outward) != mirrored;
         glCullFace(outward ? GL_BACK : GL_FRONT);
         glEnable(GL_CULL_FACE);
     }

@@ -84,13 +84,10 @@ Matrix4 rotationY(double radians)
     return m;
 }
 
-/// Uniform scale of a matrix: the cube root of its determinant.
+/// Uniform scale of a matrix: the cube root of what it makes of volumes.
 double scaleOf(const Matrix4& m)
 {
-    const double determinant = m(0, 0) * (m(1, 1) * m(2, 2) - m(1, 2) * m(2, 1)) -
-                               m(0, 1) * (m(1, 0) * m(2, 2) - m(1, 2) * m(2, 0)) +
-                               m(0, 2) * (m(1, 0) * m(2, 1) - m(1, 1) * m(2, 0));
-    return std::cbrt(std::fabs(determinant));
+    return std::cbrt(std::fabs(tov::math::volumeScaleOf(m)));
 }
 
 } // namespace

@@ -55,4 +55,13 @@ private:
 
 using Matrix4 = Matrix<double, 4u, 4u>;
 
+/// The determinant of the upper left 3 x 3 values: what a transform makes of volumes, negative when it turns left into
+/// right.
+template <typename T, unsigned int Rows, unsigned int Columns>
+T volumeScaleOf(const Matrix<T, Rows, Columns>& m)
+{
+    return m(0, 0) * (m(1, 1) * m(2, 2) - m(1, 2) * m(2, 1)) - m(0, 1) * (m(1, 0) * m(2, 2) - m(1, 2) * m(2, 0)) +
+           m(0, 2) * (m(1, 0) * m(2, 1) - m(1, 1) * m(2, 0));
+}
+
 } // namespace tov::math
