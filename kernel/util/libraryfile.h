@@ -107,6 +107,27 @@ inline bool isPrivateGroup(gid_t group)
     return false;
 }
 
+/// Whether somebody else could have changed what has that path and status, a library or a folder above it; says how, or
+/// is empty.
+inline QString accessDefectOf(const struct stat& status, const QString& path)
+{
+    const bool isFolder = S_ISDIR(status.st_mode);
+    const QString what = isFolder ? QStringLiteral("the folder ") + path : QStringLiteral("it");
+    if (!isOwner(status.st_uid))
+        return (isFolder ? what + QLatin1Char(' ') : QString()) +
+               QStringLiteral("belongs to another user (%1)").arg(status.st_uid) +
+               (isFolder ? QString() : QStringLiteral("; only root's and your own are loaded"));
+    // In a sticky folder only owners may replace files.
+    if (isFolder && (status.st_mode & S_ISVTX))
+        return QString();
+    if (status.st_mode & S_IWOTH)
+        return QStringLiteral("everybody may change %1 (chmod o-w \"%2\")").arg(what, path);
+    if ((status.st_mode & S_IWGRP) && !isPrivateGroup(status.st_gid))
+        return QStringLiteral("the group %1 may change %2 (chmod g-w \"%3\")")
+            .arg(QString::number(status.st_gid), what, path);
+    return QString();
+}
+
 /// Whether somebody else could have put code into the file; says how, or is empty. The file and the folders above must
 /// belong to root or the user (under sudo also the user who called it), and neither everybody nor a group of several
 /// users may write them, but for folders where only owners may replace files (sticky, as /tmp). Folders from the one that
@@ -118,31 +139,18 @@ inline QString accessDefectOf(const QString& fileName)
     struct stat status;
     if (name.isEmpty() || stat(QFile::encodeName(name).constData(), &status) != 0)
         return QStringLiteral("cannot be looked at");
-    if (!isOwner(status.st_uid))
-        return QStringLiteral("belongs to another user (%1); only root's and your own are loaded").arg(status.st_uid);
-    if (status.st_mode & S_IWOTH)
-        return QStringLiteral("everybody may change it (chmod o-w \"%1\")").arg(name);
-    if ((status.st_mode & S_IWGRP) && !isPrivateGroup(status.st_gid))
-        return QStringLiteral("the group %1 may change it (chmod g-w \"%2\")").arg(status.st_gid).arg(name);
+    QString defect = accessDefectOf(status, name);
     const QString trusted = QFileInfo(qEnvironmentVariable("TOV_TRUSTED_FOLDER")).canonicalFilePath();
-    for (QString folder = QFileInfo(name).path();; folder = QFileInfo(folder).path()) {
+    for (QString folder = QFileInfo(name).path(); defect.isEmpty(); folder = QFileInfo(folder).path()) {
         if (!trusted.isEmpty() && (folder == trusted || trusted.startsWith(folder + QLatin1Char('/'))))
             break;
         if (stat(QFile::encodeName(folder).constData(), &status) != 0)
             return QStringLiteral("the folder %1 cannot be looked at").arg(folder);
-        if (!isOwner(status.st_uid))
-            return QStringLiteral("the folder %1 belongs to another user (%2)").arg(folder).arg(status.st_uid);
-        const bool sticky = status.st_mode & S_ISVTX;
-        if ((status.st_mode & S_IWOTH) && !sticky)
-            return QStringLiteral("everybody may change the folder %1 (chmod o-w \"%1\")").arg(folder);
-        if ((status.st_mode & S_IWGRP) && !sticky && !isPrivateGroup(status.st_gid))
-            return QStringLiteral("the group %2 may change the folder %1 (chmod g-w \"%1\")")
-                .arg(folder)
-                .arg(status.st_gid);
+        defect = accessDefectOf(status, folder);
         if (folder == QLatin1String("/"))
             break;
     }
-    return QString();
+    return defect;
 }
 
 /// Why a library must not be loaded, as a sentence that begins with its name; empty when it may be. Thread:

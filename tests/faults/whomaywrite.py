@@ -17,7 +17,7 @@ RESULTS = []
 if os.geteuid() != 0:
     print('only root gives files away')
     sys.exit(77)
-root = tempfile.mkdtemp(prefix='tov owners ')
+root = tempfile.mkdtemp(prefix='tov owners %1 ')
 os.chmod(root, 0o755)
 
 
