@@ -28,7 +28,6 @@ GeometryElement::Buffers::Entry GeometryElement::Buffers::obtain(const GeometryE
     for (const Entry& entry : entries)
         if (entry.group == context->shareGroup())
             return entry;
-    const Winding winding = entries.empty() ? windingOf(element) : entries.front().winding;
     QOpenGLFunctions* gl = context->functions();
     unsigned int names[2];
     gl->glGenBuffers(2, names);
@@ -39,8 +38,14 @@ GeometryElement::Buffers::Entry GeometryElement::Buffers::obtain(const GeometryE
     gl->glBufferData(GL_ELEMENT_ARRAY_BUFFER, GLsizeiptr(element.getIndices().size() * sizeof(std::uint32_t)),
                      element.getIndices().data(), GL_STATIC_DRAW);
     gl->glFinish();
-    entries.push_back({context->shareGroup(), names[0], names[1], winding});
+    entries.push_back({context->shareGroup(), names[0], names[1]});
     return entries.back();
+}
+
+Winding GeometryElement::Buffers::winding(const GeometryElement& element)
+{
+    std::call_once(m_Looked, [&] { m_Winding = windingOf(element); });
+    return m_Winding;
 }
 
 void GeometryElement::Buffers::abandon()

@@ -118,10 +118,11 @@ void drawElement(const GeometryElement& element, const Matrix4& toScene, const M
     if (wide)
         glDisable(GL_LIGHTING);
     // Seen from outside, a closed surface hides the far side of all its triangles: half of them need not be drawn.
-    const bool halved = buffers.winding != Winding::Unknown && !element.isTransparent() && frustum.isBeyondNear(element.getBox());
+    const Winding winding = element.mp_Buffers->winding(element);
+    const bool halved = winding != Winding::Unknown && !element.isTransparent() && frustum.isBeyondNear(element.getBox());
     if (halved) {
         const bool mirrored = tov::math::volumeScaleOf(eyeOfScene * toScene) < 0;
-        const bool outward = (buffers.winding == Winding::Outward) != mirrored;
+        const bool outward = (winding == Winding::Outward) != mirrored;
         glCullFace(outward ? GL_BACK : GL_FRONT);
         glEnable(GL_CULL_FACE);
     }
