@@ -1,86 +1,102 @@
 #include "app/common/videoprobe.h"
 
-#include "kernel/util/childprocess.h"
+#include "kernel/log/logger.h"
 
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
 #include <QFileInfo>
-#include <QProcess>
-#include <QStandardPaths>
+#include <QPointer>
+#include <QStringList>
+#include <QThreadPool>
+
+#include <memory>
+#include <utility>
+
+#include <dlfcn.h>
+#include <link.h>
 
 namespace tov::app {
 
 namespace {
 
-constexpr int LimitMs = 120000;
+using ProbeFunction = int (*)(const char*, long long*, double*);
 
-/// Files of these endings ffprobe is known to read; what it makes of others says nothing about them.
-const char* const Known[] = {"mp4", "mov", "mkv", "webm", "avi", "gif", "apng", "frames"};
-
-/// Empty when nobody can be asked about the file.
-QString programFor(const QString& fileName)
+struct Closer
 {
-    const QString suffix = QFileInfo(fileName).suffix();
-    for (const char* known : Known)
-        if (suffix.compare(QLatin1String(known), Qt::CaseInsensitive) == 0)
-            return QStandardPaths::findExecutable(QStringLiteral("ffprobe"));
-    return QString();
-}
+    void operator()(void* library) const { dlclose(library); }
+};
+/// As long as it is held, the library stays loaded.
+using Library = std::unique_ptr<void, Closer>;
 
-QStringList arguments(const QString& fileName)
+/// The files that are loaded from the encoders' folder. A plug-in that is not loaded is none that could be asked.
+QStringList loadedPlugins()
 {
-    return {QStringLiteral("-v"),
-            QStringLiteral("error"),
-            QStringLiteral("-select_streams"),
-            QStringLiteral("v:0"),
-            QStringLiteral("-count_packets"),
-            QStringLiteral("-show_entries"),
-            QStringLiteral("stream=nb_read_packets:format=duration"),
-            QStringLiteral("-of"),
-            QStringLiteral("default=noprint_wrappers=1"),
-            QStringLiteral("-i"),
-            QStringLiteral("file:") + fileName};
-}
-
-VideoProbe answerOf(QProcess& process)
-{
-    VideoProbe probe;
-    if (process.exitStatus() != QProcess::NormalExit)
-        return probe;
-    probe.asked = true;
-    for (const QByteArray& line : process.readAllStandardOutput().split('\n')) {
-        if (line.startsWith("nb_read_packets="))
-            probe.frames = line.mid(16).toLongLong();
-        else if (line.startsWith("duration="))
-            probe.seconds = line.mid(9).toDouble();
-    }
-    probe.readable = process.exitCode() == 0 && probe.frames >= 0;
-    return probe;
+    QStringList loaded;
+    dl_iterate_phdr(
+        [](dl_phdr_info* info, std::size_t, void* found) {
+            static_cast<QStringList*>(found)->append(QFile::decodeName(info->dlpi_name));
+            return 0;
+        },
+        &loaded);
+    const QString folder =
+        QFileInfo(QCoreApplication::applicationDirPath() + QStringLiteral("/plugins/video")).canonicalFilePath();
+    QStringList result;
+    for (const QString& file : std::as_const(loaded))
+        if (!folder.isEmpty() && file.startsWith(QLatin1Char('/')) && QFileInfo(file).canonicalPath() == folder)
+            result << file;
+    return result;
 }
 
 } // namespace
 
 VideoProbe probeVideo(const QString& fileName)
 {
-    const QString program = programFor(fileName);
-    if (program.isEmpty())
-        return VideoProbe();
-    tov::util::ChildProcess process;
-    process.start(program, arguments(fileName));
-    return process.waitForFinished(LimitMs) ? answerOf(process) : VideoProbe();
+    VideoProbe probe;
+    // Whatever else has a name can make its reader wait.
+    if (!QFileInfo(fileName).isFile())
+        return probe;
+    for (const QString& file : loadedPlugins()) {
+        const Library library(dlopen(QFile::encodeName(file).constData(), RTLD_LAZY | RTLD_NOLOAD));
+        const auto ask = reinterpret_cast<ProbeFunction>(library ? dlsym(library.get(), "probeVideo") : nullptr);
+        if (!ask)
+            continue;
+        long long frames = -1;
+        double seconds = 0;
+        int answer = -1;
+        try {
+            answer = ask(QFile::encodeName(fileName).constData(), &frames, &seconds);
+        } catch (...) {
+            tov::log::Logger::log(tov::log::LevelError, "app/videoprobe", __LINE__, __func__, nullptr,
+                                  QStringLiteral("The plug-in '%1' failed to read '%2'").arg(file, fileName));
+        }
+        if (answer < 0)
+            continue;
+        probe.asked = true;
+        probe.readable = answer > 0;
+        if (probe.readable) {
+            probe.frames = frames;
+            probe.seconds = seconds;
+        }
+        break;
+    }
+    return probe;
 }
 
 void probeVideo(const QString& fileName, QObject* context, std::function<void(const VideoProbe&)> done)
 {
-    const QString program = programFor(fileName);
-    if (program.isEmpty())
-        return;
-    // Ends with the context: a process that is still busy then is killed by its destructor.
-    auto* process = new tov::util::ChildProcess(context);
-    QObject::connect(process, QOverload<int, QProcess::ExitStatus>::of(&QProcess::finished), context,
-                     [process, done = std::move(done)] {
-                         process->deleteLater();
-                         done(answerOf(*process));
-                     });
-    process->start(program, arguments(fileName));
+    // Looked at on the application thread only.
+    const QPointer<QObject> receiver = context;
+    QThreadPool::globalInstance()->start([fileName, receiver, done = std::move(done)] {
+        const VideoProbe probe = probeVideo(fileName);
+        QMetaObject::invokeMethod(
+            QCoreApplication::instance(),
+            [probe, receiver, done] {
+                if (receiver)
+                    done(probe);
+            },
+            Qt::QueuedConnection);
+    });
 }
 
 } // namespace tov::app

@@ -7,12 +7,12 @@
 
 namespace tov::app {
 
-/// What a video file itself says, asked from ffprobe where that program is installed and knows the ending; nobody is
-/// asked about formats that further plug-ins bring.
+/// What a video file itself says, asked from the encoder plug-in that knows its ending (the symbol "probeVideo", see
+/// docs/encoder-plugins.md); of other files nothing is known.
 struct VideoProbe
 {
-    bool asked = false;    ///< there is such a program, it knows such files, and it came to an end
-    bool readable = false; ///< it found a video stream
+    bool asked = false;    ///< some plug-in knows such files, and came to an end
+    bool readable = false; ///< it is a video
     qint64 frames = -1;
     double seconds = 0; ///< 0 = unknown
 };

@@ -34,6 +34,9 @@ protected:
         for (const char* name : names)
             ASSERT_TRUE(QFile::copy(QStringLiteral(TOV_BINARY_DIR "/bin/plugins/video/") + QLatin1String(name),
                                     folder + QLatin1String(name)));
+        // Where the plug-ins look for their coders.
+        QFile::link(QStringLiteral(TOV_BINARY_DIR "/lib"),
+                    QDir::cleanPath(QCoreApplication::applicationDirPath() + QStringLiteral("/../lib")));
         tov::grab::video::VideoEncoder::getInstance()->refreshPlugins();
     }
     static void TearDownTestSuite()

@@ -1,5 +1,9 @@
-// An FFmpeg without one of the codecs: that format is left out, and `tov encoders` says which and why.
+// An FFmpeg without one of the codecs: that format is left out, and `tov encoders` says which and why. What there is,
+// is remembered for as long as FFmpeg stays as it is.
 
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
 #include <QProcess>
 #include <QTemporaryDir>
 
@@ -33,6 +37,127 @@ TEST(Missing, AFormatWhoseCodecIsMissingIsLeftOutAndNamed)
     EXPECT_FALSE(fewer.contains(QStringLiteral("\nhevc.mp4 "))) << fewer.toStdString();
     EXPECT_TRUE(fewer.contains(QStringLiteral("\nmp4 "))) << fewer.toStdString();
     EXPECT_TRUE(fewer.contains(QStringLiteral("missing here: hevc.mp4 (libx265)"))) << fewer.toStdString();
+}
+
+namespace {
+
+/// A program with a cache of its own.
+struct Remembering
+{
+    QTemporaryDir folder;
+    QString note;
+
+    /// What `tov encoders` says, and in `loaded` whether it had to load FFmpeg for that.
+    QString encoders(bool* loaded)
+    {
+        QProcess process;
+        auto environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("TOV_SETTINGS"), folder.filePath(QStringLiteral("settings.ini")));
+        environment.insert(QStringLiteral("XDG_CACHE_HOME"), folder.path());
+        environment.insert(QStringLiteral("LD_DEBUG"), QStringLiteral("files"));
+        process.setProcessEnvironment(environment);
+        process.start(QStringLiteral(TOV_BINARY_DIR "/bin/tov"), {"encoders"});
+        EXPECT_TRUE(process.waitForFinished(60000));
+        EXPECT_EQ(process.exitCode(), 0);
+        *loaded = process.readAllStandardError().contains("libavcodec.so");
+        if (note.isEmpty())
+            for (const char* name : {"/tov/tov/video-formats", "/tov/video-formats"})
+                if (QFileInfo(folder.path() + QLatin1String(name)).isFile())
+                    note = folder.path() + QLatin1String(name);
+        return QLatin1Char('\n') + QString::fromUtf8(process.readAllStandardOutput());
+    }
+    QByteArray read() const
+    {
+        QFile file(note);
+        EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << note.toStdString();
+        return file.readAll();
+    }
+    void write(const QByteArray& text) const
+    {
+        QFile file(note);
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate)) << note.toStdString();
+        file.write(text);
+    }
+};
+
+} // namespace
+
+TEST(Missing, TheFormatsAreRememberedWhileNothingChanges)
+{
+    if (!qEnvironmentVariableIsEmpty("LD_PRELOAD"))
+        GTEST_SKIP() << "with a library preloaded nothing is remembered";
+    Remembering program;
+    bool loaded = false;
+    const QString all = program.encoders(&loaded);
+    EXPECT_TRUE(loaded);
+    ASSERT_FALSE(program.note.isEmpty());
+    EXPECT_EQ(QFile::permissions(program.note) &
+                  (QFile::ReadGroup | QFile::WriteGroup | QFile::ReadOther | QFile::WriteOther),
+              QFile::Permissions());
+    const QByteArray note = program.read();
+    EXPECT_EQ(program.encoders(&loaded), all);
+    EXPECT_FALSE(loaded);
+
+    // What the note says is taken.
+    const int last = note.lastIndexOf('\n', note.size() - 2) + 1;
+    program.write(note.left(last) + "mp4 webm\n");
+    const QString two = program.encoders(&loaded);
+    EXPECT_FALSE(loaded);
+    EXPECT_TRUE(two.contains(QStringLiteral("\nmp4 ")) && two.contains(QStringLiteral("\nwebm "))) << two.toStdString();
+    EXPECT_FALSE(two.contains(QStringLiteral("\nmkv ")) || two.contains(QStringLiteral("\nframes ")))
+        << two.toStdString();
+    EXPECT_TRUE(two.contains(QStringLiteral("missing here: mov (libx264)"))) << two.toStdString();
+}
+
+TEST(Missing, AChangedLibraryOrADamagedNoteIsLookedIntoAnew)
+{
+    if (!qEnvironmentVariableIsEmpty("LD_PRELOAD"))
+        GTEST_SKIP() << "with a library preloaded nothing is remembered";
+    Remembering program;
+    bool loaded = false;
+    const QString all = program.encoders(&loaded);
+    ASSERT_FALSE(program.note.isEmpty());
+    const QByteArray note = program.read();
+    QList<QByteArray> lines = note.split('\n');
+    ASSERT_EQ(lines.size(), 7)
+        << note.constData(); // title, our library, two of FFmpeg's, the loader's list, formats, end
+    const int last = note.lastIndexOf('\n', note.size() - 2) + 1;
+    const QByteArray few = "mp4\n";
+
+    QList<QByteArray> damaged{"",
+                              "\n",
+                              "\n\n\n\n\n",
+                              QByteArray(100000, 'x'),
+                              QByteArray(100000, '\n'),
+                              note.left(last - 3),
+                              QByteArray("\0\xff\n", 3) + note.left(last) + few,
+                              "tov video formats 2\n" +
+                                  note.mid(note.indexOf('\n') + 1, last - note.indexOf('\n') - 1) + few};
+    // Each of the four files with another size or date, gone, or not named at all.
+    for (int line = 1; line <= 4; ++line) {
+        for (const QByteArray& changed : {lines[line] + '1', lines[line].replace(lines[line].lastIndexOf(' '), 1, "1 "),
+                                          QByteArray("/not/there 1 1.000000000"), QByteArray()}) {
+            QList<QByteArray> other = note.left(last).split('\n');
+            if (changed.isEmpty())
+                other.removeAt(line);
+            else
+                other[line] = changed;
+            damaged << other.join('\n') + few;
+        }
+    }
+    for (const QByteArray& text : std::as_const(damaged)) {
+        program.write(text);
+        EXPECT_EQ(program.encoders(&loaded), all) << text.left(400).constData();
+        EXPECT_TRUE(loaded) << text.left(400).constData();
+        EXPECT_EQ(program.read(), note);
+    }
+
+    // A folder in its place: never remembered, always right.
+    ASSERT_TRUE(QFile::remove(program.note) && QDir().mkdir(program.note));
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(program.encoders(&loaded), all);
+        EXPECT_TRUE(loaded);
+    }
 }
 
 int main(int argc, char** argv)

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 """Watches every system call by which the program could reach beyond what it was told: no network, no port, no shell, no other
-program but its own and ffprobe; nothing is written but in its own folders and where it was told to, temporary data is
+program but its own and, in the window's test, ffprobe; nothing is written but in its own folders and where it was told to, temporary data is
 private, and models and scripts cannot change that.
 
     watched.py BUILD_FOLDER SOURCE_FOLDER [CASE]
@@ -28,6 +28,7 @@ CALLS = ('%network,execve,execveat,open,openat,openat2,creat,rename,renameat,ren
 # Whom Qt and the C library ask: the display, the session's and the system's message bus (for screen readers and input
 # methods), the cache of names of users.
 PARTNERS = re.compile(r'sun_path=@?"(/tmp/\.X11-unix/X\d+|/(var/)?run/dbus/system_bus_socket|/run/user/\d+/.*|/(var/)?run/nscd/socket)"')
+# The window's test looks at videos by ffprobe; the program itself does not.
 PROGRAMS = re.compile(r'(.*/(tov|tst_window|tov-import|tov-check-encoder)|(/usr)?/bin/ffprobe)$')
 # Not files: terminals, graphics cards, what a process knows of itself.
 NO_FILES = ('/dev/null', '/dev/dri/', '/dev/shm/', '/dev/tty', '/proc/self', '/sys/')

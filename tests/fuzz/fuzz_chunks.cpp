@@ -1,6 +1,6 @@
 // Cutting chunks into frames: every whole frame once, in order, in memory and in files that break off.
 
-#include "plugins/video/common/framereader.h"
+#include "plugins/video/coders/framereader.h"
 
 #include <QBuffer>
 

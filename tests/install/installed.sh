@@ -94,7 +94,7 @@ plain_stack() { readelf -lW "$1" | grep GNU_STACK | grep ' RW ' >/dev/null; }
 movable() { readelf -hW "$1" | grep 'Type: *DYN' >/dev/null; }
 guarded() { readelf -sW --dyn-syms "$1" | grep '__stack_chk_fail' >/dev/null; }
 # Copies into buffers whose size the compiler knows are checked where there are any. Sanitizers have checks of their own.
-for name in bin/tov lib/libtovkernel.so bin/plugins/video/ffmpeg.so; do
+for name in bin/tov lib/libtovkernel.so lib/libtovcoders.so; do
   nm -D --undefined-only "$prefix/lib/tov/$name" | grep '__[at]san_init' >/dev/null && continue
   check "$name: buffers checked" contains "_chk@" nm -D --undefined-only "$prefix/lib/tov/$name"
 done

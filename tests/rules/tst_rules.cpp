@@ -58,6 +58,10 @@ const std::vector<Rule> Rules = {
      {"libav", "GL/"}},
     {"plugins/video/",
      {"grab/video/", "plugins/video/common/", "kernel/log/", "kernel/main/informationobject.h", "kernel/main/export.h"},
+     {"QOpenGL", "GL/", "libav", "libsw"}},
+    // Only these bring FFmpeg along, and they are no plug-ins: the encoders load them.
+    {"plugins/video/coders/",
+     {"plugins/video/coders/", "plugins/video/common/", "kernel/log/", "kernel/main/export.h"},
      {"QOpenGL", "GL/"}},
     {"plugins/platform/", {"plugins/platform/"}, {"libav"}},
     {"app/", {"kernel/", "scene/", "trajectory/", "app/", "plugins/platform/select/"}, {"libav"}},
@@ -390,7 +394,7 @@ TEST(BuiltFiles, AreCompiledHardened)
 TEST(BuiltFiles, AreHardened)
 {
     for (const char* file : {"bin/tov", "bin/modules/libgrab.so", "lib/libtovkernel.so", "lib/libtovscene.so",
-                             "lib/libtovtrajectory.so", "bin/plugins/video/ffmpeg.so"}) {
+                             "lib/libtovtrajectory.so", "lib/libtovcoders.so", "bin/plugins/video/ffmpeg.so"}) {
         const std::string path = std::string(TOV_BINARY_DIR "/") + file;
         const std::string headers = output("readelf -Wld " + path);
         EXPECT_NE(headers.find("GNU_RELRO"), std::string::npos) << file;

@@ -25,7 +25,4 @@ struct Format
 /// The formats of this family, all of them.
 const std::vector<Format>& formats();
 
-/// True when the FFmpeg libraries of this machine can make the format.
-bool isAvailable(const Format& format);
-
 } // namespace tov::plugins::video

@@ -1,7 +1,6 @@
 #include "grab/video/videoencoder.h"
 #include "kernel/main/informationobject.h"
-#include "plugins/video/common/ffmpegencoder.h"
-#include "plugins/video/common/pin.h"
+#include "plugins/video/common/lazyencoder.h"
 
 using namespace tov::plugins::video;
 
@@ -9,7 +8,7 @@ namespace {
 
 tov::grab::video::Encoder* createEncoder(void* format)
 {
-    return new FFmpegEncoder(*static_cast<const Format*>(format));
+    return new LazyEncoder(static_cast<const Format*>(format));
 }
 
 } // namespace
@@ -17,10 +16,10 @@ tov::grab::video::Encoder* createEncoder(void* format)
 /// Registers every format that the FFmpeg libraries of this machine can make; true when there is any.
 extern "C" TOV_EXPORT bool doRegister()
 {
-    pinLibraries();
+    const QStringList available = availableFormats();
     bool any = false;
     for (const Format& format : formats())
-        if (isAvailable(format))
+        if (available.contains(QLatin1String(format.extension)))
             any = tov::grab::video::VideoEncoder::getInstance()->registerEncoder(
                       createEncoder, QString::fromLatin1(format.extension), QString::fromLatin1(format.description),
                       const_cast<Format*>(&format)) ||
@@ -30,12 +29,26 @@ extern "C" TOV_EXPORT bool doRegister()
 
 extern "C" TOV_EXPORT tov::main::AdditionalInformation getInfos()
 {
+    const QStringList available = availableFormats();
     QString missing;
     for (const Format& format : formats())
-        if (!isAvailable(format))
+        if (!available.contains(QLatin1String(format.extension)))
             missing += QStringLiteral(" %1 (%2)").arg(QLatin1String(format.extension), QLatin1String(format.codec));
     return {QStringLiteral("FFmpeg encoders"),
             QStringLiteral("Video formats by the FFmpeg libraries") +
                 (missing.isEmpty() ? QString() : QStringLiteral("; missing here:") + missing),
             QStringLiteral("0.1.0"), QStringLiteral("the tov developers")};
+}
+
+/// The program asks for what became of a file; see docs/encoder-plugins.md.
+extern "C" TOV_EXPORT int probeVideo(const char* fileName, long long* frames, double* seconds)
+{
+    // Files of these endings FFmpeg is known to read; what it makes of others says nothing about them.
+    const QString name = QString::fromLocal8Bit(fileName);
+    for (const char* known : {".mp4", ".mov", ".mkv", ".webm", ".avi", ".gif", ".apng", ".frames"})
+        if (name.endsWith(QLatin1String(known), Qt::CaseInsensitive)) {
+            const CoderFunctions* coders = coderFunctions();
+            return coders ? coders->probeVideo(fileName, frames, seconds) : -1;
+        }
+    return -1;
 }

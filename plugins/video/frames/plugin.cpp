@@ -1,25 +1,23 @@
 #include "grab/video/videoencoder.h"
 #include "kernel/main/informationobject.h"
-#include "plugins/video/common/framesencoder.h"
-#include "plugins/video/common/pin.h"
-
-using tov::plugins::video::FramesEncoder;
+#include "plugins/video/common/lazyencoder.h"
 
 namespace {
 
+const QString Extension = QStringLiteral("frames");
+
 tov::grab::video::Encoder* createEncoder(void*)
 {
-    return new FramesEncoder;
+    return new tov::plugins::video::LazyEncoder(nullptr);
 }
 
 } // namespace
 
 extern "C" TOV_EXPORT bool doRegister()
 {
-    tov::plugins::video::pinLibraries();
-    return FramesEncoder::isAvailable() && tov::grab::video::VideoEncoder::getInstance()->registerEncoder(
-                                               createEncoder, QStringLiteral("frames"),
-                                               QStringLiteral("Numbered PNG pictures and a list of them"), nullptr);
+    return tov::plugins::video::availableFormats().contains(Extension) &&
+           tov::grab::video::VideoEncoder::getInstance()->registerEncoder(
+               createEncoder, Extension, QStringLiteral("Numbered PNG pictures and a list of them"), nullptr);
 }
 
 extern "C" TOV_EXPORT tov::main::AdditionalInformation getInfos()

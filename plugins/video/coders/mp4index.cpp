@@ -1,4 +1,4 @@
-#include "plugins/video/common/mp4index.h"
+#include "plugins/video/coders/mp4index.h"
 
 #include <QtEndian>
 

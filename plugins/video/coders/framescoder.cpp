@@ -1,7 +1,4 @@
-#include "plugins/video/common/framesencoder.h"
-
-#include "kernel/log/logger.h"
-#include "plugins/video/common/framereader.h"
+#include "plugins/video/coders/framescoder.h"
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -13,7 +10,6 @@ extern "C" {
 #include <QThread>
 
 #include <algorithm>
-#include <atomic>
 
 #include <sys/stat.h>
 
@@ -47,7 +43,7 @@ QString portable(const QString& name)
 
 } // namespace
 
-struct FramesEncoder::Coder
+struct FramesCoder::Codec
 {
     std::unique_ptr<AVCodecContext, Freer> codec;
     std::unique_ptr<AVFrame, Freer> frame;
@@ -55,40 +51,20 @@ struct FramesEncoder::Coder
     qint64 frames = 0;
 };
 
-FramesEncoder::FramesEncoder() = default;
-FramesEncoder::~FramesEncoder() = default;
+FramesCoder::FramesCoder() : FrameCoder(SourceFile) {}
+FramesCoder::~FramesCoder() = default;
 
-bool FramesEncoder::isAvailable()
+bool FramesCoder::isAvailable()
 {
     return avcodec_find_encoder(AV_CODEC_ID_PNG) != nullptr;
 }
 
-bool FramesEncoder::fail(int line, const char* function, const QString& what, int averror)
+bool FramesCoder::open()
 {
-    if (!m_Failed) {
-        char text[AV_ERROR_MAX_STRING_SIZE] = {};
-        av_strerror(averror, text, sizeof text);
-        tov::log::Logger::log(tov::log::LevelError, SourceFile, line, function, nullptr,
-                              averror ? what + ": " + QString::fromLocal8Bit(text) : what);
-    }
-    m_Failed = true;
-    return false;
-}
-
-bool FramesEncoder::initEncoding(QIODevice*, bool)
-{
-    return true; // a refusal would strand every chunk
-}
-
-bool FramesEncoder::open()
-{
-    d = std::make_unique<Coder>();
-    const auto* file = qobject_cast<QFile*>(mp_OutputFile);
+    d = std::make_unique<Codec>();
+    const auto* file = qobject_cast<QFile*>(job().output);
     if (!file)
         return fail(__LINE__, __func__, QStringLiteral("There is no output file to write the video to"));
-    if (bytesOfFrame(m_Width, m_Height) == 0)
-        return fail(__LINE__, __func__,
-                    QStringLiteral("A video of %1 x %2 pixels cannot be encoded").arg(m_Width).arg(m_Height));
     const QFileInfo info(file->fileName());
     m_Folder = info.absolutePath();
     m_Prefix = portable(info.completeBaseName());
@@ -99,10 +75,10 @@ bool FramesEncoder::open()
     d->packet.reset(av_packet_alloc());
     if (!d->codec || !d->frame || !d->packet)
         return fail(__LINE__, __func__, QStringLiteral("There is not enough memory to encode the video"));
-    d->codec->width = m_Width;
-    d->codec->height = m_Height;
+    d->codec->width = job().width;
+    d->codec->height = job().height;
     d->codec->pix_fmt = AV_PIX_FMT_RGBA;
-    d->codec->time_base = AVRational{1, m_Fps > 0 ? m_Fps : DefaultFps};
+    d->codec->time_base = AVRational{1, job().fps > 0 ? job().fps : DefaultFps};
     d->codec->compression_level = 3; // higher levels gain little on rendered pictures and take several times longer
     d->codec->thread_count = std::clamp(QThread::idealThreadCount(), 1, MaximumThreads);
     const int result = avcodec_open2(d->codec.get(), encoder, nullptr);
@@ -111,22 +87,22 @@ bool FramesEncoder::open()
     return writeList("ffconcat version 1.0\n");
 }
 
-bool FramesEncoder::encodeFrame(const uchar* bgra)
+bool FramesCoder::codeFrame(const uchar* bgra)
 {
-    bgra = m_Alpha.convert(bgra, m_Width, m_Height, false);
+    bgra = m_Alpha.convert(bgra, job().width, job().height, false);
     AVFrame* frame = d->frame.get();
     av_frame_unref(frame);
-    frame->width = m_Width;
-    frame->height = m_Height;
+    frame->width = job().width;
+    frame->height = job().height;
     frame->format = AV_PIX_FMT_RGBA;
     frame->pts = d->frames++;
     const int result = av_frame_get_buffer(frame, 0);
     if (result < 0)
         return fail(__LINE__, __func__, QStringLiteral("There is no memory for a frame"), result);
-    for (int y = 0; y < m_Height; ++y) {
-        const uchar* from = bgra + qint64(y) * m_Width * 4;
+    for (int y = 0; y < job().height; ++y) {
+        const uchar* from = bgra + qint64(y) * job().width * 4;
         uchar* to = frame->data[0] + qint64(y) * frame->linesize[0];
-        for (int x = 0; x < m_Width; ++x, from += 4, to += 4) {
+        for (int x = 0; x < job().width; ++x, from += 4, to += 4) {
             to[0] = from[2];
             to[1] = from[1];
             to[2] = from[0];
@@ -136,7 +112,7 @@ bool FramesEncoder::encodeFrame(const uchar* bgra)
     return send(false);
 }
 
-bool FramesEncoder::send(bool flush)
+bool FramesCoder::send(bool flush)
 {
     int result = avcodec_send_frame(d->codec.get(), flush ? nullptr : d->frame.get());
     while (result >= 0) {
@@ -154,16 +130,16 @@ bool FramesEncoder::send(bool flush)
 }
 
 /// Whether the list still lies where it was opened: its folder may have been moved, and another put in its place.
-bool FramesEncoder::isListInPlace() const
+bool FramesCoder::isListInPlace() const
 {
-    const auto* list = qobject_cast<QFile*>(mp_OutputFile);
+    const auto* list = qobject_cast<QFile*>(job().output);
     struct stat opened, named;
     return list && fstat(list->handle(), &opened) == 0 &&
            stat(QFile::encodeName(list->fileName()).constData(), &named) == 0 && opened.st_dev == named.st_dev &&
            opened.st_ino == named.st_ino;
 }
 
-bool FramesEncoder::writePicture(const char* data, int size)
+bool FramesCoder::writePicture(const char* data, int size)
 {
     if (!isListInPlace())
         return fail(__LINE__, __func__,
@@ -187,56 +163,29 @@ bool FramesEncoder::writePicture(const char* data, int size)
     return writeList("file " + name.toLatin1() + "\nduration " + QByteArray::number(seconds, 'f', 6) + '\n');
 }
 
-bool FramesEncoder::writeList(const QByteArray& text)
+bool FramesCoder::writeList(const QByteArray& text)
 {
-    auto* file = qobject_cast<QFile*>(mp_OutputFile);
+    auto* file = qobject_cast<QFile*>(job().output);
     if (file && file->write(text) == text.size() && file->flush())
         return true;
     return fail(__LINE__, __func__, QStringLiteral("The list of pictures could not be written"));
 }
 
-bool FramesEncoder::encodeChunk(QIODevice* chunk, bool isLast)
+void FramesCoder::complete()
 {
-    if (m_Failed || (!d && !open()))
-        return true;
-    FrameReader reader(chunk, bytesOfFrame(m_Width, m_Height));
-    while (const uchar* bgra = reader.next()) {
-        if (std::atomic_ref<bool>(m_Aborted).load())
-            return true;
-        if (!d->codec)
-            fail(__LINE__, __func__, QStringLiteral("What comes after the last frame is dropped"));
-        if (m_Failed || !encodeFrame(bgra))
-            return true; // logged, and what comes is dropped
-    }
-    if (reader.failed())
-        fail(__LINE__, __func__, QStringLiteral("A chunk of the recording cannot be read back"));
-    if (reader.remainder() > 0 && !m_RemainderLogged) {
-        m_RemainderLogged = true;
-        tov::log::Logger::log(
-            tov::log::LevelInformation, SourceFile, __LINE__, __func__, nullptr,
-            QStringLiteral("The last %1 bytes of a chunk are no whole frame and are dropped").arg(reader.remainder()));
-    }
-    if (isLast && !m_Failed && d->codec) {
-        send(true); // here rather than in `finishEncoding`, which no progress covers
-        d->codec.reset();
-    }
-    return true;
+    send(true);
 }
 
-void FramesEncoder::finishEncoding()
+void FramesCoder::close()
 {
-    if (std::atomic_ref<bool>(m_Aborted).load()) {
-        // The list is gone already.
-        for (const QString& file : m_Files)
-            QFile::remove(file);
-    } else if (d && d->codec && !m_Failed) {
-        send(true); // no chunk was marked last
-    }
-    m_Files.clear();
     d.reset();
-    m_Alpha = StraightAlpha();
-    m_Failed = false;
-    m_RemainderLogged = false;
+}
+
+void FramesCoder::discard()
+{
+    for (const QString& file : m_Files)
+        QFile::remove(file);
+    m_Files.clear();
 }
 
 } // namespace tov::plugins::video

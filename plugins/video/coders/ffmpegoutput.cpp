@@ -1,4 +1,4 @@
-#include "plugins/video/common/ffmpegoutput.h"
+#include "plugins/video/coders/ffmpegoutput.h"
 
 #include <QFileDevice>
 

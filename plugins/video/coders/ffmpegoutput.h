@@ -1,6 +1,6 @@
 #pragma once
 
-#include "plugins/video/common/mp4index.h"
+#include "plugins/video/coders/mp4index.h"
 
 #include <QIODevice>
 

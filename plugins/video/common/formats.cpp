@@ -1,10 +1,5 @@
 #include "plugins/video/common/format.h"
 
-extern "C" {
-#include <libavcodec/avcodec.h>
-#include <libavformat/avformat.h>
-}
-
 namespace tov::plugins::video {
 
 const std::vector<Format>& formats()
@@ -28,11 +23,6 @@ const std::vector<Format>& formats()
         {"lossless.mkv", "Matroska video, lossless with transparency (FFV1)", "matroska", "ffv1", "bgra", true, false, false, nullptr, {{"level", "3"}, {"slices", "4"}, {"slicecrc", "1"}}, {{"cluster_time_limit", "1000"}}},
     };
     return table;
-}
-
-bool isAvailable(const Format& format)
-{
-    return avcodec_find_encoder_by_name(format.codec) && av_guess_format(format.muxer, nullptr, nullptr);
 }
 
 } // namespace tov::plugins::video

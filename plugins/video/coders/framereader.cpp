@@ -1,4 +1,4 @@
-#include "plugins/video/common/framereader.h"
+#include "plugins/video/coders/framereader.h"
 
 #include <QBuffer>
 

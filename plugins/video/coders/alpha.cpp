@@ -1,4 +1,4 @@
-#include "plugins/video/common/alpha.h"
+#include "plugins/video/coders/alpha.h"
 
 #include <algorithm>
 #include <cstring>

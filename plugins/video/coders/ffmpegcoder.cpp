@@ -1,8 +1,8 @@
-#include "plugins/video/common/ffmpegencoder.h"
+#include "plugins/video/coders/ffmpegcoder.h"
 
 #include "kernel/log/logger.h"
-#include "plugins/video/common/ffmpegoutput.h"
-#include "plugins/video/common/framereader.h"
+#include "plugins/video/coders/ffmpegoutput.h"
+#include "plugins/video/coders/framereader.h"
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -26,7 +26,6 @@ using tov::log::Logger;
 namespace {
 
 const char* const SourceFile = "plugins/video/ffmpeg";
-constexpr int ErrorLevel = tov::log::LevelError;
 
 /// Ticks of a frame in the indexed formats: fine enough for every player.
 constexpr int TicksPerFrame = 512;
@@ -37,13 +36,6 @@ constexpr int HighestFps = 1000000;
 constexpr int KeySeconds = 2;
 /// Frames by which the HEVC coder's decoding order runs ahead: B frames that others refer to, one level.
 constexpr qint64 HevcReorder = 2;
-
-QString errorText(int averror)
-{
-    char text[AV_ERROR_MAX_STRING_SIZE] = {};
-    av_strerror(averror, text, sizeof text);
-    return QString::fromLocal8Bit(text);
-}
 
 /// What FFmpeg has to say goes into the log, errors only.
 void onFFmpegMessage(void* context, int level, const char* format, va_list arguments)
@@ -77,7 +69,7 @@ bool isRgb(AVPixelFormat format)
 
 } // namespace
 
-struct FFmpegEncoder::Pipeline
+struct FFmpegCoder::Pipeline
 {
     std::unique_ptr<Mp4Index> index; ///< null for formats without one
     std::unique_ptr<FFmpegOutput> output;
@@ -91,53 +83,35 @@ struct FFmpegEncoder::Pipeline
     Owned<AVFrame> filtered;
     Owned<AVPacket> packet;
     AVStream* stream = nullptr; ///< the muxer's
-    bool headerWritten = false;
-    qint64 packets = 0; ///< received from the codec so far
+    qint64 packets = 0;         ///< received from the codec so far
     qint64 firstDts = AV_NOPTS_VALUE;
 };
 
-FFmpegEncoder::FFmpegEncoder(const Format& format) : m_Format(format)
+FFmpegCoder::FFmpegCoder(const Format& format) : FrameCoder(SourceFile), m_Format(format)
 {
     static std::atomic<bool> once{false};
     if (!once.exchange(true))
         av_log_set_callback(onFFmpegMessage);
 }
 
-FFmpegEncoder::~FFmpegEncoder() = default;
+FFmpegCoder::~FFmpegCoder() = default;
 
-bool FFmpegEncoder::fail(int line, const char* function, const QString& what, int averror)
+bool FFmpegCoder::isAvailable(const Format& format)
 {
-    if (!m_Failed)
-        Logger::log(ErrorLevel, SourceFile, line, function, nullptr,
-                    averror ? QStringLiteral("%1: %2").arg(what, errorText(averror)) : what);
-    m_Failed = true;
-    return false;
+    return avcodec_find_encoder_by_name(format.codec) && av_guess_format(format.muxer, nullptr, nullptr);
 }
 
-bool FFmpegEncoder::initEncoding(QIODevice*, bool)
-{
-    // Everything is opened later, on the runner, whose idle scheduling the codec's threads inherit. Refusing here would
-    // strand every chunk, so a problem with the output is not even looked for.
-    d.reset();
-    m_Alpha = StraightAlpha();
-    m_Failed = false;
-    m_Finished = false;
-    m_Frames = 0;
-    m_Slot = -1;
-    return true;
-}
-
-bool FFmpegEncoder::open()
+bool FFmpegCoder::open()
 {
     d = std::make_unique<Pipeline>();
-    if (!mp_OutputFile)
+    if (!job().output)
         return fail(__LINE__, __func__, QStringLiteral("There is no output file to write the video to"));
-    const int fps = m_Fps > 0 ? std::min(m_Fps, HighestFps) : DefaultFps;
+    const int fps = job().fps > 0 ? std::min(job().fps, HighestFps) : DefaultFps;
     const QString noMemory = QStringLiteral("There is not enough memory to encode the video");
 
     if (m_Format.indexed)
         d->index = std::make_unique<Mp4Index>();
-    d->output = std::make_unique<FFmpegOutput>(mp_OutputFile, d->index.get());
+    d->output = std::make_unique<FFmpegOutput>(job().output, d->index.get());
     AVFormatContext* muxer = nullptr;
     int result = avformat_alloc_output_context2(&muxer, nullptr, m_Format.muxer, nullptr);
     d->muxer.reset(muxer);
@@ -147,7 +121,11 @@ bool FFmpegEncoder::open()
     muxer->flags |= AVFMT_FLAG_CUSTOM_IO | AVFMT_FLAG_FLUSH_PACKETS;
 
     const AVCodec* encoder = avcodec_find_encoder_by_name(m_Format.codec);
-    d->codec.reset(encoder ? avcodec_alloc_context3(encoder) : nullptr);
+    if (!encoder)
+        return fail(__LINE__, __func__,
+                    QStringLiteral("The FFmpeg libraries of this machine lack the codec %1")
+                        .arg(QLatin1String(m_Format.codec)));
+    d->codec.reset(avcodec_alloc_context3(encoder));
     d->frame.reset(av_frame_alloc());
     d->filtered.reset(av_frame_alloc());
     d->packet.reset(av_packet_alloc());
@@ -159,8 +137,8 @@ bool FFmpegEncoder::open()
     const AVPixelFormat pixelFormat = av_get_pix_fmt(m_Format.pixelFormat);
     const bool rgb = isRgb(pixelFormat);
     const bool jpeg = pixelFormat == AV_PIX_FMT_YUVJ420P;
-    codec->width = m_Width;
-    codec->height = m_Height;
+    codec->width = job().width;
+    codec->height = job().height;
     codec->pix_fmt = pixelFormat;
     codec->time_base = AVRational{1, fps};
     codec->framerate = AVRational{fps, 1};
@@ -172,7 +150,7 @@ bool FFmpegEncoder::open()
     codec->colorspace = rgb ? AVCOL_SPC_RGB : jpeg ? AVCOL_SPC_BT470BG : AVCOL_SPC_BT709;
     codec->color_range = rgb || jpeg ? AVCOL_RANGE_JPEG : AVCOL_RANGE_MPEG;
     if (m_Format.rateControlled)
-        codec->bit_rate = std::max(1000, m_Kbps);
+        codec->bit_rate = std::max(1000, job().kbps);
     codec->thread_count = 0;
     if (muxer->oformat->flags & AVFMT_GLOBALHEADER)
         codec->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
@@ -191,24 +169,24 @@ bool FFmpegEncoder::open()
         return fail(__LINE__, __func__,
                     QStringLiteral("The codec %1 cannot be opened for %2 x %3 pixels")
                         .arg(QLatin1String(m_Format.codec))
-                        .arg(m_Width)
-                        .arg(m_Height),
+                        .arg(job().width)
+                        .arg(job().height),
                     result);
 
     const AVPixelFormat from = m_Format.alpha ? AV_PIX_FMT_BGRA : AV_PIX_FMT_BGR0;
     // Frames come to the filter, where there is one, as they are.
     d->frame->format = m_Format.filter ? from : pixelFormat;
-    d->frame->width = m_Width;
-    d->frame->height = m_Height;
+    d->frame->width = job().width;
+    d->frame->height = job().height;
     d->frame->color_range = codec->color_range;
     d->frame->colorspace = codec->colorspace;
     d->frame->color_primaries = codec->color_primaries;
     d->frame->color_trc = codec->color_trc;
     if (av_frame_get_buffer(d->frame.get(), 0) < 0)
         return fail(__LINE__, __func__, noMemory);
-    d->scaler.reset(sws_getContext(m_Width, m_Height, from, m_Width, m_Height, AVPixelFormat(d->frame->format),
-                                   SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT | SWS_FULL_CHR_H_INP, nullptr,
-                                   nullptr, nullptr));
+    d->scaler.reset(sws_getContext(
+        job().width, job().height, from, job().width, job().height, AVPixelFormat(d->frame->format),
+        SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT | SWS_FULL_CHR_H_INP, nullptr, nullptr, nullptr));
     if (!d->scaler)
         return fail(__LINE__, __func__, noMemory);
     if (!rgb) {
@@ -235,17 +213,16 @@ bool FFmpegEncoder::open()
     av_dict_free(&options);
     if (result < 0)
         return fail(__LINE__, __func__, QStringLiteral("The video file cannot be written"), result);
-    d->headerWritten = true;
     return true;
 }
 
-bool FFmpegEncoder::openFilter()
+bool FFmpegCoder::openFilter()
 {
     d->graph.reset(avfilter_graph_alloc());
     char arguments[256];
     const AVRational base = d->codec->time_base;
-    std::snprintf(arguments, sizeof arguments, "video_size=%dx%d:pix_fmt=%d:time_base=%d/%d:pixel_aspect=1/1", m_Width,
-                  m_Height, d->frame->format, base.num, base.den);
+    std::snprintf(arguments, sizeof arguments, "video_size=%dx%d:pix_fmt=%d:time_base=%d/%d:pixel_aspect=1/1",
+                  job().width, job().height, d->frame->format, base.num, base.den);
     int result = d->graph ? avfilter_graph_create_filter(&d->source, avfilter_get_by_name("buffer"), "in", arguments,
                                                          nullptr, d->graph.get())
                           : AVERROR(ENOMEM);
@@ -272,64 +249,31 @@ bool FFmpegEncoder::openFilter()
     return result >= 0 || fail(__LINE__, __func__, QStringLiteral("The colours cannot be converted"), result);
 }
 
-bool FFmpegEncoder::encodeChunk(QIODevice* chunk, bool isLast)
+bool FFmpegCoder::codeFrame(const uchar* bgra)
 {
-    const qint64 frameBytes = bytesOfFrame(m_Width, m_Height);
-    if (frameBytes == 0)
-        fail(__LINE__, __func__,
-             QStringLiteral("A video of %1 x %2 pixels cannot be encoded").arg(m_Width).arg(m_Height));
-    if (!m_Failed) {
-        FrameReader reader(chunk, frameBytes);
-        while (const uchar* frame = reader.next()) {
-            if (std::atomic_ref<bool>(m_Aborted).load())
-                return true;
-            if (m_Finished) {
-                // The file has its end, a second beginning behind it would spoil it.
-                fail(__LINE__, __func__, QStringLiteral("What comes after the last frame is dropped"));
-                break;
-            }
-            if (!d && !open())
-                break;
-            if (!encodeFrame(frame))
-                break;
-        }
-        if (reader.failed())
-            fail(__LINE__, __func__, QStringLiteral("A chunk of the recording cannot be read back"));
-        else if (reader.remainder() > 0 && !m_Failed)
-            Logger::log(ErrorLevel, SourceFile, __LINE__, __func__, nullptr,
-                        QStringLiteral("The last %1 bytes of a chunk are no whole frame and are dropped")
-                            .arg(reader.remainder()));
-    }
-    if (isLast && !std::atomic_ref<bool>(m_Aborted).load())
-        finish();
-    return true;
-}
-
-bool FFmpegEncoder::encodeFrame(const uchar* bgra)
-{
-    if (m_Format.highestFps > 0 && m_Fps > m_Format.highestFps) {
-        const qint64 slot = m_Frames * m_Format.highestFps / m_Fps;
+    if (m_Format.highestFps > 0 && job().fps > m_Format.highestFps) {
+        const qint64 slot = m_Frames * m_Format.highestFps / job().fps;
         if (std::exchange(m_Slot, slot) == slot) {
             ++m_Frames;
             return true;
         }
     }
     if (m_Format.alpha)
-        bgra = m_Alpha.convert(bgra, m_Width, m_Height, !isRgb(d->codec->pix_fmt));
+        bgra = m_Alpha.convert(bgra, job().width, job().height, !isRgb(d->codec->pix_fmt));
     // The codec may still hold the frame before.
     int result = av_frame_make_writable(d->frame.get());
     if (result < 0)
         return fail(__LINE__, __func__, QStringLiteral("There is not enough memory to encode the video"), result);
     const uint8_t* const planes[4] = {bgra, nullptr, nullptr, nullptr};
-    const int strides[4] = {m_Width * 4, 0, 0, 0};
-    sws_scale(d->scaler.get(), planes, strides, 0, m_Height, d->frame->data, d->frame->linesize);
+    const int strides[4] = {job().width * 4, 0, 0, 0};
+    sws_scale(d->scaler.get(), planes, strides, 0, job().height, d->frame->data, d->frame->linesize);
     d->frame->pts = m_Frames++;
     // A fixed quality is read from each frame, not from the codec's context.
     d->frame->quality = d->codec->global_quality;
     return d->graph ? filterAndSend(false) : send(false);
 }
 
-bool FFmpegEncoder::filterAndSend(bool flush)
+bool FFmpegCoder::filterAndSend(bool flush)
 {
     int result = av_buffersrc_add_frame_flags(d->source, flush ? nullptr : d->frame.get(), AV_BUFFERSRC_FLAG_KEEP_REF);
     while (result >= 0) {
@@ -350,7 +294,7 @@ bool FFmpegEncoder::filterAndSend(bool flush)
     return !flush || send(true);
 }
 
-bool FFmpegEncoder::send(bool flush)
+bool FFmpegCoder::send(bool flush)
 {
     AVCodecContext* codec = d->codec.get();
     int result = avcodec_send_frame(codec, flush ? nullptr : d->frame.get());
@@ -389,41 +333,32 @@ bool FFmpegEncoder::send(bool flush)
     }
 }
 
-void FFmpegEncoder::finish()
+void FFmpegCoder::complete()
 {
-    if (std::exchange(m_Finished, true) || !d)
+    if (!(d->graph ? filterAndSend(true) : send(true)))
         return;
-    if (d->headerWritten && !m_Failed && (d->graph ? filterAndSend(true) : send(true))) {
-        int result = av_write_trailer(d->muxer.get());
-        avio_flush(d->muxer->pb);
-        if (result >= 0 && d->output->failed())
-            result = AVERROR(EIO);
-        if (result < 0) {
-            fail(__LINE__, __func__, QStringLiteral("The video file cannot be completed; what is in it can be played"),
-                 result);
-        } else if (d->index && d->index->hasSamples()) {
-            // From fragments to one indexed file: the index behind everything, then the patch near the head. Should the
-            // index not fit on the disk, the fragments still play.
-            const QByteArray index = d->index->finalIndex(TicksPerFrame, quint32(d->stream->time_base.den));
-            const qint64 end = mp_OutputFile->pos();
-            const QByteArray patch = d->index->patch(end);
-            if (index.isEmpty() || !d->output->write(index.constData(), index.size()) ||
-                !d->output->seek(d->index->patchPosition()) || !d->output->write(patch.constData(), patch.size()))
-                fail(__LINE__, __func__,
-                     QStringLiteral("The video file's index cannot be written; it plays, but players seek slowly"));
-        }
+    int result = av_write_trailer(d->muxer.get());
+    avio_flush(d->muxer->pb);
+    if (result >= 0 && d->output->failed())
+        result = AVERROR(EIO);
+    if (result < 0) {
+        fail(__LINE__, __func__, QStringLiteral("The video file cannot be completed; what is in it can be played"),
+             result);
+    } else if (d->index && d->index->hasSamples()) {
+        // From fragments to one indexed file: the index behind everything, then the patch near the head. Should the
+        // index not fit on the disk, the fragments still play.
+        const QByteArray index = d->index->finalIndex(TicksPerFrame, quint32(d->stream->time_base.den));
+        const qint64 end = job().output->pos();
+        const QByteArray patch = d->index->patch(end);
+        if (index.isEmpty() || !d->output->write(index.constData(), index.size()) ||
+            !d->output->seek(d->index->patchPosition()) || !d->output->write(patch.constData(), patch.size()))
+            fail(__LINE__, __func__,
+                 QStringLiteral("The video file's index cannot be written; it plays, but players seek slowly"));
     }
-    d.reset();
 }
 
-void FFmpegEncoder::finishEncoding()
+void FFmpegCoder::close()
 {
-    // After an abort the file is closed and gone already.
-    if (std::atomic_ref<bool>(m_Aborted).load()) {
-        d.reset();
-        return;
-    }
-    finish();
     d.reset();
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "grab/video/encoder.h"
-#include "plugins/video/common/alpha.h"
+#include "plugins/video/coders/alpha.h"
+#include "plugins/video/coders/framecoder.h"
 
 #include <QString>
 #include <QStringList>
@@ -14,42 +14,37 @@ namespace tov::plugins::video {
 /// players open like a video. A list "turn.frames" goes with "turn.00001.png" and so on; pictures of that name are
 /// overwritten. A picture is listed once it is whole, so the list plays at any moment.
 ///
-/// Holds one frame in memory, beside those that the coder's threads (8 at most) work on.
-class FramesEncoder : public tov::grab::video::Encoder
+/// Holds one frame in memory, beside those that the codec's threads (8 at most) work on.
+class FramesCoder : public FrameCoder
 {
-    Q_OBJECT
 public:
-    FramesEncoder();
-    ~FramesEncoder() override;
+    FramesCoder();
+    ~FramesCoder() override;
 
     /// True when the FFmpeg libraries of this machine can make PNGs.
     static bool isAvailable();
 
-protected:
-    bool initEncoding(QIODevice* firstChunk, bool isLast) override;
-    bool encodeChunk(QIODevice* chunk, bool isLast) override;
-    void finishEncoding() override;
-
 private:
-    struct Coder;
+    struct Codec;
 
-    bool open();
-    bool encodeFrame(const uchar* bgra);
-    /// Sends the coder's frame, or null at the end, and writes every picture that is done.
+    bool open() override;
+    bool codeFrame(const uchar* bgra) override;
+    void complete() override;
+    void close() override;
+    void discard() override;
+    bool isEmptyWritten() const override { return true; }
+
+    /// Sends the codec's frame, or null at the end, and writes every picture that is done.
     bool send(bool flush);
     bool isListInPlace() const;
     bool writePicture(const char* data, int size);
     bool writeList(const QByteArray& text);
-    /// Logs once and stops everything that follows.
-    bool fail(int line, const char* function, const QString& what, int averror = 0);
 
-    std::unique_ptr<Coder> d;
+    std::unique_ptr<Codec> d;
     StraightAlpha m_Alpha;
     QString m_Prefix;    ///< of the pictures' names, without folder
     QString m_Folder;    ///< of list and pictures
     QStringList m_Files; ///< pictures written, removed again after an abort
-    bool m_Failed = false;
-    bool m_RemainderLogged = false;
 };
 
 } // namespace tov::plugins::video

@@ -1,0 +1,92 @@
+#include "plugins/video/coders/framecoder.h"
+
+#include "kernel/log/logger.h"
+#include "plugins/video/coders/framereader.h"
+
+extern "C" {
+#include <libavutil/error.h>
+}
+
+#include <atomic>
+#include <utility>
+
+namespace tov::plugins::video {
+
+using tov::log::Logger;
+
+bool FrameCoder::fail(int line, const char* function, const QString& what, int averror)
+{
+    if (!m_Failed) {
+        char text[AV_ERROR_MAX_STRING_SIZE] = {};
+        av_strerror(averror, text, sizeof text);
+        Logger::log(tov::log::LevelError, m_SourceFile, line, function, nullptr,
+                    averror ? what + QStringLiteral(": ") + QString::fromLocal8Bit(text) : what);
+    }
+    m_Failed = true;
+    return false;
+}
+
+bool FrameCoder::isAborted() const
+{
+    return std::atomic_ref<bool>(const_cast<bool&>(*m_Job.aborted)).load();
+}
+
+bool FrameCoder::ensureOpen()
+{
+    m_Opened = m_Opened || (!m_Failed && open());
+    return m_Opened;
+}
+
+void FrameCoder::codeChunk(const CoderJob& job, QIODevice* chunk, bool isLast)
+{
+    m_Job = job;
+    const qint64 frameBytes = bytesOfFrame(job.width, job.height);
+    if (frameBytes == 0)
+        fail(__LINE__, __func__,
+             QStringLiteral("A video of %1 x %2 pixels cannot be encoded").arg(job.width).arg(job.height));
+    if (!m_Failed) {
+        FrameReader reader(chunk, frameBytes);
+        while (const uchar* frame = reader.next()) {
+            if (isAborted())
+                return;
+            if (m_Finished) {
+                // The file has its end, a second beginning behind it would spoil it.
+                fail(__LINE__, __func__, QStringLiteral("What comes after the last frame is dropped"));
+                break;
+            }
+            if (!ensureOpen() || !codeFrame(frame))
+                break;
+        }
+        if (reader.failed())
+            fail(__LINE__, __func__, QStringLiteral("A chunk of the recording cannot be read back"));
+        else if (reader.remainder() > 0 && !m_Failed)
+            Logger::log(tov::log::LevelError, m_SourceFile, __LINE__, __func__, nullptr,
+                        QStringLiteral("The last %1 bytes of a chunk are no whole frame and are dropped")
+                            .arg(reader.remainder()));
+    }
+    if (isLast && !isAborted())
+        end();
+}
+
+void FrameCoder::end()
+{
+    if (std::exchange(m_Finished, true))
+        return;
+    if (!m_Failed && (m_Opened || (isEmptyWritten() && ensureOpen())))
+        complete();
+    close();
+}
+
+void FrameCoder::finish(const CoderJob& job)
+{
+    m_Job = job;
+    if (isAborted()) {
+        // The file is closed and gone already.
+        close();
+        discard();
+    } else {
+        end(); // where no chunk was marked last
+    }
+}
+
+} // namespace tov::plugins::video

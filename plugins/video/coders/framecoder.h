@@ -1,0 +1,50 @@
+#pragma once
+
+#include "plugins/video/common/coder.h"
+
+#include <QString>
+
+namespace tov::plugins::video {
+
+/// What all coders share: takes the frames out of the chunks, and says what goes wrong, once. Thread: as in `Coder`.
+class FrameCoder : public Coder
+{
+public:
+    void codeChunk(const CoderJob& job, QIODevice* chunk, bool isLast) final;
+    void finish(const CoderJob& job) final;
+
+protected:
+    /// `sourceFile` names the coder in the log, and outlives it.
+    explicit FrameCoder(const char* sourceFile) : m_SourceFile(sourceFile) {}
+
+    /// Opens the output and the codec, before the first frame. False: it failed, and said so.
+    virtual bool open() = 0;
+    /// Codes a frame of `job()`'s size: 0xAARRGGBB in the machine's byte order, colour premultiplied. False: it failed,
+    /// and said so.
+    virtual bool codeFrame(const uchar* bgra) = 0;
+    /// Writes what is still held back, after the last frame. Not called after a failure.
+    virtual void complete() = 0;
+    /// Frees the codec. Always comes at the end.
+    virtual void close() = 0;
+    /// Takes back what was written beside the output, after an abort.
+    virtual void discard() {}
+    /// Whether a recording without frames makes a file, too.
+    virtual bool isEmptyWritten() const { return false; }
+
+    const CoderJob& job() const { return m_Job; }
+    /// Logs the first problem and stops everything that follows; `averror` is FFmpeg's, or 0. Always false.
+    bool fail(int line, const char* function, const QString& what, int averror = 0);
+
+private:
+    bool ensureOpen();
+    bool isAborted() const;
+    void end();
+
+    const char* m_SourceFile; ///< not owned
+    CoderJob m_Job{};
+    bool m_Opened = false;
+    bool m_Failed = false;
+    bool m_Finished = false;
+};
+
+} // namespace tov::plugins::video

@@ -1,0 +1,64 @@
+// What the plug-ins find here; see CoderFunctions.
+
+#include "kernel/main/export.h"
+#include "plugins/video/coders/ffmpegcoder.h"
+#include "plugins/video/coders/framescoder.h"
+#include "plugins/video/coders/videofacts.h"
+#include "plugins/video/common/coderlibrary.h"
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+}
+
+#include <QFile>
+#include <QFileInfo>
+
+#include <dlfcn.h>
+
+namespace tov::plugins::video {
+
+namespace {
+
+Coder* createFFmpegCoder(const Format& format)
+{
+    return new FFmpegCoder(format);
+}
+
+Coder* createFramesCoder()
+{
+    return new FramesCoder;
+}
+
+QStringList available()
+{
+    QStringList result;
+    for (const Format& format : formats())
+        if (FFmpegCoder::isAvailable(format))
+            result << QLatin1String(format.extension);
+    if (FramesCoder::isAvailable())
+        result << QStringLiteral("frames");
+    return result;
+}
+
+QStringList libraryFiles()
+{
+    QStringList result;
+    for (const void* function :
+         {reinterpret_cast<const void*>(&avcodec_version), reinterpret_cast<const void*>(&avformat_version)}) {
+        Dl_info info;
+        if (!dladdr(function, &info) || !info.dli_fname)
+            return QStringList();
+        // The link's target carries the full version.
+        result << QFileInfo(QFile::decodeName(info.dli_fname)).canonicalFilePath();
+    }
+    return result;
+}
+
+} // namespace
+
+} // namespace tov::plugins::video
+
+extern "C" TOV_EXPORT const tov::plugins::video::CoderFunctions tovCoderFunctions = {
+    tov::plugins::video::createFFmpegCoder, tov::plugins::video::createFramesCoder, tov::plugins::video::available,
+    tov::plugins::video::libraryFiles, tov::plugins::video::probeVideo};

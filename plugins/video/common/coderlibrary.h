@@ -1,0 +1,33 @@
+#pragma once
+
+#include "plugins/video/common/coder.h"
+#include "plugins/video/common/format.h"
+
+#include <QStringList>
+
+namespace tov::plugins::video {
+
+/// What the library of coders offers; its symbol `tovCoderFunctions` is this structure.
+struct CoderFunctions
+{
+    Coder* (*createFFmpegCoder)(const Format& format); ///< the caller owns it; `format` outlives it
+    Coder* (*createFramesCoder)();                     ///< the caller owns it
+    /// Extensions of the formats that the FFmpeg libraries of this machine can make.
+    QStringList (*availableFormats)();
+    /// The files of those FFmpeg libraries that this depends on.
+    QStringList (*libraryFiles)();
+    /// What a video file says of itself: 1, and the frames in it and its length in seconds (0 = unknown); 0: it cannot
+    /// be read as a video; -1: reading takes too long.
+    int (*probeVideo)(const char* fileName, long long* frames, double* seconds);
+};
+
+/// The coders, loaded when they are asked for first: FFmpeg brings some 180 libraries along, which take time and memory
+/// that a program without a recording does without. They stay for the life of the process, since some of them lose
+/// memory or threads when they are unloaded. Null, with a record in the log, when they cannot be loaded. Thread: any.
+const CoderFunctions* coderFunctions();
+
+/// The formats that this machine can make, by extension. Remembered between runs for as long as the libraries stay as
+/// they are, so that the coders need not be loaded to know. Thread: application.
+QStringList availableFormats();
+
+} // namespace tov::plugins::video

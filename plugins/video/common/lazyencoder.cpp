@@ -1,0 +1,50 @@
+#include "plugins/video/common/lazyencoder.h"
+
+#include <system_error>
+
+namespace tov::plugins::video {
+
+LazyEncoder::LazyEncoder(const Format* format) : mp_Format(format)
+{
+    try {
+        m_Loading = std::async(std::launch::async, [] { coderFunctions(); });
+    } catch (const std::system_error&) {
+        // No thread to be had: then it is loaded with the first chunk.
+    }
+}
+
+LazyEncoder::~LazyEncoder() = default;
+
+CoderJob LazyEncoder::job() const
+{
+    return {mp_OutputFile, m_Width, m_Height, m_Fps, m_Kbps, &m_Aborted};
+}
+
+bool LazyEncoder::initEncoding(QIODevice*, bool)
+{
+    // Everything is opened later, on the runner, whose idle scheduling the codec's threads inherit. Refusing here would
+    // strand every chunk, so a problem with the output is not even looked for.
+    m_Coder.reset();
+    return true;
+}
+
+bool LazyEncoder::encodeChunk(QIODevice* chunk, bool isLast)
+{
+    if (!m_Coder) {
+        const CoderFunctions* coders = coderFunctions();
+        if (!coders)
+            return true; // logged, and every chunk is dropped
+        m_Coder.reset(mp_Format ? coders->createFFmpegCoder(*mp_Format) : coders->createFramesCoder());
+    }
+    m_Coder->codeChunk(job(), chunk, isLast);
+    return true;
+}
+
+void LazyEncoder::finishEncoding()
+{
+    if (m_Coder)
+        m_Coder->finish(job());
+    m_Coder.reset();
+}
+
+} // namespace tov::plugins::video
