@@ -3,18 +3,12 @@
 #include "kernel/gui/zprogressdialog.h"
 #include "kernel/main/overseer.h"
 #include "scene/scenedrawer.h"
-#include "scene/sharedcontext.h"
 #include "tests/grab/scenes.h"
+#include "tests/support/drawing.h"
 #include "tests/support/logcapture.h"
 #include "tests/support/pictures.h"
 
-#include <QOffscreenSurface>
-#include <QOpenGLContext>
-#include <QOpenGLFramebufferObject>
-#include <QOpenGLFunctions>
 #include <QThread>
-
-#include <GL/gl.h>
 
 using namespace tov::test;
 using tov::commands::grab::GrabImage;
@@ -44,39 +38,10 @@ protected:
     /// The same view in one framebuffer object, straight through the drawer.
     static QImage whole(int width, int height, const Matrix4& transform)
     {
-        QOpenGLContext context;
-        context.setShareContext(tov::scene::_GlobalContext()->glContext());
-        EXPECT_TRUE(context.create());
-        QOffscreenSurface surface;
-        surface.create();
-        EXPECT_TRUE(context.makeCurrent(&surface));
-        QImage result;
-        {
-            QOpenGLFramebufferObject fbo(width, height, QOpenGLFramebufferObject::CombinedDepthStencil, GL_TEXTURE_2D,
-                                         GL_RGBA8);
-            EXPECT_TRUE(fbo.bind());
-            SceneDrawer drawer(Viewer::getInstance()->getGlobalScene());
-            const QColor background = drawer.getBackgroundColor();
-            glClearColor(float(background.redF()), float(background.greenF()), float(background.blueF()), 0);
-            glShadeModel(GL_SMOOTH);
-            glEnable(GL_DEPTH_TEST);
-            glEnable(GL_LIGHTING);
-            glEnable(GL_COLOR_MATERIAL);
-            drawer.resize(width, height);
-            glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
-            glMatrixMode(GL_PROJECTION);
-            glLoadIdentity();
-            const double right = HalfHeight * width / height;
-            glFrustum(-right, right, -HalfHeight, HalfHeight, 1, 10000);
-            glMatrixMode(GL_MODELVIEW);
-            glLoadIdentity();
-            glEnable(GL_LIGHT0);
-            drawer.glDraw(Viewer::getInstance()->getGlobalScene()->getRootNode(), nullptr, transform, 0.0, 3, 7);
-            EXPECT_EQ(glGetError(), GLenum(GL_NO_ERROR));
-            result = fbo.toImage();
-        }
-        context.doneCurrent();
-        return result;
+        QColor background = SceneDrawer(Viewer::getInstance()->getGlobalScene()).getBackgroundColor();
+        background.setAlpha(0);
+        const double right = HalfHeight * width / height;
+        return drawn(width, height, -right, right, -HalfHeight, HalfHeight, transform, 3, 7, {}, background);
     }
 };
 

@@ -5,6 +5,7 @@
 #include <cmath>
 
 using namespace tov::scene;
+using tov::test::drawn;
 using tov::test::SceneTest;
 
 namespace {

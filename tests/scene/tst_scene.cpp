@@ -19,9 +19,7 @@
 #include "tests/support/threads.h"
 
 #include <QImage>
-#include <QOffscreenSurface>
 #include <QOpenGLContext>
-#include <QOpenGLFramebufferObject>
 #include <QPointer>
 #include <QSignalSpy>
 
@@ -37,6 +35,7 @@
 using namespace tov::scene;
 using tov::gui::ScenePanel;
 using tov::math::Matrix4;
+using tov::test::drawn;
 using tov::test::processUntil;
 using tov::test::SceneTest;
 
