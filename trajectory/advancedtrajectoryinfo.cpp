@@ -4,11 +4,8 @@
 #include "scene/sceneelement.h"
 #include "scene/scenelocker.h"
 #include "scene/viewer.h"
+#include "trajectory/path.h"
 #include "trajectory/trajectorysignals.h"
-
-#include <atomic>
-#include <list>
-#include <mutex>
 
 namespace tov::trajectory {
 
@@ -20,11 +17,8 @@ namespace {
 const QLatin1String CameraName("camera");
 }
 
-struct AdvancedTrajectoryInfo::Private
+struct AdvancedTrajectoryInfo::Private : Path<MatrixMapList>
 {
-    mutable std::mutex mutex;
-    std::list<MatrixMapList> lists; ///< guarded by mutex; the last one counts, the others have readers
-    std::atomic<unsigned long> position{0};
 };
 
 AdvancedTrajectoryInfo::AdvancedTrajectoryInfo() : d(new Private) {}
@@ -32,17 +26,12 @@ AdvancedTrajectoryInfo::~AdvancedTrajectoryInfo() = default;
 
 const MatrixMapList* AdvancedTrajectoryInfo::getMatrixMapList() const
 {
-    std::lock_guard<std::mutex> guard(d->mutex);
-    return d->lists.empty() ? nullptr : &d->lists.back();
+    return d->getList();
 }
 
 void AdvancedTrajectoryInfo::setMatrixMapList(MatrixMapList list)
 {
-    std::lock_guard<std::mutex> guard(d->mutex);
-    const std::size_t count = list.size();
-    d->lists.push_back(std::move(list));
-    if (d->position >= count)
-        d->position = count == 0 ? 0 : count - 1;
+    d->setList(std::move(list));
 }
 
 unsigned long AdvancedTrajectoryInfo::getPosition() const

@@ -4,11 +4,8 @@
 #include "scene/sceneelement.h"
 #include "scene/scenelocker.h"
 #include "scene/viewer.h"
+#include "trajectory/path.h"
 #include "trajectory/trajectorysignals.h"
-
-#include <atomic>
-#include <list>
-#include <mutex>
 
 namespace tov::trajectory {
 
@@ -16,11 +13,9 @@ using tov::scene::SceneEdit;
 using tov::scene::SceneLocker;
 using tov::scene::Viewer;
 
-struct TrajectoryInfo::Private
+struct TrajectoryInfo::Private : Path<std::vector<Point>>
 {
-    mutable std::mutex mutex;
-    std::list<std::vector<Point>> lists{{}}; ///< guarded by mutex; the last one counts, the others have readers
-    std::atomic<unsigned long> position{0};
+    Private() { setList({}); }
 };
 
 TrajectoryInfo::TrajectoryInfo() : d(new Private) {}
@@ -28,17 +23,12 @@ TrajectoryInfo::~TrajectoryInfo() = default;
 
 const std::vector<Point>& TrajectoryInfo::getPoints() const
 {
-    std::lock_guard<std::mutex> guard(d->mutex);
-    return d->lists.back();
+    return *d->getList();
 }
 
 void TrajectoryInfo::setPoints(std::vector<Point> points)
 {
-    std::lock_guard<std::mutex> guard(d->mutex);
-    const std::size_t count = points.size();
-    d->lists.push_back(std::move(points));
-    if (d->position >= count)
-        d->position = count == 0 ? 0 : count - 1;
+    d->setList(std::move(points));
 }
 
 unsigned long TrajectoryInfo::getPosition() const

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <list>
+#include <mutex>
+#include <utility>
+
+namespace tov::trajectory {
+
+/// What both kinds of trajectory are: a list, which may be replaced while others read it, and the position in it.
+template <typename List>
+class Path
+{
+public:
+    /// The list that was set last, null before the first. It stays as it is until this object dies. Thread: any.
+    const List* getList() const
+    {
+        std::lock_guard<std::mutex> guard(m_Mutex);
+        return m_Lists.empty() ? nullptr : &m_Lists.back();
+    }
+    /// Replaces the list; the position is cut to it. Thread: application.
+    void setList(List list)
+    {
+        std::lock_guard<std::mutex> guard(m_Mutex);
+        const std::size_t count = list.size();
+        m_Lists.push_back(std::move(list));
+        if (position >= count)
+            position = count == 0 ? 0 : count - 1;
+    }
+
+    std::atomic<unsigned long> position{0};
+
+private:
+    mutable std::mutex m_Mutex;
+    std::list<List> m_Lists; ///< guarded by m_Mutex; the last one counts, the others have readers
+};
+
+} // namespace tov::trajectory
