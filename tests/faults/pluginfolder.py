@@ -73,6 +73,18 @@ def write(name, data):
         file.write(data)
 
 
+def starting(copy):
+    """The program in the middle of a start that hangs."""
+    shutil.copy(ZOO + 'starthangs.so', copy.plugins)
+    process = subprocess.Popen([copy.home + '/bin/tov', 'modules'], env=copy.environment(),
+                               stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    folder = copy.home + '/.cache/tov/tov'
+    while process.poll() is None and not any(name.startswith('starting-') for name in
+                                             (os.listdir(folder) if os.path.isdir(folder) else [])):
+        time.sleep(0.01)
+    return process
+
+
 with open(BUILD + '/bin/tov', 'rb') as program:
     sanitized = b'__asan_init' in program.read()
 
@@ -279,13 +291,7 @@ try:
 
     @case('being told to stop is no crash')
     def _(copy):
-        shutil.copy(ZOO + 'starthangs.so', copy.plugins)
-        process = subprocess.Popen([copy.home + '/bin/tov', 'modules'], env=copy.environment(),
-                                   stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-        folder = copy.home + '/.cache/tov/tov'
-        while process.poll() is None and not any(name.startswith('starting-') for name in
-                                                 (os.listdir(folder) if os.path.isdir(folder) else [])):
-            time.sleep(0.01)
+        process = starting(copy)
         for _ in range(3):
             process.send_signal(signal.SIGTERM)
             time.sleep(0.05)
@@ -294,13 +300,7 @@ try:
 
     @case('a kill in the middle of a start is one')
     def _(copy):
-        shutil.copy(ZOO + 'starthangs.so', copy.plugins)
-        process = subprocess.Popen([copy.home + '/bin/tov', 'modules'], env=copy.environment(),
-                                   stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-        folder = copy.home + '/.cache/tov/tov'
-        while process.poll() is None and not any(name.startswith('starting-') for name in
-                                                 (os.listdir(folder) if os.path.isdir(folder) else [])):
-            time.sleep(0.01)
+        process = starting(copy)
         process.kill()
         process.wait()
         return None if 'the start before crashed' in copy.run('modules').stderr else 'not told'

@@ -229,6 +229,25 @@ protected:
         Viewer::getInstance()->closePanel(next);
         QFile::remove(name);
     }
+    /// Ends a recording and closes its panel. `early`: what waits at the gate goes on before the end, otherwise after it.
+    void end(const CommandRunPointer& run, ScenePanel* panel, Ending ending, bool early)
+    {
+        if (early)
+            Gate::open();
+        const bool closed = ending != Stop;
+        if (ending == Stop || ending == StopThenClose)
+            run->stop();
+        if (closed)
+            Viewer::getInstance()->closePanel(panel);
+        if (ending == CloseThenStop)
+            run->stop();
+        if (!early)
+            Gate::open();
+        ASSERT_TRUE(processUntil([&] { return run->isFinished(); }, 60000)) << m_Log.text();
+        EXPECT_TRUE(run->succeeded());
+        if (!closed)
+            Viewer::getInstance()->closePanel(panel);
+    }
     void record(const Moment& moment, Ending ending)
     {
         prepare(moment);
@@ -240,23 +259,9 @@ protected:
             ASSERT_TRUE(processUntil([&] { return Gate::isReached() || run->isFinished(); })) << m_Log.text();
             EXPECT_TRUE(Gate::isReached()) << "the moment never came";
         }
-        if (moment.inFrame)
-            Gate::open();
-        const bool closed = ending != Stop;
-        if (ending == Stop || ending == StopThenClose)
-            run->stop();
-        if (closed)
-            Viewer::getInstance()->closePanel(panel);
-        if (ending == CloseThenStop)
-            run->stop();
-        if (!moment.inFrame)
-            Gate::open();
-        ASSERT_TRUE(processUntil([&] { return run->isFinished(); }, 60000)) << m_Log.text();
-        EXPECT_TRUE(run->succeeded());
-        if (!closed)
-            Viewer::getInstance()->closePanel(panel);
+        ASSERT_NO_FATAL_FAILURE(end(run, panel, ending, moment.inFrame));
         // A recording that has begun and is stopped has let its panel go.
-        check(name, closed && !(moment.call && ending == StopThenClose));
+        check(name, ending != Stop && !(moment.call && ending == StopThenClose));
     }
     /// A picture of two tiles or more whose panel is closed while the tile of that number is at that call.
     void takePicture(const char* call, int n, bool close)
@@ -452,23 +457,8 @@ TEST_F(Lifetimes, RandomMomentsLeaveNothingBehind)
             return run->isFinished() || (gated && Gate::isReached()) || clock.nsecsElapsed() / 1000 > microseconds;
         });
         // Some threads go on before the end of the panel, some after it; one in a frame must go on before.
-        const bool early = moment.inFrame || below(2) != 0;
-        if (early)
-            Gate::open();
-        const bool closed = ending != Stop;
-        if (ending == Stop || ending == StopThenClose)
-            run->stop();
-        if (closed)
-            Viewer::getInstance()->closePanel(panel);
-        if (ending == CloseThenStop)
-            run->stop();
-        if (!early)
-            Gate::open();
-        ASSERT_TRUE(processUntil([&] { return run->isFinished(); }, 60000)) << m_Log.text();
-        EXPECT_TRUE(run->succeeded());
-        if (!closed)
-            Viewer::getInstance()->closePanel(panel);
-        check(name, closed);
+        ASSERT_NO_FATAL_FAILURE(end(run, panel, ending, moment.inFrame || below(2) != 0));
+        check(name, ending != Stop);
         ++m_Count;
         if (HasFailure())
             break;

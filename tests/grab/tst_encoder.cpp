@@ -139,6 +139,23 @@ void expectRecord(const LogCapture& log, const char* function, const QString& me
     EXPECT_TRUE(found[0].category.isEmpty());
 }
 
+/// Keeps what an encoder reports of its progress, from whichever thread.
+struct Progress
+{
+    explicit Progress(Encoder& encoder)
+    {
+        QObject::connect(
+            &encoder, &Encoder::progressChanged, &encoder,
+            [this](int value) {
+                QMutexLocker lock(&mutex);
+                values.push_back(value);
+            },
+            Qt::DirectConnection);
+    }
+    std::vector<int> values; ///< guarded by mutex
+    QMutex mutex;
+};
+
 /// Calls a virtual operation by its place in the table.
 template <typename Result, typename... Arguments>
 Result callSlot(Encoder* object, int slot, Arguments... arguments)
@@ -265,15 +282,7 @@ TEST_F(EncoderTest, ProgressOfFiveQueuedChunksNeverReaches100)
 {
     QSemaphore gate(0);
     encoder.gate = &gate;
-    std::vector<int> values;
-    QMutex mutex;
-    QObject::connect(
-        &encoder, &Encoder::progressChanged, &encoder,
-        [&](int value) {
-            QMutexLocker lock(&mutex);
-            values.push_back(value);
-        },
-        Qt::DirectConnection);
+    Progress progress(encoder);
     // One in work, five waiting.
     encoder.encodeVideoChunk(new CountedChunk, false);
     ASSERT_TRUE(processUntil([&] { return encoder.taken("encode").size() == 1; }));
@@ -289,7 +298,7 @@ TEST_F(EncoderTest, ProgressOfFiveQueuedChunksNeverReaches100)
     encoder.waitForFinish();
     opener->wait();
     delete opener;
-    EXPECT_EQ(values, (std::vector<int>{-1, 0, 20, 40, 60, 80}));
+    EXPECT_EQ(progress.values, (std::vector<int>{-1, 0, 20, 40, 60, 80}));
 }
 
 TEST_F(EncoderTest, ARefusedStartTakesNothingAndSaysSoOnce)
@@ -356,20 +365,12 @@ TEST_F(EncoderTest, TheStateFollowsTheRunner)
 
 TEST_F(EncoderTest, BeforeTheEndOnlyBusyIsReported)
 {
-    std::vector<int> values;
-    QMutex mutex;
-    QObject::connect(
-        &encoder, &Encoder::progressChanged, &encoder,
-        [&](int value) {
-            QMutexLocker lock(&mutex);
-            values.push_back(value);
-        },
-        Qt::DirectConnection);
+    Progress progress(encoder);
     for (int i = 0; i < 3; ++i)
         EXPECT_TRUE(encoder.encodeVideoChunk(new CountedChunk, i == 2));
     ASSERT_TRUE(processUntil([&] { return encoder.state() == Encoder::Stopped; }));
     encoder.waitForFinish();
-    EXPECT_EQ(values, std::vector<int>{-1});
+    EXPECT_EQ(progress.values, std::vector<int>{-1});
 }
 
 TEST_F(EncoderTest, ANullChunkMayFailAsAnyOther)

@@ -90,6 +90,27 @@ protected:
         command.saveImage(&image, view);
         return image;
     }
+    /// What a new command says once while its probe finds that fault; it never listens after that.
+    void expectRefusal(const char* fault, const char* message)
+    {
+        auto* processor = tov::main::Overseer::getInstance()->getCommandProcessor();
+        shim<int>(fault) = 1;
+        LogCapture log;
+        auto* command = new GrabImage;
+        processor->drain();
+        shim<int>(fault) = 0;
+        const auto found = log.withMessage(QString::fromLatin1(message));
+        EXPECT_EQ(found.size(), 1u) << log.text();
+        for (const auto& record : found) {
+            EXPECT_EQ(record.level, 2000);
+            EXPECT_EQ(record.file, "commands/grabimage");
+        }
+        auto* panel = new tov::gui::ScenePanel;
+        Viewer::getInstance()->setActivePanel(panel);
+        EXPECT_TRUE(command->isDisabled());
+        Viewer::getInstance()->closePanel(panel);
+        processor->destroyCommand(command);
+    }
     std::vector<std::pair<int, int>> viewports()
     {
         auto* sizes = reinterpret_cast<int(*)[2]>(dlsym(RTLD_DEFAULT, "shimViewports"));
@@ -306,40 +327,12 @@ TEST_F(FaultTest, TheSceneIsLockedFromBeforeTheFirstTileUntilAfterTheLast)
 
 TEST_F(FaultTest, TheProbeReportsAContextThatCannotBeMadeCurrent)
 {
-    auto* processor = tov::main::Overseer::getInstance()->getCommandProcessor();
-    shim<int>("shimFailMakeCurrent") = 1;
-    LogCapture log;
-    auto* command = new GrabImage;
-    processor->drain();
-    shim<int>("shimFailMakeCurrent") = 0;
-    const auto found = log.withMessage(QStringLiteral("Current OpenGL context is invalid!"));
-    ASSERT_EQ(found.size(), 1u) << log.text();
-    EXPECT_EQ(found[0].level, 2000);
-    auto* panel = new tov::gui::ScenePanel;
-    Viewer::getInstance()->setActivePanel(panel);
-    EXPECT_TRUE(command->isDisabled()) << "it never listens";
-    Viewer::getInstance()->closePanel(panel);
-    processor->destroyCommand(command);
+    expectRefusal("shimFailMakeCurrent", "Current OpenGL context is invalid!");
 }
 
 TEST_F(FaultTest, TheProbeReportsThatFramebufferObjectsAreMissing)
 {
-    auto* processor = tov::main::Overseer::getInstance()->getCommandProcessor();
-    shim<int>("shimOldOpenGL") = 1;
-    LogCapture log;
-    auto* command = new GrabImage;
-    processor->drain();
-    shim<int>("shimOldOpenGL") = 0;
-    const auto found =
-        log.withMessage(QStringLiteral("Grab Image: Your graphics card doesn't support framebuffer objects!"));
-    ASSERT_EQ(found.size(), 1u) << log.text();
-    EXPECT_EQ(found[0].level, 2000);
-    EXPECT_EQ(found[0].file, "commands/grabimage");
-    auto* panel = new tov::gui::ScenePanel;
-    Viewer::getInstance()->setActivePanel(panel);
-    EXPECT_TRUE(command->isDisabled()) << "it never listens";
-    Viewer::getInstance()->closePanel(panel);
-    processor->destroyCommand(command);
+    expectRefusal("shimOldOpenGL", "Grab Image: Your graphics card doesn't support framebuffer objects!");
 }
 
 TEST_F(FaultTest, TheProbeRunsOnTheApplicationThreadWhereOpenGLIsNotThreaded)

@@ -383,14 +383,6 @@ TEST_F(WindowCommands, SceneChangesWaitForALargePicture)
     EXPECT_FALSE(runs().empty()) << "the window stood still until the picture was done";
     ASSERT_TRUE(waitForNoRuns());
     auto* panel = window().getPanelGrid()->getActivePanel();
-    const QImage after = panel->grabFramebuffer();
-    const QRgb background = after.pixel(2, 2);
-    EXPECT_TRUE(processUntil([&] {
-        const QImage image = panel->grabFramebuffer();
-        for (int y = 0; y < image.height(); y += 4)
-            for (int x = 0; x < image.width(); x += 4)
-                if (image.pixel(x, y) != background)
-                    return false;
-        return true;
-    })) << "the element was not hidden after the picture";
+    EXPECT_TRUE(processUntil([&] { return !showsSomething(panel->grabFramebuffer()); }))
+        << "the element was not hidden after the picture";
 }

@@ -131,6 +131,16 @@ QPushButton* WindowTest::button(QWidget* dialog, const QString& text)
     return nullptr;
 }
 
+bool WindowTest::showsSomething(const QImage& image)
+{
+    const QRgb background = image.pixel(2, 2);
+    for (int y = 0; y < image.height(); y += 3)
+        for (int x = 0; x < image.width(); x += 3)
+            if (image.pixel(x, y) != background)
+                return true;
+    return false;
+}
+
 void WindowTest::drag(QWidget* widget, Qt::MouseButton button, QPoint from, QPoint to)
 {
     QTest::mousePress(widget, button, {}, from);

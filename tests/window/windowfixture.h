@@ -5,6 +5,7 @@
 
 #include <QAction>
 #include <QApplication>
+#include <QImage>
 #include <QLabel>
 #include <QPushButton>
 #include <QTemporaryDir>
@@ -43,6 +44,8 @@ protected:
     /// Types into a dialog's field, found by object name.
     static void type(QWidget* dialog, const QString& field, const QString& text);
     static QPushButton* button(QWidget* dialog, const QString& text);
+    /// Whether a picture shows anything before its background.
+    static bool showsSomething(const QImage& image);
 
     /// Drags within a widget with a button held down.
     static void drag(QWidget* widget, Qt::MouseButton button, QPoint from, QPoint to);
