@@ -173,7 +173,8 @@ int runVideo(const Options& options, int& argc, char** argv)
     const QString fps = numbers[0] > 0 ? QString::number(numbers[0]) : setting("settings/grabvideofps", "25");
     const QString kbps = numbers[1] > 0 ? QString::number(numbers[1]) : setting("settings/grabvideokbps", "1200");
     CommandArguments rates;
-    rates.positional = QStringList{setting("settings/grabvideotempfilesize", "50"), fps, kbps,
+    // MB that are captured before they are encoded: little, so that the encoder soon has something to do.
+    rates.positional = QStringList{setting("settings/grabvideotempfilesize", "8"), fps, kbps,
                                    setting("settings/grabvideousememoryasbuffer", "1")};
     if (!session.run(QStringLiteral("setvideosettings"), rates))
         return session.wasInterrupted() ? 130 : 1;

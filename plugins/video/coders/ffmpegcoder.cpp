@@ -186,7 +186,7 @@ bool FFmpegCoder::open()
         return fail(__LINE__, __func__, noMemory);
     d->scaler.reset(sws_getContext(
         job().width, job().height, from, job().width, job().height, AVPixelFormat(d->frame->format),
-        SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT | SWS_FULL_CHR_H_INP, nullptr, nullptr, nullptr));
+        SWS_AREA | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT | SWS_FULL_CHR_H_INP, nullptr, nullptr, nullptr));
     if (!d->scaler)
         return fail(__LINE__, __func__, noMemory);
     if (!rgb) {
