@@ -2,8 +2,8 @@
 // is remembered for as long as FFmpeg stays as it is.
 
 #include <QDir>
+#include <QDirIterator>
 #include <QFile>
-#include <QFileInfo>
 #include <QProcess>
 #include <QTemporaryDir>
 
@@ -60,10 +60,10 @@ struct Remembering
         EXPECT_TRUE(process.waitForFinished(60000));
         EXPECT_EQ(process.exitCode(), 0);
         *loaded = process.readAllStandardError().contains("libavcodec.so");
-        if (note.isEmpty())
-            for (const char* name : {"/tov/tov/video-formats", "/tov/video-formats"})
-                if (QFileInfo(folder.path() + QLatin1String(name)).isFile())
-                    note = folder.path() + QLatin1String(name);
+        if (note.isEmpty()) {
+            QDirIterator found(folder.path(), {QStringLiteral("video-formats-*")}, QDir::Files, QDirIterator::Subdirectories);
+            note = found.next();
+        }
         return QLatin1Char('\n') + QString::fromUtf8(process.readAllStandardOutput());
     }
     QByteArray read() const

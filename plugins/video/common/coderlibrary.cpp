@@ -2,6 +2,7 @@
 
 #include "kernel/log/logger.h"
 
+#include <QCryptographicHash>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -68,7 +69,11 @@ QString noteFile()
     if (qEnvironmentVariableIsEmpty("HOME") && qEnvironmentVariableIsEmpty("XDG_CACHE_HOME"))
         return QString();
     const QString folder = QStandardPaths::writableLocation(QStandardPaths::CacheLocation);
-    return folder.isEmpty() ? QString() : folder + QStringLiteral("/video-formats");
+    if (folder.isEmpty())
+        return QString();
+    // Installations side by side keep out of each other's way.
+    const QByteArray place = QCryptographicHash::hash(QFile::encodeName(libraryFile()), QCryptographicHash::Sha1);
+    return folder + QStringLiteral("/video-formats-") + QString::fromLatin1(place.toHex().left(16));
 }
 
 /// The files that decide which formats there are. The loader's own list changes with any library that is installed.
