@@ -67,27 +67,30 @@ private:
     std::vector<std::uint32_t> m_Ends;
 };
 
-Winding look(const GeometryElement& element)
+Winding look(const Geometry& geometry)
 {
-    const auto& vertices = element.getVertices();
-    const auto& indices = element.getIndices();
-    if (!Edges(indices, vertices.size()).areClosed())
+    const auto& indices = geometry.indices;
+    const std::size_t vertices = geometry.positions.size() / 3;
+    if (!Edges(indices, vertices).areClosed())
         return Winding::Unknown;
-    Pieces pieces(vertices.size());
+    Pieces pieces(vertices);
     for (std::size_t i = 0; i + 2 < indices.size(); i += 3) {
         pieces.join(indices[i], indices[i + 1]);
         pieces.join(indices[i], indices[i + 2]);
     }
     // Six times the volume of each piece, by tetrahedra from the middle of the box.
+    Box box;
+    for (std::size_t i = 0; i < vertices; ++i)
+        box.add(&geometry.positions[3 * i]);
     double middle[3];
-    for (int axis = 0; axis < 3; ++axis)
-        middle[axis] = (double(element.getBox().low[axis]) + element.getBox().high[axis]) / 2;
-    std::vector<double> volumes(vertices.size());
+    for (std::size_t axis = 0; axis < 3; ++axis)
+        middle[axis] = (double(box.low[axis]) + box.high[axis]) / 2;
+    std::vector<double> volumes(vertices);
     for (std::size_t i = 0; i + 2 < indices.size(); i += 3) {
         tov::math::Matrix<double, 3u, 3u> corners;
         for (unsigned int corner = 0; corner < 3; ++corner)
             for (unsigned int axis = 0; axis < 3; ++axis)
-                corners(corner, axis) = vertices[indices[i + corner]].position[axis] - middle[axis];
+                corners(corner, axis) = geometry.positions[3 * std::size_t(indices[i + corner]) + axis] - middle[axis];
         volumes[pieces.of(indices[i])] += tov::math::volumeScaleOf(corners);
     }
     const bool positive = std::any_of(volumes.begin(), volumes.end(), [](double volume) { return volume > 0; });
@@ -97,13 +100,13 @@ Winding look(const GeometryElement& element)
 
 } // namespace
 
-Winding windingOf(const GeometryElement& element)
+Winding windingOf(const Geometry& geometry)
 {
-    const std::size_t count = element.getIndices().size();
-    if (element.getKind() != Geometry::Kind::Surfaces || count == 0 || count % 3 != 0 || count > 3 * MostTriangles)
+    const std::size_t count = geometry.indices.size();
+    if (geometry.kind != Geometry::Kind::Surfaces || count == 0 || count % 3 != 0 || count > 3 * MostTriangles)
         return Winding::Unknown;
     try {
-        return look(element);
+        return look(geometry);
     } catch (const std::bad_alloc&) {
         return Winding::Unknown;
     }

@@ -15,6 +15,6 @@ enum class Winding
 /// Looks whether every edge has one triangle on either side, which run along it in opposite directions, and whether the
 /// pieces that hang together all enclose a volume of the same sign. From outside such a surface shows one side of its
 /// triangles only. Vertices count as the same by number, not by place. Thread: any.
-TOV_EXPORT Winding windingOf(const GeometryElement& element);
+TOV_EXPORT Winding windingOf(const Geometry& geometry);
 
 } // namespace tov::scene

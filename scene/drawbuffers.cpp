@@ -42,12 +42,6 @@ GeometryElement::Buffers::Entry GeometryElement::Buffers::obtain(const GeometryE
     return entries.back();
 }
 
-Winding GeometryElement::Buffers::winding(const GeometryElement& element)
-{
-    std::call_once(m_Looked, [&] { m_Winding = windingOf(element); });
-    return m_Winding;
-}
-
 void GeometryElement::Buffers::abandon()
 {
     std::lock_guard<std::mutex> guard(mutex());

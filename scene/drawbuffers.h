@@ -1,6 +1,5 @@
 #pragma once
 
-#include "scene/closedsurface.h"
 #include "scene/geometryelement.h"
 
 #include <mutex>
@@ -25,17 +24,10 @@ struct GeometryElement::Buffers
     /// The element's buffers in the current context's group, uploaded now if they are not there yet. The upload is
     /// finished when this returns, so that every context of the group sees it. Thread: the current context's.
     Entry obtain(const GeometryElement& element);
-    /// How the element's triangles turn, looked at when it is first asked: an element's data never changes. Others who ask
-    /// meanwhile wait, those of other elements do not. Thread: any.
-    Winding winding(const GeometryElement& element);
     /// Leaves the names to be freed by `collect`. Thread: any.
     void abandon();
     /// Frees abandoned names of the current context's group. Thread: the current context's.
     static void collect();
-
-private:
-    std::once_flag m_Looked;
-    Winding m_Winding = Winding::Unknown; ///< set under `m_Looked`
 };
 
 } // namespace tov::scene

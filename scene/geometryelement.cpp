@@ -1,14 +1,20 @@
 #include "scene/geometryelement.h"
 
+#include "scene/closedsurface.h"
 #include "scene/drawbuffers.h"
 
 #include <algorithm>
 #include <cmath>
+#include <future>
 #include <limits>
+#include <system_error>
 
 namespace tov::scene {
 
 namespace {
+
+/// Indices of an element that is worth a thread of its own.
+constexpr std::size_t LeastForThread = 30000;
 
 /// Spreads the low 10 bits of a number to every third bit (Morton order).
 std::uint32_t spread(std::uint32_t v)
@@ -79,9 +85,18 @@ void addNormals(Geometry& geometry)
 GeometryElement::GeometryElement(const QString& name, Geometry geometry)
     : SceneElement(name), mp_Buffers(new Buffers), m_Kind(geometry.kind)
 {
+    // Takes about as long as everything else, and needs nothing of it.
+    std::future<Winding> winding;
+    try {
+        if (geometry.indices.size() > LeastForThread)
+            winding = std::async(std::launch::async, [&geometry] { return windingOf(geometry); });
+    } catch (const std::system_error&) {
+        // No thread to be had: then one comes after the other.
+    }
     if (m_Kind == Geometry::Kind::Surfaces && geometry.normals.size() != geometry.positions.size())
         addNormals(geometry);
     order(geometry);
+    m_Winding = winding.valid() ? winding.get() : windingOf(geometry);
 }
 
 GeometryElement::~GeometryElement()

@@ -45,6 +45,8 @@ struct Geometry
     QColor color = QColor(200, 200, 205);
 };
 
+enum class Winding;
+
 /// An element with surfaces, lines or points. The data is put into drawing order once, when it is made: primitives along
 /// a space-filling curve, vertices in order of first use, in chunks that are culled by their boxes.
 class TOV_EXPORT GeometryElement : public SceneElement
@@ -76,6 +78,8 @@ public:
     const std::vector<std::uint32_t>& getIndices() const { return m_Indices; }
     const std::vector<Chunk>& getChunks() const { return m_Chunks; }
     const Box& getBox() const { return m_Box; }
+    /// How the triangles turn; see closedsurface.h.
+    Winding getWinding() const { return m_Winding; }
     /// True when any vertex is not opaque.
     bool isTransparent() const { return m_Transparent; }
 
@@ -91,6 +95,7 @@ private:
     std::vector<std::uint32_t> m_Indices;
     std::vector<Chunk> m_Chunks;
     Box m_Box;
+    Winding m_Winding{};
     bool m_Transparent = false;
 };
 

@@ -1,5 +1,6 @@
 #include "scene/scenedrawer.h"
 
+#include "scene/closedsurface.h"
 #include "scene/drawbuffers.h"
 #include "scene/geometryelement.h"
 #include "scene/multisampler.h"
@@ -118,7 +119,7 @@ void drawElement(const GeometryElement& element, const Matrix4& toScene, const M
     if (wide)
         glDisable(GL_LIGHTING);
     // Seen from outside, a closed surface hides the far side of all its triangles: half of them need not be drawn.
-    const Winding winding = element.mp_Buffers->winding(element);
+    const Winding winding = element.getWinding();
     const bool halved = winding != Winding::Unknown && !element.isTransparent() && frustum.isBeyondNear(element.getBox());
     if (halved) {
         const bool mirrored = tov::math::volumeScaleOf(eyeOfScene * toScene) < 0;

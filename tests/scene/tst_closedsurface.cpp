@@ -83,7 +83,7 @@ SceneElement* rootOf(Geometry geometry)
 
 TEST(ClosedSurface, IsToldByItsEdgesAndPieces)
 {
-    const auto look = [](Geometry geometry) { return windingOf(GeometryElement(QStringLiteral("e"), std::move(geometry))); };
+    const auto look = [](Geometry geometry) { return GeometryElement(QStringLiteral("e"), std::move(geometry)).getWinding(); };
     EXPECT_EQ(look(ball()), Winding::Outward);
     EXPECT_EQ(look(turnedRound(ball())), Winding::Inward);
     EXPECT_EQ(look(together(ball(), ball(10, 3))), Winding::Outward);
@@ -120,7 +120,7 @@ TEST_F(SceneTest, ClosedSurfacesLookAsOpenOnesDo)
     for (const auto& transform : {at(1.5), mirrored, turned, at(3, 2)})
         for (const bool inward : {false, true}) {
             const Geometry geometry = inward ? turnedRound(ball()) : ball();
-            ASSERT_NE(windingOf(GeometryElement(QStringLiteral("e"), geometry)), Winding::Unknown);
+            ASSERT_NE(GeometryElement(QStringLiteral("e"), geometry).getWinding(), Winding::Unknown);
             scene->setRootNode(rootOf(apart(geometry)));
             const QImage open = drawn(256, 256, -0.5, 0.5, -0.5, 0.5, transform);
             scene->setRootNode(rootOf(geometry));
