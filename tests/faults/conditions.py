@@ -15,13 +15,12 @@ import tempfile
 import time
 
 sys.dont_write_bytecode = True
-from caselist import left_out, listed  # noqa: E402
+from caselist import counted, finish, left_out, listed, problem_of  # noqa: E402
 from faultcases import frames_of, one_line  # noqa: E402
 
 BUILD, SOURCE = sys.argv[1], sys.argv[2]
 TOV = BUILD + '/bin/tov'
 MODEL = SOURCE + '/samples/crane.obj'
-RESULTS = []
 EVERYTHING = os.environ.get('TOV_FAULTS') == 'all'
 # Root may read and write everything: another user is taken for what may not.
 USER = 65533 if os.geteuid() == 0 else None
@@ -45,13 +44,8 @@ def run(folder, arguments, environment=None, drop=(), limits=(), stdin=None, lim
 def check(what, function):
     listed(what)
     with tempfile.TemporaryDirectory() as folder:
-        try:
-            problem = function(folder)
-        except subprocess.TimeoutExpired:
-            problem = 'hangs'
-    RESULTS.append(problem is None)
-    if problem:
-        print(f'FAILED: {what}: {problem}', flush=True)
+        problem = problem_of(function, folder)
+    counted(what, problem)
 
 
 def case(what):
@@ -446,5 +440,4 @@ signalled('SIGKILL', signal.SIGKILL, status=-signal.SIGKILL)
 signalled('SIGKILL, frames in temporary files', signal.SIGKILL, status=-signal.SIGKILL, lines=FILES, files=True)
 signalled('SIGTERM, frames in temporary files', signal.SIGTERM, lines=FILES, files=True)
 
-print(f'{sum(RESULTS)} of {len(RESULTS)}')
-sys.exit(0 if RESULTS and all(RESULTS) else 1)
+finish()

@@ -11,14 +11,13 @@ import tempfile
 import time
 
 sys.dont_write_bytecode = True
-from caselist import left_out, listed  # noqa: E402
+from caselist import counted, finish, left_out, listed, problem_of  # noqa: E402
 from faultcases import one_line  # noqa: E402
 from programcopy import Copy  # noqa: E402
 
 BUILD = sys.argv[1]
 MODEL = '/usr/share/glmark2/models/cube.3ds'
 ONLY = sys.argv[2] if len(sys.argv) > 2 else ''
-RESULTS = []
 FRAMES = 12
 FRAME = 640 * 480 * 4
 NOTHING = ('refuses', 'throwsatstart', 'noencoder', 'writesnothing')
@@ -39,13 +38,7 @@ def case(what):
         # Memory for two frames a chunk: many chunks.
         with open(copy.home + '/settings.ini', 'w', encoding='ascii') as file:
             file.write('[settings]\ngrabvideotempfilesize=1\n')
-        try:
-            problem = function(copy)
-        except subprocess.TimeoutExpired:
-            problem = 'hangs'
-        RESULTS.append(problem is None)
-        if problem:
-            print(f'FAILED: {what}: {problem}', flush=True)
+        counted(what, problem_of(function, copy))
         shutil.rmtree(copy.home, ignore_errors=True)
     return add
 
@@ -162,5 +155,4 @@ try:
 finally:
     shutil.rmtree(root, ignore_errors=True)
 
-print(f'{sum(RESULTS)} of {len(RESULTS)}')
-sys.exit(0 if RESULTS and all(RESULTS) else 1)
+finish()

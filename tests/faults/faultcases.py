@@ -1,37 +1,33 @@
-"""Runs the program once for each case of a list, and counts the cases that ended as they should."""
+"""Runs the program once for each case of a list."""
 
 import os
 import shutil
 import subprocess
-import sys
 import tempfile
+
+from caselist import counted, problem_of
 
 VIDEOS = ('mp4', 'hevc.mp4', 'hq.mp4', 'mov', 'alpha.mov', 'mkv', 'av1.mkv', 'lossless.mkv', 'webm', 'alpha.webm', 'avi',
           'gif', 'apng', 'frames')
 
 
 class Cases:
-    """The cases of one script; `done` prints how many were good and ends it."""
+    """The cases of one script."""
 
     def __init__(self, build, source):
         self.tov = build + '/bin/tov'
         self.model = source + '/samples/crane.obj'
         self.build = build
-        self.results = []
 
     def case(self, what):
         """Runs the decorated function with a folder of its own; it returns what is wrong, or None."""
         def run(function):
             folder = tempfile.mkdtemp(prefix='tov faults ')
             try:
-                problem = function(folder)
-            except subprocess.TimeoutExpired as expired:
-                problem = f'hangs: {expired.stderr}'
+                problem = problem_of(function, folder)
             finally:
                 shutil.rmtree(folder, ignore_errors=True)
-            self.results.append(problem is None)
-            if problem:
-                print(f'FAILED: {what}: {problem}', flush=True)
+            counted(what, problem)
         return run
 
     def environment(self, folder, more=None):
@@ -44,10 +40,6 @@ class Cases:
     def start(self, folder, arguments, environment=None, **how):
         return subprocess.Popen([self.tov, *arguments], stderr=subprocess.PIPE, stdout=subprocess.DEVNULL, text=True,
                                 errors='replace', cwd=folder, env=self.environment(folder, environment), **how)
-
-    def done(self):
-        print(f'{sum(self.results)} of {len(self.results)}')
-        sys.exit(0 if self.results and all(self.results) else 1)
 
 
 def settings(folder, *lines):

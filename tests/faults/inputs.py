@@ -7,13 +7,12 @@ noise, or name what is not there. Every run ends with a whole file, or with one 
 import json
 import os
 import random
-import shutil
 import signal
-import subprocess
 import sys
 import time
 
 sys.dont_write_bytecode = True
+from caselist import finish  # noqa: E402
 from faultcases import Cases, ended, frames_of, one_line, settings  # noqa: E402
 
 POSITIONS = 300
@@ -215,4 +214,4 @@ for what in ('/dev/zero', 'pipe', 'folder', '/dev/full'):
             run = cases.run(folder, ['image', name, '-o', 'a.png', '--width', '64'], limit_s=20)
             return one_line(run.returncode, run.stderr)
 
-cases.done()
+finish()

@@ -15,7 +15,7 @@ import tempfile
 import time
 
 sys.dont_write_bytecode = True
-from caselist import VERBOSE, left_out, listed  # noqa: E402
+from caselist import VERBOSE, counted, finish, left_out, listed  # noqa: E402
 from faultcases import VIDEOS, Cases, ended, frames_of, one_line, partial, settings  # noqa: E402
 
 if '--inside' not in sys.argv:
@@ -90,8 +90,7 @@ for ending in FAMILIES:
         whole = cases.run(scratch, [*VIDEO, disk.path + '/a.' + ending])
         need = disk.used()
         if whole.returncode != 0 or frames_of(disk.path + '/a.' + ending) != FRAMES:
-            print(f'FAILED: {ending} on a disk with room: {whole.stderr}')
-            cases.results.append(False)
+            counted(f'{ending} on a disk with room', f'status {whole.returncode}: {whole.stderr}')
     for moment, room in (('first', 0), ('middle', need // 2 // PAGE * PAGE), ('last', need - PAGE)):
         @case(f'{ending} on a disk that is full at the {moment} write')
         def _(folder, ending=ending, room=room):
@@ -111,8 +110,7 @@ for ending in PICTURES:
             left_out(f'{ending}, pictures of 16 x 16 pixels on a full disk', 'Qt writes none here')
             continue
         if whole.returncode != 0:
-            print(f'FAILED: {ending} with room: {whole.stderr}')
-            cases.results.append(False)
+            counted(f'{ending} with room', f'status {whole.returncode}: {whole.stderr}')
     for verb in ('image', 'run') if ending in BY_SCRIPT else ('image',):
         @case(f'{ending} of 16 x 16 pixels on a full disk, by {verb}')
         def _(folder, ending=ending, verb=verb):
@@ -322,4 +320,4 @@ for ending in SOME:
                 return 'the video cannot be played where it is now'
             return None
 
-cases.done()
+finish()

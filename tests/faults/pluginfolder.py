@@ -12,12 +12,11 @@ import tempfile
 import time
 
 sys.dont_write_bytecode = True
-from caselist import left_out, listed  # noqa: E402
+from caselist import counted, finish, left_out, listed, problem_of  # noqa: E402
 from programcopy import FORMATS, Copy  # noqa: E402
 
 BUILD = sys.argv[1]
 ZOO = BUILD + '/tests/zoo/'
-RESULTS = []
 # What the program promises: the start takes no more than that longer, whatever lies there.
 LONGER_S = 5
 STARTS = []
@@ -33,10 +32,7 @@ def case(what):
         without = plain
         for attempt in range(3):
             copy = Copy(BUILD, root)
-            try:
-                problem = function(copy)
-            except subprocess.TimeoutExpired:
-                problem = 'hangs'
+            problem = problem_of(function, copy)
             longer = copy.first_start - without if copy.first_start else 0
             if problem or longer <= LONGER_S:
                 break
@@ -45,9 +41,7 @@ def case(what):
         listed(f'    the first start took {longer:+.2f} s')
         if problem is None and longer > LONGER_S and not sanitized:
             problem = f'the start took {copy.first_start:.2f} s, without {without:.2f} s'
-        RESULTS.append(problem is None)
-        if problem:
-            print(f'FAILED: {what}: {problem}', flush=True)
+        counted(what, problem)
     return run
 
 
@@ -333,5 +327,4 @@ most, what = max(STARTS)
 print(f'a first start with nothing odd: {plain:.2f} s; the longest: {plain + most:.2f} s, {most:.2f} s more ({what})')
 if sanitized:
     left_out('the judgement of that', 'the address sanitizer slows every start')
-print(f'{sum(RESULTS)} of {len(RESULTS)}')
-sys.exit(0 if RESULTS and all(RESULTS) else 1)
+finish()

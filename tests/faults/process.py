@@ -13,7 +13,7 @@ import tempfile
 import time
 
 sys.dont_write_bytecode = True
-from caselist import left_out, listed  # noqa: E402
+from caselist import finish, left_out, listed  # noqa: E402
 from faultcases import Cases, ended, frames_of, one_line, settings  # noqa: E402
 
 BUILD, SOURCE = sys.argv[1:3]
@@ -174,4 +174,4 @@ else:
                 return f'status {window.returncode}: {error}'
             return None if count > 0 else 'what was written cannot be played'
 
-cases.done()
+finish()

@@ -15,12 +15,14 @@ import sys
 import tempfile
 import time
 
+sys.dont_write_bytecode = True
+from caselist import counted, finish, problem_of  # noqa: E402
+
 BUILD, SOURCE = sys.argv[1], sys.argv[2]
 ONLY = sys.argv[3] if len(sys.argv) > 3 else ''
 TOV = BUILD + '/bin/tov'
 CRANE = SOURCE + '/samples/crane.obj'
 CUBE = '/usr/share/glmark2/models/cube.3ds'
-RESULTS = []
 LATER = []
 
 CALLS = ('%network,execve,execveat,open,openat,openat2,creat,rename,renameat,renameat2,link,linkat,symlink,symlinkat,unlink,'
@@ -135,14 +137,10 @@ class Watched:
 def check(what, function):
     watched = Watched()
     try:
-        problem = function(watched)
-    except subprocess.TimeoutExpired:
-        problem = 'hangs'
+        problem = problem_of(function, watched)
     finally:
         watched.remove()
-    RESULTS.append(problem is None)
-    if problem:
-        print(f'FAILED: {what}: {problem}', flush=True)
+    counted(what, problem)
 
 
 def case(what):
@@ -372,5 +370,4 @@ if os.path.exists(BUILD + '/bin/tst_window') and shutil.which('xvfb-run'):
                            'WindowCommands.ViewIsCopied*', program=BUILD + '/bin/tst_window', under=UNDER)
         return succeeded(done) or watched.beyond()
 
-print(f'{sum(RESULTS)} of {len(RESULTS)}')
-sys.exit(0 if RESULTS and all(RESULTS) else 1)
+finish()

@@ -4,16 +4,15 @@ usage: whomaywrite.py BUILD [CASE]"""
 
 import os
 import shutil
-import subprocess
 import sys
 import tempfile
 
 sys.dont_write_bytecode = True
+from caselist import counted, finish, problem_of  # noqa: E402
 from programcopy import FORMATS, Copy  # noqa: E402
 
 BUILD = sys.argv[1]
 ONLY = sys.argv[2] if len(sys.argv) > 2 else ''
-RESULTS = []
 if os.geteuid() != 0:
     print('only root gives files away')
     sys.exit(77)
@@ -23,15 +22,8 @@ os.chmod(root, 0o755)
 
 def case(what):
     def run(function):
-        if not what.startswith(ONLY):
-            return
-        try:
-            problem = function(Copy(BUILD, root))
-        except subprocess.TimeoutExpired:
-            problem = 'hangs'
-        RESULTS.append(problem is None)
-        if problem:
-            print(f'FAILED: {what}: {problem}', flush=True)
+        if what.startswith(ONLY):
+            counted(what, problem_of(function, Copy(BUILD, root)))
     return run
 
 
@@ -108,5 +100,4 @@ try:
 finally:
     shutil.rmtree(root, ignore_errors=True)
 
-print(f'{sum(RESULTS)} of {len(RESULTS)}')
-sys.exit(0 if RESULTS and all(RESULTS) else 1)
+finish()
