@@ -246,8 +246,10 @@ else:
             def _(folder, width=width, megabytes=megabytes):
                 done = run(folder, ['image', MODEL, '-o', 'a.png', '--width', str(width)],
                            limits=((resource.RLIMIT_AS, megabytes << 20),))
+                if done.returncode == 0:
+                    return None if whole(folder + '/a.png') else 'status 0, but the picture is not whole'
                 return refused(done, folder + '/a.png')
-    for megabytes in (1500, 1700, 2000):
+    for megabytes in (1600, 1700, 2000):
         @case(f'a video of 8000 x 8000 in {megabytes} MB of addresses')
         def _(folder, megabytes=megabytes):
             done = run(folder, ['video', MODEL, '-o', 'a.mkv', '--turntable', '2', '--size', '8000x8000', '--quiet'],
