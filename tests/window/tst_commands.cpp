@@ -41,6 +41,21 @@ protected:
         auto* panel = window().getPanelGrid()->getActivePanel();
         return QSize(width, int(double(panel->height()) / panel->width() * width));
     }
+    /// What a command's dialog says of a file name that it does not start with.
+    QString toldBeforeTheStart(const QString& command, const QString& name)
+    {
+        QString told;
+        triggerWithDialog(menuAction("Grab", command), "ParameterDialog", [&](QWidget* dialog) {
+            type(dialog, "filename", file(name));
+            onDialog("QMessageBox", [&](QWidget* box) {
+                told = qobject_cast<QMessageBox*>(box)->text();
+                onDialog("ParameterDialog", [&](QWidget* again) { QTest::keyClick(again, Qt::Key_Escape); });
+                QTest::keyClick(box, Qt::Key_Return);
+            });
+            QTest::keyClick(dialog, Qt::Key_Return);
+        });
+        return told;
+    }
 };
 
 } // namespace
@@ -207,16 +222,7 @@ TEST_F(WindowCommands, ADiskWithoutRoomIsToldBeforeARecording)
     openSample();
     // More than any disk has.
     tovSettings().setValue("settings/lowspacelimit", qlonglong(1) << 40);
-    QString told;
-    triggerWithDialog(menuAction("Grab", "Video"), "ParameterDialog", [&](QWidget* dialog) {
-        type(dialog, "filename", file("low.mp4"));
-        onDialog("QMessageBox", [&](QWidget* box) {
-            told = qobject_cast<QMessageBox*>(box)->text();
-            onDialog("ParameterDialog", [&](QWidget* again) { QTest::keyClick(again, Qt::Key_Escape); });
-            QTest::keyClick(box, Qt::Key_Return);
-        });
-        QTest::keyClick(dialog, Qt::Key_Return);
-    });
+    const QString told = toldBeforeTheStart("Video", "low.mp4");
     EXPECT_TRUE(told.startsWith("nothing was recorded")) << told.toStdString();
     EXPECT_FALSE(QFile::exists(file("low.mp4")));
     tovSettings().remove("settings/lowspacelimit");
@@ -225,16 +231,7 @@ TEST_F(WindowCommands, ADiskWithoutRoomIsToldBeforeARecording)
 TEST_F(WindowCommands, AFolderThatIsNotThereIsToldBeforeTheStart)
 {
     openSample();
-    QString told;
-    triggerWithDialog(menuAction("Grab", "Image"), "ParameterDialog", [&](QWidget* dialog) {
-        type(dialog, "filename", file("absent/picture.png"));
-        onDialog("QMessageBox", [&](QWidget* box) {
-            told = qobject_cast<QMessageBox*>(box)->text();
-            onDialog("ParameterDialog", [&](QWidget* again) { QTest::keyClick(again, Qt::Key_Escape); });
-            QTest::keyClick(box, Qt::Key_Return);
-        });
-        QTest::keyClick(dialog, Qt::Key_Return);
-    });
+    const QString told = toldBeforeTheStart("Image", "absent/picture.png");
     EXPECT_TRUE(told.contains("there is no folder")) << told.toStdString();
     EXPECT_TRUE(runs().empty());
 }
