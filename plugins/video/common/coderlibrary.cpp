@@ -9,8 +9,13 @@
 #include <QSaveFile>
 #include <QStandardPaths>
 
+#include <array>
+#include <mutex>
+
 #include <dlfcn.h>
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace tov::plugins::video {
 
@@ -33,16 +38,33 @@ QString libraryFile()
     return QDir::cleanPath(folder + QStringLiteral("/../../../lib/libtovcoders.so"));
 }
 
-const CoderFunctions* load()
+/// Some libraries end the process when they find no free descriptor on being loaded.
+bool areFilesFree()
 {
+    constexpr std::size_t Needed = 8;
+    std::array<int, Needed> files;
+    files.fill(-1);
+    for (int& file : files)
+        file = open("/dev/null", O_RDONLY | O_CLOEXEC);
+    const bool free = files.back() >= 0;
+    for (const int file : files)
+        if (file >= 0)
+            close(file);
+    return free;
+}
+
+const CoderFunctions* load(QString* error)
+{
+    if (!areFilesFree()) {
+        *error = QStringLiteral("too many files are open");
+        return nullptr;
+    }
     const QByteArray file = QFile::encodeName(libraryFile());
     void* library = dlopen(file.constData(), RTLD_LAZY | RTLD_LOCAL | RTLD_NODELETE);
     void* functions = library ? dlsym(library, "tovCoderFunctions") : nullptr;
     if (!functions) {
-        const char* error = dlerror();
-        tov::log::Logger::log(tov::log::LevelError, SourceFile, __LINE__, "load", nullptr,
-                              QStringLiteral("The video coders cannot be loaded: %1")
-                                  .arg(QString::fromLocal8Bit(error ? error : file.constData())));
+        const char* reason = dlerror();
+        *error = QString::fromLocal8Bit(reason ? reason : file.constData());
     }
     return static_cast<const CoderFunctions*>(functions);
 }
@@ -126,10 +148,23 @@ void writeNote(const QString& name, const QStringList& libraries, const QStringL
 
 } // namespace
 
-const CoderFunctions* coderFunctions()
+const CoderFunctions* coderFunctions(QString* error)
 {
-    static const CoderFunctions* const functions = load();
+    static std::mutex mutex;
+    static const CoderFunctions* functions = nullptr; // guarded by mutex
+    std::lock_guard<std::mutex> guard(mutex);
+    QString reason;
+    if (!functions)
+        functions = load(&reason);
+    if (error)
+        *error = reason;
     return functions;
+}
+
+void logUnloaded(const QString& error)
+{
+    tov::log::Logger::log(tov::log::LevelError, SourceFile, __LINE__, __func__, nullptr,
+                          QStringLiteral("The video coders cannot be loaded: %1").arg(error));
 }
 
 QStringList availableFormats()
@@ -138,9 +173,12 @@ QStringList availableFormats()
     const QString note = noteFile();
     if (readNote(note, &formats))
         return formats;
-    const CoderFunctions* coders = coderFunctions();
-    if (!coders)
+    QString error;
+    const CoderFunctions* coders = coderFunctions(&error);
+    if (!coders) {
+        logUnloaded(error);
         return QStringList();
+    }
     formats = coders->availableFormats();
     writeNote(note, coders->libraryFiles(), formats);
     return formats;

@@ -23,8 +23,11 @@ struct CoderFunctions
 
 /// The coders, loaded when they are asked for first: FFmpeg brings some 180 libraries along, which take time and memory
 /// that a program without a recording does without. They stay for the life of the process, since some of them lose
-/// memory or threads when they are unloaded. Null, with a record in the log, when they cannot be loaded. Thread: any.
-const CoderFunctions* coderFunctions();
+/// memory or threads when they are unloaded. Null when they cannot be loaded now, and `error`, unless null, says why.
+/// Thread: any.
+const CoderFunctions* coderFunctions(QString* error = nullptr);
+/// Says so in the log.
+void logUnloaded(const QString& error);
 
 /// The formats that this machine can make, by extension. Remembered between runs for as long as the libraries stay as
 /// they are, so that the coders need not be loaded to know. Thread: application.

@@ -1,6 +1,7 @@
 #include "plugins/video/common/lazyencoder.h"
 
 #include <system_error>
+#include <utility>
 
 namespace tov::plugins::video {
 
@@ -25,15 +26,21 @@ bool LazyEncoder::initEncoding(QIODevice*, bool)
     // Everything is opened later, on the runner, whose idle scheduling the codec's threads inherit. Refusing here would
     // strand every chunk, so a problem with the output is not even looked for.
     m_Coder.reset();
+    m_Lost = false;
     return true;
 }
 
 bool LazyEncoder::encodeChunk(QIODevice* chunk, bool isLast)
 {
     if (!m_Coder) {
-        const CoderFunctions* coders = coderFunctions();
-        if (!coders)
-            return true; // logged, and every chunk is dropped
+        QString error;
+        const CoderFunctions* coders = m_Lost ? nullptr : coderFunctions(&error);
+        if (!coders) {
+            // Said once; every chunk is dropped.
+            if (!std::exchange(m_Lost, true))
+                logUnloaded(error);
+            return true;
+        }
         m_Coder.reset(mp_Format ? coders->createFFmpegCoder(*mp_Format) : coders->createFramesCoder());
     }
     m_Coder->codeChunk(job(), chunk, isLast);

@@ -29,6 +29,7 @@ private:
     const Format* mp_Format; ///< not owned
     std::future<void> m_Loading;
     std::unique_ptr<Coder> m_Coder; ///< null until the first chunk, and when the library cannot be loaded
+    bool m_Lost = false;            ///< it could not be loaded
 };
 
 } // namespace tov::plugins::video
