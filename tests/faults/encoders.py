@@ -33,7 +33,7 @@ def case(what):
             return
         listed(what)
         copy = Copy(BUILD, root)
-        for name in ('misbehaves.so', 'troublesome.so', 'throws.so'):
+        for name in ('misbehaves.so', 'troublesome.so', 'throws.so', 'readsback.so'):
             shutil.copy(BUILD + '/tests/zoo/' + name, copy.plugins)
         # Memory for two frames a chunk: many chunks.
         with open(copy.home + '/settings.ini', 'w', encoding='ascii') as file:
@@ -75,6 +75,22 @@ try:
         done = run(copy, 'run', MODEL, '--turntable', '10', '-c', texts[0], '-c', texts[1])
         problem = one_line(done.returncode, done.stderr)
         return problem or ('the next command was run' if os.path.exists(copy.home + '/a.mp4') else None)
+
+    # What a plug-in says of its finished file counts.
+    for what, ending, positions, wanted in (
+            ('a plug-in counts the frames', 'sevenframes', 7, (0, ', 7 frames')),
+            ('a plug-in counts other frames', 'sevenframes', 6, (1, 'holds 7 frames instead of 6')),
+            ('a plug-in cannot read its file', 'unreadable', 6, (1, 'cannot be read back')),
+            ('a plug-in does not know its ending', 'unknown', 6, (0, 'kB')),
+            ('a plug-in throws while it reads', 'throwing', 6, (0, 'kB'))):
+        @case(what)
+        def _(copy, ending=ending, positions=positions, wanted=wanted):
+            done = run(copy, *video(ending, '--turntable', str(positions)))
+            if done.returncode != wanted[0] or wanted[1] not in done.stdout + done.stderr:
+                return f'status {done.returncode}: {done.stdout[-300:]} {done.stderr[-300:]}'
+            if wanted[0]:
+                return one_line(done.returncode, done.stderr)
+            return 'frames are told' if ending != 'sevenframes' and ' frames' in done.stdout else None
 
     # One process: a recording that goes wrong, two good ones, the next that goes wrong, and so on.
     after = {}
