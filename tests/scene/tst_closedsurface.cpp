@@ -2,13 +2,27 @@
 
 #include "tests/scene/drawfixture.h"
 
+#include <atomic>
+#include <cerrno>
 #include <cmath>
+#include <utility>
+
+#include <dlfcn.h>
+#include <pthread.h>
 
 using namespace tov::scene;
 using tov::test::drawn;
 using tov::test::SceneTest;
 
 namespace {
+
+std::atomic<bool> threadsRefused{false};
+std::atomic<int> threadsAskedFor{0};
+
+Winding look(Geometry geometry)
+{
+    return GeometryElement(QStringLiteral("e"), std::move(geometry)).getWinding();
+}
 
 /// A ball with a dent and a bump, closed: its triangles turn counter-clockwise seen from outside.
 Geometry ball(int rings = 24, float x = 0)
@@ -81,9 +95,17 @@ SceneElement* rootOf(Geometry geometry)
 
 } // namespace
 
+// In place of the C library's, also for the libraries.
+extern "C" __attribute__((visibility("default"))) int pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
+                                                                     void* (*run)(void*), void* argument) noexcept
+{
+    static const auto real = reinterpret_cast<decltype(&pthread_create)>(dlsym(RTLD_NEXT, "pthread_create"));
+    ++threadsAskedFor;
+    return threadsRefused ? EAGAIN : real(thread, attributes, run, argument);
+}
+
 TEST(ClosedSurface, IsToldByItsEdgesAndPieces)
 {
-    const auto look = [](Geometry geometry) { return GeometryElement(QStringLiteral("e"), std::move(geometry)).getWinding(); };
     EXPECT_EQ(look(ball()), Winding::Outward);
     EXPECT_EQ(look(turnedRound(ball())), Winding::Inward);
     EXPECT_EQ(look(together(ball(), ball(10, 3))), Winding::Outward);
@@ -110,6 +132,32 @@ TEST(ClosedSurface, IsToldByItsEdgesAndPieces)
     points.positions = {0, 0, 0};
     points.indices = {0};
     EXPECT_EQ(look(points), Winding::Unknown);
+}
+
+TEST(ClosedSurface, IsToldOfLargeOnesByAThreadOrWithout)
+{
+    const Geometry large = ball(60); // 42480 indices
+    Geometry open = large;
+    open.indices.resize(open.indices.size() - 3);
+    Geometry flipped = large;
+    std::swap(flipped.indices[30], flipped.indices[31]);
+    Geometry bare = large;
+    bare.normals.clear();
+    const std::pair<Geometry, Winding> cases[] = {{large, Winding::Outward},
+                                                  {turnedRound(large), Winding::Inward},
+                                                  {bare, Winding::Outward},
+                                                  {open, Winding::Unknown},
+                                                  {flipped, Winding::Unknown},
+                                                  {apart(large), Winding::Unknown}};
+    for (const bool refused : {false, true}) {
+        threadsRefused = refused;
+        for (const auto& [geometry, winding] : cases) {
+            const int before = threadsAskedFor;
+            EXPECT_EQ(look(geometry), winding) << geometry.indices.size() << ' ' << refused;
+            EXPECT_EQ(threadsAskedFor, before + 1) << "large enough for a thread";
+        }
+    }
+    threadsRefused = false;
 }
 
 TEST_F(SceneTest, ClosedSurfacesLookAsOpenOnesDo)
