@@ -30,8 +30,9 @@ CALLS = ('%network,execve,execveat,open,openat,openat2,creat,rename,renameat,ren
 # Whom Qt and the C library ask: the display, the session's and the system's message bus (for screen readers and input
 # methods), the cache of names of users.
 PARTNERS = re.compile(r'sun_path=@?"(/tmp/\.X11-unix/X\d+|/(var/)?run/dbus/system_bus_socket|/run/user/\d+/.*|/(var/)?run/nscd/socket)"')
+PROGRAMS = re.compile(r'.*/(tov|tov-import|tov-check-encoder)$')
 # The window's test looks at videos by ffprobe; the program itself does not.
-PROGRAMS = re.compile(r'(.*/(tov|tst_window|tov-import|tov-check-encoder)|(/usr)?/bin/ffprobe)$')
+WINDOW_PROGRAMS = re.compile(r'(.*/(tst_window|tov-import|tov-check-encoder)|(/usr)?/bin/ffprobe)$')
 # Not files: terminals, graphics cards, what a process knows of itself.
 NO_FILES = ('/dev/null', '/dev/dri/', '/dev/shm/', '/dev/tty', '/proc/self', '/sys/')
 
@@ -109,7 +110,7 @@ class Watched:
             if call in ('sendto', 'sendmsg') and 'sun_path' in rest or 'sin_addr' in rest:
                 return 'a message: ' + line
             if call in ('execve', 'execveat'):
-                if not PROGRAMS.match(paths[0]):
+                if not (WINDOW_PROGRAMS if self.window else PROGRAMS).match(paths[0]):
                     return 'a program: ' + line[:300]
                 started.add(os.path.basename(paths[0]))
             writes = call not in ('open', 'openat', 'openat2') or re.search(r'O_WRONLY|O_RDWR|O_CREAT|O_TRUNC', rest)
@@ -177,6 +178,7 @@ DOORS = {
     'a connection': 'import socket; socket.socket(socket.AF_UNIX).connect_ex("/nowhere/socket")',
     'a port': 'import socket; socket.socket(socket.AF_UNIX).bind("socket")',
     'a program': 'import subprocess; subprocess.run("true", shell=True)',
+    'a program: execve("/usr/bin/ffprobe"': 'import os; os.execv("/usr/bin/ffprobe", ["ffprobe", "-version"])',
     'written': 'import os; os.mkdir("/nowhere/a")',
     'written: openat': 'open("/nowhere/a", "a")',
     'written: openat(AT_FDCWD, "beside"': 'open("beside", "w")',
