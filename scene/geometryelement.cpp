@@ -85,7 +85,7 @@ void addNormals(Geometry& geometry)
 GeometryElement::GeometryElement(const QString& name, Geometry geometry)
     : SceneElement(name), mp_Buffers(new Buffers), m_Kind(geometry.kind)
 {
-    // Takes about as long as everything else, and needs nothing of it.
+    // Takes about as long as everything else, and reads only what nobody changes meanwhile: positions and indices.
     std::future<Winding> winding;
     try {
         if (geometry.indices.size() > LeastForThread)
@@ -104,7 +104,7 @@ GeometryElement::~GeometryElement()
     mp_Buffers->abandon();
 }
 
-void GeometryElement::order(Geometry& geometry)
+void GeometryElement::order(const Geometry& geometry)
 {
     const std::size_t perPrimitive = std::size_t(m_Kind);
     const std::size_t primitives = geometry.indices.size() / perPrimitive;

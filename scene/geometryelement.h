@@ -88,7 +88,7 @@ public:
     std::unique_ptr<Buffers> mp_Buffers;
 
 private:
-    void order(Geometry& geometry);
+    void order(const Geometry& geometry);
 
     Geometry::Kind m_Kind;
     std::vector<Vertex> m_Vertices;

@@ -36,7 +36,7 @@ void AdvancedTrajectoryInfo::setMatrixMapList(MatrixMapList list)
 
 unsigned long AdvancedTrajectoryInfo::getPosition() const
 {
-    return d->position;
+    return d->getPosition();
 }
 
 void AdvancedTrajectoryInfo::setPosition(unsigned long position)
@@ -57,7 +57,7 @@ void AdvancedTrajectoryInfo::setPosition(unsigned long position)
     const auto camera = map.find(CameraName);
     if (camera != map.end())
         Viewer::getInstance()->setTrajectoryCamera(camera->second);
-    d->position = position;
+    d->setPosition(position);
     reportPosition(position);
 }
 

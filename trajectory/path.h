@@ -25,13 +25,17 @@ public:
         std::lock_guard<std::mutex> guard(m_Mutex);
         const std::size_t count = list.size();
         m_Lists.push_back(std::move(list));
-        if (position >= count)
-            position = count == 0 ? 0 : count - 1;
+        if (m_Position >= count)
+            m_Position = count == 0 ? 0 : count - 1;
     }
 
-    std::atomic<unsigned long> position{0};
+    /// Thread: any.
+    unsigned long getPosition() const { return m_Position; }
+    /// Thread: any.
+    void setPosition(unsigned long position) { m_Position = position; }
 
 private:
+    std::atomic<unsigned long> m_Position{0};
     mutable std::mutex m_Mutex;
     std::list<List> m_Lists; ///< guarded by m_Mutex; the last one counts, the others have readers
 };

@@ -33,7 +33,7 @@ void TrajectoryInfo::setPoints(std::vector<Point> points)
 
 unsigned long TrajectoryInfo::getPosition() const
 {
-    return d->position;
+    return d->getPosition();
 }
 
 void TrajectoryInfo::setPosition(unsigned long position)
@@ -53,7 +53,7 @@ void TrajectoryInfo::setPosition(unsigned long position)
             carrier->setTransform(transform);
         }
     }
-    d->position = position;
+    d->setPosition(position);
     reportPosition(position);
 }
 

@@ -74,6 +74,8 @@ void Session::interrupted(int count)
         if (mp_Current)
             tell(tr("Stopping; press Ctrl-C again to leave at once."));
         Overseer::getInstance()->getCommandProcessor()->stopAll();
+        if (mp_Reading)
+            mp_Reading->stop();
         return;
     }
     m_Progress.clear();
@@ -81,6 +83,21 @@ void Session::interrupted(int count)
     // At once means at once: command threads may be in the middle of something long.
     std::fflush(nullptr);
     _exit(130);
+}
+
+VideoProbe Session::readBack(const QString& fileName)
+{
+    VideoProbe result;
+    QEventLoop loop;
+    VideoReading reading(fileName);
+    QObject::connect(&reading, &VideoReading::done, &loop, [&](const VideoProbe& probe) {
+        result = probe;
+        loop.quit();
+    });
+    mp_Reading = &reading;
+    loop.exec();
+    mp_Reading = nullptr;
+    return result;
 }
 
 void Session::tell(const QString& message)

@@ -6,6 +6,7 @@
 #include "app/common/output.h"
 #include "app/common/spacewatch.h"
 #include "app/common/startup.h"
+#include "app/common/videoprobe.h"
 #include "kernel/main/commandprocessor.h"
 
 #include <QCoreApplication>
@@ -43,6 +44,9 @@ public:
     /// True when the guarded output was made or written during this session.
     bool isOutputTouched() const { return m_GuardedBefore.isTouched(); }
 
+    /// Reads a finished video; Ctrl-C ends it early.
+    VideoProbe readBack(const QString& fileName);
+
     Startup& getStartup() { return m_Startup; }
     bool isQuiet() const { return m_Quiet; }
     /// Tells something that is no error, unless quiet.
@@ -67,6 +71,7 @@ private:
     OutputMark m_GuardedBefore;
     tov::gui::ScenePanel* mp_Panel = nullptr; ///< closed in the destructor
     tov::main::CommandRunPointer mp_Current;
+    VideoReading* mp_Reading = nullptr; ///< `readBack`'s
 };
 
 } // namespace tov::app

@@ -5,7 +5,6 @@
 #include "app/common/output.h"
 #include "app/common/pictureprobe.h"
 #include "app/common/spacewatch.h"
-#include "app/common/videoprobe.h"
 #include "kernel/gui/fileparameterpanelfactory.h"
 #include "kernel/log/terminalsink.h"
 #include "kernel/main/abstractparameter.h"
@@ -179,7 +178,7 @@ bool checkResult(Session& session, const tov::main::CommandRunPointer& run, cons
     if (touched && info.size() > 0) {
         bool readable = false;
         if (run->getCommandName() == QLatin1String("grabvideo")) {
-            const VideoProbe probe = probeVideo(fileName);
+            const VideoProbe probe = session.readBack(fileName);
             readable = !probe.asked || probe.readable;
         } else {
             readable = isWholePicture(fileName);

@@ -4,7 +4,6 @@
 #include "app/cli/verbs.h"
 #include "app/common/output.h"
 #include "app/common/spacewatch.h"
-#include "app/common/videoprobe.h"
 #include "kernel/gui/fileparameterpanelfactory.h"
 #include "kernel/main/abstractparameter.h"
 #include "kernel/main/overseer.h"
@@ -173,8 +172,10 @@ int runVideo(const Options& options, int& argc, char** argv)
     const QString fps = numbers[0] > 0 ? QString::number(numbers[0]) : setting("settings/grabvideofps", "25");
     const QString kbps = numbers[1] > 0 ? QString::number(numbers[1]) : setting("settings/grabvideokbps", "1200");
     CommandArguments rates;
-    // MB that are captured before they are encoded: little, so that the encoder soon has something to do.
-    rates.positional = QStringList{setting("settings/grabvideotempfilesize", "8"), fps, kbps,
+    // MB that are captured before they are encoded: about three frames, so that the encoder soon has something to do.
+    const qint64 threeFrames = qint64(3) * even.width() * even.height() * 4 / 1000000;
+    const QByteArray few = QByteArray::number(std::clamp<qint64>(threeFrames, 8, 50));
+    rates.positional = QStringList{setting("settings/grabvideotempfilesize", few.constData()), fps, kbps,
                                    setting("settings/grabvideousememoryasbuffer", "1")};
     if (!session.run(QStringLiteral("setvideosettings"), rates))
         return session.wasInterrupted() ? 130 : 1;
@@ -213,7 +214,7 @@ int runVideo(const Options& options, int& argc, char** argv)
         if (!session.isOutputTouched() || info.size() == 0) {
             session.fail(tr("%1 was not written").arg(output));
         } else {
-            const VideoProbe probe = probeVideo(output);
+            const VideoProbe probe = session.readBack(output);
             const bool thinned = suffix == QLatin1String("gif") && fps.toInt() > GifHighestFps && probe.frames > 0 &&
                                  probe.frames <= positions;
             if (probe.asked && !probe.readable)
@@ -250,7 +251,7 @@ int runVideo(const Options& options, int& argc, char** argv)
         return 130;
     if (session.isTold()) {
         // A file that failed half-way stays only where it can be played.
-        const VideoProbe probe = probeVideo(output);
+        const VideoProbe probe = session.readBack(output);
         if (info.size() == 0 || (probe.asked && (!probe.readable || probe.frames == 0)))
             session.dropOutput();
         return 1;

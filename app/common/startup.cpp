@@ -17,12 +17,14 @@
 #include <QSocketNotifier>
 #include <QTextCodec>
 
+#include <algorithm>
 #include <atomic>
 #include <clocale>
 #include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 namespace tov::app {
@@ -83,6 +85,17 @@ void onQtMessage(QtMsgType type, const QMessageLogContext&, const QString& messa
     }
 }
 
+/// Each chunk of a recording that waits in a file has a descriptor, and many may wait.
+void raiseDescriptorLimit()
+{
+    constexpr rlim_t Enough = 65536;
+    rlimit limit;
+    if (getrlimit(RLIMIT_NOFILE, &limit) != 0 || limit.rlim_cur >= std::min(Enough, limit.rlim_max))
+        return;
+    limit.rlim_cur = std::min(Enough, limit.rlim_max);
+    setrlimit(RLIMIT_NOFILE, &limit);
+}
+
 } // namespace
 
 ErrorMemory::ErrorMemory()
@@ -122,6 +135,7 @@ QStringList ErrorMemory::getMessages() const
 
 void prepareProcess()
 {
+    raiseDescriptorLimit();
     QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
     ignore(SIGPIPE);
     ignore(SIGXFSZ);

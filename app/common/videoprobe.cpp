@@ -3,14 +3,13 @@
 #include "kernel/log/logger.h"
 
 #include <QCoreApplication>
-#include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QPointer>
 #include <QStringList>
-#include <QThreadPool>
 
+#include <atomic>
 #include <memory>
+#include <system_error>
 #include <utility>
 
 #include <dlfcn.h>
@@ -20,7 +19,7 @@ namespace tov::app {
 
 namespace {
 
-using ProbeFunction = int (*)(const char*, long long*, double*);
+using ProbeFunction = int (*)(const char*, const bool*, long long*, double*);
 
 struct Closer
 {
@@ -48,9 +47,7 @@ QStringList loadedPlugins()
     return result;
 }
 
-} // namespace
-
-VideoProbe probeVideo(const QString& fileName)
+VideoProbe read(const QString& fileName, const bool* stop)
 {
     VideoProbe probe;
     // Whatever else has a name can make its reader wait.
@@ -65,7 +62,7 @@ VideoProbe probeVideo(const QString& fileName)
         double seconds = 0;
         int answer = -1;
         try {
-            answer = ask(QFile::encodeName(fileName).constData(), &frames, &seconds);
+            answer = ask(QFile::encodeName(fileName).constData(), stop, &frames, &seconds);
         } catch (...) {
             tov::log::Logger::log(tov::log::LevelError, "app/videoprobe", __LINE__, __func__, nullptr,
                                   QStringLiteral("The plug-in '%1' failed to read '%2'").arg(file, fileName));
@@ -83,20 +80,31 @@ VideoProbe probeVideo(const QString& fileName)
     return probe;
 }
 
-void probeVideo(const QString& fileName, QObject* context, std::function<void(const VideoProbe&)> done)
+} // namespace
+
+VideoReading::VideoReading(const QString& fileName, QObject* parent) : QObject(parent)
 {
-    // Looked at on the application thread only.
-    const QPointer<QObject> receiver = context;
-    QThreadPool::globalInstance()->start([fileName, receiver, done = std::move(done)] {
-        const VideoProbe probe = probeVideo(fileName);
-        QMetaObject::invokeMethod(
-            QCoreApplication::instance(),
-            [probe, receiver, done] {
-                if (receiver)
-                    done(probe);
-            },
-            Qt::QueuedConnection);
-    });
+    const auto work = [this, fileName] {
+        const VideoProbe probe = read(fileName, &m_Stop);
+        QMetaObject::invokeMethod(this, [this, probe] { emit done(probe); }, Qt::QueuedConnection);
+    };
+    try {
+        m_Thread = std::thread(work);
+    } catch (const std::system_error&) {
+        work(); // no thread to be had
+    }
+}
+
+VideoReading::~VideoReading()
+{
+    stop();
+    if (m_Thread.joinable())
+        m_Thread.join();
+}
+
+void VideoReading::stop()
+{
+    std::atomic_ref<bool>(m_Stop).store(true);
 }
 
 } // namespace tov::app

@@ -3,7 +3,7 @@
 #include <QObject>
 #include <QString>
 
-#include <functional>
+#include <thread>
 
 namespace tov::app {
 
@@ -17,9 +17,26 @@ struct VideoProbe
     double seconds = 0; ///< 0 = unknown
 };
 
-/// Asks and waits for the answer. Thread: any.
-VideoProbe probeVideo(const QString& fileName);
-/// Asks and calls `done` from the event loop, unless `context` is gone by then. Thread: application.
-void probeVideo(const QString& fileName, QObject* context, std::function<void(const VideoProbe&)> done);
+/// Reads a video file on a thread of its own. Thread: application.
+class VideoReading : public QObject
+{
+    Q_OBJECT
+public:
+    /// Begins at once.
+    explicit VideoReading(const QString& fileName, QObject* parent = nullptr);
+    /// Waits for the thread, which soon ends.
+    ~VideoReading() override;
+
+    /// Ends early, as if nobody had known such files.
+    void stop();
+
+signals:
+    /// Once, from the event loop.
+    void done(const tov::app::VideoProbe& probe);
+
+private:
+    bool m_Stop = false; ///< reached through std::atomic_ref
+    std::thread m_Thread;
+};
 
 } // namespace tov::app

@@ -521,15 +521,19 @@ void MainWindow::runEnded(const CommandRunPointer& run)
             text += tr(", done in %1").arg(durationText((started.clock.elapsed() + 500) / 1000));
             const QPointer<QLabel> label = mp_Notices->showFile(text, started.fileName);
             // A picture has told its size already; a video is asked.
-            if (!size.isValid())
-                tov::app::probeVideo(started.fileName, this, [label, text](const tov::app::VideoProbe& probe) {
-                    if (!label || !probe.asked)
-                        return;
-                    label->setText(probe.readable ? text + tr(", %1 frames, %2 s long")
-                                                               .arg(probe.frames)
-                                                               .arg(QLocale().toString(probe.seconds, 'f', 1))
-                                                  : text + tr(", but it cannot be read back"));
-                });
+            if (!size.isValid()) {
+                auto* reading = new tov::app::VideoReading(started.fileName, this);
+                connect(reading, &tov::app::VideoReading::done, this,
+                        [reading, label, text](const tov::app::VideoProbe& probe) {
+                            reading->deleteLater();
+                            if (!label || !probe.asked)
+                                return;
+                            label->setText(probe.readable ? text + tr(", %1 frames, %2 s long")
+                                                                       .arg(probe.frames)
+                                                                       .arg(QLocale().toString(probe.seconds, 'f', 1))
+                                                          : text + tr(", but it cannot be read back"));
+                        });
+            }
         } else {
             // An empty file of this run's making, or half a picture, only looks like a result.
             if (touched)

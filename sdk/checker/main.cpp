@@ -129,6 +129,9 @@ int main(int argc, char** argv)
     qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
     signal(SIGPIPE, SIG_IGN);
     signal(SIGXFSZ, SIG_IGN);
+    // The program's: plug-ins keep what they know in its folders.
+    QCoreApplication::setOrganizationName(QStringLiteral("tov"));
+    QCoreApplication::setApplicationName(QStringLiteral("tov"));
     QGuiApplication application(argc, argv);
     const QStringList arguments = QCoreApplication::arguments().mid(1);
     if (!arguments.isEmpty() && arguments.first().startsWith(QLatin1String("--"))) {

@@ -57,7 +57,8 @@ const std::vector<Rule> Rules = {
       "kernel/util/libraryfile.h", "kernel/util/childprocess.h", "sdk/"},
      {"libav", "GL/"}},
     {"plugins/video/",
-     {"grab/video/", "plugins/video/common/", "kernel/log/", "kernel/main/informationobject.h", "kernel/main/export.h"},
+     {"grab/video/", "plugins/video/common/", "kernel/log/", "kernel/main/informationobject.h", "kernel/main/export.h",
+      "kernel/util/libraryfile.h"},
      {"QOpenGL", "GL/", "libav", "libsw"}},
     // Only these bring FFmpeg along, and they are no plug-ins: the encoders load them.
     {"plugins/video/coders/",

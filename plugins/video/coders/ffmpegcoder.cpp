@@ -37,17 +37,6 @@ constexpr int KeySeconds = 2;
 /// Frames by which the HEVC coder's decoding order runs ahead: B frames that others refer to, one level.
 constexpr qint64 HevcReorder = 2;
 
-/// What FFmpeg has to say goes into the log, errors only.
-void onFFmpegMessage(void* context, int level, const char* format, va_list arguments)
-{
-    if (level > AV_LOG_ERROR)
-        return;
-    char line[1024];
-    int prefix = 1;
-    av_log_format_line2(context, level, format, arguments, line, sizeof line, &prefix);
-    Logger::log(tov::log::LevelInformation, SourceFile, __LINE__, "ffmpeg", nullptr, QString::fromUtf8(line).trimmed());
-}
-
 struct Freer
 {
     void operator()(AVCodecContext* p) const { avcodec_free_context(&p); }
@@ -87,13 +76,7 @@ struct FFmpegCoder::Pipeline
     qint64 firstDts = AV_NOPTS_VALUE;
 };
 
-FFmpegCoder::FFmpegCoder(const Format& format) : FrameCoder(SourceFile), m_Format(format)
-{
-    static std::atomic<bool> once{false};
-    if (!once.exchange(true))
-        av_log_set_callback(onFFmpegMessage);
-}
-
+FFmpegCoder::FFmpegCoder(const Format& format) : FrameCoder(SourceFile), m_Format(format) {}
 FFmpegCoder::~FFmpegCoder() = default;
 
 bool FFmpegCoder::isAvailable(const Format& format)
@@ -112,6 +95,10 @@ bool FFmpegCoder::open()
     if (m_Format.indexed)
         d->index = std::make_unique<Mp4Index>();
     d->output = std::make_unique<FFmpegOutput>(job().output, d->index.get());
+    if (!av_guess_format(m_Format.muxer, nullptr, nullptr))
+        return fail(
+            __LINE__, __func__,
+            QStringLiteral("The FFmpeg libraries of this machine lack the file format %1").arg(QLatin1String(m_Format.muxer)));
     AVFormatContext* muxer = nullptr;
     int result = avformat_alloc_output_context2(&muxer, nullptr, m_Format.muxer, nullptr);
     d->muxer.reset(muxer);

@@ -8,6 +8,7 @@ extern "C" {
 }
 
 #include <atomic>
+#include <new>
 #include <utility>
 
 namespace tov::plugins::video {
@@ -37,35 +38,49 @@ bool FrameCoder::ensureOpen()
     return m_Opened;
 }
 
+void FrameCoder::failForMemory()
+{
+    fail(__LINE__, __func__, QStringLiteral("There is not enough memory to encode the video"));
+}
+
 void FrameCoder::codeChunk(const CoderJob& job, QIODevice* chunk, bool isLast)
 {
     m_Job = job;
-    const qint64 frameBytes = bytesOfFrame(job.width, job.height);
+    try {
+        codeFrames(chunk);
+        if (isLast && !isAborted())
+            end();
+    } catch (const std::bad_alloc&) {
+        failForMemory();
+    }
+}
+
+void FrameCoder::codeFrames(QIODevice* chunk)
+{
+    const qint64 frameBytes = bytesOfFrame(m_Job.width, m_Job.height);
     if (frameBytes == 0)
         fail(__LINE__, __func__,
-             QStringLiteral("A video of %1 x %2 pixels cannot be encoded").arg(job.width).arg(job.height));
-    if (!m_Failed) {
-        FrameReader reader(chunk, frameBytes);
-        while (const uchar* frame = reader.next()) {
-            if (isAborted())
-                return;
-            if (m_Finished) {
-                // The file has its end, a second beginning behind it would spoil it.
-                fail(__LINE__, __func__, QStringLiteral("What comes after the last frame is dropped"));
-                break;
-            }
-            if (!ensureOpen() || !codeFrame(frame))
-                break;
+             QStringLiteral("A video of %1 x %2 pixels cannot be encoded").arg(m_Job.width).arg(m_Job.height));
+    if (m_Failed)
+        return;
+    FrameReader reader(chunk, frameBytes);
+    while (const uchar* frame = reader.next()) {
+        if (isAborted())
+            return;
+        if (m_Finished) {
+            // The file has its end, a second beginning behind it would spoil it.
+            fail(__LINE__, __func__, QStringLiteral("What comes after the last frame is dropped"));
+            break;
         }
-        if (reader.failed())
-            fail(__LINE__, __func__, QStringLiteral("A chunk of the recording cannot be read back"));
-        else if (reader.remainder() > 0 && !m_Failed)
-            Logger::log(tov::log::LevelError, m_SourceFile, __LINE__, __func__, nullptr,
-                        QStringLiteral("The last %1 bytes of a chunk are no whole frame and are dropped")
-                            .arg(reader.remainder()));
+        if (!ensureOpen() || !codeFrame(frame))
+            break;
     }
-    if (isLast && !isAborted())
-        end();
+    if (reader.failed())
+        fail(__LINE__, __func__, QStringLiteral("A chunk of the recording cannot be read back"));
+    else if (reader.remainder() > 0 && !m_Failed && !std::exchange(m_RemainderLogged, true))
+        Logger::log(tov::log::LevelError, m_SourceFile, __LINE__, __func__, nullptr,
+                    QStringLiteral("The last %1 bytes of a chunk are no whole frame and are dropped")
+                        .arg(reader.remainder()));
 }
 
 void FrameCoder::end()
@@ -85,7 +100,11 @@ void FrameCoder::finish(const CoderJob& job)
         close();
         discard();
     } else {
-        end(); // where no chunk was marked last
+        try {
+            end(); // where no chunk was marked last
+        } catch (const std::bad_alloc&) {
+            failForMemory();
+        }
     }
 }
 

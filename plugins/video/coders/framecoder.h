@@ -36,15 +36,18 @@ protected:
     bool fail(int line, const char* function, const QString& what, int averror = 0);
 
 private:
+    void codeFrames(QIODevice* chunk);
     bool ensureOpen();
     bool isAborted() const;
     void end();
+    void failForMemory();
 
     const char* m_SourceFile; ///< not owned
     CoderJob m_Job{};
     bool m_Opened = false;
     bool m_Failed = false;
     bool m_Finished = false;
+    bool m_RemainderLogged = false;
 };
 
 } // namespace tov::plugins::video

@@ -1,5 +1,6 @@
 // What the plug-ins find here; see CoderFunctions.
 
+#include "kernel/log/logger.h"
 #include "kernel/main/export.h"
 #include "plugins/video/coders/ffmpegcoder.h"
 #include "plugins/video/coders/framescoder.h"
@@ -9,6 +10,7 @@
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
+#include <libavutil/log.h>
 }
 
 #include <QFile>
@@ -19,6 +21,21 @@ extern "C" {
 namespace tov::plugins::video {
 
 namespace {
+
+/// What FFmpeg has to say goes into the log, errors only.
+void onFFmpegMessage(void* context, int level, const char* format, va_list arguments)
+{
+    if (level > AV_LOG_ERROR)
+        return;
+    char line[1024];
+    int prefix = 1;
+    av_log_format_line2(context, level, format, arguments, line, sizeof line, &prefix);
+    tov::log::Logger::log(tov::log::LevelInformation, "plugins/video/ffmpeg", __LINE__, "ffmpeg", nullptr,
+                          QString::fromUtf8(line).trimmed());
+}
+
+/// From the moment on that the library is loaded.
+[[maybe_unused]] const bool messagesTaken = (av_log_set_callback(onFFmpegMessage), true);
 
 Coder* createFFmpegCoder(const Format& format)
 {
@@ -59,6 +76,6 @@ QStringList libraryFiles()
 
 } // namespace tov::plugins::video
 
-extern "C" TOV_EXPORT const tov::plugins::video::CoderFunctions tovCoderFunctions = {
+extern "C" TOV_EXPORT const tov::plugins::video::CoderFunctions tovCoderFunctions1 = {
     tov::plugins::video::createFFmpegCoder, tov::plugins::video::createFramesCoder, tov::plugins::video::available,
     tov::plugins::video::libraryFiles, tov::plugins::video::probeVideo};

@@ -17,7 +17,7 @@ struct CoderJob
 
 /// Codes one recording. Lives in the library of coders, which brings FFmpeg along and is loaded when a recording
 /// begins. An output that cannot be written is logged once; from then on frames are dropped, what was written stays
-/// playable. Throws nothing.
+/// playable. So with a lack of memory: nothing is thrown.
 class Coder
 {
 public:

@@ -1,6 +1,7 @@
 #include "plugins/video/common/coderlibrary.h"
 
 #include "kernel/log/logger.h"
+#include "kernel/util/libraryfile.h"
 
 #include <QCryptographicHash>
 #include <QDir>
@@ -21,7 +22,7 @@ namespace tov::plugins::video {
 
 namespace {
 
-const char* const SourceFile = "plugins/video/ffmpeg";
+const char* const SourceFile = "plugins/video/common/coderlibrary";
 /// First line of what is remembered; another number when what follows changes.
 const QString Title = QStringLiteral("tov video formats 1");
 constexpr qint64 LargestNote = 1 << 16;
@@ -59,9 +60,15 @@ const CoderFunctions* load(QString* error)
         *error = QStringLiteral("too many files are open");
         return nullptr;
     }
+    // A file that is cut off would end the process.
+    *error = tov::util::elfDefectOf(libraryFile());
+    if (error->isEmpty())
+        *error = tov::util::accessDefectOf(libraryFile());
+    if (!error->isEmpty())
+        return nullptr;
     const QByteArray file = QFile::encodeName(libraryFile());
     void* library = dlopen(file.constData(), RTLD_LAZY | RTLD_LOCAL | RTLD_NODELETE);
-    void* functions = library ? dlsym(library, "tovCoderFunctions") : nullptr;
+    void* functions = library ? dlsym(library, CoderFunctionsName) : nullptr;
     if (!functions) {
         const char* reason = dlerror();
         *error = QString::fromLocal8Bit(reason ? reason : file.constData());
@@ -75,11 +82,10 @@ QString stateOf(const QString& file)
     struct stat found;
     if (stat(QFile::encodeName(file).constData(), &found) != 0)
         return QString();
-    return QStringLiteral("%1 %2 %3.%4")
-        .arg(file)
-        .arg(qint64(found.st_size))
-        .arg(qint64(found.st_mtim.tv_sec))
-        .arg(qint64(found.st_mtim.tv_nsec), 9, 10, QLatin1Char('0'));
+    return file + QStringLiteral(" %1 %2.%3")
+                      .arg(qint64(found.st_size))
+                      .arg(qint64(found.st_mtim.tv_sec))
+                      .arg(qint64(found.st_mtim.tv_nsec), 9, 10, QLatin1Char('0'));
 }
 
 /// Where the formats are remembered; empty where nothing can be, or the loader of libraries was told to look elsewhere.
@@ -128,8 +134,10 @@ bool readNote(const QString& name, QStringList* formats)
 /// It is found out again where this fails.
 void writeNote(const QString& name, const QStringList& libraries, const QStringList& formats)
 {
-    if (name.isEmpty() || libraries.size() != DecidingFiles - 2 || !QDir().mkpath(QFileInfo(name).absolutePath()))
+    const QString folder = QFileInfo(name).absolutePath();
+    if (name.isEmpty() || libraries.size() != DecidingFiles - 2 || !QDir().mkpath(folder))
         return;
+    QFile::setPermissions(folder, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     QStringList lines{Title};
     for (const QString& file : decidingFiles(libraries)) {
         const QString state = stateOf(file);

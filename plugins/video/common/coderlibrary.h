@@ -7,7 +7,9 @@
 
 namespace tov::plugins::video {
 
-/// What the library of coders offers; its symbol `tovCoderFunctions` is this structure.
+/// What the library of coders offers: this structure, under a name whose number changes whenever it or what it refers to
+/// does, so that a program that is replaced while it runs does not take up with the library of another version.
+constexpr char CoderFunctionsName[] = "tovCoderFunctions1";
 struct CoderFunctions
 {
     Coder* (*createFFmpegCoder)(const Format& format); ///< the caller owns it; `format` outlives it
@@ -17,8 +19,8 @@ struct CoderFunctions
     /// The files of those FFmpeg libraries that this depends on.
     QStringList (*libraryFiles)();
     /// What a video file says of itself: 1, and the frames in it and its length in seconds (0 = unknown); 0: it cannot
-    /// be read as a video; -1: reading takes too long.
-    int (*probeVideo)(const char* fileName, long long* frames, double* seconds);
+    /// be read as a video; -1: it cannot be told: `stop` became true, or there is no time or memory.
+    int (*probeVideo)(const char* fileName, const bool* stop, long long* frames, double* seconds);
 };
 
 /// The coders, loaded when they are asked for first: FFmpeg brings some 180 libraries along, which take time and memory

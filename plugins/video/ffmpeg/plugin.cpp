@@ -41,14 +41,14 @@ extern "C" TOV_EXPORT tov::main::AdditionalInformation getInfos()
 }
 
 /// The program asks for what became of a file; see docs/encoder-plugins.md.
-extern "C" TOV_EXPORT int probeVideo(const char* fileName, long long* frames, double* seconds)
+extern "C" TOV_EXPORT int probeVideo(const char* fileName, const bool* stop, long long* frames, double* seconds)
 {
     // Files of these endings FFmpeg is known to read; what it makes of others says nothing about them.
     const QString name = QString::fromLocal8Bit(fileName);
     for (const char* known : {".mp4", ".mov", ".mkv", ".webm", ".avi", ".gif", ".apng", ".frames"})
         if (name.endsWith(QLatin1String(known), Qt::CaseInsensitive)) {
             const CoderFunctions* coders = coderFunctions();
-            return coders ? coders->probeVideo(fileName, frames, seconds) : -1;
+            return coders ? coders->probeVideo(fileName, stop, frames, seconds) : -1;
         }
     return -1;
 }

@@ -40,7 +40,7 @@ extern "C" TOV_EXPORT bool doRegister()
     return true;
 }
 
-extern "C" TOV_EXPORT int probeVideo(const char* fileName, long long* frames, double* seconds)
+extern "C" TOV_EXPORT int probeVideo(const char* fileName, const bool*, long long* frames, double* seconds)
 {
     const auto ends = [fileName](const char* ending) { return std::strstr(fileName, ending) != nullptr; };
     if (ends(".throwing"))
