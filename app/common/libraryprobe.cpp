@@ -82,6 +82,12 @@ QString verdictOn(const QProcess& process)
     return QString();
 }
 
+/// Size and time of change; changes with the file.
+QString stateOf(const QFileInfo& file)
+{
+    return QStringLiteral("%1 %2").arg(file.size()).arg(file.lastModified().toMSecsSinceEpoch());
+}
+
 /// By nobody's fault but a lack of memory, as a rule.
 bool wasKilled(const QProcess& process)
 {
@@ -104,11 +110,13 @@ LibraryProbe::LibraryProbe(const QString& program) : m_Program(program) {}
 
 void LibraryProbe::addFolder(const QString& folder, bool encoders)
 {
+    // Encoders bring that along: what came of them may be another thing when it changes.
+    const QFileInfo coders(QCoreApplication::applicationDirPath() + QStringLiteral("/../lib/libtovcoders.so"));
     for (const QFileInfo& entry : QDir(folder).entryInfoList(QDir::Files))
         if (QLibrary::isLibrary(entry.fileName()))
-            m_Candidates.append(
-                {entry.canonicalFilePath(),
-                 QStringLiteral("%1 %2").arg(entry.size()).arg(entry.lastModified().toMSecsSinceEpoch()), encoders});
+            m_Candidates.append({entry.canonicalFilePath(),
+                                 encoders ? stateOf(entry) + QLatin1Char(' ') + stateOf(coders) : stateOf(entry),
+                                 encoders});
 }
 
 void LibraryProbe::setOwn(const QStringList& names, bool only)

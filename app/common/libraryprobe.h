@@ -27,7 +27,7 @@ private:
     struct Candidate
     {
         QString fileName; ///< canonical
-        QString key;      ///< size and time of change
+        QString key;      ///< size and time of change; of encoders also those of the coders' library
         bool encoder;
     };
     const QString m_Program;

@@ -19,6 +19,7 @@ BUILD = sys.argv[1]
 ZOO = BUILD + '/tests/zoo/'
 # What the program promises: the start takes no more than that longer, whatever lies there.
 LONGER_S = 5
+MODEL = '/usr/share/glmark2/models/cube.3ds'
 STARTS = []
 root = tempfile.mkdtemp(prefix='tov plugins ')
 os.chmod(root, 0o755)
@@ -77,6 +78,61 @@ def starting(copy):
                                              (os.listdir(folder) if os.path.isdir(folder) else [])):
         time.sleep(0.01)
     return process
+
+
+def cut(length):
+    return lambda name: os.truncate(name, length)
+
+
+def replaced(name):
+    """By a library that is odd in that way."""
+    return lambda coders: shutil.copy(ZOO + name + '.so', coders)
+
+
+# What, how, what is said of it.
+SPOILED_CODERS = [
+    ('that is empty', cut(0), 'file too short'),
+    ('that is not there', os.remove, 'libtovcoders.so: '),
+    ('that is a text', lambda name: write(name, b'text\n' * 1000), 'invalid ELF header'),
+    ('that ends its process', replaced('startexits'), 'ended its process'),
+    ('that hangs', replaced('starthangs'), 'did not come back'),
+]
+
+
+def picture_and_video(copy):
+    """A picture, which is always made; a video's process, and whether there is a file of it."""
+    names = copy.home + '/a.png', copy.home + '/a.mkv'
+    runs = (copy.run('image', MODEL, '-o', names[0], '--width', '32'),
+            copy.run('video', MODEL, '-o', names[1], '--size', '32x32', '--turntable', '2', '--quiet'))
+    made = [os.path.exists(name) and os.path.getsize(name) > 0 for name in names]
+    for name in names:
+        if os.path.exists(name):
+            os.remove(name)
+    problem = None if runs[0].returncode == 0 and made[0] else f'picture: status {runs[0].returncode}, {runs[0].stderr[-300:]}'
+    return problem, runs[1], made[1]
+
+
+def without_coders(copy, text):
+    """A start without videos: what is wrong is named, pictures are made, videos are refused in one line."""
+    problem = copy.judge(formats=0, texts=[text])
+    if problem:
+        return problem
+    problem, video, made = picture_and_video(copy)
+    if video.returncode != 1 or made or len(video.stderr.splitlines()) != 1 or not video.stderr.startswith('tov: '):
+        problem = problem or f'video: status {video.returncode}, file: {made}, {video.stderr[-300:]}'
+    return problem
+
+
+def with_coders(copy):
+    """All is well again once the library is, without anything else."""
+    copy.repair_coders()
+    problem = copy.judge()
+    if problem:
+        return 'repaired: ' + problem
+    problem, video, made = picture_and_video(copy)
+    if video.returncode != 0 or not made:
+        problem = problem or f'repaired: status {video.returncode}, {video.stderr[-300:]}'
+    return problem
 
 
 with open(BUILD + '/bin/tov', 'rb') as program:
@@ -225,7 +281,7 @@ try:
     @case('a plug-in that is replaced while a recording uses it')
     def _(copy):
         os.chdir(copy.home)
-        process = subprocess.Popen([copy.home + '/bin/tov', 'video', '/usr/share/glmark2/models/cube.3ds', '-o',
+        process = subprocess.Popen([copy.home + '/bin/tov', 'video', MODEL, '-o',
                                     copy.home + '/a.mp4', '--size', '64x48', '--duration', '2', '--quiet'],
                                    env=copy.environment(), stderr=subprocess.PIPE, text=True)
         while not os.path.exists(copy.home + '/a.mp4') and process.poll() is None:
@@ -265,6 +321,15 @@ try:
             return problem or copy.judge(environment={'SUDO_UID': '12345'})
     else:
         left_out('a plug-in of another user', 'only root gives files away')
+
+    for known in (False, True):
+        for what, spoil, text in SPOILED_CODERS:
+            @case(f'a coders\' library {what}, {"known from before" if known else "never seen"}')
+            def _(copy, known=known, spoil=spoil, text=text):
+                copy.own_coders()
+                problem = copy.judge() if known else None
+                spoil(copy.coders)
+                return problem or without_coders(copy, text) or with_coders(copy)
 
     @case('safe mode leaves out what is not part of the program')
     def _(copy):

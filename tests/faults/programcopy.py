@@ -13,6 +13,7 @@ class Copy:
     """In a folder of its own below `root`."""
 
     def __init__(self, build, root):
+        self.build = build
         self.home = tempfile.mkdtemp(dir=root)
         shutil.copytree(build + '/bin/modules', self.home + '/bin/modules')
         shutil.copytree(build + '/bin/plugins', self.home + '/bin/plugins')
@@ -22,6 +23,7 @@ class Copy:
         os.symlink(build + '/lib', self.home + '/lib')
         self.plugins = self.home + '/bin/plugins/video/'
         self.modules = self.home + '/bin/modules/'
+        self.coders = self.home + '/lib/libtovcoders.so'
         self.user = self.group = None
         self.runs_in = self.home
         # How long the first `judge` took to start the program: nothing is known of the files yet.
@@ -31,6 +33,20 @@ class Copy:
         return subprocess.run([self.home + '/bin/tov', *arguments], capture_output=True, text=True, timeout=120,
                               env=self.environment(environment), user=self.user, group=self.group,
                               cwd=self.runs_in)
+
+    def own_coders(self):
+        """From now on the library that brings FFmpeg along is a copy, too."""
+        folder = self.build + '/lib'
+        os.remove(self.home + '/lib')
+        os.mkdir(self.home + '/lib')
+        for name in os.listdir(folder):
+            os.symlink(f'{folder}/{name}', f'{self.home}/lib/{name}')
+        self.repair_coders()
+
+    def repair_coders(self):
+        """Puts a whole one in its place, as old as ever."""
+        shutil.copy2(self.build + '/lib/libtovcoders.so', self.coders + '.new')
+        os.replace(self.coders + '.new', self.coders)
 
     def lend(self, user):
         """From now on that user runs it, in a home of their own; the files stay whose they are."""
