@@ -89,14 +89,26 @@ def replaced(name):
     return lambda coders: shutil.copy(ZOO + name + '.so', coders)
 
 
+with open(BUILD + '/lib/libtovcoders.so', 'rb') as library:
+    CODERS_SIZE = len(library.read())
 # What, how, what is said of it.
 SPOILED_CODERS = [
-    ('that is empty', cut(0), 'file too short'),
-    ('that is not there', os.remove, 'libtovcoders.so: '),
+    *((f'cut at {length} bytes', cut(length), said) for length, said in (
+        (0, 'file too short'), (100, 'file is truncated'), (4096, 'file is truncated'), (60000, 'file is truncated'),
+        (CODERS_SIZE // 2, 'file is truncated'), (CODERS_SIZE - 1, 'file is truncated'))),
+    ('that is not there', os.remove, 'not a regular file'),
     ('that is a text', lambda name: write(name, b'text\n' * 1000), 'invalid ELF header'),
     ('that ends its process', replaced('startexits'), 'ended its process'),
-    ('that hangs', replaced('starthangs'), 'did not come back'),
 ]
+HANGING_CODERS = ('that hangs', replaced('starthangs'), 'did not come back')
+OPEN_CODERS = ('that everybody may change', lambda name: os.chmod(name, 0o666), 'everybody may change it')
+
+
+def as_old(name):
+    """A text of the same size and date."""
+    state = os.stat(name)
+    write(name, b'x' * state.st_size)
+    os.utime(name, ns=(state.st_atime_ns, state.st_mtime_ns))
 
 
 def picture_and_video(copy):
@@ -112,13 +124,16 @@ def picture_and_video(copy):
     return problem, runs[1], made[1]
 
 
-def without_coders(copy, text):
-    """A start without videos: what is wrong is named, pictures are made, videos are refused in one line."""
-    problem = copy.judge(formats=0, texts=[text])
+def without_coders(copy, text, noticed=True):
+    """A start without videos: what is wrong is named, pictures are made, videos are refused in one line. Not `noticed`: the
+    formats are still there, and the line says what is wrong."""
+    problem = copy.judge(formats=0, texts=[text]) if noticed else copy.judge()
     if problem:
         return problem
     problem, video, made = picture_and_video(copy)
-    if video.returncode != 1 or made or len(video.stderr.splitlines()) != 1 or not video.stderr.startswith('tov: '):
+    said = 'tov modules tells more' if noticed else text
+    if (video.returncode != 1 or made or len(video.stderr.splitlines()) != 1 or not video.stderr.startswith('tov: ') or
+            said not in video.stderr):
         problem = problem or f'video: status {video.returncode}, file: {made}, {video.stderr[-300:]}'
     return problem
 
@@ -323,13 +338,22 @@ try:
         left_out('a plug-in of another user', 'only root gives files away')
 
     for known in (False, True):
-        for what, spoil, text in SPOILED_CODERS:
+        for what, spoil, text in [*SPOILED_CODERS, HANGING_CODERS if known else OPEN_CODERS]:
             @case(f'a coders\' library {what}, {"known from before" if known else "never seen"}')
             def _(copy, known=known, spoil=spoil, text=text):
                 copy.own_coders()
                 problem = copy.judge() if known else None
                 spoil(copy.coders)
                 return problem or without_coders(copy, text) or with_coders(copy)
+
+    # What is remembered of the formats holds for as long as size and date do; recording looks at the file itself.
+    for what, spoil, text in (OPEN_CODERS, ('that is a text, as long and as old', as_old, 'invalid ELF header')):
+        @case(f'a coders\' library {what}, known from before')
+        def _(copy, spoil=spoil, text=text):
+            copy.own_coders()
+            problem = copy.judge()
+            spoil(copy.coders)
+            return problem or without_coders(copy, text, noticed=False) or with_coders(copy)
 
     @case('safe mode leaves out what is not part of the program')
     def _(copy):
