@@ -158,6 +158,16 @@ def made(watched, *names):
     return None if files == sorted(names) else f'files: {files}'
 
 
+def one_cache(watched):
+    """Whether all that the program, its reader and its checker remember is in one folder that only the user reads."""
+    caches = watched.home + '/.cache/'
+    found = sorted(name[len(caches):] for name in glob.glob(caches + 'tov*') + glob.glob(caches + 'tov/*'))
+    if found != ['tov', 'tov/tov']:
+        return f'folders of caches: {found}'
+    mode = os.stat(caches + 'tov/tov').st_mode & 0o7777
+    return None if mode == 0o700 else f'a cache with mode {mode:o}'
+
+
 def secret(watched):
     """A file above the working folder that nobody may read, and whether somebody did."""
     name = watched.folder + '/secret.bin'
@@ -196,13 +206,13 @@ for door, act in DOORS.items():
 
 @case('a picture')
 def _(watched):
-    return succeeded(watched.run('image', CRANE, '-o', 'a.png', '--width', '200')) or watched.beyond('a.png') or made(watched, 'a.png')
+    return succeeded(watched.run('image', CRANE, '-o', 'a.png', '--width', '200')) or watched.beyond('a.png') or made(watched, 'a.png') or one_cache(watched)
 
 
 @case('a picture of a model that is read apart')
 def _(watched):
     problem = succeeded(watched.run('image', CUBE, '-o', 'a.png', '--width', '200')) or watched.beyond('a.png') or made(watched, 'a.png')
-    return problem or (None if 'tov-import' in watched.started else 'nothing was read apart')
+    return problem or (None if 'tov-import' in watched.started else 'nothing was read apart') or one_cache(watched)
 
 
 @case('a video with its frames in files')
@@ -215,19 +225,19 @@ def _(watched):
         problem = f'{watched.private} temporary files were seen'
     if problem is None and os.listdir(watched.temporary):
         problem = f'left: {os.listdir(watched.temporary)}'
-    return problem
+    return problem or one_cache(watched)
 
 
 @case('numbered pictures')
 def _(watched):
     problem = succeeded(watched.run('video', CRANE, '-o', 'a.frames', '--size', '64x48', '--turntable', '3'))
     pictures = ['a.00001.png', 'a.00002.png', 'a.00003.png']
-    return problem or watched.beyond('a.frames', *pictures) or made(watched, 'a.frames', *pictures)
+    return problem or watched.beyond('a.frames', *pictures) or made(watched, 'a.frames', *pictures) or one_cache(watched)
 
 
 @case('a list of what is loaded')
 def _(watched):
-    return succeeded(watched.run('modules')) or watched.beyond()
+    return succeeded(watched.run('modules')) or watched.beyond() or one_cache(watched)
 
 
 @case('frames that wait in files are nobody else\'s')
@@ -344,8 +354,8 @@ if os.path.exists(BUILD + '/bin/tst_window') and shutil.which('xvfb-run'):
         try:
             # The small picture for the list of recent files is the last thing that a start does.
             begin = time.monotonic()
-            pictures = watched.home + '/.cache/**/thumbnails/*.png'
-            while not glob.glob(pictures, recursive=True) and process.poll() is None and time.monotonic() < begin + 60:
+            pictures = watched.home + '/.cache/tov/tov/thumbnails/*.png'
+            while not glob.glob(pictures) and process.poll() is None and time.monotonic() < begin + 60:
                 time.sleep(0.05)
             first = min(glob.glob(watched.traces + '/trace.*'), key=lambda name: int(name.rpartition('.')[2]))
             if process.poll() is None:
@@ -357,12 +367,9 @@ if os.path.exists(BUILD + '/bin/tst_window') and shutil.which('xvfb-run'):
                 process.wait()
         if process.returncode not in (0, 130):
             return f'status {process.returncode}: {error[-300:]}'
-        made = glob.glob(pictures, recursive=True)
-        if not made:
+        if not glob.glob(pictures):
             return 'no model was opened'
-        # The folder of all that is kept of what was opened: above that of the small pictures.
-        mode = os.stat(os.path.dirname(os.path.dirname(made[0]))).st_mode
-        return watched.beyond() or (f'small pictures are open to others: {mode:o}' if mode & 0o077 else None)
+        return watched.beyond() or one_cache(watched)
 
     @case('the window: pictures, settings, recordings')
     def _(watched):
