@@ -4,8 +4,11 @@
 #include "app/common/recordinglost.h"
 #include "kernel/gui/zprogressdialog.h"
 #include "kernel/main/overseer.h"
+#include "scene/scene.h"
+#include "scene/sceneelement.h"
 #include "scene/sceneimport.h"
 #include "scene/viewer.h"
+#include "trajectory/advancedtrajectoryinfo.h"
 #include "trajectory/trajectoryhandler.h"
 
 #include <QCoreApplication>
@@ -51,6 +54,9 @@ Session::Session(const Options& options, int& argc, char** argv)
       m_Progress(m_Quiet || options.has(QStringLiteral("verbose")))
 {
     m_Startup.setInterruptHandler([this](int count) { interrupted(count); });
+    if (!m_Startup.getForeignSettings().isEmpty())
+        tell(tr("Note: %1 is no settings file and is left alone; settings hold for this call only.")
+                 .arg(m_Startup.getForeignSettings()));
     mp_Space = std::make_unique<SpaceWatch>();
     QObject::connect(mp_Space.get(), &SpaceWatch::lowSpace, [this](const QString& text) { fail(text); });
     tov::util::ZProgressDialog::setPresenter([this](const tov::util::ZProgressDialog::Update& update) {
@@ -162,8 +168,29 @@ bool Session::openTrajectory()
     } else if (m_Options.has(QStringLiteral("trajectory"))) {
         if (!handler->openFile(m_Options.value(QStringLiteral("trajectory")), &error))
             return fail(error);
+        noteStillness();
     }
     return true;
+}
+
+void Session::noteStillness()
+{
+    const auto* handler = tov::trajectory::TrajectoryHandler::getInstance();
+    const auto scene = tov::scene::Viewer::getInstance()->getGlobalScene();
+    auto* root = scene->getRootNode();
+    if (handler->getSelectedMode() == tov::trajectory::TrajectoryHandler::ModePlain) {
+        if (!root || !root->find(QStringLiteral("carrier")))
+            tell(tr("Note: the trajectory moves nothing: the scene has no element named \"carrier\"."));
+        return;
+    }
+    const auto* maps = handler->getAdvancedTrajectoryInfo()->getMatrixMapList();
+    if (!maps)
+        return;
+    for (const auto& map : *maps)
+        for (const auto& [name, matrix] : map)
+            if (name == QLatin1String("camera") || (root && root->find(name)))
+                return;
+    tell(tr("Note: the trajectory moves nothing: the scene has none of its elements, and it does not move the camera."));
 }
 
 bool Session::run(const QString& name, const tov::main::CommandArguments& arguments,

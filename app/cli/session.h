@@ -56,6 +56,8 @@ public:
     bool fail(const QString& message);
 
 private:
+    /// Tells where the trajectory that was opened moves nothing in this scene.
+    void noteStillness();
     void interrupted(int count);
 
     const Options& m_Options;

@@ -147,12 +147,18 @@ bool checkBefore(Session& session, const tov::main::CommandText& text)
     if (fileName.isEmpty())
         return true;
     QString error;
+    for (const auto& [index, name] : {std::pair(1, "width"), std::pair(2, "height")})
+        if (isVideo && argument(index, name, QStringLiteral("0")).toInt() < 0)
+            return session.fail(tr("%1 was not written: width and height are pixels, 0 for those of the view; %2 is below")
+                                    .arg(fileName, argument(index, name, QString())));
     if (!checkOutputFolder(fileName, &error) || (isVideo && !SpaceWatch::hasRoom(fileName, &error)))
         return session.fail(error);
     static const QStringList yes{QStringLiteral("1"), QStringLiteral("true"), QStringLiteral("yes"),
                                  QStringLiteral("on")};
-    if (isVideo && yes.contains(argument(3, "sync", yes.first()), Qt::CaseInsensitive) &&
-        tov::trajectory::TrajectoryHandler::getInstance()->getCount() == 0)
+    const bool follows = yes.contains(argument(3, "sync", yes.first()), Qt::CaseInsensitive);
+    if (isVideo && !follows)
+        session.tell(tr("Recording freely; Ctrl-C ends it and keeps what was captured."));
+    if (isVideo && follows && tov::trajectory::TrajectoryHandler::getInstance()->getCount() == 0)
         return session.fail(
             tr("%1 was not written: a recording with sync=1 follows a trajectory, and there is none; give "
                "--trajectory or --turntable, or sync=0")
@@ -193,6 +199,8 @@ bool checkResult(Session& session, const tov::main::CommandRunPointer& run, cons
 /// Settings that cannot be written are kept in memory, and said so.
 void checkSettings(Session& session)
 {
+    if (!session.getStartup().getForeignSettings().isEmpty())
+        return; // said already
     QSettings& settings = tovSettings();
     settings.sync();
     if (settings.status() == QSettings::AccessError)

@@ -74,6 +74,16 @@ bool readViewOptions(const Options& options, ViewOptions& view, QString* error)
         }
         view.background = QColor(text);
     }
+    if (options.has(QStringLiteral("samples"))) {
+        constexpr int Most = 16;
+        const QString text = options.value(QStringLiteral("samples"));
+        bool isNumber = false;
+        view.samples = text.toInt(&isNumber);
+        if (!isNumber || *view.samples < 0 || *view.samples > Most) {
+            *error = tr("--samples: \"%1\" is no number from 0 to %2").arg(text).arg(Most);
+            return false;
+        }
+    }
     if (options.has(QStringLiteral("transform"))) {
         const tov::util::ZPointer<tov::main::CastClass> cast(
             tov::main::CastClassManager::getInstance()->createCastClassForType(&typeid(tov::math::Matrix4)));
@@ -94,6 +104,8 @@ ScenePanel* makePanel(const ViewOptions& view, bool turning)
 {
     if (view.background)
         tov::scene::SceneDrawer::setBackgroundColor(*view.background);
+    if (view.samples)
+        tov::scene::SceneDrawer::setMultisampling(*view.samples);
     auto* panel = new ScenePanel;
     panel->resize(view.panel);
     panel->setStandardView(view.view);

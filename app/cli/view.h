@@ -17,6 +17,7 @@ struct ViewOptions
     QSize panel = QSize(1280, 720);
     tov::gui::ScenePanel::StandardView view = tov::gui::ScenePanel::StandardView::Front;
     std::optional<QColor> background;
+    std::optional<int> samples; ///< a pixel, 0 = off
     std::optional<tov::math::Matrix4> transform;
     int turntable = 0; ///< positions of one turn; 0 = none asked for
 };

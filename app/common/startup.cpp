@@ -152,6 +152,7 @@ struct Startup::Private
     std::unique_ptr<tov::main::ModuleLoader> loader;
     std::unique_ptr<QSocketNotifier> notifier;
     std::function<void(int)> onInterrupt;
+    QString foreignSettings;
     bool starting = true;
 };
 
@@ -183,6 +184,12 @@ Startup::Startup(int& argc, char** argv, const StartOptions& options) : d(new Pr
     installTranslations();
     if (!options.settingsFile.isEmpty())
         tov::main::setSettingsFile(options.settingsFile);
+    if (tov::main::isForeignFile(tov::main::settingsFile())) {
+        d->foreignSettings = tov::main::settingsFile();
+        tov::main::leaveSettingsFile();
+        Logger::log(tov::log::LevelError, "app/startup", __LINE__, __func__, nullptr,
+                    QStringLiteral("'%1' is no settings file and is left alone").arg(d->foreignSettings));
+    }
 
     if (pipe2(signalPipe, O_CLOEXEC | O_NONBLOCK) == 0) {
         d->notifier = std::make_unique<QSocketNotifier>(signalPipe[0], QSocketNotifier::Read);
@@ -250,6 +257,11 @@ Startup::~Startup()
     qInstallMessageHandler(nullptr);
     if (d->sink)
         Logger::removeSink(d->sink.get());
+}
+
+QString Startup::getForeignSettings() const
+{
+    return d->foreignSettings;
 }
 
 tov::main::ModuleLoader& Startup::getLoader()

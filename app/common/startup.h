@@ -53,6 +53,8 @@ public:
     ~Startup();
 
     tov::main::ModuleLoader& getLoader();
+    /// A file that was named for the settings and is something else; empty as a rule. Settings hold for this call then.
+    QString getForeignSettings() const;
     /// Calls `function` on the application thread with the count of SIGINT, SIGTERM and SIGHUP so far, from 1. From the
     /// second one on, if the application thread does not get round to it, the process ends by itself.
     void setInterruptHandler(std::function<void(int count)> function);

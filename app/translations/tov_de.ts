@@ -134,6 +134,10 @@
         <source>start without modules and plug-ins that are not part of the program</source>
         <translation>ohne Module und Plug-ins starten, die nicht zum Programm gehören</translation>
     </message>
+    <message>
+        <source>smooth edges: samples a pixel, 0 (off) to 16, as far as the driver goes (default: the setting, 0)</source>
+        <translation>glatte Kanten: Abtastungen je Pixel, 0 (aus) bis 16, soweit der Treiber reicht (Vorgabe: die Einstellung, 0)</translation>
+    </message>
 </context>
 <context>
     <name>CommandParser</name>
@@ -695,6 +699,18 @@
         <source>Note: %1 cannot be written; the settings hold for this call only.</source>
         <translation>Hinweis: %1 ist nicht beschreibbar; die Einstellungen gelten nur für diesen Aufruf.</translation>
     </message>
+    <message>
+        <source>%1 was not written: width and height are pixels, 0 for those of the view; %2 is below</source>
+        <translation>%1 wurde nicht geschrieben: Breite und Höhe sind Pixel, 0 für die der Ansicht; %2 liegt darunter</translation>
+    </message>
+    <message>
+        <source>Recording freely; Ctrl-C ends it and keeps what was captured.</source>
+        <translation>Freie Aufnahme; Strg-C beendet sie und behält, was aufgenommen ist.</translation>
+    </message>
+    <message>
+        <source>--samples: &quot;%1&quot; is no number from 0 to %2</source>
+        <translation>--samples: „%1“ ist keine Zahl von 0 bis %2</translation>
+    </message>
 </context>
 <context>
     <name>tov::app::LibraryProbe</name>
@@ -724,6 +740,18 @@
     <message>
         <source>Reading</source>
         <translation>Lesen</translation>
+    </message>
+    <message>
+        <source>Note: %1 is no settings file and is left alone; settings hold for this call only.</source>
+        <translation>Hinweis: %1 ist keine Datei mit Einstellungen und bleibt, wie sie ist; Einstellungen gelten nur für diesen Aufruf.</translation>
+    </message>
+    <message>
+        <source>Note: the trajectory moves nothing: the scene has no element named &quot;carrier&quot;.</source>
+        <translation>Hinweis: Die Trajektorie bewegt nichts: Die Szene hat kein Element namens „carrier“.</translation>
+    </message>
+    <message>
+        <source>Note: the trajectory moves nothing: the scene has none of its elements, and it does not move the camera.</source>
+        <translation>Hinweis: Die Trajektorie bewegt nichts: Die Szene hat keines ihrer Elemente, und die Kamera bewegt sie auch nicht.</translation>
     </message>
 </context>
 <context>

@@ -1,12 +1,14 @@
 #include "kernel/main/settings.h"
 
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QStandardPaths>
 #include <QThreadStorage>
 
 #include <memory>
 #include <mutex>
+#include <utility>
 
 namespace tov::main {
 
@@ -33,6 +35,14 @@ QString defaultFile()
     return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) + QStringLiteral("/tov/tov.ini");
 }
 
+/// Qt shares what it holds of one file among all objects on it, and keeps it while writing is impossible: no folder can be
+/// made there. One object holds it for good.
+QSettings& memory()
+{
+    static auto* holder = new QSettings(QStringLiteral("/proc/self/tov/settings.ini"), QSettings::IniFormat);
+    return *holder;
+}
+
 } // namespace
 
 void setSettingsFile(const QString& fileName)
@@ -45,15 +55,38 @@ void setSettingsFile(const QString& fileName)
 
 void keepSettingsInMemory()
 {
-    // Qt shares what it holds of one file among all objects on it, and keeps it while writing is impossible: no folder can
-    // be made there. One object holds it for good.
-    static const QString nowhere = QStringLiteral("/proc/self/tov/settings.ini");
     QSettings& before = tovSettings();
     before.sync();
-    static auto* holder = new QSettings(nowhere, QSettings::IniFormat);
     for (const QString& key : before.allKeys())
-        holder->setValue(key, before.value(key));
-    setSettingsFile(nowhere);
+        memory().setValue(key, before.value(key));
+    leaveSettingsFile();
+}
+
+void leaveSettingsFile()
+{
+    setSettingsFile(memory().fileName());
+}
+
+bool isForeignFile(const QString& fileName)
+{
+    constexpr qint64 Beginning = 1 << 16;
+    QFile file(fileName);
+    if (!QFileInfo(fileName).isFile() || !file.open(QIODevice::ReadOnly))
+        return false;
+    const QByteArray text = file.read(Beginning);
+    QList<QByteArray> lines = text.split('\n');
+    if (text.size() == Beginning)
+        lines.removeLast(); // cut
+    bool continued = false;
+    for (const QByteArray& each : std::as_const(lines)) {
+        const QByteArray line = each.trimmed();
+        const bool known = continued || line.isEmpty() || line.startsWith(';') || line.startsWith('#') ||
+                           line.startsWith('[') || line.contains('=');
+        if (!known)
+            return true;
+        continued = line.endsWith('\\');
+    }
+    return false;
 }
 
 QString settingsFile()

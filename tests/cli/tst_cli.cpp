@@ -523,6 +523,90 @@ TEST_F(CliTest, VideosThatCannotBeMade)
     }
 }
 
+TEST_F(CliTest, AFileThatIsNoSettingsIsLeftAlone)
+{
+    const QByteArray notes = "what to do\nv 1 2 3\n", model = [] {
+        QFile file(Cube);
+        EXPECT_TRUE(file.open(QIODevice::ReadOnly));
+        return file.readAll();
+    }();
+    const QByteArray settings = "; mine\n[settings]\ngrabvideofps=30\n";
+    for (const QByteArray& content : {notes, model, settings}) {
+        write("file", content);
+        const Result result = run({"image", "--settings", path("file"), Cube, "-o", "a.png", "--width", "64"});
+        EXPECT_EQ(result.status, 0) << result.err.toStdString();
+        EXPECT_TRUE(QFile::exists(path("a.png")));
+        QFile file(path("file"));
+        ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+        const bool foreign = content != settings;
+        EXPECT_EQ(result.err.contains(QStringLiteral("is no settings file and is left alone")), foreign)
+            << result.err.toStdString();
+        if (foreign)
+            EXPECT_EQ(file.readAll(), content);
+        else
+            EXPECT_TRUE(file.readAll().contains("grabvideofps=30"));
+    }
+}
+
+TEST_F(CliTest, SamplesMakeEdgesSmooth)
+{
+    const auto partly = [this](const QStringList& more) {
+        const Result result = run(QStringList{"image", Bunny, "-o", "a.png", "--width", "320"} + more);
+        EXPECT_EQ(result.status, 0) << result.err.toStdString();
+        const QImage image(path("a.png"));
+        int count = 0;
+        for (int y = 0; y < image.height(); ++y)
+            for (int x = 0; x < image.width(); ++x)
+                count += qAlpha(image.pixel(x, y)) != 0 && qAlpha(image.pixel(x, y)) != 255;
+        return count;
+    };
+    EXPECT_EQ(partly({}), 0);
+    EXPECT_EQ(partly({"--samples", "0"}), 0);
+    EXPECT_GT(partly({"--samples", "4"}), 100);
+    EXPECT_GT(partly({"--samples", "16"}), 100) << "as far as the driver goes";
+    for (const char* wrong : {"-1", "17", "many", ""})
+        expectFailure(run({"image", Cube, "-o", "b.png", "--samples", wrong}), 2, "is no number from 0 to 16");
+    EXPECT_FALSE(QFile::exists(path("b.png")));
+}
+
+TEST_F(CliTest, ATrajectoryThatMovesNothingIsTold)
+{
+    write("points.csv", "x,y,z\n0,0,0\n1,0,0\n");
+    write("camera.json", R"([{"camera": [1,0,0,0, 0,1,0,0, 0,0,1,0, 0,0,0,1]}])");
+    write("other.json", R"([{"nobody": [1,0,0,0, 0,1,0,0, 0,0,1,0, 0,0,0,1]}])");
+    const auto said = [this](const QString& model, const char* trajectory) {
+        const Result result =
+            run({"video", model, "-o", "a.mkv", "--size", "64x48", "--trajectory", QLatin1String(trajectory)});
+        EXPECT_EQ(result.status, 0) << result.err.toStdString();
+        return result.err.contains(QStringLiteral("the trajectory moves nothing"));
+    };
+    EXPECT_TRUE(said(Cube, "points.csv"));
+    EXPECT_TRUE(said(Cube, "other.json"));
+    EXPECT_FALSE(said(Cube, "camera.json"));
+    const QString crane = QStringLiteral(TOV_SOURCE_DIR "/samples/crane.obj");
+    EXPECT_FALSE(said(crane, "points.csv"));
+}
+
+TEST_F(CliTest, ASizeBelowZeroCostsNoFile)
+{
+    for (const char* text : {"grabvideo a.mkv -100 100 1", "grabvideo a.mkv 100 -100 1", "grabvideo a.mkv width=0 height=-5"}) {
+        write("a.mkv", "an older video");
+        expectFailure(run({"run", Cube, "--turntable", "2", "-c", QLatin1String(text)}), 1, "width and height are pixels");
+        QFile file(path("a.mkv"));
+        ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+        EXPECT_EQ(file.readAll(), "an older video");
+    }
+}
+
+TEST_F(CliTest, AFreeRecordingOfAScriptIsSaidToBeEndless)
+{
+    const Result result = run({}, "\"$0\" run \"" + Cube.toUtf8() +
+                                      "\" -c 'grabvideo a.mkv 64 48 0' & tov=$!; "
+                                      "while ! [ -e a.mkv ]; do sleep 0.05; done; sleep 1; kill -INT $tov; wait $tov");
+    EXPECT_EQ(result.status, 130);
+    EXPECT_TRUE(result.err.contains(QStringLiteral("Recording freely; Ctrl-C ends it"))) << result.err.toStdString();
+}
+
 TEST_F(CliTest, CtrlCStopsARecordingAndKeepsIt)
 {
     QProcess process;

@@ -425,6 +425,28 @@ TEST_F(FormatTest, OpaqueFormatsIgnoreAlpha)
     }
 }
 
+TEST_F(FormatTest, AGifOfAFastRecordingRunsEvenly)
+{
+    // Players take delays of a hundredth of a second for a tenth.
+    for (const int fps : {55, 60, 75, 240}) {
+        SCOPED_TRACE(fps);
+        const QString file = path(QStringLiteral("fast.gif"));
+        auto encoder = encoderFor(file, 64, 48, fps, 1200000);
+        for (int i = 0; i < 24; ++i)
+            encoder->encodeVideoChunk(chunkOf(frame(64, 48, {50, 5 * i, 70, 255}, i)), i == 23);
+        encoder->waitForFinish();
+        QProcess probe;
+        probe.start(QStringLiteral("ffprobe"), {"-v", "error", "-show_entries", "packet=pts", "-of", "csv=p=0", file});
+        ASSERT_TRUE(probe.waitForFinished(60000));
+        QList<int> times;
+        for (const QByteArray& line : probe.readAllStandardOutput().simplified().split(' '))
+            times << line.split(',').first().toInt();
+        ASSERT_EQ(times.size(), 23 * 50 / fps + 1);
+        for (int i = 0; i < times.size(); ++i)
+            EXPECT_EQ(times[i], 2 * i);
+    }
+}
+
 TEST_F(FormatTest, SizesRatesAndBitRatesHold)
 {
     struct

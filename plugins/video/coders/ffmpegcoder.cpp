@@ -89,7 +89,8 @@ bool FFmpegCoder::open()
     d = std::make_unique<Pipeline>();
     if (!job().output)
         return fail(__LINE__, __func__, QStringLiteral("There is no output file to write the video to"));
-    const int fps = job().fps > 0 ? std::min(job().fps, HighestFps) : DefaultFps;
+    const int asked = job().fps > 0 ? std::min(job().fps, HighestFps) : DefaultFps;
+    const int fps = m_Format.highestFps > 0 ? std::min(asked, m_Format.highestFps) : asked;
     const QString noMemory = QStringLiteral("There is not enough memory to encode the video");
 
     if (m_Format.indexed)
@@ -238,12 +239,11 @@ bool FFmpegCoder::openFilter()
 
 bool FFmpegCoder::codeFrame(const uchar* bgra)
 {
+    qint64 time = m_Frames++;
     if (m_Format.highestFps > 0 && job().fps > m_Format.highestFps) {
-        const qint64 slot = m_Frames * m_Format.highestFps / job().fps;
-        if (std::exchange(m_Slot, slot) == slot) {
-            ++m_Frames;
+        time = time * m_Format.highestFps / job().fps;
+        if (std::exchange(m_Slot, time) == time)
             return true;
-        }
     }
     if (m_Format.alpha)
         bgra = m_Alpha.convert(bgra, job().width, job().height, !isRgb(d->codec->pix_fmt));
@@ -254,7 +254,7 @@ bool FFmpegCoder::codeFrame(const uchar* bgra)
     const uint8_t* const planes[4] = {bgra, nullptr, nullptr, nullptr};
     const int strides[4] = {job().width * 4, 0, 0, 0};
     sws_scale(d->scaler.get(), planes, strides, 0, job().height, d->frame->data, d->frame->linesize);
-    d->frame->pts = m_Frames++;
+    d->frame->pts = time;
     // A fixed quality is read from each frame, not from the codec's context.
     d->frame->quality = d->codec->global_quality;
     return d->graph ? filterAndSend(false) : send(false);

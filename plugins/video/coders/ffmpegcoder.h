@@ -35,7 +35,7 @@ private:
     std::unique_ptr<Pipeline> d;
     StraightAlpha m_Alpha;
     qint64 m_Frames = 0;
-    qint64 m_Slot = -1; ///< of the last frame kept, where a format cannot hold the rate
+    qint64 m_Slot = -1; ///< time of the last frame kept, where a format cannot hold the rate
 };
 
 } // namespace tov::plugins::video
