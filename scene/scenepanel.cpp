@@ -268,11 +268,18 @@ void ScenePanel::fit(int turnSteps)
                 }
             });
     }
-    scene->updateGlobalScaling();
+    const bool visible = front > -1e299;
+    const auto* root = scene->getRootNode();
+    const bool hidden = !visible && root &&
+                        (!root->getChildren().empty() || dynamic_cast<const tov::scene::GeometryElement*>(root));
+    if (!hidden)
+        scene->updateGlobalScaling();
     scene->unlock();
     const double scaling = scene->getGlobalScaling();
-    if (front < -1e299) {
-        d->camera = Camera{d->camera.rotation, {0, 0, 0}, 3000};
+    if (!visible) {
+        // What is hidden comes back at its place, seen from the new side.
+        if (!hidden)
+            d->camera = Camera{d->camera.rotation, {0, 0, 0}, 3000};
         applyCamera();
         return;
     }

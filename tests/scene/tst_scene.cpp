@@ -401,6 +401,22 @@ TEST_F(SceneTest, AFittedSceneFillsTheViewAndLiesBetweenThePlanes)
     Viewer::getInstance()->closePanel(panel);
 }
 
+TEST_F(SceneTest, WhatIsHiddenComesBackInView)
+{
+    scene->setRootNode(grid(4));
+    auto* panel = new ScenePanel;
+    panel->setStandardView(ScenePanel::StandardView::Front);
+    const Matrix4 before = panel->getScaledTransformMatrix();
+    scene->getRootNode()->setVisible(false);
+    panel->setStandardView(ScenePanel::StandardView::Top);
+    panel->fitToView();
+    panel->setStandardView(ScenePanel::StandardView::Front);
+    scene->getRootNode()->setVisible(true);
+    for (int i = 0; i < 16; ++i)
+        EXPECT_NEAR(panel->getScaledTransformMatrix().data()[i], before.data()[i], 1e-9 * 10000) << i;
+    Viewer::getInstance()->closePanel(panel);
+}
+
 TEST_F(SceneTest, TheCameraTurnsMovesAndZooms)
 {
     scene->setRootNode(grid(4));
