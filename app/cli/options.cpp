@@ -137,7 +137,7 @@ bool readOptions(const QStringList& arguments, Options& options, QString* error)
         if (!found)
             return fail(tr("there is no option %1").arg(argument.left(60)));
         if (!isFor(*found, options.verb))
-            return fail(options.verb.isEmpty() ? tr("the option %1 needs a verb").arg(argument.left(60))
+            return fail(options.verb.isEmpty() ? tr("the option %1 needs a verb, before everything else").arg(argument.left(60))
                                                : tr("%1 has no option %2").arg(options.verb, argument.left(60)));
         QString value = QLatin1String("");
         if (found->placeholder) {

@@ -432,8 +432,8 @@
         <translation>es gibt keine Option %1</translation>
     </message>
     <message>
-        <source>the option %1 needs a verb</source>
-        <translation>die Option %1 braucht ein Verb</translation>
+        <source>the option %1 needs a verb, before everything else</source>
+        <translation>die Option %1 braucht ein Verb, vor allem anderen</translation>
     </message>
     <message>
         <source>%1 has no option %2</source>
