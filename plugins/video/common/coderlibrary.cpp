@@ -64,8 +64,10 @@ const CoderFunctions* load(QString* error)
     *error = tov::util::elfDefectOf(libraryFile());
     if (error->isEmpty())
         *error = tov::util::accessDefectOf(libraryFile());
-    if (!error->isEmpty())
+    if (!error->isEmpty()) {
+        error->prepend(libraryFile() + QStringLiteral(": "));
         return nullptr;
+    }
     const QByteArray file = QFile::encodeName(libraryFile());
     void* library = dlopen(file.constData(), RTLD_LAZY | RTLD_LOCAL | RTLD_NODELETE);
     void* functions = library ? dlsym(library, CoderFunctionsName) : nullptr;
@@ -175,7 +177,7 @@ void logUnloaded(const QString& error)
                           QStringLiteral("The video coders cannot be loaded: %1").arg(error));
 }
 
-QStringList availableFormats()
+QStringList availableFormats(bool tell)
 {
     QStringList formats;
     const QString note = noteFile();
@@ -184,7 +186,8 @@ QStringList availableFormats()
     QString error;
     const CoderFunctions* coders = coderFunctions(&error);
     if (!coders) {
-        logUnloaded(error);
+        if (tell)
+            logUnloaded(error);
         return QStringList();
     }
     formats = coders->availableFormats();

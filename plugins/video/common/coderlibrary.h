@@ -32,7 +32,8 @@ const CoderFunctions* coderFunctions(QString* error = nullptr);
 void logUnloaded(const QString& error);
 
 /// The formats that this machine can make, by extension. Remembered between runs for as long as the libraries stay as
-/// they are, so that the coders need not be loaded to know. Thread: application.
-QStringList availableFormats();
+/// they are, so that the coders need not be loaded to know. Where they cannot be loaded there is none; `tell`: it is said in
+/// the log, which is for one to do. Thread: application.
+QStringList availableFormats(bool tell = false);
 
 } // namespace tov::plugins::video

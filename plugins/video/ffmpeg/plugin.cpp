@@ -16,7 +16,7 @@ tov::grab::video::Encoder* createEncoder(void* format)
 /// Registers every format that the FFmpeg libraries of this machine can make; true when there is any.
 extern "C" TOV_EXPORT bool doRegister()
 {
-    const QStringList available = availableFormats();
+    const QStringList available = availableFormats(true);
     bool any = false;
     for (const Format& format : formats())
         if (available.contains(QLatin1String(format.extension)))
