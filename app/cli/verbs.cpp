@@ -21,6 +21,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QImageReader>
+#include <QTimer>
 
 #include <cstdio>
 #include <memory>
@@ -129,36 +130,47 @@ int runImage(const Options& options, int& argc, char** argv)
     return 0;
 }
 
+bool isVideoCommand(const tov::main::CommandText& text)
+{
+    return text.name.compare(QLatin1String("grabvideo"), Qt::CaseInsensitive) == 0;
+}
+
+/// An argument as it is given, by name or by position.
+QString argumentOf(const tov::main::CommandText& text, int index, const char* name, const QString& initial)
+{
+    for (const auto& [given, value] : text.arguments.named)
+        if (given.compare(QLatin1String(name), Qt::CaseInsensitive) == 0)
+            return value;
+    return text.arguments.positional.value(index, initial);
+}
+
+/// Steps along the trajectory, rather than recording until somebody ends it.
+bool followsTrajectory(const tov::main::CommandText& text)
+{
+    static const QStringList yes{QStringLiteral("1"), QStringLiteral("true"), QStringLiteral("yes"),
+                                 QStringLiteral("on")};
+    return yes.contains(argumentOf(text, 3, "sync", yes.first()), Qt::CaseInsensitive);
+}
+
 /// What can be known before a command writes its file: the folder, the room, something to follow. A file that is there
 /// already would be lost to a command that fails later. False, told, when it must not start.
 bool checkBefore(Session& session, const tov::main::CommandText& text)
 {
-    const bool isVideo = text.name.compare(QLatin1String("grabvideo"), Qt::CaseInsensitive) == 0;
+    const bool isVideo = isVideoCommand(text);
     if (!isVideo && text.name.compare(QLatin1String("grabimage"), Qt::CaseInsensitive) != 0)
         return true;
-    const auto argument = [&text](int index, const char* name, const QString& initial) {
-        for (const auto& [given, value] : text.arguments.named)
-            if (given.compare(QLatin1String(name), Qt::CaseInsensitive) == 0)
-                return value;
-        return text.arguments.positional.value(index, initial);
-    };
-    const QString fileName = argument(0, "filename", QString());
+    const QString fileName = argumentOf(text, 0, "filename", QString());
     // The command itself says what is wrong with its arguments.
     if (fileName.isEmpty())
         return true;
     QString error;
     for (const auto& [index, name] : {std::pair(1, "width"), std::pair(2, "height")})
-        if (isVideo && argument(index, name, QStringLiteral("0")).toInt() < 0)
+        if (isVideo && argumentOf(text, index, name, QStringLiteral("0")).toInt() < 0)
             return session.fail(tr("%1 was not written: width and height are pixels, 0 for those of the view; %2 is below")
-                                    .arg(fileName, argument(index, name, QString())));
+                                    .arg(fileName, argumentOf(text, index, name, QString())));
     if (!checkOutputFolder(fileName, &error) || (isVideo && !SpaceWatch::hasRoom(fileName, &error)))
         return session.fail(error);
-    static const QStringList yes{QStringLiteral("1"), QStringLiteral("true"), QStringLiteral("yes"),
-                                 QStringLiteral("on")};
-    const bool follows = yes.contains(argument(3, "sync", yes.first()), Qt::CaseInsensitive);
-    if (isVideo && !follows)
-        session.tell(tr("Recording freely; Ctrl-C ends it and keeps what was captured."));
-    if (isVideo && follows && tov::trajectory::TrajectoryHandler::getInstance()->getCount() == 0)
+    if (isVideo && followsTrajectory(text) && tov::trajectory::TrajectoryHandler::getInstance()->getCount() == 0)
         return session.fail(
             tr("%1 was not written: a recording with sync=1 follows a trajectory, and there is none; give "
                "--trajectory or --turntable, or sync=0")
@@ -265,6 +277,12 @@ int runScript(const Options& options, int& argc, char** argv)
     Session session(options, argc, argv);
     if (!session.open(files, view, options.has(QStringLiteral("turntable"))) || !session.openTrajectory())
         return session.wasInterrupted() ? 130 : 1;
+    // Said of recordings that have begun, not of those that fail at once.
+    constexpr int BegunMs = 1000;
+    QTimer endless;
+    endless.setSingleShot(true);
+    QObject::connect(&endless, &QTimer::timeout, &endless,
+                     [&] { session.tell(tr("Recording freely; Ctrl-C ends it and keeps what was captured.")); });
     for (const auto& command : commands) {
         tov::main::CommandRunPointer run;
         OutputMark before;
@@ -274,7 +292,10 @@ int runScript(const Options& options, int& argc, char** argv)
                              // Files are made once this thread has done its part.
                              if (writesFile(run))
                                  before = OutputMark(run->getArgument(QStringLiteral("filename")));
+                             if (isVideoCommand(command) && !followsTrajectory(command))
+                                 endless.start(BegunMs);
                          });
+        endless.stop();
         if (!ran || (!session.wasInterrupted() && !checkResult(session, run, before))) {
             if (run && writesFile(run)) {
                 // An empty file, or half a picture, only looks like a result.

@@ -602,7 +602,7 @@ TEST_F(CliTest, AFreeRecordingOfAScriptIsSaidToBeEndless)
 {
     const Result result = run({}, "\"$0\" run \"" + Cube.toUtf8() +
                                       "\" -c 'grabvideo a.mkv 64 48 0' & tov=$!; "
-                                      "while ! [ -e a.mkv ]; do sleep 0.05; done; sleep 1; kill -INT $tov; wait $tov");
+                                      "while ! [ -e a.mkv ]; do sleep 0.05; done; sleep 2; kill -INT $tov; wait $tov");
     EXPECT_EQ(result.status, 130);
     EXPECT_TRUE(result.err.contains(QStringLiteral("Recording freely; Ctrl-C ends it"))) << result.err.toStdString();
 }
