@@ -113,7 +113,7 @@ def main(build, model, big, rounds=5):
               f' at most 4.3 | {"reached" if ours[0] / theirs[0] <= 4.3 else "missed"} |', flush=True)
         ours, theirs = in_turns(
             [tov, 'video', model, '-o', folder + '/a.mp4', '--size', '1280x720', '--turntable', '100', '--quiet'],
-            [PEER, 'video', model, folder + '/b.mp4', '1280', '720', '100'], rounds)
+            [PEER, 'video', model, folder + '/b.mp4', '1280', '720', '100'], 3 * rounds)
         row('video 1280 x 720, 100 frames, H.264', 100 / ours[0], 100 / theirs[0], theirs[0] / ours[0], 2.5, 'frames/s')
         videos = [covered_in(folder + name) for name in ('/a.mp4', '/b.mp4')]
         ours, theirs = in_turns(
