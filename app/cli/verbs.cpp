@@ -11,8 +11,8 @@
 #include "kernel/main/informationobject.h"
 #include "kernel/main/modulemanager.h"
 #include "kernel/main/overseer.h"
-#include "kernel/main/settings.h"
 #include "kernel/main/parameterset.h"
+#include "kernel/main/settings.h"
 #include "scene/viewer.h"
 #include "trajectory/trajectoryhandler.h"
 

@@ -41,11 +41,23 @@ TEST(Missing, AFormatWhoseCodecIsMissingIsLeftOutAndNamed)
 
 namespace {
 
-/// A program with a cache of its own.
-struct Remembering
+/// A program with a cache of its own, started once: it has left a note.
+class RememberedFormats : public testing::Test
 {
+protected:
+    void SetUp() override
+    {
+        if (!qEnvironmentVariableIsEmpty("LD_PRELOAD"))
+            GTEST_SKIP() << "with a library preloaded nothing is remembered";
+        // The process in which new plug-ins are tried writes the note already.
+        all = encoders(&loaded);
+        ASSERT_FALSE(note.isEmpty());
+    }
+
     QTemporaryDir folder;
-    QString note;
+    QString note; ///< its file
+    QString all;  ///< what was said the first time
+    bool loaded = false;
 
     /// What `tov encoders` says, and in `loaded` whether it had to load FFmpeg for that.
     QString encoders(bool* loaded)
@@ -82,26 +94,19 @@ struct Remembering
 
 } // namespace
 
-TEST(Missing, TheFormatsAreRememberedWhileNothingChanges)
+TEST_F(RememberedFormats, StayWhileNothingChanges)
 {
-    if (!qEnvironmentVariableIsEmpty("LD_PRELOAD"))
-        GTEST_SKIP() << "with a library preloaded nothing is remembered";
-    Remembering program;
-    bool loaded = false;
-    // The process in which new plug-ins are tried writes the note already.
-    const QString all = program.encoders(&loaded);
-    ASSERT_FALSE(program.note.isEmpty());
-    EXPECT_EQ(QFile::permissions(program.note) &
+    EXPECT_EQ(QFile::permissions(note) &
                   (QFile::ReadGroup | QFile::WriteGroup | QFile::ReadOther | QFile::WriteOther),
               QFile::Permissions());
-    const QByteArray note = program.read();
-    EXPECT_EQ(program.encoders(&loaded), all);
+    const QByteArray content = read();
+    EXPECT_EQ(encoders(&loaded), all);
     EXPECT_FALSE(loaded);
 
-    // What the note says is taken.
-    const int last = note.lastIndexOf('\n', note.size() - 2) + 1;
-    program.write(note.left(last) + "mp4 webm\n");
-    const QString two = program.encoders(&loaded);
+    // What the content says is taken.
+    const int last = content.lastIndexOf('\n', content.size() - 2) + 1;
+    write(content.left(last) + "mp4 webm\n");
+    const QString two = encoders(&loaded);
     EXPECT_FALSE(loaded);
     EXPECT_TRUE(two.contains(QStringLiteral("\nmp4 ")) && two.contains(QStringLiteral("\nwebm "))) << two.toStdString();
     EXPECT_FALSE(two.contains(QStringLiteral("\nmkv ")) || two.contains(QStringLiteral("\nframes ")))
@@ -109,19 +114,13 @@ TEST(Missing, TheFormatsAreRememberedWhileNothingChanges)
     EXPECT_TRUE(two.contains(QStringLiteral("missing here: mov (libx264)"))) << two.toStdString();
 }
 
-TEST(Missing, AChangedLibraryOrADamagedNoteIsLookedIntoAnew)
+TEST_F(RememberedFormats, AChangedLibraryOrADamagedNoteIsLookedIntoAnew)
 {
-    if (!qEnvironmentVariableIsEmpty("LD_PRELOAD"))
-        GTEST_SKIP() << "with a library preloaded nothing is remembered";
-    Remembering program;
-    bool loaded = false;
-    const QString all = program.encoders(&loaded);
-    ASSERT_FALSE(program.note.isEmpty());
-    const QByteArray note = program.read();
-    QList<QByteArray> lines = note.split('\n');
+    const QByteArray content = read();
+    QList<QByteArray> lines = content.split('\n');
     ASSERT_EQ(lines.size(), 7)
-        << note.constData(); // title, our library, two of FFmpeg's, the loader's list, formats, end
-    const int last = note.lastIndexOf('\n', note.size() - 2) + 1;
+        << content.constData(); // title, our library, two of FFmpeg's, the loader's list, formats, end
+    const int last = content.lastIndexOf('\n', content.size() - 2) + 1;
     const QByteArray few = "mp4\n";
 
     QList<QByteArray> damaged{"",
@@ -129,15 +128,15 @@ TEST(Missing, AChangedLibraryOrADamagedNoteIsLookedIntoAnew)
                               "\n\n\n\n\n",
                               QByteArray(100000, 'x'),
                               QByteArray(100000, '\n'),
-                              note.left(last - 3),
-                              QByteArray("\0\xff\n", 3) + note.left(last) + few,
+                              content.left(last - 3),
+                              QByteArray("\0\xff\n", 3) + content.left(last) + few,
                               "tov video formats 2\n" +
-                                  note.mid(note.indexOf('\n') + 1, last - note.indexOf('\n') - 1) + few};
+                                  content.mid(content.indexOf('\n') + 1, last - content.indexOf('\n') - 1) + few};
     // Each of the four files with another size or date, gone, or not named at all.
     for (int line = 1; line <= 4; ++line) {
         for (const QByteArray& changed : {lines[line] + '1', lines[line].replace(lines[line].lastIndexOf(' '), 1, "1 "),
                                           QByteArray("/not/there 1 1.000000000"), QByteArray()}) {
-            QList<QByteArray> other = note.left(last).split('\n');
+            QList<QByteArray> other = content.left(last).split('\n');
             if (changed.isEmpty())
                 other.removeAt(line);
             else
@@ -146,16 +145,16 @@ TEST(Missing, AChangedLibraryOrADamagedNoteIsLookedIntoAnew)
         }
     }
     for (const QByteArray& text : std::as_const(damaged)) {
-        program.write(text);
-        EXPECT_EQ(program.encoders(&loaded), all) << text.left(400).constData();
+        write(text);
+        EXPECT_EQ(encoders(&loaded), all) << text.left(400).constData();
         EXPECT_TRUE(loaded) << text.left(400).constData();
-        EXPECT_EQ(program.read(), note);
+        EXPECT_EQ(read(), content);
     }
 
     // A folder in its place: never remembered, always right.
-    ASSERT_TRUE(QFile::remove(program.note) && QDir().mkdir(program.note));
+    ASSERT_TRUE(QFile::remove(note) && QDir().mkdir(note));
     for (int i = 0; i < 2; ++i) {
-        EXPECT_EQ(program.encoders(&loaded), all);
+        EXPECT_EQ(encoders(&loaded), all);
         EXPECT_TRUE(loaded);
     }
 }

@@ -91,7 +91,6 @@ bool FFmpegCoder::open()
         return fail(__LINE__, __func__, QStringLiteral("There is no output file to write the video to"));
     const int asked = job().fps > 0 ? std::min(job().fps, HighestFps) : DefaultFps;
     const int fps = m_Format.highestFps > 0 ? std::min(asked, m_Format.highestFps) : asked;
-    const QString noMemory = QStringLiteral("There is not enough memory to encode the video");
 
     if (m_Format.indexed)
         d->index = std::make_unique<Mp4Index>();
@@ -104,7 +103,7 @@ bool FFmpegCoder::open()
     int result = avformat_alloc_output_context2(&muxer, nullptr, m_Format.muxer, nullptr);
     d->muxer.reset(muxer);
     if (result < 0 || !d->output->context())
-        return fail(__LINE__, __func__, noMemory, result);
+        return failForMemory(__LINE__, __func__, result);
     muxer->pb = d->output->context();
     muxer->flags |= AVFMT_FLAG_CUSTOM_IO | AVFMT_FLAG_FLUSH_PACKETS;
 
@@ -119,7 +118,7 @@ bool FFmpegCoder::open()
     d->packet.reset(av_packet_alloc());
     d->stream = avformat_new_stream(muxer, nullptr);
     if (!d->codec || !d->frame || !d->filtered || !d->packet || !d->stream)
-        return fail(__LINE__, __func__, noMemory);
+        return failForMemory(__LINE__, __func__);
 
     AVCodecContext* codec = d->codec.get();
     const AVPixelFormat pixelFormat = av_get_pix_fmt(m_Format.pixelFormat);
@@ -171,12 +170,12 @@ bool FFmpegCoder::open()
     d->frame->color_primaries = codec->color_primaries;
     d->frame->color_trc = codec->color_trc;
     if (av_frame_get_buffer(d->frame.get(), 0) < 0)
-        return fail(__LINE__, __func__, noMemory);
+        return failForMemory(__LINE__, __func__);
     d->scaler.reset(sws_getContext(
         job().width, job().height, from, job().width, job().height, AVPixelFormat(d->frame->format),
         SWS_AREA | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT | SWS_FULL_CHR_H_INP, nullptr, nullptr, nullptr));
     if (!d->scaler)
-        return fail(__LINE__, __func__, noMemory);
+        return failForMemory(__LINE__, __func__);
     if (!rgb) {
         const int* coefficients = sws_getCoefficients(jpeg ? SWS_CS_ITU601 : SWS_CS_ITU709);
         sws_setColorspaceDetails(d->scaler.get(), sws_getCoefficients(SWS_CS_DEFAULT), 1, coefficients, jpeg ? 1 : 0, 0,
@@ -250,7 +249,7 @@ bool FFmpegCoder::codeFrame(const uchar* bgra)
     // The codec may still hold the frame before.
     int result = av_frame_make_writable(d->frame.get());
     if (result < 0)
-        return fail(__LINE__, __func__, QStringLiteral("There is not enough memory to encode the video"), result);
+        return failForMemory(__LINE__, __func__, result);
     const uint8_t* const planes[4] = {bgra, nullptr, nullptr, nullptr};
     const int strides[4] = {job().width * 4, 0, 0, 0};
     sws_scale(d->scaler.get(), planes, strides, 0, job().height, d->frame->data, d->frame->linesize);

@@ -38,9 +38,9 @@ bool FrameCoder::ensureOpen()
     return m_Opened;
 }
 
-void FrameCoder::failForMemory()
+bool FrameCoder::failForMemory(int line, const char* function, int averror)
 {
-    fail(__LINE__, __func__, QStringLiteral("There is not enough memory to encode the video"));
+    return fail(line, function, QStringLiteral("There is not enough memory to encode the video"), averror);
 }
 
 void FrameCoder::codeChunk(const CoderJob& job, QIODevice* chunk, bool isLast)
@@ -51,7 +51,7 @@ void FrameCoder::codeChunk(const CoderJob& job, QIODevice* chunk, bool isLast)
         if (isLast && !isAborted())
             end();
     } catch (const std::bad_alloc&) {
-        failForMemory();
+        failForMemory(__LINE__, __func__);
     }
 }
 
@@ -103,7 +103,7 @@ void FrameCoder::finish(const CoderJob& job)
         try {
             end(); // where no chunk was marked last
         } catch (const std::bad_alloc&) {
-            failForMemory();
+            failForMemory(__LINE__, __func__);
         }
     }
 }

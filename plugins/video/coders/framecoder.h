@@ -34,13 +34,14 @@ protected:
     const CoderJob& job() const { return m_Job; }
     /// Logs the first problem and stops everything that follows; `averror` is FFmpeg's, or 0. Always false.
     bool fail(int line, const char* function, const QString& what, int averror = 0);
+    /// The same for a lack of memory.
+    bool failForMemory(int line, const char* function, int averror = 0);
 
 private:
     void codeFrames(QIODevice* chunk);
     bool ensureOpen();
     bool isAborted() const;
     void end();
-    void failForMemory();
 
     const char* m_SourceFile; ///< not owned
     CoderJob m_Job{};

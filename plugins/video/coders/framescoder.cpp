@@ -74,7 +74,7 @@ bool FramesCoder::open()
     d->frame.reset(av_frame_alloc());
     d->packet.reset(av_packet_alloc());
     if (!d->codec || !d->frame || !d->packet)
-        return fail(__LINE__, __func__, QStringLiteral("There is not enough memory to encode the video"));
+        return failForMemory(__LINE__, __func__);
     d->codec->width = job().width;
     d->codec->height = job().height;
     d->codec->pix_fmt = AV_PIX_FMT_RGBA;
