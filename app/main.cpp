@@ -20,7 +20,8 @@ int main(int argc, char** argv)
         arguments << QFile::decodeName(argv[i]);
         // Such a name would become another one on its way through texts.
         if (QFile::encodeName(arguments.last()) != argv[i]) {
-            printError(QStringLiteral("%1: names that are not UTF-8 cannot be used; rename the file").arg(arguments.last()));
+            printError(
+                QStringLiteral("%1: names that are not UTF-8 cannot be used; rename the file").arg(arguments.last()));
             return 2;
         }
     }

@@ -1,19 +1,19 @@
-// What single frames cost: drawing a small part of a large scene, what the capture thread does beside drawing and reading
-// back, and the pace of a free-running recording while its frames are encoded. Prints rows of a Markdown table.
+// What single frames cost: drawing a small part of a large scene, what the capture thread does beside drawing and
+// reading back, and the pace of a free-running recording while its frames are encoded. Prints rows of a Markdown table.
 //
 //     bench_capture MODEL LARGE_MODEL
 
 #include "app/common/startup.h"
-#include "kernel/main/commandprocessor.h"
-#include "kernel/main/overseer.h"
+#include "kernel/commands/commandprocessor.h"
+#include "kernel/workers/overseer.h"
 #include "scene/geometryelement.h"
 #include "scene/scene.h"
-#include "scene/scenedrawer.h"
-#include "scene/sceneimport.h"
-#include "scene/scenepanel.h"
+#include "scene/drawing/scenedrawer.h"
+#include "scene/import/sceneimport.h"
+#include "scene/view/scenepanel.h"
 #include "scene/sceneview.h"
-#include "scene/sharedcontext.h"
-#include "scene/viewer.h"
+#include "scene/drawing/sharedcontext.h"
+#include "scene/view/viewer.h"
 #include "trajectory/trajectoryhandler.h"
 
 #include <QApplication>
@@ -54,9 +54,9 @@ namespace {
 /// A frame of a recording, as its capture thread meets it; milliseconds of a steady clock.
 struct Frame
 {
-    double begun = 0;      ///< the projection is set: drawing begins
-    double readFrom = 0;   ///< reading back begins
-    double readUntil = 0;  ///< and ends
+    double begun = 0;     ///< the projection is set: drawing begins
+    double readFrom = 0;  ///< reading back begins
+    double readUntil = 0; ///< and ends
 };
 std::mutex framesMutex;
 std::vector<Frame> frames; ///< guarded by framesMutex
@@ -97,7 +97,8 @@ std::unique_ptr<SceneElement> read(const QString& file, const GeometryElement*& 
         std::fprintf(stderr, "bench_capture: %s: %s\n", qPrintable(file), qPrintable(error));
         return nullptr;
     }
-    tov::scene::forEachVisible(root.get(), [&element](const GeometryElement& each, const Matrix4&) { element = &each; });
+    tov::scene::forEachVisible(root.get(),
+                               [&element](const GeometryElement& each, const Matrix4&) { element = &each; });
     return root;
 }
 
@@ -120,8 +121,8 @@ std::vector<std::size_t> inView(const GeometryElement& element, const Matrix4& c
     for (const auto& vertex : element.getVertices()) {
         std::array<double, 4> at{};
         for (unsigned r = 0; r < 4; ++r)
-            at[r] = clip(r, 0) * vertex.position[0] + clip(r, 1) * vertex.position[1] + clip(r, 2) * vertex.position[2] +
-                    clip(r, 3);
+            at[r] = clip(r, 0) * vertex.position[0] + clip(r, 1) * vertex.position[1] +
+                    clip(r, 2) * vertex.position[2] + clip(r, 3);
         outside.push_back((at[0] < -at[3] ? 1u : 0) | (at[0] > at[3] ? 2u : 0) | (at[1] < -at[3] ? 4u : 0) |
                           (at[1] > at[3] ? 8u : 0));
     }
@@ -189,7 +190,8 @@ bool zoomed(const QString& large)
     SceneElement alone(QStringLiteral("alone"));
     alone.addChild(partOf(*element, triangles));
     {
-        QOpenGLFramebufferObject fbo(Width, Height, QOpenGLFramebufferObject::CombinedDepthStencil, GL_TEXTURE_2D, GL_RGBA8);
+        QOpenGLFramebufferObject fbo(Width, Height, QOpenGLFramebufferObject::CombinedDepthStencil, GL_TEXTURE_2D,
+                                     GL_RGBA8);
         SceneDrawer drawer(Viewer::getInstance()->getGlobalScene());
         fbo.bind();
         drawer.resize(Width, Height);
@@ -212,7 +214,10 @@ bool zoomed(const QString& large)
         fbo.release();
         const double whole = median(times[0]), part = median(times[1]);
         row("drawing 1 % of 1.1 M triangles, closed, beside a scene of these alone, open and so drawn from both sides",
-            QStringLiteral("%1 triangles: %2 and %3 ms").arg(triangles.size()).arg(whole, 0, 'f', 2).arg(part, 0, 'f', 2),
+            QStringLiteral("%1 triangles: %2 and %3 ms")
+                .arg(triangles.size())
+                .arg(whole, 0, 'f', 2)
+                .arg(part, 0, 'f', 2),
             whole / part, 1.3);
     }
     context.doneCurrent();
@@ -227,7 +232,11 @@ CommandRunPointer record(const QString& file, int width, int height, bool steppe
     }
     QString error;
     const CommandRunPointer run = Overseer::getInstance()->getCommandProcessor()->start(
-        QStringLiteral("grabvideo filename=\"%1\" width=%2 height=%3 sync=%4").arg(file).arg(width).arg(height).arg(int(stepped)),
+        QStringLiteral("grabvideo filename=\"%1\" width=%2 height=%3 sync=%4")
+            .arg(file)
+            .arg(width)
+            .arg(height)
+            .arg(int(stepped)),
         &error);
     if (!run)
         std::fprintf(stderr, "bench_capture: %s\n", qPrintable(error));
@@ -258,7 +267,10 @@ bool captureThread(const QString& folder)
         rest.push_back(whole.back() - draw.back() - read.back());
     }
     row("capture thread at 1920 x 1080, stepped, H.264: all but drawing and reading back",
-        QStringLiteral("%1 of %2 ms a frame, %3 frames").arg(median(rest), 0, 'f', 2).arg(median(whole), 0, 'f', 2).arg(all.size()),
+        QStringLiteral("%1 of %2 ms a frame, %3 frames")
+            .arg(median(rest), 0, 'f', 2)
+            .arg(median(whole), 0, 'f', 2)
+            .arg(all.size()),
         median(rest) / median(whole), 0.1);
     return all.size() == 100;
 }
@@ -299,7 +311,8 @@ bool pace(const QString& folder)
     }
     if (!lasted)
         std::fprintf(stderr, "bench_capture: the recording ended by itself\n");
-    row("free-running at 1280 x 720 while H.264 is encoded, no window shown: frames more than 45 ms after the one before",
+    row("free-running at 1280 x 720 while H.264 is encoded, no window shown: frames more than 45 ms after the one "
+        "before",
         QStringLiteral("%1 of %2, %3 ms a frame").arg(late).arg(counted).arg(median(busy), 0, 'f', 1),
         counted ? double(late) / double(counted) : 1, 0.01);
     return lasted && counted > 0;
@@ -310,7 +323,8 @@ bool pace(const QString& folder)
 // In place of the libraries': called once for each frame of a recording, by its capture thread.
 extern "C" TOV_EXPORT void gluPerspective(double angle, double aspect, double nearPlane, double farPlane)
 {
-    static const auto real = reinterpret_cast<void (*)(double, double, double, double)>(dlsym(RTLD_NEXT, "gluPerspective"));
+    static const auto real =
+        reinterpret_cast<void (*)(double, double, double, double)>(dlsym(RTLD_NEXT, "gluPerspective"));
     {
         std::lock_guard<std::mutex> guard(framesMutex);
         frames.push_back({now(), 0, 0});

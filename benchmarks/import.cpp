@@ -1,7 +1,7 @@
 // Seconds that reading a model takes, without any window or drawing:  bench_import MODEL
 
 #include "scene/sceneelement.h"
-#include "scene/sceneimport.h"
+#include "scene/import/sceneimport.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>

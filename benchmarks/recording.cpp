@@ -1,16 +1,16 @@
-// What a frame of a recording costs, part by part: drawing, reading back, appending to the chunk; then encoding alone and
-// the whole program, over the same turntable. Prints medians and the ratio to the limit.
+// What a frame of a recording costs, part by part: drawing, reading back, appending to the chunk; then encoding alone
+// and the whole program, over the same turntable. Prints medians and the ratio to the limit.
 //
 //     bench_recording MODEL [POSITIONS]
 
-#include "kernel/main/overseer.h"
+#include "kernel/workers/overseer.h"
 #include "plugins/platform/select/headless.h"
 #include "scene/scene.h"
-#include "scene/scenedrawer.h"
-#include "scene/sceneimport.h"
-#include "scene/scenepanel.h"
-#include "scene/sharedcontext.h"
-#include "scene/viewer.h"
+#include "scene/drawing/scenedrawer.h"
+#include "scene/import/sceneimport.h"
+#include "scene/view/scenepanel.h"
+#include "scene/drawing/sharedcontext.h"
+#include "scene/view/viewer.h"
 #include "trajectory/trajectoryhandler.h"
 
 #include <QApplication>
@@ -51,7 +51,8 @@ double processorSeconds(int who)
 {
     rusage usage{};
     getrusage(who, &usage);
-    return double(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) + double(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e6;
+    return double(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) +
+           double(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e6;
 }
 
 /// Medians of whole processes, in seconds; below 0 when one fails.
@@ -128,7 +129,8 @@ int main(int argc, char** argv)
         surface.create();
         if (!context.create() || !context.makeCurrent(&surface))
             return 1;
-        QOpenGLFramebufferObject fbo(Width, Height, QOpenGLFramebufferObject::CombinedDepthStencil, GL_TEXTURE_2D, GL_RGBA8);
+        QOpenGLFramebufferObject fbo(Width, Height, QOpenGLFramebufferObject::CombinedDepthStencil, GL_TEXTURE_2D,
+                                     GL_RGBA8);
         const auto scene = viewer->getGlobalScene();
         tov::scene::SceneDrawer drawer(scene);
         QBuffer chunk;
@@ -176,7 +178,8 @@ int main(int argc, char** argv)
     }
     raw.close();
     const double frame = median(draw) + median(readBack) + median(append);
-    std::printf("%s, %d x %d, %d positions, medians (whole processes: of %d runs)\n", argv[1], Width, Height, positions, Runs);
+    std::printf("%s, %d x %d, %d positions, medians (whole processes: of %d runs)\n", argv[1], Width, Height, positions,
+                Runs);
     std::printf("load                 %8.1f ms\n", load);
     std::printf("draw                 %8.2f ms a frame\n", median(draw));
     std::printf("read back            %8.2f ms a frame\n", median(readBack));
@@ -185,18 +188,25 @@ int main(int argc, char** argv)
     std::fflush(stdout);
 
     const QString size = QStringLiteral("%1x%2").arg(Width).arg(Height);
-    Job encoding{
-        QStringLiteral("ffmpeg"),
-        {"-v", "error", "-y", "-f", "rawvideo", "-pix_fmt", "bgra", "-s", size, "-r", "25", "-i", raw.fileName(), "-c:v",
-         "libx264", "-preset", "veryfast", "-pix_fmt", "yuv420p", "-b:v", "1200k", folder.filePath(QStringLiteral("e.mp4"))},
-        {},
-        {}};
-    Job recording{
-        QStringLiteral(TOV_BINARY_DIR "/bin/tov"),
-        {"video", "-q", QString::fromLocal8Bit(argv[1]), "-o", folder.filePath(QStringLiteral("w.mp4")), "--size", size,
-         "--turntable", QString::number(positions)},
-        {},
-        {}};
+    Job encoding{QStringLiteral("ffmpeg"),
+                 {"-v",           "error",
+                  "-y",           "-f",
+                  "rawvideo",     "-pix_fmt",
+                  "bgra",         "-s",
+                  size,           "-r",
+                  "25",           "-i",
+                  raw.fileName(), "-c:v",
+                  "libx264",      "-preset",
+                  "veryfast",     "-pix_fmt",
+                  "yuv420p",      "-b:v",
+                  "1200k",        folder.filePath(QStringLiteral("e.mp4"))},
+                 {},
+                 {}};
+    Job recording{QStringLiteral(TOV_BINARY_DIR "/bin/tov"),
+                  {"video", "-q", QString::fromLocal8Bit(argv[1]), "-o", folder.filePath(QStringLiteral("w.mp4")),
+                   "--size", size, "--turntable", QString::number(positions)},
+                  {},
+                  {}};
     // In turns: other work on the machine meets both.
     for (int i = 0; i < Runs && encoding.run() && recording.run(); ++i) {
     }
@@ -208,8 +218,8 @@ int main(int argc, char** argv)
         const double spread = cores / (median(processor) / 1000 + encode.processor / positions);
         const double limit = std::min({captureAlone, encodeAlone, spread});
         std::printf("encode alone         %8.1f frames/s (the ffmpeg program, same codec and preset)\n", encodeAlone);
-        std::printf("both spread          %8.1f frames/s (%.1f and %.1f ms of processor time a frame, %.0f cores)\n", spread,
-                    median(processor), encode.processor / positions * 1000, cores);
+        std::printf("both spread          %8.1f frames/s (%.1f and %.1f ms of processor time a frame, %.0f cores)\n",
+                    spread, median(processor), encode.processor / positions * 1000, cores);
         std::printf("tov video            %8.1f frames/s (whole process)\n", positions / whole.wall);
         std::printf("ratio                %8.2f of the slowest of these three, at least 0.8: %s\n",
                     positions / whole.wall / limit, positions / whole.wall / limit >= 0.8 ? "reached" : "missed");

@@ -3,7 +3,7 @@
 
 #include "grab/video/encoder.h"
 #include "grab/video/videoencoder.h"
-#include "kernel/main/informationobject.h"
+#include "kernel/modules/informationobject.h"
 
 #include <QByteArray>
 #include <QFileDevice>

@@ -6,9 +6,9 @@
 #include "app/common/startup.h"
 #include "app/viewer/mainwindow.h"
 #include "app/viewer/panelgrid.h"
-#include "kernel/main/commandprocessor.h"
-#include "kernel/main/overseer.h"
-#include "scene/scenepanel.h"
+#include "kernel/commands/commandprocessor.h"
+#include "kernel/workers/overseer.h"
+#include "scene/view/scenepanel.h"
 
 #include <QApplication>
 #include <QElapsedTimer>
@@ -107,7 +107,8 @@ int main(int argc, char** argv)
         const Gaps gaps = measure(turned, [&] { return !processor->getRuns().empty(); });
         std::printf("%-44s longest %7.1f ms   99 %% below %6.1f ms   ratio to %g ms: %.2f   (picture: %.1f s)   %s\n",
                     turned ? "view turned during a picture" : "window left alone during a picture", gaps.longest,
-                    gaps.percentile99, LimitMs, gaps.longest / LimitMs, gaps.seconds, gaps.longest <= LimitMs ? "reached" : "missed");
+                    gaps.percentile99, LimitMs, gaps.longest / LimitMs, gaps.seconds,
+                    gaps.longest <= LimitMs ? "reached" : "missed");
     }
     return 0;
 }

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "kernel/main/overseer.h"
-#include "kernel/main/workerdelegate.h"
+#include "kernel/workers/overseer.h"
+#include "kernel/workers/workerdelegate.h"
 
 #include <functional>
 #include <utility>

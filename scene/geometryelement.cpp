@@ -1,7 +1,7 @@
 #include "scene/geometryelement.h"
 
-#include "scene/closedsurface.h"
-#include "scene/drawbuffers.h"
+#include "scene/drawing/closedsurface.h"
+#include "scene/drawing/drawbuffers.h"
 
 #include <algorithm>
 #include <cmath>

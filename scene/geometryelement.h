@@ -47,8 +47,8 @@ struct Geometry
 
 enum class Winding;
 
-/// An element with surfaces, lines or points. The data is put into drawing order once, when it is made: primitives along
-/// a space-filling curve, vertices in order of first use, in chunks that are culled by their boxes.
+/// An element with surfaces, lines or points. The data is put into drawing order once, when it is made: primitives
+/// along a space-filling curve, vertices in order of first use, in chunks that are culled by their boxes.
 class TOV_EXPORT GeometryElement : public SceneElement
 {
 public:

@@ -2,7 +2,7 @@
 
 #include "kernel/events/eventhandler.h"
 #include "kernel/main/eventmanager.h"
-#include "kernel/main/overseer.h"
+#include "kernel/workers/overseer.h"
 #include "scene/sceneelement.h"
 #include "scene/scenelocker.h"
 #include "scene/sceneview.h"

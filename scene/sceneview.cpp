@@ -39,8 +39,9 @@ Box visibleBox(const SceneElement* root)
         if (own.isEmpty())
             return;
         for (int corner = 0; corner < 8; ++corner) {
-            const auto point = transformed(transform, corner & 1 ? own.high[0] : own.low[0],
-                                           corner & 2 ? own.high[1] : own.low[1], corner & 4 ? own.high[2] : own.low[2]);
+            const auto point =
+                transformed(transform, corner & 1 ? own.high[0] : own.low[0], corner & 2 ? own.high[1] : own.low[1],
+                            corner & 4 ? own.high[2] : own.low[2]);
             const float rounded[3] = {float(point[0]), float(point[1]), float(point[2])};
             box.add(rounded);
         }

@@ -14,7 +14,7 @@ constexpr double PictureHalfHeight = 0.4274205123390469;
 /// Calls `function` for every visible geometry element under `root`, with its transform to the scene. The scene must be
 /// kept still by the caller. Thread: any.
 TOV_EXPORT void forEachVisible(const SceneElement* root,
-                    const std::function<void(const GeometryElement&, const tov::math::Matrix4&)>& function);
+                               const std::function<void(const GeometryElement&, const tov::math::Matrix4&)>& function);
 
 /// The box of everything visible, in scene units; empty when there is nothing. Thread: any.
 TOV_EXPORT Box visibleBox(const SceneElement* root);

@@ -3,7 +3,7 @@
 #include "scene/scene.h"
 #include "scene/sceneelement.h"
 #include "scene/scenelocker.h"
-#include "scene/viewer.h"
+#include "scene/view/viewer.h"
 #include "trajectory/path.h"
 #include "trajectory/trajectorysignals.h"
 
@@ -18,8 +18,7 @@ const QLatin1String CameraName("camera");
 }
 
 struct AdvancedTrajectoryInfo::Private : Path<MatrixMapList>
-{
-};
+{};
 
 AdvancedTrajectoryInfo::AdvancedTrajectoryInfo() : d(new Private) {}
 AdvancedTrajectoryInfo::~AdvancedTrajectoryInfo() = default;

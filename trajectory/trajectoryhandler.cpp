@@ -1,9 +1,9 @@
 #include "trajectory/trajectoryhandler.h"
 
 #include "scene/scene.h"
-#include "scene/scenepanel.h"
+#include "scene/view/scenepanel.h"
 #include "scene/sceneview.h"
-#include "scene/viewer.h"
+#include "scene/view/viewer.h"
 #include "trajectory/advancedtrajectoryinfo.h"
 #include "trajectory/trajectoryinfo.h"
 #include "trajectory/trajectoryreader.h"

@@ -3,7 +3,7 @@
 #include "scene/scene.h"
 #include "scene/sceneelement.h"
 #include "scene/scenelocker.h"
-#include "scene/viewer.h"
+#include "scene/view/viewer.h"
 #include "trajectory/path.h"
 #include "trajectory/trajectorysignals.h"
 

@@ -50,8 +50,9 @@ const Option Table[] = {
     {"background", nullptr, "'#rrggbb'", "image video run",
      QT_TRANSLATE_NOOP("CommandLine", "background colour (pictures keep it under alpha 0)")},
     {"samples", nullptr, "N", "image video run",
-     QT_TRANSLATE_NOOP("CommandLine",
-                       "smooth edges: samples a pixel, 0 (off) to 16, as far as the driver goes (default: the setting, 0)")},
+     QT_TRANSLATE_NOOP(
+         "CommandLine",
+         "smooth edges: samples a pixel, 0 (off) to 16, as far as the driver goes (default: the setting, 0)")},
     {"transform", nullptr, "'m00 ... m33'", "image video run",
      QT_TRANSLATE_NOOP("CommandLine", "scene to eye, 16 numbers row by row, instead of --view")},
     {"check", nullptr, "FILE.so", "encoders",
@@ -137,8 +138,9 @@ bool readOptions(const QStringList& arguments, Options& options, QString* error)
         if (!found)
             return fail(tr("there is no option %1").arg(argument.left(60)));
         if (!isFor(*found, options.verb))
-            return fail(options.verb.isEmpty() ? tr("the option %1 needs a verb, before everything else").arg(argument.left(60))
-                                               : tr("%1 has no option %2").arg(options.verb, argument.left(60)));
+            return fail(options.verb.isEmpty()
+                            ? tr("the option %1 needs a verb, before everything else").arg(argument.left(60))
+                            : tr("%1 has no option %2").arg(options.verb, argument.left(60)));
         QString value = QLatin1String("");
         if (found->placeholder) {
             if (equals >= 0)

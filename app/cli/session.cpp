@@ -3,11 +3,11 @@
 #include "app/cli/verbs.h"
 #include "app/common/recordinglost.h"
 #include "kernel/gui/zprogressdialog.h"
-#include "kernel/main/overseer.h"
+#include "kernel/workers/overseer.h"
 #include "scene/scene.h"
 #include "scene/sceneelement.h"
-#include "scene/sceneimport.h"
-#include "scene/viewer.h"
+#include "scene/import/sceneimport.h"
+#include "scene/view/viewer.h"
 #include "trajectory/advancedtrajectoryinfo.h"
 #include "trajectory/trajectoryhandler.h"
 
@@ -190,7 +190,8 @@ void Session::noteStillness()
         for (const auto& [name, matrix] : map)
             if (name == QLatin1String("camera") || (root && root->find(name)))
                 return;
-    tell(tr("Note: the trajectory moves nothing: the scene has none of its elements, and it does not move the camera."));
+    tell(
+        tr("Note: the trajectory moves nothing: the scene has none of its elements, and it does not move the camera."));
 }
 
 bool Session::run(const QString& name, const tov::main::CommandArguments& arguments,

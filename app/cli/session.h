@@ -7,7 +7,7 @@
 #include "app/common/spacewatch.h"
 #include "app/common/startup.h"
 #include "app/common/videoprobe.h"
-#include "kernel/main/commandprocessor.h"
+#include "kernel/commands/commandprocessor.h"
 
 #include <QCoreApplication>
 

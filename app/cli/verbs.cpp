@@ -8,12 +8,12 @@
 #include "kernel/gui/fileparameterpanelfactory.h"
 #include "kernel/log/terminalsink.h"
 #include "kernel/main/abstractparameter.h"
-#include "kernel/main/informationobject.h"
-#include "kernel/main/modulemanager.h"
-#include "kernel/main/overseer.h"
+#include "kernel/modules/informationobject.h"
+#include "kernel/modules/modulemanager.h"
+#include "kernel/workers/overseer.h"
 #include "kernel/main/parameterset.h"
 #include "kernel/main/settings.h"
-#include "scene/viewer.h"
+#include "scene/view/viewer.h"
 #include "trajectory/trajectoryhandler.h"
 
 #include <QCoreApplication>
@@ -166,8 +166,9 @@ bool checkBefore(Session& session, const tov::main::CommandText& text)
     QString error;
     for (const auto& [index, name] : {std::pair(1, "width"), std::pair(2, "height")})
         if (isVideo && argumentOf(text, index, name, QStringLiteral("0")).toInt() < 0)
-            return session.fail(tr("%1 was not written: width and height are pixels, 0 for those of the view; %2 is below")
-                                    .arg(fileName, argumentOf(text, index, name, QString())));
+            return session.fail(
+                tr("%1 was not written: width and height are pixels, 0 for those of the view; %2 is below")
+                    .arg(fileName, argumentOf(text, index, name, QString())));
     if (!checkOutputFolder(fileName, &error) || (isVideo && !SpaceWatch::hasRoom(fileName, &error)))
         return session.fail(error);
     if (isVideo && followsTrajectory(text) && tov::trajectory::TrajectoryHandler::getInstance()->getCount() == 0)

@@ -6,10 +6,10 @@
 #include "app/common/spacewatch.h"
 #include "kernel/gui/fileparameterpanelfactory.h"
 #include "kernel/main/abstractparameter.h"
-#include "kernel/main/overseer.h"
+#include "kernel/workers/overseer.h"
 #include "kernel/main/parameterset.h"
 #include "kernel/main/settings.h"
-#include "scene/viewer.h"
+#include "scene/view/viewer.h"
 #include "trajectory/trajectoryhandler.h"
 
 #include <QCoreApplication>

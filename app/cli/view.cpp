@@ -1,8 +1,8 @@
 #include "app/cli/view.h"
 
 #include "kernel/main/castclassmanager.h"
-#include "scene/scenedrawer.h"
-#include "scene/viewer.h"
+#include "scene/drawing/scenedrawer.h"
+#include "scene/view/viewer.h"
 
 #include <QCoreApplication>
 #include <QRegularExpression>

@@ -2,7 +2,7 @@
 
 #include "app/cli/options.h"
 #include "kernel/math/matrix.h"
-#include "scene/scenepanel.h"
+#include "scene/view/scenepanel.h"
 
 #include <QColor>
 #include <QSize>

@@ -1,6 +1,6 @@
 #include "app/common/spacewatch.h"
 
-#include "kernel/main/overseer.h"
+#include "kernel/workers/overseer.h"
 #include "kernel/main/settings.h"
 
 #include <QDir>

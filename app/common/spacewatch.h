@@ -1,6 +1,6 @@
 #pragma once
 
-#include "kernel/main/commandprocessor.h"
+#include "kernel/commands/commandprocessor.h"
 
 #include <QElapsedTimer>
 #include <QObject>

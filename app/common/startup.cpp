@@ -5,12 +5,12 @@
 #include "kernel/events/eventhandler.h"
 #include "kernel/log/console.h"
 #include "kernel/log/terminalsink.h"
-#include "kernel/main/commandprocessor.h"
-#include "kernel/main/overseer.h"
+#include "kernel/commands/commandprocessor.h"
+#include "kernel/workers/overseer.h"
 #include "kernel/main/settings.h"
 #include "plugins/platform/select/headless.h"
-#include "scene/scenedrawer.h"
-#include "scene/viewer.h"
+#include "scene/drawing/scenedrawer.h"
+#include "scene/view/viewer.h"
 
 #include <QApplication>
 #include <QFile>

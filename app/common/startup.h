@@ -1,7 +1,7 @@
 #pragma once
 
 #include "kernel/log/logger.h"
-#include "kernel/main/moduleloader.h"
+#include "kernel/modules/moduleloader.h"
 
 #include <QString>
 #include <QStringList>

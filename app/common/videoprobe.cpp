@@ -86,7 +86,8 @@ VideoReading::VideoReading(const QString& fileName, QObject* parent) : QObject(p
 {
     const auto work = [this, fileName] {
         const VideoProbe probe = read(fileName, &m_Stop);
-        QMetaObject::invokeMethod(this, [this, probe] { emit done(probe); }, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(
+            this, [this, probe] { emit done(probe); }, Qt::QueuedConnection);
     };
     try {
         m_Thread = std::thread(work);

@@ -1,11 +1,11 @@
 #include "app/viewer/commandactions.h"
 
 #include "app/viewer/commandtexts.h"
-#include "kernel/main/command.h"
-#include "kernel/main/commandprocessor.h"
-#include "kernel/main/module.h"
-#include "kernel/main/modulemanager.h"
-#include "kernel/main/overseer.h"
+#include "kernel/commands/command.h"
+#include "kernel/commands/commandprocessor.h"
+#include "kernel/modules/module.h"
+#include "kernel/modules/modulemanager.h"
+#include "kernel/workers/overseer.h"
 
 #include <QAction>
 #include <QMainWindow>

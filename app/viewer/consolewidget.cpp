@@ -2,8 +2,8 @@
 
 #include "kernel/log/console.h"
 #include "kernel/main/abstractparameter.h"
-#include "kernel/main/commandprocessor.h"
-#include "kernel/main/overseer.h"
+#include "kernel/commands/commandprocessor.h"
+#include "kernel/workers/overseer.h"
 #include "kernel/main/parameterset.h"
 #include "kernel/main/settings.h"
 

@@ -4,14 +4,14 @@
 #include "app/viewer/glyphs.h"
 #include "app/viewer/parameterdialog.h"
 #include "app/viewer/theme.h"
-#include "kernel/main/command.h"
-#include "kernel/main/commandprocessor.h"
-#include "kernel/main/informationobject.h"
-#include "kernel/main/modulemanager.h"
-#include "kernel/main/overseer.h"
+#include "kernel/commands/command.h"
+#include "kernel/commands/commandprocessor.h"
+#include "kernel/modules/informationobject.h"
+#include "kernel/modules/modulemanager.h"
+#include "kernel/workers/overseer.h"
 #include "kernel/main/settings.h"
-#include "scene/scenedrawer.h"
-#include "scene/viewer.h"
+#include "scene/drawing/scenedrawer.h"
+#include "scene/view/viewer.h"
 
 #include <QAction>
 #include <QApplication>

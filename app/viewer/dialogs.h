@@ -1,6 +1,6 @@
 #pragma once
 
-#include "kernel/main/moduleloader.h"
+#include "kernel/modules/moduleloader.h"
 
 #include <QDialog>
 

@@ -4,7 +4,7 @@
 #include "kernel/main/eventmanager.h"
 #include "scene/scene.h"
 #include "scene/scenelocker.h"
-#include "scene/viewer.h"
+#include "scene/view/viewer.h"
 
 namespace tov::viewer {
 

@@ -21,14 +21,14 @@
 #include "app/viewer/viewpicture.h"
 #include "kernel/gui/parameterpanelfactory.h"
 #include "kernel/main/abstractparameter.h"
-#include "kernel/main/overseer.h"
+#include "kernel/workers/overseer.h"
 #include "kernel/main/parameterset.h"
 #include "kernel/main/settings.h"
 #include "scene/scene.h"
-#include "scene/sceneimport.h"
+#include "scene/import/sceneimport.h"
 #include "scene/scenelocker.h"
-#include "scene/scenepanel.h"
-#include "scene/viewer.h"
+#include "scene/view/scenepanel.h"
+#include "scene/view/viewer.h"
 #include "trajectory/trajectoryhandler.h"
 
 #include <QAbstractButton>

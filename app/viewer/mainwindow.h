@@ -1,8 +1,8 @@
 #pragma once
 
 #include "app/common/output.h"
-#include "kernel/main/commandprocessor.h"
-#include "kernel/main/moduleloader.h"
+#include "kernel/commands/commandprocessor.h"
+#include "kernel/modules/moduleloader.h"
 
 #include <QElapsedTimer>
 #include <QMainWindow>

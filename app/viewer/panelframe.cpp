@@ -1,7 +1,7 @@
 #include "app/viewer/panelframe.h"
 
 #include "app/viewer/standardviews.h"
-#include "scene/scenepanel.h"
+#include "scene/view/scenepanel.h"
 
 #include <QApplication>
 #include <QContextMenuEvent>

@@ -1,8 +1,8 @@
 #include "app/viewer/panelgrid.h"
 
 #include "app/viewer/panelframe.h"
-#include "scene/scenepanel.h"
-#include "scene/viewer.h"
+#include "scene/view/scenepanel.h"
+#include "scene/view/viewer.h"
 
 #include <QDataStream>
 #include <QSplitter>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "kernel/main/command.h"
+#include "kernel/commands/command.h"
 
 #include <QDialog>
 

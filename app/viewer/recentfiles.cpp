@@ -3,7 +3,7 @@
 #include "app/common/libraryprobe.h"
 #include "app/viewer/viewpicture.h"
 #include "kernel/main/settings.h"
-#include "scene/scenepanel.h"
+#include "scene/view/scenepanel.h"
 
 #include <QCryptographicHash>
 #include <QDir>

@@ -1,6 +1,6 @@
 #include "app/viewer/runsbar.h"
 
-#include "kernel/main/overseer.h"
+#include "kernel/workers/overseer.h"
 
 #include <QHBoxLayout>
 #include <QLabel>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "kernel/gui/zprogressdialog.h"
-#include "kernel/main/commandprocessor.h"
+#include "kernel/commands/commandprocessor.h"
 
 #include <QElapsedTimer>
 #include <QTimer>

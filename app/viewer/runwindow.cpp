@@ -10,7 +10,7 @@
 #include "app/viewer/theme.h"
 #include "kernel/main/settings.h"
 #include "plugins/platform/select/headless.h"
-#include "scene/viewer.h"
+#include "scene/view/viewer.h"
 
 #include <QApplication>
 #include <QMessageBox>

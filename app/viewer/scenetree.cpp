@@ -5,7 +5,7 @@
 #include "kernel/main/eventmanager.h"
 #include "scene/scene.h"
 #include "scene/sceneelement.h"
-#include "scene/viewer.h"
+#include "scene/view/viewer.h"
 
 #include <QHeaderView>
 #include <QKeyEvent>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "scene/scenepanel.h"
+#include "scene/view/scenepanel.h"
 
 #include <QCoreApplication>
 #include <QString>

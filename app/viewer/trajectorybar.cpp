@@ -2,8 +2,8 @@
 
 #include "app/viewer/glyphs.h"
 #include "kernel/main/settings.h"
-#include "scene/scenepanel.h"
-#include "scene/viewer.h"
+#include "scene/view/scenepanel.h"
+#include "scene/view/viewer.h"
 #include "trajectory/trajectoryhandler.h"
 
 #include <QFileDialog>

@@ -1,11 +1,11 @@
 #include "app/viewer/viewpicture.h"
 
-#include "kernel/main/commandprocessor.h"
-#include "kernel/main/overseer.h"
+#include "kernel/commands/commandprocessor.h"
+#include "kernel/workers/overseer.h"
 #include "kernel/main/parameter.h"
 #include "kernel/main/parameterset.h"
 #include "kernel/math/matrix.h"
-#include "scene/scenepanel.h"
+#include "scene/view/scenepanel.h"
 
 #include <QPointer>
 

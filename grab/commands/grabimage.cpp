@@ -16,20 +16,20 @@
 #include "kernel/gui/zprogressdialog.h"
 #include "kernel/log/console.h"
 #include "kernel/log/logger.h"
-#include "kernel/main/commandprocessor.h"
+#include "kernel/commands/commandprocessor.h"
 #include "kernel/main/eventmanager.h"
-#include "kernel/main/functioncommand.h"
-#include "kernel/main/overseer.h"
+#include "kernel/commands/functioncommand.h"
+#include "kernel/workers/overseer.h"
 #include "kernel/main/parameter.h"
 #include "kernel/main/parameterset.h"
 #include "kernel/main/settings.h"
-#include "kernel/main/workerdelegate.h"
+#include "kernel/workers/workerdelegate.h"
 #include "scene/scene.h"
-#include "scene/scenedrawer.h"
+#include "scene/drawing/scenedrawer.h"
 #include "scene/scenelocker.h"
-#include "scene/scenepanel.h"
-#include "scene/sharedcontext.h"
-#include "scene/viewer.h"
+#include "scene/view/scenepanel.h"
+#include "scene/drawing/sharedcontext.h"
+#include "scene/view/viewer.h"
 
 #include <QCoreApplication>
 #include <QApplication>
@@ -112,8 +112,8 @@ int truncated(double value)
     return static_cast<int>(value);
 }
 
-/// A blank picture; null when there is no memory for it or nothing can be that large. The system hands out zeroed pages,
-/// which come when tiles are copied, on all cores.
+/// A blank picture; null when there is no memory for it or nothing can be that large. The system hands out zeroed
+/// pages, which come when tiles are copied, on all cores.
 QImage makeBlankPicture(int width, int height)
 {
     constexpr int PixelBytes = 4;
@@ -123,7 +123,8 @@ QImage makeBlankPicture(int width, int height)
     void* const pixels = std::calloc(std::size_t(height), std::size_t(rowBytes));
     if (!pixels)
         return QImage();
-    const QImage picture(static_cast<uchar*>(pixels), width, height, rowBytes, QImage::Format_ARGB32, std::free, pixels);
+    const QImage picture(static_cast<uchar*>(pixels), width, height, rowBytes, QImage::Format_ARGB32, std::free,
+                         pixels);
     if (picture.isNull())
         std::free(pixels);
     return picture;

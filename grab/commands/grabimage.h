@@ -1,6 +1,6 @@
 #pragma once
 
-#include "kernel/main/command.h"
+#include "kernel/commands/command.h"
 #include "kernel/main/export.h"
 #include "kernel/math/matrix.h"
 
@@ -20,9 +20,9 @@ class ParameterPanelFactory;
 
 namespace tov::commands::grab {
 
-/// The command "grabimage": renders the scene, seen as a panel sees it, into a picture of any size. Two forms, told apart
-/// by the identifier of their parameter set: the interactive one (1) writes the picture to a file, the programmatic one
-/// (10000) fills an image of the caller's.
+/// The command "grabimage": renders the scene, seen as a panel sees it, into a picture of any size. Two forms, told
+/// apart by the identifier of their parameter set: the interactive one (1) writes the picture to a file, the
+/// programmatic one (10000) fills an image of the caller's.
 class TOV_EXPORT GrabImage : public tov::main::Command
 {
 public:
@@ -33,8 +33,8 @@ public:
 
     /// The interactive form; disabled until a panel is announced and OpenGL was found fit. Thread: application.
     GrabImage();
-    /// The programmatic form, for one run. Image, matrix (scene to eye) and panel stay the caller's and must outlive the
-    /// run; the image's size is the picture's. Thread: any.
+    /// The programmatic form, for one run. Image, matrix (scene to eye) and panel stay the caller's and must outlive
+    /// the run; the image's size is the picture's. Thread: any.
     GrabImage(QImage* image, const tov::math::Matrix<double, 4u, 4u>* transform, tov::gui::ScenePanel* panel);
     ~GrabImage() override;
 

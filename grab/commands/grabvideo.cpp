@@ -14,11 +14,11 @@
 #include "kernel/gui/fileparameterpanelfactory.h"
 #include "kernel/log/logger.h"
 #include "kernel/main/eventmanager.h"
-#include "kernel/main/overseer.h"
+#include "kernel/workers/overseer.h"
 #include "kernel/main/parameter.h"
 #include "kernel/main/parameterset.h"
 #include "kernel/main/settings.h"
-#include "scene/scenepanel.h"
+#include "scene/view/scenepanel.h"
 
 #include <QFileDialog>
 #include <QFileInfo>

@@ -10,7 +10,7 @@
 #include "kernel/gui/sliderparameterpanelfactory.h"
 #include "kernel/log/console.h"
 #include "kernel/main/eventmanager.h"
-#include "kernel/main/overseer.h"
+#include "kernel/workers/overseer.h"
 #include "kernel/main/parameter.h"
 #include "kernel/main/parameterset.h"
 #include "kernel/main/settings.h"

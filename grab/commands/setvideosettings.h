@@ -1,7 +1,7 @@
 #pragma once
 
 #include "kernel/main/export.h"
-#include "kernel/main/settingscommand.h"
+#include "kernel/commands/settingscommand.h"
 
 class QSlider;
 

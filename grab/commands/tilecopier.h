@@ -31,7 +31,8 @@ private:
     struct Tile
     {
         QImage picture;
-        std::vector<QImage> views; ///< of the target's pixels, one a share: its own counters are not written from two threads
+        std::vector<QImage>
+            views; ///< of the target's pixels, one a share: its own counters are not written from two threads
         int x0, y0, width, height;
         int sharesLeft;
     };

@@ -2,7 +2,7 @@
 
 #include "grab/module/events.h"
 #include "grab/video/videoencoder.h"
-#include "kernel/main/informationobject.h"
+#include "kernel/modules/informationobject.h"
 
 #include <QIcon>
 #include <QObject>

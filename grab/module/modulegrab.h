@@ -1,8 +1,8 @@
 #pragma once
 
 #include "kernel/main/export.h"
-#include "kernel/main/module.h"
-#include "kernel/main/modulefactory.h"
+#include "kernel/modules/module.h"
+#include "kernel/modules/modulefactory.h"
 
 namespace tov::grab {
 

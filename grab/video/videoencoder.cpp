@@ -2,10 +2,10 @@
 
 #include "grab/video/encoder.h"
 #include "kernel/log/logger.h"
-#include "kernel/main/informationobject.h"
-#include "kernel/main/module.h"
-#include "kernel/main/modulemanager.h"
-#include "kernel/main/overseer.h"
+#include "kernel/modules/informationobject.h"
+#include "kernel/modules/module.h"
+#include "kernel/modules/modulemanager.h"
+#include "kernel/workers/overseer.h"
 #include "kernel/util/libraryfile.h"
 
 #include <QCoreApplication>

@@ -27,8 +27,8 @@ EventHandler::~EventHandler() = default;
 EventType EventHandler::addEvent(const char* category, const char* name)
 {
     std::lock_guard<std::mutex> guard(d->mutex);
-    const auto entry = d->types.emplace(std::make_pair(std::string(category), std::string(name)),
-                                        EventType(d->types.size() + 1));
+    const auto entry =
+        d->types.emplace(std::make_pair(std::string(category), std::string(name)), EventType(d->types.size() + 1));
     const EventType type = entry.first->second;
     d->declarations.push_back({QString::fromUtf8(category), QString::fromUtf8(name), type});
     return type;

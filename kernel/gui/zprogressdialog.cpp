@@ -1,6 +1,6 @@
 #include "kernel/gui/zprogressdialog.h"
 
-#include "kernel/main/overseer.h"
+#include "kernel/workers/overseer.h"
 
 #include <atomic>
 
@@ -42,8 +42,9 @@ ZProgressDialog::ZProgressDialog(const QString& title, bool) : d(new Private)
 
 ZProgressDialog::~ZProgressDialog()
 {
-    tov::main::Overseer::getInstance()->post(
-        [state = d] { Private::present({state->id, state->title, state->percent, true}); });
+    tov::main::Overseer::getInstance()->post([state = d] {
+        Private::present({state->id, state->title, state->percent, true});
+    });
 }
 
 void ZProgressDialog::setValue(int percent)

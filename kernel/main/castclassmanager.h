@@ -9,8 +9,8 @@
 
 namespace tov::main {
 
-/// Knows the cast class of each parameter type: bool, int, double, `QImage` and `Matrix<double, 4u, 4u>` from the start;
-/// libraries add their own types. Types are the same when their `type_info`s are equal. Thread: any.
+/// Knows the cast class of each parameter type: bool, int, double, `QImage` and `Matrix<double, 4u, 4u>` from the
+/// start; libraries add their own types. Types are the same when their `type_info`s are equal. Thread: any.
 class TOV_EXPORT CastClassManager
 {
 public:

@@ -12,8 +12,7 @@ class Event
 public:
     explicit Event(EventType type, void* sender = nullptr, void* data = nullptr)
         : m_Type(type), mp_Sender(sender), mp_Data(data)
-    {
-    }
+    {}
     EventType getType() const { return m_Type; }
     void* getSender() const { return mp_Sender; }
     /// What the event carries; its type is fixed by the event type ("SCENEPANEL_CHANGED": a `tov::gui::ScenePanel*`,

@@ -109,13 +109,11 @@ void EventManager::fireEvent(const Event* event)
         try {
             entry->function(event);
         } catch (const std::exception& e) {
-            tov::log::Logger::log(tov::log::LevelError, "main/eventmanager", __LINE__, __func__, nullptr,
-                                  "A function for the event %s failed: %s",
-                                  tov::events::EventHandler::getInstance()
-                                      ->getEventName(event->getType())
-                                      .toLocal8Bit()
-                                      .constData(),
-                                  e.what());
+            tov::log::Logger::log(
+                tov::log::LevelError, "main/eventmanager", __LINE__, __func__, nullptr,
+                "A function for the event %s failed: %s",
+                tov::events::EventHandler::getInstance()->getEventName(event->getType()).toLocal8Bit().constData(),
+                e.what());
         } catch (...) {
             tov::log::Logger::log(tov::log::LevelError, "main/eventmanager", __LINE__, __func__, nullptr,
                                   "A function for an event failed");

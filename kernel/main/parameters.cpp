@@ -12,8 +12,7 @@ AbstractParameter::AbstractParameter(const QString& name, const QString& descrip
                                      bool mandatory, ParameterPanelFactory* panelFactory)
     : m_Name(name), m_Description(description), m_DefaultText(defaultText), m_Mandatory(mandatory),
       mp_PanelFactory(panelFactory)
-{
-}
+{}
 
 AbstractParameter::~AbstractParameter() = default;
 

@@ -35,8 +35,8 @@ QString defaultFile()
     return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) + QStringLiteral("/tov/tov.ini");
 }
 
-/// Qt shares what it holds of one file among all objects on it, and keeps it while writing is impossible: no folder can be
-/// made there. One object holds it for good.
+/// Qt shares what it holds of one file among all objects on it, and keeps it while writing is impossible: no folder can
+/// be made there. One object holds it for good.
 QSettings& memory()
 {
     static auto* holder = new QSettings(QStringLiteral("/proc/self/tov/settings.ini"), QSettings::IniFormat);
@@ -102,8 +102,8 @@ QString settingsFile()
 
 QSettings& tovSettings()
 {
-    // Qt's own thread storage: its objects are gone when the end of a QThread has been waited for. Those of the language
-    // live a little longer, into the end of the process.
+    // Qt's own thread storage: its objects are gone when the end of a QThread has been waited for. Those of the
+    // language live a little longer, into the end of the process.
     struct Entry
     {
         unsigned int generation = 0;

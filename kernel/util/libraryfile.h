@@ -26,9 +26,9 @@ inline constexpr const char* RefusedLibraries = "tovRefusedLibraries";
 /// How a process that tries a library ends when the library let it.
 inline constexpr int ProbedStatus = 42;
 
-/// Why what an open file holds cannot be a whole shared library of this machine, in a few words; empty when it may be. A
-/// file that is shorter than its own headers say kills the process inside the loader, so it is looked at first. Fields as
-/// in the ELF specification, 64 bits. Thread: any.
+/// Why what an open file holds cannot be a whole shared library of this machine, in a few words; empty when it may be.
+/// A file that is shorter than its own headers say kills the process inside the loader, so it is looked at first.
+/// Fields as in the ELF specification, 64 bits. Thread: any.
 inline QString elfDefectOf(QIODevice& file)
 {
     const quint64 size = quint64(file.size());
@@ -130,9 +130,9 @@ inline QString accessDefectOf(const struct stat& status, const QString& path)
 
 /// Whether somebody else could have put code into the file; says how, or is empty. The file and the folders above must
 /// belong to root or the user (under sudo also the user who called it), and neither everybody nor a group of several
-/// users may write them, but for folders where only owners may replace files (sticky, as /tmp). Folders from the one that
-/// the environment variable TOV_TRUSTED_FOLDER names upwards are not looked at: for build machines whose work folders
-/// are open to all. Thread: any.
+/// users may write them, but for folders where only owners may replace files (sticky, as /tmp). Folders from the one
+/// that the environment variable TOV_TRUSTED_FOLDER names upwards are not looked at: for build machines whose work
+/// folders are open to all. Thread: any.
 inline QString accessDefectOf(const QString& fileName)
 {
     const QString name = QFileInfo(fileName).canonicalFilePath();

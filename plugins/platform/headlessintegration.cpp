@@ -35,9 +35,23 @@ bool isUsable(EGLDisplay display)
 {
     if (display == EGL_NO_DISPLAY || !eglInitialize(display, nullptr, nullptr))
         return false;
-    const EGLint wanted[] = {EGL_SURFACE_TYPE, EGL_PBUFFER_BIT, EGL_RENDERABLE_TYPE, EGL_OPENGL_BIT, EGL_RED_SIZE, 8,
-                             EGL_GREEN_SIZE,   8,               EGL_BLUE_SIZE,       8,              EGL_ALPHA_SIZE, 8,
-                             EGL_DEPTH_SIZE,   24,              EGL_STENCIL_SIZE,    8,              EGL_NONE};
+    const EGLint wanted[] = {EGL_SURFACE_TYPE,
+                             EGL_PBUFFER_BIT,
+                             EGL_RENDERABLE_TYPE,
+                             EGL_OPENGL_BIT,
+                             EGL_RED_SIZE,
+                             8,
+                             EGL_GREEN_SIZE,
+                             8,
+                             EGL_BLUE_SIZE,
+                             8,
+                             EGL_ALPHA_SIZE,
+                             8,
+                             EGL_DEPTH_SIZE,
+                             24,
+                             EGL_STENCIL_SIZE,
+                             8,
+                             EGL_NONE};
     EGLConfig config;
     EGLint count = 0;
     return eglBindAPI(EGL_OPENGL_API) && eglChooseConfig(display, wanted, &config, 1, &count) && count > 0;

@@ -416,13 +416,12 @@ TEST_F(CliTest, ARecordingWithoutChunksEndsByItself)
 {
     // Neither memory nor temporary files: nothing can be recorded, and nothing will ever end it.
     write("settings.ini", "[settings]\ngrabvideousememoryasbuffer=false\n");
-    for (const QByteArray& verb :
-         {QByteArray("video ") + Cube.toUtf8() + " -o a.mkv --size 64x48 --turntable 3",
-          QByteArray("video ") + Cube.toUtf8() + " -o a.mkv --size 64x48 --duration 3600",
-          QByteArray("run ") + Cube.toUtf8() + " -c 'grabvideo a.mkv 64 48 sync=0'"}) {
+    for (const QByteArray& verb : {QByteArray("video ") + Cube.toUtf8() + " -o a.mkv --size 64x48 --turntable 3",
+                                   QByteArray("video ") + Cube.toUtf8() + " -o a.mkv --size 64x48 --duration 3600",
+                                   QByteArray("run ") + Cube.toUtf8() + " -c 'grabvideo a.mkv 64 48 sync=0'"}) {
         SCOPED_TRACE(verb.constData());
-        const Result result =
-            run({}, "TOV_FAULT=tmpfile:1:0:13 LD_PRELOAD='" TOV_BINARY_DIR "/tests/libfaultshim.so' exec \"$0\" " + verb);
+        const Result result = run(
+            {}, "TOV_FAULT=tmpfile:1:0:13 LD_PRELOAD='" TOV_BINARY_DIR "/tests/libfaultshim.so' exec \"$0\" " + verb);
         EXPECT_EQ(result.status, 1) << result.err.toStdString();
         EXPECT_TRUE(result.err.contains(QStringLiteral("Couldn't open temporary file"))) << result.err.toStdString();
     }
@@ -589,9 +588,11 @@ TEST_F(CliTest, ATrajectoryThatMovesNothingIsTold)
 
 TEST_F(CliTest, ASizeBelowZeroCostsNoFile)
 {
-    for (const char* text : {"grabvideo a.mkv -100 100 1", "grabvideo a.mkv 100 -100 1", "grabvideo a.mkv width=0 height=-5"}) {
+    for (const char* text :
+         {"grabvideo a.mkv -100 100 1", "grabvideo a.mkv 100 -100 1", "grabvideo a.mkv width=0 height=-5"}) {
         write("a.mkv", "an older video");
-        expectFailure(run({"run", Cube, "--turntable", "2", "-c", QLatin1String(text)}), 1, "width and height are pixels");
+        expectFailure(run({"run", Cube, "--turntable", "2", "-c", QLatin1String(text)}), 1,
+                      "width and height are pixels");
         QFile file(path("a.mkv"));
         ASSERT_TRUE(file.open(QIODevice::ReadOnly));
         EXPECT_EQ(file.readAll(), "an older video");

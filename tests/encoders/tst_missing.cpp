@@ -73,7 +73,8 @@ protected:
         EXPECT_EQ(process.exitCode(), 0);
         *loaded = process.readAllStandardError().contains("libavcodec.so");
         if (note.isEmpty()) {
-            QDirIterator found(folder.path(), {QStringLiteral("video-formats-*")}, QDir::Files, QDirIterator::Subdirectories);
+            QDirIterator found(folder.path(), {QStringLiteral("video-formats-*")}, QDir::Files,
+                               QDirIterator::Subdirectories);
             note = found.next();
         }
         return QLatin1Char('\n') + QString::fromUtf8(process.readAllStandardOutput());
@@ -96,8 +97,7 @@ protected:
 
 TEST_F(RememberedFormats, StayWhileNothingChanges)
 {
-    EXPECT_EQ(QFile::permissions(note) &
-                  (QFile::ReadGroup | QFile::WriteGroup | QFile::ReadOther | QFile::WriteOther),
+    EXPECT_EQ(QFile::permissions(note) & (QFile::ReadGroup | QFile::WriteGroup | QFile::ReadOther | QFile::WriteOther),
               QFile::Permissions());
     const QByteArray content = read();
     EXPECT_EQ(encoders(&loaded), all);

@@ -175,7 +175,7 @@ class Again(Job):
         with open(os.path.dirname(loop.model) + '/flight.tum', encoding='ascii') as flight, \
                 open(folder + '/path.tum', 'w', encoding='ascii') as path:
             path.writelines(flight.readlines()[:2 + FRAMES])
-        return subprocess.run([loop.build + '/bin/tov_again', loop.model, folder + '/path.tum', *texts], capture_output=True, text=True,
+        return subprocess.run([loop.build + '/bin/tov_several_commands', loop.model, folder + '/path.tum', *texts], capture_output=True, text=True,
                               timeout=40, env=loop.environment(folder, outputs[0], shim, fault), check=False), outputs
 
     def refer(self, loop, folder):

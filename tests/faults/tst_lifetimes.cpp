@@ -5,11 +5,11 @@
 #include "grab/commands/grabimage.h"
 #include "grab/commands/grabvideo.h"
 #include "kernel/main/abstractparameter.h"
-#include "kernel/main/commandprocessor.h"
-#include "kernel/main/overseer.h"
+#include "kernel/commands/commandprocessor.h"
+#include "kernel/workers/overseer.h"
 #include "kernel/main/parameterset.h"
-#include "scene/sharedcontext.h"
-#include "scene/viewer.h"
+#include "scene/drawing/sharedcontext.h"
+#include "scene/view/viewer.h"
 #include "tests/grab/videofixture.h"
 #include "trajectory/trajectoryhandler.h"
 #include "trajectory/trajectoryinfo.h"
@@ -229,7 +229,8 @@ protected:
         Viewer::getInstance()->closePanel(next);
         QFile::remove(name);
     }
-    /// Ends a recording and closes its panel. `early`: what waits at the gate goes on before the end, otherwise after it.
+    /// Ends a recording and closes its panel. `early`: what waits at the gate goes on before the end, otherwise after
+    /// it.
     void end(const CommandRunPointer& run, ScenePanel* panel, Ending ending, bool early)
     {
         if (early)

@@ -3,7 +3,7 @@
 #include "kernel/main/settings.h"
 #include "scene/geometryelement.h"
 #include "scene/sceneelement.h"
-#include "scene/sceneimport.h"
+#include "scene/import/sceneimport.h"
 
 #include <QColor>
 #include <QDateTime>
@@ -111,8 +111,8 @@ QByteArray glb()
     QByteArray text = gltf("");
     text.replace(R"(,"uri":"")", "");
     text.append(QByteArray((4 - text.size() % 4) % 4, ' '));
-    const QByteArray chunks = raw(quint32(text.size())) + "JSON" + text + raw(quint32(Triangle.size())) +
-                              QByteArray("BIN\0", 4) + Triangle;
+    const QByteArray chunks =
+        raw(quint32(text.size())) + "JSON" + text + raw(quint32(Triangle.size())) + QByteArray("BIN\0", 4) + Triangle;
     return "glTF" + raw(quint32(2)) + raw(quint32(12 + chunks.size())) + chunks;
 }
 
@@ -374,7 +374,7 @@ TEST_F(ModelFaults, ChangedAtRandom)
     print("changed");
     // The least that is read and refused of each type, percent. An archive has checksums.
     const std::map<QString, std::array<int, 2>> least{
-        {"3ds", {20, 30}}, {"3mf", {0, 95}}, {"dae", {1, 80}}, {"fbx", {4, 70}},  {"glb", {2, 80}},  {"gltf", {3, 80}},
+        {"3ds", {20, 30}}, {"3mf", {0, 95}}, {"dae", {1, 80}}, {"fbx", {4, 70}}, {"glb", {2, 80}},  {"gltf", {3, 80}},
         {"lwo", {7, 60}},  {"obj", {4, 75}}, {"off", {3, 80}}, {"ply", {3, 80}}, {"stl", {15, 50}}, {"x", {1, 80}}};
     EXPECT_EQ(counts.size(), least.size());
     for (const auto& [suffix, count] : counts)
@@ -417,8 +417,8 @@ TEST_F(ModelFaults, NumbersThatAreNone)
     EXPECT_FALSE(readOrRefused(write(QStringLiteral("n.ply"), at(ply(), one, NoNumber))));
     EXPECT_FALSE(readOrRefused(write(QStringLiteral("n.stl"), at(stl(), Triangle, NoNumber + Triangle.mid(4)))));
     EXPECT_FALSE(readOrRefused(write(QStringLiteral("n.glb"), at(glb(), Triangle, NoNumber + Triangle.mid(4)))));
-    readOrRefused(write(QStringLiteral("n.gltf"), gltf("data:application/octet-stream;base64," +
-                                                       (NoNumber + Triangle.mid(4)).toBase64())));
+    readOrRefused(write(QStringLiteral("n.gltf"),
+                        gltf("data:application/octet-stream;base64," + (NoNumber + Triangle.mid(4)).toBase64())));
     readOrRefused(write(QStringLiteral("n.lwo"), at(lwo(), reversed(one), reversed(NoNumber))));
     QByteArray cube = fileOf(QStringLiteral("/usr/share/glmark2/models/cube.3ds"));
     const int vertices = cube.indexOf("\x10\x41") + 8; // chunk, size, count
@@ -461,8 +461,8 @@ TEST_F(ModelFaults, NumbersThatAreNone)
             QStringLiteral("colors.ply"),
             header + "property float red\nproperty float green\nproperty float blue\nend_header\n" + corners(three))))
             << last.toStdString();
-        const QByteArray faces = header + "element face 1\nproperty list float float vertex_indices\nend_header\n" +
-                                 corners(QByteArray());
+        const QByteArray faces =
+            header + "element face 1\nproperty list float float vertex_indices\nend_header\n" + corners(QByteArray());
         EXPECT_TRUE(readOrRefused(write(QStringLiteral("faces.ply"), faces + floats({3, 0, 1, 2}))))
             << last.toStdString();
         EXPECT_FALSE(readOrRefused(write(QStringLiteral("index.ply"), faces + floats({3, 0, 1}) + value)));
@@ -473,7 +473,8 @@ TEST_F(ModelFaults, NumbersThatAreNone)
 
 TEST_F(ModelFaults, CountsOfEveryFormatAtTheirLimits)
 {
-    const auto at = [this](const char* name, QByteArray bytes, const QByteArray& old, int skip, const QByteArray& value) {
+    const auto at = [this](const char* name, QByteArray bytes, const QByteArray& old, int skip,
+                           const QByteArray& value) {
         const int place = bytes.indexOf(old);
         EXPECT_GE(place, 0) << name;
         SCOPED_TRACE(name);
@@ -490,12 +491,14 @@ TEST_F(ModelFaults, CountsOfEveryFormatAtTheirLimits)
     const QByteArray wide = "4294967295";
     EXPECT_FALSE(readOrRefused(
         write(QStringLiteral("count.gltf"), QByteArray(text).replace("\"count\":3", "\"count\":" + wide))));
-    EXPECT_FALSE(readOrRefused(write(QStringLiteral("buffer.gltf"), QByteArray(text).replace("\"bufferView\":0",
-                                                                                            "\"bufferView\":" + wide))));
-    EXPECT_FALSE(readOrRefused(write(QStringLiteral("offset.gltf"),
-                                     QByteArray(text).replace("\"buffer\":0,", "\"buffer\":0,\"byteOffset\":" + wide + ","))));
     EXPECT_FALSE(readOrRefused(
-        write(QStringLiteral("length.gltf"), QByteArray(text).replace("\"byteLength\":36}]", "\"byteLength\":" + wide + "}]"))));
+        write(QStringLiteral("buffer.gltf"), QByteArray(text).replace("\"bufferView\":0", "\"bufferView\":" + wide))));
+    EXPECT_FALSE(
+        readOrRefused(write(QStringLiteral("offset.gltf"),
+                            QByteArray(text).replace("\"buffer\":0,", "\"buffer\":0,\"byteOffset\":" + wide + ","))));
+    EXPECT_FALSE(
+        readOrRefused(write(QStringLiteral("length.gltf"),
+                            QByteArray(text).replace("\"byteLength\":36}]", "\"byteLength\":" + wide + "}]"))));
     const QByteArray cube = fileOf(QStringLiteral("/usr/share/glmark2/models/cube.3ds"));
     // Sizes of chunks have 32 bits there, counts 16.
     for (const char* chunk : {"\x4d\x4d", "\x3d\x3d", "\x10\x41", "\x20\x41"})
@@ -505,9 +508,11 @@ TEST_F(ModelFaults, CountsOfEveryFormatAtTheirLimits)
     EXPECT_FALSE(at("size.lwo", lwo(), "PNTS", 4, Most));
     at("polygon.lwo", lwo(), "FACE", 4, Most);
     at("index.lwo", lwo(), "FACE", 6, Most);
-    EXPECT_FALSE(readOrRefused(write(QStringLiteral("face.off"), "OFF\n3 1 0\n0 0 0\n1 0 0\n0 1 0\n" + wide + " 0 1 2\n")));
+    EXPECT_FALSE(
+        readOrRefused(write(QStringLiteral("face.off"), "OFF\n3 1 0\n0 0 0\n1 0 0\n0 1 0\n" + wide + " 0 1 2\n")));
     // Taken for the last vertex.
-    EXPECT_TRUE(readOrRefused(write(QStringLiteral("index.off"), "OFF\n3 1 0\n0 0 0\n1 0 0\n0 1 0\n3 0 1 " + wide + "\n")));
+    EXPECT_TRUE(
+        readOrRefused(write(QStringLiteral("index.off"), "OFF\n3 1 0\n0 0 0\n1 0 0\n0 1 0\n3 0 1 " + wide + "\n")));
     at("count.x", DirectX, "3;\n0;", 0, wide + ";\n0;");
     at("index.x", DirectX, "3;0,1,2;;", 6, wide + ";;\n}\n");
     at("size.3mf", printable(), "PK\1\2", 20, Most);
@@ -523,7 +528,8 @@ TEST_F(ModelFaults, MaterialsCutAtEvery64thByte)
     for (int i = 0; i < 60; ++i)
         library += "newmtl m" + QByteArray::number(i) + "\nKa 0.1 0.1 0.1\nKd 0 " + (i % 2 ? "1" : "nan") +
                    " 0\nd 0.5\nTr 1e999\nillum 2\n";
-    const QString model = write(QStringLiteral("m.obj"), "mtllib m.mtl\nusemtl m1\nv 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n");
+    const QString model =
+        write(QStringLiteral("m.obj"), "mtllib m.mtl\nusemtl m1\nv 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n");
     int green = 0;
     for (int size = 0; size <= library.size(); size += 64) {
         write(QStringLiteral("m.mtl"), library.left(size));
@@ -548,7 +554,8 @@ TEST_F(ModelFaults, ReaderIsLockedIn)
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
     GTEST_SKIP() << "sanitizers need memory and calls of the system that the reader is denied otherwise";
 #endif
-    // A library in its process tries to get out when the model is read, as a file that is stronger than the reader would.
+    // A library in its process tries to get out when the model is read, as a file that is stronger than the reader
+    // would.
     const QString notes = folder.filePath(QStringLiteral("notes"));
     const QDir beside(notes + QStringLiteral(".d"));
     QDir(folder.path()).mkdir(QStringLiteral("notes.d"));

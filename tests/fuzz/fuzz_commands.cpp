@@ -1,6 +1,6 @@
 // Command texts: whatever is read can be written down and read again as the same.
 
-#include "kernel/main/commandparser.h"
+#include "kernel/commands/commandparser.h"
 
 #include <cstdlib>
 

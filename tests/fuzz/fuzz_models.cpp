@@ -1,7 +1,7 @@
 // The program's own readers of models: indices that hold, or one line.
 
 #include "scene/geometryelement.h"
-#include "scene/sceneimport.h"
+#include "scene/import/sceneimport.h"
 #include "scene/sceneview.h"
 
 #include <QFile>

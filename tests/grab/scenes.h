@@ -5,10 +5,10 @@
 #include "scene/geometryelement.h"
 #include "scene/scene.h"
 #include "scene/sceneelement.h"
-#include "scene/sceneimport.h"
+#include "scene/import/sceneimport.h"
 #include "scene/scenelocker.h"
 #include "scene/sceneview.h"
-#include "scene/viewer.h"
+#include "scene/view/viewer.h"
 
 #include <gtest/gtest.h>
 
@@ -54,8 +54,8 @@ inline tov::math::Matrix4 viewFrom(double distance, double azimuth, double eleva
     return back * turnX * turnY * scaling;
 }
 
-/// Which pixels any triangle of the scene covers, computed without OpenGL: a pixel counts by its centre. `halfHeight` is
-/// that of the picture at distance 1.
+/// Which pixels any triangle of the scene covers, computed without OpenGL: a pixel counts by its centre. `halfHeight`
+/// is that of the picture at distance 1.
 inline std::vector<bool> silhouette(const tov::math::Matrix4& transform, int width, int height, double halfHeight)
 {
     std::vector<bool> covered(std::size_t(width) * std::size_t(height), false);

@@ -2,13 +2,13 @@
 
 #include "grab/video/videoencoder.h"
 #include "kernel/events/eventhandler.h"
-#include "kernel/main/commandprocessor.h"
+#include "kernel/commands/commandprocessor.h"
 #include "kernel/main/eventmanager.h"
-#include "kernel/main/overseer.h"
+#include "kernel/workers/overseer.h"
 #include "kernel/main/parameter.h"
 #include "kernel/main/parameterset.h"
 #include "kernel/main/settings.h"
-#include "scene/viewer.h"
+#include "scene/view/viewer.h"
 #include "tests/grab/videofixture.h"
 #include "trajectory/trajectoryhandler.h"
 #include "trajectory/trajectoryinfo.h"
@@ -452,11 +452,13 @@ TEST_F(GrabVideoTest, FourEncodersInTroubleLeaveEachOtherAlone)
         ASSERT_TRUE(registry->registerEncoder(tov::test::CollectingEncoder::create, QLatin1String(endings[i]),
                                               QLatin1String(endings[i]), &journals[i]));
         activePanel();
-        runs.push_back(start(file(QStringLiteral("a.") + QLatin1String(endings[i])), QStringLiteral("width=32 height=16 sync=0")));
+        runs.push_back(
+            start(file(QStringLiteral("a.") + QLatin1String(endings[i])), QStringLiteral("width=32 height=16 sync=0")));
         ASSERT_TRUE(runs.back());
         ASSERT_TRUE(processUntil([&] { return !journals[i].callsSeen().empty(); })) << endings[i];
     }
-    ASSERT_TRUE(processUntil([&] { return thrown.load() == 2 && arrived.load() == 2 && !journals[1].seen().empty(); }, 60000));
+    ASSERT_TRUE(
+        processUntil([&] { return thrown.load() == 2 && arrived.load() == 2 && !journals[1].seen().empty(); }, 60000));
     // Beside them a good one, as if it were alone.
     activePanel();
     const auto good = start(file("good.raw"), QStringLiteral("width=32 height=16 sync=0"));

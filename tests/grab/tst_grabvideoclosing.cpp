@@ -3,10 +3,10 @@
 
 #include "grab/commands/grabvideo.h"
 
-#include "kernel/main/commandprocessor.h"
-#include "kernel/main/overseer.h"
-#include "scene/sharedcontext.h"
-#include "scene/viewer.h"
+#include "kernel/commands/commandprocessor.h"
+#include "kernel/workers/overseer.h"
+#include "scene/drawing/sharedcontext.h"
+#include "scene/view/viewer.h"
 #include "tests/grab/videofixture.h"
 #include "trajectory/trajectoryhandler.h"
 #include "trajectory/trajectoryinfo.h"

@@ -3,8 +3,8 @@
 #include "kernel/main/castclassmanager.h"
 #include "kernel/main/parameterset.h"
 #include "kernel/math/matrix.h"
-#include "scene/scenepanel.h"
-#include "scene/viewer.h"
+#include "scene/view/scenepanel.h"
+#include "scene/view/viewer.h"
 #include "tests/support/logcapture.h"
 
 #include <QImage>

@@ -1,8 +1,8 @@
 #include "grab/commands/grabimage.h"
 
 #include "kernel/gui/zprogressdialog.h"
-#include "kernel/main/overseer.h"
-#include "scene/scenedrawer.h"
+#include "kernel/workers/overseer.h"
+#include "scene/drawing/scenedrawer.h"
 #include "tests/grab/scenes.h"
 #include "tests/support/drawing.h"
 #include "tests/support/logcapture.h"

@@ -1,8 +1,8 @@
 #include "grab/video/videoencoder.h"
 
 #include "grab/video/encoder.h"
-#include "kernel/main/informationobject.h"
-#include "kernel/main/module.h"
+#include "kernel/modules/informationobject.h"
+#include "kernel/modules/module.h"
 #include "tests/support/logcapture.h"
 
 #include <QCoreApplication>

@@ -3,7 +3,7 @@
 #include "grab/videohandler.h"
 
 #include "grab/video/encoder.h"
-#include "scene/viewer.h"
+#include "scene/view/viewer.h"
 #include "tests/grab/videofixture.h"
 
 #include <QOpenGLContext>

@@ -8,7 +8,7 @@
 
 #include "grab/videohandler.h"
 #include "kernel/math/matrix.h"
-#include "scene/scenepanel.h"
+#include "scene/view/scenepanel.h"
 
 #include <QByteArray>
 #include <QColor>

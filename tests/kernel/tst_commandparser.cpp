@@ -1,4 +1,4 @@
-#include "kernel/main/commandparser.h"
+#include "kernel/commands/commandparser.h"
 
 #include <gtest/gtest.h>
 

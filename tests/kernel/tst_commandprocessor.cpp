@@ -1,10 +1,10 @@
-#include "kernel/main/commandprocessor.h"
+#include "kernel/commands/commandprocessor.h"
 
-#include "kernel/main/functioncommand.h"
-#include "kernel/main/overseer.h"
+#include "kernel/commands/functioncommand.h"
+#include "kernel/workers/overseer.h"
 #include "kernel/main/parameter.h"
 #include "kernel/main/parameterset.h"
-#include "kernel/main/settingscommand.h"
+#include "kernel/commands/settingscommand.h"
 #include "tests/support/logcapture.h"
 
 #include <QCoreApplication>

@@ -51,8 +51,10 @@ TEST(EventManager, CallsInOrderAtOnceWithSenderAndData)
     int owner = 0, sender = 0, data = 0;
     auto* manager = EventManager::getInstance();
     const void* key = &owner;
-    manager->registerEventFunction(type, [&](const Event* e) { calls.push_back(e->getData() == &data ? 1 : -1); }, key);
-    manager->registerEventFunction(type, [&](const Event*) { calls.push_back(2); }, key, &sender);
+    manager->registerEventFunction(
+        type, [&](const Event* e) { calls.push_back(e->getData() == &data ? 1 : -1); }, key);
+    manager->registerEventFunction(
+        type, [&](const Event*) { calls.push_back(2); }, key, &sender);
     manager->fireEvent(Event(type, nullptr, &data));
     EXPECT_EQ(calls, (std::vector<int>{1}));
     manager->fireEvent(Event(type, &sender, &data));
@@ -68,10 +70,13 @@ TEST(EventManager, AFunctionMayUnregisterItsOwner)
     int owner = 0, calls = 0;
     const void* key = &owner;
     auto* manager = EventManager::getInstance();
-    manager->registerEventFunction(type, [&](const Event*) {
-        ++calls;
-        manager->unregisterAllEventFunctionsOf(key);
-    }, key);
+    manager->registerEventFunction(
+        type,
+        [&](const Event*) {
+            ++calls;
+            manager->unregisterAllEventFunctionsOf(key);
+        },
+        key);
     manager->fireEvent(Event(type));
     manager->fireEvent(Event(type));
     EXPECT_EQ(calls, 1);
@@ -85,10 +90,13 @@ TEST(EventManager, UnregisteringWaitsForCallsOnOtherThreads)
         auto target = std::make_unique<std::atomic<int>>(0);
         std::atomic<int>* raw = target.get();
         const void* key = raw;
-        manager->registerEventFunction(type, [raw](const Event*) {
-            for (int i = 0; i < 100; ++i)
-                raw->fetch_add(1);
-        }, key);
+        manager->registerEventFunction(
+            type,
+            [raw](const Event*) {
+                for (int i = 0; i < 100; ++i)
+                    raw->fetch_add(1);
+            },
+            key);
         std::thread firing([&] { manager->fireEvent(Event(type)); });
         manager->unregisterAllEventFunctionsOf(key);
         const int after = raw->load();
@@ -104,11 +112,14 @@ TEST(EventManager, AnExceptionDoesNotStopTheOthers)
     int owner = 0, calls = 0;
     const void* key = &owner;
     auto* manager = EventManager::getInstance();
-    manager->registerEventFunction(type, [](const Event*) { throw std::runtime_error("inside"); }, key);
-    manager->registerEventFunction(type, [&](const Event*) { ++calls; }, key);
+    manager->registerEventFunction(
+        type, [](const Event*) { throw std::runtime_error("inside"); }, key);
+    manager->registerEventFunction(
+        type, [&](const Event*) { ++calls; }, key);
     tov::test::LogCapture log;
     manager->fireEvent(Event(type));
     EXPECT_EQ(calls, 1);
-    EXPECT_TRUE(log.contains(QStringLiteral("A function for the event TestCategory/THROWS failed: inside"))) << log.text();
+    EXPECT_TRUE(log.contains(QStringLiteral("A function for the event TestCategory/THROWS failed: inside")))
+        << log.text();
     manager->unregisterAllEventFunctionsOf(key);
 }

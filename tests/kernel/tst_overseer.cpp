@@ -1,7 +1,7 @@
 #include "kernel/gui/zprogressdialog.h"
-#include "kernel/main/overseer.h"
+#include "kernel/workers/overseer.h"
 #include "kernel/main/settings.h"
-#include "kernel/main/workerdelegate.h"
+#include "kernel/workers/workerdelegate.h"
 #include "tests/support/logcapture.h"
 #include "tests/support/temporarysettings.h"
 
@@ -87,9 +87,8 @@ TEST(Overseer, ExceptionsAreLoggedAndTheWaiterGoesOn)
 {
     tov::test::LogCapture log;
     std::atomic<int> result{-1};
-    std::thread other([&] {
-        result = Overseer::getInstance()->runAndWait([] { throw std::runtime_error("in the worker"); });
-    });
+    std::thread other(
+        [&] { result = Overseer::getInstance()->runAndWait([] { throw std::runtime_error("in the worker"); }); });
     EXPECT_TRUE(processUntil([&] { return result >= 0; }));
     other.join();
     EXPECT_EQ(result, 0);

@@ -31,14 +31,15 @@ struct Rule
 // The longest matching folder counts.
 const std::vector<Rule> Rules = {
     {"kernel/",
-     {"kernel/main/", "kernel/events/", "kernel/log/", "kernel/math/", "kernel/util/"},
+     {"kernel/commands/", "kernel/modules/", "kernel/workers/", "kernel/main/", "kernel/events/", "kernel/log/",
+      "kernel/math/", "kernel/util/"},
      {"QOpenGL", "GL/", "QWidget", "QFileDialog", "QSlider"}},
     // The window's part of the kernel; progress is reported to it from anywhere.
     {"kernel/gui/", {"kernel/"}, {"QOpenGL", "GL/"}},
     {"scene/", {"kernel/", "scene/"}, {"libav"}},
     {"trajectory/", {"kernel/", "scene/", "trajectory/"}, {"libav"}},
     {"grab/video/", {"kernel/", "grab/video/"}, {"GL/", "QOpenGL", "QWidget", "libav"}},
-    {"grab/applicationthread.h", {"kernel/main/"}, {"GL/", "QOpenGL", "QWidget", "libav"}},
+    {"grab/applicationthread.h", {"kernel/main/", "kernel/workers/"}, {"GL/", "QOpenGL", "QWidget", "libav"}},
     {"grab/drawinglost.h", {}, {"QOpenGL", "QWidget", "libav"}},
     {"grab/memoryfeeder", {"grab/memoryfeeder.h"}, {"GL/", "QOpenGL", "QWidget", "libav"}},
     {"grab/videohandler",
@@ -53,12 +54,12 @@ const std::vector<Rule> Rules = {
     // Plug-ins describe themselves in the host's record.
     {"plugins/imageformats/", {"plugins/imageformats/"}, {"libav", "GL/"}},
     {"sdk/",
-     {"grab/video/", "kernel/log/", "kernel/main/informationobject.h", "kernel/main/export.h",
+     {"grab/video/", "kernel/log/", "kernel/modules/informationobject.h", "kernel/main/export.h",
       "kernel/util/libraryfile.h", "kernel/util/childprocess.h", "sdk/"},
      {"libav", "GL/"}},
     {"plugins/video/",
-     {"grab/video/", "plugins/video/common/", "kernel/log/", "kernel/main/informationobject.h", "kernel/main/export.h",
-      "kernel/util/libraryfile.h"},
+     {"grab/video/", "plugins/video/common/", "kernel/log/", "kernel/modules/informationobject.h",
+      "kernel/main/export.h", "kernel/util/libraryfile.h"},
      {"QOpenGL", "GL/", "libav", "libsw"}},
     // Only these bring FFmpeg along, and they are no plug-ins: the encoders load them.
     {"plugins/video/coders/",

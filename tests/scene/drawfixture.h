@@ -2,7 +2,7 @@
 
 #include "scene/scene.h"
 #include "scene/sceneelement.h"
-#include "scene/viewer.h"
+#include "scene/view/viewer.h"
 #include "tests/support/drawing.h"
 
 #include <QImage>

@@ -1,4 +1,4 @@
-#include "scene/closedsurface.h"
+#include "scene/drawing/closedsurface.h"
 
 #include "tests/scene/drawfixture.h"
 
@@ -43,14 +43,17 @@ Geometry ball(int rings = 24, float x = 0)
             add(std::cos(ring * 3.14159265358979 / rings), i * 2 * 3.14159265358979 / around);
     add(-1, 0);
     const auto at = [&](int ring, int i) {
-        return ring == 0 ? 0u : ring == rings ? std::uint32_t((rings - 1) * around + 1) : std::uint32_t((ring - 1) * around + 1 + i % around);
+        return ring == 0       ? 0u
+               : ring == rings ? std::uint32_t((rings - 1) * around + 1)
+                               : std::uint32_t((ring - 1) * around + 1 + i % around);
     };
     for (int ring = 0; ring < rings; ++ring)
         for (int i = 0; i < around; ++i) {
             if (ring > 0)
                 geometry.indices.insert(geometry.indices.end(), {at(ring, i), at(ring, i + 1), at(ring + 1, i)});
             if (ring < rings - 1)
-                geometry.indices.insert(geometry.indices.end(), {at(ring, i + 1), at(ring + 1, i + 1), at(ring + 1, i)});
+                geometry.indices.insert(geometry.indices.end(),
+                                        {at(ring, i + 1), at(ring + 1, i + 1), at(ring + 1, i)});
         }
     return geometry;
 }
@@ -96,8 +99,8 @@ SceneElement* rootOf(Geometry geometry)
 } // namespace
 
 // In place of the C library's, also for the libraries.
-extern "C" __attribute__((visibility("default"))) int pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
-                                                                     void* (*run)(void*), void* argument) noexcept
+extern "C" __attribute__((visibility("default"))) int
+pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*run)(void*), void* argument) noexcept
 {
     static const auto real = reinterpret_cast<decltype(&pthread_create)>(dlsym(RTLD_NEXT, "pthread_create"));
     ++threadsAskedFor;
@@ -143,12 +146,9 @@ TEST(ClosedSurface, IsToldOfLargeOnesByAThreadOrWithout)
     std::swap(flipped.indices[30], flipped.indices[31]);
     Geometry bare = large;
     bare.normals.clear();
-    const std::pair<Geometry, Winding> cases[] = {{large, Winding::Outward},
-                                                  {turnedRound(large), Winding::Inward},
-                                                  {bare, Winding::Outward},
-                                                  {open, Winding::Unknown},
-                                                  {flipped, Winding::Unknown},
-                                                  {apart(large), Winding::Unknown}};
+    const std::pair<Geometry, Winding> cases[] = {{large, Winding::Outward},   {turnedRound(large), Winding::Inward},
+                                                  {bare, Winding::Outward},    {open, Winding::Unknown},
+                                                  {flipped, Winding::Unknown}, {apart(large), Winding::Unknown}};
     for (const bool refused : {false, true}) {
         threadsRefused = refused;
         for (const auto& [geometry, winding] : cases) {

@@ -1,10 +1,10 @@
-#include "scene/sceneimport.h"
+#include "scene/import/sceneimport.h"
 
 #include "scene/geometryelement.h"
 #include "scene/scene.h"
 #include "scene/sceneelement.h"
 #include "scene/sceneview.h"
-#include "scene/viewer.h"
+#include "scene/view/viewer.h"
 
 #include <QFile>
 #include <QTemporaryDir>
@@ -74,8 +74,9 @@ QByteArray floats(std::initializer_list<float> values)
 TEST_F(ImportTest, ObjWithPolygonsGroupsNegativeIndicesAndMaterials)
 {
     write("m.mtl", "newmtl red\nKd 1 0 0\nd 0.5\n");
-    const Summary summary = read(write("m.obj", "# comment\nmtllib m.mtl\nv 0 0 0\nv 1 0 0\nv 1 1 0\nv 0 1 0\nvn 0 0 1\n"
-                                                "g first\nf 1 2 3 4\ng second\nusemtl red\nf -4//1 -3//1 -2//1\nl 1 2 3\n"));
+    const Summary summary =
+        read(write("m.obj", "# comment\nmtllib m.mtl\nv 0 0 0\nv 1 0 0\nv 1 1 0\nv 0 1 0\nvn 0 0 1\n"
+                            "g first\nf 1 2 3 4\ng second\nusemtl red\nf -4//1 -3//1 -2//1\nl 1 2 3\n"));
     EXPECT_EQ(summary.elements, 3u);
     EXPECT_EQ(summary.primitives, 2u + 1 + 2);
     EXPECT_EQ(summary.names.first(), "first");
@@ -105,17 +106,23 @@ TEST_F(ImportTest, ObjMaterialsComeFromTheModelsOwnFolderOnly)
 TEST_F(ImportTest, ObjErrorsNameTheLine)
 {
     EXPECT_EQ(refusal(write("a.obj", "v 0 0\n")), " cannot be opened: line 1: a number is missing");
-    EXPECT_EQ(refusal(write("b.obj", "v 0 0 0\nf 1 2 3\n")), " cannot be opened: line 2: the index 2 is out of range, there are 1");
-    EXPECT_EQ(refusal(write("c.obj", "v 0 0 0\nv 0 0 0\nf 1 2\n")), " cannot be opened: line 3: a face needs three vertices");
-    EXPECT_EQ(refusal(write("d.obj", "v 0 0 0\n\nf 0 0 0\n")), " cannot be opened: line 3: the index 0 is out of range, there are 1");
+    EXPECT_EQ(refusal(write("b.obj", "v 0 0 0\nf 1 2 3\n")),
+              " cannot be opened: line 2: the index 2 is out of range, there are 1");
+    EXPECT_EQ(refusal(write("c.obj", "v 0 0 0\nv 0 0 0\nf 1 2\n")),
+              " cannot be opened: line 3: a face needs three vertices");
+    EXPECT_EQ(refusal(write("d.obj", "v 0 0 0\n\nf 0 0 0\n")),
+              " cannot be opened: line 3: the index 0 is out of range, there are 1");
     EXPECT_EQ(refusal(write("e.obj", "v 1e99 0 0\n")), " cannot be opened: line 1: \"1e99\" is no number");
 }
 
 TEST_F(ImportTest, PlyInEveryEncoding)
 {
-    const QByteArray header = "element vertex 3\nproperty float x\nproperty float y\nproperty float z\nproperty uchar red\n"
-                              "property uchar green\nproperty uchar blue\nelement face 1\nproperty list uchar int vertex_indices\nend_header\n";
-    const Summary text = read(write("a.ply", "ply\nformat ascii 1.0\ncomment hello\n" + header + "0 0 0 9 8 7\n1 0 0 9 8 7\n0 1 0 9 8 7\n3 0 1 2\n"));
+    const QByteArray header =
+        "element vertex 3\nproperty float x\nproperty float y\nproperty float z\nproperty uchar red\n"
+        "property uchar green\nproperty uchar blue\nelement face 1\nproperty list uchar int "
+        "vertex_indices\nend_header\n";
+    const Summary text = read(write("a.ply", "ply\nformat ascii 1.0\ncomment hello\n" + header +
+                                                 "0 0 0 9 8 7\n1 0 0 9 8 7\n0 1 0 9 8 7\n3 0 1 2\n"));
     EXPECT_EQ(text.primitives, 1u);
     EXPECT_EQ(text.color[0], 9);
     QByteArray little, big;
@@ -131,7 +138,8 @@ TEST_F(ImportTest, PlyInEveryEncoding)
     big += QByteArray("\x03\0\0\0\0\0\0\0\x01\0\0\0\x02", 13);
     EXPECT_EQ(read(write("b.ply", "ply\nformat binary_little_endian 1.0\n" + header + little)).primitives, 1u);
     EXPECT_EQ(read(write("c.ply", "ply\nformat binary_big_endian 1.0\n" + header + big)).color[1], 8);
-    const Summary cloud = read(write("d.ply", "ply\nformat ascii 1.0\nelement vertex 2\nproperty double x\nproperty double y\nproperty double z\nend_header\n0 0 0\n1 1 1\n"));
+    const Summary cloud = read(write("d.ply", "ply\nformat ascii 1.0\nelement vertex 2\nproperty double x\nproperty "
+                                              "double y\nproperty double z\nend_header\n0 0 0\n1 1 1\n"));
     EXPECT_EQ(cloud.kind, Geometry::Kind::Points);
 }
 
@@ -139,17 +147,33 @@ TEST_F(ImportTest, PlyPromisesAreHeldAgainstTheFile)
 {
     const QByteArray start = "ply\nformat binary_little_endian 1.0\n";
     const QByteArray xyz = "property float x\nproperty float y\nproperty float z\n";
-    EXPECT_NE(refusal(write("a.ply", start + "element vertex 4294967295\n" + xyz + "end_header\n")).find("too short"), std::string::npos);
-    EXPECT_NE(refusal(write("b.ply", start + "element vertex 1\n" + xyz + "element face 1\nproperty list uint int vertex_indices\nend_header\n" + floats({0, 0, 0}) + QByteArray("\xff\xff\xff\xff", 4))).find("more entries than the file holds"), std::string::npos);
-    EXPECT_NE(refusal(write("c.ply", start + "element vertex 1\n" + xyz + "element face 1\nproperty list uchar int vertex_indices\nend_header\n" + floats({0, 0, 0}) + QByteArray("\x03\xff\xff\xff\xff\0\0\0\0\0\0\0\0", 13))).find("a face names the vertex"), std::string::npos);
-    EXPECT_NE(refusal(write("d.ply", "ply\nformat ascii 1.0\nelement vertex 1\nproperty float x\nend_header\n0\n")).find("no x, y and z"), std::string::npos);
-    EXPECT_NE(refusal(write("e.ply", "ply\nformat ascii 1.0\nelement vertex 1\n" + xyz + "end_header\nnan 0 0\n")).find("finite"), std::string::npos);
+    EXPECT_NE(refusal(write("a.ply", start + "element vertex 4294967295\n" + xyz + "end_header\n")).find("too short"),
+              std::string::npos);
+    EXPECT_NE(refusal(write("b.ply", start + "element vertex 1\n" + xyz +
+                                         "element face 1\nproperty list uint int vertex_indices\nend_header\n" +
+                                         floats({0, 0, 0}) + QByteArray("\xff\xff\xff\xff", 4)))
+                  .find("more entries than the file holds"),
+              std::string::npos);
+    EXPECT_NE(refusal(write("c.ply", start + "element vertex 1\n" + xyz +
+                                         "element face 1\nproperty list uchar int vertex_indices\nend_header\n" +
+                                         floats({0, 0, 0}) + QByteArray("\x03\xff\xff\xff\xff\0\0\0\0\0\0\0\0", 13)))
+                  .find("a face names the vertex"),
+              std::string::npos);
+    EXPECT_NE(refusal(write("d.ply", "ply\nformat ascii 1.0\nelement vertex 1\nproperty float x\nend_header\n0\n"))
+                  .find("no x, y and z"),
+              std::string::npos);
+    EXPECT_NE(refusal(write("e.ply", "ply\nformat ascii 1.0\nelement vertex 1\n" + xyz + "end_header\nnan 0 0\n"))
+                  .find("finite"),
+              std::string::npos);
     EXPECT_NE(refusal(write("f.ply", "ply\nelement vertex 1\n")).find("header"), std::string::npos);
 }
 
 TEST_F(ImportTest, StlAsTextAndBinary)
 {
-    EXPECT_EQ(read(write("a.stl", "solid x\nfacet normal 0 0 1\nouter loop\nvertex 0 0 0\nvertex 1 0 0\nvertex 0 1 0\nendloop\nendfacet\nendsolid x\n")).primitives, 1u);
+    EXPECT_EQ(read(write("a.stl", "solid x\nfacet normal 0 0 1\nouter loop\nvertex 0 0 0\nvertex 1 0 0\nvertex 0 1 "
+                                  "0\nendloop\nendfacet\nendsolid x\n"))
+                  .primitives,
+              1u);
     QByteArray binary("solid but binary");
     binary.resize(80);
     binary += QByteArray("\x02\0\0\0", 4);
@@ -160,18 +184,21 @@ TEST_F(ImportTest, StlAsTextAndBinary)
     EXPECT_EQ(summary.vertices, 4u) << "equal corners are joined";
     binary[80] = 3;
     EXPECT_NE(refusal(write("c.stl", QByteArray("xxxxx") + binary.mid(5))).find("too short"), std::string::npos);
-    EXPECT_NE(refusal(write("d.stl", "solid x\nfacet normal 0 0 1\nouter loop\nvertex 0 0 0\n")).find("in the middle"), std::string::npos);
+    EXPECT_NE(refusal(write("d.stl", "solid x\nfacet normal 0 0 1\nouter loop\nvertex 0 0 0\n")).find("in the middle"),
+              std::string::npos);
 }
 
 TEST_F(ImportTest, FormatsOfTheImportLibrary)
 {
     EXPECT_GT(read(QStringLiteral("/usr/share/glmark2/models/horse.3ds")).primitives, 1000u);
     EXPECT_GT(read(QStringLiteral("/usr/share/glmark2/models/cat.3ds")).primitives, 100u);
-    const QByteArray gltf = R"({"asset":{"version":"2.0"},"scene":0,"scenes":[{"nodes":[0]}],"nodes":[{"mesh":0,"name":"tri"}],
+    const QByteArray gltf =
+        R"({"asset":{"version":"2.0"},"scene":0,"scenes":[{"nodes":[0]}],"nodes":[{"mesh":0,"name":"tri"}],
 "meshes":[{"primitives":[{"attributes":{"POSITION":0}}]}],
 "accessors":[{"bufferView":0,"componentType":5126,"count":3,"type":"VEC3","min":[0,0,0],"max":[1,1,0]}],
 "bufferViews":[{"buffer":0,"byteLength":36}],
-"buffers":[{"byteLength":36,"uri":"data:application/octet-stream;base64,)" + floats({0, 0, 0, 1, 0, 0, 0, 1, 0}).toBase64() + R"("}]})";
+"buffers":[{"byteLength":36,"uri":"data:application/octet-stream;base64,)" +
+        floats({0, 0, 0, 1, 0, 0, 0, 1, 0}).toBase64() + R"("}]})";
     EXPECT_EQ(read(write("a.gltf", gltf)).primitives, 1u);
 }
 
@@ -184,7 +211,8 @@ TEST_F(ImportTest, EveryCutOfAModelIsReadOrRefused)
         QString error;
         delete SceneImport::readFile(write("cut.obj", bytes.left(bytes.size() * part / 40)), &error);
     }
-    QByteArray ply = "ply\nformat binary_little_endian 1.0\nelement vertex 3\nproperty float x\nproperty float y\nproperty float z\nelement face 1\nproperty list uchar int vertex_indices\nend_header\n";
+    QByteArray ply = "ply\nformat binary_little_endian 1.0\nelement vertex 3\nproperty float x\nproperty float "
+                     "y\nproperty float z\nelement face 1\nproperty list uchar int vertex_indices\nend_header\n";
     ply += floats({0, 0, 0, 1, 0, 0, 0, 1, 0}) + QByteArray("\x03\0\0\0\0\x01\0\0\0\x02\0\0\0", 13);
     EXPECT_EQ(read(write("whole.ply", ply)).primitives, 1u);
     for (int size = 0; size < ply.size(); ++size) {
@@ -212,11 +240,12 @@ TEST_F(ImportTest, ReadingCanBeStopped)
 {
     QString error;
     int last = -1;
-    const std::unique_ptr<SceneElement> tree(SceneImport::readFile(QStringLiteral("/usr/share/glmark2/models/bunny.obj"), &error, [&last](int percent) {
-        EXPECT_GE(percent, last);
-        last = percent;
-        return percent < 30;
-    }));
+    const std::unique_ptr<SceneElement> tree(
+        SceneImport::readFile(QStringLiteral("/usr/share/glmark2/models/bunny.obj"), &error, [&last](int percent) {
+            EXPECT_GE(percent, last);
+            last = percent;
+            return percent < 30;
+        }));
     EXPECT_FALSE(tree);
     EXPECT_GE(last, 30);
     EXPECT_LT(last, 60);

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "scene/scene.h"
-#include "scene/scenedrawer.h"
-#include "scene/sharedcontext.h"
-#include "scene/viewer.h"
+#include "scene/drawing/scenedrawer.h"
+#include "scene/drawing/sharedcontext.h"
+#include "scene/view/viewer.h"
 
 #include <QColor>
 #include <QImage>

@@ -1,7 +1,7 @@
 #include "tests/support/logcapture.h"
 
 #include "kernel/log/console.h"
-#include "kernel/main/overseer.h"
+#include "kernel/workers/overseer.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>

@@ -1,9 +1,9 @@
 // The main program of every test: a QApplication that draws without a screen, the host's centre, then the tests.
 
-#include "kernel/main/overseer.h"
+#include "kernel/workers/overseer.h"
 #include "kernel/main/settings.h"
 #include "plugins/platform/select/headless.h"
-#include "scene/viewer.h"
+#include "scene/view/viewer.h"
 #include "tests/support/tsanqt.h"
 
 #include <QApplication>

@@ -6,7 +6,7 @@ copy=$(mktemp --suffix=.ts)
 trap 'rm -f "$copy"' EXIT
 cp "$source/app/translations/tov_de.ts" "$copy"
 cd "$source"
-"$lupdate" -no-obsolete -locations none -I . app kernel/gui kernel/main scene trajectory grab -ts "$copy" >/dev/null 2>&1
+"$lupdate" -no-obsolete -locations none -I . app kernel scene trajectory grab -ts "$copy" >/dev/null 2>&1
 python3 - "$copy" "$source/app/translations/tov_de.ts" <<'PYTHON'
 import re
 import sys

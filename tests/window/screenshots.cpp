@@ -15,11 +15,11 @@
 #include "app/viewer/splash.h"
 #include "app/viewer/theme.h"
 #include "app/viewer/trajectorybar.h"
-#include "kernel/main/commandprocessor.h"
-#include "kernel/main/overseer.h"
+#include "kernel/commands/commandprocessor.h"
+#include "kernel/workers/overseer.h"
 #include "kernel/main/settings.h"
-#include "scene/scenepanel.h"
-#include "scene/viewer.h"
+#include "scene/view/scenepanel.h"
+#include "scene/view/viewer.h"
 #include "trajectory/trajectoryhandler.h"
 
 #include <QAction>

@@ -1,7 +1,7 @@
 // Recordings after one whose encoder went wrong, in one process. Needs plug-ins that the program does not have:
 // tests/faults lays them beside a copy, names their formats, and runs this there.
 
-#include "kernel/main/overseer.h"
+#include "kernel/workers/overseer.h"
 #include "kernel/main/settings.h"
 #include "tests/window/windowfixture.h"
 #include "trajectory/trajectoryhandler.h"

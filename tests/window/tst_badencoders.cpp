@@ -1,7 +1,7 @@
 // An encoder that is slow. Needs a plug-in that the program does not have: tests/faults lays it beside a copy and runs
 // this there.
 
-#include "kernel/main/overseer.h"
+#include "kernel/workers/overseer.h"
 #include "tests/window/windowfixture.h"
 
 #include <QFile>

@@ -4,7 +4,7 @@
 #include "app/viewer/panelgrid.h"
 #include "app/viewer/recentfiles.h"
 #include "app/viewer/scenetree.h"
-#include "scene/scenepanel.h"
+#include "scene/view/scenepanel.h"
 #include "tests/window/windowfixture.h"
 #include "trajectory/trajectoryhandler.h"
 

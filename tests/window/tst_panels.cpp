@@ -6,8 +6,8 @@
 #include "app/viewer/scenetree.h"
 #include "app/viewer/trajectorybar.h"
 #include "kernel/main/settings.h"
-#include "scene/scenepanel.h"
-#include "scene/viewer.h"
+#include "scene/view/scenepanel.h"
+#include "scene/view/viewer.h"
 #include "tests/window/windowfixture.h"
 #include "trajectory/trajectoryhandler.h"
 

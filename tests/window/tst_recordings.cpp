@@ -5,8 +5,8 @@
 #include "app/viewer/panelgrid.h"
 #include "app/viewer/runsbar.h"
 #include "kernel/main/settings.h"
-#include "scene/scenepanel.h"
-#include "scene/viewer.h"
+#include "scene/view/scenepanel.h"
+#include "scene/view/viewer.h"
 #include "tests/window/windowfixture.h"
 #include "trajectory/trajectoryhandler.h"
 

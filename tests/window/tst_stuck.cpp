@@ -3,7 +3,7 @@
 
 #include "app/viewer/noticebar.h"
 #include "app/viewer/runsbar.h"
-#include "kernel/main/overseer.h"
+#include "kernel/workers/overseer.h"
 #include "tests/window/windowfixture.h"
 
 #include <QFile>

@@ -3,10 +3,10 @@
 #include "app/viewer/consolewidget.h"
 #include "app/viewer/noticebar.h"
 #include "app/viewer/panelgrid.h"
-#include "kernel/main/overseer.h"
+#include "kernel/workers/overseer.h"
 #include "kernel/main/settings.h"
 #include "scene/scene.h"
-#include "scene/viewer.h"
+#include "scene/view/viewer.h"
 #include "trajectory/trajectoryhandler.h"
 
 #include <QLineEdit>

@@ -13,9 +13,9 @@ bool hasDisplay();
 /// colour and alpha, depth and stencil buffer, one sample. Thread: application, before the QApplication.
 void setDefaultFormat();
 
-/// Has the QApplication, which is made afterwards, run without any display server. Widgets can be made there, but windows
-/// are not meant to be shown. `pluginRoot` is the folder that holds
-/// "egldeviceintegrations". A platform named in QT_QPA_PLATFORM stays. Thread: application, before the QApplication.
+/// Has the QApplication, which is made afterwards, run without any display server. Widgets can be made there, but
+/// windows are not meant to be shown. `pluginRoot` is the folder that holds "egldeviceintegrations". A platform named
+/// in QT_QPA_PLATFORM stays. Thread: application, before the QApplication.
 void prepareHeadless(const QString& pluginRoot);
 
 } // namespace tov::platform

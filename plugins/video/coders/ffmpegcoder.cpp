@@ -96,9 +96,9 @@ bool FFmpegCoder::open()
         d->index = std::make_unique<Mp4Index>();
     d->output = std::make_unique<FFmpegOutput>(job().output, d->index.get());
     if (!av_guess_format(m_Format.muxer, nullptr, nullptr))
-        return fail(
-            __LINE__, __func__,
-            QStringLiteral("The FFmpeg libraries of this machine lack the file format %1").arg(QLatin1String(m_Format.muxer)));
+        return fail(__LINE__, __func__,
+                    QStringLiteral("The FFmpeg libraries of this machine lack the file format %1")
+                        .arg(QLatin1String(m_Format.muxer)));
     AVFormatContext* muxer = nullptr;
     int result = avformat_alloc_output_context2(&muxer, nullptr, m_Format.muxer, nullptr);
     d->muxer.reset(muxer);

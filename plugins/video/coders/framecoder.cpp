@@ -78,9 +78,9 @@ void FrameCoder::codeFrames(QIODevice* chunk)
     if (reader.failed())
         fail(__LINE__, __func__, QStringLiteral("A chunk of the recording cannot be read back"));
     else if (reader.remainder() > 0 && !m_Failed && !std::exchange(m_RemainderLogged, true))
-        Logger::log(tov::log::LevelError, m_SourceFile, __LINE__, __func__, nullptr,
-                    QStringLiteral("The last %1 bytes of a chunk are no whole frame and are dropped")
-                        .arg(reader.remainder()));
+        Logger::log(
+            tov::log::LevelError, m_SourceFile, __LINE__, __func__, nullptr,
+            QStringLiteral("The last %1 bytes of a chunk are no whole frame and are dropped").arg(reader.remainder()));
 }
 
 void FrameCoder::end()

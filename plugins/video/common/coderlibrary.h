@@ -7,8 +7,8 @@
 
 namespace tov::plugins::video {
 
-/// What the library of coders offers: this structure, under a name whose number changes whenever it or what it refers to
-/// does, so that a program that is replaced while it runs does not take up with the library of another version.
+/// What the library of coders offers: this structure, under a name whose number changes whenever it or what it refers
+/// to does, so that a program that is replaced while it runs does not take up with the library of another version.
 constexpr char CoderFunctionsName[] = "tovCoderFunctions1";
 struct CoderFunctions
 {
@@ -32,8 +32,8 @@ const CoderFunctions* coderFunctions(QString* error = nullptr);
 void logUnloaded(const QString& error);
 
 /// The formats that this machine can make, by extension. Remembered between runs for as long as the libraries stay as
-/// they are, so that the coders need not be loaded to know. Where they cannot be loaded there is none; `tell`: it is said in
-/// the log, which is for one to do. Thread: application.
+/// they are, so that the coders need not be loaded to know. Where they cannot be loaded there is none; `tell`: it is
+/// said in the log, which is for one to do. Thread: application.
 QStringList availableFormats(bool tell = false);
 
 } // namespace tov::plugins::video

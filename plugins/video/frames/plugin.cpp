@@ -1,5 +1,5 @@
 #include "grab/video/videoencoder.h"
-#include "kernel/main/informationobject.h"
+#include "kernel/modules/informationobject.h"
 #include "plugins/video/common/lazyencoder.h"
 
 namespace {

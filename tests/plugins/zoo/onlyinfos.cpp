@@ -1,7 +1,7 @@
 // Describes itself, registers nothing.
 
 #include "kernel/main/export.h"
-#include "kernel/main/informationobject.h"
+#include "kernel/modules/informationobject.h"
 
 extern "C" TOV_EXPORT tov::main::AdditionalInformation getInfos()
 {

@@ -1,7 +1,7 @@
 // A whole small encoder: copies every chunk to the output file as it is. Used by tests that need real files.
 
 #include "grab/video/videoencoder.h"
-#include "kernel/main/informationobject.h"
+#include "kernel/modules/informationobject.h"
 #include "tests/plugins/zoo/copying.h"
 
 using tov::grab::video::VideoEncoder;
@@ -10,7 +10,8 @@ extern "C" TOV_EXPORT bool doRegister()
 {
     VideoEncoder* registry = VideoEncoder::getInstance();
     return registry->registerEncoder(createCopying, QStringLiteral("raw"), QStringLiteral("Raw frames"), nullptr) &&
-           registry->registerEncoder(createCopying, QStringLiteral("Two.Dots"), QStringLiteral("Raw frames, too"), nullptr);
+           registry->registerEncoder(createCopying, QStringLiteral("Two.Dots"), QStringLiteral("Raw frames, too"),
+                                     nullptr);
 }
 
 extern "C" TOV_EXPORT tov::main::AdditionalInformation getInfos()

@@ -1,7 +1,7 @@
 // Registers an encoder, then says that registration failed.
 
 #include "grab/video/videoencoder.h"
-#include "kernel/main/informationobject.h"
+#include "kernel/modules/informationobject.h"
 
 extern "C" TOV_EXPORT bool doRegister()
 {

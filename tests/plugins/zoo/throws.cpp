@@ -1,7 +1,7 @@
 // Throws wherever it is called.
 
 #include "grab/video/videoencoder.h"
-#include "kernel/main/informationobject.h"
+#include "kernel/modules/informationobject.h"
 
 #include <stdexcept>
 

@@ -1,0 +1,118 @@
+#pragma once
+
+#include "kernel/commands/commanddescriptor.h"
+#include "kernel/main/export.h"
+#include "kernel/main/typesolver.h"
+
+#include <QString>
+#include <QStringList>
+
+#include <memory>
+#include <utility>
+#include <vector>
+
+class QWidget;
+
+namespace tov::main {
+
+class ParameterSet;
+
+/// Arguments of a command text: by position, then by name.
+struct CommandArguments
+{
+    QStringList positional;
+    std::vector<std::pair<QString, QString>> named;
+};
+
+/// Base of all commands. A prototype of each primary command lives as long as its module; the processor runs it or a
+/// clone of it, see `InstanceMode`.
+class TOV_EXPORT Command
+{
+public:
+    /// What the processor runs.
+    enum InstanceMode
+    {
+        RunOnce = 0,      ///< this object, once; then it is deleted if its one-shot flag is set
+        RunClone = 1,     ///< a clone, deleted after its run (the default)
+        RunPrototype = 3, ///< this object itself, one run at a time
+    };
+
+    /// Takes both descriptors over; `guiDescriptor` may be null (no place in the window). Thread: any.
+    Command(CommandDescriptor* descriptor, CommandGUIDescriptor* guiDescriptor);
+    Command(const Command&) = delete;
+    Command& operator=(const Command&) = delete;
+    /// Deletes the parameter sets. Not before everything that the command submitted has run: commands are destroyed
+    /// through `CommandProcessor::destroyCommand`, or by those who know. Thread: any.
+    virtual ~Command();
+
+    /// Fills the current parameter set (the first one when none is selected) from texts. An argument that is left out
+    /// takes the parameter's default for the GUI; without one it stays empty. On failure returns false, sets `error`
+    /// (if not null) to one line, and `getErrorState` is not 0. Thread: application or command.
+    virtual bool setParameters(const CommandArguments& arguments, QString* error);
+    /// A window of the command's own that takes the place of the generic dialog; null by default. Thread: application.
+    virtual QWidget* getGUIWindow();
+    /// A widget of the command's own for tool bars; null by default. Thread: application.
+    virtual QWidget* getCommandWidget();
+    /// A fresh command of the same kind, made by the registered creation function, with the parameter texts, the
+    /// parameter-set identifier and the announce flag of this one. The caller owns it. Null when the command's name is
+    /// not registered with the processor. Thread: application.
+    virtual Command* clone() const;
+    /// Asks a running command to stop. At most once a run. Does nothing by default. Thread: application.
+    virtual void abort();
+    /// The command's work. Thread: command.
+    virtual void execute() = 0;
+
+    /// Greys the command out or back in everywhere; the last call wins. Only posts. Thread: any, under any lock.
+    void disableCommand(bool disable);
+    bool isDisabled() const;
+    /// Reports progress in percent, -1 = busy. Only posts. Thread: any, under any lock.
+    void updateProcessed(int percent);
+    int getProcessed() const;
+    /// Reports what is being done. Only posts. Thread: any, under any lock.
+    void updateText(const QString& text);
+    QString getText() const;
+
+    const CommandDescriptor* getDescriptor() const;
+    /// Null when the command has no place in the window.
+    const CommandGUIDescriptor* getGUIDescriptor() const;
+    /// A number of this object's own, never used again in the process.
+    quint64 getId() const;
+
+    /// The parameter sets, owned by the command, in the order of `addParameterSet`.
+    const std::vector<ParameterSet*>& getParameterSets() const;
+    /// Takes a set over. The first one added becomes the current one.
+    void addParameterSet(ParameterSet* set);
+    /// The identifier of the current set (0 when there is no set).
+    int getCurrentParameterSetId() const;
+    void setCurrentParameterSetId(int id);
+    /// The first set whose identifier is the current one; null when there is none.
+    ParameterSet* getCurrentParameterSet() const;
+
+    /// 0, or what went wrong in `setParameters`.
+    int getErrorState() const;
+    void setErrorState(int state);
+    /// True when a change of settings is to be announced by an event (the default).
+    bool announcesChanges() const;
+    void setAnnouncesChanges(bool announces);
+    int getInstanceMode() const;
+    void setInstanceMode(int mode);
+    /// True when the command can be undone (the default).
+    bool isUndoable() const;
+    void setUndoable(bool undoable);
+    /// True when macros record the command (the default).
+    bool isRecordedInMacros() const;
+    void setRecordedInMacros(bool recorded);
+    /// True when the processor deletes the object after its only run (mode 0).
+    bool isOneShot() const;
+    void setOneShot(bool oneShot);
+
+protected:
+    /// Converts between parameters; see there.
+    TypeSolver m_TypeSolver;
+
+private:
+    struct Private;
+    std::unique_ptr<Private> d;
+};
+
+} // namespace tov::main

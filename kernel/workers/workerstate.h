@@ -1,0 +1,23 @@
+#pragma once
+
+#include "kernel/workers/worker.h"
+
+#include <atomic>
+#include <condition_variable>
+#include <mutex>
+
+namespace tov::main {
+
+/// What the Overseer and the waiter of a worker share.
+struct Worker::State
+{
+    bool creatorKeepsOwnership = false;
+    bool waited = false;
+    std::atomic<int> references{1}; ///< the Overseer's (or creator's), and the waiter's
+    std::mutex mutex;
+    std::condition_variable changed;
+    bool finished = false;  ///< guarded by mutex
+    bool succeeded = false; ///< guarded by mutex
+};
+
+} // namespace tov::main

@@ -1,0 +1,131 @@
+#include "scene/import/sceneimport.h"
+
+#include "kernel/events/eventhandler.h"
+#include "kernel/main/eventmanager.h"
+#include "scene/import/readers.h"
+#include "scene/scene.h"
+#include "scene/scenelocker.h"
+#include "scene/sceneview.h"
+#include "scene/view/viewer.h"
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QFileInfo>
+
+#include <cmath>
+#include <memory>
+
+namespace tov::scene {
+
+namespace {
+
+QString tr(const char* text)
+{
+    return QCoreApplication::translate("tov::scene", text);
+}
+
+/// Formats that the import library reads and that were tried; our own readers come first.
+const char* const AssimpSuffixes[] = {"3ds", "gltf", "glb", "dae", "fbx", "off", "3mf", "lwo", "x"};
+
+bool hasShape(const SceneElement* element)
+{
+    return !visibleBox(element).isEmpty();
+}
+
+} // namespace
+
+void ReadSource::report(const char* at) const
+{
+    if (progress && !progress(int(double(at - begin) / double(size() ? size() : 1) * 99)))
+        throw ReadCancelled();
+}
+
+void checkFinite(const std::vector<float>& values)
+{
+    for (const float value : values)
+        if (!std::isfinite(value))
+            throw ReadError(tr("a coordinate is no finite number"));
+}
+
+QStringList SceneImport::getSuffixes()
+{
+    QStringList suffixes{QStringLiteral("obj"), QStringLiteral("ply"), QStringLiteral("stl")};
+    for (const char* suffix : AssimpSuffixes)
+        suffixes << QString::fromLatin1(suffix);
+    return suffixes;
+}
+
+SceneElement* SceneImport::readFile(const QString& fileName, QString* error, const Progress& progress)
+{
+    const auto fail = [&](const QString& reason) -> SceneElement* {
+        if (error)
+            *error = tr("%1 cannot be opened: %2").arg(fileName, reason);
+        return nullptr;
+    };
+    const QFileInfo info(fileName);
+    if (!info.exists())
+        return fail(tr("there is no such file"));
+    if (info.isDir())
+        return fail(tr("it is a folder"));
+    if (!info.isFile())
+        return fail(tr("it is no ordinary file"));
+    const QString suffix = info.suffix().toLower();
+    if (!getSuffixes().contains(suffix))
+        return fail(tr("files of the type \"%1\" cannot be read; known are %2")
+                        .arg(suffix, getSuffixes().join(QStringLiteral(", "))));
+    QFile file(fileName);
+    if (!file.open(QIODevice::ReadOnly))
+        return fail(file.errorString());
+    if (file.size() == 0)
+        return fail(tr("it is empty"));
+    try {
+        const auto* bytes = reinterpret_cast<const char*>(file.map(0, file.size()));
+        QByteArray copy;
+        if (!bytes) {
+            copy = file.readAll();
+            bytes = copy.constData();
+        }
+        const ReadSource source{fileName, bytes, bytes + file.size(), progress};
+        std::unique_ptr<SceneElement> tree(suffix == QLatin1String("obj")   ? readObj(source)
+                                           : suffix == QLatin1String("ply") ? readPly(source)
+                                           : suffix == QLatin1String("stl") ? readStl(source)
+                                                                            : readWithAssimp(source));
+        if (!hasShape(tree.get()))
+            return fail(tr("there is nothing in it that can be shown"));
+        if (progress)
+            progress(100);
+        return tree.release();
+    } catch (const ReadCancelled&) {
+        return fail(tr("stopped"));
+    } catch (const std::bad_alloc&) {
+        return fail(tr("there is not enough memory for it"));
+    } catch (const std::exception& e) {
+        return fail(QString::fromUtf8(e.what()));
+    }
+}
+
+bool SceneImport::addFiles(const QStringList& fileNames, QString* error, const Progress& progress)
+{
+    std::vector<std::unique_ptr<SceneElement>> trees;
+    for (int i = 0; i < fileNames.size(); ++i) {
+        const auto part = [&](int percent) { return !progress || progress((100 * i + percent) / fileNames.size()); };
+        trees.emplace_back(readFile(fileNames[i], error, part));
+        if (!trees.back())
+            return false;
+    }
+    const auto scene = Viewer::getInstance()->getGlobalScene();
+    {
+        SceneEdit edit(scene.get(), SceneLocker::LockAll);
+        if (!scene->getRootNode())
+            scene->adoptRootNode(new SceneElement(QStringLiteral("Scene")));
+        for (auto& tree : trees)
+            scene->getRootNode()->addChild(tree.release());
+        scene->updateGlobalScaling();
+    }
+    auto* events = tov::events::EventHandler::getInstance();
+    tov::main::EventManager::getInstance()->fireEvent(
+        tov::main::Event(events->addEvent("Scene", "SCENE_ELEMENT_ADDED")));
+    return true;
+}
+
+} // namespace tov::scene
