@@ -38,7 +38,8 @@ struct AnimationChannel
         Linear,
         CubicSpline, ///< in-tangent, value, out-tangent a key (glTF 2.0, appendix C)
     };
-    SceneElement* target = nullptr; ///< not owned
+    /// Not owned. Morph weights apply to every `GeometryElement` that is a direct child of the target.
+    SceneElement* target = nullptr;
     Path path = Path::Translation;
     Interpolation interpolation = Interpolation::Linear;
     std::vector<double> times; ///< seconds, strictly ascending, finite
@@ -79,7 +80,8 @@ struct FileLight
     float intensity = 1;
 };
 
-/// What a file holds besides the tree of elements. Belongs to the root element of the file.
+/// What a file holds besides the tree of elements. Belongs to the root element of the file, see
+/// `SceneElement::getModelData`.
 struct ModelData
 {
     QString fileName;

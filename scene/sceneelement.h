@@ -10,6 +10,8 @@
 
 namespace tov::scene {
 
+struct ModelData;
+
 /// A node of the scene's tree: a name, a transform, whether it is shown, and children; subclasses carry data (meshes,
 /// points, lines). Changed under a `SceneEdit` only, once it is in a scene.
 class TOV_EXPORT SceneElement
@@ -40,6 +42,10 @@ public:
     /// This element or the first one below it of that name; null when there is none.
     SceneElement* find(const QString& name);
 
+    /// What the file of this tree holds besides elements; null for elements that are not the root of a file.
+    const std::shared_ptr<ModelData>& getModelData() const { return mp_ModelData; }
+    void setModelData(std::shared_ptr<ModelData> data) { mp_ModelData = std::move(data); }
+
 private:
     QString m_Name;
     tov::math::Matrix<double, 4u, 4u> m_Transform = tov::math::Matrix<double, 4u, 4u>::identity();
@@ -47,6 +53,7 @@ private:
     bool m_Selected = false;
     SceneElement* mp_Parent = nullptr;
     std::vector<SceneElement*> m_Children; ///< owned
+    std::shared_ptr<ModelData> mp_ModelData;
 };
 
 } // namespace tov::scene

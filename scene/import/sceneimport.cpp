@@ -3,6 +3,7 @@
 #include "kernel/events/eventhandler.h"
 #include "kernel/main/eventmanager.h"
 #include "scene/import/readers.h"
+#include "scene/model.h"
 #include "scene/scene.h"
 #include "scene/scenelocker.h"
 #include "scene/sceneview.h"
@@ -12,6 +13,7 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <array>
 #include <cmath>
 #include <memory>
 
@@ -57,6 +59,46 @@ QStringList SceneImport::getSuffixes()
 
 SceneElement* SceneImport::readFile(const QString& fileName, QString* error, const Progress& progress)
 {
+    return readFile(fileName, Options(), error, progress);
+}
+
+bool SceneImport::addFiles(const QStringList& fileNames, QString* error, const Progress& progress)
+{
+    return addFiles(fileNames, Options(), error, progress);
+}
+
+bool SceneImport::isModelUp(const QString& text)
+{
+    static const QStringList known{QStringLiteral("auto"), QStringLiteral("+Y"), QStringLiteral("-Y"),
+                                   QStringLiteral("+Z"),   QStringLiteral("-Z"), QStringLiteral("+X"),
+                                   QStringLiteral("-X")};
+    return text.isEmpty() || known.contains(text, Qt::CaseInsensitive);
+}
+
+namespace {
+
+/// Turns the axis that points up in the file to +Y.
+tov::math::Matrix4 upRotation(const QString& axis)
+{
+    // Rows: where x, y and z of the scene come from. Each is a rotation.
+    static const std::pair<const char*, std::array<int, 9>> rotations[] = {
+        {"-Y", {1, 0, 0, 0, -1, 0, 0, 0, -1}}, {"+Z", {1, 0, 0, 0, 0, 1, 0, -1, 0}},
+        {"-Z", {1, 0, 0, 0, 0, -1, 0, 1, 0}},  {"+X", {0, -1, 0, 1, 0, 0, 0, 0, 1}},
+        {"-X", {0, 1, 0, -1, 0, 0, 0, 0, 1}},
+    };
+    auto matrix = tov::math::Matrix4::identity();
+    for (const auto& [name, cells] : rotations)
+        if (axis.compare(QLatin1String(name), Qt::CaseInsensitive) == 0)
+            for (unsigned int i = 0; i < 9; ++i)
+                matrix(i / 3, i % 3) = cells[i];
+    return matrix;
+}
+
+} // namespace
+
+SceneElement* SceneImport::readFile(const QString& fileName, const Options& options, QString* error,
+                                    const Progress& progress)
+{
     const auto fail = [&](const QString& reason) -> SceneElement* {
         if (error)
             *error = tr("%1 cannot be opened: %2").arg(fileName, reason);
@@ -92,6 +134,11 @@ SceneElement* SceneImport::readFile(const QString& fileName, QString* error, con
                                                                             : readWithAssimp(source));
         if (!hasShape(tree.get()))
             return fail(tr("there is nothing in it that can be shown"));
+        tree->setTransform(upRotation(options.modelUp) * tree->getTransform());
+        if (!tree->getModelData()) {
+            tree->setModelData(std::make_shared<ModelData>());
+            tree->getModelData()->fileName = fileName;
+        }
         if (progress)
             progress(100);
         return tree.release();
@@ -104,12 +151,13 @@ SceneElement* SceneImport::readFile(const QString& fileName, QString* error, con
     }
 }
 
-bool SceneImport::addFiles(const QStringList& fileNames, QString* error, const Progress& progress)
+bool SceneImport::addFiles(const QStringList& fileNames, const Options& options, QString* error,
+                           const Progress& progress)
 {
     std::vector<std::unique_ptr<SceneElement>> trees;
     for (int i = 0; i < fileNames.size(); ++i) {
         const auto part = [&](int percent) { return !progress || progress((100 * i + percent) / fileNames.size()); };
-        trees.emplace_back(readFile(fileNames[i], error, part));
+        trees.emplace_back(readFile(fileNames[i], options, error, part));
         if (!trees.back())
             return false;
     }

@@ -20,11 +20,26 @@ public:
     /// Percent 0 to 100; return false to cancel. Called on the importing thread.
     typedef std::function<bool(int percent)> Progress;
 
-    /// Reads a file into a new tree, which the caller owns. On failure null and one line in `error` that says what is
-    /// wrong with which file. Makes no OpenGL call. Thread: any.
+    struct Options
+    {
+        /// The axis of the file that points up: "+Y", "-Y", "+Z", "-Z", "+X", "-X"; "auto" or empty: as the file or its
+        /// format says.
+        QString modelUp;
+        /// Missing textures, material libraries and animation data make reading fail; otherwise they are logged.
+        bool strict = false;
+    };
+
+    /// Reads a file into a new tree, which the caller owns. Its root has a `ModelData`. On failure null and one line in
+    /// `error` that says what is wrong with which file. Makes no OpenGL call. Thread: any.
     static SceneElement* readFile(const QString& fileName, QString* error, const Progress& progress = Progress());
-    /// Reads files into the global scene, beside what is there; all or nothing. Thread: application or command.
+    static SceneElement* readFile(const QString& fileName, const Options& options, QString* error,
+                                  const Progress& progress = Progress());
+    /// Reads files into the global scene, next to what is there; all or nothing. Thread: application or command.
     static bool addFiles(const QStringList& fileNames, QString* error, const Progress& progress = Progress());
+    static bool addFiles(const QStringList& fileNames, const Options& options, QString* error,
+                         const Progress& progress = Progress());
+    /// True for the values that `Options::modelUp` takes. Thread: any.
+    static bool isModelUp(const QString& text);
     /// Suffixes (lower case, no dot) that can be read, for file dialogs.
     static QStringList getSuffixes();
 };
