@@ -1,7 +1,6 @@
 #include "app/cli/session.h"
 
 #include "app/cli/verbs.h"
-#include "app/common/recordinglost.h"
 #include "kernel/gui/zprogressdialog.h"
 #include "kernel/workers/overseer.h"
 #include "scene/scene.h"
@@ -125,13 +124,13 @@ bool Session::fail(const QString& message)
 void Session::guardOutput(const QString& fileName)
 {
     m_Guarded = fileName;
-    m_GuardedBefore = OutputMark(fileName);
+    m_GuardedBefore = FileSnapshot(fileName);
 }
 
 void Session::dropOutput()
 {
     // An older file that was written over is lost, and what took its place is half a file.
-    if (m_GuardedBefore.isTouched())
+    if (m_GuardedBefore.hasChanged())
         QFile::remove(QFileInfo(m_Guarded).canonicalFilePath());
 }
 
@@ -198,24 +197,17 @@ bool Session::run(const QString& name, const tov::main::CommandArguments& argume
                   const std::function<void(const CommandRunPointer&)>& onStart)
 {
     auto* processor = Overseer::getInstance()->getCommandProcessor();
-    m_Errors.clear();
+    m_Watcher.getFailures().clear();
     QString error;
     QObject context;
     // Nobody sits here who would stop it.
-    const RecordingLost lost([this, &context](const QString&) {
-        QMetaObject::invokeMethod(
-            &context,
-            [this] {
-                if (mp_Current)
-                    mp_Current->stop();
-            },
-            Qt::QueuedConnection);
-    });
+    QObject::connect(&m_Watcher, &RunWatcher::recordingLost, &context,
+                     [](const CommandRunPointer& lost) { lost->stop(); });
     m_Progress.setRemark(QString());
     mp_Current = processor->start(name, arguments, &error);
     if (!mp_Current) {
-        const QStringList reasons = m_Errors.getMessages();
-        return fail(reasons.isEmpty() ? error : error + QStringLiteral(" (") + reasons.last() + QLatin1Char(')'));
+        const QString reason = m_Watcher.getFailures().last();
+        return fail(reason.isEmpty() ? error : error + QStringLiteral(" (") + reason + QLatin1Char(')'));
     }
     QEventLoop loop;
     const CommandRunPointer run = mp_Current;
@@ -225,7 +217,7 @@ bool Session::run(const QString& name, const tov::main::CommandArguments& argume
     });
     QObject::connect(mp_Space.get(), &SpaceWatch::measured, &context,
                      [this, run] { m_Progress.setRemark(mp_Space->describe(run->getId())); });
-    QObject::connect(processor, &CommandProcessor::runFinished, &context, [&loop, run](const CommandRunPointer& ended) {
+    QObject::connect(&m_Watcher, &RunWatcher::ended, &context, [&loop, run](const CommandRunPointer& ended) {
         if (ended == run)
             loop.quit();
     });
@@ -234,9 +226,9 @@ bool Session::run(const QString& name, const tov::main::CommandArguments& argume
     loop.exec();
     m_Progress.clear();
     mp_Current.reset();
-    const QStringList messages = m_Errors.getMessages();
-    if (!messages.isEmpty())
-        return fail(QStringLiteral("%1: %2").arg(name, messages.first()));
+    const QString message = m_Watcher.getFailures().firstSince(0);
+    if (!message.isEmpty())
+        return fail(QStringLiteral("%1: %2").arg(name, message));
     return run->succeeded();
 }
 

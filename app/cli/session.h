@@ -3,7 +3,8 @@
 #include "app/cli/options.h"
 #include "app/cli/progressline.h"
 #include "app/cli/view.h"
-#include "app/common/output.h"
+#include "app/common/filesnapshot.h"
+#include "app/common/runoutcome.h"
 #include "app/common/spacewatch.h"
 #include "app/common/startup.h"
 #include "app/common/videoprobe.h"
@@ -42,7 +43,7 @@ public:
     /// Removes a guarded output that was made or written during this session.
     void dropOutput();
     /// True when the guarded output was made or written during this session.
-    bool isOutputTouched() const { return m_GuardedBefore.isTouched(); }
+    bool isOutputTouched() const { return m_GuardedBefore.hasChanged(); }
 
     /// Reads a finished video; Ctrl-C ends it early.
     VideoProbe readBack(const QString& fileName);
@@ -63,14 +64,14 @@ private:
     const Options& m_Options;
     bool m_Quiet;
     Startup m_Startup;
-    ErrorMemory m_Errors;
+    RunWatcher m_Watcher{FailureLog::Console::Collect};
     ProgressLine m_Progress;
     int m_Interrupts = 0;
     bool m_LeaveAtOnce = false;
     bool m_Told = false;
     std::unique_ptr<SpaceWatch> mp_Space;
     QString m_Guarded;
-    OutputMark m_GuardedBefore;
+    FileSnapshot m_GuardedBefore;
     tov::gui::ScenePanel* mp_Panel = nullptr; ///< closed in the destructor
     tov::main::CommandRunPointer mp_Current;
     VideoReading* mp_Reading = nullptr; ///< `readBack`'s

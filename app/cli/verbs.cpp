@@ -2,7 +2,7 @@
 
 #include "app/cli/session.h"
 #include "app/cli/videoverb.h"
-#include "app/common/output.h"
+#include "app/common/filesnapshot.h"
 #include "app/common/pictureprobe.h"
 #include "app/common/spacewatch.h"
 #include "kernel/gui/fileparameterpanelfactory.h"
@@ -104,7 +104,7 @@ int runImage(const Options& options, int& argc, char** argv)
     if (!session.open(options.files, view, false))
         return session.wasInterrupted() ? 130 : 1;
     session.guardOutput(output);
-    const OutputMark before(output);
+    const FileSnapshot before(output);
     CommandArguments arguments;
     arguments.named = {{QStringLiteral("filename"), output}, {QStringLiteral("width"), widthText}};
     const bool ran = session.run(QStringLiteral("grabimage"), arguments);
@@ -114,7 +114,7 @@ int runImage(const Options& options, int& argc, char** argv)
     if (ran) {
         QImageReader reader(output);
         const QSize size = reader.size();
-        if (!before.isTouched())
+        if (!before.hasChanged())
             session.fail(tr("%1 was not written").arg(output));
         else if (info.size() == 0 || (size.isValid() && size != QSize(width, height)) || !isWholePicture(output))
             session.fail(tr("%1 is incomplete; is the disk full?").arg(output));
@@ -187,13 +187,13 @@ bool writesFile(const tov::main::CommandRunPointer& run)
 /// Holds a command that writes a file against the file itself, for its log says "saved" and "done" even where nothing
 /// was written. False (told) when there is no file that can be read; an empty one, which only looks like a result, is
 /// removed.
-bool checkResult(Session& session, const tov::main::CommandRunPointer& run, const OutputMark& before)
+bool checkResult(Session& session, const tov::main::CommandRunPointer& run, const FileSnapshot& before)
 {
     if (!writesFile(run))
         return true;
     const QString fileName = run->getArgument(QStringLiteral("filename"));
     const QFileInfo info(fileName);
-    const bool touched = before.isTouched();
+    const bool touched = before.hasChanged();
     if (touched && info.size() > 0) {
         bool readable = false;
         if (run->getCommandName() == QLatin1String("grabvideo")) {
@@ -286,13 +286,13 @@ int runScript(const Options& options, int& argc, char** argv)
                      [&] { session.tell(tr("Recording freely; Ctrl-C ends it and keeps what was captured.")); });
     for (const auto& command : commands) {
         tov::main::CommandRunPointer run;
-        OutputMark before;
+        FileSnapshot before;
         const bool ran = checkBefore(session, command) &&
                          session.run(command.name, command.arguments, [&](const tov::main::CommandRunPointer& started) {
                              run = started;
                              // Files are made once this thread has done its part.
                              if (writesFile(run))
-                                 before = OutputMark(run->getArgument(QStringLiteral("filename")));
+                                 before = FileSnapshot(run->getArgument(QStringLiteral("filename")));
                              if (isVideoCommand(command) && !followsTrajectory(command))
                                  endless.start(BegunMs);
                          });
@@ -302,7 +302,7 @@ int runScript(const Options& options, int& argc, char** argv)
                 // An empty file, or half a picture, only looks like a result.
                 const QFileInfo info(run->getArgument(QStringLiteral("filename")));
                 const bool picture = run->getCommandName() == QLatin1String("grabimage");
-                if (before.isTouched() && (info.size() == 0 || (picture && !isWholePicture(info.filePath()))))
+                if (before.hasChanged() && (info.size() == 0 || (picture && !isWholePicture(info.filePath()))))
                     QFile::remove(info.canonicalFilePath());
             }
             if (!origin.isEmpty())
@@ -372,7 +372,7 @@ int runEncoders(const Options& options, int& argc, char** argv)
 
 int runModules(const Options& options, int& argc, char** argv)
 {
-    ErrorMemory errors;
+    FailureLog errors(FailureLog::Console::Collect);
     Session session(options, argc, argv);
     for (auto* module : tov::main::ModuleManager::getInstance()->getModules()) {
         auto* information = module->getInformationObject();
@@ -383,7 +383,7 @@ int runModules(const Options& options, int& argc, char** argv)
     }
     const QString renderer = tov::scene::Viewer::getInstance()->getRenderer();
     print(tr("Drawing with: %1").arg(renderer.isEmpty() ? tr("nothing, OpenGL cannot be used") : renderer));
-    for (const QString& message : errors.getMessages())
+    for (const QString& message : errors.messages())
         print(tr("Problem: %1").arg(message));
     if (tov::main::ModuleManager::getInstance()->getModules().empty()) {
         session.fail(tr("no module could be loaded"));

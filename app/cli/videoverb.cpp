@@ -2,7 +2,7 @@
 
 #include "app/cli/session.h"
 #include "app/cli/verbs.h"
-#include "app/common/output.h"
+#include "app/common/filesnapshot.h"
 #include "app/common/spacewatch.h"
 #include "kernel/gui/fileparameterpanelfactory.h"
 #include "kernel/main/abstractparameter.h"

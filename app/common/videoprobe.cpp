@@ -1,8 +1,8 @@
 #include "app/common/videoprobe.h"
 
+#include "app/common/installlayout.h"
 #include "kernel/log/logger.h"
 
-#include <QCoreApplication>
 #include <QFile>
 #include <QFileInfo>
 #include <QStringList>
@@ -38,8 +38,7 @@ QStringList loadedPlugins()
             return 0;
         },
         &loaded);
-    const QString folder =
-        QFileInfo(QCoreApplication::applicationDirPath() + QStringLiteral("/plugins/video")).canonicalFilePath();
+    const QString folder = QFileInfo(InstallLayout::videoPlugins()).canonicalFilePath();
     QStringList result;
     for (const QString& file : std::as_const(loaded))
         if (!folder.isEmpty() && file.startsWith(QLatin1Char('/')) && QFileInfo(file).canonicalPath() == folder)

@@ -1,8 +1,8 @@
 #include "app/viewer/mainwindow.h"
 
-#include "app/common/output.h"
+#include "app/common/filesnapshot.h"
 #include "app/common/pictureprobe.h"
-#include "app/common/recordinglost.h"
+#include "app/common/runoutcome.h"
 #include "app/common/spacewatch.h"
 #include "app/common/videoprobe.h"
 #include "app/viewer/commandactions.h"
@@ -461,24 +461,21 @@ void MainWindow::watchRuns()
         }
     });
     connect(mp_Runs, &RunsBar::stopIgnored, this, &MainWindow::warnOfStuckRun);
-    mp_Lost = std::make_unique<tov::app::RecordingLost>([this](const QString& why) {
-        QMetaObject::invokeMethod(
-            this,
-            [this, why] {
+    mp_Lost = std::make_unique<tov::app::RunWatcher>(tov::app::FailureLog::Console::Ignore);
+    connect(mp_Lost.get(), &tov::app::RunWatcher::recordingLost, this,
+            [this](const CommandRunPointer&, const QString& why) {
                 mp_Notices->showMessage(NoticeBar::Kind::Warning,
                                         tr("A recording takes no more frames: %1. What it has is kept; stop it if it "
                                            "does not end by itself.")
                                             .arg(why));
-            },
-            Qt::QueuedConnection);
-    });
+            });
     auto* processor = Overseer::getInstance()->getCommandProcessor();
     // The command may have made its file by the time that the event loop tells of it.
     connect(
         processor, &CommandProcessor::runBegins, this,
         [this](const CommandRunPointer& run) {
             if (QThread::currentThread() == thread())
-                m_Started[run->getId()].before = tov::app::OutputMark(run->getArgument(FileNameParameter));
+                m_Started[run->getId()].before = tov::app::FileSnapshot(run->getArgument(FileNameParameter));
         },
         Qt::DirectConnection);
     connect(processor, &CommandProcessor::runStarted, this, [this](const CommandRunPointer& run) {
@@ -487,7 +484,7 @@ void MainWindow::watchRuns()
         started.clock.start();
         started.fileName = run->getArgument(FileNameParameter);
         if (!marked)
-            started.before = tov::app::OutputMark(started.fileName);
+            started.before = tov::app::FileSnapshot(started.fileName);
         // A recording that is stepped along a trajectory ends at once, with nothing, when none is open: by design of
         // the command. The person is told here, in words, at the moment it happens.
         const QString sync = run->getArgument(SyncParameter);
@@ -510,7 +507,7 @@ void MainWindow::runEnded(const CommandRunPointer& run)
     if (!started.fileName.isEmpty()) {
         // The log says "saved" even where a full disk swallowed the bytes, so the file itself is asked.
         const QFileInfo info(started.fileName);
-        const bool touched = started.before.isTouched();
+        const bool touched = started.before.hasChanged();
         const bool picture = run->getCommandName() == QLatin1String("grabimage");
         const bool written = touched && info.size() > 0 && (!picture || tov::app::isWholePicture(started.fileName));
         if (written) {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/common/output.h"
+#include "app/common/filesnapshot.h"
 #include "kernel/commands/commandprocessor.h"
 #include "kernel/modules/moduleloader.h"
 
@@ -16,7 +16,7 @@ class QMenu;
 class QThread;
 
 namespace tov::app {
-class RecordingLost;
+class RunWatcher;
 }
 
 namespace tov::viewer {
@@ -74,7 +74,7 @@ private:
     struct Started
     {
         QString fileName;
-        tov::app::OutputMark before;
+        tov::app::FileSnapshot before;
         QElapsedTimer clock;
     };
 
@@ -109,7 +109,7 @@ private:
     std::shared_ptr<std::atomic<bool>> mp_OpenCancelled;
     struct LastError;
     std::shared_ptr<LastError> mp_LastError; ///< shared with the log while the window lives
-    std::unique_ptr<tov::app::RecordingLost> mp_Lost;
+    std::unique_ptr<tov::app::RunWatcher> mp_Lost;
     std::map<quint64, Started> m_Started;
     bool m_Closing = false;
 };

@@ -243,7 +243,7 @@ TEST_F(CliTest, PicturesThatCannotBeMade)
         {{"-o", "a.png", "--width", "2147483647"}, "Couldn't create image buffer with size (2147483647 x 1207959551)"},
         {{"-o", "missing/a.png"}, "there is no folder"},
         {{"-o", "folder.png"}, "folder.png is a folder; name a file"},
-        {{"-o", "/dev/full"}, "is no ordinary file"},
+        {{"-o", "/dev/full"}, "is not a regular file"},
     };
     for (const auto& [arguments, text] : rows) {
         SCOPED_TRACE(arguments.join(QLatin1Char(' ')).toStdString());

@@ -1,4 +1,4 @@
-#include "app/common/output.h"
+#include "app/common/filesnapshot.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -24,7 +24,7 @@ bool checkOutputFolder(const QString& fileName, QString* error)
     if (info.isDir())
         *error = tr("%1 is a folder; name a file").arg(fileName);
     else if (info.exists() && !info.isFile())
-        *error = tr("%1 is no ordinary file").arg(fileName);
+        *error = tr("%1 is not a regular file").arg(fileName);
     else if (!folder.isDir())
         *error = tr("%1 cannot be written: there is no folder %2").arg(fileName, folder.filePath());
     else if (info.exists() ? !info.isWritable() : !folder.isWritable())
@@ -34,11 +34,11 @@ bool checkOutputFolder(const QString& fileName, QString* error)
     return false;
 }
 
-OutputMark::State OutputMark::stateOf(const QString& fileName, bool ordinary)
+FileSnapshot::State FileSnapshot::readState(const QString& fileName, bool regularOnly)
 {
     State state;
     struct stat status;
-    if (stat(QFile::encodeName(fileName).constData(), &status) != 0 || (ordinary && !S_ISREG(status.st_mode)))
+    if (stat(QFile::encodeName(fileName).constData(), &status) != 0 || (regularOnly && !S_ISREG(status.st_mode)))
         return state;
     state.device = status.st_dev;
     state.inode = status.st_ino;
@@ -48,17 +48,17 @@ OutputMark::State OutputMark::stateOf(const QString& fileName, bool ordinary)
     return state;
 }
 
-OutputMark::OutputMark(const QString& fileName)
-    : m_FileName(fileName), m_Folder(QFileInfo(fileName).absolutePath()), m_File(stateOf(fileName, true)),
-      m_FolderState(stateOf(m_Folder, false))
+FileSnapshot::FileSnapshot(const QString& fileName)
+    : m_FileName(fileName), m_Folder(QFileInfo(fileName).absolutePath()), m_File(readState(fileName, true)),
+      m_FolderState(readState(m_Folder, false))
 {}
 
-bool OutputMark::isTouched() const
+bool FileSnapshot::hasChanged() const
 {
     if (m_FileName.isEmpty())
         return false;
-    const State file = stateOf(m_FileName, true);
-    const State folder = stateOf(m_Folder, false);
+    const State file = readState(m_FileName, true);
+    const State folder = readState(m_Folder, false);
     if (file.inode == 0 || folder.device != m_FolderState.device || folder.inode != m_FolderState.inode)
         return false;
     const auto same = [](const timespec& a, const timespec& b) {

@@ -1,0 +1,213 @@
+#include "app/common/runoutcome.h"
+
+#include "app/common/pictureprobe.h"
+#include "app/common/videoprobe.h"
+#include "kernel/workers/overseer.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QImageReader>
+#include <QThread>
+
+#include <functional>
+#include <utility>
+
+namespace tov::app {
+
+using tov::main::CommandProcessor;
+using tov::main::CommandRun;
+using tov::main::CommandRunPointer;
+
+namespace {
+
+constexpr double MsPerSecond = 1000;
+
+QString fileNameOf(const CommandRun& run)
+{
+    return run.getArgument(QStringLiteral("filename"));
+}
+
+} // namespace
+
+/// Passes on what shows that a recording is lost, from the logging thread.
+class RunWatcher::LossSink : public tov::log::LogSink
+{
+public:
+    explicit LossSink(std::function<void(const QString&)> onLoss) : m_OnLoss(std::move(onLoss))
+    {
+        tov::log::Logger::addSink(this);
+    }
+    ~LossSink() override { tov::log::Logger::removeSink(this); }
+    void write(const tov::log::LogRecord& record) override
+    {
+        if (isRecordingLostRecord(record))
+            m_OnLoss(record.message);
+    }
+
+private:
+    std::function<void(const QString&)> m_OnLoss;
+};
+
+RunWatcher::RunWatcher(FailureLog::Console console, QObject* parent) : QObject(parent), m_Failures(console)
+{
+    qRegisterMetaType<RunOutcome>();
+    mp_Losses = std::make_unique<LossSink>([this](const QString& why) {
+        QMetaObject::invokeMethod(
+            this, [this, why] { reportLoss(why); }, Qt::QueuedConnection);
+    });
+    auto* processor = tov::main::Overseer::getInstance()->getCommandProcessor();
+    // The file's state has to be read before the command can write it, so at once where the run begins on this thread.
+    connect(
+        processor, &CommandProcessor::runBegins, this,
+        [this](const CommandRunPointer& run) {
+            if (QThread::currentThread() == thread())
+                begin(run);
+        },
+        Qt::DirectConnection);
+    connect(processor, &CommandProcessor::runStarted, this, &RunWatcher::begin);
+    connect(processor, &CommandProcessor::runFinished, this, &RunWatcher::finish);
+}
+
+RunWatcher::~RunWatcher()
+{
+    mp_Losses.reset();
+}
+
+bool RunWatcher::writesFile(const CommandRun& run)
+{
+    return !fileNameOf(run).isEmpty();
+}
+
+bool RunWatcher::isRecording(const CommandRun& run)
+{
+    return writesFile(run) && !run.getArgument(QStringLiteral("sync")).isNull();
+}
+
+void RunWatcher::skipVerification()
+{
+    for (const auto& [id, reading] : m_Readings)
+        reading->stop();
+}
+
+void RunWatcher::begin(const CommandRunPointer& run)
+{
+    if (m_Watched.count(run->getId()))
+        return;
+    for (auto& [id, other] : m_Watched)
+        other.isAlone = false;
+    Watched watched;
+    watched.isAlone = m_Watched.empty();
+    watched.run = run;
+    watched.before = FileSnapshot(fileNameOf(*run));
+    watched.clock.start();
+    m_Watched.emplace(run->getId(), watched);
+}
+
+void RunWatcher::finish(const CommandRunPointer& run)
+{
+    const auto found = m_Watched.find(run->getId());
+    if (found == m_Watched.end())
+        return;
+    const Watched watched = found->second;
+    m_Watched.erase(found);
+
+    RunOutcome outcome;
+    outcome.elapsed = double(watched.clock.elapsed()) / MsPerSecond;
+    outcome.status = run->isStopped() ? RunOutcome::Status::Stopped : RunOutcome::Status::Done;
+    if (!run->succeeded() || watched.isAlone)
+        outcome.reason = m_Failures.firstSince(run->getStartTime());
+    if (!run->succeeded() || !outcome.reason.isEmpty())
+        outcome.status = RunOutcome::Status::Failed;
+    if (!writesFile(*run)) {
+        report(watched, outcome);
+        return;
+    }
+    const QFileInfo file(fileNameOf(*run));
+    if (!watched.before.hasChanged() || file.size() == 0) {
+        if (watched.before.hasChanged())
+            QFile::remove(file.canonicalFilePath());
+        outcome.status = RunOutcome::Status::Failed;
+        if (outcome.reason.isEmpty())
+            outcome.reason = m_Failures.firstSince(run->getStartTime());
+        if (outcome.reason.isEmpty())
+            outcome.reason = tr("%1 was not written").arg(fileNameOf(*run));
+        report(watched, outcome);
+        return;
+    }
+    outcome.bytes = file.size();
+    if (isRecording(*run)) {
+        verifyVideo(watched, outcome);
+    } else {
+        verifyPicture(watched, outcome);
+        report(watched, outcome);
+    }
+}
+
+void RunWatcher::verifyPicture(const Watched& watched, RunOutcome& outcome) const
+{
+    const QString fileName = fileNameOf(*watched.run);
+    if (isWholePicture(fileName)) {
+        outcome.files = QStringList(fileName);
+        outcome.size = QImageReader(fileName).size();
+        return;
+    }
+    QFile::remove(QFileInfo(fileName).canonicalFilePath());
+    outcome.bytes = 0;
+    outcome.status = RunOutcome::Status::Failed;
+    if (outcome.reason.isEmpty())
+        outcome.reason = tr("%1 is incomplete; is the disk full?").arg(fileName);
+}
+
+void RunWatcher::verifyVideo(const Watched& watched, const RunOutcome& outcome)
+{
+    auto* reading = new VideoReading(fileNameOf(*watched.run), this);
+    m_Readings.emplace(watched.run->getId(), reading);
+    connect(reading, &VideoReading::done, this, [this, watched, outcome, reading](const VideoProbe& probe) {
+        m_Readings.erase(watched.run->getId());
+        reading->deleteLater();
+        finishVideo(watched, outcome, probe);
+    });
+}
+
+void RunWatcher::finishVideo(const Watched& watched, RunOutcome outcome, const VideoProbe& probe)
+{
+    const QString fileName = fileNameOf(*watched.run);
+    if (probe.asked) {
+        outcome.frames = probe.frames;
+        outcome.seconds = probe.seconds;
+    }
+    const bool isPlayable = !probe.asked || (probe.readable && probe.frames != 0);
+    if (isPlayable) {
+        outcome.files = QStringList(fileName);
+        const QSize size(watched.run->getArgument(QStringLiteral("width")).toInt(),
+                         watched.run->getArgument(QStringLiteral("height")).toInt());
+        // Videos have even sizes.
+        if (size.width() > 0 && size.height() > 0)
+            outcome.size = QSize((size.width() + 1) & ~1, (size.height() + 1) & ~1);
+    } else {
+        outcome.status = RunOutcome::Status::Failed;
+        if (outcome.reason.isEmpty())
+            outcome.reason = tr("%1 cannot be read back").arg(fileName);
+    }
+    report(watched, outcome);
+}
+
+void RunWatcher::report(const Watched& watched, RunOutcome outcome)
+{
+    if (outcome.status == RunOutcome::Status::Failed && outcome.reason.isEmpty())
+        outcome.reason = tr("%1 failed").arg(watched.run->getCommandName());
+    emit ended(watched.run, outcome);
+}
+
+void RunWatcher::reportLoss(const QString& why)
+{
+    // Records name no run: with several recordings at a time it may be any of them.
+    for (auto& [id, watched] : m_Watched) {
+        if (watched.isLost || !isRecording(*watched.run))
+            continue;
+        watched.isLost = true;
+        emit recordingLost(watched.run, why);
+    }
+}
+
+} // namespace tov::app

@@ -1,0 +1,95 @@
+#pragma once
+
+#include "app/common/filesnapshot.h"
+#include "app/common/runrecords.h"
+#include "kernel/commands/commandprocessor.h"
+
+#include <QElapsedTimer>
+#include <QMetaType>
+#include <QObject>
+#include <QSize>
+#include <QStringList>
+
+#include <map>
+#include <memory>
+
+namespace tov::app {
+
+class VideoReading;
+struct VideoProbe;
+
+/// The result of one run of a command, after the file that it wrote has been verified.
+struct RunOutcome
+{
+    enum class Status
+    {
+        Done,    ///< it ended by itself without an error, and what it wrote is complete
+        Stopped, ///< somebody stopped it; what it had written until then is complete
+        Failed,
+    };
+    Status status = Status::Failed;
+    QString reason;     ///< why it failed, one line; empty otherwise
+    QStringList files;  ///< what the run wrote and can be opened, also after a failure
+    QSize size;         ///< pixels; invalid when unknown
+    qint64 frames = -1; ///< of a video; -1 = unknown, or a picture
+    double seconds = 0; ///< how long the video plays; 0 = unknown, or a picture
+    qint64 bytes = 0;   ///< of the files
+    double elapsed = 0; ///< how long the run took, seconds
+
+    bool isDone() const { return status == Status::Done; }
+};
+
+/// Watches every run of the command processor from before it touches anything, verifies what it wrote, and reports one
+/// outcome for each. A run of a command with a parameter "filename" is one that writes a file; with "sync" it is a
+/// recording. Empty files and incomplete pictures are removed: they only look like a result. Thread: application.
+class RunWatcher : public QObject
+{
+    Q_OBJECT
+public:
+    explicit RunWatcher(FailureLog::Console console, QObject* parent = nullptr);
+    ~RunWatcher() override;
+
+    /// True when the run writes a file.
+    static bool writesFile(const tov::main::CommandRun& run);
+    /// True when the run records a video.
+    static bool isRecording(const tov::main::CommandRun& run);
+
+    /// Errors logged by runs and by refused starts.
+    FailureLog& getFailures() { return m_Failures; }
+    /// Ends the verification of videos early; their frames remain unknown.
+    void skipVerification();
+
+signals:
+    /// A recording can add no more frames. Once per recording, which goes on until it is stopped.
+    void recordingLost(const tov::main::CommandRunPointer& run, const QString& why);
+    /// Once per run, after its file has been verified.
+    void ended(const tov::main::CommandRunPointer& run, const tov::app::RunOutcome& outcome);
+
+private:
+    class LossSink;
+    struct Watched
+    {
+        tov::main::CommandRunPointer run;
+        FileSnapshot before;
+        QElapsedTimer clock;
+        bool isAlone = true; ///< no other run at the same time, so every error belongs to this one
+        bool isLost = false;
+    };
+
+    void begin(const tov::main::CommandRunPointer& run);
+    void finish(const tov::main::CommandRunPointer& run);
+    void verifyPicture(const Watched& watched, RunOutcome& outcome) const;
+    void verifyVideo(const Watched& watched, const RunOutcome& outcome);
+    void finishVideo(const Watched& watched, RunOutcome outcome, const VideoProbe& probe);
+    void report(const Watched& watched, RunOutcome outcome);
+    void reportLoss(const QString& why);
+
+    FailureLog m_Failures;
+    std::unique_ptr<LossSink> mp_Losses;
+    std::map<quint64, Watched> m_Watched;        ///< by run
+    std::map<quint64, VideoReading*> m_Readings; ///< by run; children of this object
+};
+
+} // namespace tov::app
+
+Q_DECLARE_METATYPE(tov::app::RunOutcome)
