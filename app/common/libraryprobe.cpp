@@ -1,6 +1,7 @@
 #include "app/common/libraryprobe.h"
 
 #include "kernel/util/childprocess.h"
+#include "kernel/util/elffile.h"
 #include "kernel/util/libraryfile.h"
 
 #include <QCoreApplication>
@@ -10,35 +11,34 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonDocument>
-#include <QJsonObject>
 #include <QLibrary>
 #include <QProcess>
 #include <QSaveFile>
 #include <QStandardPaths>
 #include <QThread>
-#include <QVariantMap>
 
 #include <algorithm>
-#include <cerrno>
-
 #include <csignal>
 #include <cstring>
 #include <memory>
-#include <vector>
 
 namespace tov::app {
 
 namespace {
 
-/// What all that is new may take of a start.
+/// All trials of one start, together.
 constexpr int LimitMs = 4500;
-/// What one file may take, so that others have their turn.
+/// One trial, so that others get their turn.
 constexpr int FileLimitMs = 4000;
 constexpr int WaitMs = 10;
-/// A larger file is not ours.
+/// A larger file was not written by the program.
 constexpr qint64 LargestCache = 1 << 20;
+/// How often a process has to be found asleep to count as hanging.
+constexpr int AsleepSamples = 5;
 
-char markerName[4096] = "";
+const QString StampKey = QStringLiteral("stamp");
+const QString ReasonKey = QStringLiteral("reason");
+const QString NeedsKey = QStringLiteral("needs");
 
 QString tr(const char* text)
 {
@@ -59,19 +59,53 @@ QJsonObject readCache(const QString& fileName)
     return QJsonDocument::fromJson(file.readAll()).object();
 }
 
-void writeCache(const QString& fileName, const QJsonObject& known)
+/// Failures are ignored: what cannot be written is tried again at the next start.
+void writeCache(const QString& fileName, const QJsonObject& results)
 {
-    // What cannot be written is tried again next time.
     QSaveFile file(fileName);
     if (fileName.isEmpty() || !file.open(QIODevice::WriteOnly))
         return;
     file.setPermissions(QFile::ReadOwner | QFile::WriteOwner);
-    file.write(QJsonDocument(known).toJson(QJsonDocument::Compact));
+    file.write(QJsonDocument(results).toJson(QJsonDocument::Compact));
     file.commit();
 }
 
-/// Empty when the library was loaded, or failed to in an orderly way, which the ordinary way will tell.
-QString verdictOn(const QProcess& process)
+/// Size and time of change; empty for a file that does not exist.
+QString fileStamp(const QString& fileName)
+{
+    const QFileInfo file(fileName);
+    return file.exists() ? QStringLiteral("%1 %2").arg(file.size()).arg(file.lastModified().toMSecsSinceEpoch())
+                         : QString();
+}
+
+/// Whether the file, and what it loads by itself, are as they were when they were tried.
+bool isCurrent(const QJsonObject& record, const QString& fileName)
+{
+    if (record.value(StampKey).toString() != fileStamp(fileName))
+        return false;
+    const QJsonObject needs = record.value(NeedsKey).toObject();
+    for (auto need = needs.begin(); need != needs.end(); ++need)
+        if (need.value().toString() != fileStamp(need.key()))
+            return false;
+    return true;
+}
+
+/// Files that the tried library reported as needed, with their stamps.
+QJsonObject readNeeds(const QByteArray& output)
+{
+    QJsonObject needs;
+    const QByteArray prefix = "needs ";
+    for (const QByteArray& line : output.split('\n'))
+        if (line.startsWith(prefix)) {
+            const QString needed = QString::fromUtf8(line.mid(prefix.size()));
+            needs[needed] = fileStamp(needed);
+        }
+    return needs;
+}
+
+/// Why the library must not be loaded after its trial ended that way; empty when it was loaded, or failed to load in an
+/// orderly way, which the program will report itself.
+QString findTrialProblem(const QProcess& process)
 {
     if (process.exitStatus() != QProcess::NormalExit)
         return tr("it crashed when it was tried (%1); it is tried again when the file changes")
@@ -82,16 +116,26 @@ QString verdictOn(const QProcess& process)
     return QString();
 }
 
-/// Size and time of change; changes with the file.
-QString stateOf(const QFileInfo& file)
-{
-    return QStringLiteral("%1 %2").arg(file.size()).arg(file.lastModified().toMSecsSinceEpoch());
-}
-
-/// By nobody's fault but a lack of memory, as a rule.
+/// Usually by the system, which was short of memory.
 bool wasKilled(const QProcess& process)
 {
     return process.exitStatus() != QProcess::NormalExit && process.exitCode() == SIGKILL;
+}
+
+/// Whether a process waits for something that does not happen, as opposed to one that gets no processor or disk time.
+bool isAsleep(qint64 pid)
+{
+    for (int i = 0; i < AsleepSamples; ++i) {
+        QFile file(QStringLiteral("/proc/%1/stat").arg(pid));
+        if (!file.open(QIODevice::ReadOnly))
+            return false;
+        // "pid (name) state ..."; the name may hold anything.
+        const QByteArray status = file.readAll();
+        if (status.mid(status.lastIndexOf(')') + 2, 1) != "S")
+            return false;
+        QThread::msleep(WaitMs);
+    }
+    return true;
 }
 
 } // namespace
@@ -101,157 +145,160 @@ QString privateCacheFolder()
     const QString folder = QStandardPaths::writableLocation(QStandardPaths::CacheLocation);
     if (folder.isEmpty() || (!QDir(folder).exists() && !QDir().mkpath(folder)))
         return QString();
-    // What somebody opens is nobody else's business.
+    // The files that somebody opens are nobody else's business.
     QFile::setPermissions(folder, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     return folder;
 }
 
-LibraryProbe::LibraryProbe(const QString& program) : m_Program(program) {}
-
-void LibraryProbe::addFolder(const QString& folder, bool encoders)
+/// One library in a process of its own.
+struct LibraryProbe::Trial
 {
-    // Encoders bring that along: what came of them may be another thing when it changes.
-    const QFileInfo coders(QCoreApplication::applicationDirPath() + QStringLiteral("/../lib/libtovcoders.so"));
-    for (const QFileInfo& entry : QDir(folder).entryInfoList(QDir::Files))
-        if (QLibrary::isLibrary(entry.fileName()))
-            m_Candidates.append({entry.canonicalFilePath(),
-                                 encoders ? stateOf(entry) + QLatin1Char(' ') + stateOf(coders) : stateOf(entry),
-                                 encoders});
+    Candidate candidate;
+    std::unique_ptr<QProcess> process;
+    std::shared_ptr<bool> notStarted; ///< the process itself forgets that it could not be started
+    QDeadlineTimer limit{FileLimitMs};
+
+    static Trial start(const QString& checker, const Candidate& candidate)
+    {
+        Trial trial{candidate, std::make_unique<tov::util::ChildProcess>(), std::make_shared<bool>(false)};
+        QObject::connect(trial.process.get(), &QProcess::errorOccurred, trial.process.get(),
+                         [notStarted = trial.notStarted](QProcess::ProcessError error) {
+                             *notStarted = *notStarted || error == QProcess::FailedToStart;
+                         });
+        trial.process->setStandardErrorFile(QProcess::nullDevice());
+        trial.process->start(checker,
+                             {candidate.encoder ? QStringLiteral("--probe-encoder") : QStringLiteral("--probe-module"),
+                              candidate.fileName});
+        return trial;
+    }
+    bool isRunning() const
+    {
+        return process->state() != QProcess::NotRunning && !process->waitForFinished(0) &&
+               process->state() != QProcess::NotRunning;
+    }
+};
+
+/// Runs the trials and records their results.
+class LibraryProbe::Trials
+{
+public:
+    explicit Trials(LibraryProbe& probe) : m_Probe(probe) {}
+
+    void run(const std::vector<Candidate>& candidates)
+    {
+        const std::size_t atOnce = std::size_t(std::max(4, 2 * QThread::idealThreadCount()));
+        std::size_t next = 0;
+        std::vector<Trial> running;
+        while (next < candidates.size() || !running.empty()) {
+            while (next < candidates.size() && running.size() < atOnce && !m_Deadline.hasExpired())
+                running.push_back(Trial::start(m_Probe.m_Checker, candidates[next++]));
+            if (running.empty())
+                break;
+            running.front().process->waitForFinished(WaitMs);
+            running.erase(
+                std::remove_if(running.begin(), running.end(), [this](Trial& trial) { return hasEnded(trial); }),
+                running.end());
+        }
+        for (; next < candidates.size(); ++next)
+            refuse(candidates[next], tr("there was no time left to try it; it is tried at the next start"));
+    }
+
+private:
+    /// Whether the trial is over; takes its result then.
+    bool hasEnded(Trial& trial)
+    {
+        if (!trial.isRunning()) {
+            takeResult(trial);
+            return true;
+        }
+        if (!trial.limit.hasExpired() && !m_Deadline.hasExpired())
+            return false;
+        // Not remembered: on a loaded machine a good library takes as long.
+        if (!trial.candidate.own || isAsleep(trial.process->processId()))
+            m_Probe.m_Refused[trial.candidate.fileName] = tr("it did not come back when it was tried");
+        trial.process->kill();
+        trial.process->waitForFinished(WaitMs * 100);
+        return true;
+    }
+    void takeResult(Trial& trial)
+    {
+        const Candidate& candidate = trial.candidate;
+        if (*trial.notStarted || wasKilled(*trial.process)) {
+            // Not the library's fault, and not remembered.
+            refuse(candidate, tr("it could not be tried, the machine is short of processes or memory; it is tried at "
+                                 "the next start"));
+            return;
+        }
+        const QString problem = findTrialProblem(*trial.process);
+        m_Probe.m_Results[candidate.fileName] =
+            QJsonObject{{StampKey, fileStamp(candidate.fileName)},
+                        {NeedsKey, readNeeds(trial.process->readAllStandardOutput())},
+                        {ReasonKey, problem}};
+        if (!problem.isEmpty())
+            m_Probe.m_Refused[candidate.fileName] = problem;
+    }
+    /// Refuses a library that was not tried, unless it came with the program.
+    void refuse(const Candidate& candidate, const QString& reason)
+    {
+        if (!candidate.own)
+            m_Probe.m_Refused[candidate.fileName] = reason;
+    }
+
+    LibraryProbe& m_Probe;
+    const QDeadlineTimer m_Deadline{LimitMs};
+};
+
+LibraryProbe::LibraryProbe(const QString& checker, const QStringList& own) : m_Checker(checker), m_Own(own) {}
+
+void LibraryProbe::addModules(const QString& folder)
+{
+    add(folder, false);
 }
 
-void LibraryProbe::setOwn(const QStringList& names, bool only)
+void LibraryProbe::addEncoders(const QString& folder)
 {
-    m_Own = names;
-    m_OnlyOwn = only;
+    add(folder, true);
+}
+
+void LibraryProbe::add(const QString& folder, bool encoders)
+{
+    for (const QFileInfo& entry : QDir(folder).entryInfoList(QDir::Files))
+        if (QLibrary::isLibrary(entry.fileName()) && !(encoders && entry.isSymLink()))
+            m_Candidates.push_back({entry.canonicalFilePath(), encoders, m_Own.contains(entry.fileName())});
+}
+
+std::vector<LibraryProbe::Candidate> LibraryProbe::findNew(const QJsonObject& before)
+{
+    std::vector<Candidate> result;
+    for (const Candidate& candidate : m_Candidates) {
+        const QJsonObject record = before.value(candidate.fileName).toObject();
+        QString problem = m_OnlyOwn && !candidate.own ? tr("left out by --safe-mode")
+                                                      : tov::util::findAccessProblem(candidate.fileName);
+        if (problem.isEmpty() && isCurrent(record, candidate.fileName)) {
+            m_Results[candidate.fileName] = record;
+            problem = record.value(ReasonKey).toString();
+        } else if (problem.isEmpty() && tov::util::findElfProblem(candidate.fileName).isEmpty()) {
+            result.push_back(candidate);
+        }
+        if (!problem.isEmpty())
+            m_Refused[candidate.fileName] = problem;
+    }
+    // Whatever takes long must not use up the time of these.
+    std::stable_partition(result.begin(), result.end(), [](const Candidate& candidate) { return candidate.own; });
+    return result;
 }
 
 void LibraryProbe::run()
 {
-    QVariantMap refused;
-    const QString remembered = cacheFile();
-    const QJsonObject before = readCache(remembered);
-    QJsonObject known;
-    std::vector<Candidate> fresh;
-    const auto isOwn = [this](const Candidate& candidate) {
-        return m_Own.contains(QFileInfo(candidate.fileName).fileName());
-    };
-    for (const Candidate& candidate : m_Candidates) {
-        if (m_OnlyOwn && !isOwn(candidate)) {
-            refused[candidate.fileName] = tr("left out, as --safe-mode says");
-            continue;
-        }
-        const QJsonObject record = before.value(candidate.fileName).toObject();
-        if (record.value(QStringLiteral("key")).toString() == candidate.key) {
-            known[candidate.fileName] = record;
-            const QString reason = record.value(QStringLiteral("reason")).toString();
-            if (!reason.isEmpty())
-                refused[candidate.fileName] = reason;
-        } else if (tov::util::libraryDefectOf(candidate.fileName).isEmpty()) {
-            fresh.push_back(candidate);
-        }
+    const QString cache = cacheFile();
+    const QJsonObject before = readCache(cache);
+    const std::vector<Candidate> fresh = findNew(before);
+    if (!fresh.empty() && QFileInfo(m_Checker).isExecutable()) {
+        Trials(*this).run(fresh);
+        if (m_Results != before)
+            writeCache(cache, m_Results);
     }
-    // Whatever takes long, it must not take the time from these.
-    std::stable_partition(fresh.begin(), fresh.end(), isOwn);
-    if (!fresh.empty() && QFileInfo(m_Program).isExecutable()) {
-        struct Trial
-        {
-            Candidate candidate;
-            std::unique_ptr<QProcess> process;
-            std::shared_ptr<bool> notStarted; ///< no process was to be had; the process itself forgets that
-            QDeadlineTimer limit;
-        };
-        const QDeadlineTimer deadline(LimitMs);
-        std::vector<Trial> running;
-        const std::size_t atOnce = std::size_t(std::max(4, 2 * QThread::idealThreadCount()));
-        std::size_t next = 0;
-        while (next < fresh.size() || !running.empty()) {
-            while (next < fresh.size() && running.size() < atOnce && !deadline.hasExpired()) {
-                Trial trial{fresh[next++], std::make_unique<tov::util::ChildProcess>(), std::make_shared<bool>(false),
-                            QDeadlineTimer(FileLimitMs)};
-                QObject::connect(trial.process.get(), &QProcess::errorOccurred, trial.process.get(),
-                                 [notStarted = trial.notStarted](QProcess::ProcessError error) {
-                                     *notStarted = *notStarted || error == QProcess::FailedToStart;
-                                 });
-                trial.process->setStandardOutputFile(QProcess::nullDevice());
-                trial.process->setStandardErrorFile(QProcess::nullDevice());
-                trial.process->start(m_Program, {trial.candidate.encoder ? QStringLiteral("--probe-encoder")
-                                                                         : QStringLiteral("--probe-module"),
-                                                 trial.candidate.fileName});
-                running.push_back(std::move(trial));
-            }
-            if (running.empty())
-                break;
-            running.front().process->waitForFinished(WaitMs);
-            for (std::size_t i = 0; i < running.size();) {
-                Trial& trial = running[i];
-                if (trial.process->state() != QProcess::NotRunning && !trial.process->waitForFinished(0) &&
-                    trial.process->state() != QProcess::NotRunning) {
-                    if (!trial.limit.hasExpired() && !deadline.hasExpired()) {
-                        ++i;
-                        continue;
-                    }
-                    trial.process->kill();
-                    trial.process->waitForFinished(WaitMs * 100);
-                    // Not remembered: a machine that is very busy looks the same.
-                    refused[trial.candidate.fileName] = tr("it did not come back when it was tried");
-                } else if (*trial.notStarted || wasKilled(*trial.process)) {
-                    // Not the file's fault, and not remembered: the machine has no process or no memory left.
-                    refused[trial.candidate.fileName] = tr(
-                        "it could not be tried, the machine is short of processes or memory; it is tried at the next "
-                        "start");
-                } else {
-                    const QString reason = verdictOn(*trial.process);
-                    known[trial.candidate.fileName] =
-                        QJsonObject{{QStringLiteral("key"), trial.candidate.key}, {QStringLiteral("reason"), reason}};
-                    if (!reason.isEmpty())
-                        refused[trial.candidate.fileName] = reason;
-                }
-                running.erase(running.begin() + std::ptrdiff_t(i));
-            }
-        }
-        for (; next < fresh.size(); ++next)
-            refused[fresh[next].fileName] = tr("there was no time left to try it; it is tried at the next start");
-        if (known != before)
-            writeCache(remembered, known);
-    }
-    QCoreApplication::instance()->setProperty(tov::util::RefusedLibraries, refused);
-}
-
-StartMarker::StartMarker()
-{
-    const QString folder = privateCacheFolder();
-    if (folder.isEmpty())
-        return;
-    const QString prefix = QStringLiteral("starting-");
-    for (const QFileInfo& entry : QDir(folder).entryInfoList({prefix + QLatin1Char('*')}, QDir::Files)) {
-        const int pid = entry.fileName().mid(prefix.size()).toInt();
-        if (pid > 0 && (::kill(pid, 0) == 0 || errno == EPERM))
-            continue;
-        m_Crashed = true;
-        QFile::remove(entry.absoluteFilePath());
-    }
-    const QByteArray name =
-        QFile::encodeName(folder + QLatin1Char('/') + prefix + QString::number(QCoreApplication::applicationPid()));
-    QFile file(QFile::decodeName(name));
-    if (name.size() < int(sizeof markerName) && file.open(QIODevice::WriteOnly))
-        std::memcpy(markerName, name.constData(), std::size_t(name.size()) + 1);
-}
-
-StartMarker::~StartMarker()
-{
-    done();
-}
-
-void StartMarker::done()
-{
-    forgive();
-}
-
-void StartMarker::forgive() noexcept
-{
-    // The name stays as it is: a handler may come at any time, and removing twice does no harm.
-    if (markerName[0] != '\0')
-        ::unlink(markerName);
+    QCoreApplication::instance()->setProperty(tov::util::RefusedLibraries, m_Refused);
 }
 
 } // namespace tov::app

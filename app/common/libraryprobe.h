@@ -1,66 +1,60 @@
 #pragma once
 
+#include <QJsonObject>
 #include <QString>
 #include <QStringList>
+#include <QVariantMap>
+
+#include <vector>
 
 namespace tov::app {
 
-/// Tries shared libraries that are new or have changed in processes of their own before the program loads them: what
-/// crashes, hangs or ends its process on loading is kept out, and said so. What came of it is remembered in the cache
-/// folder by name, size and time, so that an ordinary start only looks at the files. Thread: application.
+/// Loads new and changed modules and encoder plug-ins in processes of their own before the program loads them, so that
+/// a library that crashes, hangs or ends its process on loading does not take the program along. Libraries that
+/// somebody could have written who could not have replaced the program are refused without being run. Results are kept
+/// in the cache folder for as long as the files do not change, so an ordinary start only compares file stamps. Thread:
+/// application.
 class LibraryProbe
 {
 public:
-    /// `program`: the checker, which loads one library and says so (see sdk/checker). Its absence means that nothing is
-    /// tried.
-    explicit LibraryProbe(const QString& program);
+    /// `checker`: the program that loads one library and reports (see sdk/checker); without it nothing is tried.
+    /// `own`: file names of the libraries that came with the program. They are tried first, and never refused because a
+    /// trial ran out of time.
+    LibraryProbe(const QString& checker, const QStringList& own);
 
-    /// Modules in `folder`, or encoder plug-ins; only notes what is there.
-    void addFolder(const QString& folder, bool encoders);
-    /// The base names of the product's own files: they are tried first. `only`: everything else is left out.
-    void setOwn(const QStringList& names, bool only);
-    /// Tries what is new, several at a time, within 4.5 seconds altogether, and puts what must not be loaded into the
-    /// application object's property `tov::util::RefusedLibraries`.
+    /// Adds the modules in `folder`.
+    void addModules(const QString& folder);
+    /// Adds the encoder plug-ins in `folder`. Symbolic links are left out: nobody loads them.
+    void addEncoders(const QString& folder);
+    /// Refuses everything that did not come with the program.
+    void refuseForeign() { m_OnlyOwn = true; }
+    /// Tries what is new, several libraries at a time and for 4.5 seconds at most, and sets the application object's
+    /// property `tov::util::RefusedLibraries`.
     void run();
 
 private:
     struct Candidate
     {
         QString fileName; ///< canonical
-        QString key;      ///< size and time of change; of encoders also those of the coders' library
         bool encoder;
+        bool own;
     };
-    const QString m_Program;
-    QStringList m_Own;
+    struct Trial;
+    class Trials;
+
+    void add(const QString& folder, bool encoders);
+    std::vector<Candidate> findNew(const QJsonObject& before);
+
+    const QString m_Checker;
+    const QStringList m_Own;
     bool m_OnlyOwn = false;
-    QList<Candidate> m_Candidates;
+    std::vector<Candidate> m_Candidates;
+    QVariantMap m_Refused; ///< canonical file name to reason
+    QJsonObject m_Results; ///< canonical file name to record, as in the cache
 };
 
-/// Whether the start before came to its end. While a start is on, a file in the cache folder says so. Thread:
-/// application.
-class StartMarker
-{
-public:
-    /// Looks for starts that ended in the middle, then marks this one.
-    StartMarker();
-    /// As `done`.
-    ~StartMarker();
-    StartMarker(const StartMarker&) = delete;
-    StartMarker& operator=(const StartMarker&) = delete;
-
-    /// True when an earlier start crashed.
-    bool hasCrashed() const { return m_Crashed; }
-    /// The start has come to its end.
-    void done();
-    /// As `done`, from a signal handler: being told to stop is no crash.
-    static void forgive() noexcept;
-
-private:
-    bool m_Crashed = false;
-};
-
-/// Folder for what the program remembers by itself, private to the user, made when it is missing; empty when it cannot
-/// be. Thread: any.
+/// Folder for what the program remembers by itself, private to the user; created when it is missing, empty when it
+/// cannot be. Thread: any.
 QString privateCacheFolder();
 
 } // namespace tov::app

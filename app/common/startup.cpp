@@ -1,6 +1,7 @@
 #include "app/common/startup.h"
 
 #include "app/common/libraryprobe.h"
+#include "app/common/startmarker.h"
 #include "app/common/translation.h"
 #include "kernel/events/eventhandler.h"
 #include "kernel/log/console.h"
@@ -41,7 +42,7 @@ std::atomic<int> interrupts{0};
 void onInterrupt(int)
 {
     const int saved = errno;
-    StartMarker::forgive();
+    StartMarker::clear();
     // A third one means that the application thread is not listening any more.
     if (interrupts.fetch_add(1) >= 2)
         _exit(130);
@@ -216,10 +217,12 @@ Startup::Startup(int& argc, char** argv, const StartOptions& options) : d(new Pr
     bool safeMode = options.safeMode;
     if (marker.hasCrashed() && !safeMode && options.afterCrash)
         safeMode = options.afterCrash();
-    LibraryProbe probe(QCoreApplication::applicationDirPath() + QStringLiteral("/../libexec/tov-check-encoder"));
-    probe.addFolder(QCoreApplication::applicationDirPath() + QStringLiteral("/modules"), false);
-    probe.addFolder(QCoreApplication::applicationDirPath() + QStringLiteral("/plugins/video"), true);
-    probe.setOwn({QStringLiteral("libgrab.so"), QStringLiteral("ffmpeg.so"), QStringLiteral("frames.so")}, safeMode);
+    LibraryProbe probe(QCoreApplication::applicationDirPath() + QStringLiteral("/../libexec/tov-check-encoder"),
+                       QStringLiteral(TOV_OWN_LIBRARIES).split(QLatin1Char(':')));
+    probe.addModules(QCoreApplication::applicationDirPath() + QStringLiteral("/modules"));
+    probe.addEncoders(QCoreApplication::applicationDirPath() + QStringLiteral("/plugins/video"));
+    if (safeMode)
+        probe.refuseForeign();
     probe.run();
 
     Overseer::getInstance();
@@ -239,7 +242,7 @@ Startup::Startup(int& argc, char** argv, const StartOptions& options) : d(new Pr
     // The modules' commands look at the hardware before they listen for panels; those that came first are told again.
     Overseer::getInstance()->getCommandProcessor()->drain();
     Viewer::getInstance()->announceActivePanel();
-    marker.done();
+    marker.finish();
     d->starting = false;
 }
 

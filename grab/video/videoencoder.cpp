@@ -6,12 +6,14 @@
 #include "kernel/modules/module.h"
 #include "kernel/modules/modulemanager.h"
 #include "kernel/workers/overseer.h"
+#include "kernel/util/elffile.h"
 #include "kernel/util/libraryfile.h"
 
 #include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
 #include <QLibrary>
+#include <QVariantMap>
 
 #include <exception>
 
@@ -41,6 +43,19 @@ QList<AdditionalInformation>* informationList(const char* function)
 QString owned(const QString& text)
 {
     return QString(text.constData(), text.size());
+}
+
+/// Why a plug-in must not be loaded: it is damaged, or the program refuses it. Empty when it may be loaded.
+QString findPluginProblem(const QFileInfo& file)
+{
+    const QString problem = tov::util::findElfProblem(file.absoluteFilePath());
+    if (!problem.isEmpty())
+        return problem;
+    return QCoreApplication::instance()
+        ->property(tov::util::RefusedLibraries)
+        .toMap()
+        .value(file.canonicalFilePath())
+        .toString();
 }
 
 /// Calls into a plug-in; an exception that leaves it gets one record.
@@ -101,10 +116,10 @@ void VideoEncoder::refreshPlugins()
             continue;
         auto* library = new QLibrary(entry.absoluteFilePath());
         library->setLoadHints(QLibrary::ResolveAllSymbolsHint);
-        const QString defect = tov::util::libraryDefectOf(entry.absoluteFilePath());
-        if (!defect.isEmpty() || !library->load()) {
-            const QString reason = defect.isEmpty() ? library->errorString()
-                                                    : QStringLiteral("%1: %2").arg(entry.absoluteFilePath(), defect);
+        const QString problem = findPluginProblem(entry);
+        if (!problem.isEmpty() || !library->load()) {
+            const QString reason = problem.isEmpty() ? library->errorString()
+                                                     : QStringLiteral("%1: %2").arg(entry.absoluteFilePath(), problem);
             Logger::log(ErrorLevel, SourceFile, __LINE__, __func__, nullptr,
                         "Loading of video encoder plugin: '%s' failed with error: %s", name.toLocal8Bit().constData(),
                         reason.toLocal8Bit().constData());

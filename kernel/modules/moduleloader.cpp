@@ -87,9 +87,9 @@ Module* ModuleLoader::loadFile(const QString& fileName, const Module::Progress& 
     entry.fileName = QFileInfo(fileName).canonicalFilePath();
     entry.library = std::make_unique<QLibrary>(fileName);
     entry.library->setLoadHints(QLibrary::ResolveAllSymbolsHint);
-    const QString defect = tov::util::libraryDefectOf(fileName);
-    if (!defect.isEmpty())
-        return d->fail(fileName, defect);
+    const QString refusal = tov::util::findLibraryProblem(fileName);
+    if (!refusal.isEmpty())
+        return d->fail(fileName, refusal);
     if (!entry.library->load())
         return d->fail(fileName, entry.library->errorString());
     const auto getFactory = GetFactory(entry.library->resolve("getFactory"));

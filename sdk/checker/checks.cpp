@@ -437,6 +437,10 @@ bool load(const QString& file)
         print(QStringLiteral("problem it cannot be loaded: %1").arg(QString::fromLocal8Bit(dlerror())));
         return false;
     }
+    // Reported first: what is needed may be what goes wrong.
+    if (const auto getDependencies = reinterpret_cast<QStringList (*)()>(dlsym(library, "getDependencies")))
+        for (const QString& file : getDependencies())
+            print(QStringLiteral("needs %1").arg(file));
     const auto doRegister = reinterpret_cast<bool (*)()>(dlsym(library, "doRegister"));
     if (!doRegister) {
         print(QStringLiteral(

@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""Modules and encoder plug-ins that somebody else could have written are not loaded. For root, who can give files away.
+"""Modules and encoder plug-ins are refused that somebody could have written who could not have replaced the program. For
+root, who can give files away.
 usage: permissions.py BUILD [CASE]"""
 
 import os
@@ -58,45 +59,63 @@ try:
         os.chmod(copy.plugins, 0o1775)
         return problem or copy.judge()
 
-    @case('a folder above that a group may change')
+    @case('a folder above the program that a group may change')
     def _(copy):
         os.chown(copy.home, 0, 12345)
         os.chmod(copy.home, 0o775)
-        problem = copy.judge(texts=['libgrab.so could not be loaded: the group 12345 may change the folder'], formats=0,
-                             status=1, environment={'TOV_TRUSTED_FOLDER': ''})
-        return problem or copy.judge()
+        problem = copy.judge()
+        # The same group may then write plug-ins, others may not.
+        os.chown(copy.plugins + 'frames.so', 0, 12345)
+        os.chmod(copy.plugins + 'frames.so', 0o664)
+        problem = problem or copy.judge()
+        os.chown(copy.plugins + 'frames.so', 0, 12346)
+        return problem or copy.judge(['frames.so'], formats=FORMATS - 1, texts=['the group 12346 may change it'])
 
-    @case('a folder above that is another user\'s, sticky or not')
+    @case('a folder above the program that is another user\'s, sticky or not')
     def _(copy):
         os.chown(copy.home, 12345, 0)
+        os.chown(copy.plugins + 'frames.so', 12345, 0)
         for mode in (0o755, 0o1755):
             os.chmod(copy.home, mode)
-            problem = copy.judge(texts=['belongs to another user (12345)'], formats=0, status=1,
-                                 environment={'TOV_TRUSTED_FOLDER': ''})
+            problem = copy.judge()
             if problem:
                 return f'{mode:o}: {problem}'
-        return copy.judge(environment={'TOV_TRUSTED_FOLDER': '', 'SUDO_UID': '12345'})
+        os.chown(copy.plugins + 'frames.so', 12346, 0)
+        return copy.judge(['frames.so'], formats=FORMATS - 1, texts=['belongs to another user (12346)'])
 
-    @case('all is a user\'s, who has a group alone')
+    @case('a plug-in of another user, under sudo')
     def _(copy):
-        given(copy, 12345, 12345, 0o002)
-        problem = copy.judge(environment={'TOV_TRUSTED_FOLDER': '', 'SUDO_UID': '12345', 'SUDO_GID': '12345'})
-        copy.user, copy.group = 12345, 12345
-        return problem or copy.judge(environment={'TOV_TRUSTED_FOLDER': ''})
+        os.chown(copy.plugins + 'frames.so', 12345, 12345)
+        return copy.judge(['frames.so'], formats=FORMATS - 1, texts=['belongs to another user (12345)'],
+                          environment={'SUDO_UID': '12345', 'SUDO_GID': '12345'})
 
-    @case('all is a user\'s, whose group has others')
+    @case('all is a user\'s, run by root and by the user')
     def _(copy):
         given(copy, 12345, 12346, 0o002)
+        problem = copy.judge()
         copy.user, copy.group = 12345, 12346
-        problem = copy.judge(texts=['the group 12346 may change it'], formats=0, status=1,
-                             environment={'TOV_TRUSTED_FOLDER': ''})
+        return problem or copy.judge()
+
+    @case('a plug-in that the private group of the program\'s owner may change')
+    def _(copy):
+        given(copy, 12345, 12345, 0o022)
+        os.chmod(copy.plugins + 'frames.so', 0o775)
+        problem = copy.judge()
+        copy.user, copy.group = 12345, 12345
+        return problem or copy.judge()
+
+    @case('a plug-in that a shared group of the program\'s owner may change')
+    def _(copy):
         given(copy, 12345, 12346, 0o022)
-        return problem or copy.judge(environment={'TOV_TRUSTED_FOLDER': ''})
+        os.chmod(copy.plugins + 'frames.so', 0o775)
+        problem = copy.judge(['frames.so'], formats=FORMATS - 1, texts=['the group 12346 may change it'])
+        copy.user, copy.group = 12345, 12346
+        return problem or copy.judge(['frames.so'], formats=FORMATS - 1, texts=['the group 12346 may change it'])
 
     @case('all is root\'s, and root\'s group may change it')
     def _(copy):
         given(copy, 0, 0, 0o002)
-        return copy.judge(environment={'TOV_TRUSTED_FOLDER': ''})
+        return copy.judge()
 finally:
     shutil.rmtree(root, ignore_errors=True)
 

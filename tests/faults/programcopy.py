@@ -58,7 +58,7 @@ class Copy:
 
     def environment(self, more=None):
         env = {**os.environ, 'HOME': self.runs_in, 'TOV_SETTINGS': self.runs_in + '/settings.ini', 'LC_ALL': 'C.UTF-8',
-               'TOV_TRUSTED_FOLDER': self.home, **(more or {})}
+               **(more or {})}
         env.pop('XDG_CACHE_HOME', None)
         return env
 

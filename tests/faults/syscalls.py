@@ -52,7 +52,7 @@ class Watched:
         self.environment = {name: value for name, value in os.environ.items()
                             if not name.startswith(('XDG_', 'DBUS_', 'WAYLAND', 'QT_', 'TOV_')) and name != 'DISPLAY'}
         self.environment.update(HOME=self.home, TMPDIR=self.temporary, XDG_RUNTIME_DIR=self.home + '/run', TOV_SETTINGS=self.home + '/settings.ini',
-                                LC_ALL='C.UTF-8', TOV_TRUSTED_FOLDER=BUILD,
+                                LC_ALL='C.UTF-8',
                                 # The graphics driver asks the list of users for its folder.
                                 MESA_SHADER_CACHE_DIR=self.home + '/.cache',
                                 # Both sanitizers stop a process that is watched.

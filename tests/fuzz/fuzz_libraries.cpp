@@ -1,6 +1,6 @@
-// The look at libraries before they are loaded.
+// The check of libraries before they are loaded.
 
-#include "kernel/util/libraryfile.h"
+#include "kernel/util/elffile.h"
 
 #include <QBuffer>
 
@@ -8,8 +8,8 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
 {
     QByteArray bytes = QByteArray::fromRawData(reinterpret_cast<const char*>(data), int(size));
     QBuffer file(&bytes);
-    // Not kept by the buffer of a device: every byte beyond the end is seen to be read.
+    // Unbuffered, so that every read beyond the end is detected.
     file.open(QIODevice::ReadOnly | QIODevice::Unbuffered);
-    tov::util::elfDefectOf(file);
+    tov::util::findElfProblem(file);
     return 0;
 }

@@ -59,7 +59,7 @@ const std::vector<Rule> Rules = {
      {"libav", "GL/"}},
     {"plugins/video/",
      {"grab/video/", "plugins/video/common/", "kernel/log/", "kernel/modules/informationobject.h",
-      "kernel/main/export.h", "kernel/util/libraryfile.h"},
+      "kernel/main/export.h", "kernel/util/elffile.h", "kernel/util/libraryfile.h"},
      {"QOpenGL", "GL/", "libav", "libsw"}},
     // Only these bring FFmpeg along, and they are no plug-ins: the encoders load them.
     {"plugins/video/coders/",

@@ -1,6 +1,7 @@
 #include "plugins/video/common/coderlibrary.h"
 
 #include "kernel/log/logger.h"
+#include "kernel/util/elffile.h"
 #include "kernel/util/libraryfile.h"
 
 #include <QCryptographicHash>
@@ -29,16 +30,6 @@ constexpr qint64 LargestNote = 1 << 16;
 /// The coders, FFmpeg's codecs, FFmpeg's file formats, the loader's list.
 constexpr int DecidingFiles = 4;
 
-/// Beside the program's other libraries; this plug-in lies in bin/plugins/video/.
-QString libraryFile()
-{
-    Dl_info self;
-    if (!dladdr(reinterpret_cast<const void*>(&coderFunctions), &self) || !self.dli_fname)
-        return QString();
-    const QString folder = QFileInfo(QFile::decodeName(self.dli_fname)).absolutePath();
-    return QDir::cleanPath(folder + QStringLiteral("/../../../lib/libtovcoders.so"));
-}
-
 /// Some libraries end the process when they find no free descriptor on being loaded.
 bool areFilesFree()
 {
@@ -61,14 +52,14 @@ const CoderFunctions* load(QString* error)
         return nullptr;
     }
     // A file that is cut off would end the process.
-    *error = tov::util::elfDefectOf(libraryFile());
+    *error = tov::util::findElfProblem(coderLibraryFile());
     if (error->isEmpty())
-        *error = tov::util::accessDefectOf(libraryFile());
+        *error = tov::util::findAccessProblem(coderLibraryFile());
     if (!error->isEmpty()) {
-        error->prepend(libraryFile() + QStringLiteral(": "));
+        error->prepend(coderLibraryFile() + QStringLiteral(": "));
         return nullptr;
     }
-    const QByteArray file = QFile::encodeName(libraryFile());
+    const QByteArray file = QFile::encodeName(coderLibraryFile());
     void* library = dlopen(file.constData(), RTLD_LAZY | RTLD_LOCAL | RTLD_NODELETE);
     void* functions = library ? dlsym(library, CoderFunctionsName) : nullptr;
     if (!functions) {
@@ -102,14 +93,14 @@ QString noteFile()
     if (folder.isEmpty())
         return QString();
     // Installations side by side keep out of each other's way.
-    const QByteArray place = QCryptographicHash::hash(QFile::encodeName(libraryFile()), QCryptographicHash::Sha1);
+    const QByteArray place = QCryptographicHash::hash(QFile::encodeName(coderLibraryFile()), QCryptographicHash::Sha1);
     return folder + QStringLiteral("/video-formats-") + QString::fromLatin1(place.toHex().left(16));
 }
 
 /// The files that decide which formats there are. The loader's own list changes with any library that is installed.
 QStringList decidingFiles(const QStringList& libraries)
 {
-    return QStringList{libraryFile()} + libraries + QStringList{QStringLiteral("/etc/ld.so.cache")};
+    return QStringList{coderLibraryFile()} + libraries + QStringList{QStringLiteral("/etc/ld.so.cache")};
 }
 
 /// The last line is the formats, those between it and the title are the state of the files that decide.
@@ -157,6 +148,16 @@ void writeNote(const QString& name, const QStringList& libraries, const QStringL
 }
 
 } // namespace
+
+QString coderLibraryFile()
+{
+    // Next to the program's other libraries; this plug-in is in bin/plugins/video/.
+    Dl_info self;
+    if (!dladdr(reinterpret_cast<const void*>(&coderLibraryFile), &self) || !self.dli_fname)
+        return QString();
+    const QString folder = QFileInfo(QFile::decodeName(self.dli_fname)).absolutePath();
+    return QDir::cleanPath(folder + QStringLiteral("/../../../lib/libtovcoders.so"));
+}
 
 const CoderFunctions* coderFunctions(QString* error)
 {

@@ -28,6 +28,8 @@ struct CoderFunctions
 /// memory or threads when they are unloaded. Null when they cannot be loaded now, and `error`, unless null, says why.
 /// Thread: any.
 const CoderFunctions* coderFunctions(QString* error = nullptr);
+/// The file of that library.
+QString coderLibraryFile();
 /// Says so in the log.
 void logUnloaded(const QString& error);
 

@@ -27,6 +27,12 @@ extern "C" TOV_EXPORT bool doRegister()
     return any;
 }
 
+/// What the plug-in loads by itself; see docs/encoder-plugins.md.
+extern "C" TOV_EXPORT QStringList getDependencies()
+{
+    return {tov::plugins::video::coderLibraryFile()};
+}
+
 extern "C" TOV_EXPORT tov::main::AdditionalInformation getInfos()
 {
     const QStringList available = availableFormats();

@@ -20,6 +20,12 @@ extern "C" TOV_EXPORT bool doRegister()
                createEncoder, Extension, QStringLiteral("Numbered PNG pictures and a list of them"), nullptr);
 }
 
+/// What the plug-in loads by itself; see docs/encoder-plugins.md.
+extern "C" TOV_EXPORT QStringList getDependencies()
+{
+    return {tov::plugins::video::coderLibraryFile()};
+}
+
 extern "C" TOV_EXPORT tov::main::AdditionalInformation getInfos()
 {
     return {QStringLiteral("Numbered pictures"),
