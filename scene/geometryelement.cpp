@@ -1,20 +1,15 @@
 #include "scene/geometryelement.h"
 
-#include "scene/drawing/closedsurface.h"
 #include "scene/drawing/drawbuffers.h"
+#include "scene/normals.h"
 
 #include <algorithm>
 #include <cmath>
-#include <future>
 #include <limits>
-#include <system_error>
 
 namespace tov::scene {
 
 namespace {
-
-/// Indices of an element that is worth a thread of its own.
-constexpr std::size_t LeastForThread = 30000;
 
 /// Spreads the low 10 bits of a number to every third bit (Morton order).
 std::uint32_t spread(std::uint32_t v)
@@ -49,54 +44,150 @@ void radixSort(std::vector<Keyed>& items)
     }
 }
 
-/// Smooth normals, weighted by area, for surfaces that came without.
-void addNormals(Geometry& geometry)
+/// `values` in the order of `sources`, `perVertex` values for each; empty when the array does not fit.
+template <typename T>
+std::vector<T> reordered(const std::vector<T>& values, std::size_t perVertex, std::size_t vertexCount,
+                         const std::vector<std::uint32_t>& sources)
 {
-    const auto& p = geometry.positions;
-    geometry.normals.assign(p.size(), 0.0f);
-    auto& n = geometry.normals;
-    for (std::size_t i = 0; i + 2 < geometry.indices.size(); i += 3) {
-        const std::size_t a = 3 * std::size_t(geometry.indices[i]), b = 3 * std::size_t(geometry.indices[i + 1]),
-                          c = 3 * std::size_t(geometry.indices[i + 2]);
-        const float ux = p[b] - p[a], uy = p[b + 1] - p[a + 1], uz = p[b + 2] - p[a + 2];
-        const float vx = p[c] - p[a], vy = p[c + 1] - p[a + 1], vz = p[c + 2] - p[a + 2];
-        const float x = uy * vz - uz * vy, y = uz * vx - ux * vz, z = ux * vy - uy * vx;
-        for (const std::size_t at : {a, b, c}) {
-            n[at] += x;
-            n[at + 1] += y;
-            n[at + 2] += z;
-        }
-    }
-    for (std::size_t i = 0; i + 2 < n.size(); i += 3) {
-        const float length = std::sqrt(n[i] * n[i] + n[i + 1] * n[i + 1] + n[i + 2] * n[i + 2]);
-        if (length > 0 && std::isfinite(length)) {
-            n[i] /= length;
-            n[i + 1] /= length;
-            n[i + 2] /= length;
-        } else {
-            n[i] = n[i + 1] = 0;
-            n[i + 2] = 1;
-        }
-    }
+    std::vector<T> result;
+    if (perVertex == 0 || values.empty() || values.size() != perVertex * vertexCount)
+        return result;
+    result.reserve(perVertex * sources.size());
+    for (const std::uint32_t source : sources)
+        result.insert(result.end(), &values[perVertex * source], &values[perVertex * source] + perVertex);
+    return result;
 }
 
 } // namespace
 
-GeometryElement::GeometryElement(const QString& name, Geometry geometry)
-    : SceneElement(name), mp_Buffers(new Buffers), m_Kind(geometry.kind)
+/// Puts a geometry into drawing order.
+class GeometryElement::Ordering
 {
-    // Takes about as long as everything else, and reads only what nobody changes meanwhile: positions and indices.
-    std::future<Winding> winding;
-    try {
-        if (geometry.indices.size() > LeastForThread)
-            winding = std::async(std::launch::async, [&geometry] { return windingOf(geometry); });
-    } catch (const std::system_error&) {
-        // No thread to be had: then one comes after the other.
+public:
+    Ordering(GeometryElement& element, const Geometry& geometry)
+        : m_Element(element), m_Geometry(geometry), m_PerPrimitive(std::size_t(geometry.kind))
+    {}
+
+    void run()
+    {
+        sortPrimitives();
+        placeVertices();
+        copyVertices();
+        copyOptional();
+        copyDeformation();
     }
+
+private:
+    void sortPrimitives()
+    {
+        Box box;
+        const auto& p = m_Geometry.positions;
+        for (std::size_t i = 0; i + 2 < p.size(); i += 3)
+            box.add(&p[i]);
+        double scale[3];
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+            const double extent = box.high[axis] - box.low[axis];
+            scale[axis] = extent > 0 ? 1023 / extent : 0;
+        }
+        m_Order.resize(m_Geometry.indices.size() / m_PerPrimitive);
+        for (std::size_t i = 0; i < m_Order.size(); ++i) {
+            double centre[3] = {};
+            for (std::size_t k = 0; k < m_PerPrimitive; ++k) {
+                const std::size_t at = 3 * std::size_t(m_Geometry.indices[i * m_PerPrimitive + k]);
+                for (std::size_t axis = 0; axis < 3; ++axis)
+                    centre[axis] += p[at + axis];
+            }
+            std::uint32_t key = 0;
+            for (std::size_t axis = 0; axis < 3; ++axis) {
+                const double at = (centre[axis] / double(m_PerPrimitive) - box.low[axis]) * scale[axis];
+                key |= spread(std::uint32_t(std::clamp(at, 0.0, 1023.0))) << axis;
+            }
+            m_Order[i] = {key, std::uint32_t(i)};
+        }
+        radixSort(m_Order);
+    }
+    /// Numbers the vertices in order of first use.
+    void placeVertices()
+    {
+        constexpr std::uint32_t Unused = std::numeric_limits<std::uint32_t>::max();
+        std::vector<std::uint32_t> placed(m_Geometry.vertexCount(), Unused);
+        m_Element.m_Indices.reserve(m_Order.size() * m_PerPrimitive);
+        m_Sources.reserve(m_Geometry.vertexCount());
+        for (std::size_t i = 0; i < m_Order.size(); ++i) {
+            if (i % ChunkPrimitives == 0)
+                m_Element.m_Chunks.push_back({i * m_PerPrimitive, 0, m_Sources.size(), 0, Box()});
+            Chunk& chunk = m_Element.m_Chunks.back();
+            for (std::size_t k = 0; k < m_PerPrimitive; ++k) {
+                const std::uint32_t from = m_Geometry.indices[std::size_t(m_Order[i].primitive) * m_PerPrimitive + k];
+                if (placed[from] == Unused) {
+                    placed[from] = std::uint32_t(m_Sources.size());
+                    m_Sources.push_back(from);
+                    ++chunk.vertexCount;
+                }
+                m_Element.m_Indices.push_back(placed[from]);
+                ++chunk.indexCount;
+            }
+        }
+    }
+    void copyVertices()
+    {
+        const auto& p = m_Geometry.positions;
+        const bool hasNormals = m_Geometry.normals.size() == p.size();
+        const bool hasColors = m_Geometry.colors.size() == p.size() / 3 * 4;
+        m_Element.m_Vertices.resize(m_Sources.size());
+        for (std::size_t i = 0; i < m_Sources.size(); ++i) {
+            Vertex& vertex = m_Element.m_Vertices[i];
+            const std::size_t from = m_Sources[i];
+            for (std::size_t axis = 0; axis < 3; ++axis) {
+                vertex.position[axis] = p[3 * from + axis];
+                vertex.normal[axis] = hasNormals ? m_Geometry.normals[3 * from + axis] : float(axis == 2);
+            }
+            for (std::size_t c = 0; c < 4; ++c)
+                vertex.color[c] = hasColors ? m_Geometry.colors[4 * from + c] : std::uint16_t(65535);
+        }
+    }
+    void copyOptional()
+    {
+        const std::size_t count = m_Geometry.vertexCount();
+        for (int set = 0; set < 2; ++set)
+            m_Element.m_Uv[set] = reordered(m_Geometry.uv[set], 2, count, m_Sources);
+        m_Element.m_Tangents = reordered(m_Geometry.tangents, 4, count, m_Sources);
+    }
+    void copyDeformation()
+    {
+        const std::size_t count = m_Geometry.vertexCount();
+        auto result = std::make_unique<Deformation>();
+        const auto perVertex = 4 * std::size_t(std::max(0, m_Geometry.jointGroups));
+        result->joints = reordered(m_Geometry.joints, perVertex, count, m_Sources);
+        result->weights = reordered(m_Geometry.weights, perVertex, count, m_Sources);
+        const bool isSkinned = !result->joints.empty() && !result->weights.empty();
+        result->jointGroups = isSkinned ? m_Geometry.jointGroups : 0;
+        for (const auto& target : m_Geometry.morphTargets)
+            result->morphTargets.push_back({reordered(target.positions, 3, count, m_Sources),
+                                            reordered(target.normals, 3, count, m_Sources),
+                                            reordered(target.tangents, 3, count, m_Sources)});
+        result->morphWeights = m_Geometry.morphWeights;
+        result->morphWeights.resize(result->morphTargets.size());
+        if (isSkinned || !result->morphTargets.empty())
+            m_Element.mp_Deformation = std::move(result);
+    }
+
+    GeometryElement& m_Element;
+    const Geometry& m_Geometry;
+    const std::size_t m_PerPrimitive;
+    std::vector<Keyed> m_Order;
+    std::vector<std::uint32_t> m_Sources; ///< for each vertex in drawing order: its number in the geometry
+};
+
+GeometryElement::GeometryElement(const QString& name, Geometry geometry)
+    : SceneElement(name), mp_Buffers(new Buffers), m_Kind(geometry.kind), m_Origin(geometry.origin)
+{
+    // Vertex colours without a material show as they are.
+    setMaterial(!geometry.material && !geometry.colors.empty() ? makeMaterial(Qt::white) : geometry.material);
     if (m_Kind == Geometry::Kind::Surfaces && geometry.normals.size() != geometry.positions.size())
         addNormals(geometry);
-    order(geometry);
-    m_Winding = winding.valid() ? winding.get() : windingOf(geometry);
+    Ordering(*this, geometry).run();
+    computeBoxes();
 }
 
 GeometryElement::~GeometryElement()
@@ -104,66 +195,40 @@ GeometryElement::~GeometryElement()
     mp_Buffers->abandon();
 }
 
-void GeometryElement::order(const Geometry& geometry)
+void GeometryElement::setMaterial(std::shared_ptr<const Material> material)
 {
-    const std::size_t perPrimitive = std::size_t(m_Kind);
-    const std::size_t primitives = geometry.indices.size() / perPrimitive;
-    const auto& p = geometry.positions;
-    for (std::size_t i = 0; i + 2 < p.size(); i += 3)
-        m_Box.add(&p[i]);
+    mp_Material = material ? std::move(material) : defaultMaterial();
+}
 
-    std::vector<Keyed> keyed(primitives);
-    // In doubles: sums and extents of floats may leave the range of floats.
-    double scale[3];
-    for (int axis = 0; axis < 3; ++axis) {
-        const double extent = double(m_Box.high[axis]) - m_Box.low[axis];
-        scale[axis] = extent > 0 ? 1023 / extent : 0;
-    }
-    for (std::size_t i = 0; i < primitives; ++i) {
-        double centre[3] = {};
-        for (std::size_t k = 0; k < perPrimitive; ++k) {
-            const std::size_t at = 3 * std::size_t(geometry.indices[i * perPrimitive + k]);
-            for (int axis = 0; axis < 3; ++axis)
-                centre[axis] += p[at + axis];
-        }
-        std::uint32_t key = 0;
-        for (int axis = 0; axis < 3; ++axis) {
-            const double at = (centre[axis] / double(perPrimitive) - m_Box.low[axis]) * scale[axis];
-            key |= spread(std::uint32_t(std::clamp(at, 0.0, 1023.0))) << axis;
-        }
-        keyed[i] = {key, std::uint32_t(i)};
-    }
-    radixSort(keyed);
+void GeometryElement::setOpacity(float opacity)
+{
+    m_Opacity = opacity >= 0 ? std::min(opacity, 1.0f) : 0;
+}
 
-    constexpr std::uint32_t Unused = std::numeric_limits<std::uint32_t>::max();
-    std::vector<std::uint32_t> placed(p.size() / 3, Unused);
-    m_Indices.reserve(primitives * perPrimitive);
-    m_Vertices.reserve(p.size() / 3);
-    const std::uint8_t plain[4] = {std::uint8_t(geometry.color.red()), std::uint8_t(geometry.color.green()),
-                                   std::uint8_t(geometry.color.blue()), std::uint8_t(geometry.color.alpha())};
-    const bool colored = geometry.colors.size() == p.size() / 3 * 4;
-    const bool shaded = geometry.normals.size() == p.size();
-    for (std::size_t i = 0; i < primitives; ++i) {
-        if (i % ChunkPrimitives == 0)
-            m_Chunks.push_back({i * perPrimitive, 0, Box()});
-        Chunk& chunk = m_Chunks.back();
-        for (std::size_t k = 0; k < perPrimitive; ++k) {
-            const std::uint32_t from = geometry.indices[std::size_t(keyed[i].primitive) * perPrimitive + k];
-            if (placed[from] == Unused) {
-                placed[from] = std::uint32_t(m_Vertices.size());
-                Vertex vertex;
-                for (int axis = 0; axis < 3; ++axis) {
-                    vertex.position[axis] = p[3 * std::size_t(from) + axis];
-                    vertex.normal[axis] = shaded ? geometry.normals[3 * std::size_t(from) + axis] : (axis == 2);
-                }
-                for (int c = 0; c < 4; ++c)
-                    vertex.color[c] = colored ? geometry.colors[4 * std::size_t(from) + c] : plain[c];
-                m_Transparent = m_Transparent || vertex.color[3] != 255;
-                m_Vertices.push_back(vertex);
-            }
-            m_Indices.push_back(placed[from]);
-            chunk.box.add(&p[3 * std::size_t(from)]);
-            ++chunk.indexCount;
+bool GeometryElement::isTransparent() const
+{
+    return mp_Material->alphaMode == Material::AlphaMode::Blend || mp_Material->transmission > 0 || m_Opacity < 1;
+}
+
+void GeometryElement::changeVertices(const std::function<void(std::vector<Vertex>&)>& change)
+{
+    const std::size_t count = m_Vertices.size();
+    change(m_Vertices);
+    m_Vertices.resize(count);
+    ++m_Revision;
+    computeBoxes();
+}
+
+void GeometryElement::computeBoxes()
+{
+    m_Box = Box();
+    for (Chunk& chunk : m_Chunks) {
+        chunk.box = Box();
+        for (std::size_t i = chunk.firstIndex; i < chunk.firstIndex + chunk.indexCount; ++i)
+            chunk.box.add(m_Vertices[m_Indices[i]].position);
+        if (!chunk.box.isEmpty()) {
+            m_Box.add(chunk.box.low.data());
+            m_Box.add(chunk.box.high.data());
         }
     }
 }

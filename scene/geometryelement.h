@@ -1,11 +1,11 @@
 #pragma once
 
+#include "scene/geometry.h"
 #include "scene/sceneelement.h"
-
-#include <QColor>
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -14,89 +14,108 @@ namespace tov::scene {
 /// An axis-aligned box; empty while `low` is above `high`.
 struct Box
 {
-    std::array<float, 3> low = {1e30f, 1e30f, 1e30f};
-    std::array<float, 3> high = {-1e30f, -1e30f, -1e30f};
+    std::array<double, 3> low = {1e300, 1e300, 1e300};
+    std::array<double, 3> high = {-1e300, -1e300, -1e300};
 
     bool isEmpty() const { return low[0] > high[0]; }
-    void add(const float* point)
+    template <typename T>
+    void add(const T* point)
     {
-        for (int i = 0; i < 3; ++i) {
+        for (std::size_t i = 0; i < 3; ++i) {
             low[i] = point[i] < low[i] ? point[i] : low[i];
             high[i] = point[i] > high[i] ? point[i] : high[i];
         }
     }
 };
 
-/// What a reader hands over: plain arrays.
-struct Geometry
-{
-    /// What the indices mean: three, two or one a primitive.
-    enum class Kind
-    {
-        Surfaces = 3,
-        Lines = 2,
-        Points = 1,
-    };
-    Kind kind = Kind::Surfaces;
-    std::vector<float> positions;       ///< x, y, z a vertex; finite
-    std::vector<float> normals;         ///< x, y, z a vertex, or empty: then surfaces get smooth ones
-    std::vector<std::uint8_t> colors;   ///< red, green, blue, alpha a vertex, or empty: then `color` holds
-    std::vector<std::uint32_t> indices; ///< below the number of vertices
-    QColor color = QColor(200, 200, 205);
-};
-
-enum class Winding;
-
-/// An element with surfaces, lines or points. The data is put into drawing order once, when it is made: primitives
-/// along a space-filling curve, vertices in order of first use, in chunks that are culled by their boxes.
+/// An element with surfaces, lines or points. The data is put into drawing order once, by the constructor: primitives
+/// along a space-filling curve, vertices in order of first use, in chunks that are culled by their boxes. Coordinates
+/// and boxes are relative to the origin; see `getOrigin`. Changed under a `SceneEdit` only, once it is in a scene.
 class TOV_EXPORT GeometryElement : public SceneElement
 {
 public:
-    /// Primitives of one chunk: small enough to cull well, large enough to draw in one go.
+    /// Primitives of one chunk: small enough to cull well, large enough to draw in one call.
     static constexpr std::size_t ChunkPrimitives = 1024;
 
     struct Chunk
     {
         std::size_t firstIndex;
         std::size_t indexCount;
+        /// The vertices that no earlier chunk uses.
+        std::size_t firstVertex;
+        std::size_t vertexCount;
         Box box;
     };
     struct Vertex
     {
         float position[3];
         float normal[3];
-        std::uint8_t color[4];
+        std::uint16_t color[4]; ///< linear, 65535 = 1; multiplies the material's base colour
+    };
+    /// What moves the vertices: the arrays of `Geometry`, in drawing order.
+    struct Deformation
+    {
+        int jointGroups = 0;
+        std::vector<std::uint16_t> joints;
+        std::vector<float> weights;
+        std::vector<Geometry::MorphTarget> morphTargets;
+        std::vector<float> morphWeights;
     };
 
-    /// Takes the data over. Counts must fit each other. Thread: any.
+    /// Takes the data over. Counts must fit each other; optional arrays of another length are ignored. Thread: any.
     GeometryElement(const QString& name, Geometry geometry);
     /// Leaves the OpenGL buffers to be freed by the next drawing. Thread: any.
     ~GeometryElement() override;
 
     Geometry::Kind getKind() const { return m_Kind; }
     const std::vector<Vertex>& getVertices() const { return m_Vertices; }
+    /// Texture coordinates of set 0 or 1, u and v for each vertex; empty: none.
+    const std::vector<float>& getTextureCoordinates(int set) const { return m_Uv[set]; }
+    /// x, y, z and the sign of the bitangent for each vertex; empty: derived while drawing.
+    const std::vector<float>& getTangents() const { return m_Tangents; }
     const std::vector<std::uint32_t>& getIndices() const { return m_Indices; }
     const std::vector<Chunk>& getChunks() const { return m_Chunks; }
     const Box& getBox() const { return m_Box; }
-    /// How the triangles turn; see closedsurface.h.
-    Winding getWinding() const { return m_Winding; }
-    /// True when any vertex is not opaque.
-    bool isTransparent() const { return m_Transparent; }
+    /// Where the vertices' coordinates count from, in the element's own coordinates. `forEachVisible` adds it.
+    const std::array<double, 3>& getOrigin() const { return m_Origin; }
+    /// Skin and morph targets; null when there are none.
+    const Deformation* getDeformation() const { return mp_Deformation.get(); }
 
-    /// The drawer's buffers for this element; its own matter.
+    /// Never null.
+    const std::shared_ptr<const Material>& getMaterial() const { return mp_Material; }
+    /// Null: the default material.
+    void setMaterial(std::shared_ptr<const Material> material);
+    /// Multiplies the alpha of the material; from 0 to 1.
+    float getOpacity() const { return m_Opacity; }
+    void setOpacity(float opacity);
+    /// Whether anything can be seen through it: the material blends, or the opacity is below 1.
+    bool isTransparent() const;
+    /// Lets `change` write new positions and normals; the number of vertices stays. Boxes follow.
+    void changeVertices(const std::function<void(std::vector<Vertex>&)>& change);
+    /// Counts the calls of `changeVertices`.
+    unsigned int getRevision() const { return m_Revision; }
+
+    /// The drawer's buffers for this element; used by the drawer only.
     struct Buffers;
     std::unique_ptr<Buffers> mp_Buffers;
 
 private:
-    void order(const Geometry& geometry);
+    class Ordering;
+
+    void computeBoxes();
 
     Geometry::Kind m_Kind;
     std::vector<Vertex> m_Vertices;
+    std::vector<float> m_Uv[2];
+    std::vector<float> m_Tangents;
     std::vector<std::uint32_t> m_Indices;
     std::vector<Chunk> m_Chunks;
     Box m_Box;
-    Winding m_Winding{};
-    bool m_Transparent = false;
+    std::array<double, 3> m_Origin;
+    std::unique_ptr<const Deformation> mp_Deformation;
+    std::shared_ptr<const Material> mp_Material;
+    float m_Opacity = 1;
+    unsigned int m_Revision = 0;
 };
 
 } // namespace tov::scene

@@ -1,5 +1,8 @@
 #pragma once
 
+#include "kernel/main/export.h"
+
+#include <QColor>
 #include <QString>
 
 #include <array>
@@ -40,8 +43,8 @@ struct Texture
     };
     std::shared_ptr<const Image> image; ///< null: no texture
     int uvSet = 0;                      ///< 0 or 1
-    /// u' = m[0] u + m[1] v + m[2], v' = m[3] u + m[4] v + m[5]. v = 0 is the top row of the image, as in glTF; readers of
-    /// formats that count from the bottom turn the coordinates over.
+    /// u' = m[0] u + m[1] v + m[2], v' = m[3] u + m[4] v + m[5]. v = 0 is the top row of the image, as in glTF; readers
+    /// of formats that count from the bottom turn the coordinates over.
     std::array<float, 6> transform = {1, 0, 0, 0, 1, 0};
     Wrap wrapU = Wrap::Repeat;
     Wrap wrapV = Wrap::Repeat;
@@ -51,8 +54,8 @@ struct Texture
     explicit operator bool() const { return image != nullptr; }
 };
 
-/// How a surface looks: the metallic-roughness model of glTF 2.0 (Khronos Group, "glTF 2.0 Specification", section 3.9 and
-/// appendix B). Other formats are converted when they are read. Factors are linear; colour textures (base colour,
+/// How a surface looks: the metallic-roughness model of glTF 2.0 (Khronos Group, "glTF 2.0 Specification", section 3.9
+/// and appendix B). Other formats are converted when they are read. Factors are linear; colour textures (base colour,
 /// emissive) are sRGB, all others linear. Never changed once it is shared.
 struct Material
 {
@@ -83,5 +86,21 @@ struct Material
     float transmission = 0; ///< approximated by blending
     float indexOfRefraction = 1.5f;
 };
+
+/// A dielectric material of that sRGB colour; blended when the colour is translucent. Thread: any.
+TOV_EXPORT std::shared_ptr<const Material> makeMaterial(const QColor& color);
+
+/// The material of geometry that has none: light grey. Thread: any.
+TOV_EXPORT std::shared_ptr<const Material> defaultMaterial();
+
+/// The base colour factor as an sRGB colour. Thread: any.
+TOV_EXPORT QColor displayColor(const Material& material);
+
+/// The sRGB transfer function (IEC 61966-2-1), for values from 0 to 1. Thread: any.
+TOV_EXPORT float linearFromSrgb(float encoded);
+TOV_EXPORT float srgbFromLinear(float linear);
+
+/// An 8-bit sRGB value as a linear one of 16 bits, for `Geometry::colors`. Thread: any.
+TOV_EXPORT std::uint16_t linear16(std::uint8_t encoded);
 
 } // namespace tov::scene

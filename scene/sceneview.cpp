@@ -7,6 +7,14 @@ namespace tov::scene {
 
 using tov::math::Matrix4;
 
+Matrix4 translation(const std::array<double, 3>& offset)
+{
+    Matrix4 matrix = Matrix4::identity();
+    for (unsigned int axis = 0; axis < 3; ++axis)
+        matrix(axis, 3) = offset[axis];
+    return matrix;
+}
+
 void forEachVisible(const SceneElement* root,
                     const std::function<void(const GeometryElement&, const Matrix4&)>& function)
 {
@@ -17,7 +25,7 @@ void forEachVisible(const SceneElement* root,
         const auto [element, transform] = pending.back();
         pending.pop_back();
         if (const auto* geometry = dynamic_cast<const GeometryElement*>(element))
-            function(*geometry, transform);
+            function(*geometry, transform * translation(geometry->getOrigin()));
         const auto& children = element->getChildren();
         for (auto it = children.rbegin(); it != children.rend(); ++it)
             if ((*it)->isVisible())
@@ -42,8 +50,7 @@ Box visibleBox(const SceneElement* root)
             const auto point =
                 transformed(transform, corner & 1 ? own.high[0] : own.low[0], corner & 2 ? own.high[1] : own.low[1],
                             corner & 4 ? own.high[2] : own.low[2]);
-            const float rounded[3] = {float(point[0]), float(point[1]), float(point[2])};
-            box.add(rounded);
+            box.add(point.data());
         }
     });
     return box;
@@ -53,15 +60,14 @@ std::array<double, 3> centreOf(const Box& box)
 {
     if (box.isEmpty())
         return {0, 0, 0};
-    return {(double(box.low[0]) + box.high[0]) / 2, (double(box.low[1]) + box.high[1]) / 2,
-            (double(box.low[2]) + box.high[2]) / 2};
+    return {(box.low[0] + box.high[0]) / 2, (box.low[1] + box.high[1]) / 2, (box.low[2] + box.high[2]) / 2};
 }
 
 double scalingFor(const Box& box)
 {
     double square = 0;
     for (int axis = 0; axis < 3; ++axis)
-        square += std::pow((double(box.high[axis]) - box.low[axis]) / 2, 2);
+        square += std::pow((box.high[axis] - box.low[axis]) / 2, 2);
     const double radius = std::sqrt(square);
     return radius > 1e-30 ? 1000.0 / radius : 1.0;
 }

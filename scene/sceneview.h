@@ -11,8 +11,11 @@ namespace tov::scene {
 /// tangent, about 46.29 degrees.
 constexpr double PictureHalfHeight = 0.4274205123390469;
 
-/// Calls `function` for every visible geometry element under `root`, with its transform to the scene. The scene must be
-/// kept still by the caller. Thread: any.
+/// A matrix that moves by `offset`. Thread: any.
+TOV_EXPORT tov::math::Matrix4 translation(const std::array<double, 3>& offset);
+
+/// Calls `function` for every visible geometry element under `root`, with the transform of its vertices and boxes to
+/// the scene (the element's origin included). The caller must keep the scene from changing. Thread: any.
 TOV_EXPORT void forEachVisible(const SceneElement* root,
                                const std::function<void(const GeometryElement&, const tov::math::Matrix4&)>& function);
 

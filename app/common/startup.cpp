@@ -229,7 +229,7 @@ Startup::Startup(int& argc, char** argv, const StartOptions& options) : d(new Pr
     auto* events = tov::events::EventHandler::getInstance();
     events->registerEventTypes("Global");
     events->registerEventTypes("Scene");
-    tov::scene::SceneDrawer::setMultisampling(tovSettings().value(QStringLiteral("settings/multisampling"), 0).toInt());
+    tov::scene::SceneDrawer::setMultisampling(tovSettings().value(QStringLiteral("settings/multisampling"), 4).toInt());
     const QColor background(tovSettings().value(QStringLiteral("settings/background")).toString());
     if (background.isValid())
         tov::scene::SceneDrawer::setBackgroundColor(background);

@@ -160,7 +160,7 @@ PreferencesDialog::PreferencesDialog(const std::vector<std::pair<QString, tov::m
     for (int count : {0, 2, 4, 8})
         samples->addItem(count == 0 ? tr("Off") : tr("%1 samples").arg(count), count);
     samples->setCurrentIndex(
-        samples->findData(tovSettings().value(QStringLiteral("settings/multisampling"), 0).toInt()));
+        samples->findData(tovSettings().value(QStringLiteral("settings/multisampling"), 4).toInt()));
     connect(samples, QOverload<int>::of(&QComboBox::currentIndexChanged), this, [samples] {
         tovSettings().setValue(QStringLiteral("settings/multisampling"), samples->currentData().toInt());
         tov::scene::Viewer::getInstance()->redraw();

@@ -6,8 +6,6 @@
 #include <QOpenGLExtraFunctions>
 #include <QOpenGLFramebufferObject>
 
-#include <atomic>
-
 #ifndef GL_RGBA8
 #define GL_RGBA8 0x8058
 #endif
@@ -21,8 +19,6 @@ namespace tov::scene {
 
 namespace {
 
-std::atomic<int> samplesWanted{0};
-
 void blit(unsigned int from, unsigned int to, const int (&area)[4], unsigned int mask)
 {
     QOpenGLExtraFunctions* gl = QOpenGLContext::currentContext()->extraFunctions();
@@ -34,19 +30,9 @@ void blit(unsigned int from, unsigned int to, const int (&area)[4], unsigned int
 
 } // namespace
 
-int SceneDrawer::getMultisampling()
-{
-    return samplesWanted;
-}
-
-void SceneDrawer::setMultisampling(int samples)
-{
-    samplesWanted = samples < 2 ? 0 : samples > 8 ? 8 : samples;
-}
-
 Multisampler::Multisampler()
 {
-    const int samples = samplesWanted;
+    const int samples = SceneDrawer::getMultisampling();
     if (samples == 0)
         return;
     QOpenGLExtraFunctions* gl = QOpenGLContext::currentContext()->extraFunctions();

@@ -1,6 +1,5 @@
 #include "scene/drawing/scenedrawer.h"
 
-#include "scene/drawing/closedsurface.h"
 #include "scene/drawing/drawbuffers.h"
 #include "scene/geometryelement.h"
 #include "scene/drawing/multisampler.h"
@@ -63,14 +62,11 @@ struct Frustum
         return true;
     }
 
-    /// True when the box lies wholly beyond the near plane, and so the eye outside of it; rounding errs towards false.
-    bool isBeyondNear(const Box& box) const { return cornerAt(planes[4], box.low, box.high) > 0; }
-
 private:
     /// Where a box's corner lies: inside the plane above 0, behind it below 0, within rounding 0. The corner is at
     /// `rising` on the axes that lead inside and at `falling` on the others.
-    static double cornerAt(const double (&plane)[4], const std::array<float, 3>& rising,
-                           const std::array<float, 3>& falling)
+    static double cornerAt(const double (&plane)[4], const std::array<double, 3>& rising,
+                           const std::array<double, 3>& falling)
     {
         double corner = plane[3], magnitude = std::fabs(plane[3]);
         for (std::size_t axis = 0; axis < 3; ++axis) {
@@ -94,8 +90,8 @@ void multiply(const Matrix4& matrix)
     glMultMatrixd(matrix.transposed().data());
 }
 
-void drawElement(const GeometryElement& element, const Matrix4& toScene, const Matrix4& eyeOfScene,
-                 const Matrix4& clipOfScene, double marginX, double marginY)
+void drawElement(const GeometryElement& element, const Matrix4& toScene, const Matrix4& clipOfScene, double marginX,
+                 double marginY)
 {
     const bool wide = element.getKind() != Geometry::Kind::Surfaces;
     const Frustum frustum(clipOfScene * toScene, wide ? marginX : 0.0, wide ? marginY : 0.0);
@@ -112,22 +108,13 @@ void drawElement(const GeometryElement& element, const Matrix4& toScene, const M
     const auto offset = [](std::size_t bytes) { return reinterpret_cast<const void*>(bytes); };
     glVertexPointer(3, GL_FLOAT, sizeof(Vertex), offset(offsetof(Vertex, position)));
     glNormalPointer(GL_FLOAT, sizeof(Vertex), offset(offsetof(Vertex, normal)));
-    glColorPointer(4, GL_UNSIGNED_BYTE, sizeof(Vertex), offset(offsetof(Vertex, color)));
+    const QColor color = displayColor(*element.getMaterial());
+    glColor4f(float(color.redF()), float(color.greenF()), float(color.blueF()), float(color.alphaF()));
 
     glPushMatrix();
     multiply(toScene);
     if (wide)
         glDisable(GL_LIGHTING);
-    // Seen from outside, a closed surface hides the far side of all its triangles: half of them need not be drawn.
-    const Winding winding = element.getWinding();
-    const bool halved =
-        winding != Winding::Unknown && !element.isTransparent() && frustum.isBeyondNear(element.getBox());
-    if (halved) {
-        const bool mirrored = tov::math::volumeScaleOf(eyeOfScene * toScene) < 0;
-        const bool outward = (winding == Winding::Outward) != mirrored;
-        glCullFace(outward ? GL_BACK : GL_FRONT);
-        glEnable(GL_CULL_FACE);
-    }
     // Neighbouring chunks that may show go into one call.
     const auto& chunks = element.getChunks();
     for (std::size_t i = 0; i < chunks.size();) {
@@ -141,8 +128,6 @@ void drawElement(const GeometryElement& element, const Matrix4& toScene, const M
             count += chunks[i].indexCount;
         glDrawElements(mode, GLsizei(count), GL_UNSIGNED_INT, offset(first * sizeof(std::uint32_t)));
     }
-    if (halved)
-        glDisable(GL_CULL_FACE);
     if (wide)
         glEnable(GL_LIGHTING);
     glPopMatrix();
@@ -157,7 +142,7 @@ void drawBox(const Box& box, const Matrix4& toScene)
     glBegin(GL_LINES);
     for (const auto& edge : edges)
         for (const int corner : edge)
-            glVertex3f(corner & 1 ? box.high[0] : box.low[0], corner & 2 ? box.high[1] : box.low[1],
+            glVertex3d(corner & 1 ? box.high[0] : box.low[0], corner & 2 ? box.high[1] : box.low[1],
                        corner & 4 ? box.high[2] : box.low[2]);
     glEnd();
     glPopMatrix();
@@ -259,12 +244,12 @@ void SceneDrawer::glDraw(SceneElement* root, SceneElement* second, const Matrix4
     glPointSize(2.0f);
     glEnableClientState(GL_VERTEX_ARRAY);
     glEnableClientState(GL_NORMAL_ARRAY);
-    glEnableClientState(GL_COLOR_ARRAY);
 
     std::vector<DrawItem> items;
     if (second) {
         // One element only: its transform is that of the path from its root.
-        Matrix4 toScene = second->getTransform();
+        const auto* shape = dynamic_cast<const GeometryElement*>(second);
+        Matrix4 toScene = second->getTransform() * (shape ? translation(shape->getOrigin()) : Matrix4::identity());
         for (const SceneElement* above = second->getParent(); above; above = above->getParent())
             toScene = above->getTransform() * toScene;
         if (const auto* geometry = dynamic_cast<const GeometryElement*>(second))
@@ -294,7 +279,7 @@ void SceneDrawer::glDraw(SceneElement* root, SceneElement* second, const Matrix4
             const bool lines = item.element->getKind() == Geometry::Kind::Lines;
             if (lines && lineOffset > 0)
                 glDepthRange(0.0, 1.0 - lineOffset);
-            drawElement(*item.element, item.toScene, eyeOfScene, clipOfScene, marginX, marginY);
+            drawElement(*item.element, item.toScene, clipOfScene, marginX, marginY);
             if (lines && lineOffset > 0)
                 glDepthRange(0.0, 1.0);
         }
@@ -302,7 +287,6 @@ void SceneDrawer::glDraw(SceneElement* root, SceneElement* second, const Matrix4
     glDepthMask(GL_TRUE);
     glDisableClientState(GL_VERTEX_ARRAY);
     glDisableClientState(GL_NORMAL_ARRAY);
-    glDisableClientState(GL_COLOR_ARRAY);
     if (layers & (LayerSelection | LayerGrid)) {
         QOpenGLFunctions* gl = QOpenGLContext::currentContext()->functions();
         gl->glBindBuffer(GL_ARRAY_BUFFER, 0);

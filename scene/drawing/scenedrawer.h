@@ -3,6 +3,7 @@
 #include "kernel/main/export.h"
 #include "kernel/math/matrix.h"
 #include "kernel/util/zpointer.h"
+#include "scene/drawing/scenelook.h"
 #include "scene/scene.h"
 
 #include <QColor>
@@ -54,8 +55,11 @@ public:
     /// Whether the layer of grid and axes shows anything (default: no), for all drawers. Thread: any.
     static bool isGridShown();
     static void setGridShown(bool shown);
-    /// Samples a pixel for smooth edges, for all drawers: 0 = off (the default), else 2 to 8. The setting
-    /// "settings/multisampling" is read at start by the application. Thread: any.
+    /// How all drawers draw, from the next call of `glDraw` on. Values out of range are limited. Thread: any.
+    static SceneLook getLook();
+    static void setLook(const SceneLook& look);
+    /// `SceneLook::samples` alone. At start the application takes it from the setting "settings/multisampling".
+    /// Thread: any.
     static int getMultisampling();
     static void setMultisampling(int samples);
 

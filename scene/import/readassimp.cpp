@@ -167,7 +167,8 @@ GeometryElement* takePart(Cursor& cursor, const PartRecord& record)
     if (record.hasNormals)
         geometry.normals = cursor.takeMany<float>(3 * record.vertices);
     if (record.hasColors)
-        geometry.colors = cursor.takeMany<std::uint8_t>(4 * record.vertices);
+        for (const std::uint8_t value : cursor.takeMany<std::uint8_t>(4 * record.vertices))
+            geometry.colors.push_back(geometry.colors.size() % 4 < 3 ? linear16(value) : std::uint16_t(257 * value));
     geometry.indices = cursor.takeMany<std::uint32_t>(record.indices);
     checkFinite(geometry.positions);
     if (std::any_of(geometry.normals.begin(), geometry.normals.end(), [](float v) { return !std::isfinite(v); }))
@@ -176,7 +177,7 @@ GeometryElement* takePart(Cursor& cursor, const PartRecord& record)
         if (index >= record.vertices)
             throw ReadError(tr("a face names a vertex that is not there"));
     if (record.hasColor)
-        geometry.color = QColor(record.color[0], record.color[1], record.color[2], record.color[3]);
+        geometry.material = makeMaterial(QColor(record.color[0], record.color[1], record.color[2], record.color[3]));
     return new GeometryElement(name, std::move(geometry));
 }
 

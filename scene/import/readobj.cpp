@@ -115,6 +115,12 @@ std::map<QString, QColor> readMaterials(const QString& fileName)
     return materials;
 }
 
+/// An sRGB colour value from 0 to 1 as a linear one.
+std::uint16_t color16(float value)
+{
+    return std::uint16_t(std::lround(linearFromSrgb(std::clamp(value, 0.0f, 1.0f)) * 65535));
+}
+
 /// The part of a model with one name and one material.
 struct Part
 {
@@ -167,7 +173,8 @@ SceneElement* readObj(const ReadSource& source)
                 made->name = !groupName.isEmpty() ? groupName : materialName;
                 const auto material = materials.find(materialName);
                 if (material != materials.end())
-                    made->surfaces.color = made->lines.color = made->points.color = material->second;
+                    made->surfaces.material = made->lines.material = made->points.material =
+                        makeMaterial(material->second);
                 made->lines.kind = Geometry::Kind::Lines;
                 made->points.kind = Geometry::Kind::Points;
                 found = partNumbers.emplace(key, parts.size()).first;
@@ -193,10 +200,9 @@ SceneElement* readObj(const ReadSource& source)
             }
             if (3 * std::size_t(vertex) + 2 < colors.size())
                 for (int c = 0; c < 3; ++c)
-                    geometry.colors.push_back(
-                        std::uint8_t(std::lround(std::clamp(colors[3 * std::size_t(vertex) + c], 0.0f, 1.0f) * 255)));
+                    geometry.colors.push_back(color16(colors[3 * std::size_t(vertex) + c]));
             if (3 * std::size_t(vertex) + 2 < colors.size())
-                geometry.colors.push_back(255);
+                geometry.colors.push_back(65535);
         }
         return entry.first->second;
     };
@@ -287,9 +293,9 @@ SceneElement* readObj(const ReadSource& source)
             cloud.indices.push_back(i);
         if (colors.size() == cloud.positions.size())
             for (std::size_t i = 0; i < colors.size(); i += 3) {
-                for (int c = 0; c < 3; ++c)
-                    cloud.colors.push_back(std::uint8_t(std::lround(std::clamp(colors[i + c], 0.0f, 1.0f) * 255)));
-                cloud.colors.push_back(255);
+                for (std::size_t c = 0; c < 3; ++c)
+                    cloud.colors.push_back(color16(colors[i + c]));
+                cloud.colors.push_back(65535);
             }
         root->addChild(new GeometryElement(root->getName(), std::move(cloud)));
     }

@@ -349,8 +349,8 @@ SceneElement* readPly(const ReadSource& source)
                 if (colored)
                     for (int c = 0; c < 4; ++c) {
                         const double value = values[SlotR + c];
-                        geometry.colors.push_back(
-                            std::uint8_t(std::isnan(value) ? 0.0 : std::clamp(value, 0.0, 255.0)));
+                        const auto byte = std::uint8_t(std::isnan(value) ? 0.0 : std::clamp(value, 0.0, 255.0));
+                        geometry.colors.push_back(c < 3 ? linear16(byte) : std::uint16_t(257 * byte));
                     }
             }
             checkFinite(geometry.positions);
@@ -398,6 +398,12 @@ SceneElement* readPly(const ReadSource& source)
             geometry.indices[i] = std::uint32_t(i);
     }
     auto root = std::make_unique<SceneElement>(QFileInfo(source.fileName).completeBaseName());
+    for (std::size_t i = 3; i < geometry.colors.size() && !geometry.material; i += 4)
+        if (geometry.colors[i] != 65535) {
+            auto material = std::make_shared<Material>(*makeMaterial(Qt::white));
+            material->alphaMode = Material::AlphaMode::Blend;
+            geometry.material = std::move(material);
+        }
     if (!geometry.indices.empty())
         root->addChild(new GeometryElement(root->getName(), std::move(geometry)));
     return root.release();

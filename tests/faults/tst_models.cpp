@@ -260,8 +260,7 @@ protected:
         const auto* part = tree ? dynamic_cast<GeometryElement*>(tree->getChildren()[0]) : nullptr;
         if (!part || part->getVertices().empty())
             return QColor();
-        const auto& color = part->getVertices()[0].color;
-        return QColor(color[0], color[1], color[2]);
+        return tov::scene::displayColor(*part->getMaterial());
     }
     void print(const std::string& what) const
     {

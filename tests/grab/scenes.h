@@ -22,7 +22,7 @@ namespace tov::test {
 inline tov::scene::SceneElement* makeBox(float half)
 {
     tov::scene::Geometry geometry;
-    geometry.color = QColor(200, 60, 60);
+    geometry.material = tov::scene::makeMaterial(QColor(200, 60, 60));
     for (int i = 0; i < 8; ++i)
         geometry.positions.insert(geometry.positions.end(),
                                   {i & 1 ? half : -half, i & 2 ? half : -half, i & 4 ? half : -half});

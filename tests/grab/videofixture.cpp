@@ -37,7 +37,7 @@ namespace {
 GeometryElement* box(const QString& name, float x, float y, float z, float half, const QColor& color)
 {
     Geometry geometry;
-    geometry.color = color;
+    geometry.material = tov::scene::makeMaterial(color);
     const float corners[8][3] = {{-1, -1, -1}, {1, -1, -1}, {1, 1, -1}, {-1, 1, -1},
                                  {-1, -1, 1},  {1, -1, 1},  {1, 1, 1},  {-1, 1, 1}};
     for (const auto& corner : corners) {

@@ -11,6 +11,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 #include <cstring>
 #include <memory>
 
@@ -48,7 +50,13 @@ protected:
             summary.primitives += element.getIndices().size() / std::size_t(element.getKind());
             summary.kind = element.getKind();
             summary.names << element.getName();
-            std::memcpy(summary.color, element.getVertices()[0].color, 4);
+            const QColor base = displayColor(*element.getMaterial());
+            const auto& vertex = element.getVertices()[0].color;
+            const double tint[] = {base.redF(), base.greenF(), base.blueF(), base.alphaF()};
+            for (int c = 0; c < 4; ++c) {
+                const float linear = float(vertex[c]) / 65535;
+                summary.color[c] = std::uint8_t(std::lround((c < 3 ? srgbFromLinear(linear) : linear) * tint[c] * 255));
+            }
         });
         return summary;
     }

@@ -280,7 +280,7 @@ TEST_F(SceneTest, GlassOverASolidStaysOpaque)
 {
     auto* root = grid(2);
     Geometry glass;
-    glass.color = QColor(0, 0, 255, 100);
+    glass.material = makeMaterial(QColor(0, 0, 255, 100));
     glass.positions = {-0.2f, -0.2f, 0.1f, 0.2f, -0.2f, 0.1f, 0.0f, 0.2f, 0.1f,
                        0.8f,  -0.2f, 0.1f, 1.2f, -0.2f, 0.1f, 1.0f, 0.2f, 0.1f};
     glass.indices = {0, 1, 2, 3, 4, 5};

@@ -1,0 +1,56 @@
+#pragma once
+
+#include "kernel/main/export.h"
+
+#include <QString>
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <vector>
+
+namespace tov::scene {
+
+/// Light from all directions, prefiltered for drawing. Never changed once it is made.
+///
+/// `table` holds what a surface of some roughness reflects: `Levels` squares of `Edge` x `Edge` directions, the first
+/// for roughness 0, the last for roughness 1. A direction lies in a square by the octahedral mapping (Cigolle et al.,
+/// "Survey of Efficient Representations for Independent Unit Vectors", JCGT 3(2), 2014); one row of texels around the
+/// square repeats its neighbours, so that linear filtering has no seam.
+class TOV_EXPORT Environment
+{
+public:
+    typedef std::array<float, 3> Color;
+    typedef std::array<float, 3> Direction;
+
+    static constexpr int Edge = 128;
+    static constexpr int Levels = 6;
+
+    /// Reads a Radiance picture (.hdr; equirectangular, the centre of the picture is -z, up is +y). Null and `error`
+    /// when it cannot be read. The result is cached for the file's name, size and time. Thread: any.
+    static std::shared_ptr<const Environment> read(const QString& fileName, QString* error);
+    /// The built-in studio, in the camera's axes. Thread: any.
+    static std::shared_ptr<const Environment> studio();
+    /// Filters the light that comes from each direction. Thread: any.
+    explicit Environment(const std::function<Color(const Direction&)>& radiance);
+
+    /// `Levels` x `Edge` x `Edge` colours: linear red, green and blue; not negative.
+    const std::vector<float>& getTable() const { return m_Table; }
+    /// Irradiance divided by pi, as spherical harmonics up to degree 2 (Ramamoorthi and Hanrahan, "An Efficient
+    /// Representation for Irradiance Environment Maps", SIGGRAPH 2001): coefficients of 1, y, z, x, xy, yz, 3z^2-1, xz,
+    /// x^2-y^2.
+    const std::array<Color, 9>& getIrradiance() const { return m_Irradiance; }
+    /// A number that no other environment of this process has.
+    std::uint64_t getId() const { return m_Id; }
+
+private:
+    void append(const std::vector<Color>& square, int edge);
+
+    std::vector<float> m_Table;
+    std::array<Color, 9> m_Irradiance{};
+    std::uint64_t m_Id;
+};
+
+} // namespace tov::scene
