@@ -11,7 +11,9 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
+#include <set>
 
 #include <cstring>
 #include <memory>
@@ -22,7 +24,7 @@ namespace {
 
 struct Summary
 {
-    std::size_t elements = 0, vertices = 0, primitives = 0;
+    std::size_t elements = 0, vertices = 0 /* at different places */, primitives = 0;
     Geometry::Kind kind = Geometry::Kind::Surfaces;
     QStringList names;
     std::uint8_t color[4] = {};
@@ -46,7 +48,10 @@ protected:
         Summary summary;
         forEachVisible(tree.get(), [&](const GeometryElement& element, const tov::math::Matrix4&) {
             ++summary.elements;
-            summary.vertices += element.getVertices().size();
+            std::set<std::array<float, 3>> places;
+            for (const auto& vertex : element.getVertices())
+                places.insert({vertex.position[0], vertex.position[1], vertex.position[2]});
+            summary.vertices += places.size();
             summary.primitives += element.getIndices().size() / std::size_t(element.getKind());
             summary.kind = element.getKind();
             summary.names << element.getName();
