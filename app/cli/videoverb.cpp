@@ -134,7 +134,7 @@ int runVideo(const Options& options, int& argc, char** argv)
 
     Session session(options, argc, argv);
     // The rates of one call must not become the user's settings: the rest of this process keeps its own.
-    tov::main::keepSettingsInMemory();
+    tov::main::useTemporarySettings();
 
     const auto formats = knownVideoFormats();
     const QString suffix = QFileInfo(output).completeSuffix().toLower();

@@ -187,7 +187,7 @@ Startup::Startup(int& argc, char** argv, const StartOptions& options) : d(new Pr
         tov::main::setSettingsFile(options.settingsFile);
     if (tov::main::isForeignFile(tov::main::settingsFile())) {
         d->foreignSettings = tov::main::settingsFile();
-        tov::main::leaveSettingsFile();
+        tov::main::useEmptySettings();
         Logger::log(tov::log::LevelError, "app/startup", __LINE__, __func__, nullptr,
                     QStringLiteral("'%1' is no settings file and is left alone").arg(d->foreignSettings));
     }

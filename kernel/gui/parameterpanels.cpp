@@ -183,6 +183,32 @@ QFileDialog* FileParameterPanelFactory::createDialog() const
     return m_CreateDialog();
 }
 
+std::vector<FileFormat> FileParameterPanelFactory::formats() const
+{
+    const std::unique_ptr<QFileDialog> dialog(createDialog());
+    return dialog ? formatsOfNameFilters(dialog->nameFilters()) : std::vector<FileFormat>();
+}
+
+std::vector<FileFormat> formatsOfNameFilters(const QStringList& nameFilters)
+{
+    std::vector<FileFormat> formats;
+    for (const QString& filter : nameFilters) {
+        const int begin = filter.lastIndexOf(QLatin1Char('('));
+        const int end = filter.indexOf(QLatin1Char(')'), begin);
+        if (begin < 0 || end < 0)
+            continue;
+        const QString description = filter.left(begin).trimmed();
+        for (const QString& pattern :
+             filter.mid(begin + 1, end - begin - 1).split(QLatin1Char(' '), Qt::SkipEmptyParts)) {
+            const QString extension = pattern.mid(2).toLower();
+            if (pattern.startsWith(QLatin1String("*.")) && !extension.isEmpty() &&
+                !extension.contains(QLatin1Char('*')))
+                formats.push_back({extension, description});
+        }
+    }
+    return formats;
+}
+
 SliderParameterPanelFactory::SliderParameterPanelFactory(const boost::function<QSlider*()>& createSlider)
     : m_CreateSlider(createSlider)
 {}

@@ -17,8 +17,8 @@ namespace {
 struct Store
 {
     std::mutex mutex;
-    QString fileName;            ///< guarded by mutex; empty = not chosen yet
-    unsigned int generation = 1; ///< guarded by mutex; rises whenever the file changes
+    QString fileName;            ///< guarded by mutex; empty until it is first needed
+    unsigned int generation = 1; ///< guarded by mutex; incremented whenever another file is chosen
 };
 
 Store& store()
@@ -35,12 +35,22 @@ QString defaultFile()
     return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) + QStringLiteral("/tov/tov.ini");
 }
 
-/// Qt shares what it holds of one file among all objects on it, and keeps it while writing is impossible: no folder can
-/// be made there. One object holds it for good.
+/// The settings that exist in memory only. Qt shares the values of one file among all QSettings objects and keeps them
+/// when they cannot be written; no folder can be created below /proc. This object keeps the values alive.
 QSettings& memory()
 {
-    static auto* holder = new QSettings(QStringLiteral("/proc/self/tov/settings.ini"), QSettings::IniFormat);
-    return *holder;
+    static auto* settings = new QSettings(QStringLiteral("/proc/self/tov/settings.ini"), QSettings::IniFormat);
+    return *settings;
+}
+
+/// The file in use and its generation, read together.
+std::pair<QString, unsigned int> currentFile()
+{
+    Store& s = store();
+    std::lock_guard<std::mutex> guard(s.mutex);
+    if (s.fileName.isEmpty())
+        s.fileName = defaultFile();
+    return {s.fileName, s.generation};
 }
 
 } // namespace
@@ -53,30 +63,30 @@ void setSettingsFile(const QString& fileName)
     ++s.generation;
 }
 
-void keepSettingsInMemory()
+void useTemporarySettings()
 {
-    QSettings& before = tovSettings();
-    before.sync();
-    for (const QString& key : before.allKeys())
-        memory().setValue(key, before.value(key));
-    leaveSettingsFile();
+    QSettings& stored = tovSettings();
+    stored.sync();
+    for (const QString& key : stored.allKeys())
+        memory().setValue(key, stored.value(key));
+    useEmptySettings();
 }
 
-void leaveSettingsFile()
+void useEmptySettings()
 {
     setSettingsFile(memory().fileName());
 }
 
 bool isForeignFile(const QString& fileName)
 {
-    constexpr qint64 Beginning = 1 << 16;
+    constexpr qint64 CheckedBytes = 1 << 16;
     QFile file(fileName);
     if (!QFileInfo(fileName).isFile() || !file.open(QIODevice::ReadOnly))
         return false;
-    const QByteArray text = file.read(Beginning);
+    const QByteArray text = file.read(CheckedBytes);
     QList<QByteArray> lines = text.split('\n');
-    if (text.size() == Beginning)
-        lines.removeLast(); // cut
+    if (text.size() == CheckedBytes)
+        lines.removeLast(); // it may be incomplete
     bool continued = false;
     for (const QByteArray& each : std::as_const(lines)) {
         const QByteArray line = each.trimmed();
@@ -91,19 +101,15 @@ bool isForeignFile(const QString& fileName)
 
 QString settingsFile()
 {
-    Store& s = store();
-    std::lock_guard<std::mutex> guard(s.mutex);
-    if (s.fileName.isEmpty())
-        s.fileName = defaultFile();
-    return s.fileName;
+    return currentFile().first;
 }
 
 } // namespace tov::main
 
 QSettings& tovSettings()
 {
-    // Qt's own thread storage: its objects are gone when the end of a QThread has been waited for. Those of the
-    // language live a little longer, into the end of the process.
+    // Qt's thread storage is freed before QThread::wait() returns. Storage of the language (thread_local) is freed
+    // later, possibly while the process is already exiting.
     struct Entry
     {
         unsigned int generation = 0;
@@ -113,12 +119,9 @@ QSettings& tovSettings()
     if (!storage->hasLocalData())
         storage->setLocalData(new Entry);
     Entry& entry = *storage->localData();
-    const QString fileName = tov::main::settingsFile();
-    auto& s = tov::main::store();
-    std::unique_lock<std::mutex> lock(s.mutex);
-    if (entry.generation != s.generation) {
-        entry.generation = s.generation;
-        lock.unlock();
+    const auto [fileName, generation] = tov::main::currentFile();
+    if (entry.generation != generation) {
+        entry.generation = generation;
         entry.settings = std::make_unique<QSettings>(fileName, QSettings::IniFormat);
     }
     return *entry.settings;

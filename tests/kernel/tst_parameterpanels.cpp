@@ -130,3 +130,17 @@ TEST(SliderParameterPanel, ShowsItsValueAndStaysInItsRange)
     EXPECT_EQ(other->maximum(), 200);
     EXPECT_EQ(other->parent(), nullptr);
 }
+
+TEST(FileParameterPanelFactory, ListsTheFormatsOfTheDialog)
+{
+    const FileEditor editor({"PNG-File (*.png)", "Film (old) (*.MP4)", "Film, fine (*.hq.mp4)",
+                             "Pictures (*.jpg *.jpeg)", "100 %1 (*.raw)", "All files (*)", "Any (*.*)", "Broken (*.a",
+                             "nothing"});
+    const std::vector<FileFormat> expected = {
+        {QStringLiteral("png"), QStringLiteral("PNG-File")},      {QStringLiteral("mp4"), QStringLiteral("Film (old)")},
+        {QStringLiteral("hq.mp4"), QStringLiteral("Film, fine")}, {QStringLiteral("jpg"), QStringLiteral("Pictures")},
+        {QStringLiteral("jpeg"), QStringLiteral("Pictures")},     {QStringLiteral("raw"), QStringLiteral("100 %1")}};
+    EXPECT_EQ(editor.factory.formats(), expected);
+    const FileParameterPanelFactory none([]() -> QFileDialog* { return nullptr; });
+    EXPECT_TRUE(none.formats().empty());
+}

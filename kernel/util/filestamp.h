@@ -1,0 +1,57 @@
+#pragma once
+
+#include "kernel/main/export.h"
+
+#include <QString>
+
+#include <sys/types.h>
+
+namespace tov::util {
+
+/// The state of a file or folder at one moment, to find out later whether it was written or replaced. Compares what
+/// `stat` reports, never the clock: clocks are adjusted, and file servers have their own. Symbolic links are followed.
+/// Thread: any.
+class TOV_EXPORT FileStamp
+{
+public:
+    /// A file that does not exist, without a name.
+    FileStamp() = default;
+    /// The current state of `fileName`.
+    explicit FileStamp(const QString& fileName);
+
+    QString fileName() const { return m_FileName; }
+    /// True when there was something of that name.
+    bool exists() const { return m_Exists; }
+    /// True when it was a regular file.
+    bool isRegularFile() const { return m_IsRegular; }
+    /// In bytes.
+    qint64 size() const { return m_Size; }
+    /// Time of the last write, in nanoseconds since the epoch.
+    qint64 modifiedNs() const { return m_ModifiedNs; }
+    ino_t inode() const { return m_Inode; }
+    dev_t device() const { return m_Device; }
+
+    /// True when the file is now another one, was written to, appeared or disappeared. A write that restores the time
+    /// of the last write is noticed as well (by the time of the last status change).
+    bool hasChanged() const;
+    /// True when both are stamps of one existing file or folder (device and inode), whatever its content.
+    bool isSameFileAs(const FileStamp& other) const;
+    /// True when nothing has changed between the two stamps.
+    bool operator==(const FileStamp& other) const;
+
+    /// Size, time of the last write and inode as one word for cache files; empty when the file did not exist. Without
+    /// the device number, which may be another one after a restart of the machine.
+    QString toString() const;
+
+private:
+    QString m_FileName;
+    bool m_Exists = false;
+    bool m_IsRegular = false;
+    qint64 m_Size = 0;
+    qint64 m_ModifiedNs = 0;
+    qint64 m_StatusChangedNs = 0;
+    ino_t m_Inode = 0;
+    dev_t m_Device = 0;
+};
+
+} // namespace tov::util
