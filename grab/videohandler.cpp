@@ -1,8 +1,9 @@
 #include "grab/videohandler.h"
 
-#include "grab/applicationthread.h"
-#include "grab/drawinglost.h"
-#include "grab/memoryfeeder.h"
+#include "grab/render/applicationthread.h"
+#include "grab/render/frame.h"
+#include "grab/render/offscreentarget.h"
+#include "grab/render/pageprefaulter.h"
 #include "grab/video/encoder.h"
 #include "grab/video/videoencoder.h"
 #include "kernel/log/logger.h"
@@ -40,6 +41,8 @@
 
 namespace tov::grab {
 
+using render::onApplicationThread;
+using render::PagePrefaulter;
 using tov::log::Logger;
 using tov::main::Overseer;
 using tov::main::WorkerDelegate;
@@ -54,14 +57,14 @@ namespace {
 const char* const SourceFile = "videohandler";
 constexpr int ErrorLevel = tov::log::LevelError;
 
-/// Time for a frame of a free-running recording, in milliseconds; fixed, whatever rate the video is played at.
+/// Time per frame of a free-running recording, in milliseconds, whatever the frame rate of the video.
 constexpr int PaceMs = 40;
 /// Vertical field of view of videos, in degrees.
 constexpr double FieldOfView = 45.0;
-/// A memory chunk is one byte array, which ends below 2 GiB.
+/// The most bytes of a memory chunk: it is one byte array, which must stay below 2 GiB.
 constexpr quint64 MaxBuffer = quint64(std::numeric_limits<int>::max()) - 4096;
 
-/// Flags are plain fields that two threads share.
+/// Two threads share these flags, which are plain fields.
 bool load(bool& flag)
 {
     return std::atomic_ref<bool>(flag).load();
@@ -77,18 +80,112 @@ void logError(int line, const char* function, const QString& message)
     Logger::log(ErrorLevel, SourceFile, line, function, nullptr, message);
 }
 
-/// Returns once everything that was handed to the application thread before has run there, and every slot that it was
-/// in has returned.
+/// Returns once all workers that were transmitted before have run, and the application thread has left every slot.
 void barrier()
 {
     onApplicationThread([] {});
 }
 
-/// The next even number, in unsigned arithmetic.
-int roundedUpToEven(int size)
+/// Rounds up to an even number, in unsigned arithmetic.
+int roundUpToEven(int size)
 {
     return int((unsigned(size) + 1u) & ~1u);
 }
+
+/// Keeps the state of the current context that a frame changes.
+class SavedGlState
+{
+public:
+    SavedGlState()
+    {
+        glPushAttrib(GL_ALL_ATTRIB_BITS);
+        glGetDoublev(GL_PROJECTION_MATRIX, m_Projection);
+        glGetDoublev(GL_MODELVIEW_MATRIX, m_ModelView);
+        // Queried, but not restored: the context belongs to this recording alone.
+        GLint viewport[4];
+        glGetIntegerv(GL_VIEWPORT, viewport);
+    }
+    void restore()
+    {
+        glMatrixMode(GL_PROJECTION);
+        glLoadMatrixd(m_Projection);
+        glMatrixMode(GL_MODELVIEW);
+        glLoadMatrixd(m_ModelView);
+        glPopAttrib();
+    }
+
+private:
+    double m_Projection[16];
+    double m_ModelView[16];
+};
+
+/// Appends a frame to a chunk. After a failed write the written part stays in the chunk, and the recording goes on.
+void writeFrame(const QImage& picture, QIODevice* chunk)
+{
+    const char* bytes = reinterpret_cast<const char*>(picture.constBits());
+    // 64 bits: a frame may be larger than 2 GiB.
+    auto remaining = quint64(picture.sizeInBytes());
+    while (remaining > 0) {
+        qint64 written = -1;
+        try {
+            written = chunk->write(bytes, qint64(remaining));
+        } catch (const std::bad_alloc&) {
+            // The chunk cannot grow: the write has failed.
+        }
+        if (written == -1) {
+            Logger::log(
+                ErrorLevel, SourceFile, __LINE__, "grabPicture", nullptr, "%s",
+                QObject::tr("Couldn't write %1 bytes to temporary file").arg(remaining).toLocal8Bit().constData());
+            return;
+        }
+        bytes += written;
+        remaining -= quint64(written);
+    }
+}
+
+/// The trajectory that is selected when a recording starts, and the position of its next frame.
+class Walk
+{
+public:
+    Walk()
+    {
+        TrajectoryHandler* handler = TrajectoryHandler::getInstance();
+        switch (handler->getSelectedMode()) {
+        case TrajectoryHandler::ModePlain:
+            mp_Plain = handler->getTrajectoryInfo();
+            m_Position = mp_Plain->getPosition();
+            m_Count = mp_Plain->getPoints().size();
+            break;
+        case TrajectoryHandler::ModeAdvanced:
+            mp_Advanced = handler->getAdvancedTrajectoryInfo();
+            m_Position = mp_Advanced->getPosition();
+            m_Count = mp_Advanced->getMatrixMapList() ? mp_Advanced->getMatrixMapList()->size() : 0;
+            break;
+        default:
+            break;
+        }
+    }
+    bool isAtEnd() const { return m_Position >= m_Count; }
+    int percent() const { return int(double(m_Position) / double(m_Count) * 100.0); }
+    /// Shows the position and goes on to the next one. The trajectory may have changed its length.
+    void step()
+    {
+        if (mp_Plain) {
+            mp_Plain->setPosition(m_Position);
+            m_Count = mp_Plain->getPoints().size();
+        } else {
+            mp_Advanced->setPosition(m_Position);
+            m_Count = mp_Advanced->getMatrixMapList()->size();
+        }
+        ++m_Position;
+    }
+
+private:
+    tov::trajectory::TrajectoryInfo* mp_Plain = nullptr;            ///< not owned
+    tov::trajectory::AdvancedTrajectoryInfo* mp_Advanced = nullptr; ///< not owned
+    quint64 m_Position = 0;
+    quint64 m_Count = 0;
+};
 
 } // namespace
 
@@ -101,22 +198,25 @@ public:
     void run() override;
     void stop() { store(m_Stop, true); }
 
-    /// A new, open chunk in memory or in a file; null, logged, when it cannot be made. Thread: capture.
+    /// A new, open chunk in memory or in a file. Null, logged, if there is none to be had. Thread: capture.
     QIODevice* createChunkFile();
-    /// Whether a whole chunk fits into the memory that is free now. Thread: capture.
+    /// Whether a whole chunk fits into the free memory. Thread: capture.
     bool hasEnoughMemory();
     std::size_t frameBytes() const { return std::size_t(mp_Handler->m_Width) * std::size_t(mp_Handler->m_Height) * 4; }
 
 protected:
-    /// Hands a full chunk over and makes the next one; null when that fails. Thread: capture.
-    QIODevice* rotated(QIODevice* chunk);
+    /// Returns the chunk for the next frame: hands a full one over and makes a new one. Null if that fails.
+    /// Thread: capture.
+    QIODevice* rotateChunk(QIODevice* chunk, PagePrefaulter& prefaulter);
+    /// Hands the last chunk over, releases the OpenGL objects and reports the end. Thread: capture.
+    void finishCapture(QIODevice* chunk, PagePrefaulter& prefaulter);
 
 public:
     bool m_Stop = false;      ///< reached through `load` and `store`
     VideoHandler* mp_Handler; ///< not owned
 };
 
-/// Capture stepped along the selected trajectory.
+/// Capture that steps through the selected trajectory.
 class VideoHandler::SyncedGrabber : public VideoHandler::Grabber
 {
 public:
@@ -131,6 +231,9 @@ VideoHandler::~VideoHandler()
 {
     abortGrabbing();
     barrier();
+    // Inside of a worker the barrier runs ahead of the workers in the queue.
+    if (load(m_ReleasePending))
+        qFatal("A video handler must not be destroyed inside of a worker while its own workers are pending");
 }
 
 bool VideoHandler::startGrabbing(const QString& filename, int width, int height, tov::gui::ScenePanel* panel)
@@ -150,14 +253,14 @@ bool VideoHandler::start(Grabber* grabber, const QString& filename, int width, i
     if (!initStart(filename, width, height, panel)) {
         delete mp_Grabber;
         mp_Grabber = nullptr;
-        // Nothing tells a recording that does not run when its panel goes.
+        // The handler is not connected to the panel yet and would not notice its end.
         mp_Panel = nullptr;
         return false;
     }
     mp_Grabber->start(priority);
     if (mp_Grabber->isRunning() || mp_Grabber->isFinished())
         return true;
-    // The system gives no thread. The OpenGL objects, which belong to it already, stay, as after any refused start.
+    // The OpenGL objects, which have been moved to the thread, stay, as after any refused start.
     logError(__LINE__, __func__, QObject::tr("There is no thread to record video '%1' with").arg(m_FileName));
     abortGrabbing();
     return false;
@@ -187,7 +290,7 @@ void VideoHandler::abortGrabbing()
 
 bool VideoHandler::isGrabbing() const
 {
-    return m_Running;
+    return load(const_cast<bool&>(m_Running));
 }
 
 void VideoHandler::panelDestroyed(QObject*)
@@ -199,21 +302,21 @@ void VideoHandler::panelDestroyed(QObject*)
 
 void VideoHandler::reset()
 {
-    // What the capture thread posted has run when this returns, and no panel is inside its slot any more.
+    // Workers that the capture thread has posted must have run, and no panel may be inside of `panelDestroyed`.
     barrier();
     delete mp_Grabber;
     mp_Grabber = nullptr;
     delete mp_Encoder;
     mp_Encoder = nullptr;
-    m_Running = false;
-    // Where panels die, so that this one does not die in the middle.
+    store(m_Running, false);
+    // Panels are destroyed on the application thread, so this one stays alive meanwhile.
     onApplicationThread([this] {
         if (mp_Panel) {
             QObject::disconnect(mp_Panel, nullptr, this, nullptr);
             mp_Panel = nullptr;
         }
     });
-    // The OpenGL objects of a start that was refused after they were made stay, by design.
+    // OpenGL objects of a refused start stay allocated, on purpose.
 }
 
 bool VideoHandler::initStart(const QString& filename, int width, int height, tov::gui::ScenePanel* panel)
@@ -224,8 +327,8 @@ bool VideoHandler::initStart(const QString& filename, int width, int height, tov
         width = panel->width();
         height = panel->height();
     }
-    m_Width = roundedUpToEven(width);
-    m_Height = roundedUpToEven(height);
+    m_Width = roundUpToEven(width);
+    m_Height = roundUpToEven(height);
     if (!initGL())
         return false;
     if (m_MaxTextureSize < m_Width || m_MaxTextureSize < m_Height) {
@@ -245,13 +348,13 @@ bool VideoHandler::initStart(const QString& filename, int width, int height, tov
     const auto setting = [&settings](const char* key, const char* initial) {
         return settings.value(QLatin1String(key), QLatin1String(initial));
     };
-    // Products in unsigned arithmetic, cut down to 32 bits: large settings wrap around.
+    // The products wrap around modulo 2^32, so they are computed without sign.
     m_ChunkSize = qint32(quint32(setting("settings/grabvideotempfilesize", "50").toInt()) * 1000000u);
     m_Fps = setting("settings/grabvideofps", "25").toInt();
     m_Bitrate = int(unsigned(setting("settings/grabvideokbps", "1200").toInt()) * 1000u);
     m_UseMemory = setting("settings/grabvideousememoryasbuffer", "1").toBool();
-    m_Running = true;
-    // The result is not looked at, on purpose: the encoder has logged a refusal, and the capture goes on.
+    store(m_Running, true);
+    // The result is ignored on purpose: the encoder has logged a refusal, and the capture goes on.
     mp_Encoder->setOutputParameters(m_FileName, m_Width, m_Height, m_Fps, m_Bitrate);
     connect(mp_Encoder, &video::Encoder::progressChanged, this, &VideoHandler::progressChanged, Qt::DirectConnection);
     connect(mp_Panel, &QObject::destroyed, this, &VideoHandler::panelDestroyed, Qt::DirectConnection);
@@ -273,13 +376,9 @@ bool VideoHandler::initGL()
         return result;
     }
     m_MaxTextureSize = 0;
-    QOpenGLContext* shared = tov::scene::_GlobalContext()->glContext();
-    const QSurfaceFormat format = shared ? shared->format() : QSurfaceFormat();
-    mp_Context = new QOpenGLContext;
-    mp_Context->setShareContext(shared);
-    mp_Surface = new QOffscreenSurface;
-    mp_Surface->setFormat(format);
-    mp_Surface->create();
+    const render::SharedFormat shared = render::sharedFormat();
+    mp_Context = render::newContext(shared.context);
+    mp_Surface = render::newSurface(shared.format);
     if (!mp_Context->create()) {
         logError(__LINE__, __func__, QObject::tr("Could not create OpenGL context!"));
         return initGLFailed();
@@ -297,8 +396,7 @@ bool VideoHandler::initGL()
         logError(__LINE__, __func__, QObject::tr("Your OpenGL implementation doesn't support framebuffer objects"));
         return initGLFailed();
     }
-    mp_Fbo = new QOpenGLFramebufferObject(m_Width, m_Height, QOpenGLFramebufferObject::CombinedDepthStencil,
-                                          GL_TEXTURE_2D, GL_RGBA8);
+    mp_Fbo = render::newFramebuffer(m_Width, m_Height);
     mp_Drawer = new SceneDrawer(Viewer::getInstance()->getGlobalScene());
     mp_Context->doneCurrent();
     mp_Context->moveToThread(mp_Grabber);
@@ -338,7 +436,7 @@ void VideoHandler::grabPicture(QIODevice* chunk)
         return;
     }
     if (!mp_Fbo->bind()) {
-        // The context stays current, and the next frame tries again.
+        // The context stays current on purpose; the next frame tries again.
         logError(__LINE__, __func__, QObject::tr("Couldn't bind FBO to OpenGL context"));
         scene->unlock();
         shared->unlock();
@@ -346,65 +444,13 @@ void VideoHandler::grabPicture(QIODevice* chunk)
         return;
     }
     tov::scene::SceneElement* root = Viewer::getInstance()->getGlobalScene()->getRootNode();
-    glPushAttrib(GL_ALL_ATTRIB_BITS);
-    double projection[16], modelView[16];
-    glGetDoublev(GL_PROJECTION_MATRIX, projection);
-    glGetDoublev(GL_MODELVIEW_MATRIX, modelView);
-    // Read but not put back: the context is this recording's own.
-    int viewport[4];
-    glGetIntegerv(GL_VIEWPORT, viewport);
-    const QColor background = mp_Drawer->getBackgroundColor();
-    glClearColor(float(background.redF()), float(background.greenF()), float(background.blueF()), 0.0f);
-    glShadeModel(GL_SMOOTH);
-    glEnable(GL_DEPTH_TEST);
-    glEnable(GL_LIGHTING);
-    glEnable(GL_COLOR_MATERIAL);
-    const tov::math::Matrix<double, 4u, 4u> camera = mp_Panel->getScaledTransformMatrix();
-    mp_Drawer->resize(m_Width, m_Height);
-    glColorMask(GL_TRUE, GL_TRUE, GL_TRUE, GL_TRUE);
-    glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
-    glMatrixMode(GL_PROJECTION);
-    glLoadIdentity();
-    gluPerspective(FieldOfView, double(m_Width) / double(m_Height), SceneDrawer::ZNEAR, SceneDrawer::ZFAR);
-    glMatrixMode(GL_MODELVIEW);
-    glLoadIdentity();
-    glEnable(GL_LIGHT0);
-    mp_Drawer->glDraw(root, nullptr, camera, 0.0, 65535, 7);
-    glFlush();
-    // Asked for twice: Qt forgets what stands before it reads.
-    const bool spoilt = isDrawingLost();
-    const QImage picture = mp_Fbo->toImage();
-    // What failed leaves a picture, too, of chance content.
-    const bool lost = isDrawingLost() || spoilt;
-    if (picture.isNull() || lost) {
+    SavedGlState state;
+    const QImage picture = renderFrame(root);
+    if (picture.isNull())
         logError(__LINE__, __func__, QObject::tr("Picture couldn't be grabbed by FBO"));
-    } else {
-        const char* bytes = reinterpret_cast<const char*>(picture.constBits());
-        // In 64 bits, where the classic byte count ends at 2 GiB.
-        quint64 remaining = quint64(picture.sizeInBytes());
-        while (remaining > 0) {
-            qint64 written = -1;
-            try {
-                written = chunk->write(bytes, qint64(remaining));
-            } catch (const std::bad_alloc&) {
-                // No memory for the chunk to grow: a write that failed.
-            }
-            if (written == -1) {
-                // The part of the frame that was written stays, and the recording goes on.
-                Logger::log(
-                    ErrorLevel, SourceFile, __LINE__, __func__, nullptr, "%s",
-                    QObject::tr("Couldn't write %1 bytes to temporary file").arg(remaining).toLocal8Bit().constData());
-                break;
-            }
-            bytes += written;
-            remaining -= quint64(written);
-        }
-    }
-    glMatrixMode(GL_PROJECTION);
-    glLoadMatrixd(projection);
-    glMatrixMode(GL_MODELVIEW);
-    glLoadMatrixd(modelView);
-    glPopAttrib();
+    else
+        writeFrame(picture, chunk);
+    state.restore();
     mp_Fbo->release();
     mp_Context->doneCurrent();
     scene->unlock();
@@ -412,20 +458,32 @@ void VideoHandler::grabPicture(QIODevice* chunk)
     m_Mutex.unlock();
 }
 
+QImage VideoHandler::renderFrame(tov::scene::SceneElement* root)
+{
+    render::setDrawingState(*mp_Drawer);
+    const tov::math::Matrix<double, 4u, 4u> camera = mp_Panel->getScaledTransformMatrix();
+    render::clearFrame(*mp_Drawer, m_Width, m_Height);
+    render::setProjection([this] {
+        gluPerspective(FieldOfView, double(m_Width) / double(m_Height), SceneDrawer::ZNEAR, SceneDrawer::ZFAR);
+    });
+    return render::drawAndRead(*mp_Drawer, root, camera, SceneDrawer::LayersOfPanel, *mp_Fbo);
+}
+
 void VideoHandler::releaseGL()
 {
     if (QThread::currentThread() != Overseer::getInstance()->getApplicationThread()) {
-        // A frame that could not bind has left the context current here, and a current context cannot be moved.
+        // A context that is current cannot be moved, and a frame that could not bind leaves it current.
         if (QOpenGLContext::currentContext() == mp_Context)
             mp_Context->doneCurrent();
+        store(m_ReleasePending, true);
         mp_Context->moveToThread(QCoreApplication::instance()->thread());
         mp_Surface->moveToThread(QCoreApplication::instance()->thread());
         Overseer::getInstance()->transmitWorker(
             new WorkerDelegate::InternalWorker(new Delegate0<VideoHandler>(this, &VideoHandler::releaseGL), false));
         return;
     }
-    // Framebuffer objects are not shared between contexts: this one dies in the context that made it, or it would take
-    // one of a panel's with it.
+    // Contexts do not share framebuffer objects. Deleting this one while another context is current would delete an
+    // object of that context.
     const bool current = mp_Context && mp_Surface && mp_Context->makeCurrent(mp_Surface);
     if (current || !mp_Context) {
         delete mp_Fbo;
@@ -445,6 +503,7 @@ void VideoHandler::releaseGL()
     mp_Fbo = nullptr;
     delete mp_Drawer;
     mp_Drawer = nullptr;
+    store(m_ReleasePending, false);
 }
 
 bool VideoHandler::Grabber::hasEnoughMemory()
@@ -453,7 +512,7 @@ bool VideoHandler::Grabber::hasEnoughMemory()
     if (sysinfo(&info) != 0)
         return false;
     const quint64 chunk = quint32(mp_Handler->m_ChunkSize);
-    // What one byte array cannot hold does not fit, however much is free; a frame may come on top of the limit.
+    // A byte array cannot hold more, however much memory is free. A chunk may exceed its limit by one frame.
     if (chunk + frameBytes() > MaxBuffer)
         return false;
     return chunk < quint64(info.freeram + info.bufferram) * quint64(info.mem_unit);
@@ -464,10 +523,10 @@ QIODevice* VideoHandler::Grabber::createChunkFile()
     if (mp_Handler->m_UseMemory && hasEnoughMemory()) {
         auto* buffer = new QBuffer;
         if (buffer->open(QIODevice::ReadWrite)) {
-            MemoryFeeder::reserve(buffer, quint32(mp_Handler->m_ChunkSize) + frameBytes());
+            PagePrefaulter::reserve(buffer, quint32(mp_Handler->m_ChunkSize) + frameBytes());
             return buffer;
         }
-        // No file instead, on purpose.
+        // Not replaced by a file, on purpose.
         delete buffer;
         buffer = nullptr;
         Logger::log(ErrorLevel, SourceFile, __LINE__, __func__, nullptr, "Couldn't create temporary buffer");
@@ -482,14 +541,22 @@ QIODevice* VideoHandler::Grabber::createChunkFile()
     return nullptr;
 }
 
-QIODevice* VideoHandler::Grabber::rotated(QIODevice* chunk)
+QIODevice* VideoHandler::Grabber::rotateChunk(QIODevice* chunk, PagePrefaulter& prefaulter)
 {
-    // Compared as unsigned 32 bits: negative settings mean a very large limit.
+    // Compared as unsigned 32 bits, so a negative setting is a very large limit.
     if (chunk->size() < qint64(quint32(mp_Handler->m_ChunkSize)))
         return chunk;
-    // Whether the encoder takes it is not looked at, on purpose.
+    prefaulter.finish();
+    // The result is ignored on purpose: a refused chunk is neither deleted nor handed over again.
     mp_Handler->mp_Encoder->encodeVideoChunk(chunk, false);
     return createChunkFile();
+}
+
+void VideoHandler::Grabber::finishCapture(QIODevice* chunk, PagePrefaulter& prefaulter)
+{
+    prefaulter.finish();
+    mp_Handler->mp_Encoder->encodeVideoChunk(chunk, true);
+    mp_Handler->endCapture();
 }
 
 void VideoHandler::endCapture()
@@ -502,22 +569,22 @@ void VideoHandler::Grabber::run()
 {
     QIODevice* chunk = createChunkFile();
     if (!chunk)
-        return; // nothing else happens, by design: whoever stops the recording finds out
-    MemoryFeeder feeder;
+        return; // Nothing is handed over or reported, on purpose. The user has to stop the recording.
+    PagePrefaulter prefaulter;
     int carriedWait = 0;
-    // The wall clock on purpose; what it does at midnight or when it is set costs a frame or two.
+    // The wall clock on purpose: a clock change costs a frame or two.
     QT_WARNING_PUSH
     QT_WARNING_DISABLE_DEPRECATED
     QTime clock;
     clock.start();
     while (!load(m_Stop)) {
-        chunk = rotated(chunk);
+        chunk = rotateChunk(chunk, prefaulter);
         if (!chunk)
             break;
-        feeder.feed(chunk, frameBytes());
+        prefaulter.prefault(chunk, frameBytes());
         mp_Handler->grabPicture(chunk);
-        // The elapsed time contains the sleep before it, and that sleep is taken off once more: frames alternate
-        // between a sleep and none. The rhythm is kept as it is.
+        // The elapsed time includes the last sleep, which is subtracted a second time. So frames alternate between one
+        // sleep and none; this is intended.
         const int wait = PaceMs - clock.restart() - carriedWait;
         carriedWait = wait;
         if (wait > 0)
@@ -526,50 +593,26 @@ void VideoHandler::Grabber::run()
             carriedWait = 0;
     }
     QT_WARNING_POP
-    mp_Handler->mp_Encoder->encodeVideoChunk(chunk, true);
-    mp_Handler->endCapture();
+    finishCapture(chunk, prefaulter);
 }
 
 void VideoHandler::SyncedGrabber::run()
 {
     QIODevice* chunk = createChunkFile();
     if (!chunk)
-        return; // nothing else happens, by design: whoever stops the recording finds out
-    MemoryFeeder feeder;
-    TrajectoryHandler* trajectory = TrajectoryHandler::getInstance();
-    const int mode = trajectory->getSelectedMode();
-    tov::trajectory::TrajectoryInfo* plain = nullptr;
-    tov::trajectory::AdvancedTrajectoryInfo* advanced = nullptr;
-    quint64 position = 0, count = 0;
-    if (mode == TrajectoryHandler::ModePlain) {
-        plain = trajectory->getTrajectoryInfo();
-        position = plain->getPosition();
-        count = plain->getPoints().size();
-    } else if (mode == TrajectoryHandler::ModeAdvanced) {
-        advanced = trajectory->getAdvancedTrajectoryInfo();
-        position = advanced->getPosition();
-        count = advanced->getMatrixMapList() ? advanced->getMatrixMapList()->size() : 0;
+        return; // Nothing is handed over or reported, on purpose. The user has to stop the recording.
+    PagePrefaulter prefaulter;
+    Walk walk;
+    while (!load(m_Stop) && !walk.isAtEnd()) {
+        chunk = rotateChunk(chunk, prefaulter);
+        if (!chunk)
+            break;
+        emit mp_Handler->progressChanged(walk.percent());
+        walk.step();
+        prefaulter.prefault(chunk, frameBytes());
+        mp_Handler->grabPicture(chunk);
     }
-    if (!load(m_Stop) && position < count) {
-        do {
-            chunk = rotated(chunk);
-            if (!chunk)
-                break;
-            emit mp_Handler->progressChanged(int(double(position) / double(count) * 100.0));
-            if (plain) {
-                plain->setPosition(position);
-                count = plain->getPoints().size();
-            } else {
-                advanced->setPosition(position);
-                count = advanced->getMatrixMapList()->size();
-            }
-            ++position;
-            feeder.feed(chunk, frameBytes());
-            mp_Handler->grabPicture(chunk);
-        } while (!load(m_Stop) && count != 0 && count > position);
-    }
-    mp_Handler->mp_Encoder->encodeVideoChunk(chunk, true);
-    mp_Handler->endCapture();
+    finishCapture(chunk, prefaulter);
 }
 
 } // namespace tov::grab

@@ -8,6 +8,7 @@
 #include <QThread>
 
 class QIODevice;
+class QImage;
 class QOffscreenSurface;
 class QOpenGLContext;
 class QOpenGLFramebufferObject;
@@ -18,7 +19,8 @@ class ScenePanel;
 
 namespace tov::scene {
 class SceneDrawer;
-}
+class SceneElement;
+} // namespace tov::scene
 
 namespace tov::grab {
 
@@ -26,39 +28,40 @@ namespace video {
 class Encoder;
 }
 
-/// One recording of one scene panel: renders its view frame after frame on a capture thread, collects the raw frames in
-/// chunks and hands them to an encoder. Started once, ended with `stopGrabbing` or `abortGrabbing`.
+/// One recording of one scene panel: renders the panel's view frame by frame on a capture thread, collects the raw
+/// frames in chunks and hands the chunks to an encoder. End a recording with `stopGrabbing` or `abortGrabbing`.
 class TOV_EXPORT VideoHandler : public QObject
 {
     Q_OBJECT
 public:
     VideoHandler();
-    /// Aborts what is under way and waits until nothing that was posted can reach the object any more. Thread: any that
-    /// is no capture thread.
+    /// Aborts the recording, and waits until the workers that it has posted have run. Must not be called inside of a
+    /// worker while such a worker is pending, because workers run one after the other: the process ends with a fatal
+    /// message. Thread: any except a capture thread.
     ~VideoHandler() override;
 
-    /// Starts a free-running recording, paced at one frame per 40 ms. Sizes in pixels, rounded up to even numbers; 0
-    /// for either takes both from the panel. False, logged, when it could not start. Thread: application.
+    /// Starts a free-running recording with one frame per 40 ms. Sizes in pixels, rounded up to even numbers; if either
+    /// is 0, both are taken from the panel. False, logged, if the recording could not start. Thread: application.
     bool startGrabbing(const QString& filename, int width, int height, tov::gui::ScenePanel* panel);
-    /// Starts a recording that steps the selected trajectory, one frame a position from the current one on.
-    /// Thread: application.
+    /// Starts a recording that steps through the selected trajectory, one frame per position, from the current position
+    /// on. Otherwise like `startGrabbing`. Thread: application.
     bool startSyncedGrabbing(const QString& filename, int width, int height, tov::gui::ScenePanel* panel);
     /// Ends the capture and waits until everything captured has been encoded. Thread: command.
     void stopGrabbing();
-    /// Ends the capture, drops what is not encoded and removes the output. Thread: command.
+    /// Ends the capture, drops what is not encoded yet and removes the output file. Thread: command.
     void abortGrabbing();
-    /// True between a successful start and the end. Thread: that of its caller.
+    /// True between a successful start and the end of the recording. Thread: any.
     bool isGrabbing() const;
 
 signals:
-    /// Percent: of the trajectory while capturing, of the chunks while the rest is encoded; -1 = busy. Emitted on the
-    /// capture or runner thread.
+    /// Percent of the trajectory while capturing, percent of the remaining chunks while the rest is encoded; -1 if
+    /// unknown. Emitted on the capture thread or the runner thread.
     void progressChanged(int percent);
     /// The capture has ended and the last chunk has been handed over. Emitted on the capture thread.
     void grabbingFinished();
 
 private slots:
-    /// Waits for the frame in work, then lets the panel go. Runs on the thread that destroys the panel.
+    /// Waits for the current frame, then forgets the panel. Thread: the one that destroys the panel.
     void panelDestroyed(QObject* panel);
 
 private:
@@ -72,11 +75,12 @@ private:
     bool initGLFailed();
     void getMaxTextureSize(int& size);
     void grabPicture(QIODevice* chunk);
+    QImage renderFrame(tov::scene::SceneElement* root);
     void releaseGL();
     void reset();
     void endCapture();
 
-    bool m_Running = false;
+    bool m_Running = false; ///< reached through `load` and `store`
     QString m_FileName;
     tov::gui::ScenePanel* mp_Panel = nullptr;     ///< not owned; guarded by m_Mutex while capturing
     Grabber* mp_Grabber = nullptr;                ///< owned
@@ -88,11 +92,13 @@ private:
     int m_Height;                                 ///< pixels, even; set by the start
     int m_MaxTextureSize = 0;                     ///< pixels
     video::Encoder* mp_Encoder = nullptr;         ///< owned
-    qint32 m_ChunkSize = 104857600;               ///< bytes; 100 MiB until the settings are read, which count in MB
+    qint32 m_ChunkSize =
+        104857600; ///< bytes; 100 MiB until the start reads the settings, which are in units of 1000000 bytes
     int m_Fps = 25;
-    int m_Bitrate; ///< bits a second; set by the start
+    int m_Bitrate; ///< bits per second; set by the start
     bool m_UseMemory = true;
-    QMutex m_Mutex; ///< held for the whole of each frame
+    QMutex m_Mutex;                ///< held for the whole of each frame
+    bool m_ReleasePending = false; ///< `releaseGL` is posted but has not run yet; reached through `load` and `store`
 };
 
 } // namespace tov::grab

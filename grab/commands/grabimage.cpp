@@ -6,11 +6,12 @@
 #include "kernel/main/globalevents.h"
 // clang-format on
 
-#include "grab/applicationthread.h"
 #include "grab/commands/localvalue.h"
 #include "grab/commands/tilecopier.h"
 #include "grab/module/modulegrab.h"
-#include "grab/drawinglost.h"
+#include "grab/render/applicationthread.h"
+#include "grab/render/frame.h"
+#include "grab/render/offscreentarget.h"
 #include "grab/video/outputfile.h"
 #include "kernel/gui/fileparameterpanelfactory.h"
 #include "kernel/gui/zprogressdialog.h"
@@ -31,8 +32,8 @@
 #include "scene/drawing/sharedcontext.h"
 #include "scene/view/viewer.h"
 
-#include <QCoreApplication>
 #include <QApplication>
+#include <QFile>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QImage>
@@ -40,21 +41,22 @@
 #include <QOffscreenSurface>
 #include <QOpenGLContext>
 #include <QOpenGLFramebufferObject>
-#include <QThread>
 
 #include <boost/bind/bind.hpp>
 
 #include <GL/gl.h>
 
 #include <algorithm>
-#include <cmath>
 #include <cstdlib>
+#include <functional>
 #include <limits>
 #include <memory>
+#include <new>
+#include <utility>
 
 namespace tov::commands::grab {
 
-using tov::grab::onApplicationThread;
+using tov::grab::render::onApplicationThread;
 using tov::gui::ScenePanel;
 using tov::log::Logger;
 using tov::main::CommandDescriptor;
@@ -66,6 +68,7 @@ using tov::main::WorkerDelegate;
 using tov::scene::SceneDrawer;
 using tov::scene::Viewer;
 using tov::util::FunctionDelegate;
+namespace render = tov::grab::render;
 typedef tov::math::Matrix<double, 4u, 4u> Matrix;
 
 namespace {
@@ -80,9 +83,9 @@ constexpr int InteractiveSet = 1;
 constexpr int ProgrammaticSet = 10000;
 
 /// Largest edge of a tile, in pixels.
-constexpr int TileEdge = 512;
-/// Half the picture's height at distance 1. The field of view, about 46.29 degrees, is the picture's own, whatever a
-/// panel uses.
+constexpr int MaxTileEdge = 512;
+/// Half the height of the view at distance 1. Pictures have this field of view, about 46.29 degrees, whatever the
+/// projection of the panel.
 constexpr double HalfHeight = 0.4274205123390469;
 
 CommandDescriptor* makeDescriptor()
@@ -90,19 +93,35 @@ CommandDescriptor* makeDescriptor()
     return new CommandDescriptor(GrabImage::CommandName, QStringLiteral("Grabs an image of the scene"));
 }
 
-void setOverrideCursor()
+WorkerDelegate::InternalWorker* makeWorker(std::function<void()> function)
 {
-    Overseer::getInstance()->transmitWorker(new WorkerDelegate::InternalWorker(
-        new FunctionDelegate([] { QApplication::setOverrideCursor(QCursor(Qt::WaitCursor)); }), false));
+    return new WorkerDelegate::InternalWorker(new FunctionDelegate(std::move(function)), false);
 }
 
-void restoreOverrideCursor()
+/// Shows the wait cursor until the end of the scope, through workers that nobody waits for.
+class WaitCursor
 {
-    Overseer::getInstance()->transmitWorker(
-        new WorkerDelegate::InternalWorker(new FunctionDelegate([] { QApplication::restoreOverrideCursor(); }), false));
-}
+public:
+    WaitCursor() : mp_Restoring(makeWorker([] { QApplication::restoreOverrideCursor(); }))
+    {
+        Overseer::getInstance()->transmitWorker(makeWorker([] { QApplication::setOverrideCursor(Qt::WaitCursor); }));
+    }
+    WaitCursor(const WaitCursor&) = delete;
+    WaitCursor& operator=(const WaitCursor&) = delete;
+    ~WaitCursor()
+    {
+        try {
+            Overseer::getInstance()->transmitWorker(mp_Restoring);
+        } catch (const std::bad_alloc&) {
+            // Not even memory for an entry in the queue. The cursor is the least problem then.
+        }
+    }
 
-/// A double as an int, truncated towards zero; what does not fit ends at the nearest int.
+private:
+    WorkerDelegate::InternalWorker* mp_Restoring; ///< made in advance: the scope may end because memory ran out
+};
+
+/// Truncates towards zero. Values out of range give the nearest int.
 int truncated(double value)
 {
     if (!(value > std::numeric_limits<int>::min()))
@@ -112,8 +131,8 @@ int truncated(double value)
     return static_cast<int>(value);
 }
 
-/// A blank picture; null when there is no memory for it or nothing can be that large. The system hands out zeroed
-/// pages, which come when tiles are copied, on all cores.
+/// A blank picture; null if there is not enough memory or an image cannot be that large. The system provides zeroed
+/// pages when tiles are copied, on several cores.
 QImage makeBlankPicture(int width, int height)
 {
     constexpr int PixelBytes = 4;
@@ -128,6 +147,135 @@ QImage makeBlankPicture(int width, int height)
     if (picture.isNull())
         std::free(pixels);
     return picture;
+}
+
+bool isWritableFormat(const QString& fileName)
+{
+    const QList<QByteArray> formats = QImageWriter::supportedImageFormats();
+    return std::any_of(formats.begin(), formats.end(), [&fileName](const QByteArray& format) {
+        return fileName.endsWith(QLatin1Char('.') + QString::fromLatin1(format).toLower(), Qt::CaseInsensitive);
+    });
+}
+
+/// Saves in the format of the file name's suffix. A named pipe needs a reader that has it open already.
+bool savePicture(const QImage& picture, const QString& fileName)
+{
+    if (!tov::grab::video::isPipe(fileName))
+        return picture.save(fileName, nullptr, -1);
+    QFile pipe(fileName);
+    return tov::grab::video::openForWriting(pipe) &&
+           picture.save(&pipe, QFileInfo(fileName).suffix().toLatin1().constData(), -1) && pipe.flush();
+}
+
+/// One tile: its place in the view and its slice of the frustum at the near plane.
+struct Tile
+{
+    int row;           ///< 0 is the bottom of the view
+    int x0, y0;        ///< pixels in the picture, of the top left corner
+    int width, height; ///< pixels
+    double left, right, bottom, top;
+};
+
+/// How a picture is cut into tiles, row by row from the bottom of the view, each row from left to right.
+class TileGrid
+{
+public:
+    TileGrid(int width, int height, int edge)
+        : m_Width(width), m_Height(height), m_Edge(edge),
+          // Rounded up in 64 bits: sizes may be close to the largest int.
+          m_Columns(int((qint64(width) + edge - 1) / edge)), m_Rows(int((qint64(height) + edge - 1) / edge)),
+          m_LastWidth(width - (m_Columns - 1) * edge), m_LastHeight(height - (m_Rows - 1) * edge)
+    {}
+    qint64 count() const { return qint64(m_Columns) * m_Rows; }
+    /// Percent of the tiles before the i-th.
+    int progressAt(qint64 i) const { return truncated(double(i) / double(count()) * 100); }
+    Tile at(qint64 i) const
+    {
+        Tile tile;
+        tile.row = int(i / m_Columns);
+        const int column = int(i % m_Columns);
+        tile.height = tile.row < m_Rows - 1 ? m_Edge : m_LastHeight;
+        tile.width = column < m_Columns - 1 ? m_Edge : m_LastWidth;
+        tile.x0 = column * m_Edge;
+        // The short row is at the top of the picture.
+        tile.y0 = tile.row < m_Rows - 1 ? (m_Rows - 1 - tile.row) * m_Edge - (m_Edge - m_LastHeight) : 0;
+        const double top = SceneDrawer::ZNEAR * HalfHeight;
+        const double left = -top * m_Width / m_Height;
+        const double wholeWidth = 2 * top * m_Width / m_Height;
+        const double wholeHeight = 2 * top;
+        tile.left = tile.x0 * wholeWidth / m_Width + left;
+        tile.right = tile.left + tile.width * wholeWidth / m_Width;
+        tile.bottom = double(tile.row) * m_Edge * wholeHeight / m_Height - top;
+        tile.top = tile.bottom + tile.height * wholeHeight / m_Height;
+        return tile;
+    }
+
+private:
+    int m_Width, m_Height; ///< pixels, of the picture
+    int m_Edge;            ///< pixels
+    int m_Columns, m_Rows;
+    int m_LastWidth, m_LastHeight; ///< pixels, of the last column and the last row
+};
+
+/// Copies column by column. A pixel outside of the target gives a record and ends its column.
+void copyInOrder(QImage& target, const QImage& picture, const Tile& tile)
+{
+    for (int x = tile.x0; x < tile.x0 + tile.width; ++x)
+        for (int j = 0; j < tile.height; ++j) {
+            if (x >= target.width() || tile.y0 + j >= target.height()) {
+                Logger::log(ErrorLevel, SourceFile, __LINE__, "saveImage", nullptr,
+                            "setPixel(%d, %d) oversizes target image dimensions (%d, %d)", x, tile.y0 + j,
+                            target.width(), target.height());
+                break;
+            }
+            target.setPixel(x, tile.y0 + j, picture.pixel(x - tile.x0, j));
+        }
+}
+
+/// Copies a tile into place. The target may have another size than at the start.
+void copyIntoPlace(QImage& target, const QImage& picture, const Tile& tile)
+{
+    if (tile.x0 + tile.width <= target.width() && tile.y0 + tile.height <= target.height())
+        copyTile(target, picture, tile.x0, tile.y0);
+    else
+        copyInOrder(target, picture, tile);
+}
+
+/// Draws a tile into the bound framebuffer object and reads it back; null if that fails.
+QImage drawTile(SceneDrawer& drawer, tov::scene::SceneElement* root, const Matrix& transform, const Tile& tile,
+                const QOpenGLFramebufferObject& framebuffer)
+{
+    render::setDrawingState(drawer);
+    render::clearFrame(drawer, tile.width, tile.height);
+    render::setProjection(
+        [&tile] { glFrustum(tile.left, tile.right, tile.bottom, tile.top, SceneDrawer::ZNEAR, SceneDrawer::ZFAR); });
+    return render::drawAndRead(drawer, root, transform, SceneDrawer::LayersOfPicture, framebuffer);
+}
+
+/// Draws all tiles and copies them into the target. False, logged, if a framebuffer object could not be bound.
+bool renderTiles(QImage& target, const TileGrid& grid, SceneDrawer& drawer, tov::scene::SceneElement* root,
+                 const Matrix& transform, render::OffscreenTarget& offscreen,
+                 const std::function<void(int)>& showProgress)
+{
+    const char* const function = "saveImage";
+    for (qint64 i = 0; i < grid.count(); ++i) {
+        // Before the tile is drawn, so the dialog never shows 100. Whoever shows the value may also replace the image.
+        showProgress(grid.progressAt(i));
+        const Tile tile = grid.at(i);
+        QOpenGLFramebufferObject& framebuffer = offscreen.framebuffer(tile.width, tile.height);
+        if (!framebuffer.bind()) {
+            Logger::log(ErrorLevel, SourceFile, __LINE__, function, nullptr, "Couldn't bind framebuffer object!");
+            return false;
+        }
+        const QImage picture = drawTile(drawer, root, transform, tile, framebuffer);
+        framebuffer.release();
+        // A lost tile stays blank, and the next one is tried.
+        if (picture.isNull())
+            Logger::log(ErrorLevel, SourceFile, __LINE__, function, nullptr, "Couldn't read framebuffer object back!");
+        else
+            copyIntoPlace(target, picture, tile);
+    }
+    return true;
 }
 
 } // namespace
@@ -277,55 +425,55 @@ void GrabImage::execute()
     }
 }
 
-void GrabImage::executeInteractive()
+bool GrabImage::readParameters(QString& fileName, int& width)
 {
-    const char* const function = "execute";
     ParameterSet* set = getCurrentParameterSet();
-    if (!set || set->isEmpty())
-        return;
     Parameter<QString> fileNameParameter(QStringLiteral("noName"), QStringLiteral("noDesc"));
     const LocalValue fileNameValue(fileNameParameter);
     Parameter<int> widthParameter(QStringLiteral("noName"), QStringLiteral("noDesc"));
     const LocalValue widthValue(widthParameter);
     if (!m_TypeSolver.solve(fileNameParameter, set->at(0))) {
         qConsole("Parameter failure");
-        return;
+        return false;
     }
     if (!m_TypeSolver.solve(widthParameter, set->at(1))) {
-        Logger::log(InformationLevel, SourceFile, __LINE__, function, nullptr, "Parameter failure");
-        return;
+        Logger::log(InformationLevel, SourceFile, __LINE__, "execute", nullptr, "Parameter failure");
+        return false;
     }
-    const QString fileName = *static_cast<QString*>(fileNameParameter.getValuePointer());
+    fileName = *static_cast<QString*>(fileNameParameter.getValuePointer());
+    width = *static_cast<int*>(widthParameter.getValuePointer());
+    return true;
+}
 
-    const QList<QByteArray> formats = QImageWriter::supportedImageFormats();
-    const bool known = std::any_of(formats.begin(), formats.end(), [&fileName](const QByteArray& format) {
-        return fileName.endsWith(QLatin1Char('.') + QString::fromLatin1(format).toLower(), Qt::CaseInsensitive);
-    });
-    if (!known) {
+void GrabImage::executeInteractive()
+{
+    const char* const function = "execute";
+    ParameterSet* set = getCurrentParameterSet();
+    if (!set || set->isEmpty())
+        return;
+    QString fileName;
+    int width = 0;
+    if (!readParameters(fileName, width))
+        return;
+    if (!isWritableFormat(fileName)) {
         Logger::log(ErrorLevel, SourceFile, __LINE__, function, nullptr, "No valid image file extension selected");
         return;
     }
-
-    // The panel belongs to the application thread, where it may be closed at any time: it is tested and used there, in
-    // one piece of work.
-    // Another panel may become the active one meanwhile; size and view are of the same one.
-    bool panelThere = false;
-    int panelWidth = 1, panelHeight = 1;
+    // Panels may be closed at any time on the application thread, so the test and the use are one piece of work there.
+    // Size and view must come from the same panel, even if another one becomes active in between.
     QPointer<ScenePanel> panel;
+    int height = 0;
+    bool hasPanel = false;
     onApplicationThread([&] {
         panel = mp_Panel;
-        if (panel.isNull())
-            return;
-        panelThere = true;
-        panelWidth = panel->width();
-        panelHeight = panel->height();
+        hasPanel = !panel.isNull();
+        if (hasPanel)
+            height = truncated(double(panel->height()) / double(panel->width()) * double(width));
     });
-    if (!panelThere)
+    if (!hasPanel)
         return;
-    const int width = *static_cast<int*>(widthParameter.getValuePointer());
-    const int height = truncated(double(panelHeight) / double(panelWidth) * double(width));
     if (width < 2 || height < 2) {
-        // The misspelling is an old friend of scripts that look for the record.
+        // The misspelling stays: scripts search for this record.
         Logger::log(ErrorLevel, SourceFile, __LINE__, function, nullptr, "Target picture (%d x %d) size is to small!",
                     width, height);
         return;
@@ -335,41 +483,42 @@ void GrabImage::executeInteractive()
                     "Your graphics card doesn't support framebuffer objects - abort!");
         return;
     }
-    // Remembered before anything is rendered, so also when what follows fails.
+    // Stored before the picture is rendered, so it is stored even if rendering or saving fails.
     tovSettings().setValue(QLatin1String(DirectoryKey), QFileInfo(fileName).absolutePath());
-    setOverrideCursor();
-    // Blank, so that a failure later leaves no chance bytes in the file.
+    const WaitCursor waitCursor;
+    // Blank: a failure later must not leave random bytes in the file.
     QImage target = makeBlankPicture(width, height);
     if (target.isNull()) {
         Logger::log(ErrorLevel, SourceFile, __LINE__, function, nullptr,
                     "Couldn't create image buffer with size (%d x %d)", width, height);
-        restoreOverrideCursor();
         return;
     }
+    renderAndSave(target, panel, fileName);
+}
+
+void GrabImage::renderAndSave(QImage& target, const QPointer<ScenePanel>& panel, const QString& fileName)
+{
     updateProcessed(-1);
     updateText(QObject::tr("Building tiles"));
     Matrix transform;
+    bool hasPanel = false;
     onApplicationThread([&] {
-        panelThere = !panel.isNull();
-        if (panelThere)
+        hasPanel = !panel.isNull();
+        if (hasPanel)
             transform = panel->getScaledTransformMatrix();
     });
-    if (!panelThere) {
-        // Closed since the first look: nothing is left to picture.
-        restoreOverrideCursor();
+    if (!hasPanel)
         return;
-    }
     saveImage(&target, transform);
     updateText(QObject::tr("Saving image"));
-    // What rendering left out has been logged; the picture is saved all the same, on purpose.
+    // An incomplete picture is saved as well, on purpose: the failure has been logged.
     const QByteArray localName = fileName.toLocal8Bit();
-    if (tov::grab::video::isPipe(fileName) || !target.save(fileName, nullptr, -1))
-        Logger::log(ErrorLevel, SourceFile, __LINE__, function, nullptr, "Couldn't save image '%s'!",
+    if (savePicture(target, fileName))
+        Logger::log(InformationLevel, SourceFile, __LINE__, "execute", nullptr, "Image saved to '%s'",
                     localName.constData());
     else
-        Logger::log(InformationLevel, SourceFile, __LINE__, function, nullptr, "Image saved to '%s'",
+        Logger::log(ErrorLevel, SourceFile, __LINE__, "execute", nullptr, "Couldn't save image '%s'!",
                     localName.constData());
-    restoreOverrideCursor();
 }
 
 void GrabImage::executeProgrammatic()
@@ -380,8 +529,7 @@ void GrabImage::executeProgrammatic()
     auto* transform = tov::main::fetchTyped<Matrix>(set->at(1));
     auto* panel = tov::main::fetchTyped<ScenePanel>(set->at(2));
     mp_Panel = panel;
-    // A parameter of the wrong type, named above, or none at all: there is nothing to fill or nothing to see it
-    // through.
+    // A parameter has no value or the wrong type, which has been reported.
     if (!image || !transform)
         return;
     const int dpi = truncated(image->dotsPerMeterX() * 0.0254);
@@ -392,153 +540,42 @@ void GrabImage::executeProgrammatic()
 
 void GrabImage::saveImage(QImage* target, const Matrix& transform)
 {
-    const int targetWidth = target->width();
-    const int targetHeight = target->height();
+    const int width = target->width();
+    const int height = target->height();
     const tov::util::ZPointer<tov::scene::Scene> scene = Viewer::getInstance()->getGlobalScene();
-    tov::scene::SceneElement* root = scene->getRootNode();
-    if (!root)
+    if (!scene->getRootNode())
         return;
-    auto* drawer = new SceneDrawer(scene);
-
-    QOpenGLContext* shared = tov::scene::_GlobalContext()->glContext();
-    const QSurfaceFormat format = shared ? shared->format() : QSurfaceFormat();
-    QOpenGLContext* context = nullptr;
-    QOffscreenSurface* surface = nullptr;
-    QThread* const renderThread = QThread::currentThread();
-    // Surfaces may be made on the application thread only.
-    onApplicationThread([&] {
-        context = new QOpenGLContext;
-        context->setShareContext(shared);
-        if (!context->create()) {
-            delete context;
-            context = nullptr;
-            return;
-        }
-        context->moveToThread(renderThread);
-        surface = new QOffscreenSurface;
-        surface->setFormat(format);
-        surface->create();
-        surface->moveToThread(renderThread);
-    });
-    if (!context) {
+    auto drawer = std::make_unique<SceneDrawer>(scene);
+    render::OffscreenTarget offscreen;
+    if (!offscreen.create()) {
         Logger::log(ErrorLevel, SourceFile, __LINE__, __func__, nullptr, "Could not create OpenGL context!");
-        delete drawer;
         return;
     }
-    if (!context->makeCurrent(surface)) {
-        Logger::log(ErrorLevel, SourceFile, __LINE__, __func__, nullptr, "Current OpenGL context is invalid!");
-        surface->destroy();
-        delete surface;
-        delete context;
-        delete drawer;
-        return;
-    }
-
     GLint maxTextureSize = 0;
-    glGetIntegerv(GL_MAX_TEXTURE_SIZE, &maxTextureSize);
-    const int tile = std::min<int>(maxTextureSize, TileEdge);
+    if (offscreen.makeCurrent())
+        glGetIntegerv(GL_MAX_TEXTURE_SIZE, &maxTextureSize);
+    if (maxTextureSize <= 0) {
+        Logger::log(ErrorLevel, SourceFile, __LINE__, __func__, nullptr, "Current OpenGL context is invalid!");
+        return;
+    }
+    const TileGrid grid(width, height, std::min<int>(maxTextureSize, MaxTileEdge));
 
     tov::scene::SceneLocker locker(scene.get(), tov::scene::SceneLocker::LOCKTYPE(7));
-    // Until now the scene could change: the element seen above may be gone, while this one stays. Null draws nothing.
-    root = scene->getRootNode();
     auto progress = std::make_unique<tov::util::ZProgressDialog>(QStringLiteral("Building Picture"), false);
-
-    // Rounded up without overflow: sizes near the largest int are cut down to the same result.
-    const int columns = int((qint64(targetWidth) + tile - 1) / tile);
-    const int rows = int((qint64(targetHeight) + tile - 1) / tile);
-    const qint64 count = qint64(columns) * rows;
-    const int lastWidth = targetWidth - (columns - 1) * tile;
-    const int lastHeight = targetHeight - (rows - 1) * tile;
-
-    const double nearPlane = SceneDrawer::ZNEAR;
-    const double farPlane = SceneDrawer::ZFAR;
-    const double top = nearPlane * HalfHeight;
-    const double left = -top * targetWidth / targetHeight;
-
-    // Copies while the next tile is drawn; whatever way this function is left, what was handed over is in place then.
-    TileCopier copier(target);
-    QOpenGLFramebufferObject* fbo = nullptr;
-    int fboWidth = -1, fboHeight = -1;
-    for (qint64 i = 0; i < count; ++i) {
-        // On the application thread whoever shows the progress is called at once and may replace the image: no tile is
-        // under way then.
-        if (QThread::currentThread() == QCoreApplication::instance()->thread())
-            copier.finish();
-        // Set before the tile is drawn, so that the dialog never shows 100.
-        progress->setValue(truncated(double(i) / double(count) * 100));
-        const int row = int(i / columns);
-        const int column = int(i % columns);
-        const int tileHeight = row < rows - 1 ? tile : lastHeight;
-        const int tileWidth = column < columns - 1 ? tile : lastWidth;
-        if (!fbo || tileWidth != fboWidth || tileHeight != fboHeight) {
-            delete fbo;
-            fbo = new QOpenGLFramebufferObject(tileWidth, tileHeight, QOpenGLFramebufferObject::CombinedDepthStencil,
-                                               GL_TEXTURE_2D, GL_RGBA8);
-            fboWidth = tileWidth;
-            fboHeight = tileHeight;
-        }
-        if (!fbo->bind()) {
-            Logger::log(ErrorLevel, SourceFile, __LINE__, __func__, nullptr, "Couldn't bind framebuffer object!");
-            copier.finish();
-            delete fbo;
-            context->doneCurrent();
-            surface->destroy();
-            progress.reset();
-            locker.unlock();
-            delete surface;
-            delete context;
-            delete drawer;
-            return;
-        }
-        const QColor background = drawer->getBackgroundColor();
-        glClearColor(float(background.redF()), float(background.greenF()), float(background.blueF()), 0.0f);
-        glShadeModel(GL_SMOOTH);
-        glEnable(GL_DEPTH_TEST);
-        glEnable(GL_LIGHTING);
-        glEnable(GL_COLOR_MATERIAL);
-        drawer->resize(tileWidth, tileHeight);
-        glColorMask(GL_TRUE, GL_TRUE, GL_TRUE, GL_TRUE);
-        glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
-
-        glMatrixMode(GL_PROJECTION);
-        glLoadIdentity();
-        const int x0 = column * tile;
-        const double wholeWidth = 2 * top * targetWidth / targetHeight;
-        const double wholeHeight = 2 * top;
-        const double l = x0 * wholeWidth / targetWidth + left;
-        const double r = l + tileWidth * wholeWidth / targetWidth;
-        const double b = double(row) * tile * wholeHeight / targetHeight - top;
-        const double t = b + tileHeight * wholeHeight / targetHeight;
-        glFrustum(l, r, b, t, nearPlane, farPlane);
-
-        glMatrixMode(GL_MODELVIEW);
-        glLoadIdentity();
-        glEnable(GL_LIGHT0);
-        drawer->glDraw(root, nullptr, transform, 0.0, 3, 7);
-        glFlush();
-        // Asked for twice: Qt forgets what stands before it reads.
-        const bool spoilt = tov::grab::isDrawingLost();
-        const QImage picture = fbo->toImage();
-        const bool lost = tov::grab::isDrawingLost() || spoilt || picture.isNull();
-        fbo->release();
-
-        // The bottom row of tiles is row 0; the short one stands at the top of the picture.
-        const int y0 = row < rows - 1 ? (rows - 1 - row) * tile - (tile - lastHeight) : 0;
-        // The tile stays blank, and the others are tried.
-        if (lost)
-            Logger::log(ErrorLevel, SourceFile, __LINE__, __func__, nullptr, "Couldn't read framebuffer object back!");
-        else
-            copier.copy(picture, x0, y0, tileWidth, tileHeight);
+    const auto showProgress = [&progress](int percent) { progress->setValue(percent); };
+    // Queried again: the scene could change until it was locked. Null draws nothing.
+    if (!renderTiles(*target, grid, *drawer, scene->getRootNode(), transform, offscreen, showProgress)) {
+        offscreen.deleteFramebuffer();
+        offscreen.release();
+        progress.reset();
+        locker.unlock();
+        return;
     }
-    copier.finish();
-    delete fbo;
-    delete drawer;
-    context->doneCurrent();
-    surface->destroy();
+    offscreen.deleteFramebuffer();
+    drawer.reset();
+    offscreen.release();
     locker.unlock();
     progress.reset();
-    delete surface;
-    delete context;
 }
 
 } // namespace tov::commands::grab

@@ -1,14 +1,14 @@
 #include "grab/commands/grabvideo.h"
 
 // clang-format off
-// The order matters: each list declares its events when the library is loaded.
+// The order matters: each list registers its events when the library is loaded.
 #include "scene/events.h"
 #include "kernel/main/globalevents.h"
 // clang-format on
 
-#include "grab/applicationthread.h"
 #include "grab/commands/localvalue.h"
 #include "grab/module/modulegrab.h"
+#include "grab/render/applicationthread.h"
 #include "grab/video/videoencoder.h"
 #include "grab/videohandler.h"
 #include "kernel/gui/fileparameterpanelfactory.h"
@@ -33,7 +33,7 @@
 
 namespace tov::commands::grab {
 
-using tov::grab::onApplicationThread;
+using tov::grab::render::onApplicationThread;
 using tov::gui::ScenePanel;
 using tov::log::Logger;
 using tov::main::CommandGUIDescriptor;
@@ -50,7 +50,7 @@ constexpr int InformationLevel = tov::log::LevelInformation;
 
 const char* const DirectoryKey = "lastGrabVideoDirectory";
 
-// Support staff look records up by these line numbers, so they are literals and stay whatever moves.
+// Support staff search for records by these line numbers, so they are literals and never change.
 constexpr int ParameterLines[4] = {185, 192, 199, 206};
 constexpr int SizeLine = 219;
 constexpr int NoPanelLine = 226;
@@ -64,7 +64,7 @@ void log(int level, int line, const QString& message)
     Logger::log(level, SourceFile, line, "execute", nullptr, message);
 }
 
-/// 1 to 15. The unsigned comparison lets zero (the panel's size) and negative numbers through, on purpose.
+/// True for 1 to 15. Zero (the panel's size) and negative numbers pass the unsigned comparison, on purpose.
 bool isTooSmall(int size)
 {
     return unsigned(size) - 1u < 15u;
@@ -100,7 +100,7 @@ GrabVideo::GrabVideo()
     auto* height = new Parameter<int>(QStringLiteral("height"), QObject::tr("Height of the video (0=window-height)"));
     height->setDefaultParameterForDefaultGUI(QStringLiteral("0"));
     set->addParameter(height);
-    // The numbers in the description are the wrong way round, and stay as people know them; the flag itself counts.
+    // The numbers in the description are inverted; the text is kept because users know it.
     auto* sync = new Parameter<bool>(
         QStringLiteral("sync"),
         QObject::tr("If enabled (0=true, 1=false) then the grabbing will be synced with the collisionpath steps"));
@@ -124,7 +124,7 @@ GrabVideo::~GrabVideo()
 
 tov::main::Command* GrabVideo::clone() const
 {
-    // A command that cannot be cloned stops the process in the next line: it is not guarded, on purpose.
+    // Not guarded on purpose: a command that cannot be cloned crashes in the next line.
     auto* copy = static_cast<GrabVideo*>(Command::clone());
     tov::main::EventManager::getInstance()->unregisterAllEventFunctionsOf(static_cast<tov::main::Command*>(copy));
     auto* prototype = const_cast<GrabVideo*>(this);
@@ -147,7 +147,8 @@ QFileDialog* GrabVideo::createSaveDialog()
     QString defaultSuffix;
     for (const auto& [extension, description] : tov::grab::video::VideoEncoder::getInstance()->getLoadableFiles()) {
         const QString lower = extension.toLower();
-        filters << QStringLiteral("%1 (*.%2)").arg(description, lower);
+        // In sequence on purpose: a placeholder in the description is filled with the extension.
+        filters << QStringLiteral("%1 (*.%2)").arg(description).arg(lower);
         if (defaultSuffix.isEmpty())
             defaultSuffix = lower;
     }
@@ -192,8 +193,8 @@ bool GrabVideo::readParameters(Request& request)
     return true;
 }
 
-/// From the test of the active panel to the start of the recording, in one piece of work on the application thread: no
-/// panel dies between test and use. True when the recording runs.
+/// From the test of the active panel to the start of the recording. Runs as one worker on the application thread, so no
+/// panel is destroyed between test and use. True if the recording has started.
 bool GrabVideo::begin(const Request& request)
 {
     if (mp_ActivePanel.isNull()) {
@@ -251,6 +252,26 @@ void GrabVideo::execute()
 {
     if (getCurrentParameterSetId() != 0)
         return;
+    acceptStops(true);
+    struct End
+    {
+        GrabVideo* command;
+        ~End() { command->acceptStops(false); }
+    } const end{this};
+    run();
+}
+
+void GrabVideo::acceptStops(bool accepts)
+{
+    std::lock_guard<std::mutex> guard(m_WaitMutex);
+    m_AcceptsStops = accepts;
+    // A stop before the first run is kept for that run.
+    if (!accepts)
+        m_StopPending = false;
+}
+
+void GrabVideo::run()
+{
     Request request;
     if (!readParameters(request)) {
         enableOrigin();
@@ -288,19 +309,19 @@ void GrabVideo::releaseWaiter()
     std::lock_guard<std::mutex> guard(m_WaitMutex);
     if (mp_WaitSemaphore)
         mp_WaitSemaphore->release();
-    else
+    else if (m_AcceptsStops)
         m_StopPending = true;
 }
 
 void GrabVideo::disconnectPanel()
 {
-    // A stop by the user and the end of the capture may meet here: the handle serves one of them only.
+    // The user's stop and the end of the capture may come at the same time: only one of them gets the handle.
     QMetaObject::Connection connection;
     {
         std::lock_guard<std::mutex> guard(m_WaitMutex);
         m_PanelLetGo = true;
-        // Cutting a connection reaches into the panel, which may be dying on its own thread at this moment: elsewhere
-        // the flag stands for the cut, and the application thread makes it when it forgets the panel.
+        // Disconnecting uses the panel, which the application thread may destroy right now. Other threads only set the
+        // flag; the application thread disconnects in `forgetPanel`.
         if (QThread::currentThread() != Overseer::getInstance()->getApplicationThread())
             return;
         std::swap(connection, m_PanelConnection);
@@ -317,7 +338,7 @@ void GrabVideo::abort()
 
 void GrabVideo::grabbingPanelClosed()
 {
-    // The handler is let go here where `abort` lets the panel go; both as they are, on purpose.
+    // Disconnects the handler where `abort` disconnects the panel; the asymmetry is intended.
     {
         std::lock_guard<std::mutex> guard(m_WaitMutex);
         if (m_PanelLetGo)

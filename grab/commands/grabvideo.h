@@ -30,7 +30,7 @@ class ParameterPanelFactory;
 namespace tov::commands::grab {
 
 /// The command "grabvideo": records a video of the active scene panel. The prototype follows the active panel and is
-/// cloned for each recording; several panels may be recorded at once, one panel only once.
+/// cloned for each recording. Several panels can be recorded at the same time, each of them by one command.
 class TOV_EXPORT GrabVideo : public QObject, public tov::main::Command
 {
     Q_OBJECT
@@ -44,16 +44,17 @@ public:
     GrabVideo();
     ~GrabVideo() override;
 
-    /// A copy that records, and no longer follows the active panel; this one is disabled until the recording lets it
-    /// go. The caller owns the copy. Thread: application.
+    /// A copy for one recording, which does not follow the active panel. This command is disabled until that recording
+    /// enables it again. The caller owns the copy. Thread: application.
     tov::main::Command* clone() const override;
-    /// Records until stopped, until the trajectory has been walked or until the panel is closed; returns when the file
-    /// is written. All failures are logged. Thread: command.
+    /// Records until `abort` is called, the trajectory ends or the panel is closed. Returns when the file is written.
+    /// All failures are logged. Thread: command.
     void execute() override;
-    /// Stops the recording; what was captured is encoded. Thread: any.
+    /// Stops the recording; the captured frames are encoded. Before the first `execute` it stops that run as soon as it
+    /// has started; after a run has ended it does nothing. Thread: any.
     void abort() override;
 
-    /// The save dialog of the parameter "filename", with the formats that encoders are loaded for; the caller owns it.
+    /// The save dialog of the parameter "filename", with the formats of the loaded encoders. The caller owns it.
     /// Thread: application.
     QFileDialog* createSaveDialog();
     /// Handler of "SCENEPANEL_CHANGED". Thread: application.
@@ -65,7 +66,7 @@ private slots:
     void progressChanged(int value);
 
 private:
-    /// What the run is asked for.
+    /// The arguments of a run.
     struct Request
     {
         QString fileName;
@@ -75,15 +76,17 @@ private:
     };
 
     bool readParameters(Request& request);
+    void acceptStops(bool accepts);
+    void run();
     bool begin(const Request& request);
     void forgetPanel();
     void enableOrigin();
     void releaseWaiter();
     void disconnectPanel();
 
-    // Both are touched on the application thread only, where the event callback runs too: there is no lock.
+    // Both are used on the application thread only, where the event callback runs as well, so they need no lock.
     static QPointer<tov::gui::ScenePanel> mp_ActivePanel;
-    static std::set<tov::gui::ScenePanel*> m_PanelSet; ///< those under recording
+    static std::set<tov::gui::ScenePanel*> m_PanelSet; ///< the panels that are being recorded
 
     tov::main::ParameterPanelFactory* mp_PanelFactory = nullptr; ///< owned
     tov::gui::ScenePanel* mp_GrabbedPanel = nullptr;             ///< not owned; application thread only
@@ -91,12 +94,13 @@ private:
     tov::grab::VideoHandler* mp_Handler = nullptr;               ///< owned
     GrabVideo* mp_Origin = nullptr;                              ///< the prototype of a copy; not owned
     bool m_PanelClosed = false;                                  ///< reached through std::atomic_ref
-    bool m_StopPending = false; ///< guarded by m_WaitMutex; an abort came before there was something to wait for
-    bool m_PanelLetGo = false;  ///< guarded by m_WaitMutex; the panel's end no longer concerns this run
-    QMetaObject::Connection m_PanelConnection;    ///< guarded by m_WaitMutex; cut on the application thread
-    QMetaObject::Connection m_FinishedConnection; ///< the handler's
-    QMetaObject::Connection m_ProgressConnection; ///< the handler's
-    std::mutex m_WaitMutex;                       ///< an abort may come before the beginning and after the end
+    bool m_AcceptsStops = true; ///< guarded by m_WaitMutex; false after a run has ended
+    bool m_StopPending = false; ///< guarded by m_WaitMutex; `abort` was called before there was a semaphore
+    bool m_PanelLetGo = false;  ///< guarded by m_WaitMutex; this run ignores the end of the panel
+    QMetaObject::Connection m_PanelConnection;    ///< guarded by m_WaitMutex; disconnected on the application thread
+    QMetaObject::Connection m_FinishedConnection; ///< of the handler
+    QMetaObject::Connection m_ProgressConnection; ///< of the handler
+    std::mutex m_WaitMutex;                       ///< `abort` may be called before and after a run, too
 };
 
 } // namespace tov::commands::grab

@@ -1,7 +1,7 @@
 #include "grab/commands/setvideosettings.h"
 
 // clang-format off
-// Declares the events when the library is loaded.
+// Registers the events when the library is loaded.
 #include "kernel/main/globalevents.h"
 // clang-format on
 
@@ -29,7 +29,7 @@ using tov::main::ParameterSet;
 
 namespace {
 
-// Keys of the settings and what holds while they are absent: texts, as the store keeps them.
+// Keys of the settings, and their defaults as the texts that the store would hold.
 const char* const TempFileSizeKey = "settings/grabvideotempfilesize";
 const char* const FpsKey = "settings/grabvideofps";
 const char* const KbpsKey = "settings/grabvideokbps";
@@ -130,7 +130,7 @@ void SetVideoSettings::execute()
         qConsole("Parameter failure");
         return;
     }
-    // Zero stays zero while anything negative becomes one: old settings files have it so.
+    // Asymmetric on purpose: zero stays zero, but negative values become one.
     int tempFileSize = *static_cast<int*>(tempFileSizeParameter.getValuePointer());
     tempFileSize = tempFileSize < 0 ? 1 : std::min(tempFileSize, MaxTempFileSize);
     int fps = *static_cast<int*>(fpsParameter.getValuePointer());
@@ -139,7 +139,7 @@ void SetVideoSettings::execute()
     kbps = kbps >= MinKbps ? kbps : MinKbps;
     const bool useMemory = *static_cast<bool*>(useMemoryParameter.getValuePointer());
 
-    // Each default follows its setting, so that the dialog next shows what was stored.
+    // The defaults follow the settings, so the dialog shows the stored values the next time.
     auto& settings = tovSettings();
     settings.setValue(QLatin1String(TempFileSizeKey), tempFileSize);
     set->at(0)->setDefaultParameterForDefaultGUI(QString::number(tempFileSize));

@@ -11,7 +11,7 @@ class ParameterPanelFactory;
 
 namespace tov::commands::grab {
 
-/// The settings command "setvideosettings": chunk size, frame rate, bit rate and use of memory for recordings.
+/// The settings command "setvideosettings": chunk size, frame rate, bit rate and use of memory of recordings.
 class TOV_EXPORT SetVideoSettings : public tov::main::SettingsCommand
 {
 public:
@@ -20,14 +20,14 @@ public:
     /// A new command; the caller owns it. Thread: application.
     static tov::main::Command* create();
 
-    /// Reads the stored values as the dialog's defaults. Thread: application.
+    /// Reads the stored values as the defaults of the dialog. Thread: application.
     SetVideoSettings();
     ~SetVideoSettings() override;
 
-    /// Stores the parameters, cut to their ranges, and fires "SETTINGS_CHANGED". Thread: command.
+    /// Stores the parameters, clamped to their ranges, and fires "SETTINGS_CHANGED". Thread: command.
     void execute() override;
 
-    /// The slider of the chunk size, 1 to 1000 megabytes, at the stored value; the caller owns it. Thread: application.
+    /// A slider for the chunk size, 1 to 1000 megabytes, at the stored value. The caller owns it. Thread: application.
     QSlider* createTempFileSizeSlider();
 
 private:

@@ -1,127 +1,98 @@
 #include "grab/commands/tilecopier.h"
 
-#include "kernel/log/logger.h"
+#include <QImage>
 
 #include <algorithm>
-#include <system_error>
+#include <exception>
+#include <thread>
+#include <vector>
+
+#include <pthread.h>
 
 namespace tov::commands::grab {
 
-using tov::log::Logger;
-
 namespace {
 
-/// Tiles that may wait: enough that neither side idles.
-constexpr std::size_t MaxWaiting = 3;
-constexpr unsigned MaxThreads = 4;
+constexpr int MaxShares = 4;
+/// Smaller tiles are copied faster than a thread is started.
+constexpr int MinPixelsPerShare = 128 * 128;
 
-} // namespace
-
-TileCopier::TileCopier(QImage* target) : mp_Target(target)
+/// A block of adjacent columns of the tile.
+struct Columns
 {
-    m_Shares = int(std::clamp(std::thread::hardware_concurrency(), 1u, MaxThreads));
-    try {
-        for (int share = 0; share < m_Shares; ++share)
-            m_Threads.emplace_back([this, share] { work(share); });
-    } catch (const std::system_error&) {
-        // Not enough threads are to be had: then tiles are copied where they come.
-        end();
-    }
+    int begin;
+    int end;
+};
+
+Columns columnsOf(int width, int share, int shares)
+{
+    return {int(qint64(width) * share / shares), int(qint64(width) * (share + 1) / shares)};
 }
 
-TileCopier::~TileCopier()
+void copyColumns(QImage& target, const QImage& tile, int x0, int y0, Columns columns)
 {
-    end();
+    for (int x = columns.begin; x < columns.end; ++x)
+        for (int y = 0; y < tile.height(); ++y)
+            target.setPixel(x0 + x, y0 + y, tile.pixel(x, y));
 }
 
-void TileCopier::end()
+/// An image of its own on the target's pixels: `setPixel` writes to counters of the image, which threads cannot share.
+QImage makeView(QImage& target)
 {
-    finish();
-    {
-        std::lock_guard<std::mutex> guard(m_Mutex);
-        m_Ending = true;
-        m_Changed.notify_all();
-    }
-    for (std::thread& thread : m_Threads)
-        thread.join();
-    m_Threads.clear();
-}
-
-QImage TileCopier::makeView() const
-{
-    QImage view(const_cast<uchar*>(mp_Target->constBits()), mp_Target->width(), mp_Target->height(),
-                mp_Target->bytesPerLine(), mp_Target->format());
-    if (mp_Target->colorCount() > 0)
-        view.setColorTable(mp_Target->colorTable());
+    QImage view(target.bits(), target.width(), target.height(), target.bytesPerLine(), target.format());
+    if (target.colorCount() > 0)
+        view.setColorTable(target.colorTable());
     return view;
 }
 
-void TileCopier::copy(const QImage& tile, int x0, int y0, int width, int height)
+int shareCount(const QImage& target, const QImage& tile)
 {
-    // The target as it is now, its pixels its own, as `setPixel` would make them.
-    mp_Target->detach();
-    Tile entry{tile, {}, x0, y0, width, height, m_Shares};
-    for (int share = 0; share < m_Shares; ++share)
-        entry.views.push_back(makeView());
-    if (m_Threads.empty()) {
-        for (int share = 0; share < m_Shares; ++share)
-            copyShare(entry, share, m_Shares);
+    // Pixels that share a byte cannot be written by two threads.
+    if (target.depth() < 8)
+        return 1;
+    const int cores = std::clamp(int(std::thread::hardware_concurrency()), 1, MaxShares);
+    return std::clamp(int(qint64(tile.width()) * tile.height() / MinPixelsPerShare), 1, cores);
+}
+
+/// Starts threads for the shares from 1 on, as far as the system allows. Returns how many were started.
+int startHelpers(std::vector<QImage>& views, std::vector<std::thread>& helpers, const QImage& tile, int x0, int y0,
+                 int shares)
+{
+    try {
+        for (int share = 1; share < shares; ++share) {
+            QImage& view = views[std::size_t(share)];
+            helpers.emplace_back([&view, &tile, x0, y0, share, shares] {
+                pthread_setname_np(pthread_self(), "TileCopier");
+                copyColumns(view, tile, x0, y0, columnsOf(tile.width(), share, shares));
+            });
+        }
+    } catch (const std::exception&) {
+        // No thread or no memory for one: the caller copies the rest.
+    }
+    return int(helpers.size());
+}
+
+} // namespace
+
+void copyTile(QImage& target, const QImage& tile, int x0, int y0)
+{
+    const int shares = shareCount(target, tile);
+    std::vector<QImage> views;
+    std::vector<std::thread> helpers;
+    try {
+        helpers.reserve(std::size_t(shares));
+        for (int share = 0; share < shares; ++share)
+            views.push_back(makeView(target));
+    } catch (const std::exception&) {
+        copyColumns(target, tile, x0, y0, {0, tile.width()});
         return;
     }
-    std::unique_lock<std::mutex> lock(m_Mutex);
-    m_Changed.wait(lock, [this] { return m_Tiles.size() < MaxWaiting; });
-    m_Tiles.push_back(std::move(entry));
-    m_Changed.notify_all();
-}
-
-void TileCopier::finish()
-{
-    std::unique_lock<std::mutex> lock(m_Mutex);
-    m_Changed.wait(lock, [this] { return m_Tiles.empty(); });
-}
-
-void TileCopier::work(int share)
-{
-    quint64 next = 0;
-    std::unique_lock<std::mutex> lock(m_Mutex);
-    for (;;) {
-        m_Changed.wait(lock, [&] { return m_Ending || next < m_Dropped + m_Tiles.size(); });
-        if (next >= m_Dropped + m_Tiles.size())
-            return;
-        // A tile stays in the queue until the last share is done, so the reference holds; the end of the queue moves
-        // only.
-        Tile& tile = m_Tiles[std::size_t(next - m_Dropped)];
-        lock.unlock();
-        copyShare(tile, share, m_Shares);
-        lock.lock();
-        --m_Tiles[std::size_t(next - m_Dropped)].sharesLeft;
-        ++next;
-        while (!m_Tiles.empty() && m_Tiles.front().sharesLeft == 0) {
-            m_Tiles.pop_front();
-            ++m_Dropped;
-        }
-        m_Changed.notify_all();
-    }
-}
-
-void TileCopier::copyShare(Tile& tile, int share, int shares)
-{
-    QImage& view = tile.views[std::size_t(share)];
-    const int begin = tile.x0 + int(qint64(tile.width) * share / shares);
-    const int end = tile.x0 + int(qint64(tile.width) * (share + 1) / shares);
-    const int targetWidth = view.width(), targetHeight = view.height();
-    for (int x = begin; x < end; ++x) {
-        for (int j = 0; j < tile.height; ++j) {
-            // Pixel by pixel, each checked, on purpose.
-            if (x >= targetWidth || tile.y0 + j >= targetHeight) {
-                Logger::log(tov::log::LevelError, "commands/grabimage", __LINE__, "saveImage", nullptr,
-                            "setPixel(%d, %d) oversizes target image dimensions (%d, %d)", x, tile.y0 + j, targetWidth,
-                            targetHeight);
-                break;
-            }
-            view.setPixel(x, tile.y0 + j, tile.picture.pixel(x - tile.x0, j));
-        }
-    }
+    const int started = startHelpers(views, helpers, tile, x0, y0, shares);
+    copyColumns(views[0], tile, x0, y0, columnsOf(tile.width(), 0, shares));
+    for (int share = started + 1; share < shares; ++share)
+        copyColumns(views[0], tile, x0, y0, columnsOf(tile.width(), share, shares));
+    for (std::thread& helper : helpers)
+        helper.join();
 }
 
 } // namespace tov::commands::grab

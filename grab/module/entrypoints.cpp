@@ -3,13 +3,13 @@
 
 using tov::grab::ModuleGrab;
 
-/// The module's factory, made at first use. Called by the host right after it has loaded the library.
+/// The module's factory, created on first use. The host calls this right after it has loaded the library.
 extern "C" TOV_EXPORT tov::main::ModuleFactory* getFactory()
 {
     return ModuleGrab::ModuleGrabFactory::getInstance();
 }
 
-/// Destroys the factory; where there is none, one is made and destroyed at once. Called by the host right before it
+/// Destroys the factory; if there is none, creates one and destroys it at once. The host calls this right before it
 /// unloads the library.
 extern "C" TOV_EXPORT void recycleFactory()
 {

@@ -1,6 +1,7 @@
 #include "grab/video/encoder.h"
 
 #include "grab/video/outputfile.h"
+#include "grab/video/pluginname.h"
 #include "kernel/log/logger.h"
 
 #include <QFile>
@@ -20,7 +21,7 @@ namespace {
 const char* const SourceFile = "video/encoder";
 constexpr int ErrorLevel = tov::log::LevelError;
 
-/// Flags and states are plain fields that two threads share.
+/// Two threads share flags and states, which are plain fields.
 template <typename T>
 T load(T& field)
 {
@@ -33,26 +34,35 @@ void store(T& field, T value)
     std::atomic_ref<T>(field).store(value);
 }
 
-/// Calls a plug-in's hook; an exception that leaves it gets one record and counts as false.
+/// The name of the plug-in that an encoder comes from: the library that holds its virtual table.
+QByteArray pluginNameOf(const Encoder* encoder)
+{
+    return video::pluginNameOf(*reinterpret_cast<const void* const*>(encoder)).toLocal8Bit();
+}
+
+/// Calls a hook of a plug-in. An exception gives one record and counts as false.
 template <typename Hook>
-bool fenced(const char* name, Hook hook)
+bool callHook(const Encoder* encoder, const char* name, Hook hook)
 {
     try {
         return hook();
     } catch (const std::exception& e) {
-        Logger::log(ErrorLevel, SourceFile, __LINE__, name, nullptr, "The encoder threw an exception: %s", e.what());
+        Logger::log(ErrorLevel, SourceFile, __LINE__, name, nullptr,
+                    "The video encoder plugin '%s' threw an exception: %s", pluginNameOf(encoder).constData(),
+                    e.what());
     } catch (...) {
-        Logger::log(ErrorLevel, SourceFile, __LINE__, name, nullptr, "The encoder threw an exception");
+        Logger::log(ErrorLevel, SourceFile, __LINE__, name, nullptr, "The video encoder plugin '%s' threw an exception",
+                    pluginNameOf(encoder).constData());
     }
     return false;
 }
 
 } // namespace
 
-// The four output parameters are left unset on purpose: `setOutputParameters` always comes first.
+// The four output parameters stay unset on purpose: `setOutputParameters` always comes first.
 Encoder::Encoder() {}
 
-// Queue and mutex only, on purpose: chunks, runner and file are the business of `cleanUp`.
+// Does not delete chunks, runner and file, on purpose: `cleanUp` does.
 Encoder::~Encoder() {}
 
 bool Encoder::setOutputParameters(const QString& filename, int width, int height, int fps, int kbps)
@@ -61,7 +71,7 @@ bool Encoder::setOutputParameters(const QString& filename, int width, int height
     m_Height = height;
     m_Fps = fps;
     m_Kbps = kbps;
-    // Only oddness is tested; zero and negative sizes are the plug-ins' concern.
+    // Only oddness is checked; plug-ins have to handle zero and negative sizes.
     if (width % 2 != 0) {
         Logger::log(ErrorLevel, SourceFile, __LINE__, __func__, nullptr, "Encoder: invalid width specified");
         return false;
@@ -70,9 +80,10 @@ bool Encoder::setOutputParameters(const QString& filename, int width, int height
         Logger::log(ErrorLevel, SourceFile, __LINE__, __func__, nullptr, "Encoder: invalid height specified");
         return false;
     }
-    // A second call makes a second file without freeing the first, by design: it is called once.
-    mp_OutputFile = new QFile(filename);
-    if (!isPipe(filename) && mp_OutputFile->open(QIODevice::WriteOnly | QIODevice::Truncate))
+    // A second call does not delete the first file, on purpose: there is only one call.
+    auto* file = new QFile(filename);
+    mp_OutputFile = file;
+    if (openForWriting(*file))
         return true;
     Logger::log(ErrorLevel, SourceFile, __LINE__, __func__, nullptr, "Encoder: Couldn't open file '%s' for writing",
                 filename.toLocal8Bit().constData());
@@ -86,7 +97,7 @@ bool Encoder::encodeVideoChunk(QIODevice* chunk, bool isLast)
     if (load(m_State) == InitFailed)
         return false;
     if (load(m_State) == Idle) {
-        if (!fenced("initEncoding", [&] { return initEncoding(chunk, isLast); })) {
+        if (!callHook(this, "initEncoding", [&] { return initEncoding(chunk, isLast); })) {
             store(m_State, int(InitFailed));
             Logger::log(ErrorLevel, SourceFile, __LINE__, __func__, nullptr, "Couldn't initialize video encoding");
             return false;
@@ -95,7 +106,8 @@ bool Encoder::encodeVideoChunk(QIODevice* chunk, bool isLast)
         mp_Runner = new Runner(this);
         mp_Runner->start(QThread::InheritPriority);
         if (!mp_Runner->isRunning() && !mp_Runner->isFinished()) {
-            // The system gives no thread: nothing could be encoded.
+            Logger::log(ErrorLevel, SourceFile, __LINE__, __func__, nullptr,
+                        "There is no thread to encode the video with");
             delete mp_Runner;
             mp_Runner = nullptr;
             delete mp_Semaphore;
@@ -104,15 +116,15 @@ bool Encoder::encodeVideoChunk(QIODevice* chunk, bool isLast)
             Logger::log(ErrorLevel, SourceFile, __LINE__, __func__, nullptr, "Couldn't initialize video encoding");
             return false;
         }
-        // The runner may be further already; its state must not be taken back.
+        // The runner may have set `Running` or `Stopped` already, which must stay.
         int expected = Idle;
         std::atomic_ref<int>(m_State).compare_exchange_strong(expected, Started);
     }
     m_Mutex.lock();
     m_Chunks.push_back(chunk);
     m_Mutex.unlock();
-    // Finish comes first: the permit that it releases and the chunk's own together let the runner take the chunk, see
-    // that it is the last one, and end.
+    // The order matters: when the chunk's permit is released, the runner must already know that it is the last chunk.
+    // The other permit lets the runner end.
     if (isLast)
         mp_Runner->finish();
     mp_Semaphore->release();
@@ -151,7 +163,7 @@ void Encoder::abortEncoding()
 
 void Encoder::cleanUp()
 {
-    fenced("finishEncoding", [this] {
+    callHook(this, "finishEncoding", [this] {
         finishEncoding();
         return true;
     });
@@ -172,7 +184,7 @@ void Encoder::cleanUp()
 
 unsigned char Encoder::clamp(double value)
 {
-    // The comparisons are false for not-a-number, which ends in the last line.
+    // NaN fails both comparisons.
     if (value > 255.0)
         return 255;
     if (value >= 0.0)
@@ -214,16 +226,15 @@ void Encoder::Runner::run()
         QIODevice* chunk = mp_Encoder->m_Chunks.front();
         mp_Encoder->m_Chunks.pop_front();
         if (mp_Encoder->m_TotalChunks > 0) {
-            // Computed before the count goes up, so the first chunk reports 0 and none reports 100: by design.
+            // Before the increment, so the first chunk reports 0 and none reports 100, on purpose.
             emit mp_Encoder->progressChanged(
                 int(float(mp_Encoder->m_ProcessedChunks) / float(mp_Encoder->m_TotalChunks) * 100.0f));
             ++mp_Encoder->m_ProcessedChunks;
         }
         mp_Encoder->m_Mutex.unlock();
-        // The flag is read first: once it is set nothing is queued any more, so that the look at the queue, which needs
-        // no lock then, cannot race.
+        // The order matters: once the flag is set, nobody adds to the queue, and it can be read without the mutex.
         const bool isLast = load(m_Finishing) && mp_Encoder->m_Chunks.empty();
-        if (!fenced("encodeChunk", [&] { return mp_Encoder->encodeChunk(chunk, isLast); })) {
+        if (!callHook(mp_Encoder, "encodeChunk", [&] { return mp_Encoder->encodeChunk(chunk, isLast); })) {
             Logger::log(ErrorLevel, SourceFile, __LINE__, __func__, nullptr, "Couldn't encode chunk!");
             delete chunk;
             store(mp_Encoder->m_State, int(Stopped));

@@ -1,6 +1,7 @@
 #include "grab/video/videoencoder.h"
 
 #include "grab/video/encoder.h"
+#include "grab/video/pluginname.h"
 #include "kernel/log/logger.h"
 #include "kernel/modules/informationobject.h"
 #include "kernel/modules/module.h"
@@ -27,7 +28,7 @@ namespace {
 const char* const SourceFile = "video/videoencoder";
 constexpr int ErrorLevel = tov::log::LevelError;
 
-/// The module's information list; null, logged, when the module is unknown to the host.
+/// The module's information list. Null, logged, if the host does not know the module.
 QList<AdditionalInformation>* informationList(const char* function)
 {
     tov::main::Module* module = tov::main::ModuleManager::getInstance()->getModule(QStringLiteral("Grab"));
@@ -39,13 +40,13 @@ QList<AdditionalInformation>* informationList(const char* function)
     return &module->getInformationObject()->getAdditionalInformations();
 }
 
-/// A copy whose characters belong to it, not to the plug-in's library, which may be unloaded first.
-QString owned(const QString& text)
+/// A deep copy: the characters of the original may be in the plug-in's library, which may be unloaded first.
+QString deepCopy(const QString& text)
 {
     return QString(text.constData(), text.size());
 }
 
-/// Why a plug-in must not be loaded: it is damaged, or the program refuses it. Empty when it may be loaded.
+/// Why a plug-in must not be loaded: it is damaged, or the program refuses it. Empty if it may be loaded.
 QString findPluginProblem(const QFileInfo& file)
 {
     const QString problem = tov::util::findElfProblem(file.absoluteFilePath());
@@ -58,9 +59,9 @@ QString findPluginProblem(const QFileInfo& file)
         .toString();
 }
 
-/// Calls into a plug-in; an exception that leaves it gets one record.
+/// Calls a function of a plug-in. An exception gives one record and counts as false.
 template <typename Call>
-bool fenced(const char* function, const QString& name, Call call)
+bool callPlugin(const char* function, const QString& name, Call call)
 {
     try {
         return call();
@@ -97,11 +98,6 @@ VideoEncoder::~VideoEncoder()
     unloadPlugins();
 }
 
-void VideoEncoder::forgetInstance()
-{
-    mp_This = nullptr;
-}
-
 void VideoEncoder::refreshPlugins()
 {
     tov::main::Overseer::getInstance();
@@ -127,24 +123,24 @@ void VideoEncoder::refreshPlugins()
             library = nullptr;
             continue;
         }
-        // A library that does not register stays loaded without being listed: it may have left pointers to its code
-        // anywhere. Its information is still taken.
+        // A library that does not register is not listed but stays loaded, because there may be pointers to its code.
+        // Its information is used all the same.
         typedef bool (*DoRegister)();
         const auto doRegister = DoRegister(library->resolve("doRegister"));
-        const bool kept = doRegister && fenced(__func__, name, doRegister);
+        const bool kept = doRegister && callPlugin(__func__, name, doRegister);
         if (kept)
             m_Libraries.push_back(library);
         typedef AdditionalInformation (*GetInfos)();
         const auto getInfos = GetInfos(library->resolve("getInfos"));
         if (getInfos && list)
-            fenced(__func__, name, [&] {
+            callPlugin(__func__, name, [&] {
                 const AdditionalInformation record = getInfos();
-                list->append(
-                    {owned(record.name), owned(record.description), owned(record.version), owned(record.author)});
+                list->append({deepCopy(record.name), deepCopy(record.description), deepCopy(record.version),
+                              deepCopy(record.author)});
                 return true;
             });
         if (!kept) {
-            delete library; // only the handle: QLibrary does not unload on destruction
+            delete library; // QLibrary does not unload on destruction
             library = nullptr;
         }
     }
@@ -167,14 +163,14 @@ void VideoEncoder::unloadPlugins()
 bool VideoEncoder::registerEncoder(Encoder* (*factory)(void*), const QString& extension, const QString& description,
                                    void* userData)
 {
-    const QString key = owned(extension.toUpper());
+    const QString key = deepCopy(extension.toUpper());
     if (m_Encoders.count(key)) {
         Logger::log(ErrorLevel, SourceFile, __LINE__, __func__, nullptr,
                     "You could not register the same file extension twice!");
         return false;
     }
     m_Encoders[key] = {factory, userData};
-    m_LoadableFiles[key] = owned(description);
+    m_LoadableFiles[key] = deepCopy(description);
     return true;
 }
 
@@ -185,7 +181,8 @@ Encoder* VideoEncoder::getEncoder(const QString& filename)
     if (found == m_Encoders.end() || !found->second.factory)
         return nullptr;
     Encoder* encoder = nullptr;
-    fenced(__func__, suffix, [&] {
+    const QString name = pluginNameOf(reinterpret_cast<const void*>(found->second.factory));
+    callPlugin(__func__, name, [&] {
         encoder = found->second.factory(found->second.userData);
         return true;
     });

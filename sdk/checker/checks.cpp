@@ -172,7 +172,7 @@ public:
                 problem(
                     QStringLiteral("encodeChunk returned false: later chunks pile up in memory; drop the frames and "
                                    "return true"));
-            else if (message.startsWith(QLatin1String("The encoder threw an exception")))
+            else if (message.contains(QLatin1String("threw an exception")))
                 problem(QStringLiteral("an exception left a hook (%1)").arg(message));
             else if (!message.startsWith(own[0]) && !message.startsWith(own[1]) && ++count > allowed)
                 problem(allowed == 0 ? QStringLiteral("an error was logged: %1").arg(message)

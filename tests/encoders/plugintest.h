@@ -41,8 +41,7 @@ protected:
     }
     static void TearDownTestSuite()
     {
-        delete tov::grab::video::VideoEncoder::getInstance();
-        tov::grab::video::VideoEncoder::forgetInstance();
+        tov::grab::video::VideoEncoder::getInstance()->unloadPlugins();
     }
 };
 

@@ -341,7 +341,7 @@ TEST_F(EncoderTest, AnExceptionWhileEncodingIsAFailedChunk)
     EXPECT_EQ(chunksAlive, 0) << "the runner frees the chunk that failed";
     EXPECT_TRUE(encoder.encodeVideoChunk(new CountedChunk, true));
     encoder.waitForFinish();
-    expectRecord(log, "encodeChunk", QStringLiteral("The encoder threw an exception"));
+    expectRecord(log, "encodeChunk", QStringLiteral("The video encoder plugin 'body' threw an exception"));
     expectRecord(log, "run", QStringLiteral("Couldn't encode chunk!"));
     EXPECT_EQ(log.records().size(), 2u) << log.text();
     EXPECT_EQ(encoder.taken("encode").size(), 1u);
@@ -499,9 +499,9 @@ TEST_F(EncoderTest, ExceptionsOfAPlugInCountAsFalse)
     auto chunk = std::make_unique<CountedChunk>();
     EXPECT_FALSE(encoder.encodeVideoChunk(chunk.get(), false));
     EXPECT_EQ(encoder.state(), Encoder::InitFailed);
-    EXPECT_TRUE(log.contains(QStringLiteral("The encoder threw an exception: in the hook"))) << log.text();
+    EXPECT_TRUE(log.contains(QStringLiteral("The video encoder plugin 'body' threw an exception: in the hook"))) << log.text();
     encoder.waitForFinish();
-    EXPECT_TRUE(log.contains(QStringLiteral("The encoder threw an exception: at the end"))) << log.text();
+    EXPECT_TRUE(log.contains(QStringLiteral("The video encoder plugin 'body' threw an exception: at the end"))) << log.text();
 }
 
 TEST_F(EncoderTest, ClampTruncatesIntoAByte)

@@ -1,4 +1,4 @@
-#include "grab/memoryfeeder.h"
+#include "grab/render/pageprefaulter.h"
 
 #include <QBuffer>
 
@@ -6,33 +6,34 @@
 #include <exception>
 #include <new>
 
+#include <pthread.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
-namespace tov::grab {
+namespace tov::grab::render {
 
-MemoryFeeder::MemoryFeeder()
+PagePrefaulter::PagePrefaulter()
 {
     try {
         m_Thread = std::thread([this] { work(); });
     } catch (const std::exception&) {
-        // None to be had, or no memory for it.
+        // No thread or no memory for one: the class works without.
     }
 }
 
-MemoryFeeder::~MemoryFeeder()
+PagePrefaulter::~PagePrefaulter()
 {
     if (!m_Thread.joinable())
         return;
     {
         std::lock_guard<std::mutex> guard(m_Mutex);
         m_Ending = true;
-        m_Changed.notify_one();
+        m_Changed.notify_all();
     }
     m_Thread.join();
 }
 
-void MemoryFeeder::reserve(QIODevice* chunk, std::size_t bytes)
+void PagePrefaulter::reserve(QIODevice* chunk, std::size_t bytes)
 {
     auto* buffer = qobject_cast<QBuffer*>(chunk);
     if (!buffer)
@@ -40,12 +41,14 @@ void MemoryFeeder::reserve(QIODevice* chunk, std::size_t bytes)
     try {
         buffer->buffer().reserve(int(bytes));
     } catch (const std::bad_alloc&) {
-        // Then it grows frame by frame, as far as it can.
+        // The buffer then grows frame by frame, as far as it can.
     }
 }
 
-void MemoryFeeder::feed(QIODevice* chunk, std::size_t bytes)
+void PagePrefaulter::prefault(QIODevice* chunk, std::size_t bytes)
 {
+    // A chunk without enough reserved room may move when the next frame is written.
+    finish();
     auto* buffer = qobject_cast<QBuffer*>(chunk);
     if (!buffer || !m_Thread.joinable())
         return;
@@ -54,7 +57,7 @@ void MemoryFeeder::feed(QIODevice* chunk, std::size_t bytes)
     const auto end = std::size_t(array.size()) + bytes;
     if (end > std::size_t(array.capacity()))
         return;
-    // Whole pages only: a part of one at either end belongs to somebody else, or is there already.
+    // Whole pages only: a page at either end may also hold other data, or is mapped already.
     const auto first = (quintptr(array.constData()) + quintptr(array.size()) + page - 1) / page * page;
     const auto last = (quintptr(array.constData()) + end) / page * page;
     if (last <= first)
@@ -62,12 +65,20 @@ void MemoryFeeder::feed(QIODevice* chunk, std::size_t bytes)
     std::lock_guard<std::mutex> guard(m_Mutex);
     mp_Begin = reinterpret_cast<char*>(first);
     m_Bytes = last - first;
-    m_Changed.notify_one();
+    m_Changed.notify_all();
 }
 
-void MemoryFeeder::work()
+void PagePrefaulter::finish()
 {
-    // In small steps: whoever maps or frees memory meanwhile waits for one of them.
+    std::unique_lock<std::mutex> lock(m_Mutex);
+    m_Bytes = 0;
+    m_Changed.wait(lock, [this] { return !m_Busy; });
+}
+
+void PagePrefaulter::work()
+{
+    pthread_setname_np(pthread_self(), "PagePrefaulter");
+    // In small steps: other threads that map or unmap memory wait for at most one step, and so does `finish`.
     constexpr std::size_t StepBytes = 1 << 20;
     std::unique_lock<std::mutex> lock(m_Mutex);
     for (;;) {
@@ -78,13 +89,16 @@ void MemoryFeeder::work()
         const std::size_t bytes = std::min(m_Bytes, StepBytes);
         mp_Begin += bytes;
         m_Bytes -= bytes;
+        m_Busy = true;
         lock.unlock();
-        // Leaves the content alone. The chunk may be gone already, or the system too old for it.
-        const bool given = madvise(begin, bytes, MADV_POPULATE_WRITE) == 0;
+        // Keeps the content. Fails on systems that are too old for it.
+        const bool isMapped = madvise(begin, bytes, MADV_POPULATE_WRITE) == 0;
         lock.lock();
-        if (!given && mp_Begin == begin + bytes)
+        m_Busy = false;
+        if (!isMapped)
             m_Bytes = 0;
+        m_Changed.notify_all();
     }
 }
 
-} // namespace tov::grab
+} // namespace tov::grab::render

@@ -6,7 +6,7 @@
 #include <functional>
 #include <utility>
 
-namespace tov::grab {
+namespace tov::grab::render {
 
 /// Runs a function on the application thread and returns when it has run. Thread: any.
 inline void onApplicationThread(std::function<void()> function)
@@ -18,4 +18,4 @@ inline void onApplicationThread(std::function<void()> function)
     worker->wait();
 }
 
-} // namespace tov::grab
+} // namespace tov::grab::render
