@@ -10,7 +10,9 @@
 
 #include <atomic>
 #include <condition_variable>
+#include <functional>
 #include <mutex>
+#include <vector>
 
 namespace tov::scene {
 
@@ -38,12 +40,15 @@ struct Scene::Private
 {
     TicketLock drawing;
     SceneElement* root = nullptr; ///< owned
-    std::atomic<double> scaling{1.0};
+    std::atomic<std::uint64_t> structureRevision{0};
+    std::atomic<bool> scalingChanged{false}; ///< since it was announced last
 
-    std::mutex mutex;
+    mutable std::mutex mutex;
     std::condition_variable changed;
-    int lockers[Kinds] = {}; ///< guarded by mutex
-    int edits[Kinds] = {};   ///< guarded by mutex
+    SceneExtent extent;                         ///< guarded by mutex
+    int lockers[Kinds] = {};                    ///< guarded by mutex
+    int edits[Kinds] = {};                      ///< guarded by mutex
+    std::vector<std::function<void()>> retries; ///< guarded by mutex; of edits that could not begin
 
     bool any(const int (&counts)[Kinds], int mask) const
     {
@@ -57,6 +62,29 @@ struct Scene::Private
         for (int kind = 0; kind < Kinds; ++kind)
             if (mask & (1 << kind))
                 counts[kind] += by;
+    }
+
+    bool isEditable(int mask) const { return !any(lockers, mask) && !any(edits, mask); }
+
+    /// Ends a lock or an edit, and lets those in that wait for it.
+    void leave(int (&counts)[Kinds], int mask)
+    {
+        std::vector<std::function<void()>> ready;
+        {
+            std::lock_guard<std::mutex> lock(mutex);
+            count(counts, mask, -1);
+            ready.swap(retries);
+            changed.notify_all();
+        }
+        for (const auto& retry : ready)
+            retry();
+    }
+
+    /// For the time after the scene lock was released.
+    void announceScaling()
+    {
+        if (scalingChanged.exchange(false))
+            fire("SCENE_GLOBALSCALING_CHANGED");
     }
 };
 
@@ -95,7 +123,18 @@ void Scene::adoptRootNode(SceneElement* root)
 void Scene::updateGlobalScaling()
 {
     const Box box = d->root ? visibleBox(d->root) : Box();
-    d->scaling = box.isEmpty() ? 1.0 : scalingFor(box);
+    SceneExtent extent;
+    if (!box.isEmpty())
+        extent = {centreOf(box), scalingFor(box)};
+    std::lock_guard<std::mutex> lock(d->mutex);
+    if (extent.scaling != d->extent.scaling || extent.center != d->extent.center)
+        d->scalingChanged = true;
+    d->extent = extent;
+}
+
+std::uint64_t Scene::getStructureRevision() const
+{
+    return d->structureRevision;
 }
 
 void Scene::lock()
@@ -106,6 +145,7 @@ void Scene::lock()
 void Scene::unlock()
 {
     d->drawing.unlock();
+    d->announceScaling();
 }
 
 bool Scene::isLocked(int mask) const
@@ -116,7 +156,13 @@ bool Scene::isLocked(int mask) const
 
 double Scene::getGlobalScaling() const
 {
-    return d->scaling;
+    return getExtent().scaling;
+}
+
+SceneExtent Scene::getExtent() const
+{
+    std::lock_guard<std::mutex> lock(d->mutex);
+    return d->extent;
 }
 
 SceneLocker::SceneLocker(Scene* scene, LOCKTYPE type) : mp_Scene(scene), m_Type(type)
@@ -139,13 +185,9 @@ void SceneLocker::unlock()
 {
     if (!mp_Scene)
         return;
-    {
-        auto& d = *mp_Scene->d;
-        std::lock_guard<std::mutex> lock(d.mutex);
-        d.count(d.lockers, m_Type, -1);
-        d.changed.notify_all();
-    }
+    Scene::Private& d = *mp_Scene->d;
     mp_Scene = nullptr;
+    d.leave(d.lockers, m_Type);
     fireLocked(m_Type, false);
 }
 
@@ -154,7 +196,7 @@ SceneEdit::SceneEdit(Scene* scene, SceneLocker::LOCKTYPE type) : mp_Scene(scene)
     auto& d = *scene->d;
     const auto tryEnter = [&] {
         std::lock_guard<std::mutex> lock(d.mutex);
-        if (d.any(d.lockers, type) || d.any(d.edits, type))
+        if (!d.isEditable(type))
             return false;
         d.count(d.edits, type, 1);
         return true;
@@ -164,19 +206,43 @@ SceneEdit::SceneEdit(Scene* scene, SceneLocker::LOCKTYPE type) : mp_Scene(scene)
         overseer->processWorkersUntil(tryEnter);
     } else {
         std::unique_lock<std::mutex> lock(d.mutex);
-        d.changed.wait(lock, [&] { return !d.any(d.lockers, type) && !d.any(d.edits, type); });
+        d.changed.wait(lock, [&] { return d.isEditable(type); });
         d.count(d.edits, type, 1);
     }
-    scene->lock();
+    begin();
+}
+
+SceneEdit::SceneEdit(Scene* scene, SceneLocker::LOCKTYPE type, std::function<void()> retry)
+    : mp_Scene(nullptr), m_Type(type)
+{
+    auto& d = *scene->d;
+    {
+        std::lock_guard<std::mutex> lock(d.mutex);
+        if (!d.isEditable(type)) {
+            d.retries.push_back(std::move(retry));
+            return;
+        }
+        d.count(d.edits, type, 1);
+    }
+    mp_Scene = scene;
+    begin();
 }
 
 SceneEdit::~SceneEdit()
 {
-    mp_Scene->unlock();
+    if (!mp_Scene)
+        return;
     auto& d = *mp_Scene->d;
-    std::lock_guard<std::mutex> lock(d.mutex);
-    d.count(d.edits, m_Type, -1);
-    d.changed.notify_all();
+    d.drawing.unlock();
+    d.leave(d.edits, m_Type);
+    d.announceScaling();
+}
+
+void SceneEdit::begin()
+{
+    mp_Scene->d->drawing.lock();
+    if (m_Type & SceneLocker::LockStructure)
+        ++mp_Scene->d->structureRevision;
 }
 
 } // namespace tov::scene

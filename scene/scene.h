@@ -2,7 +2,9 @@
 
 #include "kernel/main/export.h"
 #include "kernel/util/zpointer.h"
+#include "scene/sceneextent.h"
 
+#include <cstdint>
 #include <memory>
 
 namespace tov::scene {
@@ -33,10 +35,16 @@ public:
     /// The global scaling that panels apply so that the whole scene lies within `[SceneDrawer::ZNEAR, ZFAR]`.
     /// Thread: any.
     double getGlobalScaling() const;
-    /// Takes a root over where there is none, inside a `SceneEdit` of the caller's.
+    /// The global scaling and the centre of what it was computed from. Thread: any.
+    SceneExtent getExtent() const;
+    /// Takes a root over where there is none. The caller holds a `SceneEdit` of the structure.
     void adoptRootNode(SceneElement* root);
-    /// Computes the global scaling anew, after elements came or went. The scene lock is held by the caller.
+    /// Recomputes the global scaling after elements came or went. The scene lock is held by the caller. When the
+    /// scaling changes, "SCENE_GLOBALSCALING_CHANGED" is fired as soon as the lock is released, on the same thread.
     void updateGlobalScaling();
+    /// Counts edits of the structure. While it stays the same, pointers to elements of the tree stay valid. Read it
+    /// while the scene lock is held. Thread: any.
+    std::uint64_t getStructureRevision() const;
 
 protected:
     ~Scene() override;

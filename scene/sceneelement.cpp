@@ -1,14 +1,19 @@
 #include "scene/sceneelement.h"
 
 #include <algorithm>
+#include <atomic>
 
 namespace tov::scene {
 
-SceneElement::SceneElement(const QString& name) : m_Name(name) {}
+namespace {
+std::atomic<std::uint64_t> nextId{1};
+}
+
+SceneElement::SceneElement(const QString& name) : m_Id(nextId++), m_Name(name) {}
 
 SceneElement::~SceneElement()
 {
-    // Iteratively: a tree may be as deep as a file says, a stack may not.
+    // Iterative: a file may nest elements deeper than the stack allows.
     std::vector<SceneElement*> pending;
     pending.swap(m_Children);
     while (!pending.empty()) {

@@ -5,6 +5,7 @@
 
 #include <QString>
 
+#include <cstdint>
 #include <memory>
 #include <vector>
 
@@ -23,6 +24,8 @@ public:
     /// Deletes the children.
     virtual ~SceneElement();
 
+    /// Unique in the process; an element that was deleted is never mistaken for a later one at the same address.
+    std::uint64_t getId() const { return m_Id; }
     QString getName() const { return m_Name; }
     void setName(const QString& name) { m_Name = name; }
     /// Element to parent.
@@ -35,11 +38,11 @@ public:
 
     SceneElement* getParent() const { return mp_Parent; }
     const std::vector<SceneElement*>& getChildren() const { return m_Children; }
-    /// Takes a child over.
+    /// Takes ownership of a child.
     void addChild(SceneElement* child);
-    /// Gives a child back to the caller; null when it is none.
+    /// Removes a child, which the caller owns then; null when it is not a child.
     SceneElement* takeChild(SceneElement* child);
-    /// This element or the first one below it of that name; null when there is none.
+    /// This element or the first one below it with that name (in any case); null when there is none.
     SceneElement* find(const QString& name);
 
     /// What the file of this tree holds besides elements; null for elements that are not the root of a file.
@@ -47,6 +50,7 @@ public:
     void setModelData(std::shared_ptr<ModelData> data) { mp_ModelData = std::move(data); }
 
 private:
+    const std::uint64_t m_Id;
     QString m_Name;
     tov::math::Matrix<double, 4u, 4u> m_Transform = tov::math::Matrix<double, 4u, 4u>::identity();
     bool m_Visible = true;

@@ -2,12 +2,14 @@
 
 #include "kernel/main/export.h"
 
+#include <functional>
+
 namespace tov::scene {
 
 class Scene;
 
 /// Keeps kinds of edits out of a scene while drawing goes on in panels: for long work that draws the scene more than
-/// once. The "SCENE_*_LOCKED" and "_UNLOCKED" events tell those who edit. Thread: any.
+/// once. The "SCENE_*_LOCKED" and "_UNLOCKED" events inform code that edits. Thread: any.
 class TOV_EXPORT SceneLocker
 {
 public:
@@ -20,13 +22,13 @@ public:
         LockAll = 7,
     };
 
-    /// Waits for edits under way. `scene` must outlive the locker.
+    /// Waits for edits in progress. `scene` must outlive the locker.
     SceneLocker(Scene* scene, LOCKTYPE type);
     SceneLocker(const SceneLocker&) = delete;
     SceneLocker& operator=(const SceneLocker&) = delete;
-    /// Unlocks, unless `unlock` did.
+    /// Unlocks unless `unlock` was called.
     ~SceneLocker();
-    /// Lets edits in again. Once only; more calls do nothing.
+    /// Lets edits in again. Further calls do nothing.
     void unlock();
 
 private:
@@ -34,18 +36,26 @@ private:
     LOCKTYPE m_Type;
 };
 
-/// Holds lockers off while a scene is edited, and the scene lock too: made by whoever edits, for the time of the edit.
-/// Thread: any; on the application thread workers are run while it waits.
+/// An edit of the scene: keeps lockers and other edits of the same kinds out and holds the scene lock while it lives.
+/// Made by the code that edits. Thread: any.
 class TOV_EXPORT SceneEdit
 {
 public:
+    /// Waits until the edit can begin; on the application thread workers are run meanwhile.
     SceneEdit(Scene* scene, SceneLocker::LOCKTYPE type);
+    /// Does not wait for lockers: when the edit cannot begin now, `hasBegun` returns false and `retry` is called once,
+    /// when another try makes sense, on the thread that made it possible. `retry` must only post.
+    SceneEdit(Scene* scene, SceneLocker::LOCKTYPE type, std::function<void()> retry);
     SceneEdit(const SceneEdit&) = delete;
     SceneEdit& operator=(const SceneEdit&) = delete;
     ~SceneEdit();
 
+    /// False when nothing may be edited.
+    bool hasBegun() const { return mp_Scene != nullptr; }
+
 private:
-    Scene* mp_Scene;
+    void begin();
+    Scene* mp_Scene; ///< null: the edit could not begin
     SceneLocker::LOCKTYPE m_Type;
 };
 

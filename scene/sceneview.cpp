@@ -33,6 +33,14 @@ void forEachVisible(const SceneElement* root,
     }
 }
 
+Matrix4 transformToScene(const SceneElement* element)
+{
+    Matrix4 transform = Matrix4::identity();
+    for (; element; element = element->getParent())
+        transform = element->getTransform() * transform;
+    return transform;
+}
+
 std::array<double, 3> transformed(const Matrix4& m, double x, double y, double z)
 {
     return {m(0, 0) * x + m(0, 1) * y + m(0, 2) * z + m(0, 3), m(1, 0) * x + m(1, 1) * y + m(1, 2) * z + m(1, 3),
@@ -74,7 +82,7 @@ double scalingFor(const Box& box)
 
 bool inverted(const Matrix4& matrix, Matrix4& result)
 {
-    // Gauss-Jordan with row pivots on the matrix beside the identity.
+    // Gauss-Jordan with row pivots, the identity on the right-hand side.
     double rows[4][8];
     for (int r = 0; r < 4; ++r)
         for (int c = 0; c < 8; ++c)

@@ -22,6 +22,9 @@ TOV_EXPORT void forEachVisible(const SceneElement* root,
 /// The box of everything visible, in scene units; empty when there is nothing. Thread: any.
 TOV_EXPORT Box visibleBox(const SceneElement* root);
 
+/// Element to scene, through all its parents. The scene must be kept still by the caller. Thread: any.
+TOV_EXPORT tov::math::Matrix4 transformToScene(const SceneElement* element);
+
 /// The middle of a box; the origin when it is empty.
 TOV_EXPORT std::array<double, 3> centreOf(const Box& box);
 

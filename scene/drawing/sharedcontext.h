@@ -2,8 +2,10 @@
 
 #include "kernel/main/export.h"
 
+#include <functional>
 #include <memory>
 
+class QOffscreenSurface;
 class QOpenGLContext;
 
 namespace tov::scene {
@@ -14,17 +16,21 @@ class TOV_EXPORT SharedContext
 {
 public:
     /// The context; null when OpenGL cannot be used. It has the default surface format of the process. Owned here.
-    /// Thread: any; it is made current nowhere for long.
+    /// Thread: any; it is never current for long.
     QOpenGLContext* glContext() const;
     /// Orders drawing of several threads. Fair, not recursive; taken before `Scene::lock`. Thread: any.
     void lock();
     void unlock();
 
+    /// Takes over the context and the surface on which it can be made current. Thread: application.
+    void adopt(std::unique_ptr<QOpenGLContext> context, std::unique_ptr<QOffscreenSurface> surface);
+    /// Destroys the context, after calling `last` with the context current. Thread: application.
+    void destroy(const std::function<void()>& last);
+
     SharedContext();
     ~SharedContext();
 
 private:
-    friend class Viewer;
     struct Private;
     std::unique_ptr<Private> d;
 };

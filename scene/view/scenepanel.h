@@ -2,36 +2,29 @@
 
 #include "kernel/main/export.h"
 #include "kernel/math/matrix.h"
+#include "scene/view/camera.h"
 
 #include <QOpenGLWidget>
 
 #include <memory>
+#include <optional>
 
 namespace tov::gui {
 
-/// A view of the global scene with an orbit camera. Works hidden too, with the size it was given. Thread: application,
+/// A view of the global scene through a `Camera`. Works hidden too, with the size it was given. Thread: application,
 /// unless a method says otherwise.
 class TOV_EXPORT ScenePanel final : public QOpenGLWidget
 {
     Q_OBJECT
 public:
-    enum class StandardView
-    {
-        Front,
-        Back,
-        Left,
-        Right,
-        Top,
-        Bottom,
-        Isometric,
-    };
+    using StandardView = tov::scene::StandardView;
 
     explicit ScenePanel(QWidget* parent = nullptr);
-    /// Emits `destroyed` itself, while the panel is whole, exactly once. Use `Viewer::closePanel`.
+    /// Emits `destroyed` itself, while the panel is complete, exactly once. Use `Viewer::closePanel`.
     ~ScenePanel() override;
 
-    /// Scene to eye in OpenGL's eye axes (x right, y up, looking along -z), the scene's global scaling in it. By value.
-    /// Thread: any.
+    /// Scene to eye in OpenGL's eye axes (x right, y up, looking along -z), with the lens and the scene's global
+    /// scaling in it; see `Camera::scaledMatrix`. By value. Thread: any.
     tov::math::Matrix<double, 4u, 4u> getScaledTransformMatrix() const;
     /// Makes `getScaledTransformMatrix` return exactly this until the camera is moved.
     void setScaledTransformMatrix(const tov::math::Matrix<double, 4u, 4u>& transform);
@@ -40,33 +33,71 @@ public:
     int width() const;
     int height() const;
     QSize size() const { return QSize(width(), height()); }
-    /// As `QWidget::resize`; a hidden panel has the new size at once, too.
+    /// As `QWidget::resize`; a hidden panel has the new size immediately, too.
     void resize(int width, int height);
     void resize(const QSize& size) { resize(size.width(), size.height()); }
 
-    /// Turns the camera to a standard view and fits the scene into it.
-    void setStandardView(StandardView view);
-    /// Moves the camera so that everything visible fills the panel.
+    /// The camera, in scene units. When a matrix was set, the camera with that view as far as there is one. Thread:
+    /// any.
+    tov::scene::Camera getCamera() const;
+    /// Values out of range are clamped.
+    void setCamera(const tov::scene::Camera& camera);
+
+    /// Turns the camera to a standard view, then by degrees to the right, up and counter-clockwise from there, and fits
+    /// the scene into it.
+    void setStandardView(StandardView view, double azimuth = 0, double elevation = 0, double roll = 0);
+    /// Moves the camera, lens unchanged. False when the points coincide or a value is not finite.
+    bool lookAt(const tov::scene::Vector3& position, const tov::scene::Vector3& target, const tov::scene::Vector3& up);
+    /// Takes view and lens of a camera of a file. False when its place in the scene is not a view.
+    bool setFileCamera(const tov::scene::FileCamera& camera);
+    /// The vertical field of view in degrees, from `Camera::MinFieldOfView` to `Camera::MaxFieldOfView`. The camera
+    /// moves so that the plane of the target keeps its size.
+    void setFieldOfView(double degrees);
+    double getFieldOfView() const { return getCamera().fieldOfView; }
+    /// Parallel instead of perspective projection; the plane of the target keeps its size.
+    void setOrthographic(bool orthographic);
+    bool isOrthographic() const { return getCamera().orthographic; }
+
+    /// Moves the camera so that everything visible fills the panel, or the guide frame.
     void fitToView();
-    /// The same for a camera that will turn about the scene's upright axis: whatever the angle, everything is in view.
+    /// The same for a camera that will turn about the scene's upright axis: everything is in view at every angle.
     void fitToTurn();
-    /// Orbits about the target, degrees to the right and up.
+    /// Orbits about the target, degrees that the scene turns to the right and down.
     void orbit(double azimuth, double elevation);
+    /// Rolls the picture counter-clockwise, degrees.
+    void roll(double degrees);
     /// Moves the view by that many pixels.
     void pan(double dx, double dy);
-    /// Moves towards the target; factor above 1 = closer.
+    /// Moves towards the target; a factor above 1 moves closer.
     void zoom(double factor);
+
+    /// The ray in the scene through a position of the panel, in device-independent pixels. None when the matrix that
+    /// was set is singular.
+    std::optional<tov::scene::Ray> rayAt(const QPointF& position) const;
+
+    /// Shows what a picture or video of another aspect (width divided by height) holds: the parts of the panel outside
+    /// are dimmed, and fitting stays inside. 0: no guide frame.
+    void setGuideAspect(double aspect);
+    double getGuideAspect() const;
+    /// The rectangle of the guide frame in device-independent pixels; the whole panel without one, or where the picture
+    /// is wider than the panel.
+    QRectF getGuideFrame() const;
 
     /// Whether the trajectory's camera moves this panel (default: yes).
     bool followsTrajectory() const;
     void setFollowsTrajectory(bool follows);
-    /// Camera pose from a trajectory: a matrix eye to scene. Ignored unless the panel follows. Thread: any.
+    /// Camera pose from a trajectory: a matrix eye to scene; the lens stays. Ignored unless the panel follows.
+    /// Thread: any.
     void setTrajectoryCamera(const tov::math::Matrix<double, 4u, 4u>& eyeToScene);
+    /// Camera with its lens from a trajectory. Ignored unless the panel follows. Thread: any.
+    void setTrajectoryCamera(const tov::scene::Camera& camera);
+    /// Adapts the matrix to the scene's current global scaling. Thread: any.
+    void updateScaling();
 
 signals:
-    /// The camera moved.
+    /// The camera was moved, by the user or the program, but not by a trajectory.
     void viewChanged();
-    /// Somebody clicked or turned this panel.
+    /// The user clicked or turned this panel.
     void activated();
 
 protected:
@@ -82,12 +113,12 @@ protected:
     void focusInEvent(QFocusEvent* event) override;
 
 private:
-    void applyCamera();
-    /// Zooms so that what is under the position stays there.
+    /// Zooms so that the point under the position stays there.
     void zoomAt(const QPointF& position, double factor);
-    void fit(int turnSteps);
-    void takeCameraFromMatrix();
-    void noteSize();
+    void fit(bool turning);
+    void updateSize();
+    void drawScene();
+    void drawGuideFrame();
     struct Private;
     std::unique_ptr<Private> d;
 };

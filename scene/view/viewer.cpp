@@ -6,20 +6,18 @@
 #include "kernel/main/eventmanager.h"
 #include "scene/drawing/drawbuffers.h"
 #include "scene/globalscene.h"
+#include "scene/view/panellist.h"
 #include "scene/view/scenepanel.h"
 #include "scene/drawing/sharedcontext.h"
-#include "scene/ticketlock.h"
 
 #include <QGuiApplication>
 #include <QOffscreenSurface>
 #include <QOpenGLContext>
 #include <QOpenGLFramebufferObject>
 #include <QOpenGLFunctions>
-#include <QPointer>
 
 #include <algorithm>
 #include <atomic>
-#include <mutex>
 #include <stdexcept>
 
 namespace tov::scene {
@@ -28,14 +26,7 @@ using tov::gui::ScenePanel;
 
 namespace {
 
-void announce(ScenePanel* panel)
-{
-    auto* events = tov::events::EventHandler::getInstance();
-    tov::main::EventManager::getInstance()->fireEvent(
-        tov::main::Event(events->addEvent("Scene", "SCENEPANEL_CHANGED"), nullptr, panel));
-}
-
-/// Panels have no text; parameters only pass them on.
+/// Panels have no text form; parameters only pass them on.
 class PanelCast : public tov::main::CastClass
 {
 public:
@@ -47,41 +38,11 @@ public:
 
 } // namespace
 
-struct SharedContext::Private
-{
-    TicketLock order;
-    std::atomic<QOpenGLContext*> context{nullptr};
-    std::unique_ptr<QOffscreenSurface> surface;
-};
-
-SharedContext::SharedContext() : d(new Private) {}
-SharedContext::~SharedContext() = default;
-
-QOpenGLContext* SharedContext::glContext() const
-{
-    return d->context;
-}
-
-void SharedContext::lock()
-{
-    d->order.lock();
-}
-
-void SharedContext::unlock()
-{
-    d->order.unlock();
-}
-
 struct Viewer::Private
 {
-    tov::util::ZPointer<Scene> scene{new Scene};
-    SharedContext shared;
     std::atomic<bool> fboAvailable{false};
     QString renderer;
     int maxTextureSize = 0;
-    std::mutex panelsMutex; ///< held while another thread uses panels, and while one comes or goes
-    std::vector<ScenePanel*> panels;
-    QPointer<ScenePanel> active;
 };
 
 Viewer* Viewer::getInstance()
@@ -93,6 +54,12 @@ Viewer* Viewer::getInstance()
 Viewer::Viewer() : d(new Private)
 {
     tov::main::CastClassManager::getInstance()->registerCastClass(typeid(ScenePanel), [] { return new PanelCast; });
+    tov::main::EventManager::getInstance()->registerEventFunction(
+        tov::events::EventHandler::getInstance()->addEvent("Scene", "SCENE_GLOBALSCALING_CHANGED"),
+        [](const tov::main::Event*) {
+            PanelList::getInstance()->forEach([](ScenePanel& panel) { panel.updateScaling(); });
+        },
+        static_cast<const void*>(this));
 }
 
 Viewer::~Viewer() = default;
@@ -100,18 +67,18 @@ Viewer::~Viewer() = default;
 bool Viewer::initialize()
 {
     using tov::log::Logger;
-    if (d->shared.glContext())
+    if (_GlobalContext()->glContext())
         return d->fboAvailable;
     const auto fail = [](const char* reason) {
         Logger::log(tov::log::LevelError, "scene/viewer", __LINE__, "initialize", nullptr,
-                    "OpenGL cannot be used here, so there are no pictures and videos: %s", reason);
+                    "OpenGL cannot be used, so no pictures and videos can be made: %s", reason);
         return false;
     };
     auto context = std::make_unique<QOpenGLContext>();
     if (QOpenGLContext::globalShareContext())
         context->setShareContext(QOpenGLContext::globalShareContext());
     if (!context->create())
-        return fail("no OpenGL context could be made");
+        return fail("no OpenGL context can be created");
     auto surface = std::make_unique<QOffscreenSurface>();
     surface->setFormat(context->format());
     surface->create();
@@ -124,8 +91,7 @@ bool Viewer::initialize()
     d->renderer = QStringLiteral("%1, OpenGL %2").arg(text(GL_RENDERER), text(GL_VERSION));
     context->functions()->glGetIntegerv(GL_MAX_TEXTURE_SIZE, &d->maxTextureSize);
     context->doneCurrent();
-    d->shared.d->surface = std::move(surface);
-    d->shared.d->context = context.release();
+    _GlobalContext()->adopt(std::move(context), std::move(surface));
     Logger::log(tov::log::LevelInformation, "scene/viewer", __LINE__, __func__, nullptr,
                 QStringLiteral("Drawing with %1").arg(d->renderer));
     if (!d->fboAvailable)
@@ -135,24 +101,16 @@ bool Viewer::initialize()
 
 void Viewer::shutdown()
 {
-    while (!d->panels.empty())
-        closePanel(d->panels.back());
-    d->scene->setRootNode(nullptr);
-    if (QOpenGLContext* context = d->shared.glContext()) {
-        if (context->makeCurrent(d->shared.d->surface.get())) {
-            GeometryElement::Buffers::collect();
-            context->doneCurrent();
-        }
-        d->shared.d->context = nullptr;
-        delete context;
-        d->shared.d->surface.reset();
-    }
+    while (!getPanels().empty())
+        closePanel(getPanels().back());
+    getGlobalScene()->setRootNode(nullptr);
+    _GlobalContext()->destroy([] { GeometryElement::Buffers::collect(); });
     d->fboAvailable = false;
 }
 
 tov::util::ZPointer<Scene> Viewer::getGlobalScene() const
 {
-    return d->scene;
+    return _GlobalScene();
 }
 
 bool Viewer::isFboAvailable() const
@@ -172,81 +130,49 @@ QString Viewer::getRenderer() const
 
 std::vector<ScenePanel*> Viewer::getPanels() const
 {
-    return d->panels;
+    return PanelList::getInstance()->getPanels();
 }
 
 ScenePanel* Viewer::getActivePanel() const
 {
-    return d->active;
+    return PanelList::getInstance()->getActive();
 }
 
 void Viewer::setActivePanel(ScenePanel* panel)
 {
-    if (d->active == panel)
-        return;
-    d->active = panel;
-    announce(panel);
+    PanelList::getInstance()->setActive(panel);
 }
 
 void Viewer::announceActivePanel()
 {
-    announce(d->active);
+    PanelList::getInstance()->announceActive();
 }
 
 void Viewer::closePanel(ScenePanel* panel)
 {
     panel->hide();
-    if (d->active == panel) {
-        const auto other =
-            std::find_if(d->panels.rbegin(), d->panels.rend(), [panel](ScenePanel* p) { return p != panel; });
-        setActivePanel(other == d->panels.rend() ? nullptr : *other);
+    if (getActivePanel() == panel) {
+        const auto panels = getPanels();
+        const auto other = std::find_if(panels.rbegin(), panels.rend(), [panel](ScenePanel* p) { return p != panel; });
+        setActivePanel(other == panels.rend() ? nullptr : *other);
     }
     delete panel;
 }
 
 void Viewer::setTrajectoryCamera(const tov::math::Matrix4& eyeToScene)
 {
-    std::lock_guard<std::mutex> guard(d->panelsMutex);
-    for (ScenePanel* panel : d->panels)
-        panel->setTrajectoryCamera(eyeToScene);
+    PanelList::getInstance()->forEach([&](ScenePanel& panel) { panel.setTrajectoryCamera(eyeToScene); });
+}
+
+void Viewer::setTrajectoryCamera(const Camera& camera)
+{
+    PanelList::getInstance()->forEach([&](ScenePanel& panel) { panel.setTrajectoryCamera(camera); });
 }
 
 void Viewer::redraw()
 {
-    for (ScenePanel* panel : d->panels)
+    for (ScenePanel* panel : getPanels())
         panel->update();
-}
-
-void Viewer::add(ScenePanel* panel)
-{
-    std::lock_guard<std::mutex> guard(d->panelsMutex);
-    d->panels.push_back(panel);
-}
-
-void Viewer::remove(ScenePanel* panel)
-{
-    {
-        std::lock_guard<std::mutex> guard(d->panelsMutex);
-        d->panels.erase(std::remove(d->panels.begin(), d->panels.end(), panel), d->panels.end());
-    }
-    // Whoever deletes a panel without closing it leaves nobody with a dangling pointer.
-    if (d->active == panel)
-        setActivePanel(d->panels.empty() ? nullptr : d->panels.back());
-}
-
-tov::util::ZPointer<Scene> _GlobalScene()
-{
-    return Viewer::getInstance()->getGlobalScene();
-}
-
-SharedContext* _GlobalContext()
-{
-    return Viewer::getInstance()->getSharedContext();
-}
-
-SharedContext* Viewer::getSharedContext() const
-{
-    return &d->shared;
 }
 
 } // namespace tov::scene

@@ -16,16 +16,15 @@ class ScenePanel;
 
 namespace tov::scene {
 
-class SharedContext;
-TOV_EXPORT SharedContext* _GlobalContext();
+struct Camera;
 
-/// The scene library's centre: the global scene, OpenGL, and which panel is the active one.
+/// The entry point of the scene library: the global scene, OpenGL, and the panels.
 class TOV_EXPORT Viewer
 {
 public:
     static Viewer* getInstance();
 
-    /// Makes the shared context and finds out what OpenGL can do. Returns false (logged) without usable OpenGL;
+    /// Creates the shared context and determines what OpenGL can do. Returns false (logged) without usable OpenGL;
     /// pictures and videos are then refused. Needs the QApplication. Thread: application.
     bool initialize();
     /// Frees the shared context and the scene's OpenGL objects; panels must be gone. Thread: application.
@@ -35,7 +34,7 @@ public:
     tov::util::ZPointer<Scene> getGlobalScene() const;
     /// True when OpenGL works and has framebuffer objects. Thread: any.
     bool isFboAvailable() const;
-    /// What draws: renderer and version of OpenGL; empty before `initialize`. Thread: application.
+    /// Renderer and version of OpenGL; empty before `initialize`. Thread: application.
     QString getRenderer() const;
 
     /// Largest edge of a texture or framebuffer in pixels; 0 before `initialize`. Thread: application.
@@ -47,25 +46,23 @@ public:
     /// Makes a panel the active one (null: none) and fires "SCENEPANEL_CHANGED" when that changes something.
     /// Thread: application.
     void setActivePanel(tov::gui::ScenePanel* panel);
-    /// Fires "SCENEPANEL_CHANGED" with the active panel once more, for commands that came later. Thread: application.
+    /// Fires "SCENEPANEL_CHANGED" with the active panel again, for commands that were loaded later. Thread:
+    /// application.
     void announceActivePanel();
-    /// The one way in which panels die: hidden, the next panel (or none) announced, then deleted. Holds no lock.
-    /// Thread: application.
+    /// The only way to delete a panel: it is hidden, the next panel (or none) is announced, then it is deleted. Holds
+    /// no lock. Thread: application.
     void closePanel(tov::gui::ScenePanel* panel);
     /// Hands a camera pose (eye to scene) to every panel that follows the trajectory. Thread: any; no panel dies
     /// meanwhile.
     void setTrajectoryCamera(const tov::math::Matrix<double, 4u, 4u>& eyeToScene);
+    /// The same with a lens. Thread: any.
+    void setTrajectoryCamera(const Camera& camera);
     /// Redraws all panels soon. Thread: application.
     void redraw();
 
 private:
-    friend class tov::gui::ScenePanel;
-    friend SharedContext* _GlobalContext();
     Viewer();
     ~Viewer();
-    void add(tov::gui::ScenePanel* panel);
-    void remove(tov::gui::ScenePanel* panel);
-    SharedContext* getSharedContext() const;
     struct Private;
     std::unique_ptr<Private> d;
 };

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <array>
+
+namespace tov::scene {
+
+typedef std::array<double, 3> Vector3; ///< x, y, z
+
+/// Where a scene is and how large: what a camera needs to know to keep it between the clipping planes.
+struct SceneExtent
+{
+    Vector3 center = {0, 0, 0};
+    double scaling = 1; ///< brings the scene to a radius of 1000
+
+    double radius() const { return 1000 / scaling; }
+};
+
+} // namespace tov::scene

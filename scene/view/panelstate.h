@@ -1,0 +1,42 @@
+#pragma once
+
+#include "scene/drawing/scenedrawer.h"
+#include "scene/view/camera.h"
+#include "scene/view/scenepanel.h"
+
+#include <QPoint>
+
+#include <atomic>
+#include <mutex>
+#include <optional>
+
+namespace tov::gui {
+
+/// The state of a panel, for the units that implement it: scenepanel (camera), panelinput, paneldrawing.
+struct ScenePanel::Private
+{
+    QPoint lastMouse;
+    std::unique_ptr<tov::scene::SceneDrawer> drawer;
+    double guideAspect = 0;
+
+    std::atomic<bool> follows{true};
+    std::atomic<int> width{640};
+    std::atomic<int> height{480};
+
+    mutable std::mutex mutex;
+    tov::scene::Camera camera;                     ///< guarded by mutex
+    std::optional<tov::math::Matrix4> exactMatrix; ///< guarded by mutex; set from outside, in place of the camera
+    tov::scene::SceneExtent extent;                ///< guarded by mutex; of the scene
+    tov::math::Matrix4 matrix = tov::math::Matrix4::identity(); ///< guarded by mutex; made from the values above
+
+    /// The camera that is in effect. The mutex is held.
+    tov::scene::Camera currentCamera() const
+    {
+        if (exactMatrix)
+            if (const auto found = tov::scene::cameraOfMatrix(*exactMatrix, extent, camera))
+                return *found;
+        return camera;
+    }
+};
+
+} // namespace tov::gui

@@ -1,0 +1,312 @@
+// Panels: what moves their camera and what does not.
+
+#include "kernel/events/eventhandler.h"
+#include "kernel/main/eventmanager.h"
+#include "scene/geometryelement.h"
+#include "scene/model.h"
+#include "scene/scene.h"
+#include "scene/scenelocker.h"
+#include "scene/sceneview.h"
+#include "scene/view/scenepanel.h"
+#include "scene/view/viewer.h"
+#include "tests/scene/drawfixture.h"
+
+#include <QImage>
+#include <QSignalSpy>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+using namespace tov::scene;
+using tov::gui::ScenePanel;
+using tov::math::Matrix4;
+using tov::test::drawn;
+using tov::test::SceneTest;
+
+namespace {
+
+/// A cube around the origin.
+GeometryElement* cube(const QString& name, float half, float x = 0)
+{
+    Geometry geometry;
+    for (int i = 0; i < 8; ++i)
+        geometry.positions.insert(geometry.positions.end(),
+                                  {x + (i & 1 ? half : -half), i & 2 ? half : -half, i & 4 ? half : -half});
+    geometry.indices = {0, 2, 1, 1, 2, 3, 4, 5, 6, 5, 7, 6, 0, 1, 4, 1, 5, 4,
+                        2, 6, 3, 3, 6, 7, 0, 4, 2, 2, 4, 6, 1, 3, 5, 3, 7, 5};
+    return new GeometryElement(name, std::move(geometry));
+}
+
+class PanelTest : public SceneTest
+{
+protected:
+    void SetUp() override
+    {
+        auto* root = new SceneElement(QStringLiteral("root"));
+        root->addChild(cube(QStringLiteral("cube"), 1));
+        scene->setRootNode(root);
+    }
+    void TearDown() override
+    {
+        while (!Viewer::getInstance()->getPanels().empty())
+            Viewer::getInstance()->closePanel(Viewer::getInstance()->getPanels().back());
+        SceneTest::TearDown();
+    }
+    static ScenePanel* newPanel(int width = 640, int height = 480)
+    {
+        auto* panel = new ScenePanel;
+        panel->resize(width, height);
+        panel->setStandardView(StandardView::Front);
+        return panel;
+    }
+    /// A part that is 100 times as large, far to the side.
+    void addLargePart()
+    {
+        SceneEdit edit(scene.get(), SceneLocker::LockAll);
+        scene->getRootNode()->addChild(cube(QStringLiteral("large"), 100, 300));
+    }
+    /// Where a scene point is in the panel's picture, from -1 to 1.
+    static std::array<double, 2> seen(const ScenePanel* panel, const Vector3& point)
+    {
+        const Matrix4 m = panel->getScaledTransformMatrix();
+        double p[4];
+        for (unsigned int r = 0; r < 4; ++r)
+            p[r] = m(r, 0) * point[0] + m(r, 1) * point[1] + m(r, 2) * point[2] + m(r, 3);
+        return {p[0] / -p[2] / PictureHalfHeight * panel->height() / panel->width(), p[1] / -p[2] / PictureHalfHeight};
+    }
+};
+
+} // namespace
+
+TEST_F(PanelTest, FittingOnePanelLeavesTheViewOfAnotherAlone)
+{
+    ScenePanel* first = newPanel();
+    ScenePanel* second = newPanel();
+    const auto before = seen(first, {1, 1, 1});
+    addLargePart();
+    second->fitToView(); // the global scaling changes
+    const auto fitted = seen(first, {1, 1, 1});
+    EXPECT_NEAR(fitted[0], before[0], 1e-9);
+    EXPECT_NEAR(fitted[1], before[1], 1e-9);
+    // The next touch starts from the same view.
+    first->orbit(0, 0);
+    const auto touched = seen(first, {1, 1, 1});
+    EXPECT_NEAR(touched[0], before[0], 1e-9);
+    EXPECT_NEAR(touched[1], before[1], 1e-9);
+    first->zoom(1);
+    EXPECT_NEAR(seen(first, {1, 1, 1})[0], before[0], 1e-9);
+}
+
+TEST_F(PanelTest, AChangeOfTheGlobalScalingIsAnnouncedAndReachesEveryMatrix)
+{
+    ScenePanel* first = newPanel();
+    ScenePanel* second = newPanel();
+    int announced = 0;
+    bool unlocked = false;
+    const void* key = &announced;
+    tov::main::EventManager::getInstance()->registerEventFunction(
+        tov::events::EventHandler::getInstance()->addEvent("Scene", "SCENE_GLOBALSCALING_CHANGED"),
+        [&](const tov::main::Event*) {
+            ++announced;
+            scene->lock(); // receivers may use the scene
+            unlocked = true;
+            scene->unlock();
+        },
+        key);
+    const double before = scene->getGlobalScaling();
+    second->fitToView();
+    EXPECT_EQ(announced, 0) << "nothing has changed";
+    addLargePart();
+    second->fitToView();
+    tov::main::EventManager::getInstance()->unregisterAllEventFunctionsOf(key);
+    EXPECT_EQ(announced, 1);
+    EXPECT_TRUE(unlocked);
+    EXPECT_LT(scene->getGlobalScaling(), before / 50);
+    EXPECT_NEAR(first->getScaledTransformMatrix()(2, 2), scene->getGlobalScaling(), 1e-9);
+}
+
+TEST_F(PanelTest, AMatrixThatWasSetSurvivesAChangeOfTheScaling)
+{
+    ScenePanel* first = newPanel();
+    const Matrix4 exact = at(2500, 3);
+    first->setScaledTransformMatrix(exact);
+    addLargePart();
+    newPanel()->fitToView();
+    EXPECT_EQ(first->getScaledTransformMatrix(), exact);
+}
+
+TEST_F(PanelTest, LensesKeepThePlaneOfTheTarget)
+{
+    ScenePanel* panel = newPanel();
+    const auto before = seen(panel, {1, 1, 0});
+    for (const double degrees : {20.0, 90.0, 46.0}) {
+        panel->setFieldOfView(degrees);
+        EXPECT_EQ(panel->getFieldOfView(), degrees);
+        EXPECT_NEAR(seen(panel, {1, 1, 0})[1], before[1], 1e-9);
+    }
+    panel->setOrthographic(true);
+    EXPECT_TRUE(panel->isOrthographic());
+    EXPECT_NEAR(seen(panel, {1, 1, 0})[0], before[0], 1e-9);
+    // Parallel edges stay parallel: near and far corners coincide in a front view.
+    EXPECT_NEAR(seen(panel, {1, 1, 1})[0], seen(panel, {1, 1, -1})[0], 1e-9);
+    panel->setFieldOfView(1e9);
+    EXPECT_EQ(panel->getFieldOfView(), Camera::MaxFieldOfView);
+    panel->setFieldOfView(std::nan(""));
+    EXPECT_EQ(panel->getFieldOfView(), Camera::MaxFieldOfView);
+}
+
+TEST_F(PanelTest, EveryViewFitsThePanelThatIsNeverShown)
+{
+    for (const QSize size : {QSize(1280, 720), QSize(200, 900), QSize(1, 1)})
+        for (const bool orthographic : {false, true})
+            for (const double fieldOfView : {15.0, 46.0, 110.0}) {
+                ScenePanel* panel = newPanel(size.width(), size.height());
+                panel->setOrthographic(orthographic);
+                panel->setFieldOfView(fieldOfView);
+                panel->setStandardView(StandardView::Isometric, 20, -30, 12);
+                double largest = 0;
+                for (int corner = 0; corner < 8; ++corner) {
+                    const auto at = seen(panel, {corner & 1 ? 1. : -1., corner & 2 ? 1. : -1., corner & 4 ? 1. : -1.});
+                    largest = std::max({largest, std::fabs(at[0]), std::fabs(at[1])});
+                }
+                EXPECT_LE(largest, 1) << size.width() << " " << orthographic << " " << fieldOfView;
+                EXPECT_GE(largest, 0.9) << size.width() << " " << orthographic << " " << fieldOfView;
+                Viewer::getInstance()->closePanel(panel);
+            }
+}
+
+TEST_F(PanelTest, ThePanelStillPansZoomsAndPicksWithEveryLens)
+{
+    for (const bool orthographic : {false, true}) {
+        ScenePanel* panel = newPanel(800, 600);
+        panel->setOrthographic(orthographic);
+        panel->setFieldOfView(70);
+        panel->orbit(30, 20);
+        const Vector3 target = panel->getCamera().target;
+        panel->pan(100, 50);
+        auto at = seen(panel, target);
+        EXPECT_NEAR(at[0], 100 / 400.0, 1e-9);
+        EXPECT_NEAR(at[1], -50 / 300.0, 1e-9);
+        const auto ray = panel->rayAt(QPointF(500, 350));
+        ASSERT_TRUE(ray);
+        double along = 0, square = 0;
+        for (std::size_t i = 0; i < 3; ++i)
+            along += (target[i] - ray->origin[i]) * ray->direction[i];
+        for (std::size_t i = 0; i < 3; ++i)
+            square += std::pow(ray->origin[i] + along * ray->direction[i] - target[i], 2);
+        EXPECT_LT(std::sqrt(square), 1e-6);
+        panel->pan(-100, -50);
+        panel->zoom(2);
+        const double half = panel->getCamera().halfHeight();
+        panel->zoom(0.5);
+        EXPECT_NEAR(panel->getCamera().halfHeight(), 2 * half, 1e-9);
+        Viewer::getInstance()->closePanel(panel);
+    }
+}
+
+TEST_F(PanelTest, ACameraComesBackFromItsMatrix)
+{
+    ScenePanel* panel = newPanel();
+    for (const bool orthographic : {false, true}) {
+        panel->setOrthographic(orthographic);
+        panel->setFieldOfView(30);
+        panel->setStandardView(StandardView::Isometric);
+        const Matrix4 matrix = panel->getScaledTransformMatrix();
+        ScenePanel* other = newPanel();
+        other->setScaledTransformMatrix(matrix);
+        EXPECT_EQ(other->getScaledTransformMatrix(), matrix);
+        other->orbit(0, 0); // goes on from there
+        for (int i = 0; i < 16; ++i)
+            EXPECT_NEAR(other->getScaledTransformMatrix().data()[i], matrix.data()[i],
+                        1e-6 * (1 + std::fabs(matrix.data()[i])))
+                << i;
+        EXPECT_EQ(other->isOrthographic(), orthographic);
+    }
+}
+
+TEST_F(PanelTest, TheGuideFrameHoldsTheFittedScene)
+{
+    ScenePanel* panel = newPanel(800, 400);
+    EXPECT_EQ(panel->getGuideFrame(), QRectF(0, 0, 800, 400));
+    panel->setGuideAspect(0.5);
+    EXPECT_EQ(panel->getGuideFrame(), QRectF(300, 0, 200, 400));
+    panel->fitToView();
+    double largest = 0;
+    for (int corner = 0; corner < 8; ++corner)
+        largest = std::max(
+            largest, std::fabs(seen(panel, {corner & 1 ? 1. : -1., corner & 2 ? 1. : -1., corner & 4 ? 1. : -1.})[0]));
+    EXPECT_LE(largest, 0.25) << "a quarter of the panel's half width";
+    EXPECT_GE(largest, 0.225);
+    panel->setGuideAspect(4); // wider than the panel: the picture shows all of it, and more
+    EXPECT_EQ(panel->getGuideFrame(), QRectF(0, 0, 800, 400));
+    panel->setGuideAspect(-1);
+    EXPECT_EQ(panel->getGuideAspect(), 0);
+}
+
+TEST_F(PanelTest, TheGuideFrameDimsOnlyWhatIsOutside)
+{
+    ScenePanel* panel = newPanel(400, 200);
+    const QImage plain = panel->grabFramebuffer();
+    panel->setGuideAspect(1);
+    const QImage guided = panel->grabFramebuffer();
+    ASSERT_EQ(plain.size(), guided.size());
+    EXPECT_EQ(guided.pixel(200, 100), plain.pixel(200, 100));
+    EXPECT_EQ(guided.pixel(120, 10), plain.pixel(120, 10));
+    EXPECT_LT(qGray(guided.pixel(20, 100)), qGray(plain.pixel(20, 100)) + 1);
+    int changed = 0;
+    for (int x = 0; x < 200; ++x)
+        changed += guided.pixel(x, 50) != plain.pixel(x, 50);
+    EXPECT_NEAR(changed, 100, 1) << "up to the edge of the frame";
+    // The next drawing is not disturbed by what the frame was drawn with.
+    panel->setGuideAspect(0);
+    EXPECT_EQ(panel->grabFramebuffer(), plain);
+}
+
+TEST_F(PanelTest, OrthographicPicturesShowParallelEdges)
+{
+    // Drawn with the projection of pictures: a cube seen from the front covers a square, without its sides.
+    ScenePanel* panel = newPanel(256, 256);
+    panel->setOrthographic(true);
+    panel->fitToView();
+    const double half = PictureHalfHeight;
+    const QImage image = drawn(256, 256, -half, half, -half, half, panel->getScaledTransformMatrix());
+    const double edge = 128 / ViewFitter::Margin; // pixels from the middle
+    EXPECT_NEAR(covered(image), 4 * edge * edge, 4 * 2 * edge);
+    // A far picture tile holds the same pixels.
+    const QImage tile = drawn(128, 128, 0, half, 0, half, panel->getScaledTransformMatrix());
+    EXPECT_EQ(tile, image.copy(128, 0, 128, 128));
+}
+
+TEST_F(PanelTest, TrajectoriesMoveTheCameraWithTheLensOfThePanel)
+{
+    ScenePanel* panel = newPanel();
+    panel->setFieldOfView(80);
+    QSignalSpy moved(panel, &ScenePanel::viewChanged);
+    panel->setTrajectoryCamera(at(-20));
+    EXPECT_EQ(moved.count(), 0) << "only the user and the program move the view";
+    const Camera camera = panel->getCamera();
+    EXPECT_EQ(camera.fieldOfView, 80);
+    EXPECT_NEAR(camera.position()[2], 20, 1e-9);
+    EXPECT_NEAR(seen(panel, {0, 20 * std::tan(40 * M_PI / 180), 0})[1], 1, 1e-9);
+    panel->zoom(2);
+    EXPECT_EQ(moved.count(), 1);
+}
+
+TEST_F(PanelTest, CamerasOfFilesAreTakenOver)
+{
+    auto* eye = new SceneElement(QStringLiteral("eye"));
+    eye->setTransform(at(-9));
+    {
+        SceneEdit edit(scene.get(), SceneLocker::LockAll);
+        scene->getRootNode()->addChild(eye);
+    }
+    FileCamera file;
+    file.element = eye;
+    file.fieldOfView = 1;
+    ScenePanel* panel = newPanel();
+    ASSERT_TRUE(panel->setFileCamera(file));
+    EXPECT_NEAR(seen(panel, {0, 9 * std::tan(0.5), 0})[1], 1, 1e-9);
+    EXPECT_FALSE(panel->setFileCamera(FileCamera()));
+    EXPECT_NEAR(seen(panel, {0, 9 * std::tan(0.5), 0})[1], 1, 1e-9) << "nothing has moved";
+}
