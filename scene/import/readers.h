@@ -37,7 +37,6 @@ struct ReadSource
 SceneElement* readObj(const ReadSource& source);
 SceneElement* readPly(const ReadSource& source);
 SceneElement* readStl(const ReadSource& source);
-SceneElement* readWithAssimp(const ReadSource& source);
 
 /// Throws when a coordinate is no finite number.
 void checkFinite(const std::vector<float>& values);

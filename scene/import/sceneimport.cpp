@@ -4,6 +4,7 @@
 #include "kernel/main/eventmanager.h"
 #include "scene/import/readers.h"
 #include "scene/model.h"
+#include "scene/import/streamreader.h"
 #include "scene/scene.h"
 #include "scene/scenelocker.h"
 #include "scene/sceneview.h"
@@ -77,6 +78,14 @@ bool SceneImport::isModelUp(const QString& text)
 
 namespace {
 
+SceneElement* readInProcess(const ReadSource& source, const SceneImport::Options& options)
+{
+    const bool isAuto =
+        options.modelUp.isEmpty() || options.modelUp.compare(QLatin1String("auto"), Qt::CaseInsensitive) == 0;
+    return readStream(runImportProcess(source, isAuto ? "auto" : "keep"),
+                      QFileInfo(source.fileName).completeBaseName());
+}
+
 /// Turns the axis that points up in the file to +Y.
 tov::math::Matrix4 upRotation(const QString& axis)
 {
@@ -131,7 +140,7 @@ SceneElement* SceneImport::readFile(const QString& fileName, const Options& opti
         std::unique_ptr<SceneElement> tree(suffix == QLatin1String("obj")   ? readObj(source)
                                            : suffix == QLatin1String("ply") ? readPly(source)
                                            : suffix == QLatin1String("stl") ? readStl(source)
-                                                                            : readWithAssimp(source));
+                                                                            : readInProcess(source, options));
         if (!hasShape(tree.get()))
             return fail(tr("there is nothing in it that can be shown"));
         tree->setTransform(upRotation(options.modelUp) * tree->getTransform());

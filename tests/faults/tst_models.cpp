@@ -373,7 +373,7 @@ TEST_F(ModelFaults, ChangedAtRandom)
     print("changed");
     // The least that is read and refused of each type, percent. An archive has checksums.
     const std::map<QString, std::array<int, 2>> least{
-        {"3ds", {20, 30}}, {"3mf", {0, 95}}, {"dae", {1, 80}}, {"fbx", {4, 70}}, {"glb", {2, 80}},  {"gltf", {3, 80}},
+        {"3ds", {20, 30}}, {"3mf", {0, 95}}, {"dae", {1, 80}}, {"fbx", {4, 70}}, {"glb", {2, 80}},  {"gltf", {2, 80}},
         {"lwo", {7, 60}},  {"obj", {4, 75}}, {"off", {3, 80}}, {"ply", {3, 80}}, {"stl", {15, 50}}, {"x", {1, 80}}};
     EXPECT_EQ(counts.size(), least.size());
     for (const auto& [suffix, count] : counts)
@@ -657,13 +657,16 @@ TEST_F(ModelFaults, MaterialsComeFromTheModelsFolderOnly)
 
 TEST_F(ModelFaults, AFileThatTakesTooLongIsGivenUp)
 {
-    // So many faces in one place: smooth normals are looked for among all of them, for each of them.
-    qputenv("TOV_IMPORT_SECONDS", "1");
-    constexpr int Faces = 60000;
-    QByteArray slow = "OFF\n" + QByteArray::number(3 * Faces) + " " + QByteArray::number(Faces) + " 0\n" +
-                      QByteArray("0 0 0\n1 0 0\n0 1 0\n").repeated(Faces);
-    for (int i = 0; i < 3 * Faces; i += 3)
-        slow += "3 " + QByteArray::number(i) + " " + QByteArray::number(i + 1) + " " + QByteArray::number(i + 2) + "\n";
+    // The import library cuts a polygon into triangles in a time that grows with the square of its corners.
+    constexpr int Corners = 100000;
+    QByteArray slow = "OFF\n" + QByteArray::number(Corners) + " 1 0\n", face = QByteArray::number(Corners);
+    for (int i = 0; i < Corners; ++i) {
+        const double angle = 2 * M_PI * i / Corners;
+        slow += QByteArray::number(1e6 * std::cos(angle), 'f', 3) + ' ' +
+                QByteArray::number(1e6 * std::sin(angle), 'f', 3) + " 0\n";
+        face += ' ' + QByteArray::number(i);
+    }
+    slow += face + '\n';
     EXPECT_FALSE(readOrRefused(write(QStringLiteral("slow.off"), slow)));
     qunsetenv("TOV_IMPORT_SECONDS");
     EXPECT_TRUE(last.contains(QLatin1String("more than 1 s"))) << last.toStdString();

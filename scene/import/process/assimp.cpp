@@ -1,0 +1,70 @@
+// Reads models with the import library (Assimp).
+
+#include "scene/import/process/assimpscene.h"
+#include "scene/import/process/readers.h"
+#include "scene/import/process/report.h"
+
+#include <assimp/DefaultIOSystem.h>
+#include <assimp/Importer.hpp>
+#include <assimp/ProgressHandler.hpp>
+#include <assimp/config.h>
+#include <assimp/postprocess.h>
+#include <assimp/scene.h>
+
+#include <cstring>
+#include <exception>
+#include <stdexcept>
+
+namespace tov::importer {
+
+namespace {
+
+class Progress : public Assimp::ProgressHandler
+{
+public:
+    bool Update(float share) override
+    {
+        reportProgress(double(share));
+        return true;
+    }
+};
+
+/// Files of the model's folder, for reading.
+class FolderAccess : public Assimp::DefaultIOSystem
+{
+public:
+    explicit FolderAccess(const ModelFolder& folder) : m_Folder(folder) {}
+    bool Exists(const char* file) const override { return m_Folder.isInside(file) && DefaultIOSystem::Exists(file); }
+    Assimp::IOStream* Open(const char* file, const char* mode) override
+    {
+        const bool reads = mode[0] == 'r' && !std::strchr(mode, '+');
+        return reads && m_Folder.isInside(file) ? DefaultIOSystem::Open(file, mode) : nullptr;
+    }
+    bool CreateDirectory(const std::string&) override { return false; }
+    bool ChangeDirectory(const std::string&) override { return false; }
+    bool DeleteFile(const std::string&) override { return false; }
+
+private:
+    const ModelFolder& m_Folder;
+};
+
+} // namespace
+
+void readWithAssimp(ImportJob& job)
+{
+    Assimp::Importer importer;
+    importer.SetProgressHandler(new Progress);
+    importer.SetIOHandler(new FolderAccess(job.folder));
+    const unsigned int flags = aiProcess_Triangulate | aiProcess_JoinIdenticalVertices | aiProcess_SortByPType |
+                               aiProcess_ValidateDataStructure;
+    const aiScene* scene = importer.ReadFile(job.file.string(), flags);
+    if (!scene || !scene->mRootNode) {
+        // A lack of memory is passed on as what it is.
+        if (importer.GetException())
+            std::rethrow_exception(importer.GetException());
+        throw std::runtime_error(importer.GetErrorString());
+    }
+    AssimpScene(*scene, job).write(aiMatrix4x4());
+}
+
+} // namespace tov::importer

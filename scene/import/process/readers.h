@@ -1,0 +1,33 @@
+#pragma once
+
+#include "scene/import/process/folder.h"
+#include "scene/import/process/images.h"
+#include "scene/import/process/streamwriter.h"
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace tov::importer {
+
+/// What the readers of the importer process work with.
+struct ImportJob
+{
+    std::filesystem::path file;
+    std::string suffix;    ///< lower case, no dot; that of the file inside for compressed ones
+    bool keepAxes = false; ///< leave the up axis as it is in the file
+    ModelFolder folder;
+    StreamWriter& writer;
+};
+
+/// Each writes one model to the stream; throws `std::exception` with one line.
+void readGltf(ImportJob& job);
+void readWithAssimp(ImportJob& job);
+/// Decodes the images that are named one per line, "name<TAB>place", in `list`: for each one an image record, of the
+/// size 0 x 0 when it cannot be had.
+void readImageList(ImportJob& job, const std::string& list);
+
+/// Makes the keys ascending and finite and checks the number of values; false and one warning when that fails.
+bool cleanKeys(ChannelData& channel, std::size_t valuesPerKey, const std::string& place, StreamWriter& writer);
+
+} // namespace tov::importer
