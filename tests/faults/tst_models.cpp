@@ -659,15 +659,15 @@ TEST_F(ModelFaults, AFileThatTakesTooLongIsGivenUp)
 {
     // The import library cuts a polygon into triangles in a time that grows with the square of its corners.
     constexpr int Corners = 100000;
-    QByteArray slow = "OFF\n" + QByteArray::number(Corners) + " 1 0\n", face = QByteArray::number(Corners);
+    QByteArray slow = "xof 0303txt 0032\nMesh m {\n" + QByteArray::number(Corners) + ";\n", face;
     for (int i = 0; i < Corners; ++i) {
         const double angle = 2 * M_PI * i / Corners;
-        slow += QByteArray::number(1e6 * std::cos(angle), 'f', 3) + ' ' +
-                QByteArray::number(1e6 * std::sin(angle), 'f', 3) + " 0\n";
-        face += ' ' + QByteArray::number(i);
+        slow += QByteArray::number(1e6 * std::cos(angle), 'f', 3) + ';' +
+                QByteArray::number(1e6 * std::sin(angle), 'f', 3) + ";0;" + (i + 1 < Corners ? ",\n" : ";\n");
+        face += QByteArray::number(i) + (i + 1 < Corners ? "," : ";;\n}\n");
     }
-    slow += face + '\n';
-    EXPECT_FALSE(readOrRefused(write(QStringLiteral("slow.off"), slow)));
+    slow += "1;\n" + QByteArray::number(Corners) + ';' + face;
+    EXPECT_FALSE(readOrRefused(write(QStringLiteral("slow.x"), slow)));
     qunsetenv("TOV_IMPORT_SECONDS");
     EXPECT_TRUE(last.contains(QLatin1String("more than 1 s"))) << last.toStdString();
 }
