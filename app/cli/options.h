@@ -7,11 +7,11 @@
 
 namespace tov::app {
 
-/// The command line, read but not yet understood: a verb, options with their values, files.
+/// A command line, split into its parts by the table of options: a verb, options with their values, files.
 struct Options
 {
     QString verb;                          ///< empty: the window
-    std::map<QString, QStringList> values; ///< by option, without the dashes; a flag has one empty value a mention
+    std::map<QString, QStringList> values; ///< by option, without the dashes; a flag has one empty value per mention
     QStringList files;
 
     bool has(const QString& option) const { return values.count(option) > 0; }
@@ -19,11 +19,13 @@ struct Options
     QString value(const QString& option) const { return has(option) ? values.at(option).last() : QString(); }
 };
 
-/// Reads the arguments (without the program's name). On failure false and one line in `error` that ends with where to
-/// find help.
+/// Splits the arguments (without the program's name). On failure returns false and sets `error` to one line that ends
+/// with a hint at the help. Thread: any.
 bool readOptions(const QStringList& arguments, Options& options, QString* error);
+/// The same for the arguments of a verb, e.g. of one line of a job list; `options.verb` is set by the caller.
+bool readVerbOptions(const QStringList& arguments, Options& options, QString* error);
 
-/// The help of a verb, or of the whole program for an empty one.
+/// The help of a verb, or of the whole program for an empty one. Thread: any.
 QString helpText(const QString& verb);
 
 } // namespace tov::app

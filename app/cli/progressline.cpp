@@ -8,50 +8,63 @@
 namespace tov::app {
 
 namespace {
+
 constexpr int RedrawMs = 100;
 constexpr int BarCells = 24;
+/// From when on the time left can be estimated.
+constexpr int EstimatePercent = 3, EstimateMs = 500;
+constexpr double MsPerSecond = 1000;
+
+QString tr(const char* text)
+{
+    return QCoreApplication::translate("ProgressLine", text);
+}
+
 } // namespace
 
-ProgressLine::ProgressLine(bool quiet) : m_Active(!quiet && isatty(STDERR_FILENO)) {}
+ProgressLine::ProgressLine(bool isQuiet) : m_IsActive(!isQuiet && isatty(STDERR_FILENO)) {}
 
 ProgressLine::~ProgressLine()
 {
     clear();
 }
 
-void ProgressLine::show(const QString& text, int percent)
+QString ProgressLine::describe(int percent, qint64 frameCount) const
 {
-    if (!m_Active)
+    const qint64 spentMs = m_SinceStart.elapsed();
+    if (percent < 0)
+        return spentMs < MsPerSecond ? m_Text : m_Text + tr("  %1 s").arg(int(double(spentMs) / MsPerSecond));
+    const int filled = BarCells * percent / 100;
+    QString line = QStringLiteral("[%1%2] %3 %  %4")
+                       .arg(QString(filled, QLatin1Char('#')), QString(BarCells - filled, QLatin1Char('.')),
+                            QString::number(percent).rightJustified(3), m_Text);
+    if (percent < EstimatePercent || spentMs < EstimateMs)
+        return line;
+    if (frameCount > 0)
+        line +=
+            tr("  %1 frames/s").arg(double(frameCount) * percent / 100 / (double(spentMs) / MsPerSecond), 0, 'f', 1);
+    return line + tr("  %1 s left").arg(int(double(spentMs) * (100 - percent) / percent / MsPerSecond) + 1);
+}
+
+void ProgressLine::show(const QString& text, int percent, qint64 frameCount)
+{
+    if (!m_IsActive)
         return;
-    if (text != m_Text || percent < m_Percent || !m_Clock.isValid()) {
+    if (text != m_Text || percent < m_Percent || !m_SinceStart.isValid()) {
         m_Text = text;
-        m_Clock.start();
-        m_Shown.invalidate();
+        m_SinceStart.start();
+        m_SinceDrawn.invalidate();
     }
     m_Percent = percent;
-    if (m_Shown.isValid() && m_Shown.elapsed() < RedrawMs)
+    if (m_SinceDrawn.isValid() && m_SinceDrawn.elapsed() < RedrawMs)
         return;
-    m_Shown.start();
-    QString line = text;
-    const qint64 spent = m_Clock.elapsed() / 1000;
-    if (percent >= 0) {
-        const int filled = BarCells * percent / 100;
-        line = QStringLiteral("[%1%2] %3 %  %4")
-                   .arg(QString(filled, QLatin1Char('#')), QString(BarCells - filled, QLatin1Char('.')))
-                   .arg(percent, 3)
-                   .arg(text);
-        if (percent >= 3 && m_Clock.elapsed() > 500)
-            line += QCoreApplication::translate("ProgressLine", "  %1 s left")
-                        .arg((m_Clock.elapsed() * (100 - percent) / percent + 999) / 1000);
-    } else if (spent > 0) {
-        line += QCoreApplication::translate("ProgressLine", "  %1 s").arg(spent);
-    }
+    m_SinceDrawn.start();
+    QString line = describe(percent, frameCount);
     if (!m_Remark.isEmpty())
         line += QStringLiteral("  (") + m_Remark + QLatin1Char(')');
-    const int length = line.size();
-    std::fprintf(stderr, "\r%s%s", line.leftJustified(m_Length).toLocal8Bit().constData(), "");
+    std::fprintf(stderr, "\r%s", line.leftJustified(m_Length).toLocal8Bit().constData());
     std::fflush(stderr);
-    m_Length = length;
+    m_Length = line.size();
 }
 
 void ProgressLine::clear()

@@ -5,28 +5,30 @@
 
 namespace tov::app {
 
-/// One line on the terminal (standard error) that shows progress with the time left; nothing in a pipe or when quiet.
-/// Thread: application.
+/// One line on the terminal (standard error) that shows progress with rate and time left; nothing in a pipe or when
+/// quiet. Thread: application.
 class ProgressLine
 {
 public:
-    explicit ProgressLine(bool quiet);
+    explicit ProgressLine(bool isQuiet);
     ~ProgressLine();
-    /// `percent` -1 = busy.
-    void show(const QString& text, int percent);
-    /// Stands behind everything else from the next `show` on.
+    /// `percent` -1 = busy. `frameCount` frames are 100 %; 0 = not frames.
+    void show(const QString& text, int percent, qint64 frameCount = 0);
+    /// Appended to the line from the next `show` on.
     void setRemark(const QString& remark) { m_Remark = remark; }
-    /// Takes the line away.
+    /// Removes the line from the terminal.
     void clear();
 
 private:
-    bool m_Active;
+    QString describe(int percent, qint64 frameCount) const;
+
+    bool m_IsActive;
     QString m_Text;
     QString m_Remark;
     int m_Percent = -1;
-    QElapsedTimer m_Clock; ///< since the text changed
-    QElapsedTimer m_Shown; ///< since the line was drawn
-    int m_Length = 0;
+    QElapsedTimer m_SinceStart; ///< of this text
+    QElapsedTimer m_SinceDrawn;
+    int m_Length = 0; ///< of the line on the terminal
 };
 
 } // namespace tov::app

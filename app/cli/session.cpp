@@ -1,22 +1,19 @@
 #include "app/cli/session.h"
 
-#include "app/cli/verbs.h"
+#include "app/cli/viewsetup.h"
+#include "kernel/commands/command.h"
 #include "kernel/gui/zprogressdialog.h"
 #include "kernel/workers/overseer.h"
 #include "scene/scene.h"
 #include "scene/sceneelement.h"
-#include "scene/import/sceneimport.h"
+#include "scene/view/scenepanel.h"
 #include "scene/view/viewer.h"
 #include "trajectory/advancedtrajectoryinfo.h"
 #include "trajectory/trajectoryhandler.h"
 
-#include <QCoreApplication>
 #include <QEventLoop>
-#include <QFile>
-#include <QFileInfo>
 
 #include <cstdio>
-#include <malloc.h>
 #include <unistd.h>
 
 namespace tov::app {
@@ -24,23 +21,23 @@ namespace tov::app {
 using tov::main::CommandProcessor;
 using tov::main::CommandRunPointer;
 using tov::main::Overseer;
+using tov::trajectory::TrajectoryHandler;
 
 namespace {
 
-StartOptions startOptions(const Options& options)
+/// Every record of the log.
+constexpr int FullLog = 1000000;
+constexpr int InterruptedStatus = 130;
+
+StartOptions startOptions(const Options& options, Reporter& reporter)
 {
     StartOptions start;
-    start.logLevel = options.has(QStringLiteral("verbose")) ? 1000000 : 0;
+    start.logLevel = options.has(QStringLiteral("verbose")) ? FullLog : 0;
     start.settingsFile = options.value(QStringLiteral("settings"));
     start.safeMode = options.has(QStringLiteral("safe-mode"));
-    start.afterCrash = [quiet = options.has(QStringLiteral("quiet"))] {
-        if (!quiet)
-            std::fprintf(stderr, "%s\n",
-                         QCoreApplication::translate("tov::app",
-                                                     "Note: the start before crashed; --safe-mode leaves out "
-                                                     "what is not part of the program.")
-                             .toLocal8Bit()
-                             .constData());
+    start.afterCrash = [&reporter] {
+        reporter.note(QCoreApplication::translate(
+            "tov::app", "Note: the previous start crashed; --safe-mode loads only what is part of the program."));
         return false;
     };
     return start;
@@ -48,138 +45,117 @@ StartOptions startOptions(const Options& options)
 
 } // namespace
 
-Session::Session(const Options& options, int& argc, char** argv)
-    : m_Options(options), m_Quiet(options.has(QStringLiteral("quiet"))), m_Startup(argc, argv, startOptions(options)),
-      m_Progress(m_Quiet || options.has(QStringLiteral("verbose")))
+Session::Session(const Options& options, Reporter& reporter, int& argc, char** argv)
+    : m_Reporter(reporter), m_Startup(argc, argv, startOptions(options, reporter))
 {
-    m_Startup.setInterruptHandler([this](int count) { interrupted(count); });
+    m_Startup.setInterruptHandler([this](int count) { interrupt(count); });
     if (!m_Startup.getForeignSettings().isEmpty())
-        tell(tr("Note: %1 is no settings file and is left alone; settings hold for this call only.")
-                 .arg(m_Startup.getForeignSettings()));
+        m_Reporter.warning(tr("%1 is not a settings file and is left alone; settings are valid for this call only")
+                               .arg(m_Startup.getForeignSettings()));
+    mp_Watcher = std::make_unique<RunWatcher>(FailureLog::Console::Collect);
+    QObject::connect(mp_Watcher.get(), &RunWatcher::recordingLost, [](const CommandRunPointer& run) { run->stop(); });
     mp_Space = std::make_unique<SpaceWatch>();
-    QObject::connect(mp_Space.get(), &SpaceWatch::lowSpace, [this](const QString& text) { fail(text); });
+    QObject::connect(mp_Space.get(), &SpaceWatch::lowSpace, [this](const QString& text) { m_StopReason = text; });
+    QObject::connect(mp_Space.get(), &SpaceWatch::measured, [this] {
+        if (mp_Current)
+            m_Reporter.setProgressRemark(mp_Space->describe(mp_Current->getId()));
+    });
     tov::util::ZProgressDialog::setPresenter([this](const tov::util::ZProgressDialog::Update& update) {
         if (!update.finished)
-            m_Progress.show(update.title, update.percent);
+            m_Reporter.progress(update.title, update.percent);
     });
 }
 
 Session::~Session()
 {
     tov::util::ZProgressDialog::setPresenter({});
+    m_Reporter.clearProgress();
     if (mp_Panel)
         tov::scene::Viewer::getInstance()->closePanel(mp_Panel);
     mp_Panel = nullptr;
 }
 
-void Session::interrupted(int count)
+void Session::interrupt(int count)
 {
     m_Interrupts = count;
-    if (count == 1 && !m_LeaveAtOnce) {
+    if (count == 1 && !m_LeavesAtOnce) {
         if (mp_Current)
-            tell(tr("Stopping; press Ctrl-C again to leave at once."));
+            m_Reporter.note(tr("Stopping; press Ctrl-C again to leave at once."));
         Overseer::getInstance()->getCommandProcessor()->stopAll();
-        if (mp_Reading)
-            mp_Reading->stop();
+        mp_Watcher->skipVerification();
         return;
     }
-    m_Progress.clear();
-    dropOutput();
-    // At once means at once: command threads may be in the middle of something long.
+    m_Reporter.clearProgress();
+    // Command threads may be in the middle of something long.
     std::fflush(nullptr);
-    _exit(130);
+    _exit(InterruptedStatus);
 }
 
-VideoProbe Session::readBack(const QString& fileName)
+bool Session::showModels(const QStringList& files, const QString& modelUp)
 {
-    VideoProbe result;
-    QEventLoop loop;
-    VideoReading reading(fileName);
-    QObject::connect(&reading, &VideoReading::done, &loop, [&](const VideoProbe& probe) {
-        result = probe;
-        loop.quit();
-    });
-    mp_Reading = &reading;
-    loop.exec();
-    mp_Reading = nullptr;
-    return result;
-}
-
-void Session::tell(const QString& message)
-{
-    if (m_Quiet)
-        return;
-    m_Progress.clear();
-    std::fprintf(stderr, "%s\n", message.toLocal8Bit().constData());
-}
-
-bool Session::fail(const QString& message)
-{
-    m_Progress.clear();
-    m_Told = true;
-    printError(message);
-    return false;
-}
-
-void Session::guardOutput(const QString& fileName)
-{
-    m_Guarded = fileName;
-    m_GuardedBefore = FileSnapshot(fileName);
-}
-
-void Session::dropOutput()
-{
-    // An older file that was written over is lost, and what took its place is half a file.
-    if (m_GuardedBefore.hasChanged())
-        QFile::remove(QFileInfo(m_Guarded).canonicalFilePath());
-}
-
-bool Session::open(const QStringList& files, const ViewOptions& view, bool turning)
-{
-    // A first Ctrl-C while reading: nothing to stop softly.
-    if (!files.isEmpty()) {
-        QString error;
-        const bool read = tov::scene::SceneImport::addFiles(files, &error, [this](int percent) {
-            m_Progress.show(tr("Reading"), percent);
-            QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
-            return m_Interrupts == 0;
-        });
-        m_Progress.clear();
-        if (m_Interrupts > 0)
-            return false;
-        if (!read)
-            return fail(error);
-        // What reading took for a while goes back to the system: it would stand beside a large picture.
-        malloc_trim(0);
-    }
-    mp_Panel = makePanel(view, turning);
-    return true;
-}
-
-bool Session::openTrajectory()
-{
-    auto* handler = tov::trajectory::TrajectoryHandler::getInstance();
     QString error;
-    if (m_Options.has(QStringLiteral("turntable"))) {
-        const int count = m_Options.value(QStringLiteral("turntable")).toInt();
-        if (!handler->selectTurntable(count, &error))
-            return fail(error);
-    } else if (m_Options.has(QStringLiteral("trajectory"))) {
-        if (!handler->openFile(m_Options.value(QStringLiteral("trajectory")), &error))
-            return fail(error);
-        noteStillness();
-    }
+    QStringList warnings;
+    const bool isShown = m_Models.show(files, modelUp, m_Reporter.isStrict(), &error, warnings, [this](int percent) {
+        m_Reporter.progress(tr("Reading"), percent);
+        QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
+        return m_Interrupts == 0;
+    });
+    m_Reporter.clearProgress();
+    if (m_Interrupts > 0)
+        return false;
+    for (const QString& warning : warnings)
+        m_Reporter.warning(warning);
+    return isShown || m_Reporter.fail(error);
+}
+
+bool Session::showView(const ViewRequest& view, const QString& name, bool isTurning)
+{
+    applyLook(view);
+    if (!mp_Panel)
+        mp_Panel = new tov::gui::ScenePanel;
+    mp_Panel->resize(view.panel);
+    QString error;
+    if (!applyView(*mp_Panel, view, name, isTurning, &error))
+        return m_Reporter.fail(error);
+    tov::scene::Viewer::getInstance()->setActivePanel(mp_Panel);
     return true;
 }
 
-void Session::noteStillness()
+bool Session::selectMotion(const MotionRequest& motion, int fps)
 {
-    const auto* handler = tov::trajectory::TrajectoryHandler::getInstance();
+    typedef MotionRequest::Kind Kind;
+    auto* handler = TrajectoryHandler::getInstance();
+    QString error;
+    bool isSelected = true;
+    switch (motion.kind) {
+    case Kind::None:
+    case Kind::Free:
+        handler->selectMode(TrajectoryHandler::ModeNone);
+        break;
+    case Kind::Turntable: {
+        constexpr double DefaultSeconds = 5;
+        const int positions =
+            motion.positions > 0 ? motion.positions : qMax(1, qRound(motion.seconds.value_or(DefaultSeconds) * fps));
+        isSelected = handler->selectTurntable(positions, &error);
+        break;
+    }
+    default:
+        isSelected = handler->openFile(motion.file, &error);
+        if (isSelected)
+            warnIfNothingMoves();
+        break;
+    }
+    return isSelected || m_Reporter.fail(error);
+}
+
+void Session::warnIfNothingMoves()
+{
+    const auto* handler = TrajectoryHandler::getInstance();
     const auto scene = tov::scene::Viewer::getInstance()->getGlobalScene();
     auto* root = scene->getRootNode();
-    if (handler->getSelectedMode() == tov::trajectory::TrajectoryHandler::ModePlain) {
+    if (handler->getSelectedMode() == TrajectoryHandler::ModePlain) {
         if (!root || !root->find(QStringLiteral("carrier")))
-            tell(tr("Note: the trajectory moves nothing: the scene has no element named \"carrier\"."));
+            m_Reporter.warning(tr("the trajectory moves nothing: the scene has no element named \"carrier\""));
         return;
     }
     const auto* maps = handler->getAdvancedTrajectoryInfo()->getMatrixMapList();
@@ -189,47 +165,60 @@ void Session::noteStillness()
         for (const auto& [name, matrix] : map)
             if (name == QLatin1String("camera") || (root && root->find(name)))
                 return;
-    tell(
-        tr("Note: the trajectory moves nothing: the scene has none of its elements, and it does not move the camera."));
+    m_Reporter.warning(tr("the trajectory moves nothing: it neither names an element of the scene nor the camera"));
 }
 
-bool Session::run(const QString& name, const tov::main::CommandArguments& arguments,
-                  const std::function<void(const CommandRunPointer&)>& onStart)
+RunOutcome Session::run(const QString& name, const tov::main::CommandArguments& arguments, const RunFunction& onStart)
+{
+    mp_Watcher->getFailures().clear();
+    QString error;
+    const CommandRunPointer run = Overseer::getInstance()->getCommandProcessor()->start(name, arguments, &error);
+    if (run)
+        return waitFor(run, onStart);
+    RunOutcome outcome;
+    const QString reason = mp_Watcher->getFailures().last();
+    outcome.reason = reason.isEmpty() ? error : QStringLiteral("%1 (%2)").arg(error, reason);
+    return outcome;
+}
+
+RunOutcome Session::run(tov::main::Command* command)
+{
+    mp_Watcher->getFailures().clear();
+    return waitFor(Overseer::getInstance()->getCommandProcessor()->processCommand(command, 1, false), {});
+}
+
+RunOutcome Session::waitFor(const CommandRunPointer& run, const RunFunction& onStart)
 {
     auto* processor = Overseer::getInstance()->getCommandProcessor();
-    m_Watcher.getFailures().clear();
-    QString error;
-    QObject context;
-    // Nobody sits here who would stop it.
-    QObject::connect(&m_Watcher, &RunWatcher::recordingLost, &context,
-                     [](const CommandRunPointer& lost) { lost->stop(); });
-    m_Progress.setRemark(QString());
-    mp_Current = processor->start(name, arguments, &error);
-    if (!mp_Current) {
-        const QString reason = m_Watcher.getFailures().last();
-        return fail(reason.isEmpty() ? error : error + QStringLiteral(" (") + reason + QLatin1Char(')'));
-    }
+    RunOutcome outcome;
     QEventLoop loop;
-    const CommandRunPointer run = mp_Current;
-    QObject::connect(processor, &CommandProcessor::runChanged, &context, [this, run](const CommandRunPointer& changed) {
+    QObject context;
+    mp_Current = run;
+    m_StopReason.clear();
+    m_Reporter.setProgressRemark(QString());
+    const qint64 frames = RunWatcher::isRecording(*run) ? qint64(TrajectoryHandler::getInstance()->getCount()) : 0;
+    QObject::connect(processor, &CommandProcessor::runChanged, &context, [&](const CommandRunPointer& changed) {
         if (changed == run)
-            m_Progress.show(run->getText().isEmpty() ? run->getCommandName() : run->getText(), run->getProcessed());
+            m_Reporter.progress(run->getText().isEmpty() ? run->getCommandName() : run->getText(), run->getProcessed(),
+                                frames);
     });
-    QObject::connect(mp_Space.get(), &SpaceWatch::measured, &context,
-                     [this, run] { m_Progress.setRemark(mp_Space->describe(run->getId())); });
-    QObject::connect(&m_Watcher, &RunWatcher::ended, &context, [&loop, run](const CommandRunPointer& ended) {
-        if (ended == run)
-            loop.quit();
-    });
+    QObject::connect(mp_Watcher.get(), &RunWatcher::ended, &context,
+                     [&](const CommandRunPointer& ended, const RunOutcome& result) {
+                         if (ended != run)
+                             return;
+                         outcome = result;
+                         loop.quit();
+                     });
     if (onStart)
         onStart(run);
     loop.exec();
-    m_Progress.clear();
+    m_Reporter.clearProgress();
     mp_Current.reset();
-    const QString message = m_Watcher.getFailures().firstSince(0);
-    if (!message.isEmpty())
-        return fail(QStringLiteral("%1: %2").arg(name, message));
-    return run->succeeded();
+    if (!m_StopReason.isEmpty()) {
+        outcome.status = RunOutcome::Status::Failed;
+        outcome.reason = m_StopReason;
+    }
+    return outcome;
 }
 
 } // namespace tov::app

@@ -1,80 +1,75 @@
 #pragma once
 
+#include "app/cli/modelstore.h"
 #include "app/cli/options.h"
-#include "app/cli/progressline.h"
-#include "app/cli/view.h"
-#include "app/common/filesnapshot.h"
+#include "app/cli/reporter.h"
+#include "app/cli/requests.h"
 #include "app/common/runoutcome.h"
 #include "app/common/spacewatch.h"
 #include "app/common/startup.h"
-#include "app/common/videoprobe.h"
 #include "kernel/commands/commandprocessor.h"
 
 #include <QCoreApplication>
 
+#include <functional>
 #include <memory>
+
+namespace tov::gui {
+class ScenePanel;
+}
+
+namespace tov::main {
+class Command;
+}
 
 namespace tov::app {
 
-/// One call of a verb that loads models and runs commands. Thread: application.
+/// The started program behind a verb: models, a panel, runs of commands. Thread: application.
 class Session
 {
     Q_DECLARE_TR_FUNCTIONS(tov::app::Session)
 public:
-    Session(const Options& options, int& argc, char** argv);
+    Session(const Options& options, Reporter& reporter, int& argc, char** argv);
     ~Session();
 
-    /// Loads the models named on the command line and makes the panel; false (told) on failure.
-    bool open(const QStringList& files, const ViewOptions& view, bool turning);
-    /// Selects what --turntable or --trajectory ask for; false (told) on failure.
-    bool openTrajectory();
+    /// Makes these models the scene; false (reported) on failure.
+    bool showModels(const QStringList& files, const QString& modelUp);
+    /// Gives the hidden panel a view, and makes it the active one; false (reported) on failure.
+    bool showView(const ViewRequest& view, const QString& name, bool isTurning);
+    tov::gui::ScenePanel* getPanel() const { return mp_Panel; }
+    /// Selects what a motion asks for; false (reported) on failure.
+    bool selectMotion(const MotionRequest& motion, int fps);
 
-    /// Runs one command text to its end with progress on the terminal. False (told) when it could not start or logged
-    /// an error. `onStart` is called once it runs.
-    bool run(const QString& name, const tov::main::CommandArguments& arguments,
-             const std::function<void(const tov::main::CommandRunPointer&)>& onStart = {});
+    typedef std::function<void(const tov::main::CommandRunPointer&)> RunFunction;
+    /// Runs a command by name to its end and returns its outcome. Progress is shown meanwhile; `onStart` is called once
+    /// it runs.
+    RunOutcome run(const QString& name, const tov::main::CommandArguments& arguments, const RunFunction& onStart = {});
+    /// The same for a command that the caller made and that the processor deletes afterwards.
+    RunOutcome run(tov::main::Command* command);
 
-    /// True once Ctrl-C (or SIGTERM) came.
+    /// True once SIGINT, SIGTERM or SIGHUP came.
     bool wasInterrupted() const { return m_Interrupts > 0; }
-    /// What is removed if the process has to leave at once: an output that was made or written since.
-    void guardOutput(const QString& fileName);
-    /// Output that stopping cannot end early (pictures): the first Ctrl-C leaves at once.
-    void leaveAtFirstInterrupt() { m_LeaveAtOnce = true; }
-    /// Removes a guarded output that was made or written during this session.
-    void dropOutput();
-    /// True when the guarded output was made or written during this session.
-    bool isOutputTouched() const { return m_GuardedBefore.hasChanged(); }
-
-    /// Reads a finished video; Ctrl-C ends it early.
-    VideoProbe readBack(const QString& fileName);
+    /// For work that cannot be stopped softly (pictures): the first interrupt ends the process.
+    void leaveAtFirstInterrupt() { m_LeavesAtOnce = true; }
 
     Startup& getStartup() { return m_Startup; }
-    bool isQuiet() const { return m_Quiet; }
-    /// Tells something that is no error, unless quiet.
-    void tell(const QString& message);
-    bool isTold() const { return m_Told; }
-    /// Prints one line on standard error and remembers that the failure has been told.
-    bool fail(const QString& message);
+    Reporter& getReporter() { return m_Reporter; }
 
 private:
-    /// Tells where the trajectory that was opened moves nothing in this scene.
-    void noteStillness();
-    void interrupted(int count);
+    RunOutcome waitFor(const tov::main::CommandRunPointer& run, const RunFunction& onStart);
+    void warnIfNothingMoves();
+    void interrupt(int count);
 
-    const Options& m_Options;
-    bool m_Quiet;
+    Reporter& m_Reporter;
     Startup m_Startup;
-    RunWatcher m_Watcher{FailureLog::Console::Collect};
-    ProgressLine m_Progress;
-    int m_Interrupts = 0;
-    bool m_LeaveAtOnce = false;
-    bool m_Told = false;
+    ModelStore m_Models;
+    std::unique_ptr<RunWatcher> mp_Watcher;
     std::unique_ptr<SpaceWatch> mp_Space;
-    QString m_Guarded;
-    FileSnapshot m_GuardedBefore;
     tov::gui::ScenePanel* mp_Panel = nullptr; ///< closed in the destructor
     tov::main::CommandRunPointer mp_Current;
-    VideoReading* mp_Reading = nullptr; ///< `readBack`'s
+    QString m_StopReason; ///< why the program itself stopped the current run
+    int m_Interrupts = 0;
+    bool m_LeavesAtOnce = false;
 };
 
 } // namespace tov::app

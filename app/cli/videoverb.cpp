@@ -1,262 +1,309 @@
-#include "app/cli/videoverb.h"
-
+#include "app/cli/batch.h"
+#include "app/cli/checks.h"
 #include "app/cli/session.h"
 #include "app/cli/verbs.h"
-#include "app/common/filesnapshot.h"
-#include "app/common/spacewatch.h"
-#include "kernel/gui/fileparameterpanelfactory.h"
-#include "kernel/main/abstractparameter.h"
-#include "kernel/workers/overseer.h"
-#include "kernel/main/parameterset.h"
+#include "app/cli/videoformats.h"
+#include "app/common/safeoutput.h"
 #include "kernel/main/settings.h"
-#include "scene/view/viewer.h"
+#include "scene/view/scenepanel.h"
 #include "trajectory/trajectoryhandler.h"
 
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
-#include <QFileDialog>
 #include <QFileInfo>
-#include <QRegularExpression>
-#include <QStorageInfo>
 #include <QTimer>
 
+#include <algorithm>
+#include <cstdio>
 #include <memory>
 
 namespace tov::app {
 
 using tov::main::CommandArguments;
-using tov::main::Overseer;
 using tov::trajectory::TrajectoryHandler;
 
 namespace {
+
+typedef Job<VideoRequest> VideoJob;
+
+constexpr int BytesPerPixel = 4;
+constexpr qint64 BytesPerMb = 1000000;
+/// Players take shorter delays between two pictures for something else.
+constexpr int HighestGifFps = 50;
+constexpr int DefaultFps = 25, DefaultKbps = 1200;
+constexpr double BitsPerPixel = 0.1;
+constexpr qint64 DefaultBacklogMb = 512;
 
 QString tr(const char* text)
 {
     return QCoreApplication::translate("tov::app", text);
 }
 
-/// Players take shorter delays between two pictures for something else.
-constexpr int GifHighestFps = 50;
-
-/// Why no encoder is known for the file, with what is known.
-QString unknownFormat(const QString& output, const std::vector<std::pair<QString, QString>>& formats)
+QSize evenSize(const QSize& size)
 {
-    const QString suffix = QFileInfo(output).completeSuffix().toLower();
-    QStringList known;
-    for (const auto& [name, description] : formats)
-        known << QLatin1Char('.') + name;
-    if (formats.empty())
-        return tr("no video encoder is loaded, so no video can be written; tov modules tells more");
-    const QString last = QFileInfo(output).suffix().toLower();
-    for (const auto& [name, description] : formats)
-        if (last == name && suffix != name)
-            return tr("%1: everything after the first dot is the format, and there is none named \"%2\"; leave out the "
-                      "other dots, e.g. %3")
-                .arg(output, suffix,
-                     QFileInfo(output).completeBaseName().replace(QLatin1Char('.'), QLatin1Char('_')) +
-                         QLatin1Char('.') + last);
-    return suffix.isEmpty()
-               ? tr("%1 has no ending that says the format; known are %2").arg(output, known.join(QLatin1Char(' ')))
-               : tr("no video format \"%1\" is known; known are %2").arg(suffix, known.join(QLatin1Char(' ')));
+    return QSize((size.width() + 1) & ~1, (size.height() + 1) & ~1);
+}
+
+int rateOf(const VideoRequest& request)
+{
+    if (request.fps > 0)
+        return request.fps;
+    return tovSettings().value(QStringLiteral("settings/grabvideofps"), DefaultFps).toInt();
+}
+
+/// kbit/s: enough for the size and the rate, and at least the setting.
+int bitrateOf(const VideoRequest& request)
+{
+    if (request.bitrate > 0)
+        return request.bitrate;
+    const int setting = tovSettings().value(QStringLiteral("settings/grabvideokbps"), DefaultKbps).toInt();
+    const QSize size = evenSize(request.size);
+    return std::max(setting, int(BitsPerPixel * size.width() * size.height() * rateOf(request) / 1000));
+}
+
+QString endingOf(const VideoJob& job)
+{
+    const QStringList known = knownVideoEndings();
+    if (job.request.output.isStandardOutput())
+        return known.contains(job.request.output.format) ? job.request.output.format : QString();
+    return longestEnding(job.plan.output, known);
+}
+
+bool checkEnding(const VideoJob& job, QString* error)
+{
+    const QStringList known = knownVideoEndings();
+    if (known.isEmpty())
+        *error = tr("no video encoder is loaded, so no video can be written; see tov modules");
+    else if (!endingOf(job).isEmpty())
+        return true;
+    else if (!job.request.output.isStandardOutput() && QFileInfo(job.plan.output).suffix().isEmpty())
+        *error = tr("'%1' has no ending that names a video format; known formats: %2")
+                     .arg(job.plan.output, known.join(QStringLiteral(", ")));
+    else
+        *error = tr("unknown video format '%1'; known formats: %2")
+                     .arg(job.request.output.isStandardOutput() ? job.request.output.format
+                                                                : QFileInfo(job.plan.output).suffix().toLower(),
+                          known.join(QStringLiteral(", ")));
+    return false;
+}
+
+/// Everything that can be checked before any model is read.
+bool checkJob(const VideoJob& job, QString* error)
+{
+    const VideoRequest& request = job.request;
+    const bool isFile = !request.output.isStandardOutput();
+    if (!checkEnding(job, error))
+        return false;
+    if (isFile && (!checkOutput(job.plan.output, error) || !SpaceWatch::hasRoom(job.plan.output, error)))
+        return false;
+    if (isFile && request.output.keepsExisting && QFileInfo::exists(job.plan.output)) {
+        *error = tr("'%1' exists already").arg(job.plan.output);
+        return false;
+    }
+    return checkVideoSize(endingOf(job), evenSize(request.size), rateOf(request), error);
+}
+
+/// Megabytes of a chunk: about three frames, so that the encoder soon has something to do.
+qint64 chunkMegabytes(const QSize& size)
+{
+    constexpr qint64 Least = 8, Most = 50, Frames = 3;
+    return std::clamp(Frames * size.width() * size.height() * BytesPerPixel / BytesPerMb, Least, Most);
+}
+
+/// Sets what the recording reads from the settings, for this process only; false (reported) on failure.
+bool configure(Session& session, const VideoRequest& request)
+{
+    auto& settings = tovSettings();
+    const QSize size = evenSize(request.size);
+    const auto setting = [&settings](const char* key, const QString& initial) {
+        return settings.value(QLatin1String(key), initial).toString();
+    };
+    qint64 backlog = settings.value(QStringLiteral("settings/backloglimit"), DefaultBacklogMb).toLongLong();
+    const qint64 available = availableMemory(request.output.maxMemory) / BytesPerMb;
+    // Half of what is left: the encoder needs some as well.
+    if (available > 0)
+        backlog = std::min(backlog, std::max<qint64>(1, available / 2));
+    settings.setValue(QStringLiteral("settings/backloglimit"), backlog);
+    CommandArguments arguments;
+    arguments.positional = QStringList{setting("settings/grabvideotempfilesize", QString::number(chunkMegabytes(size))),
+                                       QString::number(rateOf(request)), QString::number(bitrateOf(request)),
+                                       setting("settings/grabvideousememoryasbuffer", QStringLiteral("1"))};
+    const RunOutcome outcome = session.run(QStringLiteral("setvideosettings"), arguments);
+    return outcome.isDone() || session.getReporter().fail(outcome.reason);
+}
+
+/// Runs the recording into a file.
+RunOutcome record(Session& session, const VideoRequest& request, const QString& fileName)
+{
+    const bool isFree = request.motion.kind == MotionRequest::Kind::Free;
+    CommandArguments arguments;
+    arguments.named = {{QStringLiteral("filename"), fileName},
+                       {QStringLiteral("width"), QString::number(request.size.width())},
+                       {QStringLiteral("height"), QString::number(request.size.height())},
+                       {QStringLiteral("sync"), isFree ? QStringLiteral("0") : QStringLiteral("1")}};
+    QTimer timer;
+    timer.setSingleShot(true);
+    timer.setTimerType(Qt::PreciseTimer);
+    bool isOver = false;
+    RunOutcome outcome =
+        session.run(QStringLiteral("grabvideo"), arguments, [&](const tov::main::CommandRunPointer& run) {
+            if (!isFree)
+                return;
+            QObject::connect(&timer, &QTimer::timeout, &timer, [run, &isOver] {
+                isOver = true;
+                run->stop();
+            });
+            constexpr double MsPerSecond = 1000, LongestMs = 2e9;
+            timer.start(int(std::min(*request.motion.seconds * MsPerSecond, LongestMs)));
+        });
+    // The end of a free recording is no interruption.
+    if (isOver && outcome.status == RunOutcome::Status::Stopped && !session.wasInterrupted())
+        outcome.status = RunOutcome::Status::Done;
+    return outcome;
+}
+
+/// Warns where the video does not play as it was recorded.
+void checkTiming(Reporter& reporter, const VideoRequest& request, const RunOutcome& outcome)
+{
+    const int fps = rateOf(request);
+    if (request.motion.kind != MotionRequest::Kind::Free || outcome.frames < 0)
+        return;
+    constexpr double Tolerance = 0.05;
+    const double rate = double(outcome.frames) / *request.motion.seconds;
+    const double played = outcome.seconds > 0 ? outcome.seconds : double(outcome.frames) / fps;
+    if (qAbs(played - *request.motion.seconds) > Tolerance * *request.motion.seconds)
+        reporter.warning(
+            tr("%1 frames per second were recorded, so the video plays at %2x real time")
+                .arg(QString::number(rate, 'f', 1), QString::number(*request.motion.seconds / played, 'f', 2)));
+}
+
+/// True when the file has as many frames as the motion has positions; false with the reason otherwise.
+bool checkFrames(Reporter& reporter, const VideoJob& job, RunOutcome& outcome)
+{
+    if (job.request.motion.kind == MotionRequest::Kind::Free || outcome.frames < 0)
+        return true;
+    const qint64 positions = qint64(TrajectoryHandler::getInstance()->getCount());
+    if (outcome.frames == positions)
+        return true;
+    if (endingOf(job) == QLatin1String("gif") && rateOf(job.request) > HighestGifFps && outcome.frames > 0 &&
+        outcome.frames < positions) {
+        reporter.note(tr("Note: a gif plays at most %1 frames per second; frames were left out to keep its speed.")
+                          .arg(HighestGifFps));
+        return true;
+    }
+    outcome.reason =
+        tr("it has %1 frames instead of %2").arg(QString::number(outcome.frames), QString::number(positions));
+    return false;
+}
+
+bool copyToStandardOutput(const QString& fileName)
+{
+    constexpr qint64 BlockBytes = 1 << 20;
+    QFile file(fileName);
+    if (!file.open(QIODevice::ReadOnly))
+        return false;
+    while (!file.atEnd()) {
+        const QByteArray block = file.read(BlockBytes);
+        if (block.isEmpty() ||
+            std::fwrite(block.constData(), 1, std::size_t(block.size()), stdout) != std::size_t(block.size()))
+            return false;
+    }
+    return std::fflush(stdout) == 0;
+}
+
+/// Moves a finished recording to where it belongs; false with one line in `error`.
+bool deliver(const VideoJob& job, SafeOutput& output, RunOutcome& outcome, QString* error)
+{
+    if (job.request.output.isStandardOutput()) {
+        const bool isCopied = copyToStandardOutput(output.getTemporaryName());
+        output.discard();
+        if (!isCopied)
+            *error = tr("cannot write to standard output");
+        outcome.files = QStringList(job.plan.output);
+        return isCopied;
+    }
+    outcome.files = QStringList(job.plan.output);
+    return output.commit(error);
+}
+
+/// Reports a recording that is not what was asked for; what can be played of it stays under the temporary name.
+bool reject(Session& session, const VideoJob& job, SafeOutput& output, const RunOutcome& outcome)
+{
+    const bool isKept = !outcome.files.isEmpty() && !job.request.output.isStandardOutput();
+    if (!isKept)
+        output.discard();
+    if (session.wasInterrupted()) {
+        if (isKept)
+            session.getReporter().note(tr("Interrupted; what was recorded is in '%1'.").arg(output.getTemporaryName()));
+        return false;
+    }
+    QString text = tr("cannot make '%1': %2").arg(job.plan.output, outcome.reason);
+    if (isKept)
+        text += tr("; what was recorded is in '%1'").arg(output.getTemporaryName());
+    return session.getReporter().fail(text);
+}
+
+bool makeVideo(Session& session, const VideoJob& job)
+{
+    const VideoRequest& request = job.request;
+    Reporter& reporter = session.getReporter();
+    reporter.started(job.plan.output);
+    const bool isTurning = request.motion.kind == MotionRequest::Kind::Turntable;
+    if (!session.showModels(job.plan.models, request.view.modelUp) ||
+        !session.showView(request.view, job.plan.view, isTurning) ||
+        !session.selectMotion(request.motion, rateOf(request)) || !configure(session, request))
+        return false;
+    const QString ending = endingOf(job);
+    SafeOutput output(
+        request.output.isStandardOutput()
+            ? QDir::temp().filePath(
+                  QStringLiteral("tov-%1.%2").arg(QString::number(QCoreApplication::applicationPid()), ending))
+            : job.plan.output,
+        ending);
+    QString error;
+    if (!output.prepare(&error))
+        return reporter.fail(error);
+    RunOutcome outcome = record(session, request, output.getTemporaryName());
+    if (session.wasInterrupted() || !outcome.isDone() || !checkFrames(reporter, job, outcome))
+        return reject(session, job, output, outcome);
+    if (!deliver(job, output, outcome, &error))
+        return reporter.fail(error);
+    checkTiming(reporter, request, outcome);
+    reporter.result(outcome);
+    return true;
 }
 
 } // namespace
 
-std::vector<std::pair<QString, QString>> knownVideoFormats()
-{
-    std::vector<std::pair<QString, QString>> formats;
-    auto* command = Overseer::getInstance()->getCommandProcessor()->getPrimaryCommand(QStringLiteral("grabvideo"));
-    auto* set = command ? command->getCurrentParameterSet() : nullptr;
-    auto* parameter = set ? set->find(QStringLiteral("filename")) : nullptr;
-    auto* factory = parameter
-                        ? dynamic_cast<tov::main::FileParameterPanelFactory*>(parameter->getParameterPanelFactory())
-                        : nullptr;
-    if (!factory)
-        return formats;
-    const std::unique_ptr<QFileDialog> dialog(factory->createDialog());
-    static const QRegularExpression form(QStringLiteral("^(.*) \\(\\*\\.([^()]*)\\)$"));
-    for (const QString& filter : dialog->nameFilters()) {
-        const auto match = form.match(filter);
-        if (match.hasMatch())
-            formats.emplace_back(match.captured(2), match.captured(1));
-    }
-    return formats;
-}
-
 int runVideo(const Options& options, int& argc, char** argv)
 {
-    const auto usage = [](const QString& message) {
-        printError(message + tr(" (see tov video --help)"));
-        return 2;
-    };
-    if (options.files.isEmpty())
-        return usage(tr("video needs a model"));
-    const QString output = options.value(QStringLiteral("output"));
-    if (output.isEmpty())
-        return usage(tr("video needs an output file: -o OUT"));
-    ViewOptions view;
-    QString error;
-    if (!readViewOptions(options, view, &error))
-        return usage(error);
-    QSize size = view.panel;
-    if (options.has(QStringLiteral("size"))) {
-        if (!readSize(options.value(QStringLiteral("size")), size))
-            return usage(
-                tr("--size: \"%1\" is no size; write it like 1280x720").arg(options.value(QStringLiteral("size"))));
-        // The view has the video's shape, unless it was given its own.
-        if (!options.has(QStringLiteral("panel")))
-            view.panel = size;
+    Reporter reporter(options);
+    std::vector<VideoJob> jobs;
+    bool isUsage = false;
+    if (!collectJobs(options, readVideoRequest, reporter, jobs, isUsage))
+        return isUsage ? ExitUsage : ExitFailed;
+    Session session(options, reporter, argc, argv);
+    // The settings of one call must not become the user's.
+    tov::main::keepSettingsInMemory();
+    std::vector<const VideoJob*> open;
+    for (const VideoJob& job : jobs) {
+        QString error;
+        if (job.request.output.skipsExisting && QFileInfo::exists(job.plan.output))
+            reporter.note(tr("%1 exists already").arg(job.plan.output));
+        else if (checkJob(job, &error))
+            open.push_back(&job);
+        else
+            reporter.fail(error);
     }
-    const bool turntable = options.has(QStringLiteral("turntable"));
-    const bool trajectory = options.has(QStringLiteral("trajectory"));
-    const bool free = options.has(QStringLiteral("duration"));
-    if (int(turntable) + int(trajectory) + int(free) != 1)
-        return usage(tr("video needs one of --turntable, --trajectory and --duration"));
-    double seconds = 0;
-    if (free) {
-        bool ok = false;
-        seconds = options.value(QStringLiteral("duration")).toDouble(&ok);
-        if (!ok || !(seconds > 0) || seconds > 1e6)
-            return usage(
-                tr("--duration: \"%1\" is no number of seconds").arg(options.value(QStringLiteral("duration"))));
+    for (const VideoJob* job : open) {
+        if (reporter.isStrict() && reporter.hasReportedFailure())
+            break;
+        makeVideo(session, *job);
+        if (session.wasInterrupted())
+            return ExitInterrupted;
     }
-    int numbers[2] = {0, 0};
-    const char* const names[2] = {"fps", "bitrate"};
-    for (int i = 0; i < 2; ++i) {
-        const QString name = QLatin1String(names[i]);
-        bool ok = true;
-        if (options.has(name))
-            numbers[i] = options.value(name).toInt(&ok);
-        if (!ok || (options.has(name) && numbers[i] < 1))
-            return usage(tr("--%1: \"%2\" is no number from 1 on").arg(name, options.value(name)));
-    }
-
-    Session session(options, argc, argv);
-    // The rates of one call must not become the user's settings: the rest of this process keeps its own.
-    tov::main::useTemporarySettings();
-
-    const auto formats = knownVideoFormats();
-    const QString suffix = QFileInfo(output).completeSuffix().toLower();
-    bool known = false;
-    for (const auto& [name, description] : formats)
-        known = known || name == suffix;
-    if (!known) {
-        session.fail(unknownFormat(output, formats));
-        return 1;
-    }
-    if (!checkOutputFolder(output, &error) || !SpaceWatch::hasRoom(output, &error)) {
-        session.fail(error);
-        return 1;
-    }
-    const QSize even((size.width() + 1) & ~1, (size.height() + 1) & ~1);
-    const int limit = tov::scene::Viewer::getInstance()->getMaxTextureSize();
-    if (size.width() < 16 || size.height() < 16) {
-        session.fail(tr("a video is at least 16 x 16 pixels"));
-        return 1;
-    }
-    if (limit > 0 && (even.width() > limit || even.height() > limit)) {
-        session.fail(tr("%1 x %2 pixels are more than can be drawn here (%3 each way)")
-                         .arg(even.width())
-                         .arg(even.height())
-                         .arg(limit));
-        return 1;
-    }
-    if (!session.open(options.files, view, turntable) || !session.openTrajectory())
-        return session.wasInterrupted() ? 130 : 1;
-
-    auto& settings = tovSettings();
-    const auto setting = [&settings](const char* key, const char* initial) {
-        return settings.value(QLatin1String(key), QLatin1String(initial)).toString();
-    };
-    const QString fps = numbers[0] > 0 ? QString::number(numbers[0]) : setting("settings/grabvideofps", "25");
-    const QString kbps = numbers[1] > 0 ? QString::number(numbers[1]) : setting("settings/grabvideokbps", "1200");
-    CommandArguments rates;
-    // MB that are captured before they are encoded: about three frames, so that the encoder soon has something to do.
-    const qint64 threeFrames = qint64(3) * even.width() * even.height() * 4 / 1000000;
-    const QByteArray few = QByteArray::number(std::clamp<qint64>(threeFrames, 8, 50));
-    rates.positional = QStringList{setting("settings/grabvideotempfilesize", few.constData()), fps, kbps,
-                                   setting("settings/grabvideousememoryasbuffer", "1")};
-    if (!session.run(QStringLiteral("setvideosettings"), rates))
-        return session.wasInterrupted() ? 130 : 1;
-
-    const qint64 positions = free ? 0 : qint64(TrajectoryHandler::getInstance()->getCount());
-    // Frames that the encoder has not got round to wait in the temporary folder, as they are.
-    const qint64 expected = free ? qint64(seconds * 25) : positions;
-    const qint64 raw = expected * even.width() * even.height() * 4;
-    const qint64 room = QStorageInfo(QDir::tempPath()).bytesAvailable();
-    if (room >= 0 && raw > room)
-        session.tell(tr("Note: %1 frames take %2 MB before they are encoded, %3 has %4 MB free; if encoding falls far "
-                        "behind, the recording may lose frames.")
-                         .arg(expected)
-                         .arg(raw / 1000000)
-                         .arg(QDir::tempPath())
-                         .arg(room / 1000000));
-
-    session.guardOutput(output);
-    CommandArguments arguments;
-    arguments.named = {{QStringLiteral("filename"), output},
-                       {QStringLiteral("width"), QString::number(size.width())},
-                       {QStringLiteral("height"), QString::number(size.height())},
-                       {QStringLiteral("sync"), free ? QStringLiteral("0") : QStringLiteral("1")}};
-    QTimer timer;
-    timer.setSingleShot(true);
-    timer.setTimerType(Qt::PreciseTimer);
-    session.run(QStringLiteral("grabvideo"), arguments, [&](const tov::main::CommandRunPointer& run) {
-        if (!free)
-            return;
-        QObject::connect(&timer, &QTimer::timeout, &timer, [run] { run->stop(); });
-        timer.start(int(std::min(seconds * 1000, 2e9)));
-    });
-    timer.stop();
-    const QFileInfo info(output);
-    if (!session.isTold()) {
-        if (!session.isOutputTouched() || info.size() == 0) {
-            session.fail(tr("%1 was not written").arg(output));
-        } else {
-            const VideoProbe probe = session.readBack(output);
-            const bool thinned = suffix == QLatin1String("gif") && fps.toInt() > GifHighestFps && probe.frames > 0 &&
-                                 probe.frames <= positions;
-            if (probe.asked && !probe.readable)
-                session.fail(tr("%1 cannot be read back").arg(output));
-            else if (probe.asked && !free && !session.wasInterrupted() && probe.frames != positions && !thinned)
-                session.fail(tr("%1 holds %2 frames instead of %3").arg(output).arg(probe.frames).arg(positions));
-            else {
-                QString text = tr("%1: %2 x %3 pixels, %4 kB")
-                                   .arg(output)
-                                   .arg(even.width())
-                                   .arg(even.height())
-                                   .arg((info.size() + 999) / 1000);
-                if (probe.asked)
-                    text += tr(", %1 frames").arg(probe.frames);
-                session.tell(text);
-                if (thinned && !free)
-                    session.tell(
-                        tr("Note: a gif plays at most %1 frames a second; frames were left out, so that it runs at "
-                           "its own speed.")
-                            .arg(GifHighestFps));
-                const double rate = free && probe.asked ? double(probe.frames) / seconds : 0;
-                if (free && probe.asked && !session.wasInterrupted() &&
-                    qAbs(rate - fps.toDouble()) > 0.05 * fps.toDouble())
-                    session.tell(
-                        tr("Note: %1 frames a second were recorded, the video plays %2; it runs %3 times as fast "
-                           "as life.")
-                            .arg(rate, 0, 'f', 1)
-                            .arg(fps)
-                            .arg(fps.toDouble() / qMax(rate, 0.01), 0, 'f', 2));
-            }
-        }
-    }
-    if (session.wasInterrupted())
-        return 130;
-    if (session.isTold()) {
-        // A file that failed half-way stays only where it can be played.
-        const VideoProbe probe = session.readBack(output);
-        if (info.size() == 0 || (probe.asked && (!probe.readable || probe.frames == 0)))
-            session.dropOutput();
-        return 1;
-    }
-    return 0;
+    return reporter.hasReportedFailure() ? ExitFailed : ExitDone;
 }
 
 } // namespace tov::app

@@ -1,0 +1,84 @@
+#pragma once
+
+#include "app/cli/options.h"
+#include "app/cli/outputname.h"
+#include "app/cli/reporter.h"
+
+#include <QCoreApplication>
+#include <QSet>
+
+#include <vector>
+
+namespace tov::app {
+
+/// The arguments of one line of a job list, on top of those of the command line.
+struct JobLine
+{
+    Options options;
+    QString origin; ///< "file, line N"; empty for the command line itself
+    QString error;  ///< why the line cannot be used; empty if it can
+};
+
+/// The lines of the file named by --jobs ("-" = standard input), or the command line alone without that option. Words
+/// are separated by blanks and quoted as in a shell; empty lines and lines that begin with # are skipped. False with
+/// one line in `error` when the file cannot be read. Thread: application.
+bool readJobLines(const Options& options, std::vector<JobLine>& lines, QString* error);
+
+/// Splits a line into words: blanks separate, '...' and "..." and a backslash quote. False when a quote is not closed.
+/// Thread: any.
+bool splitWords(const QString& line, QStringList& words);
+
+/// The options of a verb as text that `splitWords` and the parser read back, without those that say where the result
+/// goes. Thread: any.
+QString describeOptions(const Options& options);
+
+/// One result to make.
+template <typename Request>
+struct Job
+{
+    Request request;
+    ResultPlan plan;
+    QString options; ///< the command line, as it is stored in pictures
+};
+
+/// Makes the list of results of a call: of each line of a job list, one per view and model. Lines that cannot be used
+/// are reported. Returns false (reported) when nothing can be done; `isUsage` then tells whether it is wrong usage.
+template <typename Request>
+bool collectJobs(const Options& options, bool (*read)(const Options&, Request&, QString*), Reporter& reporter,
+                 std::vector<Job<Request>>& jobs, bool& isUsage)
+{
+    std::vector<JobLine> lines;
+    QString error;
+    isUsage = false;
+    if (!readJobLines(options, lines, &error))
+        return reporter.fail(error);
+    int number = 1;
+    QSet<QString> outputs;
+    for (JobLine& line : lines) {
+        Request request;
+        error = line.error;
+        std::vector<ResultPlan> plans;
+        if (error.isEmpty() && read(line.options, request, &error))
+            plans = planResults(request.models, request.view.views, request.output, number, &error);
+        for (const ResultPlan& plan : plans) {
+            if (error.isEmpty() && plan.output != QLatin1String("-") && outputs.contains(plan.output))
+                error =
+                    QCoreApplication::translate("tov::app", "'%1' is the output of an earlier line").arg(plan.output);
+            outputs.insert(plan.output);
+        }
+        if (!error.isEmpty()) {
+            isUsage = line.origin.isEmpty();
+            reporter.fail(
+                isUsage ? QCoreApplication::translate("tov::app", "%1 (see tov %2 --help)").arg(error, options.verb)
+                        : QStringLiteral("%1: %2").arg(line.origin, error));
+            if (isUsage || reporter.isStrict())
+                return false;
+            continue;
+        }
+        for (const ResultPlan& plan : plans)
+            jobs.push_back({request, plan, describeOptions(line.options)});
+    }
+    return true;
+}
+
+} // namespace tov::app

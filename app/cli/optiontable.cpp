@@ -1,0 +1,165 @@
+#include "app/cli/optiontable.h"
+
+#include <QCoreApplication>
+#include <QStringList>
+
+#include <iterator>
+
+// The table replaces an option library: such a library would be filled from the table by as much code as the parser has
+// (options.cpp, about 60 lines), and its messages and help can neither be translated nor grouped as these are.
+
+namespace tov::app {
+
+namespace {
+
+#define TOV_HELP(text) QT_TRANSLATE_NOOP("CommandLine", text)
+
+const char* const OutputGroup = TOV_HELP("Output");
+const char* const ViewGroup = TOV_HELP("View");
+const char* const LookGroup = TOV_HELP("Look");
+const char* const SizeGroup = TOV_HELP("Size");
+const char* const PictureGroup = TOV_HELP("Picture");
+const char* const MotionGroup = TOV_HELP("Motion (one of the first five)");
+const char* const VideoGroup = TOV_HELP("Video");
+const char* const BatchGroup = TOV_HELP("Many results");
+const char* const CommandGroup = TOV_HELP("Commands");
+const char* const GeneralGroup = TOV_HELP("General");
+
+const char* const Outputs = "image video";
+const char* const Views = "image video run";
+
+constexpr auto None = OptionValue::None;
+constexpr auto Required = OptionValue::Required;
+
+const OptionSpec Options[] = {
+    {"output", 'o', Required, "OUT", Outputs, OutputGroup,
+     TOV_HELP("file to write; its ending is the format; - = standard output")},
+    {"format", 0, Required, "F", Outputs, OutputGroup, TOV_HELP("format for -o -, e.g. png, mkv")},
+    {"no-clobber", 0, None, "", Outputs, OutputGroup, TOV_HELP("fail if the output exists already")},
+    {"skip-existing", 0, None, "", Outputs, OutputGroup, TOV_HELP("skip results that exist already")},
+
+    {"view", 0, Required, "NAME[,NAME...]", Views, ViewGroup,
+     TOV_HELP("front back left right top bottom iso (default front)")},
+    {"camera", 0, Required, "NAME", Views, ViewGroup, TOV_HELP("a camera of the model file")},
+    {"azimuth", 0, Required, "DEGREES", Views, ViewGroup, TOV_HELP("turn the view to the right")},
+    {"elevation", 0, Required, "DEGREES", Views, ViewGroup, TOV_HELP("turn the view upwards")},
+    {"roll", 0, Required, "DEGREES", Views, ViewGroup, TOV_HELP("turn the camera clockwise")},
+    {"zoom", 0, Required, "FACTOR", Views, ViewGroup, TOV_HELP("above 1 = closer")},
+    {"position", 0, Required, "X,Y,Z", Views, ViewGroup, TOV_HELP("position of the camera")},
+    {"target", 0, Required, "X,Y,Z", Views, ViewGroup, TOV_HELP("point that the camera looks at")},
+    {"up", 0, Required, "X,Y,Z", Views, ViewGroup, TOV_HELP("upward direction of the camera")},
+    {"fov", 0, Required, "DEGREES", Views, ViewGroup, TOV_HELP("vertical field of view, 1 to 170")},
+    {"orthographic", 0, None, "", Views, ViewGroup, TOV_HELP("parallel projection")},
+    {"transform", 0, Required, "'m00 ... m33'", Views, ViewGroup,
+     TOV_HELP("scene to eye, 16 numbers row by row, instead of --view")},
+    {"like", 0, Required, "PICTURE", Views, ViewGroup, TOV_HELP("the view stored in a picture that tov made")},
+    {"model-up", 0, Required, "AXIS", "image video run info", ViewGroup,
+     TOV_HELP("upward axis of the model: +X -X +Y -Y +Z -Z auto")},
+
+    {"light", 0, Required, "NAME", Views, LookGroup, TOV_HELP("studio headlight none FILE.hdr (default studio)")},
+    {"show", 0, Required, "NAME", Views, LookGroup, TOV_HELP("surface edges wireframe points (default surface)")},
+    {"background", 0, Required, "COLOUR", Views, LookGroup,
+     TOV_HELP("transparent, a colour, or 'TOP..BOTTOM' (default: transparent where the format allows)")},
+    {"samples", 0, Required, "N", Views, LookGroup, TOV_HELP("samples per pixel, 0 to 8 (default 4)")},
+
+    {"size", 0, Required, "WxH", Outputs, SizeGroup,
+     TOV_HELP("pixels (default 1920x1080 for pictures, 1280x720 for videos)")},
+    {"width", 0, Required, "N", "image", SizeGroup, TOV_HELP("width in pixels; the height follows from --panel")},
+    {"panel", 0, Required, "WxH", Views, SizeGroup, TOV_HELP("shape of the view with --width or run (1280x720)")},
+
+    {"dpi", 0, Required, "N", "image", PictureGroup, TOV_HELP("resolution stored in the picture, dots per inch")},
+    {"quality", 0, Required, "0-100", "image", PictureGroup, TOV_HELP("of JPEG and WEBP (default 90)")},
+
+    {"turntable", 0, OptionValue::Number, "[N]", "video run", MotionGroup,
+     TOV_HELP("turn the camera once around the model, N frames per turn")},
+    {"trajectory", 0, Required, "FILE", "video run", MotionGroup, TOV_HELP("follow a trajectory (csv tum txt json)")},
+    {"animation", 0, OptionValue::Name, "[NAME]", "video run", MotionGroup,
+     TOV_HELP("play an animation of the model file (default: the first)")},
+    {"path", 0, Required, "FILE", "video run", MotionGroup, TOV_HELP("follow a camera path (json)")},
+    {"free", 0, Required, "SECONDS", "video", MotionGroup, TOV_HELP("record without a motion, in real time")},
+    {"duration", 0, Required, "SECONDS", "video run", MotionGroup, TOV_HELP("length of the video, exactly")},
+    {"turns", 0, Required, "X", "video run", MotionGroup, TOV_HELP("turns of the turntable (default 1)")},
+    {"axis", 0, Required, "AXIS", "video run", MotionGroup,
+     TOV_HELP("of the turntable: up x y z or X,Y,Z (default up)")},
+    {"ease", 0, None, "", "video run", MotionGroup, TOV_HELP("start and end the motion slowly")},
+
+    {"fps", 0, Required, "N", "video run", VideoGroup, TOV_HELP("frames per second (default: the setting, 25)")},
+    {"bitrate", 0, Required, "KBPS", "video", VideoGroup,
+     TOV_HELP("kbit/s, 100 to 2000000 (default: 0.1 bit per pixel, at least the setting)")},
+
+    {"each", 0, None, "", Outputs, BatchGroup, TOV_HELP("one result per model, instead of all models in one scene")},
+    {"jobs", 0, Required, "FILE", Outputs, BatchGroup,
+     TOV_HELP("a file with the arguments of one result per line; - = standard input")},
+    {"max-memory", 0, Required, "SIZE", Outputs, BatchGroup, TOV_HELP("memory limit, e.g. 800M or 2G")},
+
+    {"command", 'c', Required, "TEXT", "run", CommandGroup, TOV_HELP("command text to run; may be repeated")},
+    {"check", 0, Required, "FILE.so", "encoders", CommandGroup, TOV_HELP("test an encoder plug-in and report")},
+
+    {"settings", 0, Required, "FILE", "*", GeneralGroup, TOV_HELP("settings file to use instead of the user's own")},
+    {"safe-mode", 0, None, "", "*", GeneralGroup,
+     TOV_HELP("load only modules and plug-ins that are part of the program")},
+    {"strict", 0, None, "", "*", GeneralGroup, TOV_HELP("treat warnings as errors; stop at the first failure")},
+    {"json", 0, None, "", "*", GeneralGroup, TOV_HELP("report on standard output, one JSON object per line")},
+    {"quiet", 'q', None, "", "*", GeneralGroup, TOV_HELP("print errors only")},
+    {"verbose", 'v', None, "", "*", GeneralGroup, TOV_HELP("print the full log, including the renderer")},
+    {"help", 'h', None, "", "*", GeneralGroup, TOV_HELP("show this help")},
+    {"version", 0, None, "", "*", GeneralGroup, TOV_HELP("show the version")},
+};
+
+const VerbSpec Verbs[] = {
+    {"image", "tov image FILE... -o OUT [options]", true, TOV_HELP("makes pictures of models")},
+    {"video", "tov video FILE... -o OUT (--turntable | --trajectory FILE | ...) [options]", true,
+     TOV_HELP("makes videos of models")},
+    {"run", "tov run [FILE...] (-c TEXT ... | SCRIPT.tov)", true,
+     TOV_HELP("runs command texts, e.g. grabimage filename=\"a.png\" width=4000")},
+    {"info", "tov info FILE...", true, TOV_HELP("shows what model files contain")},
+    {"commands", "tov commands", false, TOV_HELP("lists the commands with their parameters and defaults")},
+    {"encoders", "tov encoders [--check FILE.so]", false, TOV_HELP("lists the video formats")},
+    {"modules", "tov modules", false, TOV_HELP("lists modules, plug-ins, and what could not be loaded")},
+};
+
+#undef TOV_HELP
+
+} // namespace
+
+Table<OptionSpec> optionTable()
+{
+    return {Options, std::size(Options)};
+}
+
+Table<VerbSpec> verbTable()
+{
+    return {Verbs, std::size(Verbs)};
+}
+
+bool isOptionOf(const OptionSpec& option, const QString& verb)
+{
+    const QString verbs = QLatin1String(option.verbs);
+    return verbs == QLatin1String("*") || verbs.split(QLatin1Char(' ')).contains(verb);
+}
+
+const VerbSpec* findVerb(const QString& name)
+{
+    for (const VerbSpec& verb : Verbs)
+        if (name == QLatin1String(verb.name))
+            return &verb;
+    return nullptr;
+}
+
+const OptionSpec* findOption(const QString& name)
+{
+    for (const OptionSpec& option : Options)
+        if (name == QLatin1String(option.name))
+            return &option;
+    return nullptr;
+}
+
+const OptionSpec* findOption(QChar shortName)
+{
+    for (const OptionSpec& option : Options)
+        if (option.shortName != 0 && shortName == QLatin1Char(option.shortName))
+            return &option;
+    return nullptr;
+}
+
+} // namespace tov::app

@@ -1,0 +1,55 @@
+#pragma once
+
+#include "app/cli/options.h"
+#include "app/cli/progressline.h"
+#include "app/common/runoutcome.h"
+
+#include <QElapsedTimer>
+#include <QString>
+
+class QJsonObject;
+
+namespace tov::app {
+
+/// Prints one line on standard error: "tov: ...". Thread: any.
+void printError(const QString& message);
+
+/// Everything that a verb reports: as lines on standard error, or with --json as one object per line on standard
+/// output. The keys and the values of "event" are English in every language. Thread: application.
+class Reporter
+{
+public:
+    explicit Reporter(const Options& options);
+
+    /// A result is being made.
+    void started(const QString& output);
+    /// Something that the person should know; nothing is wrong.
+    void note(const QString& message);
+    /// Something that is probably not wanted. With --strict a failure.
+    void warning(const QString& message);
+    /// One line that says what failed and why. Returns false, so that a function can end with it.
+    bool fail(const QString& message);
+    /// A finished result, in words.
+    void result(const RunOutcome& outcome);
+    /// `percent` -1 = busy; `count` of `unit` are 100 %, 0 = unknown.
+    void progress(const QString& text, int percent, qint64 count = 0);
+    void setProgressRemark(const QString& remark) { m_Line.setRemark(remark); }
+    void clearProgress() { m_Line.clear(); }
+
+    bool hasReportedFailure() const { return m_Failures > 0; }
+    /// Failures so far.
+    int getFailureCount() const { return m_Failures; }
+    bool isStrict() const { return m_IsStrict; }
+    bool isQuiet() const { return m_IsQuiet; }
+    bool isJson() const { return m_IsJson; }
+
+private:
+    void print(const QJsonObject& object);
+
+    const bool m_IsQuiet, m_IsJson, m_IsStrict;
+    ProgressLine m_Line;
+    QElapsedTimer m_SinceProgress;
+    int m_Failures = 0;
+};
+
+} // namespace tov::app

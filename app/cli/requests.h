@@ -1,0 +1,133 @@
+#pragma once
+
+#include "app/cli/options.h"
+#include "kernel/math/matrix.h"
+
+#include <QColor>
+#include <QSize>
+#include <QString>
+#include <QStringList>
+
+#include <array>
+#include <optional>
+
+namespace tov::app {
+
+/// What stands behind the model.
+struct Background
+{
+    enum class Kind
+    {
+        Default, ///< transparent where the format has transparency, else the background of the settings
+        Transparent,
+        Plain,
+        Gradient, ///< from `top` to `bottom`
+    };
+    Kind kind = Kind::Default;
+    QColor top;
+    QColor bottom;
+};
+
+/// From where and how the scene is seen.
+struct ViewRequest
+{
+    typedef std::array<double, 3> Vector;
+
+    QStringList views;                           ///< standard views, each gives a result; empty = front
+    QString camera;                              ///< a camera of the file; empty = none
+    QString like;                                ///< a picture whose stored view is used; empty = none
+    std::optional<tov::math::Matrix4> transform; ///< scene to eye, instead of everything else
+    double azimuth = 0, elevation = 0, roll = 0; ///< degrees, relative to the view
+    double zoom = 1;
+    std::optional<Vector> position, target, up;
+    std::optional<double> fieldOfView; ///< degrees
+    bool isOrthographic = false;
+    QString modelUp; ///< empty = auto
+    QString light;   ///< empty = default
+    QString show;    ///< empty = default
+    Background background;
+    std::optional<int> samples;     ///< per pixel, 0 = off
+    QSize panel = QSize(1280, 720); ///< shape of the view where no size is given
+};
+
+/// What moves in a video.
+struct MotionRequest
+{
+    enum class Kind
+    {
+        None,
+        Turntable,
+        Trajectory,
+        Animation,
+        Path,
+        Free,
+    };
+    Kind kind = Kind::None;
+    int positions = 0;             ///< of one turn of the turntable; 0 = from the duration
+    QString file;                  ///< of a trajectory or path
+    QString name;                  ///< of an animation; empty = the first
+    std::optional<double> seconds; ///< exact length; for `Free` the time to record
+    double turns = 1;
+    QString axis; ///< empty = up
+    bool isEased = false;
+};
+
+/// Where results go.
+struct OutputRequest
+{
+    QString pattern;            ///< may hold {name}, {view}, {n}; "-" = standard output
+    QString format;             ///< for standard output
+    bool keepsExisting = false; ///< an existing file is an error
+    bool skipsExisting = false; ///< an existing file is a result already
+    bool isEach = false;        ///< one result per model
+    qint64 maxMemory = 0;       ///< bytes; 0 = what the system leaves
+
+    bool isStandardOutput() const { return pattern == QLatin1String("-"); }
+};
+
+struct ImageRequest
+{
+    QStringList models;
+    ViewRequest view;
+    OutputRequest output;
+    QSize size;       ///< pixels
+    int dpi = 0;      ///< 0 = not stored
+    int quality = -1; ///< -1 = the format's default
+};
+
+struct VideoRequest
+{
+    QStringList models;
+    ViewRequest view;
+    OutputRequest output;
+    MotionRequest motion;
+    QSize size;      ///< pixels; videos are made even
+    int fps = 0;     ///< 0 = the setting
+    int bitrate = 0; ///< kbit/s; 0 = from size and rate
+};
+
+struct RunRequest
+{
+    QStringList models;
+    ViewRequest view;
+    MotionRequest motion;
+    int fps = 0;
+    QString script;    ///< empty = `texts`
+    QStringList texts; ///< command texts, in order
+};
+
+/// Each reads the options of a verb into a request and checks every value that needs nothing but itself. On failure
+/// returns false and sets `error` to one line. Opens no file. Thread: any.
+bool readImageRequest(const Options& options, ImageRequest& request, QString* error);
+bool readVideoRequest(const Options& options, VideoRequest& request, QString* error);
+bool readRunRequest(const Options& options, RunRequest& request, QString* error);
+
+/// Reads "WxH" with both from 1 to 65535. Thread: any.
+bool readSize(const QString& text, QSize& size);
+/// Reads a time such as "5", "5s", "500ms", "2min" into seconds. Thread: any.
+bool readSeconds(const QString& text, double& seconds);
+/// Reads an amount such as "800M", "2G", "1500000" into bytes; K, M, G, T are powers of 1000, Ki to Ti of 1024.
+/// Thread: any.
+bool readBytes(const QString& text, qint64& bytes);
+
+} // namespace tov::app

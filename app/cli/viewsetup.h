@@ -1,0 +1,19 @@
+#pragma once
+
+#include "app/cli/requests.h"
+
+namespace tov::gui {
+class ScenePanel;
+}
+
+namespace tov::app {
+
+/// Sets what all drawers of the process share: background, samples, light. Thread: application.
+void applyLook(const ViewRequest& view);
+
+/// Gives the panel the view of a request. `name` is one of `view.views`, or empty; `isTurning` makes room for a camera
+/// that turns about the scene. On failure false with one line in `error`. Thread: application.
+bool applyView(tov::gui::ScenePanel& panel, const ViewRequest& view, const QString& name, bool isTurning,
+               QString* error);
+
+} // namespace tov::app
