@@ -48,7 +48,7 @@ const OptionSpec Options[] = {
     {"position", 0, Required, "X,Y,Z", Views, ViewGroup, TOV_HELP("position of the camera")},
     {"target", 0, Required, "X,Y,Z", Views, ViewGroup, TOV_HELP("point that the camera looks at")},
     {"up", 0, Required, "X,Y,Z", Views, ViewGroup, TOV_HELP("upward direction of the camera")},
-    {"fov", 0, Required, "DEGREES", Views, ViewGroup, TOV_HELP("vertical field of view, 1 to 170")},
+    {"fov", 0, Required, "DEGREES", Views, ViewGroup, TOV_HELP("vertical field of view, 1 to 150")},
     {"orthographic", 0, None, "", Views, ViewGroup, TOV_HELP("parallel projection")},
     {"transform", 0, Required, "'m00 ... m33'", Views, ViewGroup,
      TOV_HELP("scene to eye, 16 numbers row by row, instead of --view")},

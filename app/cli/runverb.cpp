@@ -2,7 +2,6 @@
 #include "app/cli/verbs.h"
 #include "app/common/filesnapshot.h"
 #include "kernel/commands/commandparser.h"
-#include "kernel/main/settings.h"
 #include "scene/view/scenepanel.h"
 #include "trajectory/trajectoryhandler.h"
 
@@ -164,7 +163,6 @@ int runScript(const Options& options, int& argc, char** argv)
     if (const int status = readCommands(request, reporter, commands); status != ExitDone)
         return status;
     Session session(options, reporter, argc, argv);
-    tov::main::keepSettingsInMemory();
     const bool isTurning = request.motion.kind == MotionRequest::Kind::Turntable;
     const int fps = request.fps > 0 ? request.fps : DefaultFps;
     if (!session.showModels(request.models, request.view.modelUp) ||

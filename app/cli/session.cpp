@@ -3,6 +3,7 @@
 #include "app/cli/viewsetup.h"
 #include "kernel/commands/command.h"
 #include "kernel/gui/zprogressdialog.h"
+#include "kernel/main/settings.h"
 #include "kernel/workers/overseer.h"
 #include "scene/scene.h"
 #include "scene/sceneelement.h"
@@ -52,6 +53,8 @@ Session::Session(const Options& options, Reporter& reporter, int& argc, char** a
     if (!m_Startup.getForeignSettings().isEmpty())
         m_Reporter.warning(tr("%1 is not a settings file and is left alone; settings are valid for this call only")
                                .arg(m_Startup.getForeignSettings()));
+    else
+        tov::main::useTemporarySettings(); // those of one call must not become the user's
     mp_Watcher = std::make_unique<RunWatcher>(FailureLog::Console::Collect);
     QObject::connect(mp_Watcher.get(), &RunWatcher::recordingLost, [](const CommandRunPointer& run) { run->stop(); });
     mp_Space = std::make_unique<SpaceWatch>();
@@ -110,11 +113,12 @@ bool Session::showModels(const QStringList& files, const QString& modelUp)
 
 bool Session::showView(const ViewRequest& view, const QString& name, bool isTurning)
 {
-    applyLook(view);
+    QString error;
+    if (!applyLook(view, &error))
+        return m_Reporter.fail(error);
     if (!mp_Panel)
         mp_Panel = new tov::gui::ScenePanel;
     mp_Panel->resize(view.panel);
-    QString error;
     if (!applyView(*mp_Panel, view, name, isTurning, &error))
         return m_Reporter.fail(error);
     tov::scene::Viewer::getInstance()->setActivePanel(mp_Panel);

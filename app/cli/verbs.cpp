@@ -4,6 +4,7 @@
 #include "app/cli/reporter.h"
 
 #include <QCoreApplication>
+#include <QFileInfo>
 
 #include <cstdio>
 
@@ -35,6 +36,11 @@ int runVerb(const Options& options, int& argc, char** argv)
         return ExitUsage;
     if (!verb->takesFiles && !options.files.isEmpty()) {
         printError(QCoreApplication::translate("tov::app", "%1 takes no file").arg(options.verb));
+        return ExitUsage;
+    }
+    const QString settings = options.value(QStringLiteral("settings"));
+    if (QFileInfo(settings).isDir()) {
+        printError(QCoreApplication::translate("tov::app", "--settings must be a file ('%1' is a folder)").arg(settings));
         return ExitUsage;
     }
     const int status = function(options, argc, argv);

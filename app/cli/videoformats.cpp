@@ -6,11 +6,6 @@
 #include "kernel/main/parameterset.h"
 #include "kernel/workers/overseer.h"
 
-#include <QFileDialog>
-#include <QRegularExpression>
-
-#include <memory>
-
 namespace tov::app {
 
 std::vector<std::pair<QString, QString>> knownVideoFormats()
@@ -25,13 +20,8 @@ std::vector<std::pair<QString, QString>> knownVideoFormats()
                         : nullptr;
     if (!factory)
         return formats;
-    const std::unique_ptr<QFileDialog> dialog(factory->createDialog());
-    static const QRegularExpression form(QStringLiteral("^(.*) \\(\\*\\.([^()]*)\\)$"));
-    for (const QString& filter : dialog->nameFilters()) {
-        const auto match = form.match(filter);
-        if (match.hasMatch())
-            formats.emplace_back(match.captured(2), match.captured(1));
-    }
+    for (const auto& format : factory->formats())
+        formats.emplace_back(format.extension, format.description);
     return formats;
 }
 

@@ -284,8 +284,6 @@ int runVideo(const Options& options, int& argc, char** argv)
     if (!collectJobs(options, readVideoRequest, reporter, jobs, isUsage))
         return isUsage ? ExitUsage : ExitFailed;
     Session session(options, reporter, argc, argv);
-    // The settings of one call must not become the user's.
-    tov::main::keepSettingsInMemory();
     std::vector<const VideoJob*> open;
     for (const VideoJob& job : jobs) {
         QString error;

@@ -4,21 +4,15 @@
 #include "scene/drawing/scenedrawer.h"
 #include "scene/view/scenepanel.h"
 
-#include <QCoreApplication>
-
 namespace tov::app {
 
 using tov::gui::ScenePanel;
 using tov::scene::SceneDrawer;
+typedef tov::scene::SceneLook Look;
 
 namespace {
 
 constexpr int DefaultSamples = 4;
-
-QString tr(const char* text)
-{
-    return QCoreApplication::translate("tov::app", text);
-}
 
 ScenePanel::StandardView standardView(const QString& name)
 {
@@ -32,12 +26,42 @@ ScenePanel::StandardView standardView(const QString& name)
     return View::Front;
 }
 
+Look::Show showNamed(const QString& name)
+{
+    if (name == QLatin1String("edges"))
+        return Look::Show::SurfaceWithEdges;
+    if (name == QLatin1String("wireframe"))
+        return Look::Show::Wireframe;
+    return name == QLatin1String("points") ? Look::Show::Points : Look::Show::Surface;
+}
+
+/// A name that is none of the known ones is a file.
+Look::Light lightNamed(const QString& name)
+{
+    if (name.isEmpty() || name == QLatin1String("studio"))
+        return Look::Light::Studio;
+    if (name == QLatin1String("headlight"))
+        return Look::Light::Headlight;
+    return name == QLatin1String("none") ? Look::Light::None : Look::Light::Environment;
+}
+
 } // namespace
 
-void applyLook(const ViewRequest& view)
+bool applyLook(const ViewRequest& view, QString* error)
 {
-    const int setting = tovSettings().value(QStringLiteral("settings/multisampling"), DefaultSamples).toInt();
-    SceneDrawer::setMultisampling(view.samples.value_or(setting));
+    tov::scene::SceneLook look = SceneDrawer::getLook();
+    look.samples = view.samples.value_or(
+        tovSettings().value(QStringLiteral("settings/multisampling"), DefaultSamples).toInt());
+    look.show = showNamed(view.show);
+    look.environment.reset();
+    look.light = lightNamed(view.light);
+    if (look.light == Look::Light::Environment) {
+        look.environment = tov::scene::Environment::read(view.light, error);
+        if (!look.environment)
+            return false;
+    }
+    SceneDrawer::setLook(look);
+    return true;
 }
 
 bool applyView(ScenePanel& panel, const ViewRequest& view, const QString& name, bool isTurning, QString* error)

@@ -8,8 +8,9 @@ class ScenePanel;
 
 namespace tov::app {
 
-/// Sets what all drawers of the process share: background, samples, light. Thread: application.
-void applyLook(const ViewRequest& view);
+/// Sets how all drawers of the process draw: samples, light, what is shown. On failure false with one line in `error`.
+/// Thread: application.
+bool applyLook(const ViewRequest& view, QString* error);
 
 /// Gives the panel the view of a request. `name` is one of `view.views`, or empty; `isTurning` makes room for a camera
 /// that turns about the scene. On failure false with one line in `error`. Thread: application.
