@@ -69,7 +69,7 @@ bool checkJob(const ImageJob& job, QString* error)
 {
     const ImageRequest& request = job.request;
     const bool isFile = !request.output.isStandardOutput();
-    if (!checkFormat(job, error) || (isFile && !checkOutput(job.plan.output, error)))
+    if ((isFile && !checkOutput(job.plan.output, error)) || !checkFormat(job, error))
         return false;
     if (isFile && request.output.keepsExisting && QFileInfo::exists(job.plan.output)) {
         *error = tr("'%1' exists already").arg(job.plan.output);

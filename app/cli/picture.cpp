@@ -92,7 +92,7 @@ bool write(const QImage& image, QIODevice& device, const QString& format, int qu
         writer.setCompression(1); // LZW: lossless and read everywhere
     if (writer.write(image))
         return true;
-    *reason = writer.error() == QImageWriter::DeviceError ? device.errorString() : writer.errorString();
+    *reason = writer.errorString();
     return false;
 }
 
@@ -185,8 +185,13 @@ bool savePicture(const QImage& image, const QString& fileName, const QString& fo
         }
     } else {
         QSaveFile file(fileName);
-        isSaved = file.open(QIODevice::WriteOnly) && write(image, file, format, quality, &reason) && file.commit();
-        if (!isSaved && reason.isEmpty())
+        // With a buffer, commit would not notice that the last bytes could not be written.
+        isSaved = file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) &&
+                  write(image, file, format, quality, &reason) && file.commit();
+        // A write that came to an end half-way has no reason; the next one reports it.
+        if (!isSaved && file.isOpen() && file.error() == QFileDevice::NoError)
+            file.write("", 1);
+        if (!isSaved && (reason.isEmpty() || file.error() != QFileDevice::NoError))
             reason = file.errorString();
     }
     if (!isSaved)

@@ -40,7 +40,8 @@ int runVerb(const Options& options, int& argc, char** argv)
     }
     const QString settings = options.value(QStringLiteral("settings"));
     if (QFileInfo(settings).isDir()) {
-        printError(QCoreApplication::translate("tov::app", "--settings must be a file ('%1' is a folder)").arg(settings));
+        printError(
+            QCoreApplication::translate("tov::app", "--settings must be a file ('%1' is a folder)").arg(settings));
         return ExitUsage;
     }
     const int status = function(options, argc, argv);

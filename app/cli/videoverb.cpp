@@ -93,9 +93,9 @@ bool checkJob(const VideoJob& job, QString* error)
 {
     const VideoRequest& request = job.request;
     const bool isFile = !request.output.isStandardOutput();
-    if (!checkEnding(job, error))
+    if (isFile && !checkOutput(job.plan.output, error))
         return false;
-    if (isFile && (!checkOutput(job.plan.output, error) || !SpaceWatch::hasRoom(job.plan.output, error)))
+    if (!checkEnding(job, error) || (isFile && !SpaceWatch::hasRoom(job.plan.output, error)))
         return false;
     if (isFile && request.output.keepsExisting && QFileInfo::exists(job.plan.output)) {
         *error = tr("'%1' exists already").arg(job.plan.output);

@@ -1,18 +1,35 @@
 #include "app/cli/viewsetup.h"
 
+#include "app/cli/picture.h"
 #include "kernel/main/settings.h"
 #include "scene/drawing/scenedrawer.h"
+#include "scene/model.h"
+#include "scene/scene.h"
+#include "scene/sceneelement.h"
 #include "scene/view/scenepanel.h"
+#include "scene/view/viewer.h"
+
+#include <QCoreApplication>
+
+#include <vector>
 
 namespace tov::app {
 
 using tov::gui::ScenePanel;
+using tov::scene::Camera;
+using tov::scene::FileCamera;
 using tov::scene::SceneDrawer;
+using tov::scene::Vector3;
 typedef tov::scene::SceneLook Look;
 
 namespace {
 
 constexpr int DefaultSamples = 4;
+
+QString tr(const char* text)
+{
+    return QCoreApplication::translate("tov::app", text);
+}
 
 ScenePanel::StandardView standardView(const QString& name)
 {
@@ -45,13 +62,77 @@ Look::Light lightNamed(const QString& name)
     return name == QLatin1String("none") ? Look::Light::None : Look::Light::Environment;
 }
 
+/// The cameras of the files in the scene.
+std::vector<FileCamera> fileCameras()
+{
+    std::vector<FileCamera> cameras;
+    const auto scene = tov::scene::Viewer::getInstance()->getGlobalScene();
+    if (const auto* root = scene->getRootNode())
+        for (const auto* file : root->getChildren())
+            if (const auto& data = file->getModelData())
+                cameras.insert(cameras.end(), data->cameras.begin(), data->cameras.end());
+    return cameras;
+}
+
+bool useFileCamera(ScenePanel& panel, const ViewRequest& view, QString* error)
+{
+    QStringList names;
+    for (const FileCamera& camera : fileCameras()) {
+        names << camera.name;
+        if (camera.name != view.camera)
+            continue;
+        if (panel.setFileCamera(camera)) {
+            if (view.fieldOfView)
+                panel.setFieldOfView(*view.fieldOfView);
+            if (view.isOrthographic)
+                panel.setOrthographic(true);
+            return true;
+        }
+        *error = tr("--camera: \"%1\" has no usable position").arg(view.camera);
+        return false;
+    }
+    *error = names.isEmpty() ? tr("--camera: the model has no cameras")
+                             : tr("--camera: there is no camera \"%1\"; there are %2")
+                                   .arg(view.camera, names.join(QStringLiteral(", ")));
+    return false;
+}
+
+/// Looks from a position at the target of the request, or else at the panel's.
+bool lookFrom(ScenePanel& panel, const Vector3& position, const ViewRequest& view, QString* error)
+{
+    const Camera camera = panel.getCamera();
+    Vector3 target = camera.target;
+    if (view.target) {
+        target = *view.target;
+    } else if (view.position) {
+        panel.fitToView();
+        target = panel.getCamera().target;
+    }
+    if (panel.lookAt(position, target, view.up.value_or(view.position ? Vector3{0, 1, 0} : camera.up())))
+        return true;
+    *error = tr("the camera must not be at its target");
+    return false;
+}
+
+/// Applies what is relative to a view that is not fitted.
+void moveRelative(ScenePanel& panel, const ViewRequest& view)
+{
+    if (view.azimuth != 0 || view.elevation != 0 || view.roll != 0) {
+        Camera camera = panel.getCamera();
+        camera.orbit(view.azimuth, view.elevation, view.roll);
+        panel.setCamera(camera);
+    }
+    if (view.zoom != 1)
+        panel.zoom(view.zoom);
+}
+
 } // namespace
 
 bool applyLook(const ViewRequest& view, QString* error)
 {
     tov::scene::SceneLook look = SceneDrawer::getLook();
-    look.samples = view.samples.value_or(
-        tovSettings().value(QStringLiteral("settings/multisampling"), DefaultSamples).toInt());
+    look.samples =
+        view.samples.value_or(tovSettings().value(QStringLiteral("settings/multisampling"), DefaultSamples).toInt());
     look.show = showNamed(view.show);
     look.environment.reset();
     look.light = lightNamed(view.light);
@@ -66,16 +147,35 @@ bool applyLook(const ViewRequest& view, QString* error)
 
 bool applyView(ScenePanel& panel, const ViewRequest& view, const QString& name, bool isTurning, QString* error)
 {
-    Q_UNUSED(error)
-    panel.setStandardView(standardView(name));
-    if (isTurning)
-        panel.fitToTurn();
-    if (view.azimuth != 0 || view.elevation != 0)
-        panel.orbit(view.azimuth, view.elevation);
-    if (view.zoom != 1)
-        panel.zoom(view.zoom);
-    if (view.transform)
-        panel.setScaledTransformMatrix(*view.transform);
+    Camera lens;
+    lens.fieldOfView = view.fieldOfView.value_or(Camera::DefaultFieldOfView);
+    lens.orthographic = view.isOrthographic;
+    panel.setCamera(lens);
+    if (view.transform || !view.like.isEmpty()) {
+        const auto matrix = view.transform ? view.transform : readStoredView(view.like, error);
+        if (!matrix)
+            return false;
+        panel.setScaledTransformMatrix(*matrix);
+        moveRelative(panel, view);
+        return true;
+    }
+    if (!view.camera.isEmpty()) {
+        if (!useFileCamera(panel, view, error))
+            return false;
+        moveRelative(panel, view);
+    } else if (view.position) {
+        if (!lookFrom(panel, *view.position, view, error))
+            return false;
+        moveRelative(panel, view);
+    } else {
+        panel.setStandardView(standardView(name), view.azimuth, view.elevation, view.roll);
+        if (isTurning)
+            panel.fitToTurn();
+        if ((view.target || view.up) && !lookFrom(panel, panel.getCamera().position(), view, error))
+            return false;
+        if (view.zoom != 1)
+            panel.zoom(view.zoom);
+    }
     return true;
 }
 

@@ -1,0 +1,163 @@
+// Videos from the command line.
+
+#include "tests/cli/clifixture.h"
+
+using namespace cli;
+
+TEST_F(CliTest, ADiskThatRunsFullStopsARecordingAndKeepsIt)
+{
+    {
+        // The file holds something once the first chunk is full.
+        QSettings settings(path("settings.ini"), QSettings::IniFormat);
+        settings.setValue("settings/grabvideotempfilesize", "1");
+    }
+    // The disks are full from when the file holds something on.
+    variables = {{QStringLiteral("LD_PRELOAD"), QStringLiteral(TOV_BINARY_DIR "/tests/libfulldisk.so")},
+                 {QStringLiteral("TOV_FULL_WITH"), path("low~partial.mkv")}};
+    const Result result = run({"video", Cube, "-o", "low.mkv", "--size", "160x120", "--free", "60"});
+    expectFailure(result, 1, "the recording was stopped, what was captured is kept");
+    EXPECT_FALSE(QFile::exists(path("low.mkv")));
+    EXPECT_TRUE(QFile::exists(path("low~partial.mkv")));
+}
+
+TEST_F(CliTest, ADiskThatRunsFullWithinASecondLosesNoFrame)
+{
+    // Frames come faster than they are encoded, and wait in a temporary folder that holds little more than the limit.
+    if (run({}, "unshare -rm true").status != 0)
+        GTEST_SKIP() << "file systems cannot be mounted here, not even in a name space";
+    {
+        QSettings settings(path("settings.ini"), QSettings::IniFormat);
+        settings.setValue("settings/grabvideousememoryasbuffer", "0");
+        settings.setValue("settings/grabvideotempfilesize", "5");
+    }
+    // The leak checker cannot look at a process in a name space of its own.
+    variables = {{QStringLiteral("TMPDIR"), path("disk")},
+                 {QStringLiteral("CUBE"), Cube},
+                 {QStringLiteral("ASAN_OPTIONS"), qEnvironmentVariable("ASAN_OPTIONS") + ":detect_leaks=0"}};
+    QDir().mkpath(path("disk"));
+    const Result result =
+        run({}, "unshare -rm sh -c 'mount -t tmpfs -o size=120m tmpfs \"$TMPDIR\" && exec \"$0\" video "
+                "\"$CUBE\" -o full.av1.mkv --size 800x600 --turntable 5000 --quiet' \"$0\"");
+    expectFailure(result, 1, "the recording was stopped, what was captured is kept");
+    EXPECT_TRUE(QFile::exists(path("full~partial.av1.mkv")));
+}
+
+TEST_F(CliTest, AFullDiskIsToldBeforeARecording)
+{
+    {
+        QSettings settings(path("settings.ini"), QSettings::IniFormat);
+        settings.setValue("settings/lowspacelimit", qlonglong(1) << 40); // more than any disk has
+    }
+    const QStringList line{"video", Cube, "-o", "low.mp4", "--size", "160x120", "--turntable", "3"};
+    expectFailure(run(line), 1, "nothing was recorded: ");
+    EXPECT_FALSE(QFile::exists(path("low.mp4")));
+    {
+        QSettings settings(path("settings.ini"), QSettings::IniFormat);
+        settings.setValue("settings/lowspacelimit", 0); // never
+    }
+    EXPECT_EQ(run(line).status, 0);
+}
+
+TEST_F(CliTest, ARecordingWithoutChunksEndsByItself)
+{
+    // Neither memory nor temporary files: nothing can be recorded, and nothing will ever end it.
+    write("settings.ini", "[settings]\ngrabvideousememoryasbuffer=false\n");
+    for (const QByteArray& verb : {QByteArray("video ") + Cube.toUtf8() + " -o a.mkv --size 64x48 --turntable 3",
+                                   QByteArray("video ") + Cube.toUtf8() + " -o a.mkv --size 64x48 --free 3600",
+                                   QByteArray("run ") + Cube.toUtf8() + " -c 'grabvideo a.mkv 64 48 sync=0'"}) {
+        SCOPED_TRACE(verb.constData());
+        const Result result = run(
+            {}, "TOV_FAULT=tmpfile:1:0:13 LD_PRELOAD='" TOV_BINARY_DIR "/tests/libfaultshim.so' exec \"$0\" " + verb);
+        EXPECT_EQ(result.status, 1) << result.err.toStdString();
+        EXPECT_TRUE(result.err.contains(QStringLiteral("Couldn't open temporary file"))) << result.err.toStdString();
+    }
+}
+
+TEST_F(CliTest, AVideoSteppedAlongATurntable)
+{
+    for (const char* name : {"a.mp4", "b.mkv"}) {
+        const Result result = run(
+            {"video", Cube, "-o", name, "--size", "161x119", "--turntable", "12", "--fps", "30", "--bitrate", "500"});
+        EXPECT_EQ(result.status, 0) << result.err.toStdString();
+        EXPECT_TRUE(result.err.contains(QStringLiteral("162 x 120 pixels"))) << result.err.toStdString();
+        EXPECT_TRUE(result.err.contains(QStringLiteral("12 frames"))) << result.err.toStdString();
+    }
+    QSettings settings(path("settings.ini"), QSettings::IniFormat);
+    EXPECT_FALSE(settings.contains(QStringLiteral("settings/grabvideofps"))) << "the rates of one call are not kept";
+}
+
+TEST_F(CliTest, AFastGifLeavesFramesOutAndSaysSo)
+{
+    const Result result = run({"video", Cube, "-o", "a.gif", "--size", "64x48", "--turntable", "12", "--fps", "60"});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_TRUE(result.err.contains(QStringLiteral("10 frames"))) << result.err.toStdString();
+    EXPECT_TRUE(result.err.contains(QStringLiteral("at most 50 frames per second"))) << result.err.toStdString();
+}
+
+TEST_F(CliTest, AVideoOfSomeSeconds)
+{
+    const Result result = run({"video", Cube, "-o", "a.mkv", "--size", "64x48", "--free", "0.6"});
+    EXPECT_EQ(result.status, 0) << result.err.toStdString();
+    EXPECT_GT(QFileInfo(path("a.mkv")).size(), 0);
+}
+
+TEST_F(CliTest, VideosThatCannotBeMade)
+{
+    write("bad.csv", "1,2,3\n4,five,6\n");
+    const std::pair<QStringList, const char*> rows[] = {
+        {{"-o", "a.xyz", "--turntable", "3"}, "unknown video format 'xyz'; known formats: "},
+        {{"-o", "noending", "--turntable", "3"}, "has no ending that names a video format"},
+        {{"-o", "missing/a.mp4", "--turntable", "3"}, "there is no folder"},
+        {{"-o", "a.mp4", "--turntable", "3", "--size", "40000x64"}, "cannot be drawn here: the limit is"},
+        {{"-o", "a.mp4", "--trajectory", "none.csv"}, "there is no such file"},
+        {{"-o", "a.mp4", "--trajectory", "bad.csv"}, "line 2: \"five\" is no number"},
+    };
+    for (const auto& [arguments, text] : rows) {
+        SCOPED_TRACE(arguments.join(QLatin1Char(' ')).toStdString());
+        expectFailure(run(QStringList{"video", Cube} + arguments), 1, text);
+        EXPECT_TRUE(QDir(folder.path()).entryList({"*.mp4", "*.xyz"}).isEmpty());
+    }
+}
+
+TEST_F(CliTest, ATrajectoryThatMovesNothingIsTold)
+{
+    write("points.csv", "x,y,z\n0,0,0\n1,0,0\n");
+    write("camera.json", R"([{"camera": [1,0,0,0, 0,1,0,0, 0,0,1,0, 0,0,0,1]}])");
+    write("other.json", R"([{"nobody": [1,0,0,0, 0,1,0,0, 0,0,1,0, 0,0,0,1]}])");
+    const auto said = [this](const QString& model, const char* trajectory) {
+        const Result result =
+            run({"video", model, "-o", "a.mkv", "--size", "64x48", "--trajectory", QLatin1String(trajectory)});
+        EXPECT_EQ(result.status, 0) << result.err.toStdString();
+        return result.err.contains(QStringLiteral("the trajectory moves nothing"));
+    };
+    EXPECT_TRUE(said(Cube, "points.csv"));
+    EXPECT_TRUE(said(Cube, "other.json"));
+    EXPECT_FALSE(said(Cube, "camera.json"));
+    const QString crane = QStringLiteral(TOV_SOURCE_DIR "/samples/crane.obj");
+    EXPECT_FALSE(said(crane, "points.csv"));
+}
+
+TEST_F(CliTest, CtrlCStopsARecordingAndKeepsIt)
+{
+    QProcess process;
+    process.setWorkingDirectory(folder.path());
+    auto environment = QProcessEnvironment::systemEnvironment();
+    environment.remove(QStringLiteral("QT_QPA_PLATFORM"));
+    environment.insert(QStringLiteral("TOV_SETTINGS"), path("settings.ini"));
+    process.setProcessEnvironment(environment);
+    process.start(Program, {"video", Cube, "-o", "a.mkv", "--size", "320x240", "--free", "100", "-v"});
+    ASSERT_TRUE(process.waitForStarted());
+    // The file is made when the recording starts.
+    QElapsedTimer clock;
+    clock.start();
+    while (!QFile::exists(path("a~partial.mkv")) && clock.elapsed() < 30000)
+        process.waitForReadyRead(10);
+    ASSERT_TRUE(QFile::exists(path("a~partial.mkv")));
+    // Some frames' time.
+    process.waitForFinished(600);
+    kill(pid_t(process.processId()), SIGINT);
+    ASSERT_TRUE(process.waitForFinished(60000));
+    EXPECT_EQ(process.exitCode(), 130);
+    EXPECT_FALSE(QFile::exists(path("a.mkv")));
+    EXPECT_GT(probe("a~partial.mkv", "nb_read_frames").toInt(), 0);
+}
