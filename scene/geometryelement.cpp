@@ -142,8 +142,10 @@ private:
                 vertex.position[axis] = p[3 * from + axis];
                 vertex.normal[axis] = hasNormals ? m_Geometry.normals[3 * from + axis] : float(axis == 2);
             }
-            for (std::size_t c = 0; c < 4; ++c)
+            for (std::size_t c = 0; c < 4; ++c) {
                 vertex.color[c] = hasColors ? m_Geometry.colors[4 * from + c] : std::uint16_t(65535);
+                m_Element.m_HasColors = m_Element.m_HasColors || vertex.color[c] != 65535;
+            }
         }
     }
     void copyOptional()

@@ -73,6 +73,8 @@ public:
     const std::vector<float>& getTextureCoordinates(int set) const { return m_Uv[set]; }
     /// x, y, z and the sign of the bitangent for each vertex; empty: derived while drawing.
     const std::vector<float>& getTangents() const { return m_Tangents; }
+    /// False when all vertices are white and opaque.
+    bool hasVertexColors() const { return m_HasColors; }
     const std::vector<std::uint32_t>& getIndices() const { return m_Indices; }
     const std::vector<Chunk>& getChunks() const { return m_Chunks; }
     const Box& getBox() const { return m_Box; }
@@ -114,6 +116,7 @@ private:
     std::array<double, 3> m_Origin;
     std::unique_ptr<const Deformation> mp_Deformation;
     std::shared_ptr<const Material> mp_Material;
+    bool m_HasColors = false;
     float m_Opacity = 1;
     unsigned int m_Revision = 0;
 };

@@ -1,16 +1,63 @@
 #include "scene/drawing/drawbuffers.h"
 
+#include "scene/drawing/featureedges.h"
+
 #include <QOpenGLContext>
 #include <QOpenGLFunctions>
+
+#include <GL/gl.h>
 
 namespace tov::scene {
 
 namespace {
 
-std::vector<GeometryElement::Buffers::Entry>& abandoned()
+typedef GeometryElement::Buffers::Entry Entry;
+
+struct Abandoned
 {
-    static auto* instance = new std::vector<GeometryElement::Buffers::Entry>;
+    QOpenGLContextGroup* group;
+    unsigned int name;
+};
+
+std::vector<Abandoned>& abandoned()
+{
+    static auto* instance = new std::vector<Abandoned>;
     return *instance;
+}
+
+void abandonAll(const Entry& entry)
+{
+    for (const unsigned int name :
+         {entry.vertices, entry.indices, entry.uv[0], entry.uv[1], entry.tangents, entry.edges})
+        if (name != 0)
+            abandoned().push_back({entry.group, name});
+}
+
+/// Puts the values into a buffer, a new one where `name` is 0. False when OpenGL did not take them.
+template <typename T>
+bool upload(GLenum target, const std::vector<T>& values, unsigned int& name)
+{
+    if (values.empty())
+        return true;
+    QOpenGLFunctions* gl = QOpenGLContext::currentContext()->functions();
+    if (name == 0)
+        gl->glGenBuffers(1, &name);
+    gl->glBindBuffer(target, name);
+    const auto bytes = GLsizeiptr(values.size() * sizeof(T));
+    gl->glBufferData(target, bytes, values.data(), GL_STATIC_DRAW);
+    // Not by glGetError: what it returns is for the caller of the drawing.
+    GLint size = 0;
+    gl->glGetBufferParameteriv(target, GL_BUFFER_SIZE, &size);
+    return size == GLint(bytes);
+}
+
+bool uploadAll(const GeometryElement& element, Entry& entry)
+{
+    return upload(GL_ARRAY_BUFFER, element.getVertices(), entry.vertices) &&
+           upload(GL_ARRAY_BUFFER, element.getTextureCoordinates(0), entry.uv[0]) &&
+           upload(GL_ARRAY_BUFFER, element.getTextureCoordinates(1), entry.uv[1]) &&
+           upload(GL_ARRAY_BUFFER, element.getTangents(), entry.tangents) &&
+           upload(GL_ELEMENT_ARRAY_BUFFER, element.getIndices(), entry.indices);
 }
 
 } // namespace
@@ -21,32 +68,54 @@ std::mutex& GeometryElement::Buffers::mutex()
     return *instance;
 }
 
-GeometryElement::Buffers::Entry GeometryElement::Buffers::obtain(const GeometryElement& element)
+Entry GeometryElement::Buffers::obtain(const GeometryElement& element, bool wantsEdges)
 {
     QOpenGLContext* context = QOpenGLContext::currentContext();
     std::lock_guard<std::mutex> guard(mutex());
-    for (const Entry& entry : entries)
-        if (entry.group == context->shareGroup())
+    auto known = entries.begin();
+    while (known != entries.end() && known->group != context->shareGroup())
+        ++known;
+    Entry entry;
+    if (known != entries.end()) {
+        entry = *known;
+        if (entry.revision == element.getRevision() && (!wantsEdges || entry.areEdgesKnown))
             return entry;
-    QOpenGLFunctions* gl = context->functions();
-    unsigned int names[2];
-    gl->glGenBuffers(2, names);
-    gl->glBindBuffer(GL_ARRAY_BUFFER, names[0]);
-    gl->glBufferData(GL_ARRAY_BUFFER, GLsizeiptr(element.getVertices().size() * sizeof(Vertex)),
-                     element.getVertices().data(), GL_STATIC_DRAW);
-    gl->glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, names[1]);
-    gl->glBufferData(GL_ELEMENT_ARRAY_BUFFER, GLsizeiptr(element.getIndices().size() * sizeof(std::uint32_t)),
-                     element.getIndices().data(), GL_STATIC_DRAW);
-    gl->glFinish();
-    entries.push_back({context->shareGroup(), names[0], names[1]});
-    return entries.back();
+        entries.erase(known);
+    }
+    entry.group = context->shareGroup();
+    bool isWhole = true;
+    if (entry.vertices == 0 || entry.revision != element.getRevision())
+        isWhole = uploadAll(element, entry);
+    entry.revision = element.getRevision();
+    if (wantsEdges && !entry.areEdgesKnown && isWhole) {
+        entry.areEdgesKnown = true;
+        const auto edges = featureEdges(element);
+        entry.edgeIndexCount = edges.size();
+        isWhole = upload(GL_ELEMENT_ARRAY_BUFFER, edges, entry.edges);
+    }
+    if (!isWhole) {
+        abandonAll(entry);
+        return Entry();
+    }
+    context->functions()->glFinish();
+    entries.push_back(entry);
+    return entry;
 }
 
 void GeometryElement::Buffers::abandon()
 {
     std::lock_guard<std::mutex> guard(mutex());
-    abandoned().insert(abandoned().end(), entries.begin(), entries.end());
+    for (const Entry& entry : entries)
+        abandonAll(entry);
     entries.clear();
+}
+
+void GeometryElement::Buffers::abandon(QOpenGLContextGroup* group, unsigned int name)
+{
+    if (name == 0)
+        return;
+    std::lock_guard<std::mutex> guard(mutex());
+    abandoned().push_back({group, name});
 }
 
 void GeometryElement::Buffers::collect()
@@ -56,8 +125,7 @@ void GeometryElement::Buffers::collect()
     auto& names = abandoned();
     for (auto it = names.begin(); it != names.end();) {
         if (it->group == context->shareGroup()) {
-            const unsigned int pair[2] = {it->vertices, it->indices};
-            context->functions()->glDeleteBuffers(2, pair);
+            context->functions()->glDeleteBuffers(1, &it->name);
             it = names.erase(it);
         } else {
             ++it;

@@ -11,21 +11,31 @@ namespace tov::scene {
 /// The OpenGL buffers of one element, for each share group that has drawn it.
 struct GeometryElement::Buffers
 {
+    /// Buffer names; 0: the element has no such data.
     struct Entry
     {
-        QOpenGLContextGroup* group;
-        unsigned int vertices;
-        unsigned int indices;
+        QOpenGLContextGroup* group = nullptr;
+        unsigned int revision = 0;
+        unsigned int vertices = 0;
+        unsigned int indices = 0;
+        unsigned int uv[2] = {0, 0};
+        unsigned int tangents = 0;
+        unsigned int edges = 0;     ///< indices of the feature edges
+        bool areEdgesKnown = false; ///< they are computed when they are first wanted
+        std::size_t edgeIndexCount = 0;
     };
     std::vector<Entry> entries; ///< guarded by `mutex()`
 
     /// Guards the entries of all elements and the names to be freed.
     static std::mutex& mutex();
-    /// The element's buffers in the current context's group, uploaded now if they are not there yet. The upload is
-    /// finished when this returns, so that every context of the group sees it. Thread: the current context's.
-    Entry obtain(const GeometryElement& element);
+    /// The element's buffers in the current context's group, uploaded now if they are missing or out of date. The
+    /// upload is finished when this returns, so that every context of the group sees it. What could not be uploaded is
+    /// not kept: the names are 0, and the OpenGL error is left for the caller. Thread: the current context's.
+    Entry obtain(const GeometryElement& element, bool wantsEdges);
     /// Leaves the names to be freed by `collect`. Thread: any.
     void abandon();
+    /// Leaves a buffer that belongs to no element to be freed by `collect`; 0 is ignored. Thread: any.
+    static void abandon(QOpenGLContextGroup* group, unsigned int name);
     /// Frees abandoned names of the current context's group. Thread: the current context's.
     static void collect();
 };

@@ -180,14 +180,14 @@ float softbox(const Direction& d, const Direction& towards, float cosInner, floa
 Color studioRadiance(const Direction& d)
 {
     const float up = d[1];
-    const float room = up > 0 ? 0.34f + 0.32f * up : 0.34f + 0.20f * up;
+    const float room = up > 0 ? 0.24f + 0.22f * up : 0.24f + 0.16f * up;
     // Around the camera it is darker, so that metal facing it has contrast.
-    const float behindCamera = 1 - 0.45f * softbox(d, {0, -0.1f, 1}, 0.97f, 0.55f);
-    const float key = 3.2f * softbox(d, {-0.62f, 0.62f, 0.48f}, 0.93f, 0.84f);
-    const float fill = 1.7f * softbox(d, {0.95f, 0.15f, 0.25f}, 0.94f, 0.86f);
-    const float back = 2.2f * softbox(d, {0.15f, 0.75f, -0.65f}, 0.95f, 0.86f);
-    const float base = room * behindCamera;
-    return {base * 0.985f + key * 1.0f + fill * 0.97f + back * 0.98f, base + key * 0.985f + fill * 0.99f + back,
+    const float atCamera = 1 - 0.45f * softbox(d, {0, -0.1f, 1}, 0.97f, 0.55f);
+    const float key = 2.4f * softbox(d, {-0.62f, 0.62f, 0.48f}, 0.95f, 0.89f);
+    const float fill = 1.3f * softbox(d, {0.95f, 0.15f, 0.25f}, 0.95f, 0.89f);
+    const float back = 1.8f * softbox(d, {0.15f, 0.75f, -0.65f}, 0.95f, 0.88f);
+    const float base = room * atCamera;
+    return {base * 0.985f + key + fill * 0.97f + back * 0.98f, base + key * 0.985f + fill * 0.99f + back,
             base * 1.03f + key * 0.96f + fill * 1.03f + back * 1.03f};
 }
 

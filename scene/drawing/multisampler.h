@@ -17,6 +17,8 @@ public:
     Multisampler& operator=(const Multisampler&) = delete;
     ~Multisampler();
 
+    bool isActive() const { return mp_Buffer != nullptr; }
+
 private:
     std::unique_ptr<QOpenGLFramebufferObject> mp_Buffer; ///< null when off
     unsigned int m_Target = 0;

@@ -1,0 +1,111 @@
+#pragma once
+
+#include "scene/drawing/scenelook.h"
+#include "scene/drawing/shadersource.h"
+#include "scene/drawing/view.h"
+#include "scene/geometryelement.h"
+
+#include <cstddef>
+#include <vector>
+
+class QOpenGLContextGroup;
+
+namespace tov::scene {
+
+/// An element that may be seen, and where it is.
+struct DrawItem
+{
+    const GeometryElement* element;
+    tov::math::Matrix4 toScene; ///< from the element's vertices
+};
+
+/// A buffer for the uniform blocks of one drawer. Its name is left to `Buffers::collect` at the end.
+struct UniformBuffer
+{
+    QOpenGLContextGroup* group = nullptr;
+    unsigned int name = 0;
+
+    UniformBuffer() = default;
+    UniformBuffer(const UniformBuffer&) = delete;
+    UniformBuffer& operator=(const UniformBuffer&) = delete;
+    ~UniformBuffer();
+    /// Fills the buffer and leaves it bound. Thread: the current context's.
+    void upload(const std::vector<std::byte>& bytes);
+};
+
+/// Draws elements with shaders: first plans all calls of OpenGL, then sorts them, then makes them. Solids come first,
+/// sorted by program and material; what can be seen through follows from back to front, the far sides of each part
+/// before its near sides. Changes OpenGL state freely. Thread: the current context's.
+class Painter
+{
+public:
+    /// `isMultisampled`: the framebuffer has samples. `lineOffset`: share of the depth range by which lines come
+    /// nearer.
+    Painter(const View& view, const SceneLook& look, bool isMultisampled, double lineOffset);
+
+    void add(const DrawItem& item);
+    void draw(UniformBuffer& uniforms);
+
+private:
+    enum class Content
+    {
+        Primitives, ///< surfaces, lines or points, as the element has them
+        Outlines,   ///< the edges of all triangles
+        Vertices,   ///< a point for each vertex
+        Features,   ///< the feature edges
+    };
+    enum class Sides
+    {
+        Both,
+        Front,
+        Back,
+    };
+    struct Call
+    {
+        const GeometryElement* element;
+        const Material* material;
+        Content content;
+        Sides sides;
+        unsigned int features;
+        std::size_t part; ///< number of its block
+        std::size_t item;
+        bool isMirrored;
+        bool isBlended;
+        double depth; ///< blended ones: farther ones come first
+    };
+
+    void addSurface(std::size_t item);
+    void addBlended(Call call, const DrawItem& item);
+    Call makeCall(std::size_t item, Content content, const Material& material);
+    bool isWide(const Call& call) const;
+    unsigned int featuresOf(const GeometryElement& element, const Material& material, bool isLit) const;
+    PartBlock partBlock(const DrawItem& item, const Material& material, bool isWide) const;
+    FrameBlock frameBlock() const;
+    void prepare(const Call& call);
+    void setSides(const Call& call) const;
+    void setBlending(const Call& call) const;
+    void setWidth(const Call& call) const;
+    void bindTextures(const Call& call);
+    bool bindVertices(const Call& call, std::size_t& edgeIndexCount) const;
+    void drawChunks(const Call& call) const;
+    void make(const Call& call);
+    void uploadBlocks(UniformBuffer& uniforms) const;
+
+    const View& m_View;
+    const SceneLook& m_Look;
+    const bool m_IsMultisampled;
+    const double m_LineOffset;
+    const int m_Margin; ///< pixels that points and lines reach beyond their middle
+    const tov::math::Matrix4 m_WideClip;
+    std::shared_ptr<const Environment> m_Environment;
+    std::shared_ptr<const Material> m_OneMaterial;  ///< in place of all others; null: none
+    std::shared_ptr<const Material> m_EdgeMaterial; ///< of outlines and feature edges
+    std::vector<DrawItem> m_Items;
+    std::vector<Call> m_Calls;
+    std::vector<PartBlock> m_Parts;
+    unsigned int m_Program = 0;
+    const Material* mp_BoundMaterial = nullptr;
+    unsigned int m_BoundFeatures = 0;
+};
+
+} // namespace tov::scene

@@ -1,0 +1,114 @@
+#include "scene/drawing/view.h"
+
+#include "scene/sceneview.h"
+
+#include <GL/gl.h>
+
+#include <algorithm>
+#include <cmath>
+
+namespace tov::scene {
+
+using tov::math::Matrix4;
+
+namespace {
+
+/// Half the height of a video's picture at distance 1: its field of view is 45 degrees.
+const double VideoHalfHeight = std::tan(22.5 * 3.14159265358979323846 / 180);
+
+Matrix4 currentMatrix(GLenum which)
+{
+    Matrix4 columns;
+    glGetDoublev(which, columns.data());
+    return columns.transposed();
+}
+
+double rowLength(const Matrix4& m, unsigned int row)
+{
+    return std::sqrt(m(row, 0) * m(row, 0) + m(row, 1) * m(row, 1) + m(row, 2) * m(row, 2));
+}
+
+Matrix4 withoutLens(const Matrix4& modelView, bool isParallel)
+{
+    Matrix4 result = Matrix4::identity();
+    for (unsigned int axis = 0; axis < 3; ++axis) {
+        const unsigned int row = axis == 2 && isParallel ? 3 : axis;
+        const double length = rowLength(modelView, row);
+        if (!(length > 0) || !std::isfinite(length))
+            return Matrix4::identity();
+        for (unsigned int c = 0; c < 4; ++c)
+            result(axis, c) = modelView(row, c) / length;
+    }
+    return result;
+}
+
+double wholeHeight(const Matrix4& projection, int viewportHeight)
+{
+    const double narrow = std::fabs(projection(1, 1));
+    if (!(narrow > 0) || !std::isfinite(narrow) || std::fabs(narrow * VideoHalfHeight - 1) < 1e-9)
+        return viewportHeight;
+    return viewportHeight * narrow * PictureHalfHeight;
+}
+
+} // namespace
+
+View::View(const Matrix4& transform)
+{
+    glGetIntegerv(GL_VIEWPORT, viewport);
+    viewport[2] = std::max(1, viewport[2]);
+    viewport[3] = std::max(1, viewport[3]);
+    const Matrix4 projection = currentMatrix(GL_PROJECTION_MATRIX);
+    modelView = currentMatrix(GL_MODELVIEW_MATRIX) * transform;
+    clip = projection * modelView;
+    isParallel = rowLength(modelView, 3) > 0 && rowLength(modelView, 2) <= 1e-12 * rowLength(modelView, 0);
+    eye = withoutLens(modelView, isParallel);
+    pictureHeight = wholeHeight(projection, viewport[3]);
+}
+
+Matrix4 View::clipWithMargin(int margin) const
+{
+    Matrix4 result = clip;
+    for (unsigned int c = 0; c < 4; ++c) {
+        result(0, c) *= double(viewport[2]) / (viewport[2] + 2 * margin);
+        result(1, c) *= double(viewport[3]) / (viewport[3] + 2 * margin);
+    }
+    return result;
+}
+
+std::array<double, 2> View::depthRange(const Box& box, const Matrix4& toScene) const
+{
+    const Matrix4 m = eye * toScene;
+    double middle = m(2, 3), reach = 0;
+    for (unsigned int axis = 0; axis < 3; ++axis) {
+        middle += m(2, axis) * (box.low[axis] + box.high[axis]) / 2;
+        reach += std::fabs(m(2, axis)) * (box.high[axis] - box.low[axis]) / 2;
+    }
+    return {-middle - reach, -middle + reach};
+}
+
+Frustum::Frustum(const Matrix4& clip)
+{
+    for (unsigned int c = 0; c < 4; ++c)
+        for (unsigned int axis = 0; axis < 3; ++axis) {
+            m_Planes[2 * axis][c] = clip(3, c) + clip(axis, c);
+            m_Planes[2 * axis + 1][c] = clip(3, c) - clip(axis, c);
+        }
+}
+
+bool Frustum::mayShow(const Box& box) const
+{
+    for (const auto& plane : m_Planes) {
+        // The corner that lies farthest inside.
+        double corner = plane[3], magnitude = std::fabs(plane[3]);
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+            const double share = plane[axis] * (plane[axis] > 0 ? box.high[axis] : box.low[axis]);
+            corner += share;
+            magnitude += std::fabs(share);
+        }
+        if (corner < -1e-9 * magnitude)
+            return false;
+    }
+    return true;
+}
+
+} // namespace tov::scene

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "kernel/math/matrix.h"
+#include "scene/geometryelement.h"
+
+namespace tov::scene {
+
+/// From where and into what the current context draws.
+struct View
+{
+    /// Reads projection, model-view matrix and viewport of the current context.
+    explicit View(const tov::math::Matrix4& transform);
+
+    tov::math::Matrix4 modelView; ///< the context's model-view matrix times the transform
+    tov::math::Matrix4 clip;      ///< scene to clip space
+    /// Scene to eye axes, in scene units: the model-view matrix without the lens. A lens is a factor on x and y, or, in
+    /// a parallel projection, a matrix that leaves z constant and lets w grow towards the eye. What remains of a row of
+    /// the model-view matrix after dividing by its length is the distance along one axis of the eye.
+    tov::math::Matrix4 eye;
+    bool isParallel = false;
+    int viewport[4] = {};
+    /// Of the whole picture in pixels, of which the viewport may be a tile: the projection of a tile is narrower.
+    double pictureHeight = 0;
+
+    /// The clip matrix for a viewport that is larger by `margin` pixels on every side.
+    tov::math::Matrix4 clipWithMargin(int margin) const;
+    /// Distances of the nearest and the farthest corner of a box from the eye, along the line of sight.
+    std::array<double, 2> depthRange(const Box& box, const tov::math::Matrix4& toScene) const;
+};
+
+/// The six planes of a clip matrix, each plane * (x, y, z, 1) >= 0 inside.
+class Frustum
+{
+public:
+    explicit Frustum(const tov::math::Matrix4& clip);
+    /// False only when the box lies wholly behind one plane; rounding errs towards drawing.
+    bool mayShow(const Box& box) const;
+
+private:
+    double m_Planes[6][4];
+};
+
+} // namespace tov::scene
