@@ -190,6 +190,7 @@ GeometryElement::GeometryElement(const QString& name, Geometry geometry)
         addNormals(geometry);
     Ordering(*this, geometry).run();
     computeBoxes();
+    compareNormals();
 }
 
 GeometryElement::~GeometryElement()
@@ -219,6 +220,27 @@ void GeometryElement::changeVertices(const std::function<void(std::vector<Vertex
     m_Vertices.resize(count);
     ++m_Revision;
     computeBoxes();
+}
+
+void GeometryElement::compareNormals()
+{
+    if (m_Kind != Geometry::Kind::Surfaces)
+        return;
+    std::size_t against = 0;
+    for (std::size_t i = 0; i + 2 < m_Indices.size(); i += 3) {
+        const Vertex &a = m_Vertices[m_Indices[i]], &b = m_Vertices[m_Indices[i + 1]],
+                     &c = m_Vertices[m_Indices[i + 2]];
+        float u[3], v[3], n[3];
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+            u[axis] = b.position[axis] - a.position[axis];
+            v[axis] = c.position[axis] - a.position[axis];
+            n[axis] = a.normal[axis] + b.normal[axis] + c.normal[axis];
+        }
+        const float agreement = n[0] * (u[1] * v[2] - u[2] * v[1]) + n[1] * (u[2] * v[0] - u[0] * v[2]) +
+                                n[2] * (u[0] * v[1] - u[1] * v[0]);
+        against += agreement < 0;
+    }
+    m_NormalsFollowWinding = against <= m_Indices.size() / 3 / 100;
 }
 
 void GeometryElement::computeBoxes()

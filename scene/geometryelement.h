@@ -75,6 +75,8 @@ public:
     const std::vector<float>& getTangents() const { return m_Tangents; }
     /// False when all vertices are white and opaque.
     bool hasVertexColors() const { return m_HasColors; }
+    /// Whether the normals of nearly all triangles point to the side from which they turn counter-clockwise.
+    bool doNormalsFollowWinding() const { return m_NormalsFollowWinding; }
     const std::vector<std::uint32_t>& getIndices() const { return m_Indices; }
     const std::vector<Chunk>& getChunks() const { return m_Chunks; }
     const Box& getBox() const { return m_Box; }
@@ -105,6 +107,7 @@ private:
     class Ordering;
 
     void computeBoxes();
+    void compareNormals();
 
     Geometry::Kind m_Kind;
     std::vector<Vertex> m_Vertices;
@@ -117,6 +120,7 @@ private:
     std::unique_ptr<const Deformation> mp_Deformation;
     std::shared_ptr<const Material> mp_Material;
     bool m_HasColors = false;
+    bool m_NormalsFollowWinding = true;
     float m_Opacity = 1;
     unsigned int m_Revision = 0;
 };

@@ -265,6 +265,8 @@ unsigned int Painter::featuresOf(const GeometryElement& element, const Material&
         set(ShaderCoat, material.clearcoat > 0);
         set(ShaderTransmission, material.transmission > 0);
         set(ShaderTwoSided, material.doubleSided);
+        // Slivers are seen badly, so only where the winding is of no use.
+        set(ShaderSeenSide, material.doubleSided && !element.doNormalsFollowWinding());
         set(ShaderTurned, m_Look.light == SceneLook::Light::Environment);
         set(ShaderTangents, material.normalTexture && !element.getTangents().empty());
     }

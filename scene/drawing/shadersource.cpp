@@ -23,7 +23,8 @@ const char* const FeatureNames[] = {"LIT",
                                     "TWO_SIDED",
                                     "TURNED",
                                     "ROUND_POINTS",
-                                    "COVERAGE"};
+                                    "COVERAGE",
+                                    "SEEN_SIDE"};
 
 const char Blocks[] = R"(
 layout(std140) uniform Frame
@@ -208,7 +209,7 @@ float highlight(float roughness, float cosHalf, float cosLight, float cosView)
 
 vec3 shadingNormal(vec3 toEye)
 {
-#if defined(FLAT) || defined(TWO_SIDED) || (defined(NORMAL_TEXTURE) && !defined(TANGENTS))
+#if defined(FLAT) || defined(SEEN_SIDE) || (defined(NORMAL_TEXTURE) && !defined(TANGENTS))
     vec3 dx = dFdx(eyePosition);
     vec3 dy = dFdy(eyePosition);
 #endif
@@ -216,9 +217,11 @@ vec3 shadingNormal(vec3 toEye)
     vec3 n = normalize(cross(dx, dy));
 #else
     vec3 n = normalize(eyeNormal);
-#ifdef TWO_SIDED
-    // By the triangle as it is seen, not by its winding: normals and winding of many models disagree.
+#if defined(SEEN_SIDE)
     float side = dot(n, cross(dx, dy)) < 0.0 ? -1.0 : 1.0;
+    n *= side;
+#elif defined(TWO_SIDED)
+    float side = gl_FrontFacing ? 1.0 : -1.0;
     n *= side;
 #else
     const float side = 1.0;

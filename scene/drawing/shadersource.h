@@ -21,10 +21,11 @@ enum ShaderFeature : unsigned int
     ShaderCoat = 1u << 11,
     ShaderTransmission = 1u << 12,
     ShaderFlat = 1u << 13,     ///< the triangle's normal
-    ShaderTwoSided = 1u << 14, ///< normals are turned towards the side that is seen
+    ShaderTwoSided = 1u << 14, ///< normals of triangles that are seen from behind are turned
     ShaderTurned = 1u << 15,   ///< the environment is not fixed to the camera
     ShaderRoundPoints = 1u << 16,
     ShaderCoverage = 1u << 17, ///< edges of masks and points become coverage of samples
+    ShaderSeenSide = 1u << 18, ///< with `ShaderTwoSided`: by the triangle as it is seen, not by its winding
 };
 
 /// Vertex attributes, by location.

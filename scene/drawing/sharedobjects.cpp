@@ -227,6 +227,14 @@ GLint filterName(Texture::Filter filter)
     }
 }
 
+/// Software renderers take seconds for it, hours where texture coordinates are very large.
+bool isAnisotropyCheap()
+{
+    const QByteArray renderer(reinterpret_cast<const char*>(glGetString(GL_RENDERER)));
+    return QOpenGLContext::currentContext()->hasExtension(QByteArrayLiteral("GL_EXT_texture_filter_anisotropic")) &&
+           !renderer.contains("llvmpipe") && !renderer.contains("softpipe");
+}
+
 template <typename Map>
 void collectFrom(Map& uploads)
 {
@@ -290,8 +298,7 @@ unsigned int sampler(const Texture& texture)
     const bool isNearest = texture.magFilter == Texture::Filter::Nearest;
     gl->glSamplerParameteri(name, GL_TEXTURE_MAG_FILTER, isNearest ? GL_NEAREST : GL_LINEAR);
     const bool wantsAnisotropy = texture.minFilter == Texture::Filter::LinearMipmapLinear && !isNearest;
-    if (wantsAnisotropy &&
-        QOpenGLContext::currentContext()->hasExtension(QByteArrayLiteral("GL_EXT_texture_filter_anisotropic"))) {
+    if (wantsAnisotropy && isAnisotropyCheap()) {
         GLfloat most = 1;
         gl->glGetFloatv(GL_MAX_TEXTURE_MAX_ANISOTROPY_EXT, &most);
         gl->glSamplerParameterf(name, GL_TEXTURE_MAX_ANISOTROPY_EXT, std::min(most, 8.0f));

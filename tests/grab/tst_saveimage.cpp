@@ -50,8 +50,12 @@ protected:
 namespace {
 
 /// Shows a real model; the view of it from that distance and direction.
+/// Under the headlight, in which every fold has the contrast of an edge.
 Matrix4 useBunny(double distance, double azimuth, double elevation)
 {
+    tov::scene::SceneLook look;
+    look.light = tov::scene::SceneLook::Light::Headlight;
+    SceneDrawer::setLook(look);
     QString error;
     auto* tree = tov::scene::SceneImport::readFile(QStringLiteral("/usr/share/glmark2/models/bunny.obj"), &error);
     EXPECT_TRUE(tree) << error.toStdString();
