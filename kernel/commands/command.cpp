@@ -1,32 +1,16 @@
 #include "kernel/commands/command.h"
 
-#include "kernel/main/abstractparameter.h"
 #include "kernel/commands/commandprocessor.h"
-#include "kernel/commands/functioncommand.h"
-#include "kernel/workers/overseer.h"
-#include "kernel/main/parameterset.h"
 #include "kernel/commands/processorposts.h"
-#include "kernel/commands/settingscommand.h"
+#include "kernel/main/abstractparameter.h"
+#include "kernel/main/parameterset.h"
+#include "kernel/workers/overseer.h"
 
-#include <QCoreApplication>
-
+#include <algorithm>
 #include <atomic>
 #include <mutex>
 
 namespace tov::main {
-
-CommandDescriptor::CommandDescriptor(const QString& name, const QString& description)
-    : m_Name(name), m_Description(description)
-{}
-
-CommandDescriptor::~CommandDescriptor() = default;
-
-CommandGUIDescriptor::CommandGUIDescriptor(int flag, const QString& group, MenuAndToolbarManager::Position position,
-                                           const QString& commandName, const QString& label, QIcon* icon)
-    : m_Flag(flag), m_Group(group), m_Position(position), m_CommandName(commandName), m_Label(label), mp_Icon(icon)
-{}
-
-CommandGUIDescriptor::~CommandGUIDescriptor() = default;
 
 namespace {
 std::atomic<quint64> nextId{1};
@@ -40,6 +24,7 @@ struct Command::Private
     std::vector<ParameterSet*> sets; ///< owned
     std::atomic<int> currentSetId{0};
     std::atomic<int> errorState{0};
+    std::mutex disableMutex; ///< held while the state is set and posted, so that both happen in the same order
     std::atomic<bool> disabled{false};
     std::atomic<int> processed{-1};
     mutable std::mutex textMutex;
@@ -68,71 +53,9 @@ Command::~Command()
 
 bool Command::setParameters(const CommandArguments& arguments, QString* error)
 {
-    const auto fail = [this, error](const QString& message) {
-        if (error)
-            *error = message;
-        setErrorState(1);
-        return false;
-    };
-    const QString name = d->descriptor->getName();
-    ParameterSet* set = getCurrentParameterSet();
-    const std::size_t count = set ? set->size() : 0;
-    if (std::size_t(arguments.positional.size()) > count)
-        return fail(QCoreApplication::translate("Command", "%1 takes %2 arguments at most, %3 were given")
-                        .arg(name)
-                        .arg(count)
-                        .arg(arguments.positional.size()));
-    std::vector<const QString*> given(count, nullptr);
-    for (int i = 0; i < arguments.positional.size(); ++i)
-        given[std::size_t(i)] = &arguments.positional[i];
-    for (const auto& [argument, value] : arguments.named) {
-        AbstractParameter* parameter = set ? set->find(argument) : nullptr;
-        if (!parameter) {
-            QStringList known;
-            for (std::size_t i = 0; i < count; ++i)
-                known << set->at(i)->getName();
-            return fail(QCoreApplication::translate("Command", "%1 has no parameter \"%2\"; it has: %3")
-                            .arg(name, argument, known.join(QStringLiteral(", "))));
-        }
-        for (std::size_t i = 0; i < count; ++i) {
-            if (set->at(i) != parameter)
-                continue;
-            if (given[i])
-                return fail(QCoreApplication::translate("Command", "%1: \"%2\" was given twice").arg(name, argument));
-            given[i] = &value;
-        }
-    }
-    for (std::size_t i = 0; i < count; ++i) {
-        AbstractParameter* parameter = set->at(i);
-        QString text;
-        if (given[i])
-            text = *given[i];
-        else if (!parameter->getDefaultParameterForDefaultGUI().isNull())
-            text = parameter->getDefaultParameterForDefaultGUI();
-        else if (!parameter->getDefaultText().isEmpty())
-            text = parameter->getDefaultText();
-        else {
-            parameter->deleteValue();
-            continue;
-        }
-        // The conversion is tried apart first, so that a refusal can say what is wrong with which argument.
-        if (auto cast = parameter->getCastClass()) {
-            try {
-                cast->deleteValue(cast->fromString(text));
-            } catch (const std::exception& e) {
-                return fail(QCoreApplication::translate("Command", "%1: the value of \"%2\" cannot be used: %3")
-                                .arg(name, parameter->getName(), QString::fromUtf8(e.what())));
-            } catch (...) {
-                return fail(QCoreApplication::translate("Command", "%1: the value of \"%2\" cannot be used")
-                                .arg(name, parameter->getName()));
-            }
-        }
-        if (!parameter->castString(text))
-            return fail(QCoreApplication::translate("Command", "%1: the value of \"%2\" cannot be used")
-                            .arg(name, parameter->getName()));
-    }
-    setErrorState(0);
-    return true;
+    const bool assigned = assignArguments(arguments, d->descriptor->getName(), getCurrentParameterSet(), error);
+    setErrorState(assigned ? 0 : 1);
+    return assigned;
 }
 
 QWidget* Command::getGUIWindow()
@@ -147,7 +70,8 @@ QWidget* Command::getCommandWidget()
 
 Command* Command::clone() const
 {
-    Command* copy = Overseer::getInstance()->getCommandProcessor()->createCommand(d->descriptor->getName());
+    CommandProcessor* processor = Overseer::getInstance()->getCommandProcessor();
+    Command* copy = processor ? processor->createCommand(d->descriptor->getName()) : nullptr;
     if (!copy)
         return nullptr;
     for (std::size_t s = 0; s < std::min(d->sets.size(), copy->d->sets.size()); ++s) {
@@ -168,6 +92,7 @@ void Command::abort() {}
 
 void Command::disableCommand(bool disable)
 {
+    std::lock_guard<std::mutex> guard(d->disableMutex);
     d->disabled = disable;
     ProcessorPosts::enabledChanged(d->id, !disable);
 }
@@ -192,7 +117,7 @@ void Command::updateText(const QString& text)
 {
     {
         std::lock_guard<std::mutex> guard(d->textMutex);
-        // The characters may lie in a library that is unloaded while the text is still shown.
+        // A copy of the characters: a literal belongs to a library that may be unloaded while the text is still shown.
         d->text = QString(text.constData(), text.size());
     }
     ProcessorPosts::changed(d->id, d->processed, QString(text.constData(), text.size()), true);
@@ -307,33 +232,6 @@ bool Command::isOneShot() const
 void Command::setOneShot(bool oneShot)
 {
     d->oneShot = oneShot;
-}
-
-SettingsCommand::SettingsCommand(CommandDescriptor* descriptor, CommandGUIDescriptor* guiDescriptor)
-    : Command(descriptor, guiDescriptor)
-{
-    setUndoable(false);
-    setRecordedInMacros(false);
-    setInstanceMode(RunPrototype);
-}
-
-SettingsCommand::~SettingsCommand() = default;
-
-FunctionCommand::FunctionCommand(const boost::function<void()>& function, bool deleteAfterRun,
-                                 CommandDescriptor* descriptor)
-    : Command(descriptor, nullptr), m_Function(function)
-{
-    setInstanceMode(RunOnce);
-    setOneShot(deleteAfterRun);
-    setUndoable(false);
-    setRecordedInMacros(false);
-}
-
-FunctionCommand::~FunctionCommand() = default;
-
-void FunctionCommand::execute()
-{
-    m_Function();
 }
 
 } // namespace tov::main

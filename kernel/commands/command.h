@@ -1,14 +1,13 @@
 #pragma once
 
+#include "kernel/commands/commandarguments.h"
 #include "kernel/commands/commanddescriptor.h"
 #include "kernel/main/export.h"
 #include "kernel/main/typesolver.h"
 
 #include <QString>
-#include <QStringList>
 
 #include <memory>
-#include <utility>
 #include <vector>
 
 class QWidget;
@@ -16,13 +15,6 @@ class QWidget;
 namespace tov::main {
 
 class ParameterSet;
-
-/// Arguments of a command text: by position, then by name.
-struct CommandArguments
-{
-    QStringList positional;
-    std::vector<std::pair<QString, QString>> named;
-};
 
 /// Base of all commands. A prototype of each primary command lives as long as its module; the processor runs it or a
 /// clone of it, see `InstanceMode`.

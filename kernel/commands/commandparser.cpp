@@ -9,7 +9,7 @@ namespace {
 QString complaint(int line, const QString& text)
 {
     // Words in quotes may hold line ends; a complaint is one line.
-    return QCoreApplication::translate("CommandParser", "line %1: %2").arg(line).arg(text.simplified());
+    return QCoreApplication::translate("CommandParser", "line %1: %2").arg(QString::number(line), text.simplified());
 }
 
 /// One word of a command: its text, and where the first "=" outside quotes stands (-1: nowhere).

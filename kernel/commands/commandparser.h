@@ -1,6 +1,6 @@
 #pragma once
 
-#include "kernel/commands/command.h"
+#include "kernel/commands/commandarguments.h"
 #include "kernel/main/export.h"
 
 #include <QString>

@@ -2,6 +2,7 @@
 
 #include "kernel/commands/command.h"
 #include "kernel/commands/commandparser.h"
+#include "kernel/commands/commandrun.h"
 #include "kernel/main/export.h"
 
 #include <QObject>
@@ -11,41 +12,6 @@
 #include <vector>
 
 namespace tov::main {
-
-/// One run of a command, shared by the processor and whoever watches it. Thread: any, if nothing else is said.
-class TOV_EXPORT CommandRun
-{
-public:
-    CommandRun();
-    CommandRun(const CommandRun&) = delete;
-    CommandRun& operator=(const CommandRun&) = delete;
-    ~CommandRun();
-    quint64 getId() const;
-    QString getCommandName() const;
-    /// When the run was begun, milliseconds since the epoch: before anything that it does.
-    qint64 getStartTime() const;
-    /// The text of a parameter when the run began, by name in any case; null when there is no such parameter or value.
-    QString getArgument(const QString& parameterName) const;
-    /// The last reported text and progress (percent, -1 = busy).
-    QString getText() const;
-    int getProcessed() const;
-    bool isFinished() const;
-    /// True when `stop` was called.
-    bool isStopped() const;
-    /// False when an exception left `execute`.
-    bool succeeded() const;
-    /// Calls the command's `abort` on the application thread, at most once a run; nothing once the run has ended.
-    void stop();
-    /// Waits for the end of the run; on the application thread workers are run meanwhile. `timeoutMs` below 0 = no
-    /// limit; false when the time is over.
-    bool wait(int timeoutMs = -1);
-
-private:
-    friend class CommandProcessor;
-    struct Private;
-    std::shared_ptr<Private> d;
-};
-typedef std::shared_ptr<CommandRun> CommandRunPointer;
 
 /// Knows the primary commands and runs commands, each on a command thread of its own. Signals are emitted on the
 /// application thread, always from its event loop, never inside a call.
@@ -114,5 +80,3 @@ private:
 };
 
 } // namespace tov::main
-
-Q_DECLARE_METATYPE(tov::main::CommandRunPointer)

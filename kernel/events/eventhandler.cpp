@@ -11,12 +11,13 @@ struct EventHandler::Private
     mutable std::mutex mutex;
     std::map<std::pair<std::string, std::string>, EventType> types; ///< guarded by mutex
     std::map<std::string, int> uses;                                ///< guarded by mutex
+    bool recording = false;                                         ///< guarded by mutex
     std::vector<EventDeclaration> declarations;                     ///< guarded by mutex
 };
 
 EventHandler* EventHandler::getInstance()
 {
-    // Never destroyed: libraries take their categories back while the process ends.
+    // Never destroyed: libraries unregister their categories while the process exits.
     static EventHandler* instance = new EventHandler;
     return instance;
 }
@@ -30,7 +31,8 @@ EventType EventHandler::addEvent(const char* category, const char* name)
     const auto entry =
         d->types.emplace(std::make_pair(std::string(category), std::string(name)), EventType(d->types.size() + 1));
     const EventType type = entry.first->second;
-    d->declarations.push_back({QString::fromUtf8(category), QString::fromUtf8(name), type});
+    if (d->recording)
+        d->declarations.push_back({QString::fromUtf8(category), QString::fromUtf8(name), type});
     return type;
 }
 
@@ -68,6 +70,13 @@ QString EventHandler::getEventName(EventType type) const
         if (value == type)
             return QString::fromStdString(key.first + "/" + key.second);
     return QString();
+}
+
+void EventHandler::recordDeclarations(bool record)
+{
+    std::lock_guard<std::mutex> guard(d->mutex);
+    d->recording = record;
+    d->declarations.clear();
 }
 
 std::vector<EventDeclaration> EventHandler::getDeclarations() const

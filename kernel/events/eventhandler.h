@@ -9,10 +9,10 @@
 
 namespace tov::events {
 
-/// Number of an event type. 0 is no type.
+/// Number of an event type. 0 is not a type.
 typedef int EventType;
 
-/// One call of `addEvent`, as the registry saw it.
+/// One call of `addEvent`.
 struct EventDeclaration
 {
     QString category;
@@ -20,28 +20,30 @@ struct EventDeclaration
     EventType type;
 };
 
-/// The registry of event types. Usable while any library is being loaded. Texts are copied, for they live in libraries
-/// that may be unloaded. Thread: any (locked), though declarations come while libraries are loaded.
+/// The registry of event types. It can be used while libraries are being loaded. Texts are copied, because they belong
+/// to libraries that may be unloaded. Thread: any.
 class TOV_EXPORT EventHandler
 {
 public:
     static EventHandler* getInstance();
 
-    /// Declares an event type and returns its number; the same category and name always give the same number, so
-    /// declaring twice is harmless.
+    /// Declares an event type and returns its number. The same category and name always give the same number.
     EventType addEvent(const char* category, const char* name);
-    /// Takes the declared events of a category into use. Counted: it must be taken back as often.
+    /// Marks the events of a category as in use. Each call must be matched by one `unregisterEventTypes`.
     void registerEventTypes(const char* category);
-    /// Takes one `registerEventTypes` back.
+    /// Undoes one `registerEventTypes`.
     void unregisterEventTypes(const char* category);
 
     /// True while the category is in use.
     bool isRegistered(const char* category) const;
-    /// The number of a declared type, 0 when there is none.
+    /// The number of a declared type; 0 when it is not declared.
     EventType getEventType(const char* category, const char* name) const;
-    /// Category and name of a number, "Category/NAME"; empty when unknown.
+    /// The type as "Category/NAME"; empty when the number is unknown.
     QString getEventName(EventType type) const;
-    /// Every `addEvent` call since the process started, in order, repeats included (for diagnosis).
+    /// Starts (or stops) recording `addEvent` calls and discards earlier records. Off at first: events are looked up
+    /// by `addEvent` each time they are fired. For diagnosis.
+    void recordDeclarations(bool record);
+    /// The recorded `addEvent` calls in order, repeats included.
     std::vector<EventDeclaration> getDeclarations() const;
 
 private:

@@ -6,36 +6,37 @@
 
 #include <QString>
 
+#include <mutex>
 #include <typeinfo>
 
 namespace tov::main {
 
 class ParameterPanelFactory;
 
-/// A named value of some type, as parameter sets and dialogs see it; `Parameter` is the typed one. Not safe for several
-/// threads at once.
+/// A named value of some type, as parameter sets and dialogs use it; `Parameter` is the typed one. Thread: one at a
+/// time, except for the GUI default, which any thread may read and write.
 class TOV_EXPORT AbstractParameter
 {
 public:
-    /// `defaultText`: default for the command language (empty = none). `mandatory`: the command language demands a
+    /// `defaultText`: default for the command language (empty = none). `mandatory`: the command language requires a
     /// value or a default. `panelFactory`: editor for dialogs, not owned, may be null.
     AbstractParameter(const QString& name, const QString& description, const QString& defaultText, bool mandatory,
                       ParameterPanelFactory* panelFactory);
     AbstractParameter(const AbstractParameter&) = delete;
     AbstractParameter& operator=(const AbstractParameter&) = delete;
-    /// Frees neither the value nor the panel factory, and does not look at the latter.
+    /// Frees neither the value nor the panel factory, which may already be destroyed.
     virtual ~AbstractParameter();
 
     /// Takes a value from text; false (logged) when it cannot be converted.
     virtual bool castString(const QString& text) = 0;
     /// The value as text; empty when there is none.
     virtual QString toString() = 0;
-    /// Frees the value if the parameter owns it, and forgets it.
+    /// Frees the value if the parameter owns it. The parameter then has no value.
     virtual void deleteValue() = 0;
     /// Shares the value of another parameter of the same type; anything else is ignored.
     virtual void takeValueFrom(AbstractParameter* other) = 0;
     virtual bool hasValue() = 0;
-    /// Addresses and name, for diagnosis; ends with a line feed.
+    /// Addresses and name for diagnosis, ending with a line feed.
     virtual QString toDebugString() = 0;
     virtual void* getValuePointer() = 0;
     /// Replaces the value; the type must be right, see `assignTyped`.
@@ -43,7 +44,7 @@ public:
     /// Mirrors the value pointer into a command's member, given by its address; null unbinds.
     virtual void bindTo(void* member) = 0;
 
-    /// True (the argument): the parameter forgets values without freeing them. A new parameter frees them.
+    /// With `true` the parameter drops values without freeing them. A new parameter frees them.
     void disableDeleteOnSet(bool disable) { m_DeleteOnSet = !disable; }
     bool deletesOnSet() const { return m_DeleteOnSet; }
 
@@ -54,9 +55,18 @@ public:
     const std::type_info* getType() const { return mp_Type; }
     tov::util::ZPointer<CastClass> getCastClass() const { return mp_CastClass; }
 
-    /// What dialogs propose, and what a command text that leaves the argument out means. Null = none.
-    void setDefaultParameterForDefaultGUI(const QString& text) { m_GUIDefault = text; }
-    QString getDefaultParameterForDefaultGUI() const { return m_GUIDefault; }
+    /// The value that dialogs propose and that a command text uses when it omits the argument. Null = none. Settings
+    /// commands change it on the command thread while dialogs read it. Thread: any.
+    void setDefaultParameterForDefaultGUI(const QString& text)
+    {
+        std::lock_guard<std::mutex> guard(m_GUIDefaultMutex);
+        m_GUIDefault = text;
+    }
+    QString getDefaultParameterForDefaultGUI() const
+    {
+        std::lock_guard<std::mutex> guard(m_GUIDefaultMutex);
+        return m_GUIDefault;
+    }
     /// The editor for dialogs; not owned.
     void setParameterPanelFactory(ParameterPanelFactory* factory) { mp_PanelFactory = factory; }
     ParameterPanelFactory* getParameterPanelFactory() const { return mp_PanelFactory; }
@@ -71,7 +81,8 @@ private:
     QString m_Description;
     QString m_DefaultText;
     bool m_Mandatory;
-    QString m_GUIDefault;
+    mutable std::mutex m_GUIDefaultMutex;
+    QString m_GUIDefault; ///< guarded by m_GUIDefaultMutex
     ParameterPanelFactory* mp_PanelFactory;
 };
 

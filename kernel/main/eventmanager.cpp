@@ -16,7 +16,7 @@ namespace {
 struct Entry
 {
     EventType type;
-    EventManager::EventFunction function;
+    EventManager::EventFunction function; ///< changed under the manager's mutex, when nobody calls it
     const void* owner;
     void* sender;
     bool dead = false;                    ///< guarded by the manager's mutex
@@ -30,6 +30,27 @@ struct EventManager::Private
     std::mutex mutex;
     std::condition_variable called;
     std::list<std::shared_ptr<Entry>> entries; ///< guarded by mutex
+
+    /// Claims the entry for a call on this thread; false when it was unregistered.
+    bool beginCall(Entry& entry)
+    {
+        std::lock_guard<std::mutex> guard(mutex);
+        if (entry.dead)
+            return false;
+        entry.callers.push_back(std::this_thread::get_id());
+        return true;
+    }
+
+    void endCall(Entry& entry)
+    {
+        EventManager::EventFunction released;
+        std::lock_guard<std::mutex> guard(mutex);
+        entry.callers.erase(std::find(entry.callers.begin(), entry.callers.end(), std::this_thread::get_id()));
+        // Unregistered by the function itself, so nobody else frees it. `released` is destroyed after the lock.
+        if (entry.dead && entry.callers.empty())
+            released.swap(entry.function);
+        called.notify_all();
+    }
 };
 
 EventManager* EventManager::getInstance()
@@ -65,6 +86,7 @@ void EventManager::unregisterAllEventFunctionsOf(Command* owner)
 void EventManager::unregisterAllEventFunctionsOf(const void* owner)
 {
     std::vector<std::shared_ptr<Entry>> removed;
+    std::vector<EventFunction> released; // freed at the end, without the lock
     std::unique_lock<std::mutex> lock(d->mutex);
     for (auto it = d->entries.begin(); it != d->entries.end();) {
         if ((*it)->owner == owner) {
@@ -75,13 +97,21 @@ void EventManager::unregisterAllEventFunctionsOf(const void* owner)
             ++it;
         }
     }
-    // Calls on other threads must end first; a call further up this thread's own stack cannot be waited for.
+    // Calls on other threads must end first. A call further up this thread's own stack cannot be waited for.
     const auto self = std::this_thread::get_id();
     for (const auto& entry : removed)
         d->called.wait(lock, [&] {
             return std::all_of(entry->callers.begin(), entry->callers.end(),
                                [self](std::thread::id id) { return id == self; });
         });
+    // Threads that are firing may hold the entries longer. The functions must not live as long: they may belong to a
+    // library that is unloaded next.
+    for (const auto& entry : removed)
+        if (entry->callers.empty()) {
+            released.emplace_back();
+            released.back().swap(entry->function);
+        }
+    lock.unlock();
 }
 
 void EventManager::fireEvent(const Event& event)
@@ -98,14 +128,9 @@ void EventManager::fireEvent(const Event* event)
             if (entry->type == event->getType() && (!entry->sender || entry->sender == event->getSender()))
                 matching.push_back(entry);
     }
-    const auto self = std::this_thread::get_id();
     for (const auto& entry : matching) {
-        {
-            std::lock_guard<std::mutex> guard(d->mutex);
-            if (entry->dead)
-                continue;
-            entry->callers.push_back(self);
-        }
+        if (!d->beginCall(*entry))
+            continue;
         try {
             entry->function(event);
         } catch (const std::exception& e) {
@@ -118,9 +143,7 @@ void EventManager::fireEvent(const Event* event)
             tov::log::Logger::log(tov::log::LevelError, "main/eventmanager", __LINE__, __func__, nullptr,
                                   "A function for an event failed");
         }
-        std::lock_guard<std::mutex> guard(d->mutex);
-        entry->callers.erase(std::find(entry->callers.begin(), entry->callers.end(), self));
-        d->called.notify_all();
+        d->endCall(*entry);
     }
 }
 

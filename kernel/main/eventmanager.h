@@ -11,7 +11,7 @@ namespace tov::main {
 
 class Command;
 
-/// Delivers events. Thread: any; functions are called at once on the firing thread, without a lock held.
+/// Delivers events. Functions are called immediately on the firing thread, without a lock held. Thread: any.
 class TOV_EXPORT EventManager
 {
 public:
@@ -22,11 +22,12 @@ public:
     /// Calls `function` for every event of `type` (from `sender` only, unless null) until the owner's functions are
     /// unregistered. The owner is a key, never called.
     void registerEventFunction(EventType type, const EventFunction& function, Command* owner, void* sender = nullptr);
-    /// The same for owners that are no commands.
+    /// The same for owners that are not commands.
     void registerEventFunction(EventType type, const EventFunction& function, const void* owner,
                                void* sender = nullptr);
-    /// Forgets every function of that owner. When this returns, none of them runs (but one that is up the calling
-    /// thread's own stack).
+    /// Removes all functions of that owner and waits for calls on other threads. When this returns, none of the
+    /// functions is running or will be called, and all copies of them are destroyed, except those that are being called
+    /// further up the calling thread's own stack.
     void unregisterAllEventFunctionsOf(Command* owner);
     void unregisterAllEventFunctionsOf(const void* owner);
 

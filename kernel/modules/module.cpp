@@ -50,8 +50,12 @@ void Module::deleteCommands()
     CommandProcessor* processor = Overseer::getInstance()->getCommandProcessor();
     std::vector<Command*> commands;
     commands.swap(m_Commands);
-    for (auto it = commands.rbegin(); it != commands.rend(); ++it)
-        processor->destroyCommand(*it);
+    for (auto it = commands.rbegin(); it != commands.rend(); ++it) {
+        if (processor)
+            processor->destroyCommand(*it);
+        else
+            delete *it; // after the end of the Overseer, nothing that they submitted is left
+    }
 }
 
 ModuleFactory::ModuleFactory() = default;

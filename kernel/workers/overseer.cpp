@@ -1,7 +1,7 @@
 #include "kernel/workers/overseer.h"
 
-#include "kernel/log/logger.h"
 #include "kernel/commands/commandprocessor.h"
+#include "kernel/log/logger.h"
 #include "kernel/main/settings.h"
 #include "kernel/workers/workerdelegate.h"
 #include "kernel/workers/workerstate.h"
@@ -11,6 +11,7 @@
 #include <QEvent>
 #include <QThread>
 
+#include <atomic>
 #include <condition_variable>
 #include <deque>
 #include <mutex>
@@ -19,6 +20,7 @@ namespace tov::main {
 
 namespace {
 
+/// Stays after `destroyInstance`: libraries may use the Overseer while they are unloaded and the process exits.
 std::atomic<Overseer*> instance{nullptr};
 const QEvent::Type WorkersEvent = QEvent::Type(QEvent::registerEventType());
 
@@ -46,16 +48,17 @@ private:
 struct Overseer::Private
 {
     QThread* applicationThread = nullptr;
-    CommandProcessor* processor = nullptr;
+    std::atomic<CommandProcessor*> processor{nullptr}; ///< owned; null after the end
     std::unique_ptr<Receiver> receiver;
     std::mutex mutex;
     std::condition_variable changed;
     std::deque<Worker*> queue; ///< guarded by mutex
-    bool posted = false;       ///< guarded by mutex; an event is under way
-    bool ended = false;        ///< guarded by mutex
-    int depth = 0;             ///< workers on the application thread's stack
+    bool posted = false;       ///< guarded by mutex; an event is on its way
+    /// Set under the mutex, by the application thread.
+    std::atomic<bool> ended{false};
+    int depth = 0; ///< workers on the application thread's stack
 
-    /// Takes the worker's result down, wakes its waiter and gives the Overseer's reference up.
+    /// Stores the worker's result, wakes its waiter and gives up the Overseer's reference.
     static void finish(Worker* worker, bool succeeded)
     {
         Worker::State* state = worker->mp_State.get();
@@ -89,14 +92,14 @@ struct Overseer::Private
         --depth;
         finish(worker, succeeded);
         if (depth == 0) {
-            // An event that came meanwhile, in a nested event loop, has left its workers in the queue.
+            // An event that was delivered in a nested event loop has left its workers in the queue.
             std::lock_guard<std::mutex> guard(mutex);
             if (!queue.empty())
                 notify();
         }
     }
 
-    /// Has the event loop run the workers; the mutex is held.
+    /// Makes the event loop run the workers. The mutex is held.
     void notify()
     {
         if (posted)
@@ -132,11 +135,18 @@ void Overseer::destroyInstance()
     Overseer* overseer = instance.load();
     if (!overseer)
         return;
-    delete overseer->d->processor;
-    overseer->d->processor = nullptr;
+    Private* d = overseer->d;
+    // Commands that are ending still use the processor.
+    delete d->processor.load();
+    d->processor = nullptr;
     overseer->processWorkers();
-    instance.store(nullptr);
-    delete overseer;
+    {
+        std::lock_guard<std::mutex> guard(d->mutex);
+        d->ended = true;
+    }
+    while (Worker* worker = d->next())
+        Private::finish(worker, false);
+    d->receiver.reset();
 }
 
 Overseer::Overseer() : d(new Private)
@@ -145,18 +155,6 @@ Overseer::Overseer() : d(new Private)
         QCoreApplication::instance() ? QCoreApplication::instance()->thread() : QThread::currentThread();
     d->receiver = std::make_unique<Receiver>(this);
     d->receiver->moveToThread(d->applicationThread);
-}
-
-Overseer::~Overseer()
-{
-    {
-        std::lock_guard<std::mutex> guard(d->mutex);
-        d->ended = true;
-    }
-    while (Worker* worker = d->next())
-        Private::finish(worker, false);
-    delete d;
-    d = nullptr;
 }
 
 QThread* Overseer::getApplicationThread() const
@@ -171,9 +169,9 @@ bool Overseer::isApplicationThread() const
 
 void Overseer::transmitWorker(Worker* worker)
 {
-    if (isApplicationThread()) {
-        // From within a worker the queue is left alone: what waits there came later than the one that is running, and a
-        // worker that runs others inside itself would mix their work up.
+    if (isApplicationThread() && !d->ended) {
+        // Inside a worker, the queue is left alone: its workers came later than the one that is running, and must not
+        // run in the middle of it.
         if (d->depth == 0)
             processWorkers();
         d->run(worker);
@@ -213,7 +211,7 @@ void Overseer::processWorkers()
         std::lock_guard<std::mutex> guard(d->mutex);
         d->posted = false;
     }
-    // Reached through a nested event loop of a running worker: its successors wait until it is done.
+    // In a nested event loop of a running worker: the following workers wait until it is done.
     if (d->depth > 0)
         return;
     while (Worker* worker = d->next())

@@ -12,15 +12,16 @@ namespace tov::main {
 class CommandProcessor;
 class Worker;
 
-/// The host's centre: the application thread, its queue of workers, and the command processor. It exists from the first
-/// `getInstance` (which must be on the application thread, after the QCoreApplication) until `destroyInstance`.
+/// The host's centre: the application thread, its queue of workers, and the command processor. It works from the first
+/// `getInstance` (which must be on the application thread, after the QCoreApplication was created) until
+/// `destroyInstance`. The object itself stays, so a late user finds an Overseer that drops all workers.
 class TOV_EXPORT Overseer
 {
 public:
     /// The one instance. Thread: application at first, then any.
     static Overseer* getInstance();
-    /// Ends the command processor (stops and waits for running commands), runs what is queued, drops what comes later,
-    /// and destroys the instance. Thread: application.
+    /// Stops all commands and waits for them, destroys the command processor, runs the queued workers, and from then on
+    /// drops every worker: its waiter returns at once with false. Thread: application.
     static void destroyInstance();
 
     /// The thread on which widgets, GL contexts and off-screen surfaces are made. Thread: any.
@@ -28,10 +29,10 @@ public:
     /// True on the application thread. Thread: any.
     bool isApplicationThread() const;
 
-    /// Takes the worker over (unless its creator keeps it) and runs it on the application thread, strictly in the order
-    /// in which workers came. Called on the application thread it first runs what is queued, then this one, then
-    /// returns; from within a running worker it is run at once. An exception of the worker is caught and logged.
-    /// Thread: any.
+    /// Takes over the worker (unless its creator keeps it) and runs it on the application thread, strictly in the order
+    /// in which workers came. When called on the application thread, runs the queued workers, then this one, then
+    /// returns; inside a running worker, runs this one at once. An exception of the worker is caught and logged. After
+    /// the end the worker is dropped. Thread: any.
     void transmitWorker(Worker* worker);
 
     /// Runs `function` on the application thread as a worker and waits for it; false when it threw or was dropped.
@@ -42,11 +43,11 @@ public:
 
     /// Runs the queued workers now. Thread: application.
     void processWorkers();
-    /// Runs workers (and nothing else of the event loop) until `condition` holds; it is tested after every worker and
-    /// at least every 10 ms. `timeoutMs` below 0 = no limit; false when the time is over. Thread: application.
+    /// Runs workers, but no other events, until `condition` holds. The condition is checked after every worker and at
+    /// least every 10 ms. `timeoutMs` below 0 = no limit; false when the limit is reached. Thread: application.
     bool processWorkersUntil(const std::function<bool()>& condition, int timeoutMs = -1);
 
-    /// The command processor; never null between construction and destruction. Thread: any.
+    /// The command processor; null after `destroyInstance`. Thread: any.
     CommandProcessor* getCommandProcessor() const;
 
     /// The calling thread's settings object, the same store as `tovSettings()`. Owned by the host. Thread: any.
@@ -54,7 +55,7 @@ public:
 
 private:
     Overseer();
-    ~Overseer();
+    ~Overseer() = delete;
     struct Private;
     Private* d; ///< owned
 };

@@ -55,7 +55,7 @@ TEST_F(CliTest, CommandTextsAndScripts)
               0);
     EXPECT_EQ(QImageReader(path("a.png")).size(), QSize(100, 100));
     EXPECT_EQ(QImageReader(path("b.png")).size(), QSize(50, 50));
-    expectFailure(run({"run", Cube, "-c", "grabimage"}), 1, "grabimage: Parameter failure");
+    expectFailure(run({"run", Cube, "-c", "grabimage"}), 1, "grabimage: the argument \"filename\" is missing");
     expectFailure(run({"run", Cube, "-c", "grabpicture a.png"}), 1,
                   "There is no command \"grabpicture\"; there are: grabvideo, setvideosettings, grabimage");
     write("good.tov", "# a script\ngrabimage c.png 40\n\ngrabimage d.png 60\n");

@@ -173,6 +173,7 @@ bool ModuleFactory::registerPrimaryCommand(Command* (*create)())
 // Comes first: a library that stays loaded would not register again.
 TEST(ModuleLibrary, RegistersEventsAndCommandsInTheStatedOrder)
 {
+    EventHandler::getInstance()->recordDeclarations(true);
     const auto before = EventHandler::getInstance()->getDeclarations().size();
     steps().clear();
     resourceData().clear();

@@ -2,6 +2,7 @@
 
 #include "kernel/commands/functioncommand.h"
 #include "kernel/workers/overseer.h"
+#include "kernel/main/castclassmanager.h"
 #include "kernel/main/parameter.h"
 #include "kernel/main/parameterset.h"
 #include "kernel/commands/settingscommand.h"
@@ -17,6 +18,7 @@
 
 #include <atomic>
 #include <mutex>
+#include <thread>
 
 using namespace tov::main;
 using tov::test::LogCapture;
@@ -160,6 +162,11 @@ TEST_F(ProcessorTest, WrongTextsAreRefusedWithOneLine)
         {"probe a text=b", "probe: \"text\" was given twice"},
         {"probe a number=1x",
          "probe: the value of \"number\" cannot be used: \"1x\" is no whole number between -2147483648 and 2147483647"},
+        {"probe", "probe: the argument \"text\" is missing"},
+        {"probe number=3", "probe: the argument \"text\" is missing"},
+        {"probe a numbr%1=1", "probe has no parameter \"numbr%1\"; it has: text, number"},
+        {"probe a number=%3", "probe: the value of \"number\" cannot be used: \"%3\" is no whole number between "
+                              "-2147483648 and 2147483647"},
         {"", "There is no command in the text"},
         {"a\nb", "There is more than one command"},
     };
@@ -170,6 +177,141 @@ TEST_F(ProcessorTest, WrongTextsAreRefusedWithOneLine)
     }
     EXPECT_EQ(executed, 0);
     EXPECT_EQ(alive, 1);
+}
+
+TEST_F(ProcessorTest, AnEmptyArgumentIsAValue)
+{
+    lastText = QStringLiteral("unset");
+    QString error;
+    const auto run = processor->start(QStringLiteral("probe \"\""), &error);
+    ASSERT_TRUE(run) << error.toStdString();
+    ASSERT_TRUE(run->wait(10000));
+    EXPECT_EQ(lastText, "");
+}
+
+TEST_F(ProcessorTest, AnOptionalArgumentMayBeLeftOut)
+{
+    struct Plain : AbstractParameter
+    {
+        Plain(const QString& defaultText)
+            : AbstractParameter(QStringLiteral("p"), QString(), defaultText, false, nullptr)
+        {}
+        bool castString(const QString& t) override
+        {
+            text = t;
+            return true;
+        }
+        QString toString() override { return text; }
+        void deleteValue() override { text = QString(); }
+        void takeValueFrom(AbstractParameter*) override {}
+        bool hasValue() override { return !text.isNull(); }
+        QString toDebugString() override { return QString(); }
+        void* getValuePointer() override { return nullptr; }
+        void setValuePointer(void*) override {}
+        void bindTo(void*) override {}
+        QString text = QStringLiteral("old");
+    };
+    Probe command;
+    command.setCurrentParameterSetId(9);
+    auto* set = new ParameterSet(9);
+    auto* optional = new Plain(QString());
+    auto* withDefault = new Plain(QStringLiteral("d"));
+    set->addParameter(optional);
+    set->addParameter(withDefault);
+    command.addParameterSet(set);
+    QString error;
+    EXPECT_TRUE(command.setParameters({}, &error)) << error.toStdString();
+    EXPECT_FALSE(optional->hasValue());
+    EXPECT_EQ(withDefault->text, "d");
+    EXPECT_EQ(command.getErrorState(), 0);
+    EXPECT_FALSE(command.setParameters({QStringList{"1", "2", "3"}, {}}, &error));
+    EXPECT_EQ(command.getErrorState(), 1);
+}
+
+TEST_F(ProcessorTest, PercentSignsInACommandsNameAreKept)
+{
+    struct Named : Command
+    {
+        Named() : Command(new CommandDescriptor(QStringLiteral("a%2b"), QString()), nullptr) {}
+        void execute() override {}
+    } command;
+    QString error;
+    EXPECT_FALSE(command.setParameters({QStringList{"x"}, {}}, &error));
+    EXPECT_EQ(error, "a%2b takes 0 arguments at most, 1 were given");
+}
+
+TEST_F(ProcessorTest, EachTextIsConvertedOnce)
+{
+    static int conversions = 0;
+    struct Counted
+    {};
+    struct CountedCast : CastClass
+    {
+        CountedCast() : CastClass(false) {}
+        void* fromString(const QString&) override
+        {
+            ++conversions;
+            return new Counted;
+        }
+        QString toString(const void*) override { return QString(); }
+        void deleteValue(void* value) override { delete static_cast<Counted*>(value); }
+    };
+    CastClassManager::getInstance()->registerCastClass(typeid(Counted), [] { return new CountedCast; });
+    Probe command;
+    auto* set = new ParameterSet(9);
+    set->addParameter(new Parameter<Counted>(QStringLiteral("counted"), QString()));
+    command.addParameterSet(set);
+    command.setCurrentParameterSetId(9);
+    ASSERT_TRUE(command.setParameters({QStringList{"x"}, {}}, nullptr));
+    EXPECT_EQ(conversions, 1);
+    EXPECT_TRUE(set->at(0)->hasValue());
+}
+
+TEST_F(ProcessorTest, ShortCommandsMayBeStartedOnAnyThread)
+{
+    struct Short : Command
+    {
+        Short() : Command(new CommandDescriptor(QStringLiteral("short"), QString()), nullptr)
+        {
+            setInstanceMode(RunOnce);
+            setOneShot(true);
+        }
+        void execute() override { ++executed; }
+    };
+    constexpr int Threads = 3, Commands = 1000;
+    std::vector<std::thread> threads;
+    for (int t = 0; t < Threads; ++t)
+        threads.emplace_back([this] {
+            for (int i = 0; i < Commands; ++i)
+                processor->processCommand(new Short, 1, i % 10 == 9);
+        });
+    EXPECT_TRUE(processUntil([&] { return executed == Threads * Commands; }, 100000));
+    // The last commands may still be waited for.
+    EXPECT_TRUE(processUntil([&] { return processor->getRuns().empty(); }));
+    for (auto& thread : threads)
+        thread.join();
+}
+
+TEST_F(ProcessorTest, TheLastCallOfDisableCommandWinsForWhatTheMenuShows)
+{
+    bool shown = true;
+    QObject context;
+    QObject::connect(processor, &CommandProcessor::commandEnabledChanged, &context,
+                     [&](const QString&, bool enabled) { shown = enabled; });
+    for (int round = 0; round < 1000; ++round) {
+        std::atomic<int> ready{0};
+        const auto call = [&](bool disable) {
+            ++ready;
+            while (ready < 2)
+                ;
+            prototype->disableCommand(disable);
+        };
+        std::thread other([&] { call(true); });
+        call(false);
+        other.join();
+        QCoreApplication::sendPostedEvents();
+        ASSERT_EQ(shown, !prototype->isDisabled()) << "round " << round;
+    }
 }
 
 TEST_F(ProcessorTest, ADisabledCommandIsRefused)
@@ -237,6 +379,63 @@ TEST_F(ProcessorTest, RemovingAPrototypeStopsItsRuns)
     EXPECT_TRUE(run->isFinished());
     EXPECT_EQ(aborts, 1);
     EXPECT_FALSE(processor->getPrimaryCommand(QStringLiteral("probe")));
+}
+
+TEST_F(ProcessorTest, ACloneGetsItsParametersThenItsSetThenItsFlag)
+{
+    static QStringList* steps = nullptr;
+    struct Traced : Command
+    {
+        struct Text : Parameter<QString>
+        {
+            Text(Traced* command, const QString& name) : Parameter<QString>(name, QString()), owner(command) {}
+            bool castString(const QString& text) override
+            {
+                if (steps)
+                    *steps << QStringLiteral("%1=%2 default %3 set %4 announces %5")
+                                  .arg(getName(), text, getDefaultParameterForDefaultGUI(),
+                                       QString::number(owner->getCurrentParameterSetId()),
+                                       QString::number(owner->announcesChanges()));
+                return Parameter<QString>::castString(text);
+            }
+            Traced* owner;
+        };
+        Traced() : Command(new CommandDescriptor(QStringLiteral("traced"), QString()), nullptr)
+        {
+            if (steps)
+                *steps << QStringLiteral("created");
+            for (int id : {1, 2}) {
+                auto* set = new ParameterSet(id);
+                for (const char* name : {"a", "b"})
+                    set->addParameter(new Text(this, QLatin1String(name) + QString::number(id)));
+                addParameterSet(set);
+            }
+        }
+        static Command* create() { return new Traced; }
+        void execute() override {}
+    };
+    Traced original;
+    processor->addPrimaryCommand(&original, Traced::create);
+    original.setCurrentParameterSetId(2);
+    original.setAnnouncesChanges(false);
+    for (ParameterSet* set : original.getParameterSets())
+        for (AbstractParameter* parameter : set->getParameters()) {
+            parameter->setDefaultParameterForDefaultGUI(QStringLiteral("d"));
+            parameter->castString(QStringLiteral("v"));
+        }
+    original.getParameterSets()[0]->at(1)->deleteValue();
+    QStringList seen;
+    steps = &seen;
+    Command* copy = original.clone();
+    steps = nullptr;
+    EXPECT_EQ(seen, (QStringList{"created", "a1=v default d set 1 announces 1", "a2=v default d set 1 announces 1",
+                                 "b2=v default d set 1 announces 1"}));
+    EXPECT_EQ(copy->getCurrentParameterSetId(), 2);
+    EXPECT_FALSE(copy->announcesChanges());
+    EXPECT_FALSE(copy->getParameterSets()[0]->at(1)->hasValue()) << "no value, none copied";
+    EXPECT_EQ(copy->getParameterSets()[0]->at(1)->getDefaultParameterForDefaultGUI(), "d");
+    processor->destroyCommand(copy);
+    processor->removePrimaryCommand(&original);
 }
 
 TEST_F(ProcessorTest, ACloneHasTheValuesTheSetAndTheAnnounceFlag)

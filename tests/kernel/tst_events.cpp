@@ -32,6 +32,24 @@ TEST(EventHandler, TextsAreCopied)
     EXPECT_EQ(EventHandler::getInstance()->getEventName(type), "TestCategory/VOLATILE");
 }
 
+TEST(EventHandler, DeclarationsAreKeptOnlyWhileTheyAreRecorded)
+{
+    auto* handler = EventHandler::getInstance();
+    handler->addEvent("TestCategory", "BEFORE");
+    EXPECT_TRUE(handler->getDeclarations().empty());
+    handler->recordDeclarations(true);
+    const auto type = handler->addEvent("TestCategory", "RECORDED");
+    handler->addEvent("TestCategory", "RECORDED");
+    const auto declarations = handler->getDeclarations();
+    handler->recordDeclarations(false);
+    handler->addEvent("TestCategory", "AFTER");
+    EXPECT_TRUE(handler->getDeclarations().empty());
+    ASSERT_EQ(declarations.size(), 2u) << "repeats included";
+    EXPECT_EQ(declarations[0].category, "TestCategory");
+    EXPECT_EQ(declarations[1].name, "RECORDED");
+    EXPECT_EQ(declarations[1].type, type);
+}
+
 TEST(EventHandler, RegistrationIsCounted)
 {
     auto* handler = EventHandler::getInstance();
@@ -104,6 +122,57 @@ TEST(EventManager, UnregisteringWaitsForCallsOnOtherThreads)
         target.reset(); // the sanitizers would see a late call
         firing.join();
     }
+}
+
+TEST(EventManager, UnregisteringDestroysTheFunctionsWhileAnotherThreadIsFiring)
+{
+    const auto type = EventHandler::getInstance()->addEvent("TestCategory", "DESTROYED");
+    auto* manager = EventManager::getInstance();
+    std::atomic<bool> inside{false}, leave{false};
+    int blocker = 0, owner = 0, calls = 0;
+    const void* blockerKey = &blocker;
+    const void* key = &owner;
+    manager->registerEventFunction(
+        type,
+        [&](const Event*) {
+            inside = true;
+            while (!leave)
+                std::this_thread::yield();
+        },
+        blockerKey);
+    auto token = std::make_shared<int>(0);
+    manager->registerEventFunction(
+        type, [token, &calls](const Event*) { ++calls; }, key);
+    std::thread firing([&] { manager->fireEvent(Event(type)); });
+    while (!inside)
+        std::this_thread::yield();
+    // The other thread has collected both functions and is inside the first one.
+    manager->unregisterAllEventFunctionsOf(key);
+    EXPECT_EQ(token.use_count(), 1) << "no thread keeps a copy";
+    leave = true;
+    firing.join();
+    EXPECT_EQ(calls, 0);
+    manager->unregisterAllEventFunctionsOf(blockerKey);
+}
+
+TEST(EventManager, AFunctionThatUnregistersItselfIsDestroyedAfterItsCall)
+{
+    const auto type = EventHandler::getInstance()->addEvent("TestCategory", "SELFDESTROYED");
+    auto* manager = EventManager::getInstance();
+    int owner = 0;
+    long during = 0;
+    const void* key = &owner;
+    auto token = std::make_shared<int>(0);
+    manager->registerEventFunction(
+        type,
+        [token, key, manager, &during](const Event*) {
+            manager->unregisterAllEventFunctionsOf(key);
+            during = token.use_count();
+        },
+        key);
+    manager->fireEvent(Event(type));
+    EXPECT_EQ(during, 2) << "alive while it runs";
+    EXPECT_EQ(token.use_count(), 1);
 }
 
 TEST(EventManager, AnExceptionDoesNotStopTheOthers)

@@ -1,3 +1,5 @@
+#include "kernel/commands/commandprocessor.h"
+#include "kernel/commands/functioncommand.h"
 #include "kernel/gui/zprogressdialog.h"
 #include "kernel/workers/overseer.h"
 #include "kernel/main/settings.h"
@@ -6,11 +8,15 @@
 #include "tests/support/temporarysettings.h"
 
 #include <QCoreApplication>
+#include <QSemaphore>
 #include <QThread>
 
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cstdio>
+#include <cstdlib>
+#include <mutex>
 #include <thread>
 
 using namespace tov::main;
@@ -120,6 +126,78 @@ TEST(Overseer, WaitersAndOverseerNeverDeleteEarly)
     EXPECT_TRUE(processUntil([&] { return finished == 4; }));
     for (auto& thread : threads)
         thread.join();
+}
+
+namespace {
+
+/// Ends the Overseer with work of all kinds under way and prints the steps in their order.
+[[noreturn]] void endOverseer()
+{
+    static std::mutex mutex;
+    static QStringList steps;
+    const auto note = [](const char* step) {
+        std::lock_guard<std::mutex> guard(mutex);
+        steps << QLatin1String(step);
+    };
+    struct Running : Command
+    {
+        Running(std::function<void(const char*)> function)
+            : Command(new CommandDescriptor(QStringLiteral("running"), QString()), nullptr), note(std::move(function))
+        {
+            setInstanceMode(RunOnce);
+            setOneShot(true);
+        }
+        ~Running() override { note("command deleted"); }
+        void execute() override
+        {
+            started.release();
+            stopped.acquire();
+            Overseer::getInstance()->runAndWait([this] { note("worker of the command"); });
+            note("command ended");
+            Overseer::getInstance()->getCommandProcessor()->processCommand(
+                new FunctionCommand(
+                    [this] { Overseer::getInstance()->post([n = note] { n("worker of the function"); }); }, true),
+                1, false);
+        }
+        void abort() override
+        {
+            note("abort");
+            stopped.release();
+        }
+        std::function<void(const char*)> note;
+        QSemaphore started, stopped;
+    };
+    Overseer* overseer = Overseer::getInstance();
+    auto* command = new Running(note);
+    overseer->getCommandProcessor()->processCommand(command, 1, false);
+    command->started.acquire();
+    Overseer::destroyInstance();
+    note("end");
+    const auto wrong = [](const char* what) {
+        std::fprintf(stderr, "wrong: %s\n", what);
+        std::_Exit(1);
+    };
+    if (Overseer::getInstance() != overseer || overseer->getCommandProcessor())
+        wrong("the ended Overseer stays, without a processor");
+    if (overseer->runAndWait([&note] { note("late"); }))
+        wrong("late work on the application thread is dropped");
+    std::thread([&] {
+        if (overseer->runAndWait([&note] { note("late"); }))
+            wrong("late work of a thread is dropped");
+        overseer->post([&note] { note("late"); });
+    }).join();
+    overseer->processWorkers();
+    Overseer::destroyInstance();
+    std::fprintf(stderr, "%s\n", steps.join(QStringLiteral(", ")).toUtf8().constData());
+    std::_Exit(0);
+}
+
+} // namespace
+
+TEST(Overseer, EndsCommandsThenFunctionsThenWorkersAndDropsTheRest)
+{
+    EXPECT_EXIT(endOverseer(), testing::ExitedWithCode(0),
+                "abort, worker of the command, command ended, worker of the function, command deleted, end");
 }
 
 TEST(Settings, ThreadsSeeEachOthersValues)

@@ -7,6 +7,9 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <thread>
+
 using namespace tov::main;
 
 namespace {
@@ -61,6 +64,25 @@ TEST(CastClasses, UnknownTypesHaveNone)
     struct Local
     {};
     EXPECT_EQ(CastClassManager::getInstance()->createCastClassForType(&typeid(Local)), nullptr);
+}
+
+TEST(Parameters, TheGuiDefaultMayBeReadWhileAnotherThreadWritesIt)
+{
+    Parameter<int> parameter(QStringLiteral("p"), QString());
+    std::atomic<bool> done{false};
+    std::thread writer([&] {
+        for (int i = 0; i < 20000; ++i)
+            parameter.setDefaultParameterForDefaultGUI(QString::number(i % 10).repeated(20));
+        done = true;
+    });
+    bool whole = true;
+    while (!done) {
+        const QString text = parameter.getDefaultParameterForDefaultGUI();
+        whole = whole && (text.isEmpty() || text == text.left(1).repeated(20));
+    }
+    writer.join();
+    EXPECT_TRUE(whole);
+    EXPECT_EQ(parameter.getDefaultParameterForDefaultGUI(), QString(20, QLatin1Char('9')));
 }
 
 TEST(TypeSolver, TheSameTypeIsShared)

@@ -1,0 +1,97 @@
+#include "kernel/commands/commandrun.h"
+
+#include "kernel/commands/commandrunstate.h"
+#include "kernel/workers/overseer.h"
+
+namespace tov::main {
+
+CommandRun::CommandRun() : d(new State) {}
+CommandRun::~CommandRun() = default;
+
+quint64 CommandRun::getId() const
+{
+    return d->id;
+}
+
+QString CommandRun::getCommandName() const
+{
+    return d->name;
+}
+
+qint64 CommandRun::getStartTime() const
+{
+    return d->startTime;
+}
+
+QString CommandRun::getArgument(const QString& parameterName) const
+{
+    const auto found = d->arguments.find(parameterName.toLower());
+    return found == d->arguments.end() ? QString() : found->second;
+}
+
+QString CommandRun::getText() const
+{
+    std::lock_guard<std::mutex> guard(d->mutex);
+    return d->command ? d->command->getText() : d->text;
+}
+
+int CommandRun::getProcessed() const
+{
+    std::lock_guard<std::mutex> guard(d->mutex);
+    return d->command ? d->command->getProcessed() : d->processed;
+}
+
+bool CommandRun::isFinished() const
+{
+    std::lock_guard<std::mutex> guard(d->mutex);
+    return d->finished;
+}
+
+bool CommandRun::isStopped() const
+{
+    std::lock_guard<std::mutex> guard(d->mutex);
+    return d->stopped;
+}
+
+bool CommandRun::succeeded() const
+{
+    std::lock_guard<std::mutex> guard(d->mutex);
+    return d->succeeded;
+}
+
+void CommandRun::stop()
+{
+    {
+        std::lock_guard<std::mutex> guard(d->mutex);
+        if (d->stopped || !d->executing)
+            return;
+        d->stopped = true;
+    }
+    Overseer::getInstance()->post([state = d] {
+        Command* command = nullptr;
+        {
+            std::lock_guard<std::mutex> guard(state->mutex);
+            if (state->executing)
+                command = state->command;
+        }
+        // The command cannot be deleted meanwhile: only the application thread, which is this one, ends a run.
+        if (command)
+            command->abort();
+    });
+}
+
+bool CommandRun::wait(int timeoutMs)
+{
+    Overseer* overseer = Overseer::getInstance();
+    if (overseer->isApplicationThread())
+        return overseer->processWorkersUntil([this] { return isFinished(); }, timeoutMs);
+    std::unique_lock<std::mutex> lock(d->mutex);
+    const auto finished = [this] { return d->finished; };
+    if (timeoutMs < 0) {
+        d->changed.wait(lock, finished);
+        return true;
+    }
+    return d->changed.wait_for(lock, std::chrono::milliseconds(timeoutMs), finished);
+}
+
+} // namespace tov::main

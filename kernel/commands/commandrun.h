@@ -1,0 +1,55 @@
+#pragma once
+
+#include "kernel/main/export.h"
+
+#include <QMetaType>
+#include <QString>
+
+#include <memory>
+
+namespace tov::main {
+
+/// One run of a command, shared by the processor and whoever watches the run. Thread: any.
+class TOV_EXPORT CommandRun
+{
+public:
+    /// Known to the kernel's command sources only.
+    struct State;
+
+    CommandRun();
+    CommandRun(const CommandRun&) = delete;
+    CommandRun& operator=(const CommandRun&) = delete;
+    ~CommandRun();
+
+    quint64 getId() const;
+    QString getCommandName() const;
+    /// The time before the run did anything, in milliseconds since the epoch.
+    qint64 getStartTime() const;
+    /// The text of a parameter when the run started, by name in any case; null when there is no such parameter or
+    /// value.
+    QString getArgument(const QString& parameterName) const;
+    /// The last reported text.
+    QString getText() const;
+    /// The last reported progress in percent, -1 = busy.
+    int getProcessed() const;
+    bool isFinished() const;
+    /// True when `stop` was called before the run ended.
+    bool isStopped() const;
+    /// False when an exception left `execute`.
+    bool succeeded() const;
+    /// Calls the command's `abort` on the application thread, at most once per run. Does nothing after the run.
+    void stop();
+    /// Waits for the end of the run; on the application thread, workers run meanwhile. `timeoutMs` below 0 = no limit.
+    /// False when the limit is reached.
+    bool wait(int timeoutMs = -1);
+
+private:
+    friend class CommandProcessor;
+    friend class FunctionQueue;
+    std::shared_ptr<State> d;
+};
+typedef std::shared_ptr<CommandRun> CommandRunPointer;
+
+} // namespace tov::main
+
+Q_DECLARE_METATYPE(tov::main::CommandRunPointer)

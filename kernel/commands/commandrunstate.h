@@ -1,0 +1,41 @@
+#pragma once
+
+#include "kernel/commands/command.h"
+#include "kernel/commands/commandrun.h"
+
+#include <QDateTime>
+#include <QThread>
+
+#include <atomic>
+#include <condition_variable>
+#include <map>
+#include <mutex>
+
+namespace tov::main {
+
+/// What the processor, the command thread and the watchers of a run share. The fields without a note do not change once
+/// the run is known to others.
+struct CommandRun::State
+{
+    quint64 id = 0;
+    QString name;
+    std::map<QString, QString> arguments; ///< by lower-case parameter name
+    qint64 startTime = QDateTime::currentMSecsSinceEpoch();
+    const Command* prototype = nullptr; ///< the prototype of the command; compared, never used
+    bool deleteAfter = false;
+    std::mutex startMutex;     ///< held while the thread is started, so that nobody deletes it meanwhile
+    QThread* thread = nullptr; ///< guarded by startMutex
+    std::atomic<pid_t> threadId{0};
+
+    mutable std::mutex mutex;
+    std::condition_variable changed;
+    Command* command = nullptr; ///< guarded by mutex; null once the run is over
+    QString text;               ///< guarded by mutex; the last one when the run is over
+    int processed = -1;         ///< guarded by mutex; likewise
+    bool executing = true;      ///< guarded by mutex
+    bool stopped = false;       ///< guarded by mutex
+    bool finished = false;      ///< guarded by mutex
+    bool succeeded = false;     ///< guarded by mutex
+};
+
+} // namespace tov::main
