@@ -1,10 +1,9 @@
 #include "kernel/commands/command.h"
 
-#include "kernel/commands/commandprocessor.h"
+#include "kernel/commands/commandcreators.h"
 #include "kernel/commands/processorposts.h"
 #include "kernel/main/abstractparameter.h"
 #include "kernel/main/parameterset.h"
-#include "kernel/workers/overseer.h"
 
 #include <algorithm>
 #include <atomic>
@@ -70,8 +69,7 @@ QWidget* Command::getCommandWidget()
 
 Command* Command::clone() const
 {
-    CommandProcessor* processor = Overseer::getInstance()->getCommandProcessor();
-    Command* copy = processor ? processor->createCommand(d->descriptor->getName()) : nullptr;
+    Command* copy = CommandCreators::create(d->descriptor->getName());
     if (!copy)
         return nullptr;
     for (std::size_t s = 0; s < std::min(d->sets.size(), copy->d->sets.size()); ++s) {

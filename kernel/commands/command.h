@@ -29,32 +29,33 @@ public:
         RunPrototype = 3, ///< this object itself, one run at a time
     };
 
-    /// Takes both descriptors over; `guiDescriptor` may be null (no place in the window). Thread: any.
+    /// Takes over both descriptors; `guiDescriptor` may be null (not shown in the window). Thread: any.
     Command(CommandDescriptor* descriptor, CommandGUIDescriptor* guiDescriptor);
     Command(const Command&) = delete;
     Command& operator=(const Command&) = delete;
-    /// Deletes the parameter sets. Not before everything that the command submitted has run: commands are destroyed
-    /// through `CommandProcessor::destroyCommand`, or by those who know. Thread: any.
+    /// Deletes the parameter sets. Call it only after everything that the command submitted has run;
+    /// `CommandProcessor::destroyCommand` waits for that. Thread: any.
     virtual ~Command();
 
-    /// Fills the current parameter set (the first one when none is selected) from texts. An argument that is left out
-    /// takes the parameter's default for the GUI; without one it stays empty. On failure returns false, sets `error`
-    /// (if not null) to one line, and `getErrorState` is not 0. Thread: application or command.
+    /// Fills the current parameter set (the first one when none is selected) from texts. An omitted argument gets the
+    /// parameter's default for the GUI, else its default text; without both it is an error if the parameter is
+    /// mandatory. On failure returns false, sets `error` (if not null) to one line, and `getErrorState` is not 0.
+    /// Thread: application or command.
     virtual bool setParameters(const CommandArguments& arguments, QString* error);
-    /// A window of the command's own that takes the place of the generic dialog; null by default. Thread: application.
+    /// The command's own window, shown instead of the generic dialog; null by default. Thread: application.
     virtual QWidget* getGUIWindow();
-    /// A widget of the command's own for tool bars; null by default. Thread: application.
+    /// The command's own widget for tool bars; null by default. Thread: application.
     virtual QWidget* getCommandWidget();
     /// A fresh command of the same kind, made by the registered creation function, with the parameter texts, the
     /// parameter-set identifier and the announce flag of this one. The caller owns it. Null when the command's name is
     /// not registered with the processor. Thread: application.
     virtual Command* clone() const;
-    /// Asks a running command to stop. At most once a run. Does nothing by default. Thread: application.
+    /// Asks a running command to stop. Called at most once per run. Does nothing by default. Thread: application.
     virtual void abort();
     /// The command's work. Thread: command.
     virtual void execute() = 0;
 
-    /// Greys the command out or back in everywhere; the last call wins. Only posts. Thread: any, under any lock.
+    /// Disables or enables the command in all menus; the last call wins. Only posts. Thread: any, under any lock.
     void disableCommand(bool disable);
     bool isDisabled() const;
     /// Reports progress in percent, -1 = busy. Only posts. Thread: any, under any lock.
@@ -65,14 +66,14 @@ public:
     QString getText() const;
 
     const CommandDescriptor* getDescriptor() const;
-    /// Null when the command has no place in the window.
+    /// Null when the command is not shown in the window.
     const CommandGUIDescriptor* getGUIDescriptor() const;
-    /// A number of this object's own, never used again in the process.
+    /// The number of this object, unique in the process.
     quint64 getId() const;
 
     /// The parameter sets, owned by the command, in the order of `addParameterSet`.
     const std::vector<ParameterSet*>& getParameterSets() const;
-    /// Takes a set over. The first one added becomes the current one.
+    /// Takes over a set. The first one added becomes the current one.
     void addParameterSet(ParameterSet* set);
     /// The identifier of the current set (0 when there is no set).
     int getCurrentParameterSetId() const;

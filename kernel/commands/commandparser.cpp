@@ -6,13 +6,13 @@ namespace tov::main {
 
 namespace {
 
-QString complaint(int line, const QString& text)
+QString parseError(int line, const QString& text)
 {
-    // Words in quotes may hold line ends; a complaint is one line.
+    // Quoted words may contain line feeds; an error message is one line.
     return QCoreApplication::translate("CommandParser", "line %1: %2").arg(QString::number(line), text.simplified());
 }
 
-/// One word of a command: its text, and where the first "=" outside quotes stands (-1: nowhere).
+/// One word of a command: its text, and the position of the first "=" outside quotes (-1 = none).
 struct Word
 {
     QString text;
@@ -24,7 +24,7 @@ QString nulAt(int index)
     return QCoreApplication::translate("CommandParser", "there is a NUL character at column %1").arg(index + 1);
 }
 
-/// Reads the words of one line; false and a reason when a quote is not closed or a character cannot stand there.
+/// Reads the words of one line; false and a reason when a quote is not closed or a character is not allowed.
 bool readWords(const QString& line, std::vector<Word>& words, QString& reason)
 {
     int i = 0;
@@ -95,7 +95,7 @@ bool CommandParser::parse(const QString& script, std::vector<CommandText>& comma
     commands.clear();
     const auto fail = [&](int line, const QString& reason) {
         if (error)
-            *error = complaint(line, reason);
+            *error = parseError(line, reason);
         return false;
     };
     int lineNumber = 0;

@@ -17,9 +17,9 @@ struct CommandText
     int line = 1; ///< line of the script on which it begins, from 1
 };
 
-/// Reads the command language: one command a line; words parted by blanks; `"..."` and `'...'` quote (in double quotes
-/// `\"`, `\\`, `\n`, `\t` stand for themselves' meaning); `name=value` names an argument; `#` begins a comment outside
-/// quotes; empty lines count but do nothing. Thread: any.
+/// Reads the command language: one command per line; words separated by blanks; `"..."` and `'...'` quote (double
+/// quotes know the escapes `\"`, `\\`, `\n`, `\t`); `name=value` names an argument; `#` begins a comment outside
+/// quotes; empty lines do nothing but are counted. Thread: any.
 class TOV_EXPORT CommandParser
 {
 public:

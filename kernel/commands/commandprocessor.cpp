@@ -1,5 +1,6 @@
 #include "kernel/commands/commandprocessor.h"
 
+#include "kernel/commands/commandcreators.h"
 #include "kernel/commands/commandparser.h"
 #include "kernel/commands/commandrunstate.h"
 #include "kernel/commands/commandthread.h"
@@ -24,7 +25,6 @@ struct CommandProcessor::Private
     struct Primary
     {
         Command* prototype;
-        Command* (*create)();
     };
     CommandProcessor* processor = nullptr;
     std::vector<Primary> primaries; ///< application thread
@@ -62,7 +62,7 @@ struct CommandProcessor::Private
     /// The last act of a run, on the application thread.
     void finish(const CommandRunPointer& run, bool succeeded)
     {
-        CommandRun::State* state = run->d.get();
+        CommandRunState* state = run->d.get();
         {
             // A short command may end before the thread that started it has left QThread::start().
             std::lock_guard<std::mutex> guard(state->startMutex);
@@ -96,7 +96,7 @@ struct CommandProcessor::Private
 
     bool startRunThread(const CommandRunPointer& run, Command* command)
     {
-        CommandRun::State* state = run->d.get();
+        CommandRunState* state = run->d.get();
         std::lock_guard<std::mutex> guard(state->startMutex);
         // Commands need a QThread object: OpenGL contexts that they create belong to it.
         state->thread = QThread::create([this, run, command] {
@@ -115,7 +115,7 @@ struct CommandProcessor::Private
     CommandRunPointer begin(Command* command, const Command* prototype, bool deleteAfter)
     {
         CommandRunPointer run = makeRun(command, prototype, deleteAfter);
-        CommandRun::State* state = run->d.get();
+        CommandRunState* state = run->d.get();
         {
             std::lock_guard<std::mutex> guard(mutex);
             runs.push_back(run);
@@ -212,7 +212,8 @@ CommandRunPointer CommandProcessor::processCommand(Command* command, int executi
 
 void CommandProcessor::addPrimaryCommand(Command* prototype, Command* (*create)())
 {
-    d->primaries.push_back({prototype, create});
+    d->primaries.push_back({prototype});
+    CommandCreators::add(prototype, prototype->getDescriptor()->getName(), create);
     QMetaObject::invokeMethod(
         this, [this] { emit commandsChanged(); }, Qt::QueuedConnection);
 }
@@ -228,6 +229,7 @@ void CommandProcessor::removePrimaryCommand(Command* prototype)
     if (found == d->primaries.end())
         return;
     d->primaries.erase(found);
+    CommandCreators::remove(prototype);
     QMetaObject::invokeMethod(
         this, [this] { emit commandsChanged(); }, Qt::QueuedConnection);
 }
@@ -248,8 +250,7 @@ Command* CommandProcessor::getPrimaryCommand(const QString& name) const
 
 Command* CommandProcessor::createCommand(const QString& name) const
 {
-    const auto* primary = d->find(name);
-    return primary ? primary->create() : nullptr;
+    return CommandCreators::create(name);
 }
 
 CommandRunPointer CommandProcessor::start(const QString& name, const CommandArguments& arguments, QString* error)

@@ -5,7 +5,7 @@
 
 namespace tov::main {
 
-CommandRun::CommandRun() : d(new State) {}
+CommandRun::CommandRun() : d(new CommandRunState) {}
 CommandRun::~CommandRun() = default;
 
 quint64 CommandRun::getId() const

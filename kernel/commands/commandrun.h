@@ -9,13 +9,12 @@
 
 namespace tov::main {
 
+struct CommandRunState;
+
 /// One run of a command, shared by the processor and whoever watches the run. Thread: any.
 class TOV_EXPORT CommandRun
 {
 public:
-    /// Known to the kernel's command sources only.
-    struct State;
-
     CommandRun();
     CommandRun(const CommandRun&) = delete;
     CommandRun& operator=(const CommandRun&) = delete;
@@ -46,7 +45,7 @@ public:
 private:
     friend class CommandProcessor;
     friend class FunctionQueue;
-    std::shared_ptr<State> d;
+    std::shared_ptr<CommandRunState> d;
 };
 typedef std::shared_ptr<CommandRun> CommandRunPointer;
 

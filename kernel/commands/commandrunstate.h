@@ -1,7 +1,6 @@
 #pragma once
 
 #include "kernel/commands/command.h"
-#include "kernel/commands/commandrun.h"
 
 #include <QDateTime>
 #include <QThread>
@@ -15,7 +14,7 @@ namespace tov::main {
 
 /// What the processor, the command thread and the watchers of a run share. The fields without a note do not change once
 /// the run is known to others.
-struct CommandRun::State
+struct CommandRunState
 {
     quint64 id = 0;
     QString name;

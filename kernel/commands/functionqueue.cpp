@@ -88,7 +88,7 @@ void FunctionQueue::runNext(std::unique_lock<std::mutex>& lock)
 
 void FunctionQueue::finish(const Function& function, bool succeeded)
 {
-    CommandRun::State* state = function.run->d.get();
+    CommandRunState* state = function.run->d.get();
     {
         std::lock_guard<std::mutex> guard(state->mutex);
         state->executing = false;

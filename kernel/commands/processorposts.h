@@ -6,14 +6,14 @@
 
 namespace tov::main {
 
-/// Carries what commands report to the command processor without ever waiting: reports are kept by command number, and
-/// one event at a time is on its way to the application thread. Thread: any, under any lock.
+/// Passes the reports of commands to the command processor without ever waiting. Reports are merged by command number,
+/// and at most one event at a time is posted to the application thread. Thread: any, under any lock.
 class ProcessorPosts
 {
 public:
     static void enabledChanged(quint64 command, bool enabled);
     static void changed(quint64 command, int percent, const QString& text, bool hasText);
-    /// Drops what a command that is being destroyed has reported.
+    /// Drops the reports of a command that is being destroyed.
     static void forget(quint64 command);
 
     struct Report
@@ -25,7 +25,7 @@ public:
         bool hasText = false;
         QString text;
     };
-    /// Who is told, on the application thread's event loop; an empty function: nobody.
+    /// Sets the function that receives the reports in the event loop of the application thread; empty = none.
     static void setReceiver(std::function<void(quint64 command, const Report&)> receiver);
 };
 

@@ -8,7 +8,7 @@ class QSlider;
 
 namespace tov::main {
 
-/// Editor with a slider of the command's making and its value beside it.
+/// Editor with a slider, which the command creates, and a label with its value.
 class TOV_EXPORT SliderParameterPanelFactory : public ParameterPanelFactory
 {
 public:

@@ -15,7 +15,7 @@ namespace tov::util {
 class TOV_EXPORT ZProgressDialog
 {
 public:
-    /// What a presenter is told. Percent -1 = begun; finished = true comes exactly once, last.
+    /// What a presenter receives. Percent -1 = started; finished = true comes exactly once, at the end.
     struct Update
     {
         quint64 id;

@@ -11,7 +11,7 @@ namespace tov::log {
 
 namespace {
 
-/// A terminal that takes nothing must not eat the memory.
+/// Limits the memory in use when the terminal accepts no output.
 constexpr std::size_t MaxWaiting = 10000;
 
 const char* labelOf(int level)
@@ -99,7 +99,7 @@ TerminalSink::TerminalSink(int highestLevel) : d(std::make_shared<Private>())
     try {
         std::thread([shared = d] { shared->run(); }).detach();
     } catch (const std::system_error&) {
-        // No thread is to be had: lines are written where they come, should the terminal block as well.
+        // No thread is available: lines are written by the logging thread, even if the terminal blocks.
         d->withoutThread = true;
     }
 }

@@ -16,7 +16,8 @@ namespace {
 
 [[noreturn]] void refuse(const QString& text, const char* what)
 {
-    throw std::invalid_argument(QStringLiteral("\"%1\" is no %2").arg(text, QString::fromLatin1(what)).toStdString());
+    throw std::invalid_argument(
+        QStringLiteral("\"%1\" is not a %2").arg(text, QString::fromLatin1(what)).toStdString());
 }
 
 /// Cast class of a type that is freed plainly.
@@ -82,7 +83,7 @@ public:
 class ImageCast : public PlainCast<QImage>
 {
 public:
-    void* fromString(const QString& text) override { refuse(text, "image: images have no text"); }
+    void* fromString(const QString& text) override { refuse(text, "image: images have no text form"); }
     QString toString(const void* value) override
     {
         const auto* image = static_cast<const QImage*>(value);

@@ -4,10 +4,10 @@
 
 namespace tov::util {
 
-/// A QProcess that is safe where no process is to be had. Qt 5.15 makes its own kind with a call of which it overlooks
-/// the failure: it goes on with the process number -1, and ending or destroying the object then ends every process of
-/// the user. Derived classes are made by plain fork, which it does look at. Use it as QProcess; `errorOccurred` tells a
-/// failed start. Thread: as QProcess.
+/// A QProcess that is safe when the system can create no process. Qt 5.15 starts a plain QProcess with a call whose
+/// failure it does not check: it continues with the process number -1, and ending or destroying the object then ends
+/// every process of the user. For derived classes it uses fork() and checks the result. Use it like QProcess; a failed
+/// start is reported by `errorOccurred`. Thread: as QProcess.
 class ChildProcess : public QProcess
 {
 public:

@@ -61,7 +61,7 @@ struct Overseer::Private
     /// Stores the worker's result, wakes its waiter and gives up the Overseer's reference.
     static void finish(Worker* worker, bool succeeded)
     {
-        Worker::State* state = worker->mp_State.get();
+        WorkerState* state = worker->mp_State.get();
         const bool keeps = state->creatorKeepsOwnership;
         {
             std::lock_guard<std::mutex> guard(state->mutex);

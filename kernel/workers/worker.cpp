@@ -1,12 +1,10 @@
 #include "kernel/workers/worker.h"
 
-#include "kernel/workers/overseer.h"
-#include "kernel/workers/workerdelegate.h"
 #include "kernel/workers/workerstate.h"
 
 namespace tov::main {
 
-Worker::Worker(bool creatorKeepsOwnership) : mp_State(new State)
+Worker::Worker(bool creatorKeepsOwnership) : mp_State(new WorkerState)
 {
     mp_State->creatorKeepsOwnership = creatorKeepsOwnership;
 }
@@ -23,10 +21,6 @@ void Worker::setWait(bool wait)
 
 bool Worker::wait()
 {
-    Overseer* overseer = Overseer::getInstance();
-    if (overseer->isApplicationThread()) {
-        overseer->processWorkersUntil([this] { return isFinished(); });
-    }
     bool succeeded;
     {
         std::unique_lock<std::mutex> lock(mp_State->mutex);
@@ -43,21 +37,6 @@ bool Worker::isFinished() const
 {
     std::lock_guard<std::mutex> guard(mp_State->mutex);
     return mp_State->finished;
-}
-
-WorkerDelegate::InternalWorker::InternalWorker(tov::util::DelegateBase* delegate, bool creatorKeepsOwnership)
-    : Worker(creatorKeepsOwnership), mp_Delegate(delegate)
-{}
-
-WorkerDelegate::InternalWorker::~InternalWorker()
-{
-    delete mp_Delegate;
-    mp_Delegate = nullptr;
-}
-
-void WorkerDelegate::InternalWorker::run()
-{
-    mp_Delegate->call();
 }
 
 } // namespace tov::main

@@ -6,8 +6,10 @@
 
 namespace tov::main {
 
+struct WorkerState;
+
 /// A piece of work for the application thread; see `Overseer::transmitWorker`. Reference-counted: the Overseer holds
-/// one reference until the work has run or was dropped, a waiter one more, so neither frees it under the other.
+/// one reference until the work has run or was dropped, and a waiter holds another one, so neither frees it too early.
 class TOV_EXPORT Worker
 {
 public:
@@ -18,13 +20,14 @@ public:
     Worker& operator=(const Worker&) = delete;
     virtual ~Worker();
 
-    /// Says, before the worker is transmitted, that the transmitting thread will call `wait` exactly once.
+    /// Announces that the transmitting thread will call `wait` exactly once. Call it before the worker is transmitted.
     /// Thread: the transmitting one.
     void setWait(bool wait);
 
     /// Blocks until the work has run or was dropped at shutdown, then gives up the waiter's reference: the worker may
-    /// be gone afterwards. On the application thread it runs queued workers meanwhile. Needs `setWait(true)`; returns
-    /// true when the work ran to its end, false when it threw or was dropped. Thread: the transmitting one.
+    /// be deleted afterwards. A worker that was transmitted on the application thread has already run. Needs
+    /// `setWait(true)`. True when the work was completed, false when it threw or was dropped. Thread: the transmitting
+    /// one.
     bool wait();
 
     /// True once the work has run or was dropped. Thread: any that holds a reference.
@@ -36,8 +39,7 @@ protected:
 
 private:
     friend class Overseer;
-    struct State;
-    std::unique_ptr<State> mp_State;
+    std::unique_ptr<WorkerState> mp_State;
 };
 
 } // namespace tov::main

@@ -1,7 +1,5 @@
 #pragma once
 
-#include "kernel/workers/worker.h"
-
 #include <atomic>
 #include <condition_variable>
 #include <mutex>
@@ -9,7 +7,7 @@
 namespace tov::main {
 
 /// What the Overseer and the waiter of a worker share.
-struct Worker::State
+struct WorkerState
 {
     bool creatorKeepsOwnership = false;
     bool waited = false;

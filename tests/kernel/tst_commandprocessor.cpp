@@ -160,12 +160,12 @@ TEST_F(ProcessorTest, WrongTextsAreRefusedWithOneLine)
         {"probe a 1 2", "probe takes 2 arguments at most, 3 were given"},
         {"probe a numbr=1", "probe has no parameter \"numbr\"; it has: text, number"},
         {"probe a text=b", "probe: \"text\" was given twice"},
-        {"probe a number=1x",
-         "probe: the value of \"number\" cannot be used: \"1x\" is no whole number between -2147483648 and 2147483647"},
+        {"probe a number=1x", "probe: the value of \"number\" cannot be used: \"1x\" is not a whole number between "
+                              "-2147483648 and 2147483647"},
         {"probe", "probe: the argument \"text\" is missing"},
         {"probe number=3", "probe: the argument \"text\" is missing"},
         {"probe a numbr%1=1", "probe has no parameter \"numbr%1\"; it has: text, number"},
-        {"probe a number=%3", "probe: the value of \"number\" cannot be used: \"%3\" is no whole number between "
+        {"probe a number=%3", "probe: the value of \"number\" cannot be used: \"%3\" is not a whole number between "
                               "-2147483648 and 2147483647"},
         {"", "There is no command in the text"},
         {"a\nb", "There is more than one command"},
