@@ -6,21 +6,22 @@
 #include <QByteArray>
 #include <QString>
 
+#include <array>
 #include <stdexcept>
 
 namespace tov::scene {
 
-/// What is wrong with a file. Stays inside this library.
+/// What is wrong with a file. Does not leave this library.
 struct ReadError : std::runtime_error
 {
     explicit ReadError(const QString& message) : std::runtime_error(message.toStdString()) {}
 };
 
-/// The person stopped the reading.
+/// The user cancelled reading.
 struct ReadCancelled
 {};
 
-/// A file in memory and who is told how far its reading has come.
+/// A file in memory and who is informed about the progress.
 struct ReadSource
 {
     QString fileName;
@@ -29,7 +30,7 @@ struct ReadSource
     const SceneImport::Progress& progress;
 
     std::size_t size() const { return std::size_t(end - begin); }
-    /// Reports how far `at` is; throws `ReadCancelled` when the person wants it to stop.
+    /// Reports how far `at` is; throws `ReadCancelled` when the user wants it to stop.
     void report(const char* at) const;
 };
 
@@ -38,7 +39,11 @@ SceneElement* readObj(const ReadSource& source);
 SceneElement* readPly(const ReadSource& source);
 SceneElement* readStl(const ReadSource& source);
 
-/// Throws when a coordinate is no finite number.
+/// Throws when a coordinate is not a finite number.
 void checkFinite(const std::vector<float>& values);
+
+/// `Geometry::origin` for a model whose first vertex is `position`: zero, or that vertex where single precision is too
+/// coarse for the coordinates.
+std::array<double, 3> originFor(const double* position);
 
 } // namespace tov::scene

@@ -2,6 +2,7 @@
 
 #include "kernel/events/eventhandler.h"
 #include "kernel/main/eventmanager.h"
+#include "kernel/log/logger.h"
 #include "scene/import/readers.h"
 #include "scene/model.h"
 #include "scene/import/streamreader.h"
@@ -14,6 +15,7 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <memory>
@@ -27,8 +29,10 @@ QString tr(const char* text)
     return QCoreApplication::translate("tov::scene", text);
 }
 
-/// Formats that the import library reads and that were tried; our own readers come first.
-const char* const AssimpSuffixes[] = {"3ds", "gltf", "glb", "dae", "fbx", "off", "3mf", "lwo", "x"};
+/// Formats that the importer process reads; our own readers come first.
+const char* const ProcessSuffixes[] = {"gltf", "glb",  "3ds", "dae", "fbx",   "off", "3mf", "lwo",
+                                       "x",    "ac",   "ase", "b3d", "blend", "cob", "dxf", "ms3d",
+                                       "nff",  "ogex", "q3o", "smd", "x3d",   "amf", "zae"};
 
 bool hasShape(const SceneElement* element)
 {
@@ -43,17 +47,28 @@ void ReadSource::report(const char* at) const
         throw ReadCancelled();
 }
 
+std::array<double, 3> originFor(const double* position)
+{
+    // Beyond this, neighbouring numbers are a thousandth apart.
+    constexpr double Large = 10000;
+    std::array<double, 3> origin = {0, 0, 0};
+    if (std::max({std::abs(position[0]), std::abs(position[1]), std::abs(position[2])}) > Large)
+        for (std::size_t i = 0; i < 3; ++i)
+            origin[i] = std::floor(position[i]);
+    return origin;
+}
+
 void checkFinite(const std::vector<float>& values)
 {
     for (const float value : values)
         if (!std::isfinite(value))
-            throw ReadError(tr("a coordinate is no finite number"));
+            throw ReadError(tr("a coordinate is not a finite number"));
 }
 
 QStringList SceneImport::getSuffixes()
 {
     QStringList suffixes{QStringLiteral("obj"), QStringLiteral("ply"), QStringLiteral("stl")};
-    for (const char* suffix : AssimpSuffixes)
+    for (const char* suffix : ProcessSuffixes)
         suffixes << QString::fromLatin1(suffix);
     return suffixes;
 }
@@ -78,10 +93,15 @@ bool SceneImport::isModelUp(const QString& text)
 
 namespace {
 
-SceneElement* readInProcess(const ReadSource& source, const SceneImport::Options& options)
+void logWarnings(const ModelData& data)
 {
-    const bool isAuto =
-        options.modelUp.isEmpty() || options.modelUp.compare(QLatin1String("auto"), Qt::CaseInsensitive) == 0;
+    for (const QString& warning : data.warnings)
+        tov::log::Logger::log(tov::log::LevelInformation, "scene/import", __LINE__, "readFile", nullptr, "%s",
+                              QStringLiteral("%1: %2").arg(data.fileName, warning).toUtf8().constData());
+}
+
+SceneElement* readInProcess(const ReadSource& source, bool isAuto)
+{
     return readStream(runImportProcess(source, isAuto ? "auto" : "keep"),
                       QFileInfo(source.fileName).completeBaseName());
 }
@@ -119,7 +139,7 @@ SceneElement* SceneImport::readFile(const QString& fileName, const Options& opti
     if (info.isDir())
         return fail(tr("it is a folder"));
     if (!info.isFile())
-        return fail(tr("it is no ordinary file"));
+        return fail(tr("it is not a regular file"));
     const QString suffix = info.suffix().toLower();
     if (!getSuffixes().contains(suffix))
         return fail(tr("files of the type \"%1\" cannot be read; known are %2")
@@ -137,17 +157,23 @@ SceneElement* SceneImport::readFile(const QString& fileName, const Options& opti
             bytes = copy.constData();
         }
         const ReadSource source{fileName, bytes, bytes + file.size(), progress};
+        const bool isAuto =
+            options.modelUp.isEmpty() || options.modelUp.compare(QLatin1String("auto"), Qt::CaseInsensitive) == 0;
         std::unique_ptr<SceneElement> tree(suffix == QLatin1String("obj")   ? readObj(source)
                                            : suffix == QLatin1String("ply") ? readPly(source)
                                            : suffix == QLatin1String("stl") ? readStl(source)
-                                                                            : readInProcess(source, options));
+                                                                            : readInProcess(source, isAuto));
         if (!hasShape(tree.get()))
             return fail(tr("there is nothing in it that can be shown"));
-        tree->setTransform(upRotation(options.modelUp) * tree->getTransform());
-        if (!tree->getModelData()) {
+        if (!tree->getModelData())
             tree->setModelData(std::make_shared<ModelData>());
-            tree->getModelData()->fileName = fileName;
-        }
+        ModelData& data = *tree->getModelData();
+        data.fileName = fileName;
+        if (options.strict && !data.warnings.isEmpty())
+            return fail(data.warnings.first());
+        logWarnings(data);
+        const bool isStl = suffix == QLatin1String("stl");
+        tree->setTransform(upRotation(isAuto && isStl ? QStringLiteral("+Z") : options.modelUp) * tree->getTransform());
         if (progress)
             progress(100);
         return tree.release();

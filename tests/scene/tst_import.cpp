@@ -125,7 +125,7 @@ TEST_F(ImportTest, ObjErrorsNameTheLine)
               " cannot be opened: line 3: a face needs three vertices");
     EXPECT_EQ(refusal(write("d.obj", "v 0 0 0\n\nf 0 0 0\n")),
               " cannot be opened: line 3: the index 0 is out of range, there are 1");
-    EXPECT_EQ(refusal(write("e.obj", "v 1e99 0 0\n")), " cannot be opened: line 1: \"1e99\" is no number");
+    EXPECT_EQ(refusal(write("e.obj", "v 1e99 0 0\n")), " cannot be opened: line 1: \"1e99\" is not a number");
 }
 
 TEST_F(ImportTest, PlyInEveryEncoding)
