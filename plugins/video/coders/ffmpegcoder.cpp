@@ -56,6 +56,12 @@ bool isRgb(AVPixelFormat format)
     return descriptor && (descriptor->flags & (AV_PIX_FMT_FLAG_RGB | AV_PIX_FMT_FLAG_PAL));
 }
 
+/// Full range, as JPEG has it.
+bool isJpeg(AVPixelFormat format)
+{
+    return format == AV_PIX_FMT_YUVJ420P;
+}
+
 } // namespace
 
 struct FFmpegCoder::Pipeline
@@ -84,14 +90,22 @@ bool FFmpegCoder::isAvailable(const Format& format)
     return avcodec_find_encoder_by_name(format.codec) && av_guess_format(format.muxer, nullptr, nullptr);
 }
 
+int FFmpegCoder::framesPerSecond() const
+{
+    const int asked = job().fps > 0 ? std::min(job().fps, HighestFps) : DefaultFps;
+    return m_Format.highestFps > 0 ? std::min(asked, m_Format.highestFps) : asked;
+}
+
 bool FFmpegCoder::open()
 {
     d = std::make_unique<Pipeline>();
     if (!job().output)
         return fail(__LINE__, __func__, QStringLiteral("There is no output file to write the video to"));
-    const int asked = job().fps > 0 ? std::min(job().fps, HighestFps) : DefaultFps;
-    const int fps = m_Format.highestFps > 0 ? std::min(asked, m_Format.highestFps) : asked;
+    return openMuxer() && openCodec() && openScaler() && (!m_Format.filter || openFilter()) && writeHeader();
+}
 
+bool FFmpegCoder::openMuxer()
+{
     if (m_Format.indexed)
         d->index = std::make_unique<Mp4Index>();
     d->output = std::make_unique<FFmpegOutput>(job().output, d->index.get());
@@ -100,13 +114,44 @@ bool FFmpegCoder::open()
                     QStringLiteral("The FFmpeg libraries of this machine lack the file format %1")
                         .arg(QLatin1String(m_Format.muxer)));
     AVFormatContext* muxer = nullptr;
-    int result = avformat_alloc_output_context2(&muxer, nullptr, m_Format.muxer, nullptr);
+    const int result = avformat_alloc_output_context2(&muxer, nullptr, m_Format.muxer, nullptr);
     d->muxer.reset(muxer);
-    if (result < 0 || !d->output->context())
+    d->stream = result < 0 ? nullptr : avformat_new_stream(muxer, nullptr);
+    if (!d->stream || !d->output->context())
         return failForMemory(__LINE__, __func__, result);
     muxer->pb = d->output->context();
     muxer->flags |= AVFMT_FLAG_CUSTOM_IO | AVFMT_FLAG_FLUSH_PACKETS;
+    return true;
+}
 
+void FFmpegCoder::configureCodec() const
+{
+    AVCodecContext* codec = d->codec.get();
+    const int fps = framesPerSecond();
+    const AVPixelFormat pixelFormat = av_get_pix_fmt(m_Format.pixelFormat);
+    const bool rgb = isRgb(pixelFormat);
+    const bool jpeg = isJpeg(pixelFormat);
+    codec->width = job().width;
+    codec->height = job().height;
+    codec->pix_fmt = pixelFormat;
+    codec->time_base = AVRational{1, fps};
+    codec->framerate = AVRational{fps, 1};
+    codec->gop_size = std::max(1, std::min(250, fps * KeySeconds));
+    codec->sample_aspect_ratio = AVRational{1, 1};
+    // BT.709 in limited range, tagged so in stream and container; JPEG has its own.
+    codec->color_primaries = AVCOL_PRI_BT709;
+    codec->color_trc = rgb ? AVCOL_TRC_IEC61966_2_1 : AVCOL_TRC_BT709;
+    codec->colorspace = rgb ? AVCOL_SPC_RGB : jpeg ? AVCOL_SPC_BT470BG : AVCOL_SPC_BT709;
+    codec->color_range = rgb || jpeg ? AVCOL_RANGE_JPEG : AVCOL_RANGE_MPEG;
+    if (m_Format.rateControlled)
+        codec->bit_rate = std::max(1000, job().kbps);
+    codec->thread_count = 0;
+    if (d->muxer->oformat->flags & AVFMT_GLOBALHEADER)
+        codec->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
+}
+
+bool FFmpegCoder::openCodec()
+{
     const AVCodec* encoder = avcodec_find_encoder_by_name(m_Format.codec);
     if (!encoder)
         return fail(__LINE__, __func__,
@@ -116,41 +161,19 @@ bool FFmpegCoder::open()
     d->frame.reset(av_frame_alloc());
     d->filtered.reset(av_frame_alloc());
     d->packet.reset(av_packet_alloc());
-    d->stream = avformat_new_stream(muxer, nullptr);
-    if (!d->codec || !d->frame || !d->filtered || !d->packet || !d->stream)
+    if (!d->codec || !d->frame || !d->filtered || !d->packet)
         return failForMemory(__LINE__, __func__);
-
-    AVCodecContext* codec = d->codec.get();
-    const AVPixelFormat pixelFormat = av_get_pix_fmt(m_Format.pixelFormat);
-    const bool rgb = isRgb(pixelFormat);
-    const bool jpeg = pixelFormat == AV_PIX_FMT_YUVJ420P;
-    codec->width = job().width;
-    codec->height = job().height;
-    codec->pix_fmt = pixelFormat;
-    codec->time_base = AVRational{1, fps};
-    codec->framerate = AVRational{fps, 1};
-    codec->gop_size = std::max(1, std::min(250, fps * KeySeconds));
-    codec->sample_aspect_ratio = AVRational{1, 1};
-    // BT.709 in limited range, said so in stream and container; JPEG has its own.
-    codec->color_primaries = AVCOL_PRI_BT709;
-    codec->color_trc = rgb ? AVCOL_TRC_IEC61966_2_1 : AVCOL_TRC_BT709;
-    codec->colorspace = rgb ? AVCOL_SPC_RGB : jpeg ? AVCOL_SPC_BT470BG : AVCOL_SPC_BT709;
-    codec->color_range = rgb || jpeg ? AVCOL_RANGE_JPEG : AVCOL_RANGE_MPEG;
-    if (m_Format.rateControlled)
-        codec->bit_rate = std::max(1000, job().kbps);
-    codec->thread_count = 0;
-    if (muxer->oformat->flags & AVFMT_GLOBALHEADER)
-        codec->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
+    configureCodec();
     AVDictionary* options = nullptr;
     for (const auto& [name, value] : m_Format.codecOptions) {
         if (qstrcmp(name, "qscale") == 0) {
-            codec->flags |= AV_CODEC_FLAG_QSCALE;
-            codec->global_quality = FF_QP2LAMBDA * atoi(value);
+            d->codec->flags |= AV_CODEC_FLAG_QSCALE;
+            d->codec->global_quality = FF_QP2LAMBDA * atoi(value);
         } else {
             av_dict_set(&options, name, value, 0);
         }
     }
-    result = avcodec_open2(codec, encoder, &options);
+    const int result = avcodec_open2(d->codec.get(), encoder, &options);
     av_dict_free(&options);
     if (result < 0)
         return fail(__LINE__, __func__,
@@ -159,10 +182,15 @@ bool FFmpegCoder::open()
                         .arg(job().width)
                         .arg(job().height),
                     result);
+    return true;
+}
 
+bool FFmpegCoder::openScaler()
+{
+    const AVCodecContext* codec = d->codec.get();
     const AVPixelFormat from = m_Format.alpha ? AV_PIX_FMT_BGRA : AV_PIX_FMT_BGR0;
-    // Frames come to the filter, where there is one, as they are.
-    d->frame->format = m_Format.filter ? from : pixelFormat;
+    // A filter, where there is one, takes the frames as they are.
+    d->frame->format = m_Format.filter ? from : codec->pix_fmt;
     d->frame->width = job().width;
     d->frame->height = job().height;
     d->frame->color_range = codec->color_range;
@@ -176,31 +204,38 @@ bool FFmpegCoder::open()
         SWS_AREA | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT | SWS_FULL_CHR_H_INP, nullptr, nullptr, nullptr));
     if (!d->scaler)
         return failForMemory(__LINE__, __func__);
-    if (!rgb) {
+    if (!isRgb(codec->pix_fmt)) {
+        const bool jpeg = isJpeg(codec->pix_fmt);
         const int* coefficients = sws_getCoefficients(jpeg ? SWS_CS_ITU601 : SWS_CS_ITU709);
         sws_setColorspaceDetails(d->scaler.get(), sws_getCoefficients(SWS_CS_DEFAULT), 1, coefficients, jpeg ? 1 : 0, 0,
                                  1 << 16, 1 << 16);
     }
-    if (m_Format.filter && !openFilter())
-        return false;
+    return true;
+}
 
+bool FFmpegCoder::writeHeader()
+{
+    const AVCodecContext* codec = d->codec.get();
+    const int ticks = framesPerSecond() * TicksPerFrame;
     avcodec_parameters_from_context(d->stream->codecpar, codec);
-    d->stream->time_base = m_Format.indexed ? AVRational{1, fps * TicksPerFrame} : codec->time_base;
+    // The tag that all players of HEVC in MPEG-4 files know: parameter sets are in the header only.
+    if (codec->codec_id == AV_CODEC_ID_HEVC && m_Format.indexed)
+        d->stream->codecpar->codec_tag = MKTAG('h', 'v', 'c', '1');
+    d->stream->time_base = m_Format.indexed ? AVRational{1, ticks} : codec->time_base;
     d->stream->avg_frame_rate = codec->framerate;
     d->stream->r_frame_rate = codec->framerate;
+    AVDictionary* options = nullptr;
     for (const auto& [name, value] : m_Format.muxerOptions)
         av_dict_set(&options, name, value, 0);
     if (m_Format.indexed) {
         av_dict_set(&options, "movflags", "+empty_moov+default_base_moof+skip_trailer+write_colr", 0);
         av_dict_set(&options, "frag_duration", "1000000", 0);
         av_dict_set(&options, "use_editlist", "0", 0);
-        av_dict_set_int(&options, "video_track_timescale", fps * TicksPerFrame, 0);
+        av_dict_set_int(&options, "video_track_timescale", ticks, 0);
     }
-    result = avformat_write_header(muxer, &options);
+    const int result = avformat_write_header(d->muxer.get(), &options);
     av_dict_free(&options);
-    if (result < 0)
-        return fail(__LINE__, __func__, QStringLiteral("The video file cannot be written"), result);
-    return true;
+    return result >= 0 || fail(__LINE__, __func__, QStringLiteral("The video file cannot be written"), result);
 }
 
 bool FFmpegCoder::openFilter()

@@ -27,7 +27,13 @@ private:
     void complete() override;
     void close() override;
 
+    int framesPerSecond() const;
+    bool openMuxer();
+    void configureCodec() const;
+    bool openCodec();
+    bool openScaler();
     bool openFilter();
+    bool writeHeader();
     bool filterAndSend(bool flush);
     bool send(bool flush);
 

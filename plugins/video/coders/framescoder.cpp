@@ -4,12 +4,13 @@ extern "C" {
 #include <libavcodec/avcodec.h>
 }
 
-#include <QCryptographicHash>
 #include <QFile>
-#include <QFileInfo>
 #include <QThread>
 
 #include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
 
 #include <sys/stat.h>
 
@@ -27,19 +28,6 @@ struct Freer
     void operator()(AVFrame* p) const { av_frame_free(&p); }
     void operator()(AVPacket* p) const { av_packet_free(&p); }
 };
-
-/// Players refuse lists that name files by anything but letters, digits, '.', '-' and '_', or with a leading dot.
-QString portable(const QString& name)
-{
-    QString result = name;
-    for (QChar& c : result)
-        if (c.unicode() > 126 || !(c.isLetterOrNumber() || c == '-' || c == '_'))
-            c = '_';
-    if (result != name || result.isEmpty()) // keeps two lists in one folder apart
-        result += '-' + QString::fromLatin1(
-                            QCryptographicHash::hash(name.toUtf8(), QCryptographicHash::Sha1).toHex().left(8));
-    return result;
-}
 
 } // namespace
 
@@ -65,9 +53,7 @@ bool FramesCoder::open()
     const auto* file = qobject_cast<QFile*>(job().output);
     if (!file)
         return fail(__LINE__, __func__, QStringLiteral("There is no output file to write the video to"));
-    const QFileInfo info(file->fileName());
-    m_Folder = info.absolutePath();
-    m_Prefix = portable(info.completeBaseName());
+    m_Names = std::make_unique<PictureNames>(file->fileName());
 
     const AVCodec* encoder = avcodec_find_encoder(AV_CODEC_ID_PNG);
     d->codec.reset(encoder ? avcodec_alloc_context3(encoder) : nullptr);
@@ -84,7 +70,7 @@ bool FramesCoder::open()
     const int result = avcodec_open2(d->codec.get(), encoder, nullptr);
     if (result < 0)
         return fail(__LINE__, __func__, QStringLiteral("The PNG encoder could not be opened"), result);
-    return writeList("ffconcat version 1.0\n");
+    return writeList(listHead());
 }
 
 bool FramesCoder::codeFrame(const uchar* bgra)
@@ -143,24 +129,22 @@ bool FramesCoder::writePicture(const char* data, int size)
 {
     if (!isListInPlace())
         return fail(__LINE__, __func__,
-                    QStringLiteral("The list of pictures is no longer in '%1', so they cannot be written beside it")
-                        .arg(m_Folder));
-    const QString name = QStringLiteral("%1.%2.png").arg(m_Prefix).arg(m_Files.size() + 1, 5, 10, QLatin1Char('0'));
-    QFile picture(m_Folder + '/' + name);
-    if (!picture.open(QIODevice::WriteOnly | QIODevice::Truncate))
-        return fail(
-            __LINE__, __func__,
-            QStringLiteral("Picture '%1' could not be written: %2").arg(picture.fileName(), picture.errorString()));
-    if (picture.write(data, size) != size || !picture.flush()) {
-        const QString error = picture.errorString();
-        picture.remove(); // half a picture would look whole
-        return fail(__LINE__, __func__,
-                    QStringLiteral("Picture '%1' could not be written: %2").arg(picture.fileName(), error));
+                    QStringLiteral("The list of pictures is no longer in '%1', so they cannot be written next to it")
+                        .arg(m_Names->folder()));
+    const qint64 number = m_Files.size() + 1;
+    const QString name = m_Names->path(number);
+    // Half a picture would look complete under its own name.
+    QFile picture(name + QLatin1Char('~'));
+    if (!picture.open(QIODevice::WriteOnly | QIODevice::Truncate) || picture.write(data, size) != size ||
+        !picture.flush() ||
+        std::rename(QFile::encodeName(picture.fileName()).constData(), QFile::encodeName(name).constData()) != 0) {
+        const QString error =
+            picture.error() == QFile::NoError ? QString::fromLocal8Bit(std::strerror(errno)) : picture.errorString();
+        picture.remove();
+        return fail(__LINE__, __func__, QStringLiteral("Picture '%1' could not be written: %2").arg(name, error));
     }
-    m_Files << picture.fileName();
-    picture.close();
-    const double seconds = 1.0 / d->codec->time_base.den;
-    return writeList("file " + name.toLatin1() + "\nduration " + QByteArray::number(seconds, 'f', 6) + '\n');
+    m_Files << name;
+    return writeList(listEntry(m_Names->name(number), 1.0 / d->codec->time_base.den));
 }
 
 bool FramesCoder::writeList(const QByteArray& text)
@@ -173,7 +157,8 @@ bool FramesCoder::writeList(const QByteArray& text)
 
 void FramesCoder::complete()
 {
-    send(true);
+    if (send(true))
+        m_Names->removeBehind(m_Files.size());
 }
 
 void FramesCoder::close()

@@ -2,6 +2,7 @@
 
 #include "plugins/video/coders/alpha.h"
 #include "plugins/video/coders/framecoder.h"
+#include "plugins/video/coders/framelist.h"
 
 #include <QString>
 #include <QStringList>
@@ -10,11 +11,11 @@
 
 namespace tov::plugins::video {
 
-/// Writes every frame as a PNG of its own, with straight alpha, beside a list of them ("ffconcat", plain text) that
-/// players open like a video. A list "turn.frames" goes with "turn.00001.png" and so on; pictures of that name are
-/// overwritten. A picture is listed once it is whole, so the list plays at any moment.
+/// Writes every frame as a PNG of its own, with straight alpha, next to a list of them that players open like a video
+/// (see `PictureNames`). A picture gets its name once it is complete, and is listed then, so the list plays at any
+/// moment. At the end pictures are removed that an earlier, longer recording of that name left.
 ///
-/// Holds one frame in memory, beside those that the codec's threads (8 at most) work on.
+/// Holds one frame in memory, and those that the codec's threads (8 at most) work on.
 class FramesCoder : public FrameCoder
 {
 public:
@@ -42,9 +43,8 @@ private:
 
     std::unique_ptr<Codec> d;
     StraightAlpha m_Alpha;
-    QString m_Prefix;    ///< of the pictures' names, without folder
-    QString m_Folder;    ///< of list and pictures
-    QStringList m_Files; ///< pictures written, removed again after an abort
+    std::unique_ptr<PictureNames> m_Names; ///< set while the list is open
+    QStringList m_Files;                   ///< pictures written, removed again after an abort
 };
 
 } // namespace tov::plugins::video

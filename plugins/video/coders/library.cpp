@@ -4,6 +4,7 @@
 #include "kernel/main/export.h"
 #include "plugins/video/coders/ffmpegcoder.h"
 #include "plugins/video/coders/framescoder.h"
+#include "plugins/video/coders/videoedit.h"
 #include "plugins/video/coders/videofacts.h"
 #include "plugins/video/common/coderlibrary.h"
 
@@ -15,6 +16,9 @@ extern "C" {
 
 #include <QFile>
 #include <QFileInfo>
+
+#include <new>
+#include <vector>
 
 #include <dlfcn.h>
 
@@ -72,10 +76,50 @@ QStringList libraryFiles()
     return result;
 }
 
+/// 1, or 0 and a record of the problem.
+int report(const char* function, const char* what, const char* fileName, const QString& problem)
+{
+    if (problem.isEmpty())
+        return 1;
+    tov::log::Logger::log(tov::log::LevelError, "plugins/video/ffmpeg", __LINE__, function, nullptr,
+                          QLatin1String(what) + QStringLiteral(" '") + QString::fromLocal8Bit(fileName) +
+                              QStringLiteral("': ") + problem);
+    return 0;
+}
+
+int retimeVideo(const char* fileName, const bool* stop, const double* starts, long long count, double seconds)
+{
+    QString problem;
+    try {
+        const Timing timing{starts ? std::vector<double>(starts, starts + count) : std::vector<double>(), seconds};
+        problem = retimeFile(QString::fromLocal8Bit(fileName), timing, stop);
+    } catch (const std::bad_alloc&) {
+        problem = QStringLiteral("there is not enough memory");
+    }
+    return report(__func__, "cannot change the times of", fileName, problem);
+}
+
+int joinVideos(const char* const* parts, const long long* counts, int partCount, const char* output, const bool* stop)
+{
+    QString problem;
+    try {
+        QStringList names;
+        for (int i = 0; i < partCount; ++i)
+            names << QString::fromLocal8Bit(parts[i]);
+        const std::vector<qint64> wanted =
+            counts ? std::vector<qint64>(counts, counts + partCount) : std::vector<qint64>();
+        problem = joinFiles(names, wanted, QString::fromLocal8Bit(output), stop);
+    } catch (const std::bad_alloc&) {
+        problem = QStringLiteral("there is not enough memory");
+    }
+    return report(__func__, "cannot join", output, problem);
+}
+
 } // namespace
 
 } // namespace tov::plugins::video
 
-extern "C" TOV_EXPORT const tov::plugins::video::CoderFunctions tovCoderFunctions1 = {
+extern "C" TOV_EXPORT const tov::plugins::video::CoderFunctions tovCoderFunctions2 = {
     tov::plugins::video::createFFmpegCoder, tov::plugins::video::createFramesCoder, tov::plugins::video::available,
-    tov::plugins::video::libraryFiles, tov::plugins::video::probeVideo};
+    tov::plugins::video::libraryFiles,      tov::plugins::video::probeVideo,        tov::plugins::video::retimeVideo,
+    tov::plugins::video::joinVideos};

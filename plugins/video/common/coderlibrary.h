@@ -9,7 +9,7 @@ namespace tov::plugins::video {
 
 /// What the library of coders offers: this structure, under a name whose number changes whenever it or what it refers
 /// to does, so that a program that is replaced while it runs does not take up with the library of another version.
-constexpr char CoderFunctionsName[] = "tovCoderFunctions1";
+constexpr char CoderFunctionsName[] = "tovCoderFunctions2";
 struct CoderFunctions
 {
     Coder* (*createFFmpegCoder)(const Format& format); ///< the caller owns it; `format` outlives it
@@ -21,6 +21,11 @@ struct CoderFunctions
     /// What a video file says of itself: 1, and the frames in it and its length in seconds (0 = unknown); 0: it cannot
     /// be read as a video; -1: it cannot be told: `stop` became true, or there is no time or memory.
     int (*probeVideo)(const char* fileName, const bool* stop, long long* frames, double* seconds);
+    /// Gives a finished file other times, and joins files; see docs/encoder-plugins.md. 1: done; 0: it failed, the log
+    /// says why.
+    int (*retimeVideo)(const char* fileName, const bool* stop, const double* starts, long long count, double seconds);
+    int (*joinVideos)(const char* const* parts, const long long* counts, int partCount, const char* output,
+                      const bool* stop);
 };
 
 /// The coders, loaded when they are asked for first: FFmpeg brings some 180 libraries along, which take time and memory

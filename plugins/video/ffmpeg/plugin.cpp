@@ -11,6 +11,17 @@ tov::grab::video::Encoder* createEncoder(void* format)
     return new LazyEncoder(static_cast<const Format*>(format));
 }
 
+/// The coders, for files of the endings that FFmpeg is known to read and write here; null for others and where the
+/// coders cannot be loaded.
+const CoderFunctions* codersFor(const char* fileName)
+{
+    const QString name = QString::fromLocal8Bit(fileName);
+    for (const char* known : {".mp4", ".mov", ".mkv", ".webm", ".avi", ".gif", ".apng", ".frames"})
+        if (name.endsWith(QLatin1String(known), Qt::CaseInsensitive))
+            return coderFunctions();
+    return nullptr;
+}
+
 } // namespace
 
 /// Registers every format that the FFmpeg libraries of this machine can make; true when there is any.
@@ -46,15 +57,25 @@ extern "C" TOV_EXPORT tov::main::AdditionalInformation getInfos()
             QStringLiteral("0.1.0"), QStringLiteral("the tov developers")};
 }
 
-/// The program asks for what became of a file; see docs/encoder-plugins.md.
+/// Reads a finished file; see docs/encoder-plugins.md.
 extern "C" TOV_EXPORT int probeVideo(const char* fileName, const bool* stop, long long* frames, double* seconds)
 {
-    // Files of these endings FFmpeg is known to read; what it makes of others says nothing about them.
-    const QString name = QString::fromLocal8Bit(fileName);
-    for (const char* known : {".mp4", ".mov", ".mkv", ".webm", ".avi", ".gif", ".apng", ".frames"})
-        if (name.endsWith(QLatin1String(known), Qt::CaseInsensitive)) {
-            const CoderFunctions* coders = coderFunctions();
-            return coders ? coders->probeVideo(fileName, stop, frames, seconds) : -1;
-        }
-    return -1;
+    const CoderFunctions* coders = codersFor(fileName);
+    return coders ? coders->probeVideo(fileName, stop, frames, seconds) : -1;
+}
+
+/// Gives a finished file other times; see docs/encoder-plugins.md.
+extern "C" TOV_EXPORT int retimeVideo(const char* fileName, const bool* stop, const double* starts, long long count,
+                                      double seconds)
+{
+    const CoderFunctions* coders = codersFor(fileName);
+    return coders ? coders->retimeVideo(fileName, stop, starts, count, seconds) : -1;
+}
+
+/// Joins recordings; see docs/encoder-plugins.md.
+extern "C" TOV_EXPORT int joinVideos(const char* const* parts, const long long* counts, int partCount,
+                                     const char* output, const bool* stop)
+{
+    const CoderFunctions* coders = codersFor(output);
+    return coders ? coders->joinVideos(parts, counts, partCount, output, stop) : -1;
 }

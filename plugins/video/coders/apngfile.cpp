@@ -1,0 +1,216 @@
+#include "plugins/video/coders/apngfile.h"
+
+#include "plugins/video/coders/mappedfile.h"
+
+extern "C" {
+#include <libavutil/crc.h>
+}
+
+#include <QtEndian>
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+namespace tov::plugins::video {
+
+namespace {
+
+const QByteArray Signature("\x89PNG\r\n\x1a\n", 8);
+/// Length and type, in front of a chunk's data; the checksum behind it.
+constexpr int ChunkHead = 8, ChunkTail = 4;
+constexpr int ControlBytes = 26; ///< data of a frame control chunk
+constexpr int DelayAt = 20, BlendAt = 25;
+/// Delays are fractions of two 16-bit numbers.
+constexpr qint64 LargestDelay = 65535;
+
+struct Chunk
+{
+    QByteArray type;
+    qint64 begin; ///< of the data
+    qint64 size;  ///< of the data
+};
+
+/// The structure of an animated PNG.
+struct Apng
+{
+    MappedFile file;
+    std::vector<Chunk> chunks;
+    qint64 frames = 0;
+    QByteArray header; ///< of the picture: size and kind of the pixels
+
+    /// Returns the problem, empty if there was none.
+    QString open(const QString& fileName)
+    {
+        const QString problem = file.open(fileName);
+        if (!problem.isEmpty())
+            return problem;
+        return walk() ? QString() : QStringLiteral("'%1' is not a complete animated PNG").arg(fileName);
+    }
+    QByteArray data(const Chunk& chunk) const { return file.bytes(chunk.begin, chunk.size); }
+
+private:
+    bool walk()
+    {
+        if (file.bytes(0, Signature.size()) != Signature)
+            return false;
+        qint64 announced = -1;
+        for (qint64 at = Signature.size(); file.has(at, ChunkHead);) {
+            const Chunk chunk{file.bytes(at + 4, 4), at + ChunkHead, file.bigEndian32(at)};
+            if (!file.has(chunk.begin, chunk.size + ChunkTail))
+                return false;
+            chunks.push_back(chunk);
+            at = chunk.begin + chunk.size + ChunkTail;
+            if (chunk.type == "IHDR")
+                header = data(chunk);
+            else if (chunk.type == "acTL")
+                announced = file.bigEndian32(chunk.begin);
+            else if (chunk.type == "fcTL" && chunk.size == ControlBytes)
+                ++frames;
+            else if (chunk.type == "IEND")
+                return at == file.size() && frames > 0 && announced == frames && !header.isEmpty();
+        }
+        return false;
+    }
+};
+
+/// Writes chunks, and numbers those of the animation.
+class ApngOutput
+{
+public:
+    explicit ApngOutput(const QString& fileName) : m_File(fileName)
+    {
+        m_Written =
+            m_File.open(QIODevice::WriteOnly | QIODevice::Truncate) && m_File.write(Signature) == Signature.size();
+    }
+    void put(const QByteArray& type, const QByteArray& data)
+    {
+        QByteArray chunk(4, 0);
+        qToBigEndian<quint32>(quint32(data.size()), chunk.data());
+        chunk += type + data;
+        const AVCRC* table = av_crc_get_table(AV_CRC_32_IEEE_LE);
+        const quint32 sum =
+            ~av_crc(table, ~0u, reinterpret_cast<const uchar*>(chunk.constData()) + 4, std::size_t(chunk.size()) - 4);
+        QByteArray tail(ChunkTail, 0);
+        qToBigEndian<quint32>(sum, tail.data());
+        chunk += tail;
+        m_Written = m_Written && m_File.write(chunk) == chunk.size();
+    }
+    /// A chunk whose data begin with its number in the animation.
+    void putNumbered(const QByteArray& type, QByteArray data)
+    {
+        qToBigEndian<quint32>(m_Sequence++, data.data());
+        put(type, data);
+    }
+    QString finish()
+    {
+        m_Written = m_Written && m_File.flush();
+        return m_Written ? QString()
+                         : QStringLiteral("cannot write '%1': %2").arg(m_File.fileName(), m_File.errorString());
+    }
+
+private:
+    QFile m_File;
+    bool m_Written;
+    quint32 m_Sequence = 0;
+};
+
+/// A frame's delay as a fraction of a second: in milliseconds, coarser where it is long.
+void setDelay(QByteArray& control, qint64 milliseconds)
+{
+    qint64 denominator = 1000;
+    while (milliseconds > LargestDelay && denominator > 1) {
+        milliseconds /= 10;
+        denominator /= 10;
+    }
+    qToBigEndian<quint16>(quint16(std::min(milliseconds, LargestDelay)), control.data() + DelayAt);
+    qToBigEndian<quint16>(quint16(denominator), control.data() + DelayAt + 2);
+}
+
+QString findDifference(const Apng& first, const Apng& part)
+{
+    if (part.header != first.header)
+        return QStringLiteral("has another size or another kind of pixels than the first part");
+    // Pictures with a palette have one each, an animation has one altogether.
+    for (const Chunk& chunk : part.chunks)
+        if (chunk.type == "PLTE" || chunk.type == "tRNS")
+            return QStringLiteral("has a palette, such parts cannot be joined");
+    return QString();
+}
+
+} // namespace
+
+QString retimeApng(const QString& fileName, const QString& output, const Timing& timing)
+{
+    Apng apng;
+    const QString problem = apng.open(fileName);
+    if (!problem.isEmpty())
+        return problem;
+    if (!timing.starts.empty() && qint64(timing.starts.size()) != apng.frames)
+        return QStringLiteral("'%1' holds %2 frames instead of %3")
+            .arg(fileName, QString::number(apng.frames), QString::number(timing.starts.size()));
+    const auto milliseconds = [](double seconds) { return std::llround(seconds * 1000); };
+    ApngOutput written(output);
+    qint64 frame = 0, shown = 0;
+    for (const Chunk& chunk : apng.chunks) {
+        QByteArray data = apng.data(chunk);
+        if (chunk.type == "fcTL") {
+            const qint64 delay = std::max<qint64>(1, milliseconds(timing.at(++frame, apng.frames)) - shown);
+            shown += delay;
+            setDelay(data, delay);
+        }
+        written.put(chunk.type, data);
+    }
+    return written.finish();
+}
+
+QString joinApngs(const QStringList& parts, const std::vector<qint64>& counts, const QString& output)
+{
+    std::vector<Apng> apngs(std::size_t(parts.size()));
+    qint64 total = 0;
+    for (std::size_t i = 0; i < apngs.size(); ++i) {
+        Apng& apng = apngs[i];
+        QString problem = apng.open(parts[int(i)]);
+        if (!problem.isEmpty())
+            return problem;
+        problem = findDifference(apngs.front(), apng);
+        if (problem.isEmpty() && !counts.empty() && apng.frames != counts[i])
+            problem = QStringLiteral("holds %1 frames instead of %2").arg(apng.frames).arg(counts[i]);
+        if (!problem.isEmpty())
+            return QStringLiteral("'%1' %2").arg(parts[int(i)], problem);
+        total += apng.frames;
+    }
+    ApngOutput written(output);
+    for (const Apng& apng : apngs) {
+        const bool isFirst = &apng == &apngs.front();
+        bool begins = true;
+        for (const Chunk& chunk : apng.chunks) {
+            QByteArray data = apng.data(chunk);
+            if (chunk.type == "fcTL") {
+                // A part's first frame replaces whatever the part before has left.
+                if (std::exchange(begins, false))
+                    data[BlendAt] = 0;
+                written.putNumbered("fcTL", data);
+            } else if (chunk.type == "fdAT") {
+                written.putNumbered("fdAT", data);
+            } else if (chunk.type == "IDAT" && !isFirst) {
+                written.putNumbered("fdAT", QByteArray(4, 0) + data);
+            } else if (chunk.type == "acTL" && isFirst) {
+                qToBigEndian<quint32>(quint32(total), data.data());
+                written.put("acTL", data);
+            } else if (isFirst && chunk.type != "IEND") {
+                written.put(chunk.type, data);
+            }
+        }
+    }
+    written.put("IEND", QByteArray());
+    return written.finish();
+}
+
+qint64 countApngFrames(const QString& fileName)
+{
+    Apng apng;
+    return apng.open(fileName).isEmpty() ? apng.frames : -1;
+}
+
+} // namespace tov::plugins::video
