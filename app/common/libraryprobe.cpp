@@ -2,19 +2,16 @@
 
 #include "kernel/util/childprocess.h"
 #include "kernel/util/elffile.h"
+#include "kernel/util/filestamp.h"
 #include "kernel/util/libraryfile.h"
 
 #include <QCoreApplication>
-#include <QDateTime>
 #include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QJsonDocument>
 #include <QLibrary>
 #include <QProcess>
-#include <QSaveFile>
-#include <QStandardPaths>
 #include <QThread>
 
 #include <algorithm>
@@ -31,76 +28,69 @@ constexpr int LimitMs = 4500;
 /// One trial, so that others get their turn.
 constexpr int FileLimitMs = 4000;
 constexpr int WaitMs = 10;
-/// A larger file was not written by the program.
-constexpr qint64 LargestCache = 1 << 20;
 /// How often a process has to be found asleep to count as hanging.
 constexpr int AsleepSamples = 5;
 
-const QString StampKey = QStringLiteral("stamp");
-const QString ReasonKey = QStringLiteral("reason");
-const QString NeedsKey = QStringLiteral("needs");
+const QString CacheName = QStringLiteral("libraries");
+/// Changes with the meaning of the entries.
+const QString CacheVersion = QStringLiteral("1");
 
 QString tr(const char* text)
 {
     return QCoreApplication::translate("tov::app", text);
 }
 
-QString cacheFile()
-{
-    const QString folder = privateCacheFolder();
-    return folder.isEmpty() ? QString() : folder + QStringLiteral("/libraries.json");
-}
-
-QJsonObject readCache(const QString& fileName)
-{
-    QFile file(fileName);
-    if (fileName.isEmpty() || file.size() > LargestCache || !file.open(QIODevice::ReadOnly))
-        return QJsonObject();
-    return QJsonDocument::fromJson(file.readAll()).object();
-}
-
-/// Failures are ignored: what cannot be written is tried again at the next start.
-void writeCache(const QString& fileName, const QJsonObject& results)
-{
-    QSaveFile file(fileName);
-    if (fileName.isEmpty() || !file.open(QIODevice::WriteOnly))
-        return;
-    file.setPermissions(QFile::ReadOwner | QFile::WriteOwner);
-    file.write(QJsonDocument(results).toJson(QJsonDocument::Compact));
-    file.commit();
-}
-
-/// Size and time of change; empty for a file that does not exist.
 QString fileStamp(const QString& fileName)
 {
-    const QFileInfo file(fileName);
-    return file.exists() ? QStringLiteral("%1 %2").arg(file.size()).arg(file.lastModified().toMSecsSinceEpoch())
-                         : QString();
+    return tov::util::FileStamp(fileName).toString();
 }
 
-/// Whether the file, and what it loads by itself, are as they were when they were tried.
-bool isCurrent(const QJsonObject& record, const QString& fileName)
+/// What is remembered of a trial.
+struct Result
 {
-    if (record.value(StampKey).toString() != fileStamp(fileName))
-        return false;
-    const QJsonObject needs = record.value(NeedsKey).toObject();
-    for (auto need = needs.begin(); need != needs.end(); ++need)
-        if (need.value().toString() != fileStamp(need.key()))
+    QString stamp;                 ///< of the library
+    QString problem;               ///< empty: it may be loaded
+    QMap<QString, QString> stamps; ///< of the files that the library loads by itself, by name
+
+    /// Whether all these files are as they were.
+    bool isCurrent(const QString& fileName) const
+    {
+        if (stamp.isEmpty() || stamp != fileStamp(fileName))
             return false;
-    return true;
-}
+        for (auto needed = stamps.begin(); needed != stamps.end(); ++needed)
+            if (needed.value() != fileStamp(needed.key()))
+                return false;
+        return true;
+    }
+    /// As a text of lines, for the cache.
+    QString toText() const
+    {
+        QStringList lines{stamp, problem};
+        for (auto needed = stamps.begin(); needed != stamps.end(); ++needed)
+            lines << needed.key() << needed.value();
+        return lines.join(QLatin1Char('\n'));
+    }
+    static Result fromText(const QString& text)
+    {
+        const QStringList lines = text.split(QLatin1Char('\n'));
+        Result result{lines.value(0), lines.value(1), {}};
+        for (int i = 2; i + 1 < lines.size(); i += 2)
+            result.stamps[lines[i]] = lines[i + 1];
+        return result;
+    }
+};
 
 /// Files that the tried library reported as needed, with their stamps.
-QJsonObject readNeeds(const QByteArray& output)
+QMap<QString, QString> readNeeds(const QByteArray& output)
 {
-    QJsonObject needs;
+    QMap<QString, QString> stamps;
     const QByteArray prefix = "needs ";
     for (const QByteArray& line : output.split('\n'))
         if (line.startsWith(prefix)) {
             const QString needed = QString::fromUtf8(line.mid(prefix.size()));
-            needs[needed] = fileStamp(needed);
+            stamps[needed] = fileStamp(needed);
         }
-    return needs;
+    return stamps;
 }
 
 /// Why the library must not be loaded after its trial ended that way; empty when it was loaded, or failed to load in an
@@ -139,16 +129,6 @@ bool isAsleep(qint64 pid)
 }
 
 } // namespace
-
-QString privateCacheFolder()
-{
-    const QString folder = QStandardPaths::writableLocation(QStandardPaths::CacheLocation);
-    if (folder.isEmpty() || (!QDir(folder).exists() && !QDir().mkpath(folder)))
-        return QString();
-    // The files that somebody opens are nobody else's business.
-    QFile::setPermissions(folder, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-    return folder;
-}
 
 /// One library in a process of its own.
 struct LibraryProbe::Trial
@@ -231,9 +211,7 @@ private:
         }
         const QString problem = findTrialProblem(*trial.process);
         m_Probe.m_Results[candidate.fileName] =
-            QJsonObject{{StampKey, fileStamp(candidate.fileName)},
-                        {NeedsKey, readNeeds(trial.process->readAllStandardOutput())},
-                        {ReasonKey, problem}};
+            Result{fileStamp(candidate.fileName), problem, readNeeds(trial.process->readAllStandardOutput())}.toText();
         if (!problem.isEmpty())
             m_Probe.m_Refused[candidate.fileName] = problem;
     }
@@ -267,16 +245,16 @@ void LibraryProbe::add(const QString& folder, bool encoders)
             m_Candidates.push_back({entry.canonicalFilePath(), encoders, m_Own.contains(entry.fileName())});
 }
 
-std::vector<LibraryProbe::Candidate> LibraryProbe::findNew(const QJsonObject& before)
+std::vector<LibraryProbe::Candidate> LibraryProbe::findNew(const tov::util::CacheEntries& before)
 {
     std::vector<Candidate> result;
     for (const Candidate& candidate : m_Candidates) {
-        const QJsonObject record = before.value(candidate.fileName).toObject();
+        const Result known = Result::fromText(before.value(candidate.fileName));
         QString problem = m_OnlyOwn && !candidate.own ? tr("left out by --safe-mode")
                                                       : tov::util::findAccessProblem(candidate.fileName);
-        if (problem.isEmpty() && isCurrent(record, candidate.fileName)) {
-            m_Results[candidate.fileName] = record;
-            problem = record.value(ReasonKey).toString();
+        if (problem.isEmpty() && known.isCurrent(candidate.fileName)) {
+            m_Results[candidate.fileName] = known.toText();
+            problem = known.problem;
         } else if (problem.isEmpty() && tov::util::findElfProblem(candidate.fileName).isEmpty()) {
             result.push_back(candidate);
         }
@@ -290,13 +268,13 @@ std::vector<LibraryProbe::Candidate> LibraryProbe::findNew(const QJsonObject& be
 
 void LibraryProbe::run()
 {
-    const QString cache = cacheFile();
-    const QJsonObject before = readCache(cache);
+    const tov::util::CacheEntries before = tov::util::readCache(CacheName, CacheVersion);
     const std::vector<Candidate> fresh = findNew(before);
     if (!fresh.empty() && QFileInfo(m_Checker).isExecutable()) {
         Trials(*this).run(fresh);
+        // What cannot be written is tried again at the next start.
         if (m_Results != before)
-            writeCache(cache, m_Results);
+            tov::util::writeCache(CacheName, CacheVersion, m_Results);
     }
     QCoreApplication::instance()->setProperty(tov::util::RefusedLibraries, m_Refused);
 }

@@ -1,6 +1,7 @@
 #pragma once
 
-#include <QJsonObject>
+#include "kernel/util/cache.h"
+
 #include <QString>
 #include <QStringList>
 #include <QVariantMap>
@@ -43,18 +44,14 @@ private:
     class Trials;
 
     void add(const QString& folder, bool encoders);
-    std::vector<Candidate> findNew(const QJsonObject& before);
+    std::vector<Candidate> findNew(const tov::util::CacheEntries& before);
 
     const QString m_Checker;
     const QStringList m_Own;
     bool m_OnlyOwn = false;
     std::vector<Candidate> m_Candidates;
-    QVariantMap m_Refused; ///< canonical file name to reason
-    QJsonObject m_Results; ///< canonical file name to record, as in the cache
+    QVariantMap m_Refused;             ///< canonical file name to reason
+    tov::util::CacheEntries m_Results; ///< by canonical file name
 };
-
-/// Folder for what the program remembers by itself, private to the user; created when it is missing, empty when it
-/// cannot be. Thread: any.
-QString privateCacheFolder();
 
 } // namespace tov::app

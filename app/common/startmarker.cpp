@@ -1,6 +1,6 @@
 #include "app/common/startmarker.h"
 
-#include "app/common/libraryprobe.h"
+#include "kernel/util/cache.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -24,20 +24,19 @@ char markerName[4096] = "";
 
 StartMarker::StartMarker()
 {
-    const QString folder = privateCacheFolder();
-    if (folder.isEmpty())
-        return;
     const QString prefix = QStringLiteral("starting-");
-    for (const QFileInfo& entry : QDir(folder).entryInfoList({prefix + QLatin1Char('*')}, QDir::Files)) {
+    const QString own = tov::util::cacheFile(prefix + QString::number(QCoreApplication::applicationPid()));
+    if (own.isEmpty())
+        return;
+    for (const QFileInfo& entry : QFileInfo(own).dir().entryInfoList({prefix + QLatin1Char('*')}, QDir::Files)) {
         const int pid = entry.fileName().mid(prefix.size()).toInt();
         if (pid > 0 && (::kill(pid, 0) == 0 || errno == EPERM))
             continue;
         m_Crashed = true;
         QFile::remove(entry.absoluteFilePath());
     }
-    const QByteArray name =
-        QFile::encodeName(folder + QLatin1Char('/') + prefix + QString::number(QCoreApplication::applicationPid()));
-    QFile file(QFile::decodeName(name));
+    const QByteArray name = QFile::encodeName(own);
+    QFile file(own);
     if (name.size() < int(sizeof markerName) && file.open(QIODevice::WriteOnly))
         std::memcpy(markerName, name.constData(), std::size_t(name.size()) + 1);
 }

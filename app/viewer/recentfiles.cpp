@@ -1,8 +1,8 @@
 #include "app/viewer/recentfiles.h"
 
-#include "app/common/libraryprobe.h"
 #include "app/viewer/viewpicture.h"
 #include "kernel/main/settings.h"
+#include "kernel/util/cache.h"
 #include "scene/view/scenepanel.h"
 
 #include <QCryptographicHash>
@@ -10,7 +10,6 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QSaveFile>
-#include <QStandardPaths>
 #include <QProxyStyle>
 
 namespace tov::viewer {
@@ -55,8 +54,8 @@ QString RecentFiles::getThumbnailFile(const QString& fileName)
 {
     const QByteArray hash =
         QCryptographicHash::hash(QFileInfo(fileName).absoluteFilePath().toUtf8(), QCryptographicHash::Sha1).toHex();
-    return QStandardPaths::writableLocation(QStandardPaths::CacheLocation) + QStringLiteral("/thumbnails/") +
-           QString::fromLatin1(hash) + QStringLiteral(".png");
+    return tov::util::cacheFile(QStringLiteral("thumbnails")) + QLatin1Char('/') + QString::fromLatin1(hash) +
+           QStringLiteral(".png");
 }
 
 void RecentFiles::add(const QString& fileName, tov::gui::ScenePanel* panel)
@@ -73,7 +72,6 @@ void RecentFiles::add(const QString& fileName, tov::gui::ScenePanel* panel)
     const QSize size = QSize(panel->width(), panel->height()).scaled(ThumbnailEdge, ThumbnailEdge, Qt::KeepAspectRatio);
     ViewPicture::take(panel, size.expandedTo(QSize(2, 2)), this, [this, path](const QImage& image) {
         const QString name = getThumbnailFile(path);
-        tov::app::privateCacheFolder();
         QDir().mkpath(QFileInfo(name).absolutePath());
         // A small picture that cannot be kept is no loss.
         QSaveFile file(name);

@@ -637,7 +637,9 @@ TEST_F(FormatTest, KilledAtAnyMomentAllButTheLastSecondPlays)
         process.waitForFinished();
         read();
         const QJsonObject stream = streamOf(file);
-        EXPECT_GE(stream["nb_read_frames"].toString().toInt(), taken - 25 - row.ahead);
+        const int missing = taken - stream["nb_read_frames"].toString().toInt();
+        std::printf("%s: %d of %d frames are missing\n", row.suffix, missing, taken);
+        EXPECT_LE(missing, 25 + row.ahead);
     }
 }
 

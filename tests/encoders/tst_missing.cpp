@@ -103,9 +103,10 @@ TEST_F(RememberedFormats, StayWhileNothingChanges)
     EXPECT_EQ(encoders(&loaded), all);
     EXPECT_FALSE(loaded);
 
-    // What the content says is taken.
-    const int last = content.lastIndexOf('\n', content.size() - 2) + 1;
-    write(content.left(last) + "mp4 webm\n");
+    // The cached formats are used.
+    const QByteArray key = "formats\n";
+    const int list = content.indexOf(key) + key.size();
+    write(content.left(list) + "mp4 webm\n\\end\n");
     const QString two = encoders(&loaded);
     EXPECT_FALSE(loaded);
     EXPECT_TRUE(two.contains(QStringLiteral("\nmp4 ")) && two.contains(QStringLiteral("\nwebm "))) << two.toStdString();
@@ -114,35 +115,40 @@ TEST_F(RememberedFormats, StayWhileNothingChanges)
     EXPECT_TRUE(two.contains(QStringLiteral("missing here: mov (libx264)"))) << two.toStdString();
 }
 
-TEST_F(RememberedFormats, AChangedLibraryOrADamagedNoteIsLookedIntoAnew)
+TEST_F(RememberedFormats, AChangedLibraryOrADamagedCacheIsDetected)
 {
     const QByteArray content = read();
     QList<QByteArray> lines = content.split('\n');
-    ASSERT_EQ(lines.size(), 7)
-        << content.constData(); // title, our library, two of FFmpeg's, the loader's list, formats, end
-    const int last = content.lastIndexOf('\n', content.size() - 2) + 1;
-    const QByteArray few = "mp4\n";
+    // Title; our library, two of FFmpeg's and the loader's list, each with its stamp; formats; end.
+    ASSERT_EQ(lines.size(), 13) << content.constData();
+    const int list = content.indexOf("formats\n") + 8;
+    const QByteArray few = "mp4\n\\end\n";
 
     QList<QByteArray> damaged{"",
                               "\n",
                               "\n\n\n\n\n",
                               QByteArray(100000, 'x'),
                               QByteArray(100000, '\n'),
-                              content.left(last - 3),
-                              QByteArray("\0\xff\n", 3) + content.left(last) + few,
-                              "tov video formats 2\n" +
-                                  content.mid(content.indexOf('\n') + 1, last - content.indexOf('\n') - 1) + few};
-    // Each of the four files with another size or date, gone, or not named at all.
-    for (int line = 1; line <= 4; ++line) {
-        for (const QByteArray& changed : {lines[line] + '1', lines[line].replace(lines[line].lastIndexOf(' '), 1, "1 "),
-                                          QByteArray("/not/there 1 1.000000000"), QByteArray()}) {
-            QList<QByteArray> other = content.left(last).split('\n');
-            if (changed.isEmpty())
-                other.removeAt(line);
-            else
-                other[line] = changed;
+                              content.left(list - 3),
+                              content.left(list) + "mp4\n",
+                              QByteArray("\0\xff\n", 3) + content.left(list) + few,
+                              "tov cache 1 2\n" +
+                                  content.mid(content.indexOf('\n') + 1, list - content.indexOf('\n') - 1) + few};
+    // Each of the four files with another stamp, under another name, or not named at all.
+    for (int line = 1; line < 9; line += 2) {
+        for (const QByteArray& changed :
+             {QByteArray(lines[line + 1] + '1'), QByteArray("1 ") + lines[line + 1], QByteArray()}) {
+            QList<QByteArray> other = content.left(list).split('\n');
+            other[line + 1] = changed;
             damaged << other.join('\n') + few;
         }
+        QList<QByteArray> other = content.left(list).split('\n');
+        other[line] = "/not/there";
+        damaged << other.join('\n') + few;
+        other = content.left(list).split('\n');
+        other.removeAt(line);
+        other.removeAt(line);
+        damaged << other.join('\n') + few;
     }
     for (const QByteArray& text : std::as_const(damaged)) {
         write(text);

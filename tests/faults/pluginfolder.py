@@ -76,7 +76,7 @@ def starting(copy):
     shutil.copy(ZOO + 'starthangs.so', copy.plugins)
     process = subprocess.Popen([copy.home + '/bin/tov', 'modules'], env=copy.environment(),
                                stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-    folder = copy.home + '/.cache/tov/tov'
+    folder = copy.home + '/.cache/tov'
     while process.poll() is None and not any(name.startswith('starting-') for name in
                                              (os.listdir(folder) if os.path.isdir(folder) else [])):
         time.sleep(0.01)
@@ -289,7 +289,7 @@ try:
         problem = copy.judge(['startexits.so'])
         os.remove(copy.home + '/libexec/tov-check-encoder')
         problem = problem or copy.judge(['startexits.so'], texts=['ended its process'])
-        with open(copy.home + '/.cache/tov/tov/libraries.json', 'rb') as file:
+        with open(copy.home + '/.cache/tov/libraries', 'rb') as file:
             if b'startexits' not in file.read():
                 return 'nothing was written down'
         shutil.copy(ZOO + 'rawcopy.so', copy.plugins + 'startexits.so')
@@ -298,8 +298,8 @@ try:
     for what, data in (('noise', os.urandom(1000)), ('no list', b'[1, 2]'), ('nothing', b''), ('2 MB', b'{' * 2000000)):
         @case('a memory of trials that holds ' + what)
         def _(copy):
-            os.makedirs(copy.home + '/.cache/tov/tov')
-            write(copy.home + '/.cache/tov/tov/libraries.json', data)
+            os.makedirs(copy.home + '/.cache/tov')
+            write(copy.home + '/.cache/tov/libraries', data)
             shutil.copy(ZOO + 'startthrows.so', copy.plugins)
             return copy.judge(['startthrows.so'])
 
@@ -385,7 +385,7 @@ try:
         copy.run('modules')
         ended = subprocess.Popen(['true'])
         ended.wait()
-        write(f'{copy.home}/.cache/tov/tov/starting-{ended.pid}', b'')
+        write(f'{copy.home}/.cache/tov/starting-{ended.pid}', b'')
         first, second = copy.run('modules'), copy.run('modules')
         if 'the start before crashed' not in first.stderr:
             return 'not told: ' + first.stderr
@@ -409,7 +409,7 @@ try:
 
     @case('the question about safe mode ends with the session')
     def _(copy):
-        folder = copy.home + '/.cache/tov/tov/'
+        folder = copy.home + '/.cache/tov/'
         os.makedirs(folder)
         ended = subprocess.Popen(['true'])
         ended.wait()

@@ -354,7 +354,7 @@ if os.path.exists(BUILD + '/bin/tst_window') and shutil.which('xvfb-run'):
         try:
             # The small picture for the list of recent files is the last thing that a start does.
             begin = time.monotonic()
-            pictures = watched.home + '/.cache/tov/tov/thumbnails/*.png'
+            pictures = watched.home + '/.cache/tov/thumbnails/*.png'
             while not glob.glob(pictures) and process.poll() is None and time.monotonic() < begin + 60:
                 time.sleep(0.05)
             first = min(glob.glob(watched.traces + '/trace.*'), key=lambda name: int(name.rpartition('.')[2]))

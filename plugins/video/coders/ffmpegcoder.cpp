@@ -165,6 +165,9 @@ bool FFmpegCoder::openCodec()
         return failForMemory(__LINE__, __func__);
     configureCodec();
     AVDictionary* options = nullptr;
+    if (m_Format.lookahead)
+        av_dict_set_int(&options, m_Format.lookahead, std::clamp(framesPerSecond() / 2, 1, m_Format.highestLookahead),
+                        0);
     for (const auto& [name, value] : m_Format.codecOptions) {
         if (qstrcmp(name, "qscale") == 0) {
             d->codec->flags |= AV_CODEC_FLAG_QSCALE;
@@ -229,7 +232,7 @@ bool FFmpegCoder::writeHeader()
         av_dict_set(&options, name, value, 0);
     if (m_Format.indexed) {
         av_dict_set(&options, "movflags", "+empty_moov+default_base_moof+skip_trailer+write_colr", 0);
-        av_dict_set(&options, "frag_duration", "1000000", 0);
+        av_dict_set(&options, "frag_duration", "250000", 0);
         av_dict_set(&options, "use_editlist", "0", 0);
         av_dict_set_int(&options, "video_track_timescale", ticks, 0);
     }

@@ -1,6 +1,7 @@
 #include "plugins/video/coders/framecoder.h"
 
 #include "kernel/log/logger.h"
+#include "kernel/util/framebacklog.h"
 #include "plugins/video/coders/framereader.h"
 
 extern "C" {
@@ -14,6 +15,33 @@ extern "C" {
 namespace tov::plugins::video {
 
 using tov::log::Logger;
+using tov::util::FrameBacklog;
+
+namespace {
+
+/// Reports the frames of a chunk as taken: those that the coder read when it has read them, the rest, which it drops,
+/// at the end. The recording waits for them.
+class TakenFrames
+{
+public:
+    TakenFrames(const QIODevice* chunk, qint64 frameBytes)
+        : m_Left(chunk && frameBytes > 0 ? chunk->size() / frameBytes : 0), m_FrameBytes(frameBytes)
+    {}
+    ~TakenFrames() { FrameBacklog::taken(m_Left, m_Left * m_FrameBytes); }
+    TakenFrames(const TakenFrames&) = delete;
+    TakenFrames& operator=(const TakenFrames&) = delete;
+    void addOne()
+    {
+        --m_Left;
+        FrameBacklog::taken(1, m_FrameBytes);
+    }
+
+private:
+    qint64 m_Left;
+    const qint64 m_FrameBytes;
+};
+
+} // namespace
 
 bool FrameCoder::fail(int line, const char* function, const QString& what, int averror)
 {
@@ -61,6 +89,7 @@ void FrameCoder::codeFrames(QIODevice* chunk)
     if (frameBytes == 0)
         fail(__LINE__, __func__,
              QStringLiteral("A video of %1 x %2 pixels cannot be encoded").arg(m_Job.width).arg(m_Job.height));
+    TakenFrames taken(chunk, frameBytes);
     if (m_Failed)
         return;
     FrameReader reader(chunk, frameBytes);
@@ -74,6 +103,7 @@ void FrameCoder::codeFrames(QIODevice* chunk)
         }
         if (!ensureOpen() || !codeFrame(frame))
             break;
+        taken.addOne();
     }
     if (reader.failed())
         fail(__LINE__, __func__, QStringLiteral("A chunk of the recording cannot be read back"));

@@ -1,22 +1,21 @@
 #include "plugins/video/common/coderlibrary.h"
 
 #include "kernel/log/logger.h"
+#include "kernel/util/cache.h"
 #include "kernel/util/elffile.h"
+#include "kernel/util/filestamp.h"
 #include "kernel/util/libraryfile.h"
 
 #include <QCryptographicHash>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QSaveFile>
-#include <QStandardPaths>
 
 #include <array>
 #include <mutex>
 
 #include <dlfcn.h>
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace tov::plugins::video {
@@ -24,9 +23,11 @@ namespace tov::plugins::video {
 namespace {
 
 const char* const SourceFile = "plugins/video/common/coderlibrary";
-/// First line of what is remembered; another number when what follows changes.
-const QString Title = QStringLiteral("tov video formats 1");
-constexpr qint64 LargestNote = 1 << 16;
+/// Changes with the meaning of the entries in the cache.
+const QString CacheVersion = QStringLiteral("1");
+const QString FormatsKey = QStringLiteral("formats");
+/// Changes with any library that is installed on the machine.
+const QString LoaderList = QStringLiteral("/etc/ld.so.cache");
 /// The coders, FFmpeg's codecs, FFmpeg's file formats, the loader's list.
 constexpr int DecidingFiles = 4;
 
@@ -69,82 +70,42 @@ const CoderFunctions* load(QString* error)
     return static_cast<const CoderFunctions*>(functions);
 }
 
-/// A file as it is now: path, size, time of the last change. Empty when it is not there.
-QString stateOf(const QString& file)
-{
-    struct stat found;
-    if (stat(QFile::encodeName(file).constData(), &found) != 0)
-        return QString();
-    return file + QStringLiteral(" %1 %2.%3")
-                      .arg(qint64(found.st_size))
-                      .arg(qint64(found.st_mtim.tv_sec))
-                      .arg(qint64(found.st_mtim.tv_nsec), 9, 10, QLatin1Char('0'));
-}
-
-/// Where the formats are remembered; empty where nothing can be, or the loader of libraries was told to look elsewhere.
-QString noteFile()
+/// Name of the file in the cache; empty if the loader of libraries was told to look elsewhere.
+QString cacheName()
 {
     for (const char* name : {"LD_PRELOAD", "LD_LIBRARY_PATH", "LD_AUDIT"})
         if (!qEnvironmentVariableIsEmpty(name))
             return QString();
-    if (qEnvironmentVariableIsEmpty("HOME") && qEnvironmentVariableIsEmpty("XDG_CACHE_HOME"))
-        return QString();
-    const QString folder = QStandardPaths::writableLocation(QStandardPaths::CacheLocation);
-    if (folder.isEmpty())
-        return QString();
-    // Installations side by side keep out of each other's way.
+    // Several installations have a file each.
     const QByteArray place = QCryptographicHash::hash(QFile::encodeName(coderLibraryFile()), QCryptographicHash::Sha1);
-    return folder + QStringLiteral("/video-formats-") + QString::fromLatin1(place.toHex().left(16));
+    return QStringLiteral("video-formats-") + QString::fromLatin1(place.toHex().left(16));
 }
 
-/// The files that decide which formats there are. The loader's own list changes with any library that is installed.
-QStringList decidingFiles(const QStringList& libraries)
+/// The cached formats. False when there are none, or one of the files has changed that decide which formats there are.
+bool readFormats(QStringList* formats)
 {
-    return QStringList{coderLibraryFile()} + libraries + QStringList{QStringLiteral("/etc/ld.so.cache")};
-}
-
-/// The last line is the formats, those between it and the title are the state of the files that decide.
-bool readNote(const QString& name, QStringList* formats)
-{
-    QFile file(name);
-    if (name.isEmpty() || !QFileInfo(name).isFile() || !file.open(QIODevice::ReadOnly))
+    const QString name = cacheName();
+    if (name.isEmpty())
         return false;
-    QStringList lines = QString::fromUtf8(file.read(LargestNote)).split(QLatin1Char('\n'));
-    if (lines.size() != DecidingFiles + 3 || lines.takeFirst() != Title || !lines.takeLast().isEmpty())
+    tov::util::CacheEntries entries = tov::util::readCache(name, CacheVersion);
+    *formats = entries.take(FormatsKey).split(QLatin1Char(' '), Qt::SkipEmptyParts);
+    if (entries.size() != DecidingFiles || !entries.contains(coderLibraryFile()) || !entries.contains(LoaderList))
         return false;
-    *formats = lines.takeLast().split(QLatin1Char(' '), Qt::SkipEmptyParts);
-    QStringList files;
-    for (const QString& line : lines)
-        files << line.section(QLatin1Char(' '), 0, -3);
-    if (files != decidingFiles(files.mid(1, files.size() - 2)))
-        return false;
-    for (const QString& line : lines)
-        if (stateOf(line.section(QLatin1Char(' '), 0, -3)) != line)
+    for (auto entry = entries.cbegin(); entry != entries.cend(); ++entry)
+        if (entry.value().isEmpty() || tov::util::FileStamp(entry.key()).toString() != entry.value())
             return false;
     return true;
 }
 
-/// It is found out again where this fails.
-void writeNote(const QString& name, const QStringList& libraries, const QStringList& formats)
+/// Failures are ignored: the formats are determined again at the next start.
+void writeFormats(const QStringList& libraries, const QStringList& formats)
 {
-    const QString folder = QFileInfo(name).absolutePath();
-    if (name.isEmpty() || libraries.size() != DecidingFiles - 2 || !QDir().mkpath(folder))
-        return;
-    QFile::setPermissions(folder, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-    QStringList lines{Title};
-    for (const QString& file : decidingFiles(libraries)) {
-        const QString state = stateOf(file);
-        if (state.isEmpty() || state.contains(QLatin1Char('\n')))
-            return;
-        lines << state;
-    }
-    lines << formats.join(QLatin1Char(' ')) << QString();
-    QSaveFile file(name);
-    if (file.open(QIODevice::WriteOnly)) {
-        file.setPermissions(QFile::ReadOwner | QFile::WriteOwner);
-        file.write(lines.join(QLatin1Char('\n')).toUtf8());
-        file.commit();
-    }
+    const QString name = cacheName();
+    tov::util::CacheEntries entries{{FormatsKey, formats.join(QLatin1Char(' '))}};
+    for (const QString& file : QStringList{coderLibraryFile(), LoaderList} + libraries)
+        entries[file] = tov::util::FileStamp(file).toString();
+    if (!name.isEmpty() && entries.size() == DecidingFiles + 1)
+        tov::util::writeCache(name, CacheVersion, entries);
 }
 
 } // namespace
@@ -181,8 +142,7 @@ void logUnloaded(const QString& error)
 QStringList availableFormats(bool tell)
 {
     QStringList formats;
-    const QString note = noteFile();
-    if (readNote(note, &formats))
+    if (readFormats(&formats))
         return formats;
     QString error;
     const CoderFunctions* coders = coderFunctions(&error);
@@ -192,7 +152,7 @@ QStringList availableFormats(bool tell)
         return QStringList();
     }
     formats = coders->availableFormats();
-    writeNote(note, coders->libraryFiles(), formats);
+    writeFormats(coders->libraryFiles(), formats);
     return formats;
 }
 

@@ -1,5 +1,7 @@
 #include "plugins/video/common/lazyencoder.h"
 
+#include "kernel/util/framebacklog.h"
+
 #include <system_error>
 #include <utility>
 
@@ -36,15 +38,24 @@ bool LazyEncoder::encodeChunk(QIODevice* chunk, bool isLast)
         QString error;
         const CoderFunctions* coders = m_Lost ? nullptr : coderFunctions(&error);
         if (!coders) {
-            // Said once; every chunk is dropped.
+            // Logged once; every chunk is dropped.
             if (!std::exchange(m_Lost, true))
                 logUnloaded(error);
+            dropFrames(chunk);
             return true;
         }
         m_Coder.reset(mp_Format ? coders->createFFmpegCoder(*mp_Format) : coders->createFramesCoder());
     }
     m_Coder->codeChunk(job(), chunk, isLast);
     return true;
+}
+
+void LazyEncoder::dropFrames(const QIODevice* chunk) const
+{
+    // The recording waits for the frames that it has captured.
+    const qint64 frameBytes = qint64(m_Width) * m_Height * 4;
+    if (chunk && frameBytes > 0)
+        tov::util::FrameBacklog::taken(chunk->size() / frameBytes, chunk->size());
 }
 
 void LazyEncoder::finishEncoding()

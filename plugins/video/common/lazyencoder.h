@@ -25,6 +25,7 @@ protected:
 
 private:
     CoderJob job() const;
+    void dropFrames(const QIODevice* chunk) const;
 
     const Format* mp_Format; ///< not owned
     std::future<void> m_Loading;
