@@ -10,6 +10,7 @@ extern "C" {
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 #include <utility>
 
 namespace tov::plugins::video {
@@ -20,7 +21,8 @@ const QByteArray Signature("\x89PNG\r\n\x1a\n", 8);
 /// Length and type, in front of a chunk's data; the checksum behind it.
 constexpr int ChunkHead = 8, ChunkTail = 4;
 constexpr int ControlBytes = 26; ///< data of a frame control chunk
-constexpr int DelayAt = 20, BlendAt = 25;
+constexpr int HeaderBytes = 13;
+constexpr int DelayAt = 20, DelayBytes = 4, BlendAt = 25;
 /// Delays are fractions of two 16-bit numbers.
 constexpr qint64 LargestDelay = 65535;
 
@@ -37,7 +39,10 @@ struct Apng
     MappedFile file;
     std::vector<Chunk> chunks;
     qint64 frames = 0;
-    QByteArray header; ///< of the picture: size and kind of the pixels
+    QByteArray header;       ///< of the picture: size and kind of the pixels
+    quint32 plays = 0;       ///< how often the animation is repeated, 0 = for ever
+    bool isPlain = false;    ///< a single frame is stored as an ordinary picture
+    QByteArray firstControl; ///< data of the first frame control chunk; made up, without a delay, for a plain picture
 
     /// Returns the problem, empty if there was none.
     QString open(const QString& fileName)
@@ -55,22 +60,37 @@ private:
         if (file.bytes(0, Signature.size()) != Signature)
             return false;
         qint64 announced = -1;
+        bool hasPicture = false;
         for (qint64 at = Signature.size(); file.has(at, ChunkHead);) {
             const Chunk chunk{file.bytes(at + 4, 4), at + ChunkHead, file.bigEndian32(at)};
             if (!file.has(chunk.begin, chunk.size + ChunkTail))
                 return false;
             chunks.push_back(chunk);
             at = chunk.begin + chunk.size + ChunkTail;
-            if (chunk.type == "IHDR")
+            hasPicture = hasPicture || chunk.type == "IDAT";
+            if (chunk.type == "IHDR") {
                 header = data(chunk);
-            else if (chunk.type == "acTL")
+            } else if (chunk.type == "acTL") {
                 announced = file.bigEndian32(chunk.begin);
-            else if (chunk.type == "fcTL" && chunk.size == ControlBytes)
-                ++frames;
-            else if (chunk.type == "IEND")
-                return at == file.size() && frames > 0 && announced == frames && !header.isEmpty();
+                plays = file.bigEndian32(chunk.begin + 4);
+            } else if (chunk.type == "fcTL" && chunk.size == ControlBytes) {
+                if (++frames == 1)
+                    firstControl = data(chunk);
+            } else if (chunk.type == "IEND") {
+                if (announced < 0)
+                    makePlain();
+                return at == file.size() && hasPicture && header.size() == HeaderBytes &&
+                       frames == (isPlain ? 1 : announced);
+            }
         }
         return false;
+    }
+    void makePlain()
+    {
+        isPlain = true;
+        frames = 1;
+        // Number, width, height; position, delay and operations are 0.
+        firstControl = QByteArray(4, 0) + header.left(8) + QByteArray(ControlBytes - 12, 0);
     }
 };
 
@@ -127,6 +147,46 @@ void setDelay(QByteArray& control, qint64 milliseconds)
     qToBigEndian<quint16>(quint16(denominator), control.data() + DelayAt + 2);
 }
 
+/// Writes the chunks of one file into an animation of `total` frames; `change` is called for each frame control.
+void putChunks(ApngOutput& output, const Apng& apng, bool isFirst, qint64 total, quint32 plays,
+               const std::function<void(QByteArray& control)>& change)
+{
+    bool controlled = !apng.isPlain;
+    const auto putControl = [&](QByteArray control) {
+        change(control);
+        output.putNumbered("fcTL", control);
+    };
+    for (const Chunk& chunk : apng.chunks) {
+        const QByteArray data = apng.data(chunk);
+        if (chunk.type == "IDAT" && !std::exchange(controlled, true))
+            putControl(apng.firstControl);
+        if (chunk.type == "fcTL") {
+            putControl(data);
+        } else if (chunk.type == "fdAT") {
+            output.putNumbered("fdAT", data);
+        } else if (chunk.type == "IDAT" && !isFirst) {
+            output.putNumbered("fdAT", QByteArray(4, 0) + data);
+        } else if (chunk.type == "IHDR" && isFirst) {
+            output.put("IHDR", data);
+            QByteArray animation(8, 0);
+            qToBigEndian<quint32>(quint32(total), animation.data());
+            qToBigEndian<quint32>(plays, animation.data() + 4);
+            output.put("acTL", animation);
+        } else if (isFirst && chunk.type != "acTL" && chunk.type != "IEND") {
+            output.put(chunk.type, data);
+        }
+    }
+}
+
+/// How long frames are shown, as stored; empty when no part says so.
+QByteArray findDelay(const std::vector<Apng>& parts)
+{
+    for (const Apng& part : parts)
+        if (!part.isPlain)
+            return part.firstControl.mid(DelayAt, DelayBytes);
+    return QByteArray();
+}
+
 QString findDifference(const Apng& first, const Apng& part)
 {
     if (part.header != first.header)
@@ -152,15 +212,12 @@ QString retimeApng(const QString& fileName, const QString& output, const Timing&
     const auto milliseconds = [](double seconds) { return std::llround(seconds * 1000); };
     ApngOutput written(output);
     qint64 frame = 0, shown = 0;
-    for (const Chunk& chunk : apng.chunks) {
-        QByteArray data = apng.data(chunk);
-        if (chunk.type == "fcTL") {
-            const qint64 delay = std::max<qint64>(1, milliseconds(timing.at(++frame, apng.frames)) - shown);
-            shown += delay;
-            setDelay(data, delay);
-        }
-        written.put(chunk.type, data);
-    }
+    putChunks(written, apng, true, apng.frames, apng.plays, [&](QByteArray& control) {
+        const qint64 delay = std::max<qint64>(1, milliseconds(timing.at(++frame, apng.frames)) - shown);
+        shown += delay;
+        setDelay(control, delay);
+    });
+    written.put("IEND", QByteArray());
     return written.finish();
 }
 
@@ -180,28 +237,19 @@ QString joinApngs(const QStringList& parts, const std::vector<qint64>& counts, c
             return QStringLiteral("'%1' %2").arg(parts[int(i)], problem);
         total += apng.frames;
     }
+    const QByteArray delay = findDelay(apngs);
+    if (delay.isEmpty())
+        return QStringLiteral("'%1' does not say how long its frame is shown").arg(parts.front());
     ApngOutput written(output);
     for (const Apng& apng : apngs) {
-        const bool isFirst = &apng == &apngs.front();
         bool begins = true;
-        for (const Chunk& chunk : apng.chunks) {
-            QByteArray data = apng.data(chunk);
-            if (chunk.type == "fcTL") {
-                // A part's first frame replaces whatever the part before has left.
-                if (std::exchange(begins, false))
-                    data[BlendAt] = 0;
-                written.putNumbered("fcTL", data);
-            } else if (chunk.type == "fdAT") {
-                written.putNumbered("fdAT", data);
-            } else if (chunk.type == "IDAT" && !isFirst) {
-                written.putNumbered("fdAT", QByteArray(4, 0) + data);
-            } else if (chunk.type == "acTL" && isFirst) {
-                qToBigEndian<quint32>(quint32(total), data.data());
-                written.put("acTL", data);
-            } else if (isFirst && chunk.type != "IEND") {
-                written.put(chunk.type, data);
-            }
-        }
+        putChunks(written, apng, &apng == &apngs.front(), total, apngs.front().plays, [&](QByteArray& control) {
+            if (apng.isPlain)
+                control.replace(DelayAt, DelayBytes, delay);
+            // A part's first frame replaces whatever the part before has left.
+            if (std::exchange(begins, false))
+                control[BlendAt] = 0;
+        });
     }
     written.put("IEND", QByteArray());
     return written.finish();

@@ -230,6 +230,9 @@ bool FFmpegCoder::writeHeader()
     AVDictionary* options = nullptr;
     for (const auto& [name, value] : m_Format.muxerOptions)
         av_dict_set(&options, name, value, 0);
+    // Without it a recording of one frame has no delay.
+    if (qstrcmp(m_Format.muxer, "gif") == 0)
+        av_dict_set_int(&options, "final_delay", std::max(2, (100 + framesPerSecond() / 2) / framesPerSecond()), 0);
     if (m_Format.indexed) {
         av_dict_set(&options, "movflags", "+empty_moov+default_base_moof+skip_trailer+write_colr", 0);
         av_dict_set(&options, "frag_duration", "250000", 0);
