@@ -155,15 +155,17 @@ struct Startup::Private
     std::function<void(int)> onInterrupt;
     QString foreignSettings;
     bool starting = true;
+
+    void createApplication(int& argc, char** argv, bool window);
+    void openSettings(const QString& fileName);
+    void watchSignals();
+    static void probeLibraries(bool safeMode);
+    static void startHost();
+    void loadModules(const std::function<void(const QString&)>& progress);
 };
 
-Startup::Startup(int& argc, char** argv, const StartOptions& options) : d(new Private)
+void Startup::Private::createApplication(int& argc, char** argv, bool window)
 {
-    if (options.logLevel > 0) {
-        d->sink = std::make_unique<tov::log::TerminalSink>(options.logLevel);
-        Logger::addSink(d->sink.get());
-    }
-    qInstallMessageHandler(onQtMessage);
     QCoreApplication::setOrganizationName(QStringLiteral("tov"));
     QCoreApplication::setApplicationName(QStringLiteral("tov"));
     QCoreApplication::setApplicationVersion(QStringLiteral(TOV_VERSION));
@@ -175,56 +177,65 @@ Startup::Startup(int& argc, char** argv, const StartOptions& options) : d(new Pr
     const ssize_t length = readlink("/proc/self/exe", path, sizeof path - 1);
     QString folder = length > 0 ? QFile::decodeName(QByteArray(path, int(length))) : QString();
     folder.truncate(folder.lastIndexOf(QLatin1Char('/')));
-    // The program's own Qt plug-ins: the writer of PNG pictures, the piece that draws without a screen.
+    // The program's own Qt plug-ins: the PNG writer, and the platform without a screen.
     QCoreApplication::addLibraryPath(folder + QStringLiteral("/plugins"));
-    if (!options.window)
+    if (!window)
         tov::platform::prepareHeadless(folder + QStringLiteral("/plugins"));
-    d->application = std::make_unique<QApplication>(argc, argv);
+    application = std::make_unique<QApplication>(argc, argv);
     std::setlocale(LC_NUMERIC, "C");
     QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
     installTranslations();
-    if (!options.settingsFile.isEmpty())
-        tov::main::setSettingsFile(options.settingsFile);
-    if (tov::main::isForeignFile(tov::main::settingsFile())) {
-        d->foreignSettings = tov::main::settingsFile();
-        tov::main::useEmptySettings();
-        Logger::log(tov::log::LevelError, "app/startup", __LINE__, __func__, nullptr,
-                    QStringLiteral("'%1' is no settings file and is left alone").arg(d->foreignSettings));
-    }
+}
 
-    if (pipe2(signalPipe, O_CLOEXEC | O_NONBLOCK) == 0) {
-        d->notifier = std::make_unique<QSocketNotifier>(signalPipe[0], QSocketNotifier::Read);
-        QObject::connect(d->notifier.get(), &QSocketNotifier::activated, d->notifier.get(), [this] {
-            char bytes[16];
-            while (read(signalPipe[0], bytes, sizeof bytes) > 0) {
-            }
-            // While the program starts there is nothing to save, only perhaps a question open.
-            if (d->starting)
-                _exit(130);
-            if (d->onInterrupt)
-                d->onInterrupt(interrupts);
-        });
-        struct sigaction action;
-        std::memset(&action, 0, sizeof action);
-        action.sa_handler = onInterrupt;
-        sigaction(SIGINT, &action, nullptr);
-        sigaction(SIGTERM, &action, nullptr);
-        // The terminal or the desktop goes: what was captured is kept.
-        sigaction(SIGHUP, &action, nullptr);
-    }
+void Startup::Private::openSettings(const QString& fileName)
+{
+    if (!fileName.isEmpty())
+        tov::main::setSettingsFile(fileName);
+    if (!tov::main::isForeignFile(tov::main::settingsFile()))
+        return;
+    foreignSettings = tov::main::settingsFile();
+    tov::main::useEmptySettings();
+    Logger::log(tov::log::LevelError, "app/startup", __LINE__, __func__, nullptr,
+                QStringLiteral("'%1' is no settings file and is left alone").arg(foreignSettings));
+}
 
-    StartMarker marker;
-    bool safeMode = options.safeMode;
-    if (marker.hasCrashed() && !safeMode && options.afterCrash)
-        safeMode = options.afterCrash();
-    LibraryProbe probe(QCoreApplication::applicationDirPath() + QStringLiteral("/../libexec/tov-check-encoder"),
+void Startup::Private::watchSignals()
+{
+    if (pipe2(signalPipe, O_CLOEXEC | O_NONBLOCK) != 0)
+        return;
+    notifier = std::make_unique<QSocketNotifier>(signalPipe[0], QSocketNotifier::Read);
+    QObject::connect(notifier.get(), &QSocketNotifier::activated, notifier.get(), [this] {
+        char bytes[16];
+        while (read(signalPipe[0], bytes, sizeof bytes) > 0) {
+        }
+        // While the program starts there is nothing to save; a question may be open.
+        if (starting)
+            _exit(130);
+        if (onInterrupt)
+            onInterrupt(interrupts);
+    });
+    struct sigaction action;
+    std::memset(&action, 0, sizeof action);
+    action.sa_handler = tov::app::onInterrupt;
+    // SIGHUP: the terminal or the desktop goes; what was captured is kept.
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP})
+        sigaction(signal, &action, nullptr);
+}
+
+void Startup::Private::probeLibraries(bool safeMode)
+{
+    const QString folder = QCoreApplication::applicationDirPath();
+    LibraryProbe probe(folder + QStringLiteral("/../libexec/tov-check-encoder"),
                        QStringLiteral(TOV_OWN_LIBRARIES).split(QLatin1Char(':')));
-    probe.addModules(QCoreApplication::applicationDirPath() + QStringLiteral("/modules"));
-    probe.addEncoders(QCoreApplication::applicationDirPath() + QStringLiteral("/plugins/video"));
+    probe.addModules(folder + QStringLiteral("/modules"));
+    probe.addEncoders(folder + QStringLiteral("/plugins/video"));
     if (safeMode)
         probe.refuseForeign();
     probe.run();
+}
 
+void Startup::Private::startHost()
+{
     Overseer::getInstance();
     auto* events = tov::events::EventHandler::getInstance();
     events->registerEventTypes("Global");
@@ -234,14 +245,35 @@ Startup::Startup(int& argc, char** argv, const StartOptions& options) : d(new Pr
     if (background.isValid())
         tov::scene::SceneDrawer::setBackgroundColor(background);
     Viewer::getInstance()->initialize();
+}
 
-    const auto progress = options.progress ? options.progress : [](const QString&) {};
-    d->loader = std::make_unique<tov::main::ModuleLoader>();
-    d->loader->loadFolder(QCoreApplication::applicationDirPath() + QStringLiteral("/modules"),
-                          tov::main::Module::Progress(progress));
-    // The modules' commands look at the hardware before they listen for panels; those that came first are told again.
+void Startup::Private::loadModules(const std::function<void(const QString&)>& progress)
+{
+    loader = std::make_unique<tov::main::ModuleLoader>();
+    loader->loadFolder(QCoreApplication::applicationDirPath() + QStringLiteral("/modules"),
+                       tov::main::Module::Progress(progress ? progress : [](const QString&) {}));
+    // The modules' commands query the hardware before they listen for panels, so the active panel is announced again.
     Overseer::getInstance()->getCommandProcessor()->drain();
     Viewer::getInstance()->announceActivePanel();
+}
+
+Startup::Startup(int& argc, char** argv, const StartOptions& options) : d(new Private)
+{
+    if (options.logLevel > 0) {
+        d->sink = std::make_unique<tov::log::TerminalSink>(options.logLevel);
+        Logger::addSink(d->sink.get());
+    }
+    qInstallMessageHandler(onQtMessage);
+    d->createApplication(argc, argv, options.window);
+    d->openSettings(options.settingsFile);
+    d->watchSignals();
+    StartMarker marker;
+    bool safeMode = options.safeMode;
+    if (marker.hasCrashed() && !safeMode && options.afterCrash)
+        safeMode = options.afterCrash();
+    Private::probeLibraries(safeMode);
+    Private::startHost();
+    d->loadModules(options.progress);
     marker.finish();
     d->starting = false;
 }

@@ -17,7 +17,7 @@ namespace tov::app {
 /// How the program is started.
 struct StartOptions
 {
-    bool window = false;                          ///< a window will be shown; otherwise no display server is asked for
+    bool window = false;                          ///< a window will be shown; otherwise no display server is needed
     int logLevel = 2000;                          ///< highest level of the records that standard error gets
     QString settingsFile;                         ///< empty: the usual one
     bool safeMode = false;                        ///< only the product's own modules and plug-ins
@@ -53,7 +53,8 @@ public:
     ~Startup();
 
     tov::main::ModuleLoader& getLoader();
-    /// A file that was named for the settings and is something else; empty as a rule. Settings hold for this call then.
+    /// A file that was named for the settings and is not a settings file; usually empty. If set, changes of settings
+    /// are not saved.
     QString getForeignSettings() const;
     /// Calls `function` on the application thread with the count of SIGINT, SIGTERM and SIGHUP so far, from 1. From the
     /// second one on, if the application thread does not get round to it, the process ends by itself.

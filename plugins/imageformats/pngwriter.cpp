@@ -325,7 +325,7 @@ public:
             try {
                 m_Threads.emplace_back([this] { work(); });
             } catch (const std::system_error&) {
-                // No more threads are to be had; this one helps itself in `take`.
+                // No more threads are available; this one does the work in `take`.
                 break;
             }
     }

@@ -11,7 +11,7 @@ namespace tov::imageformats {
 struct PngOptions
 {
     int level = -1;      ///< zlib's, 0 to 9; -1 = the default
-    QString description; ///< "Key: text" blocks parted by empty lines, beside the image's own texts
+    QString description; ///< "Key: text" blocks separated by empty lines, added to the image's own texts
     double gamma = 0;    ///< 0 = not stated
 };
 

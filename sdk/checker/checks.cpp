@@ -59,6 +59,8 @@ private:
 };
 
 std::atomic<int> livingChunks{0};
+/// Of the plug-in under test; never closed.
+void* pluginLibrary = nullptr;
 
 /// A chunk whose memory ends where an unreadable page begins: whoever reads on is caught at once.
 class GuardedChunk : public QBuffer
@@ -193,235 +195,296 @@ struct Named
     const char* what;
     int allowedErrors; ///< of the plug-in's own
     std::function<void(Check&)> run;
+    const char* symbol = nullptr; ///< only for plug-ins that export this; null: for all
 };
 
-const std::vector<Named>& checks()
+/// A function that the plug-in under test exports; null when it does not.
+template <typename Function>
+Function pluginFunction(const char* name)
 {
-    static const std::vector<Named> table = {
-        {"one", "three frames in one chunk", 0,
-         [](Check& c) {
-             if (auto encoder = c.make()) {
-                 c.give(*encoder, frames(3), true);
-                 encoder->waitForFinish();
-                 c.wantFile();
-             }
-         }},
-        {"several", "chunks in memory and in files, an empty one between", 0,
-         [](Check& c) {
-             if (auto encoder = c.make()) {
-                 c.give(*encoder, frames(2), false);
-                 c.give(*encoder, framesInFile(2), false);
-                 c.give(*encoder, frames(0), false);
-                 c.give(*encoder, frames(1), true);
-                 encoder->waitForFinish();
-                 c.wantFile();
-             }
-         }},
-        {"singles", "thirty chunks of one frame", 0,
-         [](Check& c) {
-             if (auto encoder = c.make()) {
-                 for (int i = 0; i < 30; ++i)
-                     c.give(*encoder, frames(1), i == 29);
-                 encoder->waitForFinish();
-                 c.wantFile();
-             }
-         }},
-        {"again", "two recordings to the same file", 0,
-         [](Check& c) {
-             for (int i = 0; i < 2; ++i)
-                 if (auto encoder = c.make()) {
-                     c.give(*encoder, frames(2), true);
-                     encoder->waitForFinish();
-                     c.wantFile();
-                 }
-         }},
-        {"beside", "two recordings side by side", 0,
-         [](Check& c) {
-             auto first = c.make();
-             auto second =
-                 c.make(Width, Height, Fps, BitsPerSecond,
-                        QFileInfo(c.fileName()).path() + "/other." + QFileInfo(c.fileName()).completeSuffix());
-             if (first && second) {
-                 for (int i = 0; i < 4; ++i) {
-                     c.give(*first, frames(1), i == 3);
-                     c.give(*second, frames(1), i == 3);
-                 }
-                 first->waitForFinish();
-                 second->waitForFinish();
-                 c.wantFile();
-             }
-         }},
-        {"sizes", "16 x 16 and 642 x 480 pixels", 0,
-         [](Check& c) {
-             for (const auto& [width, height] : {std::pair(16, 16), std::pair(642, 480)})
-                 if (auto encoder = c.make(width, height)) {
-                     c.give(*encoder, frames(2, width, height), true);
-                     encoder->waitForFinish();
-                     c.wantFile();
-                 }
-         }},
-        // Codecs have sizes below which they write nothing; saying so once is enough.
-        {"tiny", "2 x 2 pixels", 1,
-         [](Check& c) {
-             if (auto encoder = c.make(2, 2)) {
-                 c.give(*encoder, frames(3, 2, 2), false);
-                 c.give(*encoder, frames(1, 2, 2), true);
-                 encoder->waitForFinish();
-             }
-         }},
-        {"null", "a missing chunk alone", 1,
-         [](Check& c) {
-             if (auto encoder = c.make()) {
-                 c.give(*encoder, nullptr, true);
-                 encoder->waitForFinish();
-             }
-         }},
-        {"nulllast", "a missing chunk at the end", 1,
-         [](Check& c) {
-             if (auto encoder = c.make()) {
-                 c.give(*encoder, frames(2), false);
-                 c.give(*encoder, nullptr, true);
-                 encoder->waitForFinish();
-                 c.wantFile();
-             }
-         }},
-        {"empty", "an empty chunk alone", 1,
-         [](Check& c) {
-             if (auto encoder = c.make()) {
-                 c.give(*encoder, frames(0), true);
-                 encoder->waitForFinish();
-             }
-         }},
-        {"half", "half a frame", 1,
-         [](Check& c) {
-             if (auto encoder = c.make()) {
-                 c.give(*encoder, frames(0.5), true);
-                 encoder->waitForFinish();
-             }
-         }},
-        {"onehalf", "a frame and a half", 1,
-         [](Check& c) {
-             if (auto encoder = c.make()) {
-                 c.give(*encoder, frames(1.5), true);
-                 encoder->waitForFinish();
-                 c.wantFile();
-             }
-         }},
-        {"nothing", "no chunk at all", 0,
-         [](Check& c) {
-             if (auto encoder = c.make())
-                 encoder->waitForFinish();
-         }},
-        {"abort0", "an abort before the first chunk", 0,
-         [](Check& c) {
-             if (auto encoder = c.make()) {
-                 encoder->abortEncoding();
-                 c.wantNoFile();
-             }
-         }},
-        {"abort1", "an abort between chunks", 0,
-         [](Check& c) {
-             if (auto encoder = c.make()) {
-                 c.give(*encoder, frames(2), false);
-                 encoder->abortEncoding();
-                 c.wantNoFile();
-             }
-         }},
-        {"abort2", "an abort after the last chunk", 0,
-         [](Check& c) {
-             if (auto encoder = c.make()) {
-                 for (int i = 0; i < 8; ++i)
-                     c.give(*encoder, frames(4), i == 7);
-                 encoder->abortEncoding();
-                 c.wantNoFile();
-             }
-         }},
-        {"nooutput", "an output that could not be opened", 1,
-         [](Check& c) {
-             if (auto encoder =
-                     c.make(Width, Height, Fps, BitsPerSecond,
-                            QFileInfo(c.fileName()).path() + "/missing/" + QFileInfo(c.fileName()).fileName())) {
-                 c.give(*encoder, frames(3), false);
-                 c.give(*encoder, frames(3), true);
-                 encoder->waitForFinish();
-             }
-         }},
-        {"full", "a full disk", 1,
-         [](Check& c) {
-             if (!QFile::link(QStringLiteral("/dev/full"), c.fileName()))
-                 std::abort();
-             if (auto encoder = c.make(320, 240)) {
-                 for (int i = 0; i < 10; ++i)
-                     c.give(*encoder, frames(3, 320, 240), i == 9);
-                 encoder->waitForFinish();
-             }
-         }},
-        {"filling", "a disk that fills up on the way", 1,
-         [](Check& c) {
-             // Random pixels, so that no format stays below the limit.
-             const rlimit limit{20000, 20000};
-             if (setrlimit(RLIMIT_FSIZE, &limit) != 0)
-                 std::abort();
-             if (auto encoder = c.make(320, 240)) {
-                 for (int i = 0; i < 10; ++i)
-                     c.give(*encoder, new GuardedChunk(3 * frameBytes(320, 240), true), i == 9);
-                 encoder->waitForFinish();
-             }
-         }},
-        {"abort3", "an abort while a full disk refuses everything", 1,
-         [](Check& c) {
-             if (!QFile::link(QStringLiteral("/dev/full"), c.fileName()))
-                 std::abort();
-             if (auto encoder = c.make(320, 240)) {
-                 for (int i = 0; i < 10; ++i)
-                     c.give(*encoder, frames(3, 320, 240), i == 9);
-                 encoder->abortEncoding();
-             }
-         }},
-        {"later", "a chunk after the last one", 1,
-         [](Check& c) {
-             if (auto encoder = c.make()) {
-                 c.give(*encoder, frames(2), true);
-                 c.give(*encoder, frames(2), false);
-                 c.give(*encoder, frames(2), true);
-                 encoder->waitForFinish();
-                 c.wantFile();
-             }
-         }},
-        {"restart", "one encoder used for two recordings, the second without an output", 1,
-         [](Check& c) {
-             if (auto encoder = c.make()) {
-                 c.give(*encoder, frames(2), true);
-                 encoder->waitForFinish();
-                 c.wantFile();
-                 c.give(*encoder, frames(2), true);
-                 encoder->waitForFinish();
-                 encoder->setOutputParameters(c.fileName(), Width, Height, Fps, BitsPerSecond);
-                 c.give(*encoder, frames(2), true);
-                 encoder->waitForFinish();
-                 c.wantFile();
-             }
-         }},
-        {"rates", "rates of 0, below 0 and beyond measure", 1000,
-         [](Check& c) {
-             const std::pair<int, int> rows[] = {{0, 0}, {-5, -1}, {1000, 2147483647}, {1, 100}, {2147483647, 1}};
-             for (const auto& [fps, rate] : rows)
-                 if (auto encoder = c.make(Width, Height, fps, rate)) {
-                     c.give(*encoder, frames(2), true);
-                     encoder->waitForFinish();
-                 }
-         }},
-        {"nosize", "no size, and sizes below 0", 1000,
-         [](Check& c) {
-             for (const int size : {0, -2})
-                 if (auto encoder = c.make(size, size)) {
-                     c.give(*encoder, new GuardedChunk(64), true);
-                     encoder->waitForFinish();
-                 }
-         }},
-    };
-    return table;
+    return reinterpret_cast<Function>(pluginLibrary ? dlsym(pluginLibrary, name) : nullptr);
 }
+
+/// Frames in a file as the plug-in itself counts them; negative when it does not.
+long long countFrames(const QString& fileName)
+{
+    const auto probe = pluginFunction<int (*)(const char*, const bool*, long long*, double*)>("probeVideo");
+    const bool stop = false;
+    long long count = 0;
+    double seconds = 0;
+    return probe && probe(QFile::encodeName(fileName).constData(), &stop, &count, &seconds) == 1 ? count : -1;
+}
+
+void recordClip(Check& c, const QString& name, int count)
+{
+    if (auto encoder = c.make(Width, Height, Fps, BitsPerSecond, name)) {
+        c.give(*encoder, frames(count), true);
+        encoder->waitForFinish();
+    }
+}
+
+void retimeClip(Check& c)
+{
+    typedef int (*Retime)(const char*, const bool*, const double*, long long, double);
+    const bool stop = false;
+    const double starts[] = {0, 0.1, 2};
+    const QByteArray name = QFile::encodeName(c.fileName());
+    recordClip(c, c.fileName(), 3);
+    const auto retime = pluginFunction<Retime>("retimeVideo");
+    for (const double* times : {static_cast<const double*>(nullptr), starts}) {
+        if (retime(name.constData(), &stop, times, times ? 3 : 0, 3) != 1)
+            c.problem(QStringLiteral("retimeVideo does not return 1 for a file that the plug-in has just written"));
+        c.wantFile();
+    }
+    const long long count = countFrames(c.fileName());
+    if (count >= 0 && count != 3)
+        c.problem(QStringLiteral("retimeVideo made %1 frames of 3").arg(count));
+}
+
+void joinClips(Check& c)
+{
+    typedef int (*Join)(const char* const*, const long long*, int, const char*, const bool*);
+    const bool stop = false;
+    const QFileInfo info(c.fileName());
+    const QString ending = info.completeSuffix();
+    const QString first = info.path() + QStringLiteral("/first.") + ending;
+    const QString second = info.path() + QStringLiteral("/second.") + ending;
+    recordClip(c, first, 3);
+    recordClip(c, second, 2);
+    const QByteArray firstName = QFile::encodeName(first), secondName = QFile::encodeName(second);
+    const char* const parts[] = {firstName.constData(), secondName.constData()};
+    const long long counts[] = {3, 2};
+    if (pluginFunction<Join>("joinVideos")(parts, counts, 2, QFile::encodeName(c.fileName()).constData(), &stop) != 1)
+        c.problem(QStringLiteral("joinVideos does not return 1 for files that the plug-in has just written"));
+    c.wantFile();
+    const long long count = countFrames(c.fileName());
+    if (count >= 0 && count != 5)
+        c.problem(QStringLiteral("joinVideos made %1 frames of 3 and 2").arg(count));
+}
+
+const std::vector<Named> Checks = {
+    {"one", "three frames in one chunk", 0,
+     [](Check& c) {
+         if (auto encoder = c.make()) {
+             c.give(*encoder, frames(3), true);
+             encoder->waitForFinish();
+             c.wantFile();
+         }
+     }},
+    {"several", "chunks in memory and in files, an empty one between", 0,
+     [](Check& c) {
+         if (auto encoder = c.make()) {
+             c.give(*encoder, frames(2), false);
+             c.give(*encoder, framesInFile(2), false);
+             c.give(*encoder, frames(0), false);
+             c.give(*encoder, frames(1), true);
+             encoder->waitForFinish();
+             c.wantFile();
+         }
+     }},
+    {"singles", "thirty chunks of one frame", 0,
+     [](Check& c) {
+         if (auto encoder = c.make()) {
+             for (int i = 0; i < 30; ++i)
+                 c.give(*encoder, frames(1), i == 29);
+             encoder->waitForFinish();
+             c.wantFile();
+         }
+     }},
+    {"again", "two recordings to the same file", 0,
+     [](Check& c) {
+         for (int i = 0; i < 2; ++i)
+             if (auto encoder = c.make()) {
+                 c.give(*encoder, frames(2), true);
+                 encoder->waitForFinish();
+                 c.wantFile();
+             }
+     }},
+    {"beside", "two recordings side by side", 0,
+     [](Check& c) {
+         auto first = c.make();
+         auto second = c.make(Width, Height, Fps, BitsPerSecond,
+                              QFileInfo(c.fileName()).path() + "/other." + QFileInfo(c.fileName()).completeSuffix());
+         if (first && second) {
+             for (int i = 0; i < 4; ++i) {
+                 c.give(*first, frames(1), i == 3);
+                 c.give(*second, frames(1), i == 3);
+             }
+             first->waitForFinish();
+             second->waitForFinish();
+             c.wantFile();
+         }
+     }},
+    {"sizes", "16 x 16 and 642 x 480 pixels", 0,
+     [](Check& c) {
+         for (const auto& [width, height] : {std::pair(16, 16), std::pair(642, 480)})
+             if (auto encoder = c.make(width, height)) {
+                 c.give(*encoder, frames(2, width, height), true);
+                 encoder->waitForFinish();
+                 c.wantFile();
+             }
+     }},
+    // Codecs have sizes below which they write nothing; saying so once is enough.
+    {"tiny", "2 x 2 pixels", 1,
+     [](Check& c) {
+         if (auto encoder = c.make(2, 2)) {
+             c.give(*encoder, frames(3, 2, 2), false);
+             c.give(*encoder, frames(1, 2, 2), true);
+             encoder->waitForFinish();
+         }
+     }},
+    {"null", "a missing chunk alone", 1,
+     [](Check& c) {
+         if (auto encoder = c.make()) {
+             c.give(*encoder, nullptr, true);
+             encoder->waitForFinish();
+         }
+     }},
+    {"nulllast", "a missing chunk at the end", 1,
+     [](Check& c) {
+         if (auto encoder = c.make()) {
+             c.give(*encoder, frames(2), false);
+             c.give(*encoder, nullptr, true);
+             encoder->waitForFinish();
+             c.wantFile();
+         }
+     }},
+    {"empty", "an empty chunk alone", 1,
+     [](Check& c) {
+         if (auto encoder = c.make()) {
+             c.give(*encoder, frames(0), true);
+             encoder->waitForFinish();
+         }
+     }},
+    {"half", "half a frame", 1,
+     [](Check& c) {
+         if (auto encoder = c.make()) {
+             c.give(*encoder, frames(0.5), true);
+             encoder->waitForFinish();
+         }
+     }},
+    {"onehalf", "a frame and a half", 1,
+     [](Check& c) {
+         if (auto encoder = c.make()) {
+             c.give(*encoder, frames(1.5), true);
+             encoder->waitForFinish();
+             c.wantFile();
+         }
+     }},
+    {"nothing", "no chunk at all", 0,
+     [](Check& c) {
+         if (auto encoder = c.make())
+             encoder->waitForFinish();
+     }},
+    {"abort0", "an abort before the first chunk", 0,
+     [](Check& c) {
+         if (auto encoder = c.make()) {
+             encoder->abortEncoding();
+             c.wantNoFile();
+         }
+     }},
+    {"abort1", "an abort between chunks", 0,
+     [](Check& c) {
+         if (auto encoder = c.make()) {
+             c.give(*encoder, frames(2), false);
+             encoder->abortEncoding();
+             c.wantNoFile();
+         }
+     }},
+    {"abort2", "an abort after the last chunk", 0,
+     [](Check& c) {
+         if (auto encoder = c.make()) {
+             for (int i = 0; i < 8; ++i)
+                 c.give(*encoder, frames(4), i == 7);
+             encoder->abortEncoding();
+             c.wantNoFile();
+         }
+     }},
+    {"nooutput", "an output that could not be opened", 1,
+     [](Check& c) {
+         if (auto encoder = c.make(Width, Height, Fps, BitsPerSecond,
+                                   QFileInfo(c.fileName()).path() + "/missing/" + QFileInfo(c.fileName()).fileName())) {
+             c.give(*encoder, frames(3), false);
+             c.give(*encoder, frames(3), true);
+             encoder->waitForFinish();
+         }
+     }},
+    {"full", "a full disk", 1,
+     [](Check& c) {
+         if (!QFile::link(QStringLiteral("/dev/full"), c.fileName()))
+             std::abort();
+         if (auto encoder = c.make(320, 240)) {
+             for (int i = 0; i < 10; ++i)
+                 c.give(*encoder, frames(3, 320, 240), i == 9);
+             encoder->waitForFinish();
+         }
+     }},
+    {"filling", "a disk that fills up on the way", 1,
+     [](Check& c) {
+         // Random pixels, so that no format stays below the limit.
+         const rlimit limit{20000, 20000};
+         if (setrlimit(RLIMIT_FSIZE, &limit) != 0)
+             std::abort();
+         if (auto encoder = c.make(320, 240)) {
+             for (int i = 0; i < 10; ++i)
+                 c.give(*encoder, new GuardedChunk(3 * frameBytes(320, 240), true), i == 9);
+             encoder->waitForFinish();
+         }
+     }},
+    {"abort3", "an abort while a full disk refuses everything", 1,
+     [](Check& c) {
+         if (!QFile::link(QStringLiteral("/dev/full"), c.fileName()))
+             std::abort();
+         if (auto encoder = c.make(320, 240)) {
+             for (int i = 0; i < 10; ++i)
+                 c.give(*encoder, frames(3, 320, 240), i == 9);
+             encoder->abortEncoding();
+         }
+     }},
+    {"later", "a chunk after the last one", 1,
+     [](Check& c) {
+         if (auto encoder = c.make()) {
+             c.give(*encoder, frames(2), true);
+             c.give(*encoder, frames(2), false);
+             c.give(*encoder, frames(2), true);
+             encoder->waitForFinish();
+             c.wantFile();
+         }
+     }},
+    {"restart", "one encoder used for two recordings, the second without an output", 1,
+     [](Check& c) {
+         if (auto encoder = c.make()) {
+             c.give(*encoder, frames(2), true);
+             encoder->waitForFinish();
+             c.wantFile();
+             c.give(*encoder, frames(2), true);
+             encoder->waitForFinish();
+             encoder->setOutputParameters(c.fileName(), Width, Height, Fps, BitsPerSecond);
+             c.give(*encoder, frames(2), true);
+             encoder->waitForFinish();
+             c.wantFile();
+         }
+     }},
+    {"rates", "rates of 0, below 0 and beyond measure", 1000,
+     [](Check& c) {
+         const std::pair<int, int> rows[] = {{0, 0}, {-5, -1}, {1000, 2147483647}, {1, 100}, {2147483647, 1}};
+         for (const auto& [fps, rate] : rows)
+             if (auto encoder = c.make(Width, Height, fps, rate)) {
+                 c.give(*encoder, frames(2), true);
+                 encoder->waitForFinish();
+             }
+     }},
+    {"nosize", "no size, and sizes below 0", 1000,
+     [](Check& c) {
+         for (const int size : {0, -2})
+             if (auto encoder = c.make(size, size)) {
+                 c.give(*encoder, new GuardedChunk(64), true);
+                 encoder->waitForFinish();
+             }
+     }},
+    {"retime", "other times for a finished file", 0, retimeClip, "retimeVideo"},
+    {"join", "two recordings joined", 0, joinClips, "joinVideos"},
+};
 
 void print(const QString& line)
 {
@@ -432,16 +495,16 @@ void print(const QString& line)
 /// Loads the plug-in and lets it register. False, said, when it cannot be used.
 bool load(const QString& file)
 {
-    void* library = dlopen(QFile::encodeName(QFileInfo(file).absoluteFilePath()).constData(), RTLD_NOW | RTLD_LOCAL);
-    if (!library) {
+    pluginLibrary = dlopen(QFile::encodeName(QFileInfo(file).absoluteFilePath()).constData(), RTLD_NOW | RTLD_LOCAL);
+    if (!pluginLibrary) {
         print(QStringLiteral("problem it cannot be loaded: %1").arg(QString::fromLocal8Bit(dlerror())));
         return false;
     }
     // Reported first: what is needed may be what goes wrong.
-    if (const auto getDependencies = reinterpret_cast<QStringList (*)()>(dlsym(library, "getDependencies")))
+    if (const auto getDependencies = pluginFunction<QStringList (*)()>("getDependencies"))
         for (const QString& file : getDependencies())
             print(QStringLiteral("needs %1").arg(file));
-    const auto doRegister = reinterpret_cast<bool (*)()>(dlsym(library, "doRegister"));
+    const auto doRegister = pluginFunction<bool (*)()>("doRegister");
     if (!doRegister) {
         print(QStringLiteral(
             "problem it exports no function \"doRegister\"; write: extern \"C\" TOV_EXPORT bool doRegister()"));
@@ -472,9 +535,7 @@ int list(const QString& file)
         print(QStringLiteral("format %1 %2").arg(ending.toLower(), description));
     for (const QString& message : errors.take())
         print(QStringLiteral("problem %1").arg(message));
-    void* library = dlopen(QFile::encodeName(QFileInfo(file).absoluteFilePath()).constData(), RTLD_NOW | RTLD_NOLOAD);
-    if (const auto getInfos =
-            reinterpret_cast<tov::main::AdditionalInformation (*)()>(library ? dlsym(library, "getInfos") : nullptr)) {
+    if (const auto getInfos = pluginFunction<tov::main::AdditionalInformation (*)()>("getInfos")) {
         try {
             const auto infos = getInfos();
             print(QStringLiteral("about %1 %2: %3").arg(infos.name, infos.version, infos.description));
@@ -482,14 +543,15 @@ int list(const QString& file)
             print(QStringLiteral("problem an exception left getInfos"));
         }
     }
-    for (const Named& check : checks())
-        print(QStringLiteral("check %1 %2").arg(QLatin1String(check.name), QLatin1String(check.what)));
+    for (const Named& check : Checks)
+        if (!check.symbol || dlsym(pluginLibrary, check.symbol))
+            print(QStringLiteral("check %1 %2").arg(QLatin1String(check.name), QLatin1String(check.what)));
     return 0;
 }
 
 int runOne(const QString& name, const QString& file, const QString& ending, const QString& folder)
 {
-    for (const Named& check : checks())
+    for (const Named& check : Checks)
         if (name == QLatin1String(check.name)) {
             Errors errors;
             if (!load(file))

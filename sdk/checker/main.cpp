@@ -124,12 +124,12 @@ int check(const QString& file)
 
 int main(int argc, char** argv)
 {
-    // No display is asked for; the module wants an application object for its icons.
+    // No display is needed; the module needs an application object for its icons.
     qputenv("QT_QPA_PLATFORM", "offscreen");
     qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
     signal(SIGPIPE, SIG_IGN);
     signal(SIGXFSZ, SIG_IGN);
-    // The program's: plug-ins keep what they know in its folders.
+    // As the program: plug-ins use its cache folder.
     QCoreApplication::setOrganizationName(QStringLiteral("tov"));
     QCoreApplication::setApplicationName(QStringLiteral("tov"));
     QGuiApplication application(argc, argv);
@@ -167,7 +167,7 @@ int main(int argc, char** argv)
         return 2;
     }
     if (!QFileInfo(arguments.first()).isFile()) {
-        std::fprintf(stderr, "tov-check-encoder: there is no file %s\n", arguments.first().toLocal8Bit().constData());
+        std::fprintf(stderr, "tov-check-encoder: no such file: %s\n", arguments.first().toLocal8Bit().constData());
         return 2;
     }
     return check(QFileInfo(arguments.first()).absoluteFilePath());

@@ -39,10 +39,7 @@ protected:
                     QDir::cleanPath(QCoreApplication::applicationDirPath() + QStringLiteral("/../lib")));
         tov::grab::video::VideoEncoder::getInstance()->refreshPlugins();
     }
-    static void TearDownTestSuite()
-    {
-        tov::grab::video::VideoEncoder::getInstance()->unloadPlugins();
-    }
+    static void TearDownTestSuite() { tov::grab::video::VideoEncoder::getInstance()->unloadPlugins(); }
 };
 
 } // namespace tov::test

@@ -1,6 +1,6 @@
-// Preloaded into the process that reads models: when it first reads a file, it tries what a model must not bring it to,
-// and writes down what came of it. Environment: TOV_ATTEMPTS, the file to write to, with a folder FILE.d that holds a
-// file "old"; TOV_ATTEMPT_HOARD takes memory until none is given, instead.
+// Preloaded into the process that reads models: when that first reads a file, the shim tries what a model must never
+// cause, and writes down the results. Environment: TOV_ATTEMPTS, the file to write to, with a folder FILE.d that holds
+// a file "old"; TOV_ATTEMPT_HOARD takes memory until none is given, instead.
 
 #define _GNU_SOURCE
 #include <dlfcn.h>
@@ -103,7 +103,8 @@ static void tryEverything(void)
     note("terminal", ioctl(0, TIOCSTI, "x") == 0);
     const struct rlimit none = {RLIM_INFINITY, RLIM_INFINITY};
     note("limit", setrlimit(RLIMIT_AS, &none) == 0);
-    note("memory", mmap(NULL, BEYOND, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0) != MAP_FAILED);
+    note("memory",
+         mmap(NULL, BEYOND, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0) != MAP_FAILED);
     note("shared-memory", pwrite(3, "x", 1, BEYOND) == 1);
     note("end", 1);
 }
@@ -113,7 +114,8 @@ static void hoard(void)
 {
     long long taken = 0;
     for (size_t size = 1 << 24; size >= 4096; size /= 16)
-        while (taken < BEYOND && mmap(NULL, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0) != MAP_FAILED)
+        while (taken < BEYOND && mmap(NULL, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE,
+                                      -1, 0) != MAP_FAILED)
             taken += (long long)size;
     note("hoard", taken >= BEYOND);
 }

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""Encoder plug-ins that misbehave inside the program: it ends in good order, or can be left, and what is
-recorded next in the same process is whole. usage: encoders.py BUILD [CASE] [-v]"""
+"""Encoder plug-ins that misbehave inside the program: it ends cleanly, or can be stopped, and the next
+recording in the same process is complete. usage: encoders.py BUILD [CASE] [-v]"""
 
 import os
 import shutil

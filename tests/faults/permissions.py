@@ -38,7 +38,7 @@ def given(copy, user, group, mask):
 
 
 try:
-    # A group that nobody knows here, and a user who has one of the same number.
+    # A group without an entry in the group file, and a user with the same number.
     @case('a plug-in that a group may change')
     def _(copy):
         os.chown(copy.plugins + 'frames.so', 0, 12345)

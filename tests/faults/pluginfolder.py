@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""What lies in the folders of modules and encoder plug-ins: each bad file is named once, the good ones are used, the
-program starts, and takes no more than 5 s longer than without. usage: pluginfolder.py BUILD [CASE] [-v]"""
+"""Good and bad files in the folders of modules and encoder plug-ins: each bad file is named once, the good ones are used, the
+program starts, and takes no more than 5 s longer than without them. usage: pluginfolder.py BUILD [CASE] [-v]"""
 
 import os
 import random
@@ -18,7 +18,7 @@ from programcopy import FORMATS, Copy  # noqa: E402
 BUILD = sys.argv[1]
 ONLY = sys.argv[2] if len(sys.argv) > 2 else ''
 ZOO = BUILD + '/tests/zoo/'
-# What the program promises: the start takes no more than that longer, whatever lies there.
+# What the program promises: the start takes at most that much longer, whatever is in the folders.
 LONGER_S = 5
 MODEL = '/usr/share/glmark2/models/cube.3ds'
 STARTS = []
@@ -27,12 +27,12 @@ os.chmod(root, 0o755)
 
 
 def case(what):
-    """Runs the decorated function with a copy of the program, for which it says what is wrong, or None."""
+    """Runs the decorated function with a copy of the program, for which it returns the problem, or None."""
     def run(function):
         if not what.startswith(ONLY):
             return
         listed(what)
-        # A start that took long is measured again, beside one with nothing odd: others may be at work here, too.
+        # A slow start is measured again, next to one with nothing odd: the machine may be loaded.
         without = plain
         for attempt in range(3):
             copy = Copy(BUILD, root)
@@ -94,7 +94,7 @@ def replaced(name):
 
 with open(BUILD + '/lib/libtovcoders.so', 'rb') as library:
     CODERS_SIZE = len(library.read())
-# What, how, what is said of it.
+# What, how, the expected message.
 SPOILED_CODERS = [
     *((f'cut at {length} bytes', cut(length), said) for length, said in (
         (0, 'file too short'), (100, 'file is truncated'), (4096, 'file is truncated'), (60000, 'file is truncated'),
@@ -128,8 +128,8 @@ def picture_and_video(copy):
 
 
 def without_coders(copy, text, noticed=True):
-    """A start without videos: what is wrong is named, pictures are made, videos are refused in one line. Not `noticed`: the
-    formats are still there, and the line says what is wrong."""
+    """A start without videos: the problem is named, pictures are made, videos are refused in one line. Not `noticed`: the
+    formats are still listed, and the line names the problem."""
     problem = copy.judge(formats=0, texts=[text]) if noticed else copy.judge()
     if problem:
         return problem
@@ -142,7 +142,7 @@ def without_coders(copy, text, noticed=True):
 
 
 def with_coders(copy):
-    """All is well again once the library is, without anything else."""
+    """Everything works again once the library is repaired."""
     copy.repair_coders()
     problem = copy.judge()
     if problem:
@@ -203,9 +203,9 @@ try:
             write(folder + 'empty.so', b'')
             write(folder + 'text.so', b'#!/bin/sh\nexit 0\n' * 100)
             os.mkfifo(folder + 'pipe.so')
-        # Of plug-ins, pipes are passed over like anything that is no file.
-        told = ('folder.so', 'empty.so', 'text.so')
-        return copy.judge([folder + name for folder in (copy.plugins, copy.modules) for name in told] +
+        # In the folder of plug-ins, pipes are skipped like anything that is not a file.
+        reported = ('folder.so', 'empty.so', 'text.so')
+        return copy.judge([folder + name for folder in (copy.plugins, copy.modules) for name in reported] +
                           [copy.modules + 'pipe.so'])
 
     @case('a good plug-in cut at 127 lengths')
@@ -283,7 +283,7 @@ try:
         shutil.copy(ZOO + 'starthangs.so', copy.modules)
         return copy.judge([*names, copy.modules + 'starthangs.so'], texts=['did not come back'])
 
-    @case('what came of a trial is remembered until the file changes')
+    @case('the result of a trial is remembered until the file changes')
     def _(copy):
         shutil.copy(ZOO + 'startexits.so', copy.plugins)
         problem = copy.judge(['startexits.so'])
@@ -296,7 +296,7 @@ try:
         return problem or copy.judge(formats=FORMATS + 3)
 
     for what, data in (('noise', os.urandom(1000)), ('no list', b'[1, 2]'), ('nothing', b''), ('2 MB', b'{' * 2000000)):
-        @case('a memory of trials that holds ' + what)
+        @case('a cache of trials that holds ' + what)
         def _(copy):
             os.makedirs(copy.home + '/.cache/tov')
             write(copy.home + '/.cache/tov/libraries', data)
@@ -365,7 +365,7 @@ try:
                 spoil(copy.coders)
                 return problem or without_coders(copy, text) or with_coders(copy)
 
-    # What is remembered of the formats holds for as long as size and date do; recording looks at the file itself.
+    # The cached formats are valid as long as size and date are the same; recording checks the file itself.
     for what, spoil, text in (OPEN_CODERS, ('that is a text, as long and as old', as_old, 'invalid ELF header')):
         @case(f'a coders\' library {what}, known from before')
         def _(copy, spoil=spoil, text=text):
@@ -380,7 +380,7 @@ try:
         problem = copy.judge(formats=FORMATS + 3)
         return problem or copy.judge(['rawcopy.so'], formats=FORMATS + 3, texts=['--safe-mode'], arguments=['--safe-mode'])
 
-    @case('a start that crashed is told of, once')
+    @case('a start that crashed is reported once')
     def _(copy):
         copy.run('modules')
         ended = subprocess.Popen(['true'])
@@ -388,24 +388,24 @@ try:
         write(f'{copy.home}/.cache/tov/starting-{ended.pid}', b'')
         first, second = copy.run('modules'), copy.run('modules')
         if 'the start before crashed' not in first.stderr:
-            return 'not told: ' + first.stderr
-        return 'told again' if 'crashed' in second.stderr else None
+            return 'not reported: ' + first.stderr
+        return 'reported again' if 'crashed' in second.stderr else None
 
-    @case('being told to stop is no crash')
+    @case('a start that is stopped has not crashed')
     def _(copy):
         process = starting(copy)
         for _ in range(3):
             process.send_signal(signal.SIGTERM)
             time.sleep(0.05)
         process.wait(timeout=60)
-        return 'taken for a crash' if 'crashed' in copy.run('modules').stderr else None
+        return 'reported as a crash' if 'crashed' in copy.run('modules').stderr else None
 
-    @case('a kill in the middle of a start is one')
+    @case('a start that is killed has crashed')
     def _(copy):
         process = starting(copy)
         process.kill()
         process.wait()
-        return None if 'the start before crashed' in copy.run('modules').stderr else 'not told'
+        return None if 'the start before crashed' in copy.run('modules').stderr else 'not reported'
 
     @case('the question about safe mode ends with the session')
     def _(copy):
@@ -434,5 +434,5 @@ finally:
 most, what = max(STARTS)
 print(f'a first start with nothing odd: {plain:.2f} s; the longest: {plain + most:.2f} s, {most:.2f} s more ({what})')
 if sanitized:
-    left_out('the judgement of that', 'the address sanitizer slows every start')
+    left_out('the limit on start-up time', 'the address sanitizer slows every start')
 finish()

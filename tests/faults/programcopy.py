@@ -1,4 +1,4 @@
-"""A copy of the built program, to be spoiled."""
+"""A copy of the built program, to be damaged."""
 
 import os
 import shutil
@@ -26,7 +26,7 @@ class Copy:
         self.coders = self.home + '/lib/libtovcoders.so'
         self.user = self.group = None
         self.runs_in = self.home
-        # How long the first `judge` took to start the program: nothing is known of the files yet.
+        # How long the first `judge` took to start the program: nothing is cached yet.
         self.first_start = None
 
     def run(self, *arguments, environment=None):
@@ -35,7 +35,7 @@ class Copy:
                               cwd=self.runs_in)
 
     def own_coders(self):
-        """From now on the library that brings FFmpeg along is a copy, too."""
+        """Makes a copy of the library that brings FFmpeg along."""
         folder = self.build + '/lib'
         os.remove(self.home + '/lib')
         os.mkdir(self.home + '/lib')
@@ -44,12 +44,12 @@ class Copy:
         self.repair_coders()
 
     def repair_coders(self):
-        """Puts a whole one in its place, as old as ever."""
+        """Replaces it by a complete one of the original date."""
         shutil.copy2(self.build + '/lib/libtovcoders.so', self.coders + '.new')
         os.replace(self.coders + '.new', self.coders)
 
     def lend(self, user):
-        """From now on that user runs it, in a home of their own; the files stay whose they are."""
+        """Makes that user run it, with another home folder; the files keep their owner."""
         self.user = user
         self.runs_in = self.home + '/theirs'
         os.mkdir(self.runs_in)
@@ -63,8 +63,8 @@ class Copy:
         return env
 
     def judge(self, bad=(), formats=FORMATS, texts=(), environment=None, arguments=(), status=0):
-        """Says what is wrong, or None. `bad`: file names, of plug-ins or whole ones, that must be told of, once each;
-        `texts`: what must be said of them."""
+        """Returns the problem, or None. `bad`: file names or paths that must be reported once each; `texts`: what the
+        reports must contain."""
         begin = time.monotonic()
         done = self.run('modules', *arguments, environment=environment)
         self.first_start = self.first_start or time.monotonic() - begin

@@ -81,8 +81,8 @@ check "the pixmaps are read" contains "nb_read_frames=4" ffprobe -v error -f ppm
 check "the pixmaps with transparency are read" contains "pix_fmt=rgba" ffprobe -v error -f pam_pipe -show_entries \
   stream=pix_fmt "$folder/a.pam"
 
-# How the files were linked: search paths beside the file only, everything resolved at the start, nothing both writable
-# and executable, positions that are drawn anew at each start, a guarded stack.
+# How the files were linked: search paths relative to the file only, all symbols resolved at start, nothing both writable
+# and executable, random load addresses, a guarded stack.
 only_origin() {
   local path
   path=$(readelf -dW "$1" | sed -n 's/.*(\(RUNPATH\|RPATH\)).*\[\(.*\)\]/\2/p')

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Good plug-ins pass every check; each bad one is told what it does wrong.
+# Good plug-ins pass every check; for each bad one the mistake is reported.
 set -uo pipefail
 build=$1
 count=0 good=0
@@ -17,14 +17,14 @@ expect() { # STATUS TEXT FILE [CHOSEN FORMAT LINES]
   fi
 }
 expect 0 "25 of 25 checks passed" "$build/bin/plugins/video/frames.so"
-expect 0 "313 of 313 checks passed" "$build/bin/plugins/video/ffmpeg.so"
+expect 0 "339 of 339 checks passed" "$build/bin/plugins/video/ffmpeg.so"
 expect 1 'it exports no function "doRegister"' "$build/tests/zoo/noregister.so"
 expect 1 "doRegister returned false" "$build/tests/zoo/refuses.so"
 expect 1 "an exception left doRegister" "$build/tests/zoo/throws.so"
 expect 1 "the same file extension twice" "$build/tests/zoo/twice.so"
 expect 1 "libabsent.so" "$build/tests/zoo/needsabsent.so"
 expect 1 "raw: a full disk: encodeChunk returned false" "$build/tests/zoo/rawcopy.so"
-expect 2 "there is no file" "$build/tests/zoo/nothing.so"
+expect 2 "no such file" "$build/tests/zoo/nothing.so"
 
 # Every mistake of one plug-in, from one run.
 export TOV_CHECK_LIMIT=1

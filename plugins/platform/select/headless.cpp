@@ -27,7 +27,7 @@ void setDefaultFormat()
 void prepareHeadless(const QString& pluginRoot)
 {
     QCoreApplication::addLibraryPath(pluginRoot);
-    // Threads without files to be had: Qt's own event loop ends the process in good order, GLib's crashes it.
+    // When a thread finds no free file descriptor, Qt's own event loop ends the process cleanly; GLib's crashes it.
     qputenv("QT_NO_GLIB", "1");
     if (!qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         return;

@@ -2,7 +2,7 @@
 
 #include <QString>
 
-/// Start-up of programs that may have to do without a screen.
+/// Start-up of programs that may run on machines without a screen.
 namespace tov::platform {
 
 /// True when a display server can be reached by the environment (DISPLAY or WAYLAND_DISPLAY), so that windows may be

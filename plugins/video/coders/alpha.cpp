@@ -27,7 +27,7 @@ const uchar* StraightAlpha::convert(const uchar* bgra, int width, int height, bo
         partial = partial || (p[3] != 0 && p[3] != 255);
         empty = empty || p[3] == 0;
     }
-    // Wholly covered and wholly empty pixels are straight as they are.
+    // Opaque and empty pixels need no conversion.
     if (!partial && !(spread && empty))
         return bgra;
     m_Frame.resize(std::size_t(pixels) * 4);
@@ -50,8 +50,8 @@ const uchar* StraightAlpha::convert(const uchar* bgra, int width, int height, bo
 
 void StraightAlpha::spreadColors(int width, int height)
 {
-    // Two sweeps, as for a distance map: each empty pixel takes the colour of that neighbour, of those the sweep has
-    // passed, which is nearest to something drawn.
+    // Two sweeps, as for a distance map: each empty pixel takes the colour of the neighbour that is nearest to
+    // something drawn, among those that the sweep has passed.
     constexpr uchar Far = 255;
     m_Distance.resize(std::size_t(width) * height);
     const qint64 pixels = qint64(width) * height;

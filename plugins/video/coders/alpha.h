@@ -6,12 +6,11 @@
 
 namespace tov::plugins::video {
 
-/// Turns a frame's pixels, colour already blended over the background, into straight alpha: the background is taken out
-/// again. Its colour stands in any pixel of alpha 0; until one has been seen it is taken for black.
+/// Converts a frame whose colours are blended over the background to straight alpha: removes the background again. Its
+/// colour is in every pixel of alpha 0; until one has been found, the background counts as black.
 ///
-/// Codecs that lose detail mix the colours of neighbours. For them the empty pixels around what is drawn take its
-/// colour
-/// (`spread`), so that nothing of the background's comes back at the edges.
+/// Lossy codecs mix the colours of neighbouring pixels. For them (`spread`) the empty pixels around an object get its
+/// colour, so that the background's colour does not show at the edges.
 class StraightAlpha
 {
 public:
@@ -23,7 +22,7 @@ private:
     bool m_Known = false;
     int m_Background[3] = {0, 0, 0}; ///< B, G, R
     std::vector<uchar> m_Frame;
-    std::vector<uchar> m_Distance; ///< of each pixel to the nearest drawn one, pixels; 255 = far
+    std::vector<uchar> m_Distance; ///< of each pixel to the nearest drawn one, in pixels; 255 = far
 };
 
 } // namespace tov::plugins::video

@@ -34,7 +34,7 @@ constexpr int DefaultFps = 25;
 constexpr int HighestFps = 1000000;
 /// Seconds between key frames at most: how finely players can seek.
 constexpr int KeySeconds = 2;
-/// Frames by which the HEVC coder's decoding order runs ahead: B frames that others refer to, one level.
+/// Frames by which the HEVC codec's decoding order is ahead of the display order: one level of referenced B frames.
 constexpr qint64 HevcReorder = 2;
 
 struct Freer
@@ -337,14 +337,14 @@ bool FFmpegCoder::send(bool flush)
         packet->stream_index = d->stream->index;
         if (packet->duration == 0)
             packet->duration = 1;
-        // The HEVC coder leaves decoding times unset when a stream is shorter than what it reorders (found by tests:
-        // now and then a one- or two-frame recording came with a random one). At a fixed rate they can be counted.
+        // The HEVC codec leaves decoding times unset when a stream is shorter than its reordering delay: recordings of
+        // one or two frames get random ones now and then. At a fixed rate they can be counted.
         if (codec->codec_id == AV_CODEC_ID_HEVC)
             packet->dts = std::min<qint64>(d->packets - HevcReorder, packet->pts);
         ++d->packets;
         if (d->firstDts == AV_NOPTS_VALUE)
             d->firstDts = packet->dts;
-        // Decoding begins at 0: codecs that reorder begin below.
+        // Decoding times begin at 0: those of codecs that reorder begin below.
         if (m_Format.indexed) {
             packet->pts -= d->firstDts;
             packet->dts -= d->firstDts;
@@ -372,8 +372,8 @@ void FFmpegCoder::complete()
         fail(__LINE__, __func__, QStringLiteral("The video file cannot be completed; what is in it can be played"),
              result);
     } else if (d->index && d->index->hasSamples()) {
-        // From fragments to one indexed file: the index behind everything, then the patch near the head. Should the
-        // index not fit on the disk, the fragments still play.
+        // From fragments to one indexed file: the index is appended, then the head is patched. If the index does not
+        // fit on the disk, the fragments still play.
         const QByteArray index = d->index->finalIndex(TicksPerFrame, quint32(d->stream->time_base.den));
         const qint64 end = job().output->pos();
         const QByteArray patch = d->index->patch(end);

@@ -8,7 +8,7 @@
 
 namespace tov::plugins::video {
 
-/// Codes a recording by FFmpeg's libraries, in any format of the table.
+/// Encodes a recording with FFmpeg's libraries, in any format of the table.
 class FFmpegCoder : public FrameCoder
 {
 public:

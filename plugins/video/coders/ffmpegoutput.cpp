@@ -42,7 +42,7 @@ bool FFmpegOutput::write(const char* data, qint64 size)
         data += written;
         size -= written;
     }
-    // Flushed, so that what has been encoded survives whatever becomes of this process.
+    // Flushed, so that what has been encoded survives a crash of this process.
     if (auto* file = qobject_cast<QFileDevice*>(mp_Device))
         m_Failed = m_Failed || !file->flush();
     return !m_Failed;

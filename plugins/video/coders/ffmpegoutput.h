@@ -10,12 +10,12 @@ struct AVIOContext;
 
 namespace tov::plugins::video {
 
-/// FFmpeg's output into a device that can be written and positioned, but not read. What is written reaches the file at
-/// once. After a failure nothing more is written.
+/// FFmpeg's output to a device that can be written and positioned, but not read. Every write is flushed to the file.
+/// After a failure nothing more is written.
 class FFmpegOutput
 {
 public:
-    /// `device` outlives this. `index`: null, or what filters a file of fragments (no positioning then).
+    /// `device` outlives this. `index`: null, or the filter for a file of fragments (then FFmpeg cannot seek).
     FFmpegOutput(QIODevice* device, Mp4Index* index);
     FFmpegOutput(const FFmpegOutput&) = delete;
     FFmpegOutput& operator=(const FFmpegOutput&) = delete;

@@ -97,7 +97,7 @@ void FrameCoder::codeFrames(QIODevice* chunk)
         if (isAborted())
             return;
         if (m_Finished) {
-            // The file has its end, a second beginning behind it would spoil it.
+            // The file is complete; a second header after it would corrupt it.
             fail(__LINE__, __func__, QStringLiteral("What comes after the last frame is dropped"));
             break;
         }
@@ -117,7 +117,7 @@ void FrameCoder::end()
 {
     if (std::exchange(m_Finished, true))
         return;
-    if (!m_Failed && (m_Opened || (isEmptyWritten() && ensureOpen())))
+    if (!m_Failed && (m_Opened || (writesEmptyFile() && ensureOpen())))
         complete();
     close();
 }
@@ -126,12 +126,12 @@ void FrameCoder::finish(const CoderJob& job)
 {
     m_Job = job;
     if (isAborted()) {
-        // The file is closed and gone already.
+        // The file has been closed and removed already.
         close();
         discard();
     } else {
         try {
-            end(); // where no chunk was marked last
+            end(); // if no chunk was marked as the last one
         } catch (const std::bad_alloc&) {
             failForMemory(__LINE__, __func__);
         }

@@ -6,7 +6,8 @@
 
 namespace tov::plugins::video {
 
-/// What all coders share: takes the frames out of the chunks, and says what goes wrong, once. Thread: as in `Coder`.
+/// The common part of all coders: takes the frames out of the chunks, and logs the first problem. Thread: as in
+/// `Coder`.
 class FrameCoder : public Coder
 {
 public:
@@ -17,19 +18,19 @@ protected:
     /// `sourceFile` names the coder in the log, and outlives it.
     explicit FrameCoder(const char* sourceFile) : m_SourceFile(sourceFile) {}
 
-    /// Opens the output and the codec, before the first frame. False: it failed, and said so.
+    /// Opens the output and the codec, before the first frame. False after a failure, which has been logged.
     virtual bool open() = 0;
-    /// Codes a frame of `job()`'s size: 0xAARRGGBB in the machine's byte order, colour premultiplied. False: it failed,
-    /// and said so.
+    /// Encodes a frame of `job()`'s size: 0xAARRGGBB in the machine's byte order, premultiplied. False after a failure,
+    /// which has been logged.
     virtual bool codeFrame(const uchar* bgra) = 0;
     /// Writes what is still held back, after the last frame. Not called after a failure.
     virtual void complete() = 0;
     /// Frees the codec. Always comes at the end.
     virtual void close() = 0;
-    /// Takes back what was written beside the output, after an abort.
+    /// Removes other files that were written with the output, after an abort.
     virtual void discard() {}
-    /// Whether a recording without frames makes a file, too.
-    virtual bool isEmptyWritten() const { return false; }
+    /// Whether a recording without frames also writes a file.
+    virtual bool writesEmptyFile() const { return false; }
 
     const CoderJob& job() const { return m_Job; }
     /// Logs the first problem and stops everything that follows; `averror` is FFmpeg's, or 0. Always false.

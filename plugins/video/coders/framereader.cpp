@@ -10,9 +10,9 @@ namespace tov::plugins::video {
 
 namespace {
 
-/// Bytes that may be read behind a frame: the scaler reads whole vector registers, also where a row ends inside one.
+/// Bytes that are read after a frame: the scaler reads whole vector registers, even if a row ends inside one.
 constexpr int Slack = 256;
-/// What a byte array can hold.
+/// The largest byte array.
 constexpr qint64 LargestFrame = qint64(std::numeric_limits<int>::max()) - 4096;
 
 } // namespace
@@ -27,7 +27,7 @@ FrameReader::FrameReader(QIODevice* chunk, qint64 frameBytes) : mp_Chunk(chunk),
     if (auto* buffer = qobject_cast<QBuffer*>(chunk)) {
         const QByteArray& bytes = buffer->data();
         mp_Memory = reinterpret_cast<const uchar*>(bytes.constData());
-        // Memory that grew has room behind its end as a rule.
+        // Memory that grew usually has room after its end.
         mp_End = mp_Memory + std::max(bytes.capacity(), bytes.size());
     } else if (m_Left > 0 && frameBytes > LargestFrame) {
         m_Failed = true;

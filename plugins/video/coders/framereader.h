@@ -5,25 +5,25 @@
 
 namespace tov::plugins::video {
 
-/// Bytes of a frame, B, G, R, A; 0 when no video can have that size: below 2, or beyond what can be counted.
+/// Bytes of a frame of B, G, R, A pixels; 0 for a size that no video can have: below 2, or too large to count.
 constexpr qint64 bytesOfFrame(int width, int height)
 {
     constexpr int Largest = 1 << 28;
     return width < 2 || height < 2 || width > Largest || height > Largest ? 0 : qint64(width) * height * 4;
 }
 
-/// Walks over the whole frames of a chunk. A chunk in memory is read where it lies, one in a file frame by frame.
+/// Iterates over the whole frames of a chunk. A chunk in memory is not copied, one in a file is read frame by frame.
 class FrameReader
 {
 public:
     /// `chunk` may be null (no frames) and is positioned anywhere; `frameBytes` above 0.
     FrameReader(QIODevice* chunk, qint64 frameBytes);
-    /// The next frame's bytes, valid until the next call, with readable memory behind them; null at the end, or when
+    /// The next frame's bytes, valid until the next call, followed by readable memory; null at the end, or when
     /// reading failed.
     const uchar* next();
-    /// Bytes behind the last whole frame.
+    /// Bytes after the last whole frame.
     qint64 remainder() const { return m_Remainder; }
-    /// True when the device could not deliver what it said it holds.
+    /// True when the device delivered less than its size.
     bool failed() const { return m_Failed; }
 
 private:
@@ -32,7 +32,7 @@ private:
     qint64 m_Left = 0;
     qint64 m_Remainder = 0;
     const uchar* mp_Memory = nullptr;
-    const uchar* mp_End = nullptr; ///< of the memory that may be read, also beyond the chunk
+    const uchar* mp_End = nullptr; ///< of the readable memory, which may extend beyond the chunk
     QByteArray m_Frame;
     bool m_Failed = false;
 };

@@ -115,7 +115,7 @@ bool FramesCoder::send(bool flush)
     return fail(__LINE__, __func__, QStringLiteral("A frame could not be encoded"), result);
 }
 
-/// Whether the list still lies where it was opened: its folder may have been moved, and another put in its place.
+/// Whether the list is still where it was opened: its folder may have been moved, and replaced by another one.
 bool FramesCoder::isListInPlace() const
 {
     const auto* list = qobject_cast<QFile*>(job().output);

@@ -33,7 +33,7 @@ private:
     void complete() override;
     void close() override;
     void discard() override;
-    bool isEmptyWritten() const override { return true; }
+    bool writesEmptyFile() const override { return true; }
 
     /// Sends the codec's frame, or null at the end, and writes every picture that is done.
     bool send(bool flush);

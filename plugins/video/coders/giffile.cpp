@@ -18,14 +18,14 @@ constexpr int ImageFlagsAt = 9;
 constexpr int DelayAt = 4; ///< in a graphic control extension
 constexpr int ControlBytes = 8;
 constexpr uchar Extension = 0x21, Image = 0x2c, Trailer = 0x3b, GraphicControl = 0xf9;
-constexpr uchar HasTable = 0x80, TableSize = 0x07;
+constexpr uchar OwnTable = 0x80, TableSize = 0x07;
 /// Players take shorter delays, in hundredths of a second, for a tenth of a second.
 constexpr qint64 ShortestDelay = 2;
 constexpr qint64 LongestDelay = 65535;
 
 int tableBytes(uchar flags)
 {
-    return flags & HasTable ? 3 << ((flags & TableSize) + 1) : 0;
+    return flags & OwnTable ? 3 << ((flags & TableSize) + 1) : 0;
 }
 
 struct GifFrame
@@ -129,7 +129,7 @@ QByteArray controlWith(const MappedFile& file, const GifFrame& frame, qint64 del
 QByteArray imageWithTable(const MappedFile& file, const GifFrame& frame, const QByteArray& table, uchar globalFlags)
 {
     QByteArray image = file.bytes(frame.image, ImageBytes);
-    image[ImageFlagsAt] = char(uchar(image[ImageFlagsAt]) | HasTable | (globalFlags & TableSize));
+    image[ImageFlagsAt] = char(uchar(image[ImageFlagsAt]) | OwnTable | (globalFlags & TableSize));
     return image + table;
 }
 
@@ -186,7 +186,7 @@ QString joinGifs(const QStringList& parts, const std::vector<qint64>& counts, co
         const QByteArray table = gif.globalTable();
         for (const GifFrame& frame : gif.frames) {
             // A frame without colours of its own uses its part's.
-            const bool borrows = !(gif.file.byte(frame.image + ImageFlagsAt) & HasTable);
+            const bool borrows = !(gif.file.byte(frame.image + ImageFlagsAt) & OwnTable);
             if (&gif == &first || !borrows || table == first.globalTable()) {
                 written.copy(gif.file, frame.begin, frame.end);
                 continue;

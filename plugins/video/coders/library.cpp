@@ -1,4 +1,4 @@
-// What the plug-ins find here; see CoderFunctions.
+// The library's interface to the plug-ins; see CoderFunctions.
 
 #include "kernel/log/logger.h"
 #include "kernel/main/export.h"
@@ -26,7 +26,7 @@ namespace tov::plugins::video {
 
 namespace {
 
-/// What FFmpeg has to say goes into the log, errors only.
+/// FFmpeg's error messages are logged.
 void onFFmpegMessage(void* context, int level, const char* format, va_list arguments)
 {
     if (level > AV_LOG_ERROR)
@@ -38,7 +38,7 @@ void onFFmpegMessage(void* context, int level, const char* format, va_list argum
                           QString::fromUtf8(line).trimmed());
 }
 
-/// From the moment on that the library is loaded.
+/// Set as soon as the library is loaded.
 [[maybe_unused]] const bool messagesTaken = (av_log_set_callback(onFFmpegMessage), true);
 
 Coder* createFFmpegCoder(const Format& format)

@@ -48,7 +48,7 @@ struct Child
     QByteArray contents; ///< without the head
 };
 
-/// The boxes inside a container's contents; empty when they do not add up.
+/// The boxes inside a container's contents; empty when their sizes are wrong.
 std::vector<Child> children(const QByteArray& contents)
 {
     std::vector<Child> result;
@@ -62,13 +62,133 @@ std::vector<Child> children(const QByteArray& contents)
     return result;
 }
 
-/// Times of `mvhd`, `tkhd` and `mdhd` stand behind version and flags; the field before the duration differs.
+/// Times of `mvhd`, `tkhd` and `mdhd` follow version and flags; the field before the duration differs.
 void setDuration(QByteArray& contents, int fieldsBefore32, int fieldsBefore64, quint64 duration)
 {
     if (!contents.isEmpty() && contents.at(0) == 1)
         replace<quint64>(contents, 4 + fieldsBefore64, duration);
     else
         replace<quint32>(contents, 4 + fieldsBefore32, quint32(std::min<quint64>(duration, 0xffffffffu)));
+}
+
+/// A table of the index: the number of entries, then the entries.
+struct EntryTable
+{
+    QByteArray bytes;
+    quint32 count = 0;
+
+    /// Adds a value to the last run of equal ones, or begins a new run.
+    void addToRun(quint32 value)
+    {
+        if (count > 0 && get<quint32>(bytes, bytes.size() - 4) == value) {
+            replace<quint32>(bytes, bytes.size() - 8, get<quint32>(bytes, bytes.size() - 8) + 1);
+            return;
+        }
+        put<quint32>(bytes, 1);
+        put<quint32>(bytes, value);
+        ++count;
+    }
+    QByteArray contents() const
+    {
+        QByteArray result(4, 0); // version and flags
+        put<quint32>(result, count);
+        return result + bytes;
+    }
+};
+
+/// What is put into the preliminary index.
+struct TrackIndex
+{
+    QByteArray tables;       ///< boxes of the sample table, but for the description of the codec
+    quint32 timeScale;       ///< ticks per second
+    quint64 mediaDuration;   ///< ticks
+    quint64 shownDuration;   ///< ticks
+    std::int64_t firstShown; ///< ticks from the first decoding to the first showing
+};
+
+/// Rewrites boxes of one container; `change` returns the new box, or nothing for one that is left out.
+template <typename Change>
+QByteArray rewritten(const QByteArray& contents, Change change)
+{
+    QByteArray result;
+    for (const Child& child : children(contents))
+        result += change(child);
+    return result;
+}
+
+QByteArray unchanged(const Child& child)
+{
+    return box(child.type.constData(), child.contents);
+}
+
+/// The sample tables, in place of the empty ones of a file of fragments.
+QByteArray indexedInformation(const QByteArray& contents, const TrackIndex& track)
+{
+    return rewritten(contents, [&track](const Child& child) {
+        if (child.type != "stbl")
+            return unchanged(child);
+        const QByteArray description = rewritten(
+            child.contents, [](const Child& table) { return table.type == "stsd" ? unchanged(table) : QByteArray(); });
+        return box("stbl", description + track.tables);
+    });
+}
+
+QByteArray indexedMedia(const QByteArray& contents, const TrackIndex& track)
+{
+    return rewritten(contents, [&track](Child child) {
+        if (child.type == "mdhd") {
+            const bool wide = child.contents.at(0) == 1;
+            replace<quint32>(child.contents, 4 + (wide ? 16 : 8), track.timeScale);
+            setDuration(child.contents, 12, 20, track.mediaDuration);
+        } else if (child.type == "minf") {
+            child.contents = indexedInformation(child.contents, track);
+        }
+        return unchanged(child);
+    });
+}
+
+/// Leaves out the time before the first frame is shown: what is decoded early is not shown early.
+QByteArray editList(const TrackIndex& track, quint32 movieScale)
+{
+    QByteArray list(4, 0);
+    put<quint32>(list, 1);
+    // Rounded up: what a list that is too short leaves out is not shown.
+    put<quint32>(list, quint32((track.shownDuration * movieScale + track.timeScale - 1) / track.timeScale));
+    put<qint32>(list, qint32(track.firstShown));
+    put<quint32>(list, 0x00010000);
+    return box("edts", box("elst", list));
+}
+
+QByteArray indexedTrack(const QByteArray& contents, const TrackIndex& track, quint32 movieScale)
+{
+    return rewritten(contents, [&](Child child) {
+        if (child.type == "edts")
+            return QByteArray();
+        if (child.type == "mdia")
+            child.contents = indexedMedia(child.contents, track);
+        if (child.type != "tkhd")
+            return unchanged(child);
+        setDuration(child.contents, 16, 24, track.shownDuration * movieScale / track.timeScale);
+        return unchanged(child) + (track.firstShown > 0 ? editList(track, movieScale) : QByteArray());
+    });
+}
+
+/// The contents of the final index, from those of the preliminary one.
+QByteArray indexedMovie(const QByteArray& contents, const TrackIndex& track)
+{
+    quint32 movieScale = 1000;
+    return rewritten(contents, [&](Child child) {
+        if (child.type == "mvex")
+            return QByteArray(); // announces fragments
+        if (child.type == "mvhd") {
+            const bool wide = child.contents.at(0) == 1;
+            movieScale = get<quint32>(child.contents, 4 + (wide ? 16 : 8));
+            setDuration(child.contents, 12, 20, track.shownDuration * movieScale / track.timeScale);
+        } else if (child.type == "trak") {
+            child.contents = indexedTrack(child.contents, track, movieScale);
+        }
+        return unchanged(child);
+    });
 }
 
 } // namespace
@@ -87,7 +207,7 @@ QByteArray Mp4Index::filter(const std::uint8_t* data, int size)
                 break;
             const QByteArray type = m_Head.mid(4, 4);
             if (m_FreePosition < 0 && type != "ftyp") {
-                // Behind the file's type, before everything else.
+                // After the file's type, before everything else.
                 m_FreePosition = m_Written;
                 out += box("free", QByteArray(FreeBox - BoxHead, 0));
                 m_Written += FreeBox;
@@ -129,8 +249,8 @@ void Mp4Index::addSample(const Sample& sample)
 
 void Mp4Index::readFragment()
 {
-    // The sizes of the samples as they lie in the file: the muxer may have rewritten the packets. Fields are there when
-    // their flag is set (ISO/IEC 14496-12, track fragment header and run).
+    // The sizes of the samples in the file: the muxer may have rewritten the packets. A field is present if its flag is
+    // set (ISO/IEC 14496-12, track fragment header and run).
     for (const Child& traf : children(m_Moof)) {
         if (traf.type != "traf")
             continue;
@@ -169,152 +289,87 @@ void Mp4Index::readFragment()
 QByteArray Mp4Index::patch(std::int64_t fileSize) const
 {
     QByteArray head;
-    put<quint32>(head, 1); // the size stands behind, in 64 bits
+    put<quint32>(head, 1); // the size follows, in 64 bits
     head.append("mdat", 4);
     put<quint64>(head, quint64(fileSize - m_FreePosition));
     return head;
 }
 
-QByteArray Mp4Index::finalIndex(std::int64_t frameDuration, std::uint32_t timeScale) const
+std::vector<std::uint32_t> Mp4Index::samplesPerRange() const
 {
-    // Each sample lies behind the one before, data box by data box: a chunk each.
-    std::vector<quint32> counts(m_Data.size());
+    std::vector<std::uint32_t> counts(m_Data.size());
     std::size_t range = 0;
     std::int64_t used = 0;
     for (const std::uint32_t size : m_Sizes) {
         while (range < m_Data.size() && used + size > m_Data[range].size) {
             if (used != m_Data[range].size)
-                return QByteArray();
+                return {};
             ++range;
             used = 0;
         }
         if (range == m_Data.size())
-            return QByteArray();
+            return {};
         ++counts[range];
         used += size;
     }
-    if (m_Sizes.empty() || m_Sizes.size() != m_Times.size() || m_FreePosition < 0)
-        return QByteArray();
+    return counts;
+}
 
+QByteArray Mp4Index::chunkTables(const std::vector<std::uint32_t>& counts) const
+{
+    EntryTable samples, offsets;
+    quint32 lastCount = 0;
+    for (std::size_t i = 0; i < counts.size(); ++i) {
+        if (counts[i] == 0)
+            continue;
+        put<quint64>(offsets.bytes, quint64(m_Data[i].begin));
+        ++offsets.count;
+        if (counts[i] == lastCount)
+            continue; // as many samples as in the previous chunk
+        lastCount = counts[i];
+        put<quint32>(samples.bytes, offsets.count);
+        put<quint32>(samples.bytes, lastCount);
+        put<quint32>(samples.bytes, 1);
+        ++samples.count;
+    }
+    QByteArray sizes(8, 0); // version, flags, no common size
+    put<quint32>(sizes, quint32(m_Sizes.size()));
+    for (const std::uint32_t size : m_Sizes)
+        put<quint32>(sizes, size);
+    return box("stsc", samples.contents()) + box("stsz", sizes) + box("co64", offsets.contents());
+}
+
+QByteArray Mp4Index::finalIndex(std::int64_t frameDuration, std::uint32_t timeScale) const
+{
+    // Each data box is a chunk; its samples are contiguous.
+    const std::vector<std::uint32_t> counts = samplesPerRange();
+    if (counts.empty() || m_Sizes.empty() || m_Sizes.size() != m_Times.size() || m_FreePosition < 0)
+        return QByteArray();
     // Times: the decoding step of each sample, and how much later it is shown.
-    QByteArray stts, ctts, stss, stsc, stsz, co64;
-    quint32 sttsCount = 0, cttsCount = 0, stscCount = 0, chunkCount = 0, lastCount = 0;
+    EntryTable steps, shifts, keys;
     std::int64_t dts = 0, firstShown = std::numeric_limits<std::int64_t>::max(), end = 0;
     bool reordered = false;
-    const auto runs = [](QByteArray& table, quint32& count, quint32 value) {
-        if (count > 0 && get<quint32>(table, table.size() - 4) == value) {
-            replace<quint32>(table, table.size() - 8, get<quint32>(table, table.size() - 8) + 1);
-            return;
-        }
-        put<quint32>(table, 1);
-        put<quint32>(table, value);
-        ++count;
-    };
     for (std::size_t i = 0; i < m_Times.size(); ++i) {
         dts += m_Times[i].step;
         const std::int64_t pts = dts + m_Times[i].shift;
-        runs(stts, sttsCount, i + 1 < m_Times.size() ? m_Times[i + 1].step : quint32(frameDuration));
-        runs(ctts, cttsCount, quint32(std::max(0, m_Times[i].shift)));
+        steps.addToRun(i + 1 < m_Times.size() ? m_Times[i + 1].step : quint32(frameDuration));
+        shifts.addToRun(quint32(std::max(0, m_Times[i].shift)));
         reordered = reordered || m_Times[i].shift != 0;
-        put<quint32>(stsz, m_Sizes[i]);
         firstShown = std::min(firstShown, pts);
         end = std::max(end, pts + frameDuration);
     }
     for (const std::uint32_t key : m_Keys)
-        put<quint32>(stss, key);
-    for (std::size_t i = 0; i < counts.size(); ++i) {
-        if (counts[i] == 0)
-            continue;
-        put<quint64>(co64, quint64(m_Data[i].begin));
-        ++chunkCount;
-        if (counts[i] == lastCount)
-            continue; // as many samples as the chunk before
-        lastCount = counts[i];
-        put<quint32>(stsc, chunkCount);
-        put<quint32>(stsc, lastCount);
-        put<quint32>(stsc, 1);
-        ++stscCount;
-    }
-    const quint64 mediaDuration = quint64(dts + frameDuration);
-    const quint64 shownDuration = quint64(end - firstShown);
-    const auto counted = [](quint32 count, const QByteArray& table) {
-        QByteArray contents(4, 0); // version and flags
-        put<quint32>(contents, count);
-        return contents + table;
-    };
-
-    QByteArray moov;
-    quint32 movieScale = 1000;
-    for (Child child : children(m_Moov)) {
-        if (child.type == "mvex")
-            continue; // says that there are fragments
-        if (child.type == "mvhd") {
-            const bool wide = child.contents.at(0) == 1;
-            movieScale = get<quint32>(child.contents, 4 + (wide ? 16 : 8));
-            setDuration(child.contents, 12, 20, shownDuration * movieScale / timeScale);
-        } else if (child.type == "trak") {
-            QByteArray trak;
-            for (Child part : children(child.contents)) {
-                if (part.type == "edts")
-                    continue;
-                if (part.type == "tkhd") {
-                    setDuration(part.contents, 16, 24, shownDuration * movieScale / timeScale);
-                    trak += box("tkhd", part.contents);
-                    if (reordered && firstShown > 0) {
-                        // What is decoded early is not shown early.
-                        QByteArray elst(4, 0);
-                        put<quint32>(elst, 1);
-                        // Rounded up: what a list that is too short leaves out is not shown.
-                        put<quint32>(elst, quint32((shownDuration * movieScale + timeScale - 1) / timeScale));
-                        put<qint32>(elst, qint32(firstShown));
-                        put<quint32>(elst, 0x00010000);
-                        trak += box("edts", box("elst", elst));
-                    }
-                    continue;
-                }
-                if (part.type == "mdia") {
-                    QByteArray mdia;
-                    for (Child media : children(part.contents)) {
-                        if (media.type == "mdhd") {
-                            const bool wide = media.contents.at(0) == 1;
-                            // The samples' own scale.
-                            replace<quint32>(media.contents, 4 + (wide ? 16 : 8), timeScale);
-                            setDuration(media.contents, 12, 20, mediaDuration);
-                        } else if (media.type == "minf") {
-                            QByteArray minf;
-                            for (Child information : children(media.contents)) {
-                                if (information.type == "stbl") {
-                                    QByteArray stbl;
-                                    for (const Child& table : children(information.contents))
-                                        if (table.type == "stsd")
-                                            stbl += box("stsd", table.contents);
-                                    stbl += box("stts", counted(sttsCount, stts));
-                                    if (reordered)
-                                        stbl += box("ctts", counted(cttsCount, ctts));
-                                    if (m_Keys.size() < m_Times.size())
-                                        stbl += box("stss", counted(quint32(m_Keys.size()), stss));
-                                    stbl += box("stsc", counted(stscCount, stsc));
-                                    QByteArray sizes(8, 0); // version, flags, no common size
-                                    put<quint32>(sizes, quint32(m_Times.size()));
-                                    stbl += box("stsz", sizes + stsz);
-                                    stbl += box("co64", counted(chunkCount, co64));
-                                    information.contents = stbl;
-                                }
-                                minf += box(information.type.constData(), information.contents);
-                            }
-                            media.contents = minf;
-                        }
-                        mdia += box(media.type.constData(), media.contents);
-                    }
-                    part.contents = mdia;
-                }
-                trak += box(part.type.constData(), part.contents);
-            }
-            child.contents = trak;
-        }
-        moov += box(child.type.constData(), child.contents);
-    }
-    return box("moov", moov);
+        put<quint32>(keys.bytes, key);
+    keys.count = quint32(m_Keys.size());
+    QByteArray tables = box("stts", steps.contents());
+    if (reordered)
+        tables += box("ctts", shifts.contents());
+    if (m_Keys.size() < m_Times.size())
+        tables += box("stss", keys.contents());
+    tables += chunkTables(counts);
+    const TrackIndex track{tables, timeScale, quint64(dts + frameDuration), quint64(end - firstShown),
+                           reordered ? firstShown : 0};
+    return box("moov", indexedMovie(m_Moov, track));
 }
 
 } // namespace tov::plugins::video

@@ -8,15 +8,15 @@
 
 namespace tov::plugins::video {
 
-/// Turns a growing file of fragments into one ordinary indexed file at the end, by writing an index behind everything
+/// Turns a growing file of fragments into one ordinary indexed file at the end, by appending an index
 /// and patching 16 bytes near the head; nothing is read back. While it grows, the file plays as fragments do.
 ///
-/// The muxer's bytes pass through `filter`, which puts a 16-byte "free" box behind the file's type. At the end that box
-/// becomes the head of one "mdat" which swallows the preliminary index and all fragments, and `finalIndex` goes behind.
+/// The muxer's bytes pass through `filter`, which inserts a 16-byte "free" box after the file's type. At the end that
+/// box becomes the head of one "mdat" that contains the preliminary index and all fragments, followed by `finalIndex`.
 class Mp4Index
 {
 public:
-    /// What has to be known of each packet, in the order in which they went into the muxer.
+    /// The times of each packet, in the order in which they went into the muxer.
     struct Sample
     {
         std::int64_t pts; ///< in `timeScale` units, the first dts being 0
@@ -24,13 +24,13 @@ public:
         bool key;
     };
 
-    /// Takes the next bytes that the muxer writes, returns what is to be written to the file in their place.
+    /// Takes the next bytes that the muxer writes, returns the bytes to be written to the file instead.
     QByteArray filter(const std::uint8_t* data, int size);
     void addSample(const Sample& sample);
     bool hasSamples() const { return !m_Times.empty(); }
 
-    /// The index for all samples, from the preliminary one: `duration` of a frame and `timeScale` as the samples' times
-    /// count. Empty when the fragments do not hold what the samples say.
+    /// The index for all samples, made from the preliminary one; `frameDuration` in ticks, `timeScale` in ticks per
+    /// second. Empty when samples and fragments do not match.
     QByteArray finalIndex(std::int64_t frameDuration, std::uint32_t timeScale) const;
     /// Position and contents of the patch near the head, once `finalIndex` has been written at `fileSize`.
     std::int64_t patchPosition() const { return m_FreePosition; }
@@ -38,6 +38,10 @@ public:
 
 private:
     void readFragment();
+    /// How many samples each data box holds; empty when they do not fill the boxes.
+    std::vector<std::uint32_t> samplesPerRange() const;
+    /// The tables that say where each sample is.
+    QByteArray chunkTables(const std::vector<std::uint32_t>& counts) const;
 
     struct Range
     {
@@ -46,7 +50,7 @@ private:
     };
 
     QByteArray m_Head;          ///< bytes of the box head that is being collected
-    std::int64_t m_Written = 0; ///< bytes given out so far
+    std::int64_t m_Written = 0; ///< bytes returned so far
     std::int64_t m_BoxLeft = 0; ///< bytes of the current box that are still to come
     enum class Keep
     {
@@ -57,14 +61,14 @@ private:
     Keep m_Keep = Keep::Nothing;       ///< what the current box is
     QByteArray m_Moov;                 ///< the preliminary index
     QByteArray m_Moof;                 ///< the fragment head that is being collected
-    std::deque<std::uint32_t> m_Sizes; ///< of the samples, as the muxer laid them down
+    std::deque<std::uint32_t> m_Sizes; ///< of the samples, as the muxer wrote them
     std::int64_t m_FreePosition = -1;
     std::vector<Range> m_Data; ///< payloads of the fragments' data boxes
 
-    /// Hours of recording: small, and no vector, which is copied each time it grows.
+    /// Kept for hours of recording: small, and not in a vector, which is copied each time it grows.
     struct Time
     {
-        std::uint32_t step; ///< of the dts, from the sample before
+        std::uint32_t step; ///< of the dts, from the previous sample
         std::int32_t shift; ///< from dts to pts
     };
     std::deque<Time> m_Times;

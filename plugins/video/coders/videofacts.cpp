@@ -23,17 +23,17 @@ struct Freer
     void operator()(AVPacket* p) const { av_packet_free(&p); }
 };
 
-/// How long the reading may go on.
-struct Patience
+/// When reading ends early.
+struct ReadLimit
 {
     const bool* stop; ///< not owned; reached through std::atomic_ref
     Clock::time_point end = Clock::now() + Limit;
 };
 
-/// Not zero once it is over.
-int isOver(void* patience)
+/// Not 0 once reading must end.
+int isOver(void* limit)
 {
-    const auto& limits = *static_cast<const Patience*>(patience);
+    const auto& limits = *static_cast<const ReadLimit*>(limit);
     return std::atomic_ref<bool>(const_cast<bool&>(*limits.stop)).load() || Clock::now() > limits.end;
 }
 
@@ -41,33 +41,33 @@ int isOver(void* patience)
 
 int probeVideo(const char* fileName, const bool* stop, long long* frames, double* seconds)
 {
-    Patience patience{stop};
+    ReadLimit limit{stop};
     AVFormatContext* raw = avformat_alloc_context();
     std::unique_ptr<AVPacket, Freer> packet(av_packet_alloc());
     if (!raw || !packet) {
         avformat_free_context(raw);
         return -1;
     }
-    raw->interrupt_callback = {isOver, &patience};
+    raw->interrupt_callback = {isOver, &limit};
     // A name with a colon is a file's, too. On failure the context is freed.
     const std::string name = std::string("file:") + fileName;
     if (avformat_open_input(&raw, name.c_str(), nullptr, nullptr) < 0)
-        return isOver(&patience) ? -1 : 0;
+        return isOver(&limit) ? -1 : 0;
     std::unique_ptr<AVFormatContext, Freer> context(raw);
     int result = avformat_find_stream_info(raw, nullptr);
     const int stream = result < 0 ? result : av_find_best_stream(raw, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
     if (stream < 0)
-        return isOver(&patience) ? -1 : 0;
+        return isOver(&limit) ? -1 : 0;
     long long count = 0;
-    while ((result = av_read_frame(raw, packet.get())) >= 0 && !isOver(&patience)) {
+    while ((result = av_read_frame(raw, packet.get())) >= 0 && !isOver(&limit)) {
         count += packet->stream_index == stream;
         av_packet_unref(packet.get());
     }
-    if (isOver(&patience))
+    if (isOver(&limit))
         return -1;
     *frames = count;
     *seconds = raw->duration == AV_NOPTS_VALUE ? 0 : double(raw->duration) / AV_TIME_BASE;
-    // What comes before a damaged end counts.
+    // The frames before a damaged end count.
     return count > 0 || result == AVERROR_EOF ? 1 : 0;
 }
 

@@ -31,7 +31,7 @@ const QString LoaderList = QStringLiteral("/etc/ld.so.cache");
 /// The coders, FFmpeg's codecs, FFmpeg's file formats, the loader's list.
 constexpr int DecidingFiles = 4;
 
-/// Some libraries end the process when they find no free descriptor on being loaded.
+/// Some libraries end the process when no descriptor is free while they are loaded.
 bool areFilesFree()
 {
     constexpr std::size_t Needed = 8;
@@ -52,7 +52,7 @@ const CoderFunctions* load(QString* error)
         *error = QStringLiteral("too many files are open");
         return nullptr;
     }
-    // A file that is cut off would end the process.
+    // Loading a truncated file would crash the process.
     *error = tov::util::findElfProblem(coderLibraryFile());
     if (error->isEmpty())
         *error = tov::util::findAccessProblem(coderLibraryFile());
@@ -70,7 +70,7 @@ const CoderFunctions* load(QString* error)
     return static_cast<const CoderFunctions*>(functions);
 }
 
-/// Name of the file in the cache; empty if the loader of libraries was told to look elsewhere.
+/// Name of the file in the cache; empty if the dynamic loader is configured by the environment.
 QString cacheName()
 {
     for (const char* name : {"LD_PRELOAD", "LD_LIBRARY_PATH", "LD_AUDIT"})
@@ -81,7 +81,7 @@ QString cacheName()
     return QStringLiteral("video-formats-") + QString::fromLatin1(place.toHex().left(16));
 }
 
-/// The cached formats. False when there are none, or one of the files has changed that decide which formats there are.
+/// The cached formats. False when nothing is cached, or a file has changed that determines which formats are available.
 bool readFormats(QStringList* formats)
 {
     const QString name = cacheName();
@@ -139,7 +139,7 @@ void logUnloaded(const QString& error)
                           QStringLiteral("The video coders cannot be loaded: %1").arg(error));
 }
 
-QStringList availableFormats(bool tell)
+QStringList availableFormats(bool logFailure)
 {
     QStringList formats;
     if (readFormats(&formats))
@@ -147,7 +147,7 @@ QStringList availableFormats(bool tell)
     QString error;
     const CoderFunctions* coders = coderFunctions(&error);
     if (!coders) {
-        if (tell)
+        if (logFailure)
             logUnloaded(error);
         return QStringList();
     }

@@ -7,8 +7,8 @@
 
 namespace tov::plugins::video {
 
-/// What the library of coders offers: this structure, under a name whose number changes whenever it or what it refers
-/// to does, so that a program that is replaced while it runs does not take up with the library of another version.
+/// The interface of the coders' library: this structure, exported under a name whose number changes with the structure
+/// and the types in it, so that a program that is replaced while it runs does not use a library of another version.
 constexpr char CoderFunctionsName[] = "tovCoderFunctions2";
 struct CoderFunctions
 {
@@ -16,31 +16,30 @@ struct CoderFunctions
     Coder* (*createFramesCoder)();                     ///< the caller owns it
     /// Extensions of the formats that the FFmpeg libraries of this machine can make.
     QStringList (*availableFormats)();
-    /// The files of those FFmpeg libraries that this depends on.
+    /// The files of the FFmpeg libraries that determine the formats.
     QStringList (*libraryFiles)();
-    /// What a video file says of itself: 1, and the frames in it and its length in seconds (0 = unknown); 0: it cannot
-    /// be read as a video; -1: it cannot be told: `stop` became true, or there is no time or memory.
+    /// Reads a video file. 1: done, with the number of frames and the length in seconds (0 = unknown); 0: it cannot be
+    /// read as a video; -1: unknown, because `stop` became true or there is no time or memory.
     int (*probeVideo)(const char* fileName, const bool* stop, long long* frames, double* seconds);
-    /// Gives a finished file other times, and joins files; see docs/encoder-plugins.md. 1: done; 0: it failed, the log
-    /// says why.
+    /// Changes the times of a finished file, and joins files; see docs/encoder-plugins.md. 1: done; 0: it failed, and
+    /// the reason was logged.
     int (*retimeVideo)(const char* fileName, const bool* stop, const double* starts, long long count, double seconds);
     int (*joinVideos)(const char* const* parts, const long long* counts, int partCount, const char* output,
                       const bool* stop);
 };
 
-/// The coders, loaded when they are asked for first: FFmpeg brings some 180 libraries along, which take time and memory
-/// that a program without a recording does without. They stay for the life of the process, since some of them lose
-/// memory or threads when they are unloaded. Null when they cannot be loaded now, and `error`, unless null, says why.
-/// Thread: any.
+/// The coders, loaded at the first call: FFmpeg brings some 180 libraries along, whose time and memory a program
+/// without a recording saves. They stay loaded until the process ends, because some of them leak memory or threads when
+/// they are unloaded. Null when they cannot be loaded now; `error`, unless null, then gets the reason. Thread: any.
 const CoderFunctions* coderFunctions(QString* error = nullptr);
-/// The file of that library.
+/// The file of the coders' library. Thread: any.
 QString coderLibraryFile();
-/// Says so in the log.
+/// Logs that the coders could not be loaded. Thread: any.
 void logUnloaded(const QString& error);
 
-/// The formats that this machine can make, by extension. Remembered between runs for as long as the libraries stay as
-/// they are, so that the coders need not be loaded to know. Where they cannot be loaded there is none; `tell`: it is
-/// said in the log, which is for one to do. Thread: application.
-QStringList availableFormats(bool tell = false);
+/// The formats that this machine can write, by extension. Cached until one of the libraries changes, so that the coders
+/// need not be loaded. Empty when they cannot be loaded; with `logFailure` the reason is logged, which one plug-in of
+/// several does. Thread: application.
+QStringList availableFormats(bool logFailure = false);
 
 } // namespace tov::plugins::video

@@ -5,7 +5,7 @@
 
 namespace tov::plugins::video {
 
-/// One file format: what is registered, and how FFmpeg makes it.
+/// One file format: how it is registered, and how FFmpeg writes it.
 struct Format
 {
     const char* extension;   ///< complete suffix, lower case, no leading dot
@@ -14,7 +14,7 @@ struct Format
     const char* codec;       ///< FFmpeg's encoder name
     const char* pixelFormat; ///< FFmpeg's name
     bool alpha;              ///< stores straight alpha; otherwise alpha is ignored
-    bool rateControlled;     ///< the bit rate setting holds
+    bool rateControlled;     ///< uses the bit rate setting
     bool indexed;            ///< fragments that become one indexed file at the end (mp4, mov)
     const char* filter;      ///< filter graph between frames and encoder, or null
     std::vector<std::pair<const char*, const char*>> codecOptions;
@@ -26,7 +26,7 @@ struct Format
     int highestLookahead = 0;
 };
 
-/// The formats of this family, all of them.
+/// All formats that FFmpeg writes for us. Thread: any.
 const std::vector<Format>& formats();
 
 } // namespace tov::plugins::video

@@ -4,9 +4,9 @@ namespace tov::plugins::video {
 
 namespace {
 
-// A GIF's pixels are there or not: those half covered and more are. It counts hundredths of a second, and players
-// take delays below two of them for something else.
-// The presets are those that keep up with capture on two cores; see the benchmarks.
+// A GIF's pixels are opaque or transparent: pixels that are at least half covered are opaque. Its times are hundredths
+// of a second, and players show a frame with a delay below two of them for a tenth of a second. The presets keep up
+// with capture on two cores; see the benchmarks.
 const std::vector<Format> Table = {
     {"mp4",
      "MPEG-4 video (H.264)",

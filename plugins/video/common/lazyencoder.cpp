@@ -12,7 +12,7 @@ LazyEncoder::LazyEncoder(const Format* format) : mp_Format(format)
     try {
         m_Loading = std::async(std::launch::async, [] { coderFunctions(); });
     } catch (const std::system_error&) {
-        // No thread to be had: then it is loaded with the first chunk.
+        // No thread is available: it is loaded with the first chunk.
     }
 }
 
@@ -26,7 +26,7 @@ CoderJob LazyEncoder::job() const
 bool LazyEncoder::initEncoding(QIODevice*, bool)
 {
     // Everything is opened later, on the runner, whose idle scheduling the codec's threads inherit. Refusing here would
-    // strand every chunk, so a problem with the output is not even looked for.
+    // leak every chunk, so the output is not checked.
     m_Coder.reset();
     m_Lost = false;
     return true;

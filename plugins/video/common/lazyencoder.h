@@ -8,8 +8,8 @@
 
 namespace tov::plugins::video {
 
-/// The encoder of every format here. Its coder comes from the library of coders, which is loaded while the first chunk
-/// is captured.
+/// The encoder of every format of ours. Its coder is in the coders' library, which is loaded while the first chunk is
+/// captured.
 class LazyEncoder : public tov::grab::video::Encoder
 {
     Q_OBJECT
@@ -30,7 +30,7 @@ private:
     const Format* mp_Format; ///< not owned
     std::future<void> m_Loading;
     std::unique_ptr<Coder> m_Coder; ///< null until the first chunk, and when the library cannot be loaded
-    bool m_Lost = false;            ///< it could not be loaded
+    bool m_Lost = false;            ///< the library could not be loaded
 };
 
 } // namespace tov::plugins::video

@@ -24,7 +24,7 @@ const CoderFunctions* codersFor(const char* fileName)
 
 } // namespace
 
-/// Registers every format that the FFmpeg libraries of this machine can make; true when there is any.
+/// Registers every format that the FFmpeg libraries of this machine can write; true if any was registered.
 extern "C" TOV_EXPORT bool doRegister()
 {
     const QStringList available = availableFormats(true);
@@ -64,7 +64,7 @@ extern "C" TOV_EXPORT int probeVideo(const char* fileName, const bool* stop, lon
     return coders ? coders->probeVideo(fileName, stop, frames, seconds) : -1;
 }
 
-/// Gives a finished file other times; see docs/encoder-plugins.md.
+/// Changes the times of a finished file; see docs/encoder-plugins.md.
 extern "C" TOV_EXPORT int retimeVideo(const char* fileName, const bool* stop, const double* starts, long long count,
                                       double seconds)
 {
