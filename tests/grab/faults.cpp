@@ -1,19 +1,26 @@
 #include "tests/grab/faults.h"
 
+#include "scene/drawing/sharedcontext.h"
+#include "scene/scene.h"
+
 #include <QBuffer>
 #include <QCoreApplication>
 #include <QImage>
 #include <QOpenGLContext>
 #include <QOpenGLFramebufferObject>
 #include <QThread>
+#include <QTime>
 
 #include <GL/gl.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <new>
 
 #include <dlfcn.h>
+#include <pthread.h>
+#include <sys/mman.h>
 #include <sys/sysinfo.h>
 
 namespace tov::test::faults {
@@ -25,7 +32,7 @@ Function next(const char* name)
 {
     void* address = dlsym(RTLD_NEXT, name);
     if (!address) {
-        std::fprintf(stderr, "there is no other %s\n", name);
+        std::fprintf(stderr, "%s is not defined in any library\n", name);
         std::abort();
     }
     return reinterpret_cast<Function>(address);
@@ -57,6 +64,12 @@ void clear()
 {
     sysinfoFails = false;
     freePages = -1;
+    bufferPages = 0;
+    glErrors = 0;
+    refusedThread = nullptr;
+    onRestart = nullptr;
+    onSleep = nullptr;
+    onMadvise = nullptr;
     contextCreateFails = false;
     makeCurrentFails = Where::Nowhere;
     bindsToFail = 0;
@@ -85,7 +98,7 @@ extern "C" TOV_EXPORT int sysinfo(struct sysinfo* info) noexcept
     if (freePages >= 0) {
         info->mem_unit = 4096;
         info->freeram = static_cast<unsigned long>(freePages);
-        info->bufferram = 0;
+        info->bufferram = static_cast<unsigned long>(bufferPages);
     }
     return result;
 }
@@ -96,6 +109,66 @@ extern "C" TOV_EXPORT void glGetIntegerv(GLenum name, GLint* values)
     real(name, values);
     if (name == GL_MAX_TEXTURE_SIZE && maxTextureSize >= 0)
         *values = maxTextureSize;
+}
+
+extern "C" TOV_EXPORT GLenum glGetError()
+{
+    static const auto real = next<GLenum (*)()>("glGetError");
+    return onCaptureThread() && takeOne(glErrors) ? GL_OUT_OF_MEMORY : real();
+}
+
+extern "C" TOV_EXPORT void glFlush()
+{
+    static const auto real = next<void (*)()>("glFlush");
+    tell("flush");
+    real();
+}
+
+extern "C" TOV_EXPORT int madvise(void* address, std::size_t bytes, int advice) noexcept
+{
+    static const auto real = next<int (*)(void*, std::size_t, int)>("madvise");
+    if (const auto told = onMadvise.load())
+        told();
+    return real(address, bytes, advice);
+}
+
+void tov::scene::SharedContext::lock()
+{
+    static const auto real = next<void (*)(SharedContext*)>("_ZN3tov5scene13SharedContext4lockEv");
+    if (onCaptureThread())
+        tell("lock context");
+    real(this);
+}
+
+void tov::scene::SharedContext::unlock()
+{
+    static const auto real = next<void (*)(SharedContext*)>("_ZN3tov5scene13SharedContext6unlockEv");
+    if (onCaptureThread())
+        tell("unlock context");
+    real(this);
+}
+
+void tov::scene::Scene::lock()
+{
+    static const auto real = next<void (*)(Scene*)>("_ZN3tov5scene5Scene4lockEv");
+    if (onCaptureThread())
+        tell("lock scene");
+    real(this);
+}
+
+void tov::scene::Scene::unlock()
+{
+    static const auto real = next<void (*)(Scene*)>("_ZN3tov5scene5Scene6unlockEv");
+    if (onCaptureThread())
+        tell("unlock scene");
+    real(this);
+}
+
+int QTime::restart()
+{
+    static const auto real = next<int (*)(QTime*)>("_ZN5QTime7restartEv");
+    const auto told = onRestart.load();
+    return told && onCaptureThread() ? told() : real(this);
 }
 
 bool QOpenGLContext::create()
@@ -183,16 +256,36 @@ qint64 QIODevice::write(const char* data, qint64 size)
 void QThread::msleep(unsigned long milliseconds)
 {
     static const auto real = next<void (*)(unsigned long)>("_ZN7QThread6msleepEm");
-    if (onCaptureThread())
+    if (onCaptureThread()) {
         tell("msleep");
+        if (const auto told = onSleep.load())
+            return told(milliseconds);
+    }
     real(milliseconds);
 }
 
-#ifndef __SANITIZE_THREAD__ // what orders threads for the sanitizer has its own definition
+#ifndef __SANITIZE_THREAD__ // The sanitizer has its own definitions.
+namespace {
+
+thread_local bool refusesThread = false;
+
+} // namespace
+
+extern "C" TOV_EXPORT int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*start)(void*),
+                                         void* argument)
+{
+    typedef int (*Create)(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*);
+    static const auto real = next<Create>("pthread_create");
+    return refusesThread ? EAGAIN : real(thread, attributes, start, argument);
+}
+
 void QThread::start(Priority priority)
 {
     static const auto real = next<void (*)(QThread*, Priority)>("_ZN7QThread5startENS_8PriorityE");
+    const char* const refused = refusedThread;
+    refusesThread = refused && (*refused ? objectName().endsWith(QLatin1String(refused)) : objectName().isEmpty());
     real(this, priority);
+    refusesThread = false;
     if (const auto told = onStarted.load())
         told();
 }

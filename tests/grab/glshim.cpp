@@ -1,11 +1,15 @@
-// Preloaded by tests: stands between the program and OpenGL, notes some calls and makes others fail on request. The
-// tests reach it through the exported variables.
+// Preloaded by tests: intercepts calls of OpenGL, Qt and the scene library, records some of them and lets others fail
+// on request. The tests use the exported variables.
 
 #include "tests/grab/glshim.h"
 
 #include <dlfcn.h>
 
+#include <cerrno>
+#include <cstdlib>
 #include <cstring>
+#include <new>
+#include <pthread.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -36,7 +40,8 @@ SHIM_VARIABLE int shimDrawCount = 0;
 SHIM_VARIABLE int shimLockType = 0;                 ///< of the last `SceneLocker`
 SHIM_VARIABLE void (*shimOnCursor)() = nullptr;     ///< called before an override cursor is set
 SHIM_VARIABLE void (*shimOnCursorBack)() = nullptr; ///< called before an override cursor is taken back
-SHIM_VARIABLE void (*shimOnDraw)() = nullptr;       ///< called before a drawing
+SHIM_VARIABLE void (*shimOnDraw)() = nullptr;       ///< called before `SceneDrawer::glDraw`
+SHIM_VARIABLE ShimHooks shimHooks = {};
 }
 
 namespace {
@@ -130,9 +135,29 @@ SHIM bool _ZN14QOpenGLContext22supportsThreadedOpenGLEv()
     return !shimNotThreaded && real && real();
 }
 
+namespace {
+
+void report(const char* call)
+{
+    if (shimHooks.onCall)
+        shimHooks.onCall(call);
+}
+
+void deleteFramebuffers(GLsizei count, const unsigned int* names)
+{
+    static const auto get = reinterpret_cast<void* (*)(const char*)>(next("eglGetProcAddress"));
+    static const auto real = reinterpret_cast<void (*)(GLsizei, const unsigned int*)>(get("glDeleteFramebuffers"));
+    report("delete framebuffer");
+    real(count, names);
+}
+
+} // namespace
+
 SHIM void* eglGetProcAddress(const char* name)
 {
     static const auto real = reinterpret_cast<void* (*)(const char*)>(next("eglGetProcAddress"));
+    if (std::strcmp(name, "glDeleteFramebuffers") == 0)
+        return reinterpret_cast<void*>(&deleteFramebuffers);
     if (std::strncmp(name, "glCheckFramebufferStatus", 24) == 0)
         return reinterpret_cast<void*>(&checkFramebuffer);
     if (std::strcmp(name, "glGetIntegerv") == 0)
@@ -226,4 +251,117 @@ SHIM void _ZN3tov5scene11SceneLockerC1EPNS0_5SceneENS1_8LOCKTYPEE(void* locker, 
         reinterpret_cast<void (*)(void*, void*, int)>(next("_ZN3tov5scene11SceneLockerC1EPNS0_5SceneENS1_8LOCKTYPEE"));
     shimLockType = type;
     real(locker, scene, type);
+}
+
+SHIM GLenum glGetError()
+{
+    static const auto real = reinterpret_cast<GLenum (*)()>(next("glGetError"));
+    if (shimHooks.glErrors > 0) {
+        --shimHooks.glErrors;
+        return 0x0505; // GL_OUT_OF_MEMORY
+    }
+    return real();
+}
+
+SHIM void glFlush()
+{
+    static const auto real = reinterpret_cast<void (*)()>(next("glFlush"));
+    report("flush");
+    real();
+}
+
+SHIM int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*start)(void*), void* argument)
+{
+    typedef int (*Create)(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*);
+    static const auto real = reinterpret_cast<Create>(next("pthread_create"));
+    return shimHooks.refuseThreads ? EAGAIN : real(thread, attributes, start, argument);
+}
+
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+__attribute__((visibility("default"))) void* operator new(std::size_t size)
+{
+    if (shimHooks.failGrabAllocations) {
+        Dl_info caller;
+        if (dladdr(__builtin_return_address(0), &caller) && std::strstr(caller.dli_fname, "libgrab"))
+            throw std::bad_alloc();
+    }
+    if (void* memory = std::malloc(size ? size : 1))
+        return memory;
+    throw std::bad_alloc();
+}
+
+__attribute__((visibility("default"))) void operator delete(void* memory) noexcept
+{
+    std::free(memory);
+}
+
+__attribute__((visibility("default"))) void operator delete(void* memory, std::size_t) noexcept
+{
+    std::free(memory);
+}
+#endif
+
+/// QImage::setPixel
+SHIM void _ZN6QImage8setPixelEiij(void* image, int x, int y, unsigned int pixel)
+{
+    static const auto real = reinterpret_cast<void (*)(void*, int, int, unsigned int)>(next("_ZN6QImage8setPixelEiij"));
+    if (shimHooks.onPixel)
+        shimHooks.onPixel();
+    real(image, x, y, pixel);
+}
+
+/// QOpenGLContext::create
+SHIM bool _ZN14QOpenGLContext6createEv(void* context)
+{
+    static const auto real = reinterpret_cast<bool (*)(void*)>(next("_ZN14QOpenGLContext6createEv"));
+    report("create context");
+    return real(context);
+}
+
+/// QOffscreenSurface::create
+SHIM void _ZN17QOffscreenSurface6createEv(void* surface)
+{
+    static const auto real = reinterpret_cast<void (*)(void*)>(next("_ZN17QOffscreenSurface6createEv"));
+    report("create surface");
+    real(surface);
+}
+
+/// QOpenGLContext::doneCurrent
+SHIM void _ZN14QOpenGLContext11doneCurrentEv(void* context)
+{
+    static const auto real = reinterpret_cast<void (*)(void*)>(next("_ZN14QOpenGLContext11doneCurrentEv"));
+    report("release context");
+    real(context);
+}
+
+/// QOffscreenSurface::destroy
+SHIM void _ZN17QOffscreenSurface7destroyEv(void* surface)
+{
+    static const auto real = reinterpret_cast<void (*)(void*)>(next("_ZN17QOffscreenSurface7destroyEv"));
+    report("destroy surface");
+    real(surface);
+}
+
+/// SceneDrawer::~SceneDrawer
+SHIM void _ZN3tov5scene11SceneDrawerD1Ev(void* drawer)
+{
+    static const auto real = reinterpret_cast<void (*)(void*)>(next("_ZN3tov5scene11SceneDrawerD1Ev"));
+    report("delete drawer");
+    real(drawer);
+}
+
+/// SceneLocker::unlock
+SHIM void _ZN3tov5scene11SceneLocker6unlockEv(void* locker)
+{
+    static const auto real = reinterpret_cast<void (*)(void*)>(next("_ZN3tov5scene11SceneLocker6unlockEv"));
+    report("unlock scene");
+    real(locker);
+}
+
+/// ZProgressDialog::~ZProgressDialog
+SHIM void _ZN3tov4util15ZProgressDialogD1Ev(void* dialog)
+{
+    static const auto real = reinterpret_cast<void (*)(void*)>(next("_ZN3tov4util15ZProgressDialogD1Ev"));
+    report("close dialog");
+    real(dialog);
 }

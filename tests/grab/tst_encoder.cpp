@@ -1,6 +1,7 @@
 #include "grab/video/encoder.h"
 
 #include "tests/support/logcapture.h"
+#include "tests/support/threads.h"
 
 #include <QBuffer>
 #include <QFile>
@@ -16,10 +17,13 @@
 #include <cmath>
 #include <memory>
 #include <stdexcept>
+#include <thread>
 #include <vector>
 
+#include <fcntl.h>
 #include <sched.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 using tov::grab::video::Encoder;
 using tov::test::LogCapture;
@@ -69,6 +73,21 @@ public:
     bool abortBegun() { return std::atomic_ref<bool>(m_Aborted).load(); }
     bool queueIsEmpty() const { return m_Chunks.empty(); }
     void setOutput(QIODevice* device) { mp_OutputFile = device; }
+    void write(const char* text) { mp_OutputFile->write(text); }
+    /// Whether another thread holds the mutex now.
+    bool isLocked()
+    {
+        bool locked = true;
+        QThread* other = QThread::create([&] {
+            locked = !m_Mutex.tryLock();
+            if (!locked)
+                m_Mutex.unlock();
+        });
+        other->start();
+        other->wait();
+        delete other;
+        return locked;
+    }
     /// Where the members lie, in the order in which plug-ins are built against them.
     std::vector<const void*> memberAddresses() const
     {
@@ -235,6 +254,32 @@ TEST_F(EncoderTest, APipeIsRefusedRatherThanWaitedFor)
     }
 }
 
+TEST_F(EncoderTest, APipeWithAReaderIsWritten)
+{
+    const QString pipe = path("pipe.bin");
+    ASSERT_EQ(mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
+    const int reader = ::open(QFile::encodeName(pipe).constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    ASSERT_GE(reader, 0);
+    EXPECT_TRUE(encoder.setOutputParameters(pipe, 2, 2, 25, 1));
+    ASSERT_TRUE(encoder.hasOutput());
+    encoder.write("frames");
+    encoder.waitForFinish();
+    char text[16] = "";
+    EXPECT_EQ(::read(reader, text, sizeof text - 1), 6);
+    EXPECT_STREQ(text, "frames");
+    EXPECT_EQ(::read(reader, text, sizeof text), 0) << "the pipe is still open for writing";
+    ::close(reader);
+}
+
+TEST_F(EncoderTest, StatesHaveTheirNumbers)
+{
+    EXPECT_EQ(Encoder::Idle, 0);
+    EXPECT_EQ(Encoder::Started, 1);
+    EXPECT_EQ(Encoder::Running, 2);
+    EXPECT_EQ(Encoder::Stopped, 4);
+    EXPECT_EQ(Encoder::InitFailed, 8);
+}
+
 TEST_F(EncoderTest, OneChunkMarkedLastGoesThrough)
 {
     ASSERT_TRUE(encoder.setOutputParameters(path("a.bin"), 2, 2, 25, 1));
@@ -299,6 +344,78 @@ TEST_F(EncoderTest, ProgressOfFiveQueuedChunksNeverReaches100)
     opener->wait();
     delete opener;
     EXPECT_EQ(progress.values, (std::vector<int>{-1, 0, 20, 40, 60, 80}));
+}
+
+TEST_F(EncoderTest, ProgressHasSinglePrecision)
+{
+    QSemaphore gate(0);
+    encoder.gate = &gate;
+    Progress progress(encoder);
+    encoder.encodeVideoChunk(new CountedChunk, false);
+    ASSERT_TRUE(processUntil([&] { return encoder.taken("encode").size() == 1; }));
+    for (int i = 0; i < 50; ++i)
+        encoder.encodeVideoChunk(new CountedChunk, i == 49);
+    QThread* opener = QThread::create([&] {
+        while (!encoder.countTaken())
+            QThread::yieldCurrentThread();
+        gate.release(51);
+    });
+    opener->start();
+    encoder.waitForFinish();
+    opener->wait();
+    delete opener;
+    ASSERT_EQ(progress.values.size(), 51u);
+    for (int i = 0; i < 50; ++i)
+        EXPECT_EQ(progress.values[std::size_t(i) + 1], 2 * i) << "29 of 50 is 57 in double precision";
+}
+
+TEST_F(EncoderTest, ProgressIsReportedWithTheMutexLocked)
+{
+    QSemaphore gate(0);
+    encoder.gate = &gate;
+    std::vector<bool> locked; // of the runner
+    QObject::connect(
+        &encoder, &Encoder::progressChanged, &encoder,
+        [&](int value) {
+            if (value >= 0)
+                locked.push_back(encoder.isLocked());
+        },
+        Qt::DirectConnection);
+    encoder.encodeVideoChunk(new CountedChunk, false);
+    ASSERT_TRUE(processUntil([&] { return encoder.taken("encode").size() == 1; }));
+    for (int i = 0; i < 2; ++i)
+        encoder.encodeVideoChunk(new CountedChunk, i == 1);
+    QThread* opener = QThread::create([&] {
+        while (!encoder.countTaken())
+            QThread::yieldCurrentThread();
+        gate.release(3);
+    });
+    opener->start();
+    encoder.waitForFinish();
+    opener->wait();
+    delete opener;
+    EXPECT_EQ(locked, (std::vector<bool>{true, true}));
+}
+
+TEST_F(EncoderTest, TheWaitNeedsALastChunk)
+{
+    encoder.encodeVideoChunk(new CountedChunk, false);
+    ASSERT_TRUE(processUntil([&] { return encoder.taken("encode").size() == 1; }));
+    std::atomic<int> id{0};
+    std::atomic<bool> done{false};
+    std::thread waiter([&] {
+        id = tov::test::threadId();
+        encoder.waitForFinish();
+        done = true;
+    });
+    // Everything has been encoded, and still it waits.
+    EXPECT_TRUE(processUntil([&] { return id != 0 && tov::test::threadState(id) == 'S'; }));
+    EXPECT_FALSE(done);
+    EXPECT_TRUE(encoder.taken("finish").empty());
+    encoder.encodeVideoChunk(new CountedChunk, true);
+    waiter.join();
+    EXPECT_EQ(encoder.taken("encode").size(), 2u);
+    EXPECT_EQ(encoder.taken("finish").size(), 1u);
 }
 
 TEST_F(EncoderTest, ARefusedStartTakesNothingAndSaysSoOnce)
@@ -499,9 +616,11 @@ TEST_F(EncoderTest, ExceptionsOfAPlugInCountAsFalse)
     auto chunk = std::make_unique<CountedChunk>();
     EXPECT_FALSE(encoder.encodeVideoChunk(chunk.get(), false));
     EXPECT_EQ(encoder.state(), Encoder::InitFailed);
-    EXPECT_TRUE(log.contains(QStringLiteral("The video encoder plugin 'body' threw an exception: in the hook"))) << log.text();
+    EXPECT_TRUE(log.contains(QStringLiteral("The video encoder plugin 'body' threw an exception: in the hook")))
+        << log.text();
     encoder.waitForFinish();
-    EXPECT_TRUE(log.contains(QStringLiteral("The video encoder plugin 'body' threw an exception: at the end"))) << log.text();
+    EXPECT_TRUE(log.contains(QStringLiteral("The video encoder plugin 'body' threw an exception: at the end")))
+        << log.text();
 }
 
 TEST_F(EncoderTest, ClampTruncatesIntoAByte)

@@ -23,12 +23,16 @@
 #include <QImageReader>
 #include <QImageWriter>
 #include <QTemporaryDir>
+#include <QTranslator>
 
 #include <atomic>
+#include <memory>
 #include <thread>
 
 #include <dlfcn.h>
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 using namespace tov::main;
 using namespace tov::test;
@@ -168,6 +172,9 @@ TEST_F(GrabImageTest, TheHeightFollowsFromThePanelAndIsTruncated)
     panel->resize(641, 480);
     run(path("b.png"), QStringLiteral("101"));
     EXPECT_EQ(QImageReader(path("b.png")).size(), QSize(101, 75)) << "75.63 truncated";
+    panel->resize(100, 29);
+    run(path("c.png"), QStringLiteral("100"));
+    EXPECT_EQ(QImageReader(path("c.png")).size(), QSize(100, 28)) << "the quotient comes first: 0.29 * 100 < 29";
 }
 
 TEST_F(GrabImageTest, ReportsWhatItDoesUnderTheWaitCursor)
@@ -296,6 +303,66 @@ TEST_F(GrabImageTest, NobodyWaitsForTheReaderOfAPipe)
     ASSERT_EQ(mkfifo(QFile::encodeName(name).constData(), 0600), 0);
     run(name, QStringLiteral("64"));
     expectRecord(log, 2000, QStringLiteral("Couldn't save image '%1'!").arg(name));
+}
+
+TEST_F(GrabImageTest, APipeWithAReaderIsWritten)
+{
+    LogCapture log;
+    const QString name = path("read.png");
+    ASSERT_EQ(mkfifo(QFile::encodeName(name).constData(), 0600), 0);
+    const int reader = ::open(QFile::encodeName(name).constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    ASSERT_GE(reader, 0);
+    // Small enough for the buffer of the pipe.
+    run(name, QStringLiteral("64"));
+    expectRecord(log, 4000, QStringLiteral("Image saved to '%1'").arg(name));
+    QByteArray bytes(65536, '\0');
+    const auto count = ::read(reader, bytes.data(), std::size_t(bytes.size()));
+    ::close(reader);
+    ASSERT_GT(count, 0);
+    EXPECT_EQ(QImage::fromData(bytes.left(int(count))).size(), QSize(64, 48));
+}
+
+namespace {
+
+/// Marks every text that is translated.
+class Marker : public QTranslator
+{
+public:
+    QString translate(const char*, const char* text, const char*, int) const override
+    {
+        return QStringLiteral("tr:") + QString::fromUtf8(text);
+    }
+    bool isEmpty() const override { return false; }
+};
+
+} // namespace
+
+TEST_F(GrabImageTest, TextsForTheUserAreTranslatedAndRecordsAreNot)
+{
+    Marker marker;
+    QCoreApplication::installTranslator(&marker);
+    {
+        GrabImage translated;
+        EXPECT_EQ(translated.getGUIDescriptor()->getGroup(), "tr:Grab");
+        EXPECT_EQ(translated.getGUIDescriptor()->getLabel(), "tr:Image");
+        EXPECT_EQ(translated.getDescriptor()->getDescription(), "Grabs an image of the scene");
+        const ParameterSet* set = translated.getCurrentParameterSet();
+        EXPECT_EQ(set->at(0)->getDescription(), "tr:Imagefilename to save grab");
+        EXPECT_EQ(set->at(1)->getDescription(), "tr:Width of the grabbed image");
+        std::unique_ptr<QFileDialog> dialog(translated.createSaveDialog());
+        EXPECT_EQ(dialog->windowTitle(), "tr:Save Image");
+        EXPECT_TRUE(dialog->nameFilters().contains(QStringLiteral("PNG-File (*.png)")));
+        processor->drain();
+    }
+    LogCapture log;
+    run(path("a.png"), QStringLiteral("64"));
+    EXPECT_EQ(command->getText(), "tr:Saving image");
+    expectRecord(log, 4000, QStringLiteral("Image saved to '%1'").arg(path("a.png")));
+    run(path("a.none"), QStringLiteral("64"));
+    expectRecord(log, 2000, QStringLiteral("No valid image file extension selected"));
+    run(path("a.png"), QStringLiteral("1"));
+    expectRecord(log, 2000, QStringLiteral("Target picture (1 x 0) size is to small!"));
+    QCoreApplication::removeTranslator(&marker);
 }
 
 TEST_F(GrabImageTest, AFileThatCannotBeSavedIsNamedAndTheFolderRemembered)

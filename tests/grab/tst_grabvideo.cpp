@@ -13,12 +13,14 @@
 #include "trajectory/trajectoryhandler.h"
 #include "trajectory/trajectoryinfo.h"
 
+#include <QCoreApplication>
 #include <QFileDialog>
 #include <QFile>
 #include <QFileInfo>
 #include <QIcon>
 #include <QMetaMethod>
 #include <QSemaphore>
+#include <QTranslator>
 
 #include <memory>
 #include <mutex>
@@ -595,6 +597,144 @@ TEST_F(GrabVideoTest, AStopBeforeTheBeginningIsNotLost)
     expectRecord(QStringLiteral("Video '%1' encoding done").arg(name), 3000, 295);
     // After the end it does nothing.
     copy->abort();
+}
+
+TEST_F(GrabVideoTest, AStopAfterTheEndDoesNotEndTheNextRun)
+{
+    setChunks(0, true);
+    activePanel();
+    const auto copy = freeRecorder(file("first.raw"));
+    copy->abort();
+    execute(*copy);
+    copy->abort(); // too late
+    {
+        std::lock_guard<std::mutex> guard(m_Journal.mutex);
+        m_Journal.chunks.clear();
+    }
+    std::atomic<bool> done{false};
+    std::thread thread([&] {
+        copy->execute();
+        done = true;
+    });
+    EXPECT_TRUE(framesTaken(3, 32, 16));
+    EXPECT_FALSE(done);
+    EXPECT_EQ(m_Log.withMessage(QStringLiteral("Video encoding started")).size(), 1u) << "of the first run";
+    copy->abort();
+    EXPECT_TRUE(processUntil([&] { return done.load(); }));
+    thread.join();
+}
+
+TEST_F(GrabVideoTest, ARefusedThreadLeavesTheCommandUsable)
+{
+#ifdef __SANITIZE_THREAD__
+    GTEST_SKIP() << "the thread sanitizer has its own thread creation";
+#endif
+    activePanel();
+    const QString name = file("refused.raw");
+    tov::test::faults::refusedThread = "SyncedGrabber";
+    selectPoints(2);
+    ASSERT_TRUE(finish(start(name, QStringLiteral("width=32 height=16 sync=1"))));
+    tov::test::faults::refusedThread = nullptr;
+    ASSERT_EQ(m_Log.records().size(), 1u) << m_Log.text();
+    EXPECT_EQ(m_Log.records()[0].message, QStringLiteral("There is no thread to record video '%1' with").arg(name));
+    EXPECT_EQ(m_Log.records()[0].level, 2000);
+    EXPECT_FALSE(QFileInfo::exists(name));
+    EXPECT_FALSE(mp_Prototype->isDisabled());
+    ASSERT_TRUE(finish(start(name, QStringLiteral("width=32 height=16 sync=1"))));
+    EXPECT_EQ(QFileInfo(name).size(), 2 * 32 * 16 * 4);
+}
+
+TEST_F(GrabVideoTest, APanelCanBeRecordedAgainWhileItsFirstVideoIsEncoded)
+{
+    activePanel();
+    selectPoints(1);
+    QSemaphore gate;
+    std::atomic<int> arrived{0};
+    m_Journal.onChunk = [&](const tov::test::SeenChunk&) {
+        if (++arrived == 1)
+            gate.acquire();
+    };
+    const auto first = start(file("first.raw"), QStringLiteral("width=32 height=16 sync=1"));
+    ASSERT_TRUE(processUntil([&] { return arrived == 1 && !mp_Prototype->isDisabled(); }));
+    EXPECT_FALSE(first->isFinished());
+    selectPoints(1);
+    const auto second = start(file("second.raw"), QStringLiteral("width=32 height=16 sync=1"));
+    EXPECT_TRUE(finish(second));
+    EXPECT_FALSE(first->isFinished()) << "its encoder is still held";
+    EXPECT_EQ(QFileInfo(file("second.raw")).size(), 32 * 16 * 4);
+    gate.release();
+    EXPECT_TRUE(finish(first));
+    EXPECT_EQ(QFileInfo(file("first.raw")).size(), 32 * 16 * 4);
+}
+
+namespace {
+
+/// Marks every text that is translated.
+class Marker : public QTranslator
+{
+public:
+    QString translate(const char*, const char* text, const char*, int) const override
+    {
+        return QStringLiteral("tr:") + QString::fromUtf8(text);
+    }
+    bool isEmpty() const override { return false; }
+};
+
+} // namespace
+
+TEST_F(GrabVideoTest, TextsAreTranslatedExceptOne)
+{
+    Marker marker;
+    QCoreApplication::installTranslator(&marker);
+    {
+        GrabVideo translated;
+        EXPECT_EQ(translated.getGUIDescriptor()->getGroup(), "tr:Grab");
+        EXPECT_EQ(translated.getGUIDescriptor()->getLabel(), "tr:Video");
+        EXPECT_EQ(translated.getDescriptor()->getDescription(), "Grabs a video of the active view");
+        const ParameterSet* set = translated.getCurrentParameterSet();
+        EXPECT_EQ(set->at(0)->getDescription(), "tr:Filename to save video");
+        EXPECT_EQ(set->at(3)->getDescription(), "tr:If enabled (0=true, 1=false) then the grabbing will be synced with "
+                                                "the collisionpath steps");
+        std::unique_ptr<QFileDialog> dialog(translated.createSaveDialog());
+        EXPECT_EQ(dialog->windowTitle(), "tr:Save Video");
+    }
+    auto copy = freeRecorder(file("t.raw"));
+    copy->getCurrentParameterSet()->at(1)->deleteValue();
+    copy->execute();
+    expectRecord(QStringLiteral("tr:Parameter failure"), 4000, 192);
+    copy = freeRecorder(file("t.raw"));
+    execute(*copy);
+    expectRecord(QStringLiteral("tr:There is no active scene window selected"), 2000, 226);
+    auto* panel = activePanel();
+    ASSERT_TRUE(finish(start(file("t.raw"), QStringLiteral("width=15 height=16 sync=0"))));
+    EXPECT_TRUE(m_Log.contains(QStringLiteral("tr:Selected width or height is to small (min. 16)")));
+    setChunks(0, true);
+    const auto run = start(file("t.raw"), QStringLiteral("width=32 height=16 sync=0"));
+    ASSERT_TRUE(framesTaken(1, 32, 16));
+    EXPECT_EQ(run->getText(), "tr:RAW-Video grabbing started");
+    mp_Prototype->disableCommand(false);
+    ASSERT_TRUE(finish(start(file("u.raw"), QStringLiteral("width=32 height=16 sync=0"))));
+    expectRecord(QStringLiteral("Video grabbing is currently running on that scene window"), 2000, 232);
+    run->stop();
+    ASSERT_TRUE(finish(run));
+    EXPECT_EQ(run->getText(), "tr:Video encoding started");
+    expectRecord(QStringLiteral("tr:Video encoding started"), 4000, 292);
+    expectRecord(QStringLiteral("tr:Video '%1' encoding done").arg(file("t.raw")), 3000, 295);
+    Viewer::getInstance()->setActivePanel(panel);
+    const auto closed = start(file("c.raw"), QStringLiteral("width=32 height=16 sync=0"));
+    ASSERT_TRUE(processUntil([&] { return QFileInfo::exists(file("c.raw")); }));
+    Viewer::getInstance()->closePanel(panel);
+    ASSERT_TRUE(finish(closed));
+    expectRecord(QStringLiteral("tr:Video grabbing aborted"), 3000, 287);
+    QCoreApplication::removeTranslator(&marker);
+}
+
+TEST_F(GrabVideoTest, FiltersAreFilledInSequence)
+{
+    ASSERT_TRUE(tov::grab::video::VideoEncoder::getInstance()->registerEncoder(
+        tov::test::CollectingEncoder::create, QStringLiteral("avi"), QStringLiteral("Take %2"), &m_Journal));
+    std::unique_ptr<QFileDialog> dialog(mp_Prototype->createSaveDialog());
+    EXPECT_EQ(dialog->nameFilters(), (QStringList{"Take avi (*.avi)", "Raw frames (*.raw)"}));
 }
 
 TEST_F(GrabVideoTest, ThePanelIsForgottenByTheApplicationThread)

@@ -123,6 +123,30 @@ TEST_F(VideoChunks, LargeLimitsWrapAroundModulo32Bits)
     EXPECT_EQ(chunks[1].size, 2 * 64 * 48 * 4);
 }
 
+TEST_F(VideoChunks, TheLargestLimitIs4294Megabytes)
+{
+    setChunks(4294, true);
+    const auto chunks = record(5, 64, 48);
+    ASSERT_EQ(chunks.size(), 1u);
+    EXPECT_EQ(chunks[0].size, 5 * 64 * 48 * 4);
+    EXPECT_FALSE(chunks[0].isBuffer) << "a buffer cannot hold that much";
+}
+
+TEST_F(VideoChunks, BufferMemoryCountsAsFree)
+{
+    // Together just above the limit of 50 MB, alone both below.
+    faults::freePages = 6000;
+    faults::bufferPages = 50000000 / 4096 + 1 - 6000;
+    EXPECT_TRUE(record(1, 32, 16).at(0).isBuffer);
+}
+
+TEST_F(VideoChunks, TooLittleFreeAndBufferMemoryGivesFiles)
+{
+    faults::freePages = 6000;
+    faults::bufferPages = 50000000 / 4096 - 6000;
+    EXPECT_FALSE(record(1, 32, 16).at(0).isBuffer);
+}
+
 TEST_F(VideoChunks, MemoryIsUsedWhereItIsAllowedAndEnough)
 {
     faults::freePages = 50000000 / 4096 + 1; // just above the limit of 50 MB
