@@ -198,7 +198,7 @@ public:
     void run() override;
     void stop() { store(m_Stop, true); }
 
-    /// A new, open chunk in memory or in a file. Null, logged, if there is none to be had. Thread: capture.
+    /// A new, open chunk in memory or in a file. Null, logged, if it cannot be opened. Thread: capture.
     QIODevice* createChunkFile();
     /// Whether a whole chunk fits into the free memory. Thread: capture.
     bool hasEnoughMemory();

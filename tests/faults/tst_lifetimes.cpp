@@ -1,6 +1,6 @@
-// Recordings and pictures that lose their panel, are stopped, or meet a busy application thread, at named moments and
-// at random ones. Nothing may crash, hang or stay behind, and the file must tell the same as the log.
-// TOV_LIFETIME_ROUNDS: how many random rounds; TOV_LIFETIME_SEED: another course of them.
+// Recordings and pictures whose panel is closed, that are stopped, or that have to wait for the application thread, at
+// named moments and at random ones. Nothing may crash, hang or leak, and the file must agree with the log.
+// TOV_LIFETIME_ROUNDS: number of random rounds; TOV_LIFETIME_SEED: seed of the random numbers.
 
 #include "grab/commands/grabimage.h"
 #include "grab/commands/grabvideo.h"
@@ -40,11 +40,11 @@ namespace faults = tov::test::faults;
 
 namespace {
 
-/// Holds a thread at its n-th call of a kind, until it is let go.
+/// Blocks a thread at its n-th call of a kind until the gate is opened.
 class Gate
 {
 public:
-    /// Waits for the n-th call (from 1) of that name.
+    /// Blocks at the n-th call (from 1) of that name.
     static void arm(const char* call, int n)
     {
         m_Go.acquire(m_Go.available());
@@ -53,7 +53,7 @@ public:
         m_Call = call;
         faults::onCall = pass;
     }
-    /// Lets the thread go on, and every later one.
+    /// Lets the thread and all later ones continue.
     static void open()
     {
         m_Call = nullptr;
@@ -66,7 +66,7 @@ public:
         if (!awaited || std::strcmp(awaited, call) != 0 || --m_Left != 0)
             return;
         m_Reached = true;
-        // The application thread is the one that opens.
+        // The application thread opens the gate, so it must not block.
         if (QThread::currentThread() != QCoreApplication::instance()->thread())
             m_Go.tryAcquire(1, 30000);
     }
@@ -81,11 +81,11 @@ private:
 struct Moment
 {
     const char* name;
-    const char* call; ///< what the recording is held at; null = nothing, it has not begun
-    int n;            ///< at which of these calls
-    bool synced;      ///< a walk of six positions, else a free recording
-    int megabytes;    ///< limit of a chunk; 0 = a frame each
-    bool inFrame;     ///< the panel's end has to wait for the frame, so that the gate opens first
+    const char* call; ///< the call at which the recording is blocked; null: none, it has not started
+    int n;            ///< the number of that call
+    bool synced;      ///< a walk of six positions; otherwise a free-running recording
+    int megabytes;    ///< limit of a chunk; 0: one frame per chunk
+    bool inFrame;     ///< closing the panel waits for the frame, so the gate is opened before
 };
 
 const Moment Moments[] = {
@@ -130,7 +130,7 @@ protected:
                 Gate::pass("hand-over");
         };
         m_Journal.onChunk = [](const tov::test::SeenChunk&) { Gate::pass("encode"); };
-        // The first recording and picture warm up what OpenGL keeps for itself.
+        // OpenGL allocates resources for the process during the first recording and picture.
         record(Moments[0], Stop);
         takePicture("bind", 1, false);
         ASSERT_TRUE(processUntil(isQuiet));
@@ -159,7 +159,7 @@ protected:
         return prototype;
     }
     static int contexts() { return tov::scene::_GlobalContext()->glContext()->shareGroup()->shares().size(); }
-    /// A thread of Qt's is told to be over a moment before it is gone, with its descriptors.
+    /// False while a thread of a command exists. Qt reports its end a moment before it and its descriptors are gone.
     static bool isQuiet()
     {
         for (const std::string& name : tov::test::threadNames())
@@ -167,7 +167,7 @@ protected:
                 return false;
         return true;
     }
-    /// A panel that the next command takes.
+    /// A new panel, which the next command uses.
     ScenePanel* activePanel()
     {
         ScenePanel* panel = newPanel(48, 48);
@@ -175,7 +175,7 @@ protected:
         m_Processor->drain();
         return panel;
     }
-    /// Prints the case as one that was gone through.
+    /// Prints the result of a case.
     void note(const std::string& text)
     {
         ++m_Count;
@@ -202,8 +202,8 @@ protected:
         EXPECT_TRUE(run) << error.toStdString();
         return run;
     }
-    /// Every recording ended in one of two ways or never began; the file tells the same as the log, and nothing is
-    /// left.
+    /// Expects that the recording has ended in one of two ways or has never started, that the file agrees with the log,
+    /// and that nothing is left.
     void check(const QString& name, bool closed)
     {
         const bool done = m_Log.contains(QStringLiteral("Video '%1' encoding done").arg(name));
@@ -223,14 +223,13 @@ protected:
             EXPECT_EQ(m_Journal.living, 0);
         }
         EXPECT_EQ(tov::test::entryCount(m_Temporary.path()), 0);
-        // The prototype is free again for the next panel.
+        // The prototype is enabled for the next panel.
         ScenePanel* next = activePanel();
         EXPECT_FALSE(m_Video->isDisabled());
         Viewer::getInstance()->closePanel(next);
         QFile::remove(name);
     }
-    /// Ends a recording and closes its panel. `early`: what waits at the gate goes on before the end, otherwise after
-    /// it.
+    /// Ends a recording and closes its panel. `early`: the gate is opened before the end; otherwise after it.
     void end(const CommandRunPointer& run, ScenePanel* panel, Ending ending, bool early)
     {
         if (early)
@@ -258,13 +257,13 @@ protected:
         ASSERT_TRUE(run);
         if (moment.call) {
             ASSERT_TRUE(processUntil([&] { return Gate::isReached() || run->isFinished(); })) << m_Log.text();
-            EXPECT_TRUE(Gate::isReached()) << "the moment never came";
+            EXPECT_TRUE(Gate::isReached()) << "the moment did not occur";
         }
         ASSERT_NO_FATAL_FAILURE(end(run, panel, ending, moment.inFrame));
-        // A recording that has begun and is stopped has let its panel go.
+        // A started recording that is stopped has forgotten its panel.
         check(name, ending != Stop && !(moment.call && ending == StopThenClose));
     }
-    /// A picture of two tiles or more whose panel is closed while the tile of that number is at that call.
+    /// Takes a picture of at least two tiles and closes its panel at the n-th of these calls.
     void takePicture(const char* call, int n, bool close)
     {
         m_Log.clear();
@@ -277,7 +276,7 @@ protected:
             m_Processor->start(QStringLiteral("grabimage filename=\"%1\" width=96").arg(name), &error);
         ASSERT_TRUE(run) << error.toStdString();
         ASSERT_TRUE(processUntil([&] { return Gate::isReached() || run->isFinished(); })) << m_Log.text();
-        EXPECT_TRUE(Gate::isReached()) << "the moment never came";
+        EXPECT_TRUE(Gate::isReached()) << "the moment did not occur";
         if (close)
             Viewer::getInstance()->closePanel(panel);
         Gate::open();
@@ -293,7 +292,7 @@ protected:
     Command* m_Image = nullptr;
     std::size_t m_Threads = 0, m_Descriptors = 0;
     int m_Contexts = 0;
-    int m_Count = 0; ///< cases gone through
+    int m_Count = 0; ///< number of cases
 };
 
 } // namespace
@@ -318,7 +317,7 @@ TEST_F(Lifetimes, PicturesOutliveTheirPanel)
         ASSERT_NO_FATAL_FAILURE(takePicture(call, 1, true));
         note(std::string("panel closed, picture at \"") + call + "\"");
     }
-    // Before the picture has begun there is nothing to take it of, or the picture is whole: never half a file.
+    // If the panel is closed before the start there is no picture; otherwise the picture is complete.
     ScenePanel* panel = activePanel();
     const QString name = file(QStringLiteral("none.png"));
     QString error;
@@ -335,10 +334,10 @@ TEST_F(Lifetimes, PicturesOutliveTheirPanel)
     EXPECT_EQ(m_Count, 4);
 }
 
-TEST_F(Lifetimes, ABusyApplicationThreadAtTheEndHoldsARecordingUpOnly)
+TEST_F(Lifetimes, ABusyApplicationThreadOnlyDelaysTheEndOfARecording)
 {
-    // Held at the last hand-over; then its OpenGL objects are given to an application thread that is busy for two
-    // seconds (which is the fault), and the recording cannot end before that thread has freed them.
+    // Blocked at the last hand-over. Then the application thread, which has to delete the OpenGL objects, is busy for
+    // two seconds (the fault), and the recording cannot end before.
     for (const bool close : {false, true}) {
         const Moment& moment = Moments[7];
         prepare(moment);
@@ -348,13 +347,13 @@ TEST_F(Lifetimes, ABusyApplicationThreadAtTheEndHoldsARecordingUpOnly)
         ASSERT_TRUE(run);
         ASSERT_TRUE(processUntil([&] { return Gate::isReached(); })) << m_Log.text();
         Gate::open();
-        // Blocked, without a turn of the event loop, until the capture thread is gone besides.
+        // Blocked, without running the event loop, until the capture thread has ended as well.
         QElapsedTimer busy;
         busy.start();
         while (busy.elapsed() < 30000 && (busy.elapsed() < 2000 || tov::test::threadNames().count("SyncedGrabber")))
             QThread::msleep(10);
         ASSERT_EQ(tov::test::threadNames().count("SyncedGrabber"), 0u);
-        EXPECT_FALSE(run->isFinished()) << "it waits for its posted work";
+        EXPECT_FALSE(run->isFinished()) << "it waits for its posted workers";
         if (close)
             Viewer::getInstance()->closePanel(panel);
         ASSERT_TRUE(processUntil([&] { return run->isFinished(); }, 60000)) << m_Log.text();
@@ -369,7 +368,7 @@ TEST_F(Lifetimes, ABusyApplicationThreadAtTheEndHoldsARecordingUpOnly)
     std::printf("lifetimes, busy application thread: %d of 2\n", m_Count);
 }
 
-TEST_F(Lifetimes, StopsMayRainFromAnotherThread)
+TEST_F(Lifetimes, AnotherThreadMayStopARecordingManyTimes)
 {
     const int recordings = 50;
     for (int i = 0; i < recordings; ++i) {
@@ -390,7 +389,7 @@ TEST_F(Lifetimes, StopsMayRainFromAnotherThread)
                 command->getCurrentParameterSet()->at(at)->castString(at ? QString::fromLatin1(texts[at]) : name));
         std::atomic<bool> over{false};
         std::atomic<long> stops{0};
-        // In a third of them the rain begins only when a frame is being taken, and goes on after the end in all.
+        // In one third of the rounds the stops begin during a frame. In all of them they continue after the end.
         if (i % 3 == 0)
             Gate::arm("bind", 1);
         QThread* execution = QThread::create([command] { command->execute(); });
@@ -408,7 +407,7 @@ TEST_F(Lifetimes, StopsMayRainFromAnotherThread)
         rain->start();
         ASSERT_TRUE(processUntil([&] { return execution->isFinished(); }, 60000)) << m_Log.text();
         const long atEnd = stops;
-        ASSERT_TRUE(processUntil([&] { return stops > atEnd + 10; })) << "stops after the end as well";
+        ASSERT_TRUE(processUntil([&] { return stops > atEnd + 10; })) << "stops continue after the end";
         over = true;
         execution->wait();
         rain->wait();
@@ -437,7 +436,7 @@ TEST_F(Lifetimes, RandomMomentsLeaveNothingBehind)
             ++m_Count;
             continue;
         }
-        // Any call at any number, or some time later without a gate; a walk may end by itself before it.
+        // Any call with any number, or a random delay without a gate. A walk may end before.
         Moment moment = Moments[below(std::size(Moments))];
         moment.megabytes = below(2) ? 0 : 50;
         moment.n = 1 + int(below(6));
@@ -457,7 +456,7 @@ TEST_F(Lifetimes, RandomMomentsLeaveNothingBehind)
         processUntil([&] {
             return run->isFinished() || (gated && Gate::isReached()) || clock.nsecsElapsed() / 1000 > microseconds;
         });
-        // Some threads go on before the end of the panel, some after it; one in a frame must go on before.
+        // The gate is opened before or after the panel is closed; within a frame it must be opened before.
         ASSERT_NO_FATAL_FAILURE(end(run, panel, ending, moment.inFrame || below(2) != 0));
         check(name, ending != Stop);
         ++m_Count;

@@ -13,48 +13,48 @@
 
 namespace tov::test {
 
-/// What an encoder of a test saw of one chunk.
+/// A chunk as an encoder of a test received it.
 struct SeenChunk
 {
     bool isNull = false;
     bool isLast = false;
-    bool isBuffer = false;        ///< in memory, else a temporary file
+    bool isBuffer = false;        ///< in memory; otherwise a temporary file
     qint64 size = 0;              ///< bytes
-    qint64 positionAtArrival = 0; ///< where the device stood
+    qint64 positionAtArrival = 0; ///< position of the device
     QString fileName;             ///< of a temporary file
-    QByteArray bytes;             ///< left empty unless asked for
+    QByteArray bytes;             ///< empty unless `keepBytes` is set
 };
 
-/// What happened to the encoders of a test, and what they shall do. Thread: any, with the mutex.
+/// The calls of the encoders of a test, and what the encoders do. Thread: any, with the mutex locked.
 struct EncoderJournal
 {
     std::mutex mutex;
-    // Guarded by mutex from here on.
+    // The members below are guarded by mutex.
     std::vector<SeenChunk> chunks;
-    std::vector<std::string> calls; ///< "init", "chunk", "finish" in order
+    std::vector<std::string> calls; ///< "init", "chunk" and "finish", in order
     int width = 0, height = 0, fps = 0, bitsPerSecond = 0;
     bool outputWasOpen = false;
     bool firstWasLast = false;
-    QString captureThread; ///< name of the thread that brought the first chunk
+    QString captureThread; ///< name of the thread that handed the first chunk over
     int capturePriority = -1;
-    int living = 0; ///< encoders
+    int living = 0; ///< number of existing encoders
     int aborted = 0;
-    // What they do.
+    // What the encoders do.
     bool keepBytes = false;
     bool refuse = false;
     bool fail = false;
-    std::function<void(const SeenChunk&)> onChunk; ///< on the runner
-    std::function<void(const SeenChunk&)> onFirst; ///< on the capture thread, before the first chunk is taken
+    std::function<void(const SeenChunk&)> onChunk; ///< called on the runner thread
+    std::function<void(const SeenChunk&)> onFirst; ///< called on the capture thread before the first chunk is accepted
     std::function<void()> onFinish;
 
-    /// All chunks one after the other.
+    /// The bytes of all chunks, in order.
     QByteArray allBytes();
     std::vector<SeenChunk> seen();
     std::vector<std::string> callsSeen();
     qint64 totalSize();
 };
 
-/// Keeps what it is given; the output file gets the raw bytes.
+/// Records its chunks in a journal and writes their bytes to the output file.
 class CollectingEncoder : public tov::grab::video::Encoder
 {
 public:

@@ -1,6 +1,7 @@
 #pragma once
 
-// Scenes and an independent projection for tests of pictures and videos. How pictures are compared: support/pictures.h.
+// Scenes and an independent projection for tests of pictures and videos. See support/pictures.h for the comparison of
+// pictures.
 
 #include "scene/geometryelement.h"
 #include "scene/scene.h"
@@ -38,7 +39,7 @@ inline void useScene(tov::scene::SceneElement* root)
     tov::scene::Viewer::getInstance()->getGlobalScene()->setRootNode(root);
 }
 
-/// Looks along -z from a distance, turned about two axes; scaled.
+/// A view along -z from a distance, turned about two axes and scaled.
 inline tov::math::Matrix4 viewFrom(double distance, double azimuth, double elevation, double scale = 1)
 {
     auto turnY = tov::math::Matrix4::identity(), turnX = turnY, back = turnY, scaling = turnY;
@@ -54,8 +55,8 @@ inline tov::math::Matrix4 viewFrom(double distance, double azimuth, double eleva
     return back * turnX * turnY * scaling;
 }
 
-/// Which pixels any triangle of the scene covers, computed without OpenGL: a pixel counts by its centre. `halfHeight`
-/// is that of the picture at distance 1.
+/// The pixels that the triangles of the scene cover, computed without OpenGL. A pixel is covered if its centre is.
+/// `halfHeight`: half the height of the picture at distance 1.
 inline std::vector<bool> silhouette(const tov::math::Matrix4& transform, int width, int height, double halfHeight)
 {
     std::vector<bool> covered(std::size_t(width) * std::size_t(height), false);

@@ -48,7 +48,7 @@ struct Call
     QThread* thread;
 };
 
-/// Records every call; the hooks do as told.
+/// Records every call. The members set what the hooks do.
 class Probe : public Encoder
 {
 public:
@@ -56,7 +56,7 @@ public:
     int failAtChunk = -1;
     bool throwInHook = false;
     bool throwAtChunk = false;
-    QSemaphore* gate = nullptr; ///< taken once for each chunk
+    QSemaphore* gate = nullptr; ///< acquired once per chunk
     int policy = -1;
     std::vector<Call> calls;
     QMutex callsMutex;
@@ -88,7 +88,7 @@ public:
         delete other;
         return locked;
     }
-    /// Where the members lie, in the order in which plug-ins are built against them.
+    /// Addresses of the members, in the order that plug-ins are built with.
     std::vector<const void*> memberAddresses() const
     {
         return {&mp_OutputFile, &m_Aborted,         &m_Width,      &m_Height, &m_Fps,
@@ -158,7 +158,7 @@ void expectRecord(const LogCapture& log, const char* function, const QString& me
     EXPECT_TRUE(found[0].category.isEmpty());
 }
 
-/// Keeps what an encoder reports of its progress, from whichever thread.
+/// Collects the progress of an encoder. Thread: any.
 struct Progress
 {
     explicit Progress(Encoder& encoder)
@@ -175,7 +175,7 @@ struct Progress
     QMutex mutex;
 };
 
-/// Calls a virtual operation by its place in the table.
+/// Calls a virtual function by its index in the virtual table.
 template <typename Result, typename... Arguments>
 Result callSlot(Encoder* object, int slot, Arguments... arguments)
 {
@@ -231,7 +231,7 @@ TEST_F(EncoderTest, ZeroAndNegativeEvenSizesPass)
     encoder.waitForFinish();
 }
 
-TEST_F(EncoderTest, AnOutputThatCannotBeOpenedIsNamed)
+TEST_F(EncoderTest, AnOutputThatCannotBeOpenedIsReported)
 {
     const QString name = path("missing/B\xc3\xa4r.bin");
     LogCapture log;
@@ -240,7 +240,7 @@ TEST_F(EncoderTest, AnOutputThatCannotBeOpenedIsNamed)
     EXPECT_FALSE(encoder.hasOutput());
 }
 
-TEST_F(EncoderTest, APipeIsRefusedRatherThanWaitedFor)
+TEST_F(EncoderTest, APipeWithoutAReaderIsRefusedAtOnce)
 {
     const QString pipe = path("pipe.bin"), link = path("link.bin");
     ASSERT_EQ(mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
@@ -280,7 +280,7 @@ TEST_F(EncoderTest, StatesHaveTheirNumbers)
     EXPECT_EQ(Encoder::InitFailed, 8);
 }
 
-TEST_F(EncoderTest, OneChunkMarkedLastGoesThrough)
+TEST_F(EncoderTest, ASingleLastChunkIsEncoded)
 {
     ASSERT_TRUE(encoder.setOutputParameters(path("a.bin"), 2, 2, 25, 1));
     auto* chunk = new CountedChunk;
@@ -328,13 +328,13 @@ TEST_F(EncoderTest, ProgressOfFiveQueuedChunksNeverReaches100)
     QSemaphore gate(0);
     encoder.gate = &gate;
     Progress progress(encoder);
-    // One in work, five waiting.
+    // One is being encoded, five are queued.
     encoder.encodeVideoChunk(new CountedChunk, false);
     ASSERT_TRUE(processUntil([&] { return encoder.taken("encode").size() == 1; }));
     for (int i = 0; i < 5; ++i)
         encoder.encodeVideoChunk(new CountedChunk, i == 4);
     QThread* opener = QThread::create([&] {
-        // `waitForFinish` takes its count first; only then does the runner go on.
+        // The runner must not go on before `waitForFinish` has counted the chunks.
         while (!encoder.countTaken())
             QThread::yieldCurrentThread();
         gate.release(6);
@@ -408,7 +408,7 @@ TEST_F(EncoderTest, TheWaitNeedsALastChunk)
         encoder.waitForFinish();
         done = true;
     });
-    // Everything has been encoded, and still it waits.
+    // It still waits although everything has been encoded.
     EXPECT_TRUE(processUntil([&] { return id != 0 && tov::test::threadState(id) == 'S'; }));
     EXPECT_FALSE(done);
     EXPECT_TRUE(encoder.taken("finish").empty());
@@ -418,7 +418,7 @@ TEST_F(EncoderTest, TheWaitNeedsALastChunk)
     EXPECT_EQ(encoder.taken("finish").size(), 1u);
 }
 
-TEST_F(EncoderTest, ARefusedStartTakesNothingAndSaysSoOnce)
+TEST_F(EncoderTest, ARefusedStartRefusesAllChunksAndIsReportedOnce)
 {
     encoder.acceptStart = false;
     auto chunk = std::make_unique<CountedChunk>();
@@ -490,7 +490,7 @@ TEST_F(EncoderTest, BeforeTheEndOnlyBusyIsReported)
     EXPECT_EQ(progress.values, std::vector<int>{-1});
 }
 
-TEST_F(EncoderTest, ANullChunkMayFailAsAnyOther)
+TEST_F(EncoderTest, ANullChunkMayFailLikeAnyOther)
 {
     encoder.failAtChunk = 0;
     LogCapture log;
@@ -524,7 +524,7 @@ TEST_F(EncoderTest, AbortBeforeAnyChunkRemovesTheEmptyFile)
     EXPECT_FALSE(encoder.calls[0].isLast) << "the file is closed by then";
 }
 
-TEST_F(EncoderTest, AbortCompletesTheChunkInWorkAndDropsTheRest)
+TEST_F(EncoderTest, AbortCompletesTheCurrentChunkAndDropsTheRest)
 {
     ASSERT_TRUE(encoder.setOutputParameters(path("a.bin"), 2, 2, 25, 1));
     QSemaphore gate(0);
@@ -546,7 +546,7 @@ TEST_F(EncoderTest, AbortCompletesTheChunkInWorkAndDropsTheRest)
     EXPECT_EQ(encoder.state(), Encoder::Idle);
 }
 
-TEST_F(EncoderTest, AFileThatCannotBeRemovedIsNamed)
+TEST_F(EncoderTest, AFileThatCannotBeRemovedIsReported)
 {
     ASSERT_TRUE(encoder.setOutputParameters(path("a.bin"), 2, 2, 25, 1));
     ASSERT_TRUE(QFile::remove(path("a.bin")));
@@ -556,7 +556,7 @@ TEST_F(EncoderTest, AFileThatCannotBeRemovedIsNamed)
     EXPECT_FALSE(encoder.hasOutput()) << "the abort completes anyway";
 }
 
-TEST_F(EncoderTest, AbortLeavesWhatIsNoFileWhereItIs)
+TEST_F(EncoderTest, AbortRemovesOnlyFiles)
 {
     auto* device = new QBuffer;
     ASSERT_TRUE(device->open(QIODevice::WriteOnly));
@@ -569,7 +569,7 @@ TEST_F(EncoderTest, AbortLeavesWhatIsNoFileWhereItIs)
     EXPECT_FALSE(encoder.hasOutput());
 }
 
-TEST_F(EncoderTest, AbortAfterARefusedStartRemovesTheFileAndMakesReady)
+TEST_F(EncoderTest, AbortAfterARefusedStartRemovesTheFileAndAllowsANewStart)
 {
     ASSERT_TRUE(encoder.setOutputParameters(path("a.bin"), 2, 2, 25, 1));
     encoder.acceptStart = false;
@@ -623,7 +623,7 @@ TEST_F(EncoderTest, ExceptionsOfAPlugInCountAsFalse)
         << log.text();
 }
 
-TEST_F(EncoderTest, ClampTruncatesIntoAByte)
+TEST_F(EncoderTest, ClampTruncatesToAByte)
 {
     EXPECT_EQ(Encoder::clamp(-0.5), 0);
     EXPECT_EQ(Encoder::clamp(0.99), 0);
@@ -646,16 +646,16 @@ TEST_F(EncoderTest, MetaObjectHasOneSignalAndOneSlotInOrder)
     EXPECT_EQ(meta->method(meta->methodOffset() + 1).methodType(), QMetaMethod::Slot);
 }
 
-TEST_F(EncoderTest, MembersLieInTheOrderThatPlugInsAreBuiltAgainst)
+TEST_F(EncoderTest, MembersHaveTheOrderThatPlugInsAreBuiltWith)
 {
     const auto addresses = encoder.memberAddresses();
     EXPECT_EQ(addresses.size(), 13u);
     EXPECT_TRUE(std::is_sorted(addresses.begin(), addresses.end()));
 }
 
-TEST_F(EncoderTest, TheHooksFollowTheOperationsOfQObjectInTheirOrder)
+TEST_F(EncoderTest, TheHooksFollowTheVirtualFunctionsOfQObject)
 {
-    const int first = 12; // after the meta-object's three, two destructors and seven of QObject
+    const int first = 12; // after three for the meta-object, two destructors and seven of QObject
     CountedChunk chunk;
     EXPECT_TRUE((callSlot<bool, QIODevice*, bool>(&encoder, first, &chunk, false)));
     EXPECT_TRUE((callSlot<bool, QIODevice*, bool>(&encoder, first + 1, &chunk, true)));

@@ -64,7 +64,7 @@ protected:
             Viewer::getInstance()->closePanel(panel);
         useScene(nullptr);
     }
-    /// Fills the parameters (null = none) and runs the command on a command thread, as the processor does.
+    /// Sets the parameters (null: no value) and runs the command on a command thread, as the processor does.
     void run(const QString& fileName, const QString& width)
     {
         ParameterSet* set = command->getCurrentParameterSet();
@@ -153,7 +153,7 @@ TEST_F(GrabImageTest, IsEnabledExactlyWhileAPanelIsAnnounced)
     processor->destroyCommand(late);
 }
 
-TEST_F(GrabImageTest, SavesEveryFormatThatOpensAgainWithTheRightSize)
+TEST_F(GrabImageTest, SavesEveryFormatReadablyAndInTheRightSize)
 {
     for (const char* name : {"a.png", "b.jpg", "c.bmp", "d.tiff", "e.webp", "f.ppm", "G.PNG"}) {
         LogCapture log;
@@ -177,7 +177,7 @@ TEST_F(GrabImageTest, TheHeightFollowsFromThePanelAndIsTruncated)
     EXPECT_EQ(QImageReader(path("c.png")).size(), QSize(100, 28)) << "the quotient comes first: 0.29 * 100 < 29";
 }
 
-TEST_F(GrabImageTest, ReportsWhatItDoesUnderTheWaitCursor)
+TEST_F(GrabImageTest, ReportsItsProgressUnderTheWaitCursor)
 {
     QStringList texts;
     QList<int> cursors;
@@ -191,7 +191,7 @@ TEST_F(GrabImageTest, ReportsWhatItDoesUnderTheWaitCursor)
     run(path("a.png"), QStringLiteral("64"));
     tov::util::ZProgressDialog::setPresenter({});
     ASSERT_FALSE(texts.isEmpty());
-    // The command goes on while its progress is shown.
+    // The command continues while its progress is shown.
     EXPECT_TRUE(texts.first() == "Building tiles" || texts.first() == "Saving image") << texts.first().toStdString();
     EXPECT_EQ(cursors.first(), int(Qt::WaitCursor));
     EXPECT_EQ(command->getText(), "Saving image");
@@ -200,7 +200,7 @@ TEST_F(GrabImageTest, ReportsWhatItDoesUnderTheWaitCursor)
     EXPECT_EQ(QGuiApplication::overrideCursor(), nullptr);
 }
 
-TEST_F(GrabImageTest, VirtualOperationsStandInTheStatedOrder)
+TEST_F(GrabImageTest, VirtualFunctionsHaveTheSpecifiedOrder)
 {
     void** table = *reinterpret_cast<void***>(static_cast<Command*>(command));
     const auto symbol = [table](int slot) {
@@ -210,7 +210,7 @@ TEST_F(GrabImageTest, VirtualOperationsStandInTheStatedOrder)
     EXPECT_NE(symbol(0).find("GrabImageD"), std::string::npos);
     EXPECT_NE(symbol(1).find("GrabImageD0"), std::string::npos) << "the deleting destructor";
     EXPECT_NE(symbol(7).find("GrabImage7execute"), std::string::npos);
-    // Compared by address: compilers give equal functions one address, under either name.
+    // Compared by address: compilers merge equal functions under either name.
     const std::pair<int, const char*> inherited[] = {{3, "_ZN3tov4main7Command12getGUIWindowEv"},
                                                      {4, "_ZN3tov4main7Command16getCommandWidgetEv"},
                                                      {5, "_ZNK3tov4main7Command5cloneEv"},
@@ -222,7 +222,7 @@ TEST_F(GrabImageTest, VirtualOperationsStandInTheStatedOrder)
     }
 }
 
-TEST_F(GrabImageTest, FilesWithoutAKnownEndingAreRefused)
+TEST_F(GrabImageTest, FilesWithoutAKnownExtensionAreRefused)
 {
     for (const char* name : {"a.xyz", "a", "png", "a.png.txt"}) {
         LogCapture log;
@@ -233,7 +233,7 @@ TEST_F(GrabImageTest, FilesWithoutAKnownEndingAreRefused)
     EXPECT_FALSE(remembered().isValid());
 }
 
-TEST_F(GrabImageTest, TooSmallPicturesAreRefusedAndTheFolderIsNotRemembered)
+TEST_F(GrabImageTest, TooSmallPicturesAreRefusedAndTheDirectoryIsNotStored)
 {
     const std::pair<const char*, const char*> rows[] = {
         {"1", "Target picture (1 x 0) size is to small!"},
@@ -255,7 +255,7 @@ TEST_F(GrabImageTest, TooSmallPicturesAreRefusedAndTheFolderIsNotRemembered)
     EXPECT_FALSE(QFile::exists(path("a.png")));
 }
 
-TEST_F(GrabImageTest, APictureThatCannotBeAllocatedIsNamedAndTheFolderRemembered)
+TEST_F(GrabImageTest, APictureThatCannotBeAllocatedIsReportedAndTheDirectoryStored)
 {
     LogCapture log;
     run(path("a.png"), QStringLiteral("2147483647"));
@@ -265,7 +265,7 @@ TEST_F(GrabImageTest, APictureThatCannotBeAllocatedIsNamedAndTheFolderRemembered
     EXPECT_EQ(QGuiApplication::overrideCursor(), nullptr);
 }
 
-TEST_F(GrabImageTest, AHeightBeyondAllNumbersIsTheLargest)
+TEST_F(GrabImageTest, AHeightOutOfRangeIsTheLargestInt)
 {
     panel->resize(100, 400);
     LogCapture log;
@@ -273,14 +273,14 @@ TEST_F(GrabImageTest, AHeightBeyondAllNumbersIsTheLargest)
     expectRecord(log, 2000, QStringLiteral("Couldn't create image buffer with size (2147483647 x 2147483647)"));
 }
 
-TEST_F(GrabImageTest, ThePanelIsAskedInTurnWithOtherWorkOfTheApplicationThread)
+TEST_F(GrabImageTest, ThePanelIsQueriedInTurnWithOtherWorkers)
 {
     ParameterSet* set = command->getCurrentParameterSet();
     ASSERT_TRUE(set->at(0)->castString(path("a.png")));
     ASSERT_TRUE(set->at(1)->castString(QStringLiteral("100")));
     std::atomic<int> id{0};
     std::atomic<bool> done{false};
-    // What was handed over before the picture comes first, also when it takes its time: the panel's new size, here.
+    // Earlier workers run first, even slow ones; here the one that resizes the panel.
     std::thread thread([&] {
         id = threadId();
         Overseer::getInstance()->post([&] {
@@ -296,7 +296,7 @@ TEST_F(GrabImageTest, ThePanelIsAskedInTurnWithOtherWorkOfTheApplicationThread)
     EXPECT_EQ(QImageReader(path("a.png")).size(), QSize(100, 200));
 }
 
-TEST_F(GrabImageTest, NobodyWaitsForTheReaderOfAPipe)
+TEST_F(GrabImageTest, APipeWithoutAReaderIsRefusedAtOnce)
 {
     LogCapture log;
     const QString name = path("pipe.png");
@@ -365,7 +365,7 @@ TEST_F(GrabImageTest, TextsForTheUserAreTranslatedAndRecordsAreNot)
     QCoreApplication::removeTranslator(&marker);
 }
 
-TEST_F(GrabImageTest, AFileThatCannotBeSavedIsNamedAndTheFolderRemembered)
+TEST_F(GrabImageTest, AFileThatCannotBeSavedIsReportedAndTheDirectoryStored)
 {
     LogCapture log;
     const QString name = path("missing/B\xc3\xa4r.png");
@@ -388,7 +388,7 @@ TEST_F(GrabImageTest, ParametersThatCannotBeResolved)
     EXPECT_EQ(console.lines().size(), 1);
 }
 
-TEST_F(GrabImageTest, APanelThatIsGoneEndsTheCommandWithoutAWord)
+TEST_F(GrabImageTest, AClosedPanelEndsTheCommandWithoutARecord)
 {
     Viewer::getInstance()->closePanel(panel);
     panel = nullptr;
@@ -421,7 +421,7 @@ TEST_F(GrabImageTest, ASetWithoutParametersDoesNothing)
 
 TEST_F(GrabImageTest, TheProposedWidthOnAPanelOf4To3Is10000By7500)
 {
-    useScene(nullptr); // the size is what counts
+    useScene(nullptr); // only the size matters
     const QString width = command->getCurrentParameterSet()->at(1)->getDefaultParameterForDefaultGUI();
     run(path("large.png"), width);
     EXPECT_EQ(QImageReader(path("large.png")).size(), QSize(10000, 7500));
@@ -443,7 +443,7 @@ TEST_F(GrabImageTest, NoEventIsFiredWhenAPictureIsDone)
     EXPECT_EQ(fired, 0);
 }
 
-TEST_F(GrabImageTest, ABlankPictureIsSavedAllTheSame)
+TEST_F(GrabImageTest, ABlankPictureIsSavedAsWell)
 {
     useScene(nullptr);
     LogCapture log;
@@ -452,7 +452,7 @@ TEST_F(GrabImageTest, ABlankPictureIsSavedAllTheSame)
     EXPECT_EQ(QImage(path("a.png")).pixel(5, 5), 0u);
 }
 
-TEST_F(GrabImageTest, TheDialogOffersEveryFormatAndTheLastFolder)
+TEST_F(GrabImageTest, TheDialogOffersEveryFormatAndTheLastDirectory)
 {
     tovSettings().setValue(QStringLiteral("lastGrabImageDirectory"), folder.path());
     const std::unique_ptr<QFileDialog> dialog(command->createSaveDialog());
@@ -467,7 +467,7 @@ TEST_F(GrabImageTest, TheDialogOffersEveryFormatAndTheLastFolder)
     EXPECT_EQ(dialog->defaultSuffix(), "png");
     EXPECT_EQ(dialog->directory().absolutePath(), folder.path());
     EXPECT_EQ(dialog->parent(), nullptr);
-    // The parameter's editor makes the very same dialog.
+    // The editor of the parameter creates the same dialog.
     auto* factory =
         dynamic_cast<FileParameterPanelFactory*>(command->getCurrentParameterSet()->at(0)->getParameterPanelFactory());
     const std::unique_ptr<QFileDialog> other(factory->createDialog());
@@ -478,7 +478,7 @@ TEST_F(GrabImageTest, TheProgrammaticFormFillsTheCallersImage)
 {
     QImage image(320, 200, QImage::Format_ARGB32);
     image.fill(0);
-    image.setDotsPerMeterX(11811); // 300 dots an inch
+    image.setDotsPerMeterX(11811); // 300 dots per inch
     const auto transform = panel->getScaledTransformMatrix();
     auto* programmatic = new GrabImage(&image, &transform, panel);
     EXPECT_EQ(programmatic->getCurrentParameterSetId(), 10000);
@@ -540,12 +540,12 @@ TEST_F(GrabImageTest, BothFormsGiveTheSamePicture)
             ASSERT_EQ(saved.pixel(x, y), image.pixel(x, y));
 }
 
-TEST_F(GrabImageTest, DestroyingItEndsItsSubscription)
+TEST_F(GrabImageTest, TheDestructorUnsubscribes)
 {
     auto* other = new GrabImage;
     processor->drain();
     processor->destroyCommand(other);
-    Viewer::getInstance()->announceActivePanel(); // the sanitizers would see a call of a dead command
+    Viewer::getInstance()->announceActivePanel(); // the sanitizers would detect a call of a deleted command
     EXPECT_FALSE(command->isDisabled());
 }
 
@@ -561,14 +561,14 @@ void keepCritical(QtMsgType type, const QMessageLogContext&, const QString& mess
 
 } // namespace
 
-TEST_F(GrabImageTest, ValuesOfTheWrongTypeCountAsNone)
+TEST_F(GrabImageTest, ValuesOfTheWrongTypeAreIgnored)
 {
     QImage image(32, 24, QImage::Format_ARGB32);
     const auto transform = panel->getScaledTransformMatrix();
     for (const int wrong : {0, 1, 2}) {
         image.fill(0x01020304);
         auto* programmatic = new GrabImage(&image, &transform, panel);
-        // The last set is the one that counts.
+        // The last set is used.
         auto* set = new ParameterSet(10000);
         for (int i = 0; i < 3; ++i) {
             AbstractParameter* parameter = nullptr;
@@ -594,7 +594,7 @@ TEST_F(GrabImageTest, ValuesOfTheWrongTypeCountAsNone)
         qInstallMessageHandler(before);
         EXPECT_TRUE(run->succeeded());
         EXPECT_EQ(criticalMessages, QStringList{"Invalid type!"}) << wrong;
-        // Only the panel is not needed for the picture.
+        // The picture does not need the panel.
         EXPECT_EQ(image.pixel(16, 12) != 0x01020304u, wrong == 2) << wrong;
     }
 }

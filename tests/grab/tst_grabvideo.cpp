@@ -69,7 +69,7 @@ protected:
         EXPECT_TRUE(run) << error.toStdString();
         return run;
     }
-    /// A copy of the prototype that is to record freely, 32 x 16.
+    /// A copy of the prototype for a free-running recording of 32 x 16 pixels.
     std::unique_ptr<tov::main::Command> freeRecorder(const QString& name)
     {
         std::unique_ptr<tov::main::Command> copy(mp_Prototype->clone());
@@ -78,7 +78,7 @@ protected:
         EXPECT_TRUE(copy->setParameters(arguments, nullptr));
         return copy;
     }
-    /// Runs the command on a thread of its own until it returns.
+    /// Runs the command on another thread and waits for its end.
     void execute(tov::main::Command& command)
     {
         std::atomic<bool> done{false};
@@ -95,10 +95,10 @@ protected:
     }
     bool framesTaken(int count, int width, int height)
     {
-        // The encoder is idle by design: a busy machine keeps it waiting.
+        // The encoder has idle priority, so this may take long on a loaded machine.
         return processUntil([&] { return m_Journal.totalSize() >= qint64(count) * width * height * 4; }, 60000);
     }
-    /// The only record of that text, with its fields as told.
+    /// Expects exactly one record of that text, with these fields.
     void expectRecord(const QString& message, int level, int line)
     {
         const auto records = m_Log.withMessage(message);
@@ -186,9 +186,9 @@ TEST_F(GrabVideoTest, TheEndOfTheCaptureCallsTheVirtualAbortAndProgressIsPassedO
     }
 }
 
-TEST_F(GrabVideoTest, AStopAfterThePanelsEndKeepsTheRecording)
+TEST_F(GrabVideoTest, AStopAfterThePanelWasClosedKeepsTheRecording)
 {
-    // A stop clears what the panel's end has set: the later one of the two decides.
+    // A stop clears the flag that the closed panel has set: the later one of the two decides.
     setChunks(0, true);
     activePanel();
     const QString name = file("both.raw");
@@ -203,7 +203,7 @@ TEST_F(GrabVideoTest, AStopAfterThePanelsEndKeepsTheRecording)
 
 namespace {
 
-/// The classes whose signals reach an object.
+/// The classes of the objects whose signals are connected to this object.
 QStringList sendersOf(const QObject& object)
 {
     static QStringList senders;
@@ -222,7 +222,7 @@ QStringList sendersOf(const QObject& object)
 
 } // namespace
 
-TEST_F(GrabVideoTest, AStopLetsThePanelGoAndThePanelsEndTheHandler)
+TEST_F(GrabVideoTest, AStopDisconnectsThePanelAndAClosedPanelTheHandler)
 {
     const QString panelClass = QStringLiteral("tov::gui::ScenePanel");
     const QString handlerClass = QStringLiteral("tov::grab::VideoHandler");
@@ -244,7 +244,7 @@ TEST_F(GrabVideoTest, AStopLetsThePanelGoAndThePanelsEndTheHandler)
         EXPECT_TRUE(framesTaken(1, 32, 16));
         EXPECT_EQ(copy->getProcessed(), -1);
         EXPECT_EQ(sendersOf(*recorder), (QStringList{handlerClass, panelClass}));
-        // The command goes on only when this thread runs its next piece of work.
+        // The command continues only when this thread runs its next worker.
         if (stops)
             recorder->abort();
         else
@@ -271,7 +271,7 @@ TEST_F(GrabVideoTest, FollowsTheActivePanel)
     EXPECT_TRUE(mp_Prototype->isDisabled());
 }
 
-TEST_F(GrabVideoTest, AClonesEnabledAndTheOriginIsDisabled)
+TEST_F(GrabVideoTest, ACloneIsEnabledAndItsOriginIsDisabled)
 {
     activePanel();
     std::unique_ptr<tov::main::Command> copy(mp_Prototype->clone());
@@ -332,7 +332,7 @@ TEST_F(GrabVideoTest, SizesOf1To15AreTooSmall)
     }
 }
 
-TEST_F(GrabVideoTest, ParameterFailuresHaveALineEach)
+TEST_F(GrabVideoTest, EveryParameterFailureHasItsLineNumber)
 {
     const int lines[4] = {185, 192, 199, 206};
     for (std::size_t missing = 0; missing < 4; ++missing) {
@@ -352,7 +352,7 @@ TEST_F(GrabVideoTest, ParameterFailuresHaveALineEach)
 
 TEST_F(GrabVideoTest, AShortListIsARangeError)
 {
-    // A recorder whose only set has the right number and too few entries.
+    // A command whose only set has the right identifier but too few entries.
     GrabVideo command;
     auto* set =
         const_cast<std::vector<tov::main::AbstractParameter*>*>(&command.getCurrentParameterSet()->getParameters());
@@ -391,14 +391,14 @@ TEST_F(GrabVideoTest, WithoutAPanelItIsRefused)
     EXPECT_FALSE(tovSettings().contains(QStringLiteral("lastGrabVideoDirectory")));
 }
 
-TEST_F(GrabVideoTest, OnePanelIsRecordedOnceAndTwoSideBySide)
+TEST_F(GrabVideoTest, OnePanelIsRecordedOnceAndTwoAtTheSameTime)
 {
     setChunks(0, true);
     auto* first = activePanel();
     const auto one = start(file("one.raw"), QStringLiteral("width=32 height=16 sync=0"));
     ASSERT_TRUE(framesTaken(1, 32, 16));
     EXPECT_TRUE(mp_Prototype->isDisabled());
-    // The processor refuses a disabled command; the command itself refuses too.
+    // The processor refuses a disabled command; the command itself refuses as well.
     mp_Prototype->disableCommand(false);
     const auto again = start(file("again.raw"), QStringLiteral("width=32 height=16 sync=0"));
     ASSERT_TRUE(finish(again));
@@ -430,10 +430,10 @@ TEST_F(GrabVideoTest, OnePanelIsRecordedOnceAndTwoSideBySide)
     }
 }
 
-TEST_F(GrabVideoTest, FourEncodersInTroubleLeaveEachOtherAlone)
+TEST_F(GrabVideoTest, FourFailingEncodersDoNotAffectEachOther)
 {
     setChunks(0, true);
-    // One refuses, one fails at its first chunk, one throws at its second, one takes nothing more after its second.
+    // One refuses, one fails at its first chunk, one throws at its second, one blocks at its second.
     tov::test::EncoderJournal journals[4];
     const char* const endings[] = {"refusing", "failing", "throwing", "held"};
     QSemaphore gate;
@@ -461,7 +461,7 @@ TEST_F(GrabVideoTest, FourEncodersInTroubleLeaveEachOtherAlone)
     }
     ASSERT_TRUE(
         processUntil([&] { return thrown.load() == 2 && arrived.load() == 2 && !journals[1].seen().empty(); }, 60000));
-    // Beside them a good one, as if it were alone.
+    // A good one at the same time.
     activePanel();
     const auto good = start(file("good.raw"), QStringLiteral("width=32 height=16 sync=0"));
     ASSERT_TRUE(framesTaken(3, 32, 16));
@@ -482,7 +482,7 @@ TEST_F(GrabVideoTest, FourEncodersInTroubleLeaveEachOtherAlone)
     EXPECT_TRUE(journals[0].seen().empty());
     EXPECT_EQ(journals[1].seen().size(), 1u);
     EXPECT_EQ(journals[2].seen().size(), 2u);
-    EXPECT_GT(journals[3].seen().size(), 2u) << "what had waited is encoded when it goes on";
+    EXPECT_GT(journals[3].seen().size(), 2u) << "the queued chunks are encoded when it continues";
     for (const auto& journal : {&journals[3], &m_Journal}) {
         EXPECT_GE(journal->totalSize(), frame);
         EXPECT_EQ(journal->totalSize() % frame, 0);
@@ -491,7 +491,7 @@ TEST_F(GrabVideoTest, FourEncodersInTroubleLeaveEachOtherAlone)
     EXPECT_EQ(QFileInfo(file("good.raw")).size(), m_Journal.totalSize());
 }
 
-TEST_F(GrabVideoTest, TheEndOfARecordingEnablesOnlyForTheActivePanel)
+TEST_F(GrabVideoTest, TheEndOfARecordingEnablesTheCommandOnlyForTheActivePanel)
 {
     setChunks(0, true);
     activePanel();
@@ -501,7 +501,7 @@ TEST_F(GrabVideoTest, TheEndOfARecordingEnablesOnlyForTheActivePanel)
     one->stop();
     ASSERT_TRUE(finish(one));
     EXPECT_TRUE(mp_Prototype->isDisabled()) << "there is no active panel";
-    // Nor while the panel that is active now is being recorded itself.
+    // Also disabled while the active panel is being recorded.
     activePanel();
     const auto two = start(file("two.raw"), QStringLiteral("width=32 height=16 sync=0"));
     ASSERT_TRUE(processUntil([&] { return QFileInfo::exists(file("two.raw")); }));
@@ -515,7 +515,7 @@ TEST_F(GrabVideoTest, TheEndOfARecordingEnablesOnlyForTheActivePanel)
     ASSERT_TRUE(finish(three));
 }
 
-TEST_F(GrabVideoTest, TheStopOfTheUserKeepsWhatWasCaptured)
+TEST_F(GrabVideoTest, AStopByTheUserKeepsTheCapturedFrames)
 {
     setChunks(0, true);
     activePanel();
@@ -562,9 +562,9 @@ TEST_F(GrabVideoTest, AFailedStartFreesThePanel)
     EXPECT_EQ(QFileInfo(file("then.raw")).size(), 32 * 16 * 4);
 }
 
-TEST_F(GrabVideoTest, WhatIsDoneIsReportedBeforeTheStart)
+TEST_F(GrabVideoTest, ProgressIsReportedBeforeTheStart)
 {
-    // A start that fails shows it: the recording itself reports progress, too.
+    // A start that fails shows it, because a recording reports progress as well.
     activePanel();
     const auto copy = freeRecorder(file("clip.unknown"));
     copy->updateProcessed(50);
@@ -595,7 +595,7 @@ TEST_F(GrabVideoTest, AStopBeforeTheBeginningIsNotLost)
     copy->abort();
     execute(*copy);
     expectRecord(QStringLiteral("Video '%1' encoding done").arg(name), 3000, 295);
-    // After the end it does nothing.
+    // After the end a stop does nothing.
     copy->abort();
 }
 
@@ -751,12 +751,12 @@ TEST_F(GrabVideoTest, ThePanelIsForgottenByTheApplicationThread)
     });
     ASSERT_TRUE(framesTaken(1, 32, 16));
     ASSERT_TRUE(processUntil([&] { return tov::test::threadState(id) == 'S'; }));
-    // From here on this thread, the application's, does nothing for others: the command wakes up and must wait.
+    // From here on the application thread runs no workers: the command wakes up and has to wait.
     const long before = tov::test::threadSleeps(id);
     copy->abort();
     while (tov::test::threadSleeps(id) == before || tov::test::threadState(id) != 'S')
         std::this_thread::yield();
-    EXPECT_FALSE(m_Log.contains(QStringLiteral("Video encoding started"))) << "the panel has not been let go yet";
+    EXPECT_FALSE(m_Log.contains(QStringLiteral("Video encoding started"))) << "the panel has not been forgotten yet";
     EXPECT_TRUE(processUntil([&] { return done.load(); }));
     thread.join();
     EXPECT_TRUE(m_Log.contains(QStringLiteral("Video encoding started")));
@@ -802,6 +802,6 @@ TEST_F(GrabVideoTest, AnEmptyEncoderListGivesADialogWithoutFiltersAndSuffix)
 
 TEST(GrabVideoDeathTest, ACommandThatCannotBeClonedEndsTheProcess)
 {
-    // Its name is known to no processor, so the base makes no copy.
+    // No processor knows its name, so the base class makes no copy.
     EXPECT_DEATH({ GrabVideo().clone(); }, "");
 }

@@ -1,5 +1,5 @@
-// Recordings ended in every way at every moment: stopped, walked to their end, their panels closed, and two of these at
-// once. Nothing may crash, hang or stay behind.
+// Recordings that end in every way at random moments: stopped, at the end of the trajectory, with a closed panel, and
+// two of these at once. Nothing may crash, hang or leak.
 
 #include "grab/commands/grabvideo.h"
 
@@ -68,10 +68,10 @@ TEST_F(GrabVideoClosing, RecordingsEndAtRandomMomentsAndLeaveNothing)
     const auto below = [&random](unsigned limit) { return random() % limit; };
     setChunks(0, true);
     selectPoints(6);
-    // The first recording warms up what OpenGL keeps for itself.
+    // OpenGL allocates resources for the process during the first recording.
     std::size_t threadsBefore = 0, descriptorsBefore = 0;
     int contextsBefore = 0;
-    // A thread of Qt's is told to be over a moment before it is gone, with its descriptors.
+    // A thread of Qt reports its end a moment before it and its descriptors are gone.
     const auto quiet = [] {
         for (const std::string& name : tov::test::threadNames())
             if (name == "Command" || name == "Grabber" || name == "SyncedGrabber" || name == "QThread")
@@ -94,7 +94,7 @@ TEST_F(GrabVideoClosing, RecordingsEndAtRandomMomentsAndLeaveNothing)
         auto* other = below(2) ? newPanel(32, 32) : nullptr;
         Viewer::getInstance()->setActivePanel(panel);
         const bool synced = below(2) != 0;
-        // Frame by frame, so that the moments below come; a walk ends by itself.
+        // One frame per chunk, so that the moments below occur. A walk ends by itself.
         setChunks(synced ? int(below(2)) : 0, below(3) != 0);
         if (synced)
             TrajectoryHandler::getInstance()->getTrajectoryInfo()->setPosition(0);
@@ -104,7 +104,7 @@ TEST_F(GrabVideoClosing, RecordingsEndAtRandomMomentsAndLeaveNothing)
             QStringLiteral("grabvideo filename=\"%1\" width=32 height=32 sync=%2").arg(name).arg(synced ? 1 : 0),
             &error);
         ASSERT_TRUE(run) << error.toStdString();
-        // A moment: before anything has happened, while it starts, or while frames are taken.
+        // The moment: before the start, while it starts, or while frames are recorded.
         const unsigned moment = below(4);
         QElapsedTimer clock;
         clock.start();
@@ -119,7 +119,7 @@ TEST_F(GrabVideoClosing, RecordingsEndAtRandomMomentsAndLeaveNothing)
         const auto close = [&] {
             Viewer::getInstance()->closePanel(panel);
             closed = true;
-            // A recording that has not begun by now takes the panel that has become the active one.
+            // A recording that has not started yet uses the panel that is active then.
             if (other)
                 Viewer::getInstance()->closePanel(other);
             other = nullptr;
@@ -146,7 +146,7 @@ TEST_F(GrabVideoClosing, RecordingsEndAtRandomMomentsAndLeaveNothing)
             << "ending " << ending << " at moment " << moment << "\n"
             << m_Log.text();
         EXPECT_TRUE(run->succeeded());
-        // Every recording that began ended in one of two ways, and the file tells the same as the log.
+        // Every started recording has ended in one of two ways, and the file agrees with the log.
         const bool done = m_Log.contains(QStringLiteral("Video '%1' encoding done").arg(name));
         const bool gone = m_Log.contains(QStringLiteral("Video grabbing aborted"));
         const bool none =
@@ -167,7 +167,7 @@ TEST_F(GrabVideoClosing, RecordingsEndAtRandomMomentsAndLeaveNothing)
             Viewer::getInstance()->closePanel(panel);
         if (other)
             Viewer::getInstance()->closePanel(other);
-        // The prototype is free again for the next panel.
+        // The prototype is enabled for the next panel.
         auto* next = newPanel(16, 16);
         Viewer::getInstance()->setActivePanel(next);
         EXPECT_FALSE(mp_Prototype->isDisabled());
@@ -183,7 +183,7 @@ TEST_F(GrabVideoClosing, RecordingsEndAtRandomMomentsAndLeaveNothing)
     EXPECT_EQ(contexts(), contextsBefore);
 }
 
-TEST_F(GrabVideoClosing, TwoRecordingsLoseTheirPanelsSideBySide)
+TEST_F(GrabVideoClosing, TwoRecordingsLoseTheirPanelsAtTheSameTime)
 {
     setChunks(0, true);
     for (int i = 0; i < 20; ++i) {

@@ -100,7 +100,7 @@ typedef void (*RecycleFactory)();
 
 void ignore(const QString&) {}
 
-/// What the library did when it was loaded and unloaded, with the count of events that had been declared by then.
+/// A call that the library made when it was loaded or unloaded, with the number of events registered before.
 struct Step
 {
     QString what;
@@ -114,8 +114,8 @@ std::ostream& operator<<(std::ostream& stream, const Step& step)
 {
     return stream << step.what.toStdString() << " after " << step.declarations;
 }
-// Made at first use and never freed: other libraries register their resources before this program's own objects are
-// made, and unregister them when the process is nearly gone.
+// Created on first use and never freed: other libraries register their resources before the objects of this program are
+// constructed, and unregister them after these are destroyed.
 std::vector<Step>& steps()
 {
     static auto* const noted = new std::vector<Step>;
@@ -143,7 +143,7 @@ Function next(const char* name)
 
 } // namespace
 
-// This program's own definitions come before those of the libraries, and pass on what they have noted.
+// The definitions of this program replace those of the libraries, record the call and call the original.
 
 typedef bool (*ResourceFunction)(int, const unsigned char*, const unsigned char*, const unsigned char*);
 
@@ -170,8 +170,8 @@ bool ModuleFactory::registerPrimaryCommand(Command* (*create)())
         "_ZN3tov4main13ModuleFactory22registerPrimaryCommandEPFPNS0_7CommandEvE")(this, create);
 }
 
-// Comes first: a library that stays loaded would not register again.
-TEST(ModuleLibrary, RegistersEventsAndCommandsInTheStatedOrder)
+// The first test: a library that stays loaded would not register again.
+TEST(ModuleLibrary, RegistersEventsAndCommandsInTheSpecifiedOrder)
 {
     EventHandler::getInstance()->recordDeclarations(true);
     const auto before = EventHandler::getInstance()->getDeclarations().size();
@@ -180,7 +180,7 @@ TEST(ModuleLibrary, RegistersEventsAndCommandsInTheStatedOrder)
     QLibrary library(QString::fromLatin1(ModuleFile));
     ASSERT_TRUE(library.load()) << library.errorString().toStdString();
     const QString registered = QStringLiteral("register resources 2"), command = QStringLiteral("command");
-    // Between the lists of the units; the first command brings the factory, the last unit is that of the resources.
+    // The first command creates the factory; the resources are the last unit.
     EXPECT_EQ(steps(), (std::vector<Step>{{registered, before + 49},
                                           {command, before + 49},
                                           {command, before + 60},
@@ -215,7 +215,7 @@ TEST(ModuleLibrary, RegistersEventsAndCommandsInTheStatedOrder)
         EXPECT_EQ(data, resourceData()[0]) << "the same data all four times";
 }
 
-TEST(ModuleLibrary, FactoriesComeAndGo)
+TEST(ModuleLibrary, AFactoryCanBeRecycledAndCreatedAgain)
 {
     QLibrary library(QString::fromLatin1(ModuleFile));
     ASSERT_TRUE(library.load());
@@ -241,14 +241,14 @@ TEST(ModuleLibrary, FactoriesComeAndGo)
     EXPECT_EQ(second->getInformationObject()->getName(), "Grab");
     EXPECT_TRUE(second->getPrimaryCommands().empty()) << "the static registration is not repeated";
     recycleFactory();
-    // None exists now: one is made and destroyed at once.
+    // There is none now: one is created and destroyed at once.
     recycleFactory();
     EXPECT_TRUE(getFactory()->getPrimaryCommands().empty());
     recycleFactory();
     library.unload();
 }
 
-TEST(ModuleLibrary, ResourcesAreThereWhileTheFactoryIs)
+TEST(ModuleLibrary, ResourcesExistAsLongAsTheFactory)
 {
     const QString icon = QStringLiteral(":/module_grab/image/grabscene.png");
     EXPECT_FALSE(QFile::exists(icon));
@@ -263,7 +263,7 @@ TEST(ModuleLibrary, ResourcesAreThereWhileTheFactoryIs)
     getFactory();
     recycleFactory();
     getFactory();
-    EXPECT_TRUE(QFile::exists(icon)) << "the next factory registers them anew";
+    EXPECT_TRUE(QFile::exists(icon)) << "the next factory registers them again";
     recycleFactory();
     library.unload();
     EXPECT_FALSE(QFile::exists(icon));
@@ -348,7 +348,7 @@ TEST(ModuleLibrary, StartingLoadsTheEncodersAndTheModulesEndUnloadsThem)
     QFile::remove(plugin);
 }
 
-TEST(ModuleLibrary, VirtualOperationsStandInTheStatedOrder)
+TEST(ModuleLibrary, VirtualFunctionsHaveTheSpecifiedOrder)
 {
     QLibrary library(QString::fromLatin1(ModuleFile));
     ASSERT_TRUE(library.load());
@@ -387,7 +387,7 @@ TEST(ModuleLoading, TheHostLoadsUsesAndUnloadsTheModule)
         QStringList names;
         for (Command* command : processor->getPrimaryCommands())
             names << command->getDescriptor()->getName();
-        // The library was loaded before in this process; it registers on every load.
+        // The library was loaded before in this process. It registers on every load.
         EXPECT_EQ(names, (QStringList{"grabvideo", "setvideosettings", "grabimage"}));
         EXPECT_EQ(module->getCommands().size(), 3u);
         EXPECT_FALSE(loader.loadFile(QString::fromLatin1(ModuleFile), ignore)) << "twice";
@@ -397,7 +397,7 @@ TEST(ModuleLoading, TheHostLoadsUsesAndUnloadsTheModule)
     EXPECT_EQ(dlopen(ModuleFile, RTLD_NOW | RTLD_NOLOAD), nullptr) << "unloaded";
 }
 
-TEST(ModuleLoading, TheModuleMayGoDuringARecordingAndAPicture)
+TEST(ModuleLoading, TheModuleCanBeUnloadedDuringARecordingAndAPicture)
 {
     auto* viewer = tov::scene::Viewer::getInstance();
     viewer->initialize();
@@ -408,14 +408,14 @@ TEST(ModuleLoading, TheModuleMayGoDuringARecordingAndAPicture)
     ASSERT_TRUE(QFile::copy(QStringLiteral(TOV_BINARY_DIR "/tests/zoo/rawcopy.so"), plugin));
     tov::test::TemporarySettings settings;
     tovSettings().setValue(QStringLiteral("settings/lowspacelimit"), 0);
-    // A frame a chunk, so that the file grows at once.
+    // One frame per chunk, so that the file grows at once.
     tovSettings().setValue(QStringLiteral("settings/grabvideotempfilesize"), 0);
     const auto endsByItself = [](const CommandRunPointer& run) { return run->getCommandName() == "grabimage"; };
     enum Moment
     {
-        AtOnce,   ///< it was started, nothing more
-        Underway, ///< a part has been done
-        Finished, ///< it has just ended, its last messages are under way
+        AtOnce,   ///< right after the start
+        Underway, ///< when a part has been done
+        Finished, ///< right after the end, while its last messages are still posted
         Moments
     };
     int cases = 0;
@@ -438,7 +438,7 @@ TEST(ModuleLoading, TheModuleMayGoDuringARecordingAndAPicture)
                 processor->drain();
                 QString error;
                 CommandRunPointer run;
-                // The commands hear of the panel a moment later.
+                // The commands get the event a moment later.
                 ASSERT_TRUE(tov::test::processUntil([&] {
                     viewer->announceActivePanel();
                     processor->drain();
@@ -479,7 +479,7 @@ TEST(ModuleLoading, TheModuleMayGoDuringARecordingAndAPicture)
     QFile::remove(plugin);
 }
 
-TEST(ModuleLoading, FilesThatAreNoModulesAreReportedAndSkipped)
+TEST(ModuleLoading, FilesThatAreNotModulesAreReportedAndSkipped)
 {
     QTemporaryDir folder;
     QFile text(folder.filePath(QStringLiteral("text.so")));

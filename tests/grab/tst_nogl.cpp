@@ -1,4 +1,4 @@
-// Everything that happens when OpenGL cannot be used: the platform of this test has none.
+// What happens without OpenGL: the platform plug-in of this test has none.
 
 #include "grab/commands/grabimage.h"
 #include "grab/video/videoencoder.h"
@@ -24,7 +24,7 @@ using tov::commands::grab::GrabImage;
 using tov::scene::Viewer;
 using tov::test::LogCapture;
 
-TEST(WithoutOpenGL, TheProbeSaysSoAndTheCommandStaysDisabled)
+TEST(WithoutOpenGL, TheProbeReportsItAndTheCommandStaysDisabled)
 {
     EXPECT_FALSE(Viewer::getInstance()->initialize());
     EXPECT_FALSE(Viewer::getInstance()->isFboAvailable());
@@ -44,14 +44,14 @@ TEST(WithoutOpenGL, TheProbeSaysSoAndTheCommandStaysDisabled)
     processor->destroyCommand(command);
 }
 
-TEST(WithoutOpenGL, ThePictureCommandRefusesAndRemembersNoFolder)
+TEST(WithoutOpenGL, ThePictureCommandRefusesAndStoresNoDirectory)
 {
     tov::test::TemporarySettings settings;
     auto* processor = tov::main::Overseer::getInstance()->getCommandProcessor();
     auto* panel = new tov::gui::ScenePanel;
     auto* command = new GrabImage;
     processor->drain();
-    // As if a panel had been announced after a probe that found no fault.
+    // As if a panel had been announced after a successful probe.
     auto* events = tov::events::EventHandler::getInstance();
     const tov::main::Event announced(events->addEvent("Scene", "SCENEPANEL_CHANGED"), nullptr, panel);
     command->scenePanelChanged(&announced);

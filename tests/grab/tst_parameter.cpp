@@ -18,7 +18,7 @@ using tov::test::LogCapture;
 
 namespace {
 
-/// A value that counts its kind, and a cast class whose deletion can be made to throw.
+/// A value that counts its instances, and a cast class whose deletion can throw.
 struct Counted
 {
     Counted() { ++alive; }
@@ -139,9 +139,9 @@ TEST_F(ParameterTest, ASetFreesTheValuesThatItsParametersOwn)
     delete kept;
 }
 
-TEST_F(ParameterTest, TheCriticalMessageLeavesOutTheMarkOfALocalType)
+TEST_F(ParameterTest, TheCriticalMessageOmitsTheMarkOfALocalType)
 {
-    // Names of types of one library only begin with a mark, which people need not see.
+    // The names of types that are local to a library begin with a mark, which is not shown.
     CountedParameter parameter = makeCounted();
     static QString message;
     const auto previous =
@@ -166,7 +166,7 @@ TEST_F(ParameterTest, ReplacingFreesTheOldValueOnlyWhenOwned)
     delete left;
 }
 
-TEST_F(ParameterTest, ConvertingAndTakingFreeTheOldValueOnlyWhenOwned)
+TEST_F(ParameterTest, CastStringAndTakeValueFromFreeTheOldValueOnlyWhenOwned)
 {
     CountedParameter parameter = makeCounted(), other = makeCounted();
     auto* first = new Counted;
@@ -189,7 +189,7 @@ TEST_F(ParameterTest, ConvertingAndTakingFreeTheOldValueOnlyWhenOwned)
     EXPECT_EQ(Counted::alive, 0);
 }
 
-TEST_F(ParameterTest, AThrowingDeletionDoesNotKeepANewValueOut)
+TEST_F(ParameterTest, AThrowingDeletionDoesNotPreventANewValue)
 {
     specialDeletion = true;
     CountedParameter parameter = makeCounted(), other = makeCounted();
@@ -214,7 +214,7 @@ TEST_F(ParameterTest, AThrowingDeletionDoesNotKeepANewValueOut)
     delete third;
 }
 
-TEST_F(ParameterTest, AssigningTheValueItHasDoesNothing)
+TEST_F(ParameterTest, AssigningTheCurrentValueDoesNothing)
 {
     CountedParameter parameter = makeCounted();
     auto* value = new Counted;
@@ -307,7 +307,7 @@ TEST_F(ParameterTest, AFailedConversionKeepsTheValueAndIsLogged)
     parameter.deleteValue();
 }
 
-TEST_F(ParameterTest, AThrowingDeletionIsLoggedAndTheValueForgotten)
+TEST_F(ParameterTest, AThrowingDeletionIsLoggedAndTheValueIsCleared)
 {
     specialDeletion = true;
     Counted* member = nullptr;
@@ -358,7 +358,7 @@ TEST_F(ParameterTest, SpecialDeletionGoesThroughTheCastClass)
     EXPECT_EQ(Counted::alive, 0);
 }
 
-TEST_F(ParameterTest, TheDebugTextNamesEverything)
+TEST_F(ParameterTest, TheDebugTextContainsAllFields)
 {
     Parameter<int> parameter(QStringLiteral("width"), QString());
     int* member = nullptr;
@@ -398,7 +398,7 @@ TEST_F(ParameterTest, TypedAssignmentChecksTheType)
 
 namespace {
 
-/// Notes the number of the virtual operation that is called through a table of the stated order.
+/// Records the index of the virtual function that is called.
 template <typename Result, typename... Arguments>
 Result callSlot(AbstractParameter* object, int slot, Arguments... arguments)
 {
@@ -408,7 +408,7 @@ Result callSlot(AbstractParameter* object, int slot, Arguments... arguments)
 
 } // namespace
 
-TEST_F(ParameterTest, VirtualOperationsStandInTheStatedOrder)
+TEST_F(ParameterTest, VirtualFunctionsHaveTheSpecifiedOrder)
 {
     auto* parameter = new Parameter<int>(QStringLiteral("n"), QString());
     const QString text = QStringLiteral("6");

@@ -35,7 +35,7 @@ protected:
         return image;
     }
 
-    /// The same view in one framebuffer object, straight through the drawer.
+    /// The same view in one framebuffer object, drawn directly with the drawer.
     static QImage whole(int width, int height, const Matrix4& transform)
     {
         QColor background = SceneDrawer(Viewer::getInstance()->getGlobalScene()).getBackgroundColor();
@@ -49,8 +49,8 @@ protected:
 
 namespace {
 
-/// Shows a real model; the view of it from that distance and direction.
-/// Under the headlight, in which every fold has the contrast of an edge.
+/// Loads a real model and returns its view from that distance and direction. Lit by the headlight, under which every
+/// fold has the contrast of an edge.
 Matrix4 useBunny(double distance, double azimuth, double elevation)
 {
     tov::scene::SceneLook look;
@@ -70,7 +70,7 @@ Matrix4 useBunny(double distance, double azimuth, double elevation)
     return viewFrom(distance, azimuth, elevation, tov::scene::scalingFor(box)) * toCentre;
 }
 
-/// True where the picture itself jumps: the outline of one part of the model before another.
+/// True at edges in the picture, such as the outline of one part of the model in front of another.
 bool onEdge(const QImage& image, int x, int y)
 {
     const QRgb own = image.pixel(x, y);
@@ -86,9 +86,9 @@ bool onEdge(const QImage& image, int x, int y)
     return false;
 }
 
-/// Holds a picture made of tiles against the same view drawn at once; in words, empty: it passes. Away from outlines
-/// and edges no pixel may differ by more than 2 of 255, no more than one in 1000 may differ at all, and not more often
-/// along the borders of tiles than elsewhere.
+/// Compares a picture made of tiles with the same view drawn at once. Returns the difference in words, empty if the
+/// picture passes: away from outlines and edges no pixel differs by more than 2 of 255, at most one in 1000 pixels
+/// differs at all, and pixels at the borders of tiles do not differ more often than others.
 std::string tilingDifference(const QImage& tiled, const QImage& single)
 {
     if (tiled.isNull() || tiled.size() != single.size())
@@ -105,7 +105,7 @@ std::string tilingDifference(const QImage& tiled, const QImage& single)
     if (drawn == 0)
         return "nothing was drawn";
     qint64 different = 0, large = 0, atBorders = 0, borderPixels = 0;
-    const int firstRow = height - height / 512 * 512; // the short row stands on top
+    const int firstRow = height - height / 512 * 512; // the short row is at the top
     for (int y = 0; y < height; ++y)
         for (int x = 0; x < width; ++x) {
             const QRgb a = tiled.pixel(x, y), b = single.pixel(x, y);
@@ -124,7 +124,7 @@ std::string tilingDifference(const QImage& tiled, const QImage& single)
         return std::to_string(large) + " pixels differ by more than 2 of 255 away from the outline";
     if (different > qint64(width) * height / 1000)
         return std::to_string(different) + " pixels differ";
-    // But for chance.
+    // With some tolerance for chance.
     const double elsewhere = double(different - atBorders) / double(qint64(width) * height - borderPixels);
     if (double(atBorders) > elsewhere * double(borderPixels) * 2 + 8)
         return std::to_string(atBorders) + " of " + std::to_string(different) + " pixels that differ are at borders";
@@ -178,15 +178,15 @@ TEST_F(SaveImageTest, TheSilhouetteOfARealModelIsWhereItBelongs)
     EXPECT_EQ(silhouetteDifference(image, silhouette(view, 1200, 900, HalfHeight)), "");
 }
 
-// The rules by which pictures are judged would be worth nothing if they let wrong ones pass.
+// The comparisons above must detect wrong pictures.
 
-TEST_F(SaveImageTest, ASilhouetteFromAMovedCameraIsNoticed)
+TEST_F(SaveImageTest, ASilhouetteFromAMovedCameraIsDetected)
 {
     useScene(makeBox(1));
     const int width = 1100, height = 700;
     const auto mask = silhouette(viewFrom(6, 0.3, 0.2), width, height, HalfHeight);
     ASSERT_EQ(silhouetteDifference(rendered(width, height, viewFrom(6, 0.3, 0.2)), mask), "");
-    // Turned by half a degree, nearer by a hundredth, aside by three pixels.
+    // Turned by half a degree, closer by one percent, moved by three pixels.
     EXPECT_NE(silhouetteDifference(rendered(width, height, viewFrom(6, 0.31, 0.2)), mask), "");
     EXPECT_NE(silhouetteDifference(rendered(width, height, viewFrom(6, 0.3, 0.21)), mask), "");
     EXPECT_NE(silhouetteDifference(rendered(width, height, viewFrom(5.94, 0.3, 0.2)), mask), "");
@@ -195,7 +195,7 @@ TEST_F(SaveImageTest, ASilhouetteFromAMovedCameraIsNoticed)
     EXPECT_NE(silhouetteDifference(rendered(width, height, aside), mask), "");
 }
 
-TEST_F(SaveImageTest, AnObjectMissingInASilhouetteIsNoticed)
+TEST_F(SaveImageTest, AnObjectMissingInASilhouetteIsDetected)
 {
     auto* root = makeBox(1);
     tov::scene::Geometry small;
@@ -211,7 +211,7 @@ TEST_F(SaveImageTest, AnObjectMissingInASilhouetteIsNoticed)
     EXPECT_NE(silhouetteDifference(rendered(1100, 700, view), mask), "");
 }
 
-TEST_F(SaveImageTest, ABlankSilhouetteIsNoticed)
+TEST_F(SaveImageTest, ABlankSilhouetteIsDetected)
 {
     useScene(makeBox(1));
     const auto mask = silhouette(viewFrom(6, 0.3, 0.2), 400, 300, HalfHeight);
@@ -220,7 +220,7 @@ TEST_F(SaveImageTest, ABlankSilhouetteIsNoticed)
     covered.fill(Qt::red);
     EXPECT_NE(silhouetteDifference(covered, mask), "");
     EXPECT_NE(silhouetteDifference(QImage(), mask), "");
-    // Nor does a blank picture pass where nothing was expected.
+    // A blank picture fails even if nothing is expected.
     QImage nothing(400, 300, QImage::Format_ARGB32);
     nothing.fill(0);
     EXPECT_NE(silhouetteDifference(nothing, std::vector<bool>(400 * 300, false)), "");
@@ -233,7 +233,7 @@ TEST_F(SaveImageTest, TilesMeetWithoutSeams)
     EXPECT_EQ(tilingDifference(rendered(width, height, view), whole(width, height, view)), "");
 }
 
-TEST_F(SaveImageTest, WrongTilesAreNoticed)
+TEST_F(SaveImageTest, WrongTilesAreDetected)
 {
     const int width = 1100, height = 700;
     const Matrix4 view = useBunny(2200, 0.3, 0.2);
@@ -248,12 +248,12 @@ TEST_F(SaveImageTest, WrongTilesAreNoticed)
         for (int x = 1023; x > 512; --x)
             seam.setPixel(x, y, tiled.pixel(x - 1, y));
     EXPECT_NE(tilingDifference(seam, single), "");
-    // A border of a tile that was not drawn.
+    // The border of a tile is missing.
     seam = tiled;
     for (int y = 188; y < height; ++y)
         seam.setPixel(512, y, tiled.pixel(0, 0));
     EXPECT_NE(tilingDifference(seam, single), "");
-    // A missing tile, and nothing at all.
+    // A tile is missing, and the picture is blank.
     QImage missing = tiled;
     for (int y = 188; y < height; ++y)
         for (int x = 512; x < 1024; ++x)
@@ -265,7 +265,7 @@ TEST_F(SaveImageTest, WrongTilesAreNoticed)
     EXPECT_NE(tilingDifference(blank, blank), "");
 }
 
-TEST_F(SaveImageTest, OddSizesAreFilledWholly)
+TEST_F(SaveImageTest, OddSizesAreFilledCompletely)
 {
     useScene(makeBox(1500)); // the camera is inside: every pixel is covered
     for (const QSize size : {QSize(1, 1), QSize(512, 512), QSize(513, 511), QSize(1025, 2), QSize(2, 1025)}) {
@@ -294,7 +294,7 @@ TEST_F(SaveImageTest, ProgressIsSetBeforeEachTileAndNeverShows100)
     tov::util::ZProgressDialog::setPresenter({});
     EXPECT_EQ(title, "Building Picture");
     EXPECT_TRUE(finished);
-    // On the application thread itself every value is presented at once.
+    // On the application thread every value is presented at once.
     EXPECT_EQ(values, (std::vector<int>{-1, 0, 12, 25, 37, 50, 62, 75, 87}));
 }
 

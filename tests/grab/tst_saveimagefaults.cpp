@@ -1,4 +1,4 @@
-// Tiles as OpenGL sees them, and what happens when OpenGL fails; through a library that is loaded before OpenGL.
+// The calls of OpenGL for the tiles of a picture, and what happens when OpenGL fails. Uses a preloaded library.
 
 #include "grab/commands/grabimage.h"
 #include "grab/videohandler.h"
@@ -81,7 +81,7 @@ protected:
         command.saveImage(&image, view);
         return image;
     }
-    /// What a new command says once while its probe finds that fault; it never listens after that.
+    /// Expects that the probe of a new command reports that fault once and that the command stays disabled.
     void expectRefusal(const char* fault, const char* message)
     {
         auto* processor = tov::main::Overseer::getInstance()->getCommandProcessor();
@@ -108,7 +108,7 @@ protected:
         std::vector<std::pair<int, int>> result;
         for (int i = 0; i < shim<int>("shimViewportCount"); ++i)
             result.emplace_back(sizes[i][0], sizes[i][1]);
-        // Making a context current sets the viewport of its own accord.
+        // Making a context current sets the viewport as well.
         std::vector<std::pair<int, int>> tiles;
         for (const auto& size : result)
             if (size.first > 1 || size.second > 1)
@@ -121,7 +121,7 @@ typedef std::vector<std::pair<int, int>> Sizes;
 
 } // namespace
 
-TEST_F(FaultTest, TilesComeRowByRowFromTheBottomWithTheShortRowOnTop)
+TEST_F(FaultTest, TilesAreDrawnRowByRowFromTheBottomWithTheShortRowOnTop)
 {
     rendered(1000, 700);
     EXPECT_EQ(viewports(), (Sizes{{512, 512}, {488, 512}, {512, 188}, {488, 188}}));
@@ -141,14 +141,14 @@ TEST_F(FaultTest, TilesComeRowByRowFromTheBottomWithTheShortRowOnTop)
     }
 }
 
-TEST_F(FaultTest, TilesAreNoLargerThanTexturesMayBe)
+TEST_F(FaultTest, TilesAreNotLargerThanTheMaximumTextureSize)
 {
     shim<int>("shimMaxTextureSize") = 256;
     rendered(512, 300);
     EXPECT_EQ(viewports(), (Sizes{{256, 256}, {256, 256}, {256, 44}, {256, 44}}));
 }
 
-TEST_F(FaultTest, BordersOfOneTile)
+TEST_F(FaultTest, SizesAroundOneTile)
 {
     rendered(512, 512);
     EXPECT_EQ(viewports(), (Sizes{{512, 512}}));
@@ -264,8 +264,8 @@ TEST_F(FaultTest, AContextThatCannotBeMadeCurrentLeavesTheTargetUntouched)
 
 TEST_F(FaultTest, AFramebufferThatCannotBeBoundStopsRenderingAndKeepsEarlierTiles)
 {
-    // How often Qt looks at an object that it makes is its own matter: the first size's is counted, the second one's
-    // fails.
+    // Qt checks each object that it makes several times. The checks of the first size are counted; those of the second
+    // one fail.
     shim<int>("shimChecks") = 0;
     rendered(512, 512);
     shim<int>("shimIncompleteAfter") = shim<int>("shimChecks");
@@ -277,7 +277,7 @@ TEST_F(FaultTest, AFramebufferThatCannotBeBoundStopsRenderingAndKeepsEarlierTile
     EXPECT_EQ(found[0].function, "saveImage");
     EXPECT_NE(image.pixel(500, 256), 0x01020304u) << "the first tile was copied";
     EXPECT_EQ(image.pixel(900, 256), 0x01020304u);
-    // Everything was released: the next picture is whole.
+    // Everything was released: the next picture is complete.
     reset();
     EXPECT_NE(rendered(1000, 512).pixel(900, 256), 0x01020304u);
 }
@@ -306,7 +306,7 @@ TEST_F(FaultTest, TheSceneIsLockedFromBeforeTheFirstTileUntilAfterTheLast)
     EXPECT_EQ(seen, (locked + QStringList{"opened", "0 after 0 tiles", "50 after 1 tiles"} + unlocked +
                      QStringList{"closed"}));
     EXPECT_EQ(shim<int>("shimLockType"), 7);
-    // A framebuffer that cannot be bound: the same, the other way about.
+    // If a framebuffer cannot be bound, the dialog is closed before the scene is unlocked.
     seen.clear();
     shim<int>("shimDrawCount") = 0;
     shim<int>("shimIncompleteAfter") = 0;
@@ -341,13 +341,13 @@ TEST_F(FaultTest, TheProbeRunsOnTheApplicationThreadWhereOpenGLIsNotThreaded)
         Viewer::getInstance()->announceActivePanel();
         EXPECT_FALSE(command->isDisabled());
         processor->destroyCommand(command);
-        // Destroyed at once: the probe, which knows the bare object, has run before.
+        // Destroyed at once: the probe, which has a bare pointer to the command, must have run before.
         processor->destroyCommand(new GrabImage);
     }
     Viewer::getInstance()->closePanel(panel);
 }
 
-TEST_F(FaultTest, ATargetThatShrinksMeanwhileCostsTheColumnsOutsideOnly)
+TEST_F(FaultTest, ATargetThatShrinksLosesOnlyTheColumnsOutside)
 {
     QImage image(1000, 700, QImage::Format_ARGB32);
     image.fill(0x01020304);
@@ -382,7 +382,7 @@ TEST_F(FaultTest, ATargetThatShrinksMeanwhileCostsTheColumnsOutsideOnly)
         EXPECT_TRUE(lines[record.line - 1].contains("__LINE__")) << "not the line of the record";
     }
     EXPECT_NE(image.pixel(599, 400), 0x01020304u) << "columns inside are filled";
-    EXPECT_EQ(image.pixel(100, 400), 0x01020304u) << "the first tile went to the image that was there before";
+    EXPECT_EQ(image.pixel(100, 400), 0x01020304u) << "the first tile was copied to the replaced image";
     EXPECT_NE(image.pixel(100, 100), 0x01020304u);
 }
 
@@ -397,7 +397,7 @@ void noteCursorThread()
 
 } // namespace
 
-TEST_F(FaultTest, TheWaitCursorIsSetAndTakenBackByTheApplicationThread)
+TEST_F(FaultTest, TheWaitCursorIsSetAndRestoredByTheApplicationThread)
 {
     TemporarySettings settings;
     QTemporaryDir folder;
@@ -410,7 +410,7 @@ TEST_F(FaultTest, TheWaitCursorIsSetAndTakenBackByTheApplicationThread)
     cursorThreads.clear();
     shim<void (*)()>("shimOnCursor") = noteCursorThread;
     shim<void (*)()>("shimOnCursorBack") = noteCursorThread;
-    // One that is made, one that is too large for any memory.
+    // One that succeeds, and one that is too large for the memory.
     for (const char* width : {"64", "2147483647"}) {
         ASSERT_TRUE(command->getCurrentParameterSet()->at(0)->castString(folder.filePath(QStringLiteral("a.png"))));
         ASSERT_TRUE(command->getCurrentParameterSet()->at(1)->castString(QLatin1String(width)));
@@ -439,7 +439,7 @@ std::atomic<bool> commandDone{false};
 
 } // namespace
 
-TEST_F(FaultTest, TheViewIsAskedForInTurnWithOtherWorkOfTheApplicationThread)
+TEST_F(FaultTest, TheViewIsQueriedInTurnWithOtherWorkers)
 {
     TemporarySettings settings;
     QTemporaryDir folder;
@@ -452,7 +452,7 @@ TEST_F(FaultTest, TheViewIsAskedForInTurnWithOtherWorkOfTheApplicationThread)
     Viewer::getInstance()->setActivePanel(watchedPanel);
     ASSERT_TRUE(command->getCurrentParameterSet()->at(0)->castString(folder.filePath(QStringLiteral("a.png"))));
     ASSERT_TRUE(command->getCurrentParameterSet()->at(1)->castString(QStringLiteral("64")));
-    // Between size and view the application thread turns the panel, once the command waits for something.
+    // The application thread turns the panel between the queries for size and view, while the command waits.
     commandThread = 0;
     commandDone = false;
     shim<void (*)()>("shimOnCursor") = +[] {
@@ -477,7 +477,7 @@ TEST_F(FaultTest, TheViewIsAskedForInTurnWithOtherWorkOfTheApplicationThread)
     processor->destroyCommand(command);
 }
 
-TEST_F(FaultTest, APanelThatIsClosedOrSucceededBetweenSizeAndView)
+TEST_F(FaultTest, APanelMayBeClosedOrReplacedBetweenSizeAndView)
 {
     TemporarySettings settings;
     QTemporaryDir folder;

@@ -153,7 +153,7 @@ TEST_F(SetVideoSettingsTest, FrameRatesBelowOneBecomeOne)
     EXPECT_EQ(stored(Fps).toInt(), 1);
 }
 
-TEST_F(SetVideoSettingsTest, BitRatesAreAHundredAtLeast)
+TEST_F(SetVideoSettingsTest, BitRatesAreAtLeastAHundred)
 {
     run({"50", "25", "99", "1"});
     EXPECT_EQ(stored(Kbps).toInt(), 100);
@@ -165,7 +165,7 @@ TEST_F(SetVideoSettingsTest, BitRatesAreAHundredAtLeast)
     EXPECT_EQ(stored(Kbps).toInt(), 100);
 }
 
-TEST_F(SetVideoSettingsTest, ChunkSizesAreCutOddly)
+TEST_F(SetVideoSettingsTest, ChunkSizesAreClampedAsymmetrically)
 {
     const std::pair<const char*, int> cases[] = {{"0", 0}, {"-3", 1}, {"5000", 1000}, {"1000", 1000}, {"1", 1}};
     for (const auto& [given, kept] : cases) {
@@ -175,7 +175,7 @@ TEST_F(SetVideoSettingsTest, ChunkSizesAreCutOddly)
         EXPECT_EQ(stored(TempFileSize).toInt(), kept) << given;
         EXPECT_EQ(guiDefault(command, 0), QString::number(kept));
     }
-    // The slider does not go as low as the store may.
+    // The minimum of the slider is larger than the smallest stored value.
     tovSettings().setValue(QLatin1String(TempFileSize), 0);
     SetVideoSettings command;
     std::unique_ptr<QSlider> slider(command.createTempFileSizeSlider());

@@ -21,7 +21,7 @@ using tov::test::LogCapture;
 
 namespace {
 
-/// Stands in for the module that owns the registry.
+/// Replaces the module that owns the registry.
 class GrabStandIn : public tov::main::Module
 {
 public:
@@ -203,7 +203,7 @@ TEST_F(RegistryTest, UnloadingForgetsEverythingAndEmptiesTheRecords)
 {
     lay("rawcopy");
     registry().refreshPlugins();
-    information->getAdditionalInformations().append({QStringLiteral("somebody else's"), {}, {}, {}});
+    information->getAdditionalInformations().append({QStringLiteral("of another plug-in"), {}, {}, {}});
     registry().unloadPlugins();
     EXPECT_TRUE(keys().isEmpty());
     EXPECT_TRUE(recordNames().isEmpty()) << "all records go";
@@ -231,7 +231,7 @@ TEST_F(RegistryTest, LibrariesThatDoNotRegisterStillGiveTheirRecord)
     EXPECT_TRUE(keys().isEmpty());
     EXPECT_EQ(recordNames(), (QStringList{"onlyinfos", "refuses"}));
     EXPECT_TRUE(log.records().empty()) << log.text();
-    // They stay loaded for good.
+    // They stay loaded for the rest of the process.
     registry().unloadPlugins();
     QFile maps(QStringLiteral("/proc/self/maps"));
     ASSERT_TRUE(maps.open(QIODevice::ReadOnly));
@@ -267,7 +267,7 @@ TEST_F(RegistryTest, AMissingDependencyIsALoadFailure)
     EXPECT_EQ(keys().size(), 2) << "the good one is used all the same";
 }
 
-TEST_F(RegistryTest, FilesComeByNameWhateverTheirCase)
+TEST_F(RegistryTest, FilesAreLoadedByNameCaseInsensitively)
 {
     lay("onlyinfos", QStringLiteral("C.so"));
     lay("refuses", QStringLiteral("b.so"));
@@ -276,7 +276,7 @@ TEST_F(RegistryTest, FilesComeByNameWhateverTheirCase)
     EXPECT_EQ(recordNames(), (QStringList{"rawcopy", "refuses", "onlyinfos"}));
 }
 
-TEST_F(RegistryTest, AFileIsCalledByItsNameUpToTheFirstDot)
+TEST_F(RegistryTest, AFileIsNamedUpToItsFirstDot)
 {
     QFile text(folder + QStringLiteral("many.dots.so"));
     ASSERT_TRUE(text.open(QIODevice::WriteOnly));
@@ -290,7 +290,7 @@ TEST_F(RegistryTest, AFileIsCalledByItsNameUpToTheFirstDot)
         << log.text();
 }
 
-TEST_F(RegistryTest, FilesThatAreNoWholeLibrariesAreLoadFailures)
+TEST_F(RegistryTest, FilesThatAreNotCompleteLibrariesAreLoadFailures)
 {
     QFile text(folder + QStringLiteral("text.so"));
     ASSERT_TRUE(text.open(QIODevice::WriteOnly));
@@ -312,7 +312,7 @@ TEST_F(RegistryTest, FilesThatAreNoWholeLibrariesAreLoadFailures)
     }
 }
 
-TEST_F(RegistryTest, ALibraryCutAnywhereIsALoadFailure)
+TEST_F(RegistryTest, ALibraryTruncatedAnywhereIsALoadFailure)
 {
     QFile whole(QStringLiteral(TOV_ZOO_DIR "/rawcopy.so"));
     ASSERT_TRUE(whole.open(QIODevice::ReadOnly));
@@ -331,7 +331,7 @@ TEST_F(RegistryTest, ALibraryCutAnywhereIsALoadFailure)
     }
 }
 
-TEST_F(RegistryTest, LinksHiddenFilesAndSubFoldersAreLeftAlone)
+TEST_F(RegistryTest, LinksHiddenFilesAndSubdirectoriesAreSkipped)
 {
     ASSERT_TRUE(QFile::link(QStringLiteral(TOV_ZOO_DIR "/rawcopy.so"), folder + QStringLiteral("link.so")));
     lay("twice", QStringLiteral(".hidden.so"));
@@ -358,7 +358,7 @@ TEST_F(RegistryTest, ExceptionsOfAPlugInAreFenced)
         << log.text();
 }
 
-TEST_F(RegistryTest, WithoutTheModulePlugInsLoadAndItIsSaid)
+TEST_F(RegistryTest, WithoutTheModulePlugInsLoadAndItIsReported)
 {
     lay("rawcopy");
     module.reset();

@@ -59,7 +59,7 @@ TEST_F(VideoHandlerTest, HasItsSignalsAndSlotInOrder)
     EXPECT_EQ(third.methodType(), QMetaMethod::Slot);
 }
 
-TEST_F(VideoHandlerTest, IsIdleAtFirstAndEndsWithoutARecording)
+TEST_F(VideoHandlerTest, IsIdleAtFirstAndCanBeStoppedWithoutARecording)
 {
     VideoHandler handler;
     EXPECT_FALSE(handler.isGrabbing());
@@ -222,16 +222,16 @@ TEST_F(VideoHandlerTest, FramesEqualAnIndependentRendering)
         const QByteArray expected = tov::test::renderedFrame(panel->getScaledTransformMatrix(), 198, 122);
         ASSERT_EQ(expected.size(), frame);
         EXPECT_EQ(bytes.mid(i * frame, frame), expected) << "frame " << i;
-        // Something moved, so that equal frames mean something.
+        // The frames must differ from each other, or the comparison would be worthless.
         if (i > 0) {
             EXPECT_NE(bytes.mid(i * frame, frame), bytes.left(frame));
         }
     }
 }
 
-TEST_F(VideoHandlerTest, FramesOfAnotherPictureAreNoticed)
+TEST_F(VideoHandlerTest, FramesOfAnotherPictureAreDetected)
 {
-    // What the comparison with an independent drawing is worth.
+    // The comparison with an independent rendering must detect differences.
     selectPoints(1);
     auto* panel = newPanel(200, 150);
     VideoHandler handler;
@@ -275,10 +275,10 @@ TEST_F(VideoHandlerTest, PixelsAreBlueGreenRedAlphaTopRowFirst)
         const auto* p = reinterpret_cast<const unsigned char*>(bytes.constData()) + (y * width + x) * 4;
         return std::array<int, 4>{p[0], p[1], p[2], p[3]};
     };
-    // Nothing was drawn in the corners: the background's colour under alpha 0.
+    // Nothing is drawn in the corners: background colour with alpha 0.
     for (const auto& [x, y] : {std::pair{0, 0}, {width - 1, 0}, {0, height - 1}})
         EXPECT_EQ(pixel(x, y), (std::array<int, 4>{56, 34, 12, 0})) << x << ", " << y;
-    // The red box is the highest one, the blue box the lowest; both cover their pixels.
+    // The red box is at the top and the blue one at the bottom; both are opaque.
     int redRow = 0, reds = 0, blueRow = 0, blues = 0;
     for (int y = 0; y < height; ++y)
         for (int x = 0; x < width; ++x) {
@@ -414,7 +414,7 @@ TEST_F(VideoHandlerTest, TheEncodersProgressIsRelayed)
     Signals seen(handler);
     ASSERT_TRUE(handler.startSyncedGrabbing(file("relay.raw"), 16, 16, newPanel()));
     ASSERT_TRUE(processUntil([&] { return seen.finished == 1 && !tov::test::threadNames().count("SyncedGrabber"); }));
-    // The runner holds the first of six chunks until the handler sleeps in its wait for the encoder.
+    // The runner blocks at the first of six chunks until the handler waits for the encoder.
     std::atomic<int> stopperId{0};
     std::atomic<bool> done{false};
     std::thread stopper([&] {
@@ -464,7 +464,7 @@ TEST_F(VideoHandlerTest, ThreadsHaveTheirNamesAndPriorities)
     EXPECT_EQ(m_Journal.captureThread, "SyncedGrabber");
     EXPECT_EQ(m_Journal.capturePriority, QThread::InheritPriority);
     handler.stopGrabbing();
-    // The system's list keeps a thread for a moment after it was waited for.
+    // The system lists a thread for a moment after its end.
     EXPECT_TRUE(processUntil([] { return !tov::test::threadNames().count("SyncedGrabber"); }));
 }
 
@@ -476,7 +476,7 @@ TEST_F(VideoHandlerTest, SignalsComeFromTheCaptureThread)
     ASSERT_TRUE(handler.startSyncedGrabbing(file("thread.raw"), 32, 24, newPanel()));
     ASSERT_TRUE(processUntil([&] { return seen.finished == 1; }));
     EXPECT_NE(seen.finishedOn, QThread::currentThread());
-    // By then the last chunk has been handed over.
+    // The last chunk has been handed over before.
     EXPECT_EQ(m_Journal.callsSeen().front(), "init");
     handler.stopGrabbing();
 }
@@ -556,7 +556,7 @@ TEST_F(VideoHandlerTest, AnUnknownExtensionFailsTheStart)
     EXPECT_EQ(m_Log.withMessage(QStringLiteral("No encoder for file '%1' found").arg(name)).size(), 2u);
     EXPECT_FALSE(handler.isGrabbing());
     EXPECT_FALSE(tov::test::threadNames().count("Grabber"));
-    // The panel may go before the handler does.
+    // The panel may be destroyed before the handler.
     Viewer::getInstance()->closePanel(panel);
     handler.stopGrabbing();
 }

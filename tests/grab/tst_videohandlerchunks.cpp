@@ -1,4 +1,4 @@
-// How frames are gathered in chunks.
+// How frames are collected in chunks.
 
 #include "grab/videohandler.h"
 #include "kernel/main/settings.h"
@@ -37,7 +37,7 @@ protected:
         handler.stopGrabbing();
         EXPECT_EQ(seen.finished, 1);
         const auto chunks = m_Journal.seen();
-        // Exactly the final one is marked, and all stand at their end.
+        // Only the last one is marked, and the position of each is its end.
         for (std::size_t i = 0; i < chunks.size(); ++i) {
             EXPECT_EQ(chunks[i].isLast, i + 1 == chunks.size());
             EXPECT_EQ(chunks[i].positionAtArrival, chunks[i].size);
@@ -46,7 +46,7 @@ protected:
     }
 };
 
-/// Files end at that size for the rest of the scope.
+/// Limits the size of files until the end of the scope.
 class FileSizeLimit
 {
 public:
@@ -110,7 +110,7 @@ TEST_F(VideoChunks, ANegativeLimitIsAVeryLargeOne)
     const auto chunks = record(3, 64, 48);
     ASSERT_EQ(chunks.size(), 1u);
     EXPECT_EQ(chunks[0].size, 3 * 64 * 48 * 4);
-    EXPECT_FALSE(chunks[0].isBuffer) << "a chunk of 4 GB fits into no memory chunk";
+    EXPECT_FALSE(chunks[0].isBuffer) << "a memory chunk cannot hold 4 GB";
 }
 
 TEST_F(VideoChunks, LargeLimitsWrapAroundModulo32Bits)
@@ -129,7 +129,7 @@ TEST_F(VideoChunks, TheLargestLimitIs4294Megabytes)
     const auto chunks = record(5, 64, 48);
     ASSERT_EQ(chunks.size(), 1u);
     EXPECT_EQ(chunks[0].size, 5 * 64 * 48 * 4);
-    EXPECT_FALSE(chunks[0].isBuffer) << "a buffer cannot hold that much";
+    EXPECT_FALSE(chunks[0].isBuffer) << "a buffer holds less than 2 GB";
 }
 
 TEST_F(VideoChunks, BufferMemoryCountsAsFree)
@@ -195,7 +195,7 @@ TEST_F(VideoChunks, ChunksAboveTwoGigabytesGoToFiles)
     EXPECT_FALSE(record(1, 32, 16).at(0).isBuffer);
 }
 
-TEST_F(VideoChunks, EveryChunkIsDecidedAfresh)
+TEST_F(VideoChunks, EveryChunkIsDecidedSeparately)
 {
     setChunks(0, true);
     m_Journal.onFirst = [](const SeenChunk&) { faults::sysinfoFails = true; };
@@ -206,7 +206,7 @@ TEST_F(VideoChunks, EveryChunkIsDecidedAfresh)
     EXPECT_FALSE(chunks[2].isBuffer);
 }
 
-TEST_F(VideoChunks, TemporaryFilesGoWithTheirChunks)
+TEST_F(VideoChunks, TemporaryFilesAreRemovedWithTheirChunks)
 {
     setChunks(0, false);
     const auto chunks = record(3, 32, 16);
@@ -230,7 +230,7 @@ TEST_F(VideoChunks, AFirstChunkThatFailsHandsNothingOver)
         ASSERT_TRUE(synced ? handler.startSyncedGrabbing(name, 32, 16, newPanel())
                            : handler.startGrabbing(name, 32, 16, newPanel()));
         ASSERT_TRUE(processUntil([&] { return m_Log.contains(QStringLiteral("Couldn't open temporary file")); }));
-        EXPECT_TRUE(handler.isGrabbing()) << "nobody is told until the recording is stopped";
+        EXPECT_TRUE(handler.isGrabbing()) << "it is not reported until the recording is stopped";
         handler.stopGrabbing();
         EXPECT_EQ(seen.finished, 0);
         EXPECT_EQ(m_Journal.callsSeen().back(), "finish");
@@ -278,7 +278,7 @@ TEST_F(VideoChunks, ABufferThatCannotBeOpenedIsNotReplacedByAFile)
         if (faults::bufferOpens == 0) {
             faults::bufferOpenFails = false;
             handler.stopGrabbing();
-            GTEST_SKIP() << "this build opens buffers past the fault";
+            GTEST_SKIP() << "the fault is not effective in this build";
         }
         ASSERT_TRUE(processUntil([&] { return m_Log.contains(QStringLiteral("Couldn't create temporary buffer")); }));
         handler.stopGrabbing();
@@ -303,7 +303,7 @@ TEST_F(VideoChunks, ARecordingStoppedAfterARotationEndsWithAnEmptyChunk)
     VideoHandler handler;
     Signals seen(handler);
     std::atomic<bool> reached{false}, closed{false};
-    // Held at the first rotation, on the capture thread, until the panel is gone.
+    // Blocks the capture thread at the first rotation until the panel is closed.
     m_Journal.onFirst = [&](const SeenChunk&) {
         reached = true;
         while (!closed)
@@ -325,19 +325,19 @@ TEST_F(VideoChunks, ARecordingStoppedAfterARotationEndsWithAnEmptyChunk)
 TEST_F(VideoChunks, AFailedWriteDropsTheRestOfTheFrameAndTheRecordingGoesOn)
 {
     setChunks(50, false);
-    const int frame = 128 * 64 * 4; // more than a file's buffer holds
+    const int frame = 128 * 64 * 4; // more than the buffer of a file
     selectPoints(3);
     {
         VideoHandler handler;
         Signals seen(handler);
-        // Room for one frame and a quarter in any file.
+        // Files can hold one frame and a quarter.
         const FileSizeLimit limit(frame + frame / 4);
         ASSERT_TRUE(handler.startSyncedGrabbing(file("full.raw"), 128, 64, newPanel()));
         ASSERT_TRUE(processUntil([&] { return seen.finished == 1; }));
         handler.stopGrabbing();
     }
     ASSERT_EQ(m_Journal.seen().size(), 1u);
-    // The part of the second frame that fitted stays.
+    // The part of the second frame that was written stays.
     EXPECT_EQ(m_Journal.seen()[0].size, frame + frame / 4);
     for (const int bytes : {frame * 3 / 4, frame}) {
         const auto records = m_Log.withMessage(QStringLiteral("Couldn't write %1 bytes to temporary file").arg(bytes));
@@ -406,7 +406,7 @@ TEST_F(VideoChunks, ARefusingEncoderLeavesTheCaptureRunning)
     handler.stopGrabbing();
     EXPECT_EQ(m_Log.withMessage(QStringLiteral("Couldn't initialize video encoding")).size(), 1u);
     EXPECT_EQ(m_Journal.callsSeen(), (std::vector<std::string>{"init", "finish"}));
-    EXPECT_EQ(TrajectoryHandler::getInstance()->getPosition(), 2u) << "the walk went on to its end";
+    EXPECT_EQ(TrajectoryHandler::getInstance()->getPosition(), 2u) << "the walk continued to its end";
 }
 
 TEST_F(VideoChunks, AnOutputThatCannotBeOpenedDoesNotStopTheCapture)

@@ -95,7 +95,7 @@ TEST_F(VideoFaults, AContextThatIsLostEndsTheCapture)
     EXPECT_EQ(records[0].function, "grabPicture");
     EXPECT_EQ(m_Journal.totalSize(), 0);
     EXPECT_TRUE(m_Journal.seen().back().isLast);
-    // All locks are free again.
+    // All locks have been released.
     auto* panel = newPanel();
     tov::scene::Viewer::getInstance()->closePanel(panel);
     faults::clear();
@@ -113,7 +113,7 @@ TEST_F(VideoFaults, AFailedBindingSkipsItsFrame)
     EXPECT_EQ(m_Journal.totalSize(), 2 * 32 * 16 * 4);
 }
 
-TEST_F(VideoFaults, ABindingThatFailsToTheEndDoesNotKeepTheContext)
+TEST_F(VideoFaults, ABindingThatFailsToTheEndReleasesTheContext)
 {
     faults::bindsToFail = 1000;
     record();
@@ -142,7 +142,8 @@ TEST_F(VideoFaults, TheContextLeavesTheCaptureThreadAndFreesItsObjectsItself)
         ASSERT_TRUE(processUntil([&] { return seen.finished == 1; }));
         handler.stopGrabbing();
         EXPECT_FALSE(isCurrent) << "a context that is current on a thread cannot be moved to another";
-        EXPECT_EQ(faults::contextsBroughtBack, 1) << "framebuffer objects die in the context that made them";
+        EXPECT_EQ(faults::contextsBroughtBack, 1)
+            << "framebuffer objects must be deleted in the context that made them";
     }
 }
 
@@ -157,7 +158,7 @@ TEST_F(VideoFaults, AFailedReadBackSkipsItsFrame)
     EXPECT_EQ(m_Journal.totalSize(), 32 * 16 * 4);
 }
 
-TEST_F(VideoFaults, NegativeSizesRecordNothingAndHarmNobody)
+TEST_F(VideoFaults, NegativeSizesRecordNothingAndDoNoHarm)
 {
     selectPoints(2);
     VideoHandler handler;
@@ -169,7 +170,7 @@ TEST_F(VideoFaults, NegativeSizesRecordNothingAndHarmNobody)
     EXPECT_EQ(m_Journal.totalSize(), 0);
 }
 
-TEST_F(VideoFaults, TheLargestNumberIsRoundedUpPastTheEndAndHarmsNobody)
+TEST_F(VideoFaults, TheLargestSizeOverflowsAndDoesNoHarm)
 {
     selectPoints(2);
     VideoHandler handler;
@@ -185,7 +186,7 @@ namespace {
 
 std::atomic<bool> runnerWorks{false};
 
-/// Shows its state; its chunk waits at a gate.
+/// Reports its state and blocks at its chunk.
 class StateEncoder : public tov::grab::video::Encoder
 {
 public:
@@ -207,7 +208,7 @@ protected:
 TEST_F(VideoFaults, ARunnerThatIsFasterThanItsStarterKeepsItsState)
 {
 #ifdef __SANITIZE_THREAD__
-    GTEST_SKIP() << "starts of threads cannot be held up under the thread sanitizer";
+    GTEST_SKIP() << "thread starts cannot be delayed with the thread sanitizer";
 #endif
     StateEncoder encoder;
     runnerWorks = false;

@@ -26,8 +26,8 @@
 
 namespace tov::test {
 
-/// A scene, panels, a trajectory, settings and a temporary folder of the test's own, and an encoder for files of the
-/// type "raw", whose journal is kept.
+/// A scene, panels, a trajectory, settings and temporary directories for one test, and an encoder for "raw" files with
+/// a journal.
 class VideoFixture : public testing::Test
 {
 protected:
@@ -40,14 +40,14 @@ protected:
     void selectPoints(unsigned long count);
     /// A file name in the test's folder.
     QString file(const QString& name) const { return m_Folder.filePath(name); }
-    /// Chunks of the given size in megabytes, in files when `memory` is false.
+    /// Sets the chunk size in megabytes, and whether chunks may be in memory.
     void setChunks(int megabytes, bool memory);
 
     LogCapture m_Log;
     EncoderJournal m_Journal;
     TemporarySettings m_Settings;
     QTemporaryDir m_Folder;
-    QTemporaryDir m_Temporary; ///< where temporary files go
+    QTemporaryDir m_Temporary; ///< directory for temporary files
 };
 
 /// Collects the signals of a handler. Thread: any.
@@ -71,7 +71,7 @@ struct Signals
             },
             Qt::DirectConnection);
     }
-    /// Those that the capture thread emitted.
+    /// The values that the capture thread has emitted.
     std::vector<int> captureProgress()
     {
         std::lock_guard<std::mutex> guard(mutex);
@@ -89,17 +89,17 @@ struct Signals
     std::atomic<int> finished{0};
 };
 
-/// What the system's lists say of this process.
+/// Threads and open files of this process, as the system lists them.
 std::set<std::string> threadNames();
 std::size_t threadCount();
 std::size_t descriptorCount();
-/// Scheduling policy of the thread of that name (`SCHED_OTHER`, `SCHED_IDLE`), -1 when there is none.
+/// Scheduling policy of the thread of that name (`SCHED_OTHER`, `SCHED_IDLE`), -1 if there is none.
 int schedulingPolicy(const std::string& threadName);
-/// Entries of a folder.
+/// Number of entries of a directory.
 int entryCount(const QString& folder);
 
-/// The bytes of a frame as a recording of that size through that view must hold them, drawn apart from the recording in
-/// a context and a framebuffer of its own and read back row by row.
+/// The expected bytes of a frame of that size and view, rendered independently of the recording in another context and
+/// framebuffer object.
 QByteArray renderedFrame(const tov::math::Matrix<double, 4u, 4u>& view, int width, int height);
 
 } // namespace tov::test
