@@ -85,6 +85,10 @@ void readText(const ReadSource& source, Welder& welder)
         return std::string_view(first, std::size_t(at - first));
     };
     std::size_t words = 0;
+    const auto skipLine = [&] {
+        while (at < source.end && *at != '\n')
+            ++at;
+    };
     for (std::string_view next = word(); !next.empty(); next = word()) {
         if ((++words & 0xffff) == 0)
             source.report(at);
@@ -97,7 +101,7 @@ void readText(const ReadSource& source, Welder& welder)
                 const auto result = std::from_chars(text.data(), text.data() + text.size(), value);
                 if (result.ec != std::errc() || result.ptr != text.data() + text.size())
                     throw ReadError(
-                        tr("line %1: \"%2\" is no number")
+                        tr("line %1: \"%2\" is not a number")
                             .arg(line)
                             .arg(QString::fromLatin1(text.data(), int(std::min<std::size_t>(text.size(), 40)))));
             }
@@ -107,7 +111,10 @@ void readText(const ReadSource& source, Welder& welder)
             if (corners != 3)
                 throw ReadError(tr("line %1: a facet has %2 corners instead of 3").arg(line).arg(corners));
             corners = 0;
+        } else if (next == "solid") {
+            skipLine(); // a name of any words follows
         } else if (next == "endsolid") {
+            skipLine();
             ended = true;
         }
     }

@@ -4,6 +4,7 @@
 #include "scene/geometryelement.h"
 #include "scene/sceneelement.h"
 #include "scene/import/sceneimport.h"
+#include "scene/model.h"
 
 #include <QColor>
 #include <QDateTime>
@@ -310,7 +311,7 @@ TEST_F(ModelFaults, SamplesAreReadAsTheyAre)
                                             {"ase", "ASE/ThreeCubesGreen.ASE"},
                                             {"b3d", "B3D/WusonBlitz.b3d"},
                                             {"blend", "BLEND/box.blend"},
-                                            {"cob", "COB/molecule_ascii.cob"},
+                                            {"cob", "COB/spider_6_6.cob"},
                                             {"dxf", "DXF/wuson.dxf"},
                                             {"ms3d", "MS3D/twospheres.ms3d"},
                                             {"nff", "NFF/NFF/spheres.nff"},
@@ -673,16 +674,136 @@ TEST_F(ModelFaults, MaterialsComeFromTheModelsFolderOnly)
 
 TEST_F(ModelFaults, AFileThatTakesTooLongIsGivenUp)
 {
-    // Just large: text and the search for equal vertices take seconds.
-    constexpr int Faces = 600000;
-    QByteArray slow = "OFF\n" + QByteArray::number(3 * Faces) + " " + QByteArray::number(Faces) + " 0\n";
-    for (int i = 0; i < Faces; ++i)
-        slow += QByteArray::number(i) + " 0 0\n" + QByteArray::number(i) + " 1 0\n" + QByteArray::number(i) + " 0 1\n";
-    for (int i = 0; i < 3 * Faces; i += 3)
-        slow += "3 " + QByteArray::number(i) + " " + QByteArray::number(i + 1) + " " + QByteArray::number(i + 2) + "\n";
-    EXPECT_FALSE(readOrRefused(write(QStringLiteral("slow.off"), slow)));
+    qputenv("TOV_IMPORT_SECONDS", "1");
+    // The import library cuts a polygon into triangles in a time that grows with the square of its corners.
+    constexpr int Corners = 32000;
+    QByteArray slow = "xof 0303txt 0032\nMesh m {\n" + QByteArray::number(Corners) + ";\n", face;
+    for (int i = 0; i < Corners; ++i) {
+        const double angle = 2 * M_PI * i / Corners;
+        slow += QByteArray::number(1e6 * std::cos(angle), 'f', 3) + ';' +
+                QByteArray::number(1e6 * std::sin(angle), 'f', 3) + ";0;" + (i + 1 < Corners ? ",\n" : ";\n");
+        face += QByteArray::number(i) + (i + 1 < Corners ? "," : ";;\n}\n");
+    }
+    slow += "1;\n" + QByteArray::number(Corners) + ';' + face;
+    EXPECT_FALSE(readOrRefused(write(QStringLiteral("slow.x"), slow)));
     qunsetenv("TOV_IMPORT_SECONDS");
     EXPECT_TRUE(last.contains(QLatin1String("more than 1 s"))) << last.toStdString();
+}
+
+namespace {
+
+QByteArray bigEndian(quint32 value)
+{
+    return reversed(raw(value));
+}
+
+/// A PNG file that begins with a header of this size and ends right after it.
+QByteArray pngHeader(quint32 width, quint32 height)
+{
+    const QByteArray header = "IHDR" + bigEndian(width) + bigEndian(height) + QByteArray("\x08\x06\0\0\0", 5);
+    quint32 sum = ~0u;
+    for (const char byte : header) {
+        sum ^= quint8(byte);
+        for (int bit = 0; bit < 8; ++bit)
+            sum = sum >> 1 ^ (sum & 1 ? 0xedb88320u : 0u);
+    }
+    return QByteArray("\x89PNG\r\n\x1a\n") + bigEndian(13) + header + bigEndian(~sum);
+}
+
+/// The triangle with a material.
+QByteArray texturedGltf(const QByteArray& material, const QByteArray& image)
+{
+    QByteArray text = gltf("data:application/octet-stream;base64," + Triangle.toBase64());
+    text.replace(R"({"POSITION":0}})", R"({"POSITION":0},"material":0})");
+    text.chop(1);
+    return text + R"(,"materials":[)" + material + R"(],"textures":[{"source":0}],"images":[{"uri":")" + image +
+           R"("}]})";
+}
+
+} // namespace
+
+TEST_F(ModelFaults, ImagesThatCannotBeReadCostOneWarning)
+{
+    const QByteArray material = R"({"pbrMetallicRoughness":{"baseColorTexture":{"index":0}}})";
+    const std::map<QString, QByteArray> images{{"none.png", pngHeader(0, 0)},
+                                               {"wide.png", pngHeader(1, 100000)},
+                                               {"huge.png", pngHeader(1000000000, 1000000000)},
+                                               {"large.png", pngHeader(100000, 100000)},
+                                               {"cut.jpg", QByteArray("\xff\xd8\xff\xe0\0\x10JFIF", 10)},
+                                               {"text.png", "not an image"},
+                                               {"empty.png", ""}};
+    for (const auto& [name, bytes] : images) {
+        write(name, bytes);
+        const QString model = write(QStringLiteral("m.gltf"), texturedGltf(material, name.toLatin1()));
+        QString error;
+        const std::unique_ptr<SceneElement> tree(SceneImport::readFile(model, &error));
+        ASSERT_TRUE(tree) << name.toStdString() << ": " << error.toStdString();
+        const QStringList warnings = tree->getModelData()->warnings;
+        ASSERT_EQ(warnings.size(), 1) << name.toStdString();
+        EXPECT_TRUE(warnings[0].contains(name)) << warnings[0].toStdString();
+        SceneImport::Options strict;
+        strict.strict = true;
+        const std::unique_ptr<SceneElement> refusedTree(SceneImport::readFile(model, strict, &error));
+        EXPECT_FALSE(refusedTree);
+        EXPECT_TRUE(error.contains(name)) << error.toStdString();
+    }
+}
+
+TEST_F(ModelFaults, NumbersOfMaterialsAreBroughtIntoRange)
+{
+    const QByteArray material =
+        R"({"pbrMetallicRoughness":{"baseColorFactor":[1e999,-1,2,1e39],"metallicFactor":7,"roughnessFactor":-3},)"
+        R"("emissiveFactor":[-1,1e300,0],"alphaCutoff":-5})";
+    readOrRefused(write(QStringLiteral("m.gltf"), texturedGltf(material, "none.png")));
+    QByteArray many = R"({"name":"m"})";
+    for (int i = 0; i < 100000; ++i)
+        many += R"(,{"name":"m"})";
+    EXPECT_TRUE(readOrRefused(write(QStringLiteral("many.gltf"), texturedGltf(many, "none.png"))))
+        << last.toStdString();
+    QByteArray library, model = "mtllib many.mtl\nv 0 0 0\nv 1 0 0\nv 0 1 0\n";
+    for (int i = 0; i < 100000; ++i)
+        library += "newmtl m" + QByteArray::number(i) + "\nKd nan inf 1\nmap_Kd missing.png\n";
+    write(QStringLiteral("many.mtl"), library);
+    EXPECT_TRUE(readOrRefused(write(QStringLiteral("many.obj"), model + "usemtl m99999\nf 1 2 3\n")))
+        << last.toStdString();
+}
+
+TEST_F(ModelFaults, AnimationsThatAreWrongCostOneWarning)
+{
+    // Times: not in order, not numbers; joints and nodes in a cycle.
+    const auto animated = [this](const QByteArray& times, const QByteArray& nodes) {
+        const QByteArray bytes = Triangle + times + floats({0, 0, 0, 1, 1, 1});
+        QByteArray text = gltf("data:application/octet-stream;base64," + bytes.toBase64());
+        text.replace("\"byteLength\":36,\"uri\"", "\"byteLength\":68,\"uri\"");
+        text.replace("\"byteLength\":36}]", "\"byteLength\":68}]");
+        text.replace(
+            "\"max\":[1,1,0]}]",
+            R"("max":[1,1,0]},{"bufferView":0,"byteOffset":36,"componentType":5126,"count":2,"type":"SCALAR"},)"
+            R"({"bufferView":0,"byteOffset":44,"componentType":5126,"count":2,"type":"VEC3"}])");
+        text.replace(R"("nodes":[{"mesh":0,"name":"tri"}])", nodes);
+        text.chop(1);
+        text += R"(,"animations":[{"name":"clip","channels":[{"sampler":0,"target":{"node":0,"path":"translation"}}],)"
+                R"("samplers":[{"input":1,"output":2}]}]})";
+        QString error;
+        std::unique_ptr<SceneElement> tree(SceneImport::readFile(write(QStringLiteral("a.gltf"), text), &error));
+        EXPECT_TRUE(tree) << error.toStdString();
+        return tree;
+    };
+    const QByteArray node = R"("nodes":[{"mesh":0,"name":"tri"}])";
+    const auto good = animated(floats({0, 1}), node);
+    ASSERT_TRUE(good);
+    ASSERT_EQ(good->getModelData()->animations.size(), 1u);
+    EXPECT_EQ(good->getModelData()->animations[0].duration, 1);
+    EXPECT_TRUE(good->getModelData()->warnings.isEmpty());
+    for (const QByteArray& times : {floats({1, 0}), NoNumber + NoNumber}) {
+        const auto tree = animated(times, node);
+        ASSERT_TRUE(tree);
+        EXPECT_TRUE(tree->getModelData()->animations.empty());
+        EXPECT_EQ(tree->getModelData()->warnings.size(), 1);
+    }
+    const auto cycle = animated(floats({0, 1}), R"("nodes":[{"mesh":0,"children":[1]},{"children":[0,1]}])");
+    ASSERT_TRUE(cycle);
+    EXPECT_EQ(cycle->getModelData()->warnings.size(), 2);
 }
 
 TEST_F(ModelFaults, ReadingApartCanBeStopped)

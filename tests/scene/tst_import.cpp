@@ -1,6 +1,8 @@
 #include "scene/import/sceneimport.h"
 
 #include "scene/geometryelement.h"
+#include "scene/model.h"
+#include "scene/modelinfo.h"
 #include "scene/scene.h"
 #include "scene/sceneelement.h"
 #include "scene/sceneview.h"
@@ -262,4 +264,111 @@ TEST_F(ImportTest, ReadingCanBeStopped)
     EXPECT_FALSE(tree);
     EXPECT_GE(last, 30);
     EXPECT_LT(last, 60);
+}
+
+TEST_F(ImportTest, SolidsMayHaveAnyName)
+{
+    EXPECT_EQ(
+        read(write("v.stl", "solid vertex 1 endfacet\nfacet normal 0 0 1\nouter loop\nvertex 0 0 0\nvertex 1 0 0\n"
+                            "vertex 0 1 0\nendloop\nendfacet\nendsolid vertex 1 endfacet\n"))
+            .primitives,
+        1u);
+}
+
+TEST_F(ImportTest, ConcavePolygonsKeepTheirArea)
+{
+    // A U: its fan would fill the gap.
+    const QString file = write("u.obj", "v 0 0 0\nv 3 0 0\nv 3 3 0\nv 2 3 0\nv 2 1 0\nv 1 1 0\nv 1 3 0\nv 0 3 0\n"
+                                        "f 1 2 3 4 5 6 7 8\n");
+    QString error;
+    const std::unique_ptr<SceneElement> tree(SceneImport::readFile(file, &error));
+    ASSERT_TRUE(tree) << error.toStdString();
+    double area = 0;
+    forEachVisible(tree.get(), [&](const GeometryElement& element, const tov::math::Matrix4&) {
+        const auto& v = element.getVertices();
+        const auto& indices = element.getIndices();
+        for (std::size_t i = 0; i < indices.size(); i += 3) {
+            const float *a = v[indices[i]].position, *b = v[indices[i + 1]].position, *c = v[indices[i + 2]].position;
+            const double part = double((b[0] - a[0]) * (c[1] - a[1]) - (b[1] - a[1]) * (c[0] - a[0])) / 2;
+            EXPECT_GT(part, 0);
+            area += part;
+        }
+    });
+    EXPECT_NEAR(area, 7, 1e-6);
+}
+
+TEST_F(ImportTest, LargeCoordinatesKeepTheirPrecision)
+{
+    const QString file = write("far.obj", "v 3500000.125 0 0\nv 3500000.25 0 0\nv 3500000.125 0.0625 0\nf 1 2 3\n");
+    QString error;
+    const std::unique_ptr<SceneElement> tree(SceneImport::readFile(file, &error));
+    ASSERT_TRUE(tree) << error.toStdString();
+    forEachVisible(tree.get(), [&](const GeometryElement& element, const tov::math::Matrix4&) {
+        EXPECT_EQ(element.getOrigin()[0], 3500000);
+        EXPECT_EQ(element.getVertices()[0].position[0], 0.125f);
+        EXPECT_EQ(element.getVertices()[1].position[0], 0.25f);
+    });
+}
+
+TEST_F(ImportTest, MissingTexturesAndLibrariesAreReported)
+{
+    write("t.mtl", "newmtl a\nmap_Kd Gone.png\n");
+    const QString file =
+        write("t.obj", "mtllib none.mtl\nmtllib t.mtl\nusemtl a\nv 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n");
+    QString error;
+    const std::unique_ptr<SceneElement> tree(SceneImport::readFile(file, &error));
+    ASSERT_TRUE(tree) << error.toStdString();
+    EXPECT_EQ(tree->getModelData()->warnings,
+              (QStringList{QStringLiteral("the material library 'none.mtl' (line 1) is missing"),
+                           QStringLiteral("the texture 'Gone.png' of material 'a' is missing")}));
+}
+
+TEST_F(ImportTest, ModelUpTurnsTheAxisUp)
+{
+    const QString file = write("z.obj", "v 0 0 0\nv 0 0 2\nv 1 0 0\nf 1 2 3\n");
+    for (const auto& [axis, top] : {std::pair("auto", 0.0), std::pair("+Z", 2.0), std::pair("+X", 1.0)}) {
+        SceneImport::Options options;
+        options.modelUp = QLatin1String(axis);
+        QString error;
+        const std::unique_ptr<SceneElement> tree(SceneImport::readFile(file, options, &error));
+        ASSERT_TRUE(tree) << error.toStdString();
+        EXPECT_NEAR(visibleBox(tree.get()).high[1], top, 1e-9) << axis;
+    }
+}
+
+TEST_F(ImportTest, PlyFacesHaveColors)
+{
+    const QString file = write(
+        "f.ply", "ply\nformat ascii 1.0\nsomething unknown\nelement vertex 4\nproperty float x\nproperty float y\n"
+                 "property float z\nelement face 2\nproperty list uchar int vertex_indices\nproperty uchar red\n"
+                 "property uchar green\nproperty uchar blue\nend_header\n0 0 0\n1 0 0\n1 1 0\n0 1 0\n"
+                 "3 0 1 2 255 0 0\n3 0 2 3 0 255 0\n");
+    QString error;
+    const std::unique_ptr<SceneElement> tree(SceneImport::readFile(file, &error));
+    ASSERT_TRUE(tree) << error.toStdString();
+    int red = 0, green = 0;
+    forEachVisible(tree.get(), [&](const GeometryElement& element, const tov::math::Matrix4&) {
+        for (const std::uint32_t index : element.getIndices()) {
+            const auto& color = element.getVertices()[index].color;
+            red += color[0] == 65535 && color[1] == 0;
+            green += color[0] == 0 && color[1] == 65535;
+        }
+    });
+    EXPECT_EQ(red, 3);
+    EXPECT_EQ(green, 3);
+}
+
+TEST_F(ImportTest, ModelInfoCountsWhatAFileHolds)
+{
+    const QString file = write("i.obj", "v 0 0 0\nv 2 0 0\nv 2 3 0\nv 0 3 0\nf 1 2 3 4\nl 1 2\n");
+    QString error;
+    const std::unique_ptr<SceneElement> tree(SceneImport::readFile(file, &error));
+    ASSERT_TRUE(tree) << error.toStdString();
+    const ModelInfo info(*tree);
+    EXPECT_EQ(info.fileName, file);
+    EXPECT_EQ(info.parts, 2u);
+    EXPECT_EQ(info.triangles, 2u);
+    EXPECT_EQ(info.lines, 1u);
+    EXPECT_EQ(info.high, (std::array<double, 3>{2, 3, 0}));
+    EXPECT_GT(info.memoryBytes, 0u);
 }

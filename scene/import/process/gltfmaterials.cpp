@@ -81,11 +81,10 @@ std::uint32_t MaterialReader::image(int index, const std::string& place)
     if (known != m_KnownImages.end())
         return known->second;
     const tinygltf::Image& image = m_Model.images[std::size_t(index)];
-    std::uint32_t result;
-    if (!image.image.empty())
-        result = m_Images.addEncoded(label("image", index, image.name), image.image.data(), image.image.size(), place);
-    else
-        result = m_Images.addFile(image.uri.empty() ? label("image", index, image.name) : image.uri, place);
+    const std::string name = image.uri.empty() ? label("image", index, image.name) : image.uri;
+    const std::uint32_t result = image.image.empty()
+                                     ? m_Images.addFile(name, place)
+                                     : m_Images.addEncoded(name, image.image.data(), image.image.size(), place);
     m_KnownImages.emplace(index, result);
     return result;
 }
