@@ -17,6 +17,7 @@ struct Abandoned
 {
     QOpenGLContextGroup* group;
     unsigned int name;
+    bool isRenderbuffer = false;
 };
 
 std::vector<Abandoned>& abandoned()
@@ -118,6 +119,14 @@ void GeometryElement::Buffers::abandon(QOpenGLContextGroup* group, unsigned int 
     abandoned().push_back({group, name});
 }
 
+void GeometryElement::Buffers::abandonRenderbuffer(QOpenGLContextGroup* group, unsigned int name)
+{
+    if (name == 0)
+        return;
+    std::lock_guard<std::mutex> guard(mutex());
+    abandoned().push_back({group, name, true});
+}
+
 void GeometryElement::Buffers::collect()
 {
     QOpenGLContext* context = QOpenGLContext::currentContext();
@@ -125,7 +134,8 @@ void GeometryElement::Buffers::collect()
     auto& names = abandoned();
     for (auto it = names.begin(); it != names.end();) {
         if (it->group == context->shareGroup()) {
-            context->functions()->glDeleteBuffers(1, &it->name);
+            it->isRenderbuffer ? context->functions()->glDeleteRenderbuffers(1, &it->name)
+                               : context->functions()->glDeleteBuffers(1, &it->name);
             it = names.erase(it);
         } else {
             ++it;

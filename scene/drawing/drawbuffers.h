@@ -36,6 +36,8 @@ struct GeometryElement::Buffers
     void abandon();
     /// Leaves a buffer that belongs to no element to be freed by `collect`; 0 is ignored. Thread: any.
     static void abandon(QOpenGLContextGroup* group, unsigned int name);
+    /// The same for a renderbuffer.
+    static void abandonRenderbuffer(QOpenGLContextGroup* group, unsigned int name);
     /// Frees abandoned names of the current context's group. Thread: the current context's.
     static void collect();
 };

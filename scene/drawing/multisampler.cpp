@@ -1,68 +1,142 @@
 #include "scene/drawing/multisampler.h"
 
-#include "scene/drawing/scenedrawer.h"
+#include "kernel/log/logger.h"
+#include "scene/drawing/drawbuffers.h"
 
 #include <QOpenGLContext>
 #include <QOpenGLExtraFunctions>
-#include <QOpenGLFramebufferObject>
 
-#ifndef GL_RGBA8
-#define GL_RGBA8 0x8058
-#endif
-#ifndef GL_DRAW_FRAMEBUFFER_BINDING
-#define GL_DRAW_FRAMEBUFFER_BINDING 0x8CA6
-#define GL_READ_FRAMEBUFFER 0x8CA8
-#define GL_DRAW_FRAMEBUFFER 0x8CA9
-#endif
+#include <GL/gl.h>
+#include <GL/glext.h>
+
+#include <algorithm>
+#include <atomic>
 
 namespace tov::scene {
 
 namespace {
 
-void blit(unsigned int from, unsigned int to, const int (&area)[4], unsigned int mask)
+constexpr char SourceFile[] = "scene/drawing/multisampler";
+
+QOpenGLExtraFunctions* functions()
 {
-    QOpenGLExtraFunctions* gl = QOpenGLContext::currentContext()->extraFunctions();
+    return QOpenGLContext::currentContext()->extraFunctions();
+}
+
+void blit(unsigned int from, unsigned int to, const std::array<int, 4>& area)
+{
+    auto* gl = functions();
     gl->glBindFramebuffer(GL_READ_FRAMEBUFFER, from);
     gl->glBindFramebuffer(GL_DRAW_FRAMEBUFFER, to);
     const int right = area[0] + area[2], top = area[1] + area[3];
-    gl->glBlitFramebuffer(area[0], area[1], right, top, area[0], area[1], right, top, mask, GL_NEAREST);
+    gl->glBlitFramebuffer(area[0], area[1], right, top, area[0], area[1], right, top, GL_COLOR_BUFFER_BIT, GL_NEAREST);
+}
+
+void clearErrors()
+{
+    // A lost context reports errors without end.
+    for (int i = 0; i < 100 && functions()->glGetError() != GL_NO_ERROR; ++i) {
+    }
+}
+
+void leave(SampleBuffer& buffer)
+{
+    GeometryElement::Buffers::abandonRenderbuffer(buffer.group, buffer.color);
+    GeometryElement::Buffers::abandonRenderbuffer(buffer.group, buffer.depth);
+    const auto* context = QOpenGLContext::currentContext();
+    if (context && context == buffer.context && buffer.framebuffer != 0)
+        functions()->glDeleteFramebuffers(1, &buffer.framebuffer);
+    buffer.color = buffer.depth = buffer.framebuffer = 0;
+    buffer.context = nullptr;
+}
+
+unsigned int renderbuffer(GLenum format, int samples, int width, int height)
+{
+    auto* gl = functions();
+    unsigned int name = 0;
+    gl->glGenRenderbuffers(1, &name);
+    gl->glBindRenderbuffer(GL_RENDERBUFFER, name);
+    gl->glRenderbufferStorageMultisample(GL_RENDERBUFFER, samples, format, width, height);
+    return name;
+}
+
+/// Makes the buffer, at least as large as before, and leaves it bound. False when OpenGL refuses.
+bool make(SampleBuffer& buffer, int samples, int width, int height)
+{
+    leave(buffer);
+    auto* gl = functions();
+    GLint bound = 0, most = 0;
+    gl->glGetIntegerv(GL_RENDERBUFFER_BINDING, &bound);
+    gl->glGetIntegerv(GL_MAX_SAMPLES, &most);
+    buffer.context = QOpenGLContext::currentContext();
+    buffer.group = QOpenGLContext::currentContext()->shareGroup();
+    buffer.width = width;
+    buffer.height = height;
+    buffer.samples = samples;
+    buffer.color = renderbuffer(GL_RGBA8, std::min(samples, most), width, height);
+    buffer.depth = renderbuffer(GL_DEPTH24_STENCIL8, std::min(samples, most), width, height);
+    gl->glBindRenderbuffer(GL_RENDERBUFFER, GLuint(bound));
+    gl->glGenFramebuffers(1, &buffer.framebuffer);
+    gl->glBindFramebuffer(GL_FRAMEBUFFER, buffer.framebuffer);
+    gl->glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_RENDERBUFFER, buffer.color);
+    gl->glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_DEPTH_STENCIL_ATTACHMENT, GL_RENDERBUFFER, buffer.depth);
+    return most >= 2 && gl->glCheckFramebufferStatus(GL_FRAMEBUFFER) == GL_FRAMEBUFFER_COMPLETE;
+}
+
+void logRefusal(int samples)
+{
+    static std::atomic<bool> isLogged{false};
+    if (!isLogged.exchange(true))
+        tov::log::Logger::log(tov::log::LevelInformation, SourceFile, __LINE__, __func__, nullptr,
+                              "the OpenGL driver has no buffer with %d samples; edges are not smooth", samples);
 }
 
 } // namespace
 
-Multisampler::Multisampler()
+SampleBuffer::~SampleBuffer()
 {
-    const int samples = SceneDrawer::getMultisampling();
-    if (samples == 0)
+    GeometryElement::Buffers::abandonRenderbuffer(group, color);
+    GeometryElement::Buffers::abandonRenderbuffer(group, depth);
+}
+
+Multisampler::Multisampler(SampleBuffer& buffer, int samples, const std::array<int, 4>& area)
+    : m_Buffer(buffer), m_Area(area)
+{
+    if (samples < 2 || area[2] <= 0 || area[3] <= 0)
         return;
-    QOpenGLExtraFunctions* gl = QOpenGLContext::currentContext()->extraFunctions();
-    gl->glGetIntegerv(GL_VIEWPORT, m_Viewport);
+    auto* gl = functions();
     GLint bound = 0;
     gl->glGetIntegerv(GL_DRAW_FRAMEBUFFER_BINDING, &bound);
     m_Target = unsigned(bound);
-    QOpenGLFramebufferObjectFormat format;
-    format.setAttachment(QOpenGLFramebufferObject::CombinedDepthStencil);
-    format.setInternalTextureFormat(GL_RGBA8);
-    format.setSamples(samples);
-    auto buffer = std::make_unique<QOpenGLFramebufferObject>(m_Viewport[0] + m_Viewport[2],
-                                                             m_Viewport[1] + m_Viewport[3], format);
-    if (!buffer->isValid() || buffer->format().samples() == 0) {
+    const int width = area[0] + area[2], height = area[1] + area[3];
+    const bool isReusable = buffer.framebuffer != 0 && buffer.context == QOpenGLContext::currentContext() &&
+                            buffer.samples == samples && buffer.width >= width && buffer.height >= height;
+    if (!isReusable && !make(buffer, samples, std::max(width, buffer.width), std::max(height, buffer.height))) {
+        leave(buffer);
+        buffer.width = buffer.height = 0;
+        clearErrors();
         gl->glBindFramebuffer(GL_FRAMEBUFFER, m_Target);
+        logRefusal(samples);
         return;
     }
-    mp_Buffer = std::move(buffer);
+    m_IsActive = true;
     // Only the colour is taken over: pictures start from an empty depth buffer.
-    blit(m_Target, mp_Buffer->handle(), m_Viewport, GL_COLOR_BUFFER_BIT);
-    gl->glBindFramebuffer(GL_FRAMEBUFFER, mp_Buffer->handle());
+    blit(m_Target, buffer.framebuffer, area);
+    gl->glBindFramebuffer(GL_FRAMEBUFFER, buffer.framebuffer);
+    gl->glScissor(area[0], area[1], area[2], area[3]);
+    gl->glEnable(GL_SCISSOR_TEST);
+    gl->glDepthMask(GL_TRUE);
     gl->glClear(GL_DEPTH_BUFFER_BIT);
 }
 
 Multisampler::~Multisampler()
 {
-    if (!mp_Buffer)
+    if (!m_IsActive)
         return;
-    blit(mp_Buffer->handle(), m_Target, m_Viewport, GL_COLOR_BUFFER_BIT);
-    QOpenGLContext::currentContext()->extraFunctions()->glBindFramebuffer(GL_FRAMEBUFFER, m_Target);
+    // Blits obey the scissor, which is the area still.
+    functions()->glDisable(GL_SCISSOR_TEST);
+    blit(m_Buffer.framebuffer, m_Target, m_Area);
+    functions()->glBindFramebuffer(GL_FRAMEBUFFER, m_Target);
 }
 
 } // namespace tov::scene

@@ -1,28 +1,50 @@
 #pragma once
 
-#include <memory>
+#include <array>
 
-class QOpenGLFramebufferObject;
+class QOpenGLContextGroup;
 
 namespace tov::scene {
 
-/// While it lives, drawing goes into a multisample buffer that began as a copy of the bound framebuffer; at the end the
-/// result is resolved into that framebuffer, which is bound again. Does nothing when multisampling is off or the
-/// hardware refuses. Thread: the current context's.
+/// The framebuffer with samples of one drawer, kept between frames. Framebuffer names belong to a context, so its
+/// context is remembered; what belongs to another one is not touched.
+struct SampleBuffer
+{
+    const void* context = nullptr;        ///< for comparison only
+    QOpenGLContextGroup* group = nullptr; ///< of the renderbuffers
+    int width = 0;
+    int height = 0;
+    int samples = 0;
+    unsigned int framebuffer = 0;
+    unsigned int color = 0; ///< renderbuffers
+    unsigned int depth = 0;
+
+    SampleBuffer() = default;
+    SampleBuffer(const SampleBuffer&) = delete;
+    SampleBuffer& operator=(const SampleBuffer&) = delete;
+    /// Leaves the renderbuffers to be freed by the next drawing of their share group.
+    ~SampleBuffer();
+};
+
+/// While it lives, drawing goes into a buffer with samples whose part `area` (x, y, width, height in pixels) began as a
+/// copy of the bound framebuffer; at the end that part is resolved into the framebuffer, which is bound again. What
+/// lies outside of the area is undefined. Does nothing for fewer than two samples, for an empty area, or where OpenGL
+/// refuses, which leaves no OpenGL error. Thread: the current context's.
 class Multisampler
 {
 public:
-    Multisampler();
+    Multisampler(SampleBuffer& buffer, int samples, const std::array<int, 4>& area);
     Multisampler(const Multisampler&) = delete;
     Multisampler& operator=(const Multisampler&) = delete;
     ~Multisampler();
 
-    bool isActive() const { return mp_Buffer != nullptr; }
+    bool isActive() const { return m_IsActive; }
 
 private:
-    std::unique_ptr<QOpenGLFramebufferObject> mp_Buffer; ///< null when off
+    SampleBuffer& m_Buffer;
+    const std::array<int, 4> m_Area;
     unsigned int m_Target = 0;
-    int m_Viewport[4] = {};
+    bool m_IsActive = false;
 };
 
 } // namespace tov::scene

@@ -14,6 +14,7 @@
 #include <GL/gl.h>
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <cmath>
 
@@ -106,20 +107,37 @@ std::vector<DrawItem> itemsOf(const SceneElement* root, const SceneElement* only
     return items;
 }
 
-/// Points and lines are drawn into a larger viewport, so that those next to a tile reach into it.
-void clipToViewport(const View& view)
+/// The pixels that can change: the viewport, as far as the scissor and the items reach. Overlays may be anywhere.
+std::array<int, 4> drawingArea(const View& view, const std::vector<DrawItem>& items, const SceneLook& look,
+                               bool hasOverlays)
 {
-    GLint area[4] = {view.viewport[0], view.viewport[1], view.viewport[2], view.viewport[3]};
+    std::array<int, 4> area = {view.viewport[0], view.viewport[1], view.viewport[2], view.viewport[3]};
+    const auto intersect = [&area](double left, double bottom, double right, double top) {
+        const int x = std::max(area[0], int(std::floor(std::clamp(left, -1e8, 1e8))));
+        const int y = std::max(area[1], int(std::floor(std::clamp(bottom, -1e8, 1e8))));
+        const int endX = std::min(area[0] + area[2], int(std::ceil(std::clamp(right, -1e8, 1e8))));
+        const int endY = std::min(area[1] + area[3], int(std::ceil(std::clamp(top, -1e8, 1e8))));
+        area = {x, y, std::max(0, endX - x), std::max(0, endY - y)};
+    };
     if (glIsEnabled(GL_SCISSOR_TEST)) {
         GLint own[4];
         glGetIntegerv(GL_SCISSOR_BOX, own);
-        const int right = std::min(area[0] + area[2], own[0] + own[2]),
-                  top = std::min(area[1] + area[3], own[1] + own[3]);
-        area[0] = std::max(area[0], own[0]);
-        area[1] = std::max(area[1], own[1]);
-        area[2] = std::max(0, right - area[0]);
-        area[3] = std::max(0, top - area[1]);
+        intersect(own[0], own[1], double(own[0]) + own[2], double(own[1]) + own[3]);
     }
+    if (hasOverlays)
+        return area;
+    const double reach = std::max(look.pointSize, look.lineWidth) * view.pictureHeight / 2 + 2;
+    std::array<double, 4> bounds = {1e9, 1e9, -1e9, -1e9};
+    for (const DrawItem& item : items)
+        view.addBounds(item.element->getBox(), item.toScene, bounds);
+    intersect(bounds[0] - reach, bounds[1] - reach, bounds[2] + reach, bounds[3] + reach);
+    return area;
+}
+
+/// Points and lines are drawn into a larger viewport, so that those next to a tile reach into it; this keeps them out
+/// of what lies around it.
+void clipTo(const std::array<int, 4>& area)
+{
     glScissor(area[0], area[1], area[2], area[3]);
     glEnable(GL_SCISSOR_TEST);
 }
@@ -157,9 +175,10 @@ struct SceneDrawer::Private
 {
     tov::util::ZPointer<Scene> scene;
     UniformBuffer uniforms;
+    SampleBuffer samples;
 };
 
-SceneDrawer::SceneDrawer(const tov::util::ZPointer<Scene>& scene) : d(new Private{scene, {}}) {}
+SceneDrawer::SceneDrawer(const tov::util::ZPointer<Scene>& scene) : d(new Private{scene, {}, {}}) {}
 SceneDrawer::~SceneDrawer() = default;
 
 QColor SceneDrawer::getBackgroundColor() const
@@ -197,15 +216,20 @@ void SceneDrawer::glDraw(SceneElement* root, SceneElement* second, const Matrix4
     SceneLook look = getLook();
     if (!glIsEnabled(GL_LIGHTING))
         look.light = SceneLook::Light::None;
-    const Multisampler multisampler;
     const SavedState state;
     const View view(transform);
     const auto items = itemsOf(root, second);
-    Painter painter(view, look, multisampler.isActive(), lineOffset);
+    std::vector<DrawItem> wanted;
     for (const DrawItem& item : items)
         if (isWanted(*item.element, layers, primitives))
-            painter.add(item);
-    clipToViewport(view);
+            wanted.push_back(item);
+    const bool hasOverlays = layers & (LayerSelection | LayerGrid);
+    const std::array<int, 4> area = drawingArea(view, wanted, look, hasOverlays);
+    const Multisampler multisampler(d->samples, look.samples, area);
+    Painter painter(view, look, multisampler.isActive(), lineOffset);
+    for (const DrawItem& item : wanted)
+        painter.add(item);
+    clipTo(area);
     painter.draw(d->uniforms);
     if (layers & (LayerSelection | LayerGrid))
         drawOverlays(items, view, root, layers);

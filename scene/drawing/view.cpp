@@ -75,6 +75,28 @@ Matrix4 View::clipWithMargin(int margin) const
     return result;
 }
 
+void View::addBounds(const Box& box, const Matrix4& toScene, std::array<double, 4>& bounds) const
+{
+    if (box.isEmpty())
+        return;
+    const Matrix4 m = clip * toScene;
+    for (int corner = 0; corner < 8; ++corner) {
+        const double p[4] = {corner & 1 ? box.high[0] : box.low[0], corner & 2 ? box.high[1] : box.low[1],
+                             corner & 4 ? box.high[2] : box.low[2], 1};
+        double at[4] = {};
+        for (unsigned int r = 0; r < 4; ++r)
+            for (unsigned int c = 0; c < 4; ++c)
+                at[r] += m(r, c) * p[c];
+        if (!(at[3] > 1e-6 * (std::fabs(at[0]) + std::fabs(at[1]))) || !std::isfinite(at[0]) || !std::isfinite(at[1])) {
+            bounds = {-1e9, -1e9, 1e9, 1e9};
+            return;
+        }
+        const double x = viewport[0] + (at[0] / at[3] + 1) / 2 * viewport[2];
+        const double y = viewport[1] + (at[1] / at[3] + 1) / 2 * viewport[3];
+        bounds = {std::min(bounds[0], x), std::min(bounds[1], y), std::max(bounds[2], x), std::max(bounds[3], y)};
+    }
+}
+
 std::array<double, 2> View::depthRange(const Box& box, const Matrix4& toScene) const
 {
     const Matrix4 m = eye * toScene;

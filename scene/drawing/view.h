@@ -24,6 +24,9 @@ struct View
 
     /// The clip matrix for a viewport that is larger by `margin` pixels on every side.
     tov::math::Matrix4 clipWithMargin(int margin) const;
+    /// Extends `bounds` (left, bottom, right, top, in pixels) by what a box covers; by everything when the box reaches
+    /// behind the eye.
+    void addBounds(const Box& box, const tov::math::Matrix4& toScene, std::array<double, 4>& bounds) const;
     /// Distances of the nearest and the farthest corner of a box from the eye, along the line of sight.
     std::array<double, 2> depthRange(const Box& box, const tov::math::Matrix4& toScene) const;
 };
