@@ -4,12 +4,15 @@
 #include "scene/normals.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <limits>
 
 namespace tov::scene {
 
 namespace {
+
+std::atomic<std::uint64_t> lastId{0};
 
 /// Spreads the low 10 bits of a number to every third bit (Morton order).
 std::uint32_t spread(std::uint32_t v)
@@ -182,7 +185,7 @@ private:
 };
 
 GeometryElement::GeometryElement(const QString& name, Geometry geometry)
-    : SceneElement(name), mp_Buffers(new Buffers), m_Kind(geometry.kind), m_Origin(geometry.origin)
+    : SceneElement(name), mp_Buffers(new Buffers), m_Id(++lastId), m_Kind(geometry.kind), m_Origin(geometry.origin)
 {
     // Vertex colours without a material show as they are.
     setMaterial(!geometry.material && !geometry.colors.empty() ? makeMaterial(Qt::white) : geometry.material);

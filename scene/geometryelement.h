@@ -96,6 +96,8 @@ public:
     bool isTransparent() const;
     /// Lets `change` write new positions and normals; the number of vertices stays. Boxes follow.
     void changeVertices(const std::function<void(std::vector<Vertex>&)>& change);
+    /// A number that no other element of this process ever has.
+    std::uint64_t getId() const { return m_Id; }
     /// Counts the calls of `changeVertices`.
     unsigned int getRevision() const { return m_Revision; }
 
@@ -109,6 +111,7 @@ private:
     void computeBoxes();
     void compareNormals();
 
+    const std::uint64_t m_Id;
     Geometry::Kind m_Kind;
     std::vector<Vertex> m_Vertices;
     std::vector<float> m_Uv[2];

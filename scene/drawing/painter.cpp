@@ -260,6 +260,7 @@ unsigned int Painter::featuresOf(const GeometryElement& element, const Material&
     set(ShaderLit, isPhysical);
     set(ShaderHeadlight, isShaded && !isPhysical);
     set(ShaderMask, material.alphaMode == Material::AlphaMode::Mask);
+    set(ShaderAlpha, material.alphaMode == Material::AlphaMode::Blend);
     set(ShaderFlat, isShaded && m_Look.isFlat);
     if (isPhysical) {
         set(ShaderCoat, material.clearcoat > 0);

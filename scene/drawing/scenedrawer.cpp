@@ -1,5 +1,6 @@
 #include "scene/drawing/scenedrawer.h"
 
+#include "scene/drawing/batcher.h"
 #include "scene/drawing/drawbuffers.h"
 #include "scene/drawing/multisampler.h"
 #include "scene/drawing/painter.h"
@@ -176,9 +177,10 @@ struct SceneDrawer::Private
     tov::util::ZPointer<Scene> scene;
     UniformBuffer uniforms;
     SampleBuffer samples;
+    Batcher batcher;
 };
 
-SceneDrawer::SceneDrawer(const tov::util::ZPointer<Scene>& scene) : d(new Private{scene, {}, {}}) {}
+SceneDrawer::SceneDrawer(const tov::util::ZPointer<Scene>& scene) : d(new Private{scene, {}, {}, {}}) {}
 SceneDrawer::~SceneDrawer() = default;
 
 QColor SceneDrawer::getBackgroundColor() const
@@ -223,6 +225,7 @@ void SceneDrawer::glDraw(SceneElement* root, SceneElement* second, const Matrix4
     for (const DrawItem& item : items)
         if (isWanted(*item.element, layers, primitives))
             wanted.push_back(item);
+    wanted = d->batcher.merged(wanted);
     const bool hasOverlays = layers & (LayerSelection | LayerGrid);
     const std::array<int, 4> area = drawingArea(view, wanted, look, hasOverlays);
     const Multisampler multisampler(d->samples, look.samples, area);

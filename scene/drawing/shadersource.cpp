@@ -24,7 +24,8 @@ const char* const FeatureNames[] = {"LIT",
                                     "TURNED",
                                     "ROUND_POINTS",
                                     "COVERAGE",
-                                    "SEEN_SIDE"};
+                                    "SEEN_SIDE",
+                                    "ALPHA"};
 
 const char Blocks[] = R"(
 layout(std140) uniform Frame
@@ -323,6 +324,9 @@ void main()
 #endif
 #ifdef BASE_TEXTURE
     base *= texture(baseTexture, UV(0));
+#endif
+#if !defined(ALPHA) && !defined(MASK)
+    base.a = baseColor.a;
 #endif
     float coverage = 1.0;
 #ifdef MASK

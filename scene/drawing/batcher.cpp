@@ -1,0 +1,147 @@
+#include "scene/drawing/batcher.h"
+
+#include "scene/sceneview.h"
+
+#include <cmath>
+#include <cstring>
+
+namespace tov::scene {
+
+using tov::math::Matrix4;
+
+namespace {
+
+/// A part with more triangles is worth a call of its own.
+constexpr std::size_t MostIndices = 3 * 256;
+/// Fewer parts are not worth merging.
+constexpr std::size_t LeastParts = 32;
+
+typedef std::vector<const DrawItem*> Parts;
+
+bool isSmall(const GeometryElement& element)
+{
+    return element.getKind() == Geometry::Kind::Surfaces && element.getIndices().size() <= MostIndices &&
+           !element.isTransparent();
+}
+
+std::uint64_t mixed(std::uint64_t hash, std::uint64_t value)
+{
+    hash = (hash ^ value) * 0x9e3779b97f4a7c15u;
+    return hash ^ (hash >> 29);
+}
+
+std::uint64_t signatureOf(const Parts& parts)
+{
+    std::uint64_t hash = parts.size();
+    for (const DrawItem* part : parts) {
+        hash = mixed(mixed(hash, part->element->getId()), part->element->getRevision());
+        std::uint64_t values[16];
+        static_assert(sizeof values == sizeof part->toScene);
+        std::memcpy(values, part->toScene.data(), sizeof values);
+        for (const std::uint64_t value : values)
+            hash = mixed(hash, value);
+    }
+    return hash;
+}
+
+std::array<float, 3> turned(const Matrix4& m, const float* v, double sign)
+{
+    std::array<double, 3> result{};
+    double square = 0;
+    for (unsigned int r = 0; r < 3; ++r) {
+        for (unsigned int c = 0; c < 3; ++c)
+            result[r] += sign * m(r, c) * v[c];
+        square += result[r] * result[r];
+    }
+    const double scale = square > 0 ? 1 / std::sqrt(square) : 0;
+    return {float(result[0] * scale), float(result[1] * scale), float(result[2] * scale)};
+}
+
+/// Cofactors: the transposed inverse times the determinant.
+Matrix4 forNormals(const Matrix4& m)
+{
+    Matrix4 result;
+    for (unsigned int r = 0; r < 3; ++r)
+        for (unsigned int c = 0; c < 3; ++c)
+            result(r, c) = m((r + 1) % 3, (c + 1) % 3) * m((r + 2) % 3, (c + 2) % 3) -
+                           m((r + 1) % 3, (c + 2) % 3) * m((r + 2) % 3, (c + 1) % 3);
+    return result;
+}
+
+void append(Geometry& geometry, const DrawItem& part)
+{
+    const auto& element = *part.element;
+    const auto first = std::uint32_t(geometry.vertexCount());
+    const bool isMirrored = tov::math::volumeScaleOf(part.toScene) < 0;
+    const Matrix4 normals = forNormals(part.toScene);
+    for (const auto& vertex : element.getVertices()) {
+        const auto at = transformed(part.toScene, vertex.position[0], vertex.position[1], vertex.position[2]);
+        for (std::size_t axis = 0; axis < 3; ++axis)
+            geometry.positions.push_back(float(at[axis] - geometry.origin[axis]));
+        const auto normal = turned(normals, vertex.normal, isMirrored ? -1 : 1);
+        geometry.normals.insert(geometry.normals.end(), normal.begin(), normal.end());
+        geometry.colors.insert(geometry.colors.end(), std::begin(vertex.color), std::end(vertex.color));
+    }
+    for (int set = 0; set < 2; ++set) {
+        const auto& uv = element.getTextureCoordinates(set);
+        geometry.uv[set].insert(geometry.uv[set].end(), uv.begin(), uv.end());
+    }
+    const auto& tangents = element.getTangents();
+    for (std::size_t i = 0; i + 3 < tangents.size(); i += 4) {
+        const auto tangent = turned(part.toScene, &tangents[i], 1);
+        geometry.tangents.insert(geometry.tangents.end(), tangent.begin(), tangent.end());
+        geometry.tangents.push_back(isMirrored ? -tangents[i + 3] : tangents[i + 3]);
+    }
+    const auto& indices = element.getIndices();
+    for (std::size_t i = 0; i + 2 < indices.size(); i += 3) {
+        geometry.indices.push_back(first + indices[i]);
+        geometry.indices.push_back(first + indices[isMirrored ? i + 2 : i + 1]);
+        geometry.indices.push_back(first + indices[isMirrored ? i + 1 : i + 2]);
+    }
+}
+
+std::unique_ptr<GeometryElement> mergedElement(const Parts& parts)
+{
+    Geometry geometry;
+    geometry.origin = transformed(parts.front()->toScene, 0, 0, 0);
+    for (const DrawItem* part : parts)
+        append(geometry, *part);
+    geometry.material = parts.front()->element->getMaterial();
+    return std::make_unique<GeometryElement>(QString(), std::move(geometry));
+}
+
+} // namespace
+
+std::vector<DrawItem> Batcher::merged(const std::vector<DrawItem>& items)
+{
+    std::map<Key, Parts> groups;
+    std::vector<DrawItem> result;
+    for (const DrawItem& item : items) {
+        const auto& element = *item.element;
+        if (isSmall(element))
+            groups[Key(element.getMaterial().get(), element.getTextureCoordinates(0).empty(),
+                       element.getTextureCoordinates(1).empty(), element.getTangents().empty())]
+                .push_back(&item);
+        else
+            result.push_back(item);
+    }
+    std::map<Key, Batch> kept;
+    for (const auto& [key, parts] : groups) {
+        if (parts.size() < LeastParts) {
+            for (const DrawItem* part : parts)
+                result.push_back(*part);
+            continue;
+        }
+        Batch batch = std::move(m_Batches[key]);
+        const std::uint64_t signature = signatureOf(parts);
+        if (!batch.element || batch.signature != signature)
+            batch.element = mergedElement(parts);
+        batch.signature = signature;
+        result.push_back({batch.element.get(), translation(batch.element->getOrigin())});
+        kept[key] = std::move(batch);
+    }
+    m_Batches = std::move(kept);
+    return result;
+}
+
+} // namespace tov::scene
