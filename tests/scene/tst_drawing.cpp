@@ -272,14 +272,61 @@ TEST_F(DrawingTest, SmoothEdgesFadeIntoTheBackground)
 {
     setLight(SceneLook::Light::None, 4);
     scene->setRootNode(rootOf({element(sphere(32), Material())}));
-    const QImage picture = drawn(Size, Size, -0.5, 0.5, -0.5, 0.5, at(3), 3, 7, {}, QColor(40, 80, 120, 0))
-                               .convertToFormat(QImage::Format_ARGB32);
+    QImage picture = drawn(Size, Size, -0.5, 0.5, -0.5, 0.5, at(3), 3, 7, {}, QColor(40, 80, 120, 0));
+    // What the framebuffer holds is not divided by alpha.
+    ASSERT_TRUE(picture.reinterpretAsFormat(QImage::Format_ARGB32));
     int partial = 0;
     for (int y = 0; y < Size; ++y)
         for (int x = 0; x < Size; ++x) {
             const QRgb pixel = picture.pixel(x, y);
             const double cover = qAlpha(pixel) / 255.0;
             partial += cover > 0 && cover < 1;
+            ASSERT_NEAR(qRed(pixel), 40 + (255 - 40) * cover, 1.5) << x << ' ' << y;
+            ASSERT_NEAR(qBlue(pixel), 120 + (255 - 120) * cover, 1.5) << x << ' ' << y;
         }
     EXPECT_GT(partial, 50);
+}
+
+TEST_F(DrawingTest, TilesAreTheWholePicture)
+{
+    SceneLook look;
+    look.samples = 4;
+    look.lineWidth = look.pointSize = 6.0 / (2 * Size);
+    SceneDrawer::setLook(look);
+    Material textured;
+    std::mt19937 random(5);
+    std::vector<std::uint8_t> pixels(64 * 64 * 4);
+    for (auto& value : pixels)
+        value = std::uint8_t(random() & 255);
+    textured.baseColorTexture.image = image(64, 64, pixels);
+    textured.baseColorTexture.transform = {5, 0, 0, 0, 5, 0};
+    auto glass = square(0.8f);
+    glass.material = makeMaterial(QColor(80, 160, 255, 90));
+    Geometry lines, points;
+    lines.kind = Geometry::Kind::Lines;
+    lines.positions = {-0.9f, -0.9f, 1, 0.9f, 0.8f, 1, -0.9f, 0.02f, 1, 0.9f, 0.02f, 1};
+    lines.indices = {0, 1, 2, 3};
+    points.kind = Geometry::Kind::Points;
+    points.positions = {0.005f, 0.005f, 1, 0.4f, -0.003f, 1, 0, 0.3f, 1};
+    points.indices = {0, 1, 2};
+    scene->setRootNode(
+        rootOf({element(sphere(48), textured), new GeometryElement(QStringLiteral("g"), std::move(glass)),
+                new GeometryElement(QStringLiteral("l"), std::move(lines)),
+                new GeometryElement(QStringLiteral("p"), std::move(points))}));
+    // The projection of pictures: half the height at distance 1 is `PictureHalfHeight`.
+    const double h = PictureHalfHeight;
+    const QImage whole = drawn(2 * Size, 2 * Size, -h, h, -h, h, at(3));
+    EXPECT_GT(covered(whole), Size * Size / 2);
+    int different = 0;
+    for (int tile = 0; tile < 4; ++tile) {
+        const double left = tile % 2 ? 0 : -h, bottom = tile / 2 ? 0 : -h;
+        const QImage part = drawn(Size, Size, left, left + h, bottom, bottom + h, at(3));
+        for (int y = 0; y < Size; ++y)
+            for (int x = 0; x < Size; ++x) {
+                const QRgb a = part.pixel(x, y);
+                const QRgb b = whole.pixel(tile % 2 * Size + x, (tile / 2 ? 0 : Size) + y);
+                different += std::abs(qRed(a) - qRed(b)) > 2 || std::abs(qAlpha(a) - qAlpha(b)) > 2;
+            }
+    }
+    EXPECT_LE(different, 4 * Size * Size / 1000) << "edges may differ by rounding";
 }
