@@ -24,7 +24,7 @@ public:
     /// Far clipping distance of every view.
     static const double ZFAR;
 
-    /// What `glDraw` draws besides.
+    /// What `glDraw` draws.
     enum Layer
     {
         LayerGeometry = 1,
@@ -67,11 +67,13 @@ public:
     void resize(int width, int height);
 
     /// Draws the tree under `root`, or with `second` only that element. The model-view matrix is multiplied by
-    /// `transform` (scene to eye) and restored. `lineOffset` moves lines towards the eye by that share of the depth
-    /// range. `layers`: mask of `Layer`; `primitives`: mask of `Primitive`. Elements are culled chunk by chunk against
-    /// the current frustum. Lights and colour material as the caller enabled them; alpha is blended apart
-    /// (ONE, ONE_MINUS_SRC_ALPHA), so that glass over a solid stays opaque. The scene must be kept still by the caller.
-    /// Thread: the current context's.
+    /// `transform` (scene to eye, which may hold a lens, see `View::eye`) and restored, as is all other state.
+    /// `lineOffset` moves lines towards the eye by that share of the depth range. `layers`: mask of `Layer`;
+    /// `primitives`: mask of `Primitive`. Elements are culled chunk by chunk against the current frustum. Needs
+    /// OpenGL 3.0 with GL_ARB_uniform_buffer_object and GL_ARB_sampler_objects. Light and materials are those of
+    /// `SceneLook`; without GL_LIGHTING the base colours are drawn. Alpha is blended apart (ONE, ONE_MINUS_SRC_ALPHA),
+    /// so that glass over a solid stays opaque. The caller must keep the scene from changing. Thread: the current
+    /// context's.
     void glDraw(SceneElement* root, SceneElement* second, const tov::math::Matrix<double, 4u, 4u>& transform,
                 double lineOffset, int layers, int primitives);
 
