@@ -89,6 +89,44 @@ TEST_F(FramesTest, EveryFrameIsAPictureAndTheListPlays)
     EXPECT_EQ(QImage(folder.filePath(QStringLiteral("turn.00003.png"))).pixel(Width - 2, 2), qRgb(10, 20, 200));
 }
 
+TEST_F(FramesTest, PicturesThatALongerRecordingLeftAreRemovedAtTheEnd)
+{
+    // Similar names belong to somebody else.
+    for (const char* other : {"b.00009.png", "aa.00009.png", "a.9.png", "a.00009.jpg", "a.0000x.png"}) {
+        QFile file(folder.filePath(QLatin1String(other)));
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    }
+    const QStringList others = files();
+    for (const int count : {5, 2}) {
+        auto encoder = encoderFor(QStringLiteral("a.frames"));
+        ASSERT_TRUE(encoder);
+        QByteArray frames;
+        for (int i = 0; i < count; ++i)
+            frames += frame(i, 255);
+        encoder->encodeVideoChunk(chunkOf(frames), true);
+        encoder->waitForFinish();
+        QStringList expected = others;
+        for (int i = 1; i <= count; ++i)
+            expected << QStringLiteral("a.0000%1.png").arg(i);
+        expected << QStringLiteral("a.frames");
+        expected.sort();
+        EXPECT_EQ(files(), expected) << count;
+    }
+}
+
+TEST_F(FramesTest, APictureThatCannotBeWrittenLeavesNothingOfItsName)
+{
+    // A folder that is not empty cannot be replaced by a picture.
+    ASSERT_TRUE(QDir(folder.path()).mkpath(QStringLiteral("a.00002.png/inside")));
+    LogCapture log;
+    auto encoder = encoderFor(QStringLiteral("a.frames"));
+    ASSERT_TRUE(encoder);
+    encoder->encodeVideoChunk(chunkOf(frame(0, 255) + frame(1, 255) + frame(2, 255)), true);
+    encoder->waitForFinish();
+    EXPECT_EQ(files(), (QStringList{"a.00001.png", "a.frames"}));
+    EXPECT_EQ(log.records().size(), 1u) << log.text();
+}
+
 TEST_F(FramesTest, AnAbortLeavesNoPictureAndNoList)
 {
     for (int stage = 0; stage < 3; ++stage) {
