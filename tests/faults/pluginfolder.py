@@ -387,7 +387,7 @@ try:
         ended.wait()
         write(f'{copy.home}/.cache/tov/starting-{ended.pid}', b'')
         first, second = copy.run('modules'), copy.run('modules')
-        if 'the start before crashed' not in first.stderr:
+        if 'previous start crashed' not in first.stderr:
             return 'not reported: ' + first.stderr
         return 'reported again' if 'crashed' in second.stderr else None
 
@@ -405,7 +405,7 @@ try:
         process = starting(copy)
         process.kill()
         process.wait()
-        return None if 'the start before crashed' in copy.run('modules').stderr else 'not reported'
+        return None if 'previous start crashed' in copy.run('modules').stderr else 'not reported'
 
     @case('the question about safe mode ends with the session')
     def _(copy):
