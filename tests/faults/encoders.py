@@ -118,7 +118,7 @@ try:
 
     def interrupted(copy, ending, times):
         """The status after so many interrupts, half a second apart, once the recording is on."""
-        process = subprocess.Popen([copy.home + '/bin/tov', *video(ending, '--duration', '60')], cwd=copy.home,
+        process = subprocess.Popen([copy.home + '/bin/tov', *video(ending, '--free', '60')], cwd=copy.home,
                                    env=copy.environment(), stderr=subprocess.PIPE, text=True)
         try:
             begin = time.monotonic()

@@ -2,6 +2,7 @@
 """Good and bad files in the folders of modules and encoder plug-ins: each bad file is named once, the good ones are used, the
 program starts, and takes no more than 5 s longer than without them. usage: pluginfolder.py BUILD [CASE] [-v]"""
 
+import glob
 import os
 import random
 import shutil
@@ -134,7 +135,7 @@ def without_coders(copy, text, noticed=True):
     if problem:
         return problem
     problem, video, made = picture_and_video(copy)
-    said = 'tov modules tells more' if noticed else text
+    said = 'see tov modules' if noticed else text
     if (video.returncode != 1 or made or len(video.stderr.splitlines()) != 1 or not video.stderr.startswith('tov: ') or
             said not in video.stderr):
         problem = problem or f'video: status {video.returncode}, file: {made}, {video.stderr[-300:]}'
@@ -313,9 +314,9 @@ try:
     def _(copy):
         os.chdir(copy.home)
         process = subprocess.Popen([copy.home + '/bin/tov', 'video', MODEL, '-o',
-                                    copy.home + '/a.mp4', '--size', '64x48', '--duration', '2', '--quiet'],
+                                    copy.home + '/a.mp4', '--size', '64x48', '--free', '2', '--quiet'],
                                    env=copy.environment(), stderr=subprocess.PIPE, text=True)
-        while not os.path.exists(copy.home + '/a.mp4') and process.poll() is None:
+        while not glob.glob(glob.escape(copy.home) + '/a*.mp4') and process.poll() is None:
             time.sleep(0.01)
         write(copy.plugins + 'new', b'no library')
         os.rename(copy.plugins + 'new', copy.plugins + 'ffmpeg.so')
