@@ -212,6 +212,10 @@ public:
         if (m_Width < 2 || m_Height < 1 || qint64(m_Width) * m_Height > MaxPixels)
             return QObject::tr("'%1' is %2 x %3 pixels, which is out of range")
                 .arg(fileName, QString::number(m_Width), QString::number(m_Height));
+        // The decoder does not notice where the data ends; a row takes at least its runs of 127 pixels.
+        const qint64 leastRow = std::min<qint64>(4 * qint64(m_Width), 4 + 8 * ((m_Width + 126) / 127));
+        if (bytes.size() < leastRow * m_Height)
+            return QObject::tr("'%1' is cut off").arg(fileName);
         m_Pixels.reset(stbi_loadf_from_memory(data, bytes.size(), &m_Width, &m_Height, &channels, 3));
         return m_Pixels ? QString() : QObject::tr("'%1' is damaged").arg(fileName);
     }
