@@ -131,6 +131,11 @@ bool Session::selectMotion(const MotionRequest& motion, int fps)
     auto* handler = TrajectoryHandler::getInstance();
     QString error;
     bool isSelected = true;
+    const bool isTurntable = motion.kind == Kind::Turntable;
+    if (motion.kind == Kind::Animation || motion.kind == Kind::Path || motion.isEased || motion.turns != 1 ||
+        (!motion.axis.isEmpty() && motion.axis != QLatin1String("up")) ||
+        (motion.seconds && !isTurntable && motion.kind != Kind::Free))
+        return m_Reporter.fail(tr("this build has no animations, paths, other turns and resampled trajectories"));
     switch (motion.kind) {
     case Kind::None:
     case Kind::Free:

@@ -4,6 +4,7 @@
 #include "app/cli/verbs.h"
 #include "app/cli/videoformats.h"
 #include "app/common/safeoutput.h"
+#include "app/common/videoprobe.h"
 #include "kernel/main/settings.h"
 #include "scene/view/scenepanel.h"
 #include "trajectory/trajectoryhandler.h"
@@ -267,6 +268,9 @@ bool makeVideo(Session& session, const VideoJob& job)
     RunOutcome outcome = record(session, request, output.getTemporaryName());
     if (session.wasInterrupted() || !outcome.isDone() || !checkFrames(reporter, job, outcome))
         return reject(session, job, output, outcome);
+    if (request.motion.kind == MotionRequest::Kind::Free && outcome.frames > 0 &&
+        retimeVideo(output.getTemporaryName(), outcome.frames, *request.motion.seconds))
+        outcome.seconds = *request.motion.seconds;
     if (!deliver(job, output, outcome, &error))
         return reporter.fail(error);
     checkTiming(reporter, request, outcome);

@@ -42,6 +42,22 @@ bool synchronize(const QString& fileName)
     return isDone;
 }
 
+/// The pictures that a list of frames names, which are next to it; nothing for other files.
+QStringList picturesOf(const QString& fileName)
+{
+    QStringList pictures;
+    QFile list(fileName);
+    if (!fileName.endsWith(QLatin1String(".frames"), Qt::CaseInsensitive) || !list.open(QIODevice::ReadOnly) ||
+        !list.readLine().startsWith("ffconcat"))
+        return pictures;
+    while (!list.atEnd()) {
+        const QByteArray line = list.readLine().trimmed();
+        if (line.startsWith("file ") && !line.contains('/'))
+            pictures << QString::fromLatin1(line.mid(5));
+    }
+    return pictures;
+}
+
 } // namespace
 
 QString longestEnding(const QString& fileName, const QStringList& endings)
@@ -65,14 +81,53 @@ SafeOutput::SafeOutput(const QString& fileName, const QString& ending) : m_FileN
 
 bool SafeOutput::prepare(QString* error)
 {
-    if (!QFileInfo::exists(m_TemporaryName) || QFile::remove(m_TemporaryName))
+    if (!QFileInfo::exists(m_TemporaryName))
+        return true;
+    discard();
+    if (!QFileInfo::exists(m_TemporaryName))
         return true;
     *error = tr("cannot write '%1': '%2' cannot be removed").arg(m_FileName, m_TemporaryName);
     return false;
 }
 
+/// A list of pictures: they get the name of the list, too, and those of an older list that are not replaced go.
+bool SafeOutput::commitPictures(QString* error)
+{
+    QFile list(m_TemporaryName);
+    const QDir folder = QFileInfo(m_TemporaryName).dir();
+    const QStringList older = picturesOf(resolved(m_FileName));
+    const QStringList pictures = picturesOf(m_TemporaryName);
+    if (!list.open(QIODevice::ReadWrite))
+        return false;
+    QByteArray text = list.readAll();
+    QStringList names;
+    for (const QString& picture : pictures) {
+        QString name = picture;
+        const int mark = name.lastIndexOf(QLatin1String("partial."));
+        // The encoder may have replaced the character before it.
+        if (mark > 0)
+            name.remove(mark - 1, int(qstrlen(PartialMark)));
+        if (std::rename(QFile::encodeName(folder.filePath(picture)).constData(),
+                        QFile::encodeName(folder.filePath(name)).constData()) != 0) {
+            *error = tr("cannot write '%1': %2").arg(folder.filePath(name), systemError());
+            return false;
+        }
+        text.replace("file " + picture.toLatin1() + '\n', "file " + name.toLatin1() + '\n');
+        names << name;
+    }
+    for (const QString& picture : older)
+        if (!names.contains(picture))
+            QFile::remove(folder.filePath(picture));
+    if (list.seek(0) && list.write(text) == text.size() && list.resize(text.size()) && list.flush())
+        return true;
+    *error = tr("cannot write '%1': %2").arg(m_TemporaryName, list.errorString());
+    return false;
+}
+
 bool SafeOutput::commit(QString* error)
 {
+    if (m_TemporaryName.endsWith(QLatin1String(".frames")) && !commitPictures(error))
+        return false;
     if (synchronize(m_TemporaryName) && std::rename(QFile::encodeName(m_TemporaryName).constData(),
                                                     QFile::encodeName(resolved(m_FileName)).constData()) == 0)
         return true;
@@ -82,6 +137,8 @@ bool SafeOutput::commit(QString* error)
 
 void SafeOutput::discard()
 {
+    for (const QString& picture : picturesOf(m_TemporaryName))
+        QFile::remove(QFileInfo(m_TemporaryName).dir().filePath(picture));
     QFile::remove(m_TemporaryName);
 }
 

@@ -35,6 +35,8 @@ public:
     void discard();
 
 private:
+    bool commitPictures(QString* error);
+
     QString m_FileName;
     QString m_TemporaryName;
 };

@@ -20,6 +20,7 @@ namespace tov::app {
 namespace {
 
 using ProbeFunction = int (*)(const char*, const bool*, long long*, double*);
+using RetimeFunction = int (*)(const char*, const bool*, const double*, long long, double);
 
 struct Closer
 {
@@ -80,6 +81,27 @@ VideoProbe read(const QString& fileName, const bool* stop)
 }
 
 } // namespace
+
+bool retimeVideo(const QString& fileName, qint64 frames, double seconds)
+{
+    const bool neverStops = false;
+    for (const QString& file : loadedPlugins()) {
+        const Library library(dlopen(QFile::encodeName(file).constData(), RTLD_LAZY | RTLD_NOLOAD));
+        const auto retime = reinterpret_cast<RetimeFunction>(library ? dlsym(library.get(), "retimeVideo") : nullptr);
+        if (!retime)
+            continue;
+        try {
+            const int answer = retime(QFile::encodeName(fileName).constData(), &neverStops, nullptr, frames, seconds);
+            if (answer >= 0)
+                return answer > 0;
+        } catch (...) {
+            tov::log::Logger::log(tov::log::LevelError, "app/videoprobe", __LINE__, __func__, nullptr,
+                                  QStringLiteral("The plug-in '%1' failed to retime '%2'").arg(file, fileName));
+            return false;
+        }
+    }
+    return false;
+}
 
 VideoReading::VideoReading(const QString& fileName, QObject* parent) : QObject(parent)
 {

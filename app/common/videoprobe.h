@@ -17,6 +17,11 @@ struct VideoProbe
     double seconds = 0; ///< 0 = unknown
 };
 
+/// Makes a finished video play for `seconds`, its frames evenly spaced, without encoding it again. Asks the encoder
+/// plug-in that knows the file's ending (the symbol "retimeVideo"). False when none does or it fails; the file is then
+/// as it was. Thread: any.
+bool retimeVideo(const QString& fileName, qint64 frames, double seconds);
+
 /// Reads a video file on a thread of its own. Thread: application.
 class VideoReading : public QObject
 {
