@@ -1,5 +1,7 @@
 #include "app/common/safeoutput.h"
 
+#include "app/common/videoprobe.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -90,44 +92,28 @@ bool SafeOutput::prepare(QString* error)
     return false;
 }
 
-/// A list of pictures: they get the name of the list, too, and those of an older list that are not replaced go.
+/// The pictures of a list carry its name, so the encoder copies them; those of an older list that are not replaced go.
 bool SafeOutput::commitPictures(QString* error)
 {
-    QFile list(m_TemporaryName);
-    const QDir folder = QFileInfo(m_TemporaryName).dir();
-    const QStringList older = picturesOf(resolved(m_FileName));
-    const QStringList pictures = picturesOf(m_TemporaryName);
-    if (!list.open(QIODevice::ReadWrite))
+    const QString fileName = resolved(m_FileName);
+    const QDir folder = QFileInfo(fileName).dir();
+    const QStringList older = picturesOf(fileName);
+    if (!copyVideo(m_TemporaryName, fileName)) {
+        *error = tr("cannot write '%1'; the result is in '%2'").arg(m_FileName, m_TemporaryName);
         return false;
-    QByteArray text = list.readAll();
-    QStringList names;
-    for (const QString& picture : pictures) {
-        QString name = picture;
-        const int mark = name.lastIndexOf(QLatin1String("partial."));
-        // The encoder may have replaced the character before it.
-        if (mark > 0)
-            name.remove(mark - 1, int(qstrlen(PartialMark)));
-        if (std::rename(QFile::encodeName(folder.filePath(picture)).constData(),
-                        QFile::encodeName(folder.filePath(name)).constData()) != 0) {
-            *error = tr("cannot write '%1': %2").arg(folder.filePath(name), systemError());
-            return false;
-        }
-        text.replace("file " + picture.toLatin1() + '\n', "file " + name.toLatin1() + '\n');
-        names << name;
     }
+    const QStringList pictures = picturesOf(fileName);
     for (const QString& picture : older)
-        if (!names.contains(picture))
+        if (!pictures.contains(picture))
             QFile::remove(folder.filePath(picture));
-    if (list.seek(0) && list.write(text) == text.size() && list.resize(text.size()) && list.flush())
-        return true;
-    *error = tr("cannot write '%1': %2").arg(m_TemporaryName, list.errorString());
-    return false;
+    discard();
+    return true;
 }
 
 bool SafeOutput::commit(QString* error)
 {
-    if (m_TemporaryName.endsWith(QLatin1String(".frames")) && !commitPictures(error))
-        return false;
+    if (m_TemporaryName.endsWith(QLatin1String(".frames")))
+        return commitPictures(error);
     if (synchronize(m_TemporaryName) && std::rename(QFile::encodeName(m_TemporaryName).constData(),
                                                     QFile::encodeName(resolved(m_FileName)).constData()) == 0)
         return true;

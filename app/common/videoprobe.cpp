@@ -20,6 +20,7 @@ namespace tov::app {
 namespace {
 
 using ProbeFunction = int (*)(const char*, const bool*, long long*, double*);
+using JoinFunction = int (*)(const char* const*, const long long*, int, const char*, const bool*);
 using RetimeFunction = int (*)(const char*, const bool*, const double*, long long, double);
 
 struct Closer
@@ -97,6 +98,29 @@ bool retimeVideo(const QString& fileName, qint64 frames, double seconds)
         } catch (...) {
             tov::log::Logger::log(tov::log::LevelError, "app/videoprobe", __LINE__, __func__, nullptr,
                                   QStringLiteral("The plug-in '%1' failed to retime '%2'").arg(file, fileName));
+            return false;
+        }
+    }
+    return false;
+}
+
+bool copyVideo(const QString& from, const QString& to)
+{
+    const bool neverStops = false;
+    const QByteArray source = QFile::encodeName(from), target = QFile::encodeName(to);
+    const char* const parts[] = {source.constData()};
+    for (const QString& file : loadedPlugins()) {
+        const Library library(dlopen(QFile::encodeName(file).constData(), RTLD_LAZY | RTLD_NOLOAD));
+        const auto join = reinterpret_cast<JoinFunction>(library ? dlsym(library.get(), "joinVideos") : nullptr);
+        if (!join)
+            continue;
+        try {
+            const int answer = join(parts, nullptr, 1, target.constData(), &neverStops);
+            if (answer >= 0)
+                return answer > 0;
+        } catch (...) {
+            tov::log::Logger::log(tov::log::LevelError, "app/videoprobe", __LINE__, __func__, nullptr,
+                                  QStringLiteral("The plug-in '%1' failed to copy '%2'").arg(file, from));
             return false;
         }
     }

@@ -22,6 +22,10 @@ struct VideoProbe
 /// as it was. Thread: any.
 bool retimeVideo(const QString& fileName, qint64 frames, double seconds);
 
+/// Copies a finished video to another name of the same format, with the files that belong to it (the symbol
+/// "joinVideos"). The copy appears once it is complete. False when no loaded plug-in can. Thread: any.
+bool copyVideo(const QString& from, const QString& to);
+
 /// Reads a video file on a thread of its own. Thread: application.
 class VideoReading : public QObject
 {

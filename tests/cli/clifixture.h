@@ -20,7 +20,7 @@ namespace cli {
 
 const QString Program = QStringLiteral(TOV_BINARY_DIR "/bin/tov");
 const QString Bunny = QStringLiteral("/usr/share/glmark2/models/bunny.obj");
-const QString Cube = QStringLiteral("/usr/share/glmark2/models/cube.3ds");
+const QString Cube = QStringLiteral("/usr/share/assimp/models/PLY/cube.ply");
 
 struct Result
 {

@@ -172,8 +172,8 @@ TEST_F(CliTest, AKilledOrFailedRunLeavesTheOlderFile)
             QProcess process;
             process.setWorkingDirectory(folder.path());
             process.start(Program, isPicture ? QStringList{"image", Bunny, "-o", name, "--size", "12000x9000"}
-                                             : QStringList{"video", Bunny, "-o", name, "--size", "320x240",
-                                                           "--turntable", "2000"});
+                                             : QStringList{"video", Bunny, "-o", name, "--size", "64x48", "--turntable",
+                                                           "20000"});
             ASSERT_TRUE(process.waitForStarted());
             process.waitForFinished(700);
             ASSERT_EQ(process.state(), QProcess::Running) << name;
