@@ -168,3 +168,31 @@ TEST_F(CliTest, AFreeRecordingOfAScriptIsSaidToBeEndless)
     EXPECT_EQ(result.status, 130);
     EXPECT_TRUE(result.err.contains(QStringLiteral("Recording freely; Ctrl-C ends it"))) << result.err.toStdString();
 }
+
+TEST_F(CliTest, TheRecipesOfTheManualWork)
+{
+    QFile manual(QStringLiteral(TOV_SOURCE_DIR "/docs/manual.md"));
+    ASSERT_TRUE(manual.open(QIODevice::ReadOnly));
+    QString text = QString::fromUtf8(manual.readAll());
+    text = text.mid(text.indexOf("\n## Recipes\n") + 12);
+    text.truncate(text.indexOf("\n## "));
+    QDir(folder.path()).mkdir("bin");
+    ASSERT_TRUE(QFile::link(Program, path("bin/tov")));
+    ASSERT_TRUE(QFile::copy(Bunny, path("bunny.obj")) && QFile::copy(Cube, path("cube.ply")));
+    variables["PATH"] = path("bin") + ":" + qEnvironmentVariable("PATH");
+    int count = 0;
+    for (const QString& line : text.split('\n')) {
+        if (!line.startsWith("    "))
+            continue;
+        ++count;
+        const Result result = run({}, line.toUtf8());
+        EXPECT_EQ(result.status, 0) << line.toStdString() << "\n" << result.err.toStdString();
+    }
+    EXPECT_GE(count, 8);
+    EXPECT_NEAR(QImage(path("paper.png")).dotsPerMeterX() * 0.0254, 300, 0.1);
+    EXPECT_FALSE(QImage(path("paper.png")).hasAlphaChannel());
+    EXPECT_EQ(QImageReader(path("large.png")).size(), QSize(3200, 2400));
+    EXPECT_EQ(probe("turn.alpha.webm", "nb_read_frames"), "50");
+    for (const char* name : {"bunny-front.png", "bunny-bottom.png", "cube-left.png", "b1.png", "c 1.jpg", "piped.jpg"})
+        EXPECT_FALSE(QImage(path(name)).isNull()) << name;
+}
