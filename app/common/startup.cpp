@@ -1,5 +1,6 @@
 #include "app/common/startup.h"
 
+#include "app/common/installlayout.h"
 #include "app/common/libraryprobe.h"
 #include "app/common/startmarker.h"
 #include "app/common/translation.h"
@@ -99,41 +100,6 @@ void raiseDescriptorLimit()
 
 } // namespace
 
-ErrorMemory::ErrorMemory()
-{
-    Logger::addSink(this);
-    tov::log::setConsoleOutput([this](const QString& line) {
-        std::lock_guard<std::mutex> guard(m_Mutex);
-        m_Messages << line;
-    });
-}
-
-ErrorMemory::~ErrorMemory()
-{
-    tov::log::setConsoleOutput({});
-    Logger::removeSink(this);
-}
-
-void ErrorMemory::write(const tov::log::LogRecord& record)
-{
-    if (record.level > tov::log::LevelError)
-        return;
-    std::lock_guard<std::mutex> guard(m_Mutex);
-    m_Messages << record.message;
-}
-
-void ErrorMemory::clear()
-{
-    std::lock_guard<std::mutex> guard(m_Mutex);
-    m_Messages.clear();
-}
-
-QStringList ErrorMemory::getMessages() const
-{
-    std::lock_guard<std::mutex> guard(m_Mutex);
-    return m_Messages;
-}
-
 void prepareProcess()
 {
     raiseDescriptorLimit();
@@ -173,14 +139,10 @@ void Startup::Private::createApplication(int& argc, char** argv, bool window)
     QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
     QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
     tov::platform::setDefaultFormat();
-    char path[4096];
-    const ssize_t length = readlink("/proc/self/exe", path, sizeof path - 1);
-    QString folder = length > 0 ? QFile::decodeName(QByteArray(path, int(length))) : QString();
-    folder.truncate(folder.lastIndexOf(QLatin1Char('/')));
     // The program's own Qt plug-ins: the PNG writer, and the platform without a screen.
-    QCoreApplication::addLibraryPath(folder + QStringLiteral("/plugins"));
+    QCoreApplication::addLibraryPath(InstallLayout::qtPlugins());
     if (!window)
-        tov::platform::prepareHeadless(folder + QStringLiteral("/plugins"));
+        tov::platform::prepareHeadless(InstallLayout::qtPlugins());
     application = std::make_unique<QApplication>(argc, argv);
     std::setlocale(LC_NUMERIC, "C");
     QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
@@ -224,11 +186,9 @@ void Startup::Private::watchSignals()
 
 void Startup::Private::probeLibraries(bool safeMode)
 {
-    const QString folder = QCoreApplication::applicationDirPath();
-    LibraryProbe probe(folder + QStringLiteral("/../libexec/tov-check-encoder"),
-                       QStringLiteral(TOV_OWN_LIBRARIES).split(QLatin1Char(':')));
-    probe.addModules(folder + QStringLiteral("/modules"));
-    probe.addEncoders(folder + QStringLiteral("/plugins/video"));
+    LibraryProbe probe(InstallLayout::encoderChecker(), QStringLiteral(TOV_OWN_LIBRARIES).split(QLatin1Char(':')));
+    probe.addModules(InstallLayout::modules());
+    probe.addEncoders(InstallLayout::videoPlugins());
     if (safeMode)
         probe.refuseForeign();
     probe.run();
@@ -250,7 +210,7 @@ void Startup::Private::startHost()
 void Startup::Private::loadModules(const std::function<void(const QString&)>& progress)
 {
     loader = std::make_unique<tov::main::ModuleLoader>();
-    loader->loadFolder(QCoreApplication::applicationDirPath() + QStringLiteral("/modules"),
+    loader->loadFolder(InstallLayout::modules(),
                        tov::main::Module::Progress(progress ? progress : [](const QString&) {}));
     // The modules' commands query the hardware before they listen for panels, so the active panel is announced again.
     Overseer::getInstance()->getCommandProcessor()->drain();

@@ -25,24 +25,6 @@ struct StartOptions
     std::function<bool()> afterCrash; ///< called when the start before crashed; true = safe mode now; may be empty
 };
 
-/// Keeps the records of errors and what is printed on the console (commands print refusals there), so that a verb can
-/// say why it failed. Thread: any.
-class ErrorMemory : public tov::log::LogSink
-{
-public:
-    ErrorMemory();
-    ~ErrorMemory() override;
-    void write(const tov::log::LogRecord& record) override;
-    /// Forgets what has been kept.
-    void clear();
-    /// The messages, oldest first.
-    QStringList getMessages() const;
-
-private:
-    mutable std::mutex m_Mutex;
-    QStringList m_Messages; ///< guarded by m_Mutex
-};
-
 /// Everything that runs behind the program: Qt, the host's libraries, the modules. Made first and destroyed last in
 /// `main`, on the application thread.
 class Startup
