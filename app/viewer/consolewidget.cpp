@@ -1,5 +1,6 @@
 #include "app/viewer/consolewidget.h"
 
+#include "app/viewer/commandstarter.h"
 #include "kernel/log/console.h"
 #include "kernel/main/abstractparameter.h"
 #include "kernel/commands/commandprocessor.h"
@@ -7,17 +8,16 @@
 #include "kernel/main/parameterset.h"
 #include "kernel/main/settings.h"
 
+#include <QAction>
 #include <QApplication>
 #include <QClipboard>
 #include <QComboBox>
 #include <QDateTime>
 #include <QHBoxLayout>
 #include <QKeyEvent>
+#include <QLabel>
 #include <QListView>
-#include <QMenu>
 #include <QScrollBar>
-#include <QShortcut>
-#include <QToolTip>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -173,10 +173,10 @@ void LogModel::append(std::vector<LogRecord> records)
     endInsertRows();
 }
 
-void LogModel::addLine(const QString& line)
+void LogModel::addLine(const QString& line, int level)
 {
     LogRecord record;
-    record.level = tov::log::LevelInformation;
+    record.level = level;
     record.message = line;
     record.timeMs = QDateTime::currentMSecsSinceEpoch();
     append({record});
@@ -189,8 +189,12 @@ void LogModel::clear()
     endResetModel();
 }
 
-CommandLineEdit::CommandLineEdit(QWidget* parent) : QLineEdit(parent)
+CommandLineEdit::CommandLineEdit(QWidget* parent) : QLineEdit(parent), mp_Candidates(new QLabel(this, Qt::ToolTip))
 {
+    mp_Candidates->setObjectName(QStringLiteral("CompletionList"));
+    mp_Candidates->setFrameStyle(QFrame::Box);
+    mp_Candidates->setMargin(3);
+    connect(this, &QLineEdit::textEdited, this, [this] { showCandidates({}); });
     setPlaceholderText(tr("Type a command, Tab completes, e.g. grabimage filename=\"picture.png\" width=4000"));
     setClearButtonEnabled(true);
     m_History = tovSettings().value(QStringLiteral("window/commandhistory")).toStringList();
@@ -206,6 +210,7 @@ CommandLineEdit::CommandLineEdit(QWidget* parent) : QLineEdit(parent)
         m_HistoryIndex = m_History.size();
         tovSettings().setValue(QStringLiteral("window/commandhistory"), m_History);
         clear();
+        showCandidates({});
         emit submitted(line);
     });
 }
@@ -263,11 +268,28 @@ void CommandLineEdit::complete()
     for (const QString& candidate : candidates)
         while (!candidate.startsWith(common, Qt::CaseInsensitive))
             common.chop(1);
-    if (candidates.size() > 1)
-        QToolTip::showText(mapToGlobal(QPoint(0, -height())), candidates.join(QLatin1String("   ")), this);
+    showCandidates(candidates.size() > 1 ? candidates : QStringList());
     const QString after = text().mid(cursorPosition());
     setText(before.left(begin) + common + after);
     setCursorPosition(begin + common.size());
+}
+
+void CommandLineEdit::showCandidates(const QStringList& candidates)
+{
+    if (candidates.isEmpty()) {
+        mp_Candidates->hide();
+        return;
+    }
+    mp_Candidates->setText(candidates.join(QLatin1String("   ")));
+    mp_Candidates->adjustSize();
+    mp_Candidates->move(mapToGlobal(QPoint(0, -mp_Candidates->height() - 2)));
+    mp_Candidates->show();
+}
+
+void CommandLineEdit::focusOutEvent(QFocusEvent* event)
+{
+    showCandidates({});
+    QLineEdit::focusOutEvent(event);
 }
 
 ConsoleWidget::ConsoleWidget(QWidget* parent)
@@ -339,8 +361,8 @@ void ConsoleWidget::submit(const QString& text)
 {
     mp_Model->addLine(QStringLiteral("> ") + text);
     QString error;
-    if (!tov::main::Overseer::getInstance()->getCommandProcessor()->start(text, &error))
-        mp_Model->addLine(error);
+    if (!CommandStarter::startText(text, &error))
+        mp_Model->addLine(error, tov::log::LevelError);
     mp_View->scrollToBottom();
 }
 

@@ -11,6 +11,7 @@
 #include <memory>
 
 class QComboBox;
+class QLabel;
 class QListView;
 
 namespace tov::viewer {
@@ -32,8 +33,8 @@ public:
     int rowCount(const QModelIndex& parent = QModelIndex()) const override;
     QVariant data(const QModelIndex& index, int role) const override;
     /// Adds a line of the console (not of the log).
-    void addLine(const QString& line);
-    /// Puts records in that were kept before the model was there.
+    void addLine(const QString& line, int level = tov::log::LevelInformation);
+    /// Adds records that were kept before the model existed.
     void addRecords(const std::vector<tov::log::LogRecord>& records) { append(records); }
     void clear();
 
@@ -59,9 +60,12 @@ signals:
 protected:
     void keyPressEvent(QKeyEvent* event) override;
     bool event(QEvent* event) override;
+    void focusOutEvent(QFocusEvent* event) override;
 
 private:
     void complete();
+    void showCandidates(const QStringList& candidates);
+    QLabel* mp_Candidates; ///< child; shown above the line
     QStringList m_History;
     int m_HistoryIndex = 0;
 };

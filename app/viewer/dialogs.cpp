@@ -157,12 +157,14 @@ PreferencesDialog::PreferencesDialog(const std::vector<std::pair<QString, tov::m
     form->addRow(tr("Background:"), background);
 
     auto* samples = new QComboBox(this);
+    samples->setObjectName(QStringLiteral("Samples"));
     for (int count : {0, 2, 4, 8})
         samples->addItem(count == 0 ? tr("Off") : tr("%1 samples").arg(count), count);
-    samples->setCurrentIndex(
-        samples->findData(tovSettings().value(QStringLiteral("settings/multisampling"), 4).toInt()));
+    samples->setCurrentIndex(samples->findData(tov::scene::SceneDrawer::getMultisampling()));
     connect(samples, QOverload<int>::of(&QComboBox::currentIndexChanged), this, [samples] {
-        tovSettings().setValue(QStringLiteral("settings/multisampling"), samples->currentData().toInt());
+        const int count = samples->currentData().toInt();
+        tovSettings().setValue(QStringLiteral("settings/multisampling"), count);
+        tov::scene::SceneDrawer::setMultisampling(count);
         tov::scene::Viewer::getInstance()->redraw();
     });
     form->addRow(tr("Anti-aliasing:"), samples);

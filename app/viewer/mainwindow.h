@@ -1,63 +1,69 @@
 #pragma once
 
-#include "app/common/filesnapshot.h"
-#include "kernel/commands/commandprocessor.h"
 #include "kernel/modules/moduleloader.h"
 
-#include <QElapsedTimer>
 #include <QMainWindow>
 
-#include <atomic>
-#include <map>
-#include <memory>
+#include <vector>
 
-class QLabel;
-class QMenu;
-class QThread;
-
-namespace tov::app {
-class RunWatcher;
+namespace tov::gui {
+class ScenePanel;
 }
 
 namespace tov::viewer {
 
 class CommandActions;
+class CommandStarter;
 class ConsoleWidget;
 class EditQueue;
+class FileOpener;
 class NoticeBar;
 class PanelGrid;
-class ParameterDialog;
+class QuitGuard;
 class RecentFiles;
+class RecordedViews;
 class RunsBar;
 class SceneTree;
 class TrajectoryBar;
+class WindowLayout;
+class WindowMenus;
 
-/// The application's window. Thread: application.
+/// The application's window: puts the parts together and passes on what they report. Thread: application.
 class MainWindow : public QMainWindow
 {
     Q_OBJECT
 public:
-    /// `loader` is asked for what failed to load; it must outlive the window.
+    /// `loader` knows what failed to load; it may be null and must outlive the window.
     explicit MainWindow(const tov::main::ModuleLoader* loader, QWidget* parent = nullptr);
     ~MainWindow() override;
 
-    /// Reads models on a thread of their own, with progress and Stop, and fits the view. Trajectory files are opened as
-    /// such. Failures are told in a notice.
+    /// Opens models and trajectories, with progress and Stop, and fits the views. Failures are shown in a notice.
     void openFiles(const QStringList& fileNames);
-    bool isOpening() const { return mp_OpenThread != nullptr; }
-    /// Stops the opening that is under way; the scene stays as it was.
+    bool isOpening() const;
+    /// Stops the opening under way; the scene stays as it was.
     void cancelOpening();
+    /// Ends everything that runs and closes the window, without a question.
+    void quitWithoutAsking();
+    /// Shows 1, 2 or 4 views. Asks when this closes a view that is being recorded.
+    void showViews(int count);
+    /// Closes a view. Asks when it is being recorded.
+    void closeView(tov::gui::ScenePanel* view);
+    void setFullScreen(bool full);
 
     PanelGrid* getPanelGrid() const { return mp_Grid; }
     ConsoleWidget* getConsole() const { return mp_Console; }
     CommandActions* getActions() const { return mp_Actions; }
     NoticeBar* getNotices() const { return mp_Notices; }
-    RecentFiles* getRecentFiles() const { return mp_RecentMenu; }
+    RecentFiles* getRecentFiles() const { return mp_Recent; }
     RunsBar* getRuns() const { return mp_Runs; }
     SceneTree* getSceneTree() const { return mp_Tree; }
     TrajectoryBar* getTrajectoryBar() const { return mp_Trajectory; }
+    WindowMenus* getMenus() const { return mp_Menus; }
+    /// The modules that could not be loaded.
+    std::vector<tov::main::LoadFailure> getLoadFailures() const;
 
 public slots:
+    void chooseFiles();
     void copyViewToClipboard();
 
 signals:
@@ -66,52 +72,35 @@ signals:
 
 protected:
     void closeEvent(QCloseEvent* event) override;
+    void showEvent(QShowEvent* event) override;
     void dragEnterEvent(QDragEnterEvent* event) override;
     void dropEvent(QDropEvent* event) override;
 
 private:
-    /// What is kept of a run for the notice after it.
-    struct Started
-    {
-        QString fileName;
-        tov::app::FileSnapshot before;
-        QElapsedTimer clock;
-    };
-
-    void createMenus();
+    void createCentre();
     void createDocks();
-    void chooseFiles();
-    void runCommand(tov::main::Command* prototype);
-    /// Asks before a file is replaced; tells why one cannot be written. False = back to the dialog.
-    bool mayWrite(const ParameterDialog& dialog);
-    void offerToLeave();
-    void watchRuns();
-    void runEnded(const tov::main::CommandRunPointer& run);
-    void warnOfStuckRun(const QString& text);
-    void createGuideMenu();
-    void saveLayout() const;
-    void restoreLayout();
-    /// True when the window may go now; otherwise it will close itself once everything has ended.
-    bool endRuns();
+    void connectOpener();
+    void showOpenedModels(const QStringList& fileNames);
+    void openTrajectory(const QString& fileName);
+    void warn(const QString& message);
 
-    const tov::main::ModuleLoader* mp_Loader;
-    PanelGrid* mp_Grid = nullptr;
-    ConsoleWidget* mp_Console = nullptr;
-    CommandActions* mp_Actions = nullptr;
+    const tov::main::ModuleLoader* mp_Loader; ///< not owned, may be null
+    EditQueue* mp_Edits;
     NoticeBar* mp_Notices = nullptr;
+    PanelGrid* mp_Grid = nullptr;
     RunsBar* mp_Runs = nullptr;
+    FileOpener* mp_Opener = nullptr;
+    RecentFiles* mp_Recent = nullptr;
+    ConsoleWidget* mp_Console = nullptr;
     SceneTree* mp_Tree = nullptr;
     TrajectoryBar* mp_Trajectory = nullptr;
-    EditQueue* mp_Edits = nullptr;
-    RecentFiles* mp_RecentMenu = nullptr;
-    QMenu* mp_ViewMenu = nullptr;
-    QThread* mp_OpenThread = nullptr; ///< owned while files are read
-    std::shared_ptr<std::atomic<bool>> mp_OpenCancelled;
-    struct LastError;
-    std::shared_ptr<LastError> mp_LastError; ///< shared with the log while the window lives
-    std::unique_ptr<tov::app::RunWatcher> mp_Lost;
-    std::map<quint64, Started> m_Started;
-    bool m_Closing = false;
+    CommandStarter* mp_Starter = nullptr;
+    CommandActions* mp_Actions = nullptr;
+    RecordedViews* mp_Recorded = nullptr;
+    WindowLayout* mp_Layout = nullptr;
+    WindowMenus* mp_Menus = nullptr;
+    QuitGuard* mp_Quit = nullptr;
+    QStringList m_Models; ///< the files that make up the scene, in order of opening
 };
 
 } // namespace tov::viewer

@@ -28,6 +28,9 @@ NoticeBar::NoticeBar(QWidget* parent) : QWidget(parent)
 
 QWidget* NoticeBar::add(Kind kind, const QString& text)
 {
+    for (auto* label : findChildren<QLabel*>(QStringLiteral("NoticeText")))
+        if (label->text() == text)
+            delete label->parentWidget();
     while (mp_Layout->count() >= MaxNotices)
         delete mp_Layout->itemAt(0)->widget();
     auto* row = new QWidget(this);
@@ -52,17 +55,35 @@ QWidget* NoticeBar::add(Kind kind, const QString& text)
     close->setAutoRaise(true);
     close->setIcon(glyphIcon(Glyph::Close));
     close->setToolTip(tr("Close this message"));
-    connect(close, &QToolButton::clicked, row, [this, row] {
-        row->deleteLater();
-        if (mp_Layout->count() <= 1)
-            hide();
-        else
-            QTimer::singleShot(0, this, &QWidget::adjustSize);
-    });
+    connect(close, &QToolButton::clicked, row, [this, row] { remove(row); });
     layout->addWidget(close);
     mp_Layout->addWidget(row);
+    if (!warning)
+        removeLater(row);
     show();
     return row;
+}
+
+void NoticeBar::removeLater(QWidget* row)
+{
+    QTimer::singleShot(m_LifetimeMs, row, [this, row] {
+        if (row->underMouse())
+            removeLater(row);
+        else
+            remove(row);
+    });
+}
+
+void NoticeBar::remove(QWidget* row)
+{
+    mp_Layout->removeWidget(row);
+    row->hide();
+    row->setParent(nullptr);
+    row->deleteLater();
+    if (mp_Layout->count() == 0)
+        hide();
+    else
+        QTimer::singleShot(0, this, &QWidget::adjustSize);
 }
 
 void NoticeBar::showMessage(Kind kind, const QString& text)
@@ -74,7 +95,7 @@ QPointer<QLabel> NoticeBar::showFile(const QString& text, const QString& fileNam
 {
     QWidget* row = add(Kind::Information, text);
     auto* layout = static_cast<QHBoxLayout*>(row->layout());
-    // Styles cut the text of some buttons close; a little more room on both sides.
+    // Some styles leave no room beside the text of a button.
     const auto widen = [](QPushButton* button) {
         button->setMinimumWidth(button->fontMetrics().horizontalAdvance(button->text()) + 24);
     };

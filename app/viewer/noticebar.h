@@ -8,8 +8,8 @@ class QVBoxLayout;
 
 namespace tov::viewer {
 
-/// Short messages above the view that stay until they are closed or replaced by newer ones; the last four are shown.
-/// Thread: application.
+/// Short messages above the view; the last four are shown. Warnings stay until they are closed; information disappears
+/// by itself. A message that is shown already is not shown twice. Thread: application.
 class NoticeBar : public QWidget
 {
     Q_OBJECT
@@ -21,15 +21,20 @@ public:
     };
     explicit NoticeBar(QWidget* parent = nullptr);
     void showMessage(Kind kind, const QString& text);
-    /// A finished picture or video, with buttons that open it or its folder.
-    /// Returns the label, to which more may be added while it is there.
+    /// A finished picture or video, with buttons that open it or its folder. Returns the label, whose text may be
+    /// changed while it exists.
     QPointer<QLabel> showFile(const QString& text, const QString& fileName);
     /// The texts shown, oldest first.
     QStringList getTexts() const;
+    /// How long information stays, in milliseconds (20 s at first); it stays longer under the pointer.
+    void setLifetime(int milliseconds) { m_LifetimeMs = milliseconds; }
 
 private:
     QWidget* add(Kind kind, const QString& text);
+    void removeLater(QWidget* row);
+    void remove(QWidget* row);
     QVBoxLayout* mp_Layout;
+    int m_LifetimeMs = 20000;
 };
 
 } // namespace tov::viewer

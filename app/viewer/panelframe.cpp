@@ -17,7 +17,7 @@ namespace tov::viewer {
 
 using tov::gui::ScenePanel;
 
-/// Lies over the panel and lets everything through to it.
+/// Lies over the view and passes every event on to it.
 class PanelFrame::Guide : public QWidget
 {
 public:
@@ -46,7 +46,7 @@ protected:
         const QRect inside = area();
         if (inside.isNull()) {
             const QString text =
-                PanelFrame::tr("The guide is wider than this panel: a picture of that shape shows more at both sides.");
+                PanelFrame::tr("The guide is wider than this view: a picture of that shape shows more on both sides.");
             const QRect box = painter.fontMetrics().boundingRect(QRect(0, 0, width() - 24, height()),
                                                                  int(Qt::TextWordWrap) | int(Qt::AlignHCenter), text);
             const QRect place((width() - box.width()) / 2 - 8, height() - box.height() - 14, box.width() + 16,
@@ -78,6 +78,18 @@ PanelFrame::PanelFrame(QWidget* parent) : QFrame(parent)
     mp_Panel->installEventFilter(this);
     layout->addWidget(mp_Panel);
     mp_Guide = new Guide(mp_Panel);
+    connect(mp_Panel, &ScenePanel::fitted, this, [this] { m_FittedView = mp_Panel->getScaledTransformMatrix(); });
+}
+
+void PanelFrame::refit()
+{
+    m_RefitPosted = false;
+    const auto now = mp_Panel->getScaledTransformMatrix();
+    bool same = true;
+    for (unsigned int i = 0; i < 16; ++i)
+        same = same && now(i / 4, i % 4) == m_FittedView(i / 4, i % 4);
+    if (same)
+        mp_Panel->fitToView();
 }
 
 void PanelFrame::setMarked(bool marked)
@@ -109,12 +121,18 @@ bool PanelFrame::eventFilter(QObject* watched, QEvent* event)
     switch (event->type()) {
     case QEvent::Resize:
         mp_Guide->setGeometry(0, 0, mp_Panel->width(), mp_Panel->height());
+        // The view has its new size once this event is through.
+        if (!m_RefitPosted) {
+            m_RefitPosted = true;
+            QMetaObject::invokeMethod(
+                this, [this] { refit(); }, Qt::QueuedConnection);
+        }
         break;
     case QEvent::MouseButtonPress:
         m_Pressed = static_cast<QMouseEvent*>(event)->globalPos();
         break;
     case QEvent::MouseButtonRelease: {
-        // The right button pans; pressed and released in one place it asks for the menu.
+        // The right button pans; pressed and released in one place, it opens the menu.
         const auto* mouse = static_cast<QMouseEvent*>(event);
         if (mouse->button() == Qt::RightButton &&
             (mouse->globalPos() - m_Pressed).manhattanLength() < QApplication::startDragDistance())
@@ -122,7 +140,7 @@ bool PanelFrame::eventFilter(QObject* watched, QEvent* event)
         break;
     }
     case QEvent::ContextMenu:
-        // From the keyboard only: the mouse's own is handled above.
+        // From the keyboard only: the mouse is handled above.
         if (static_cast<QContextMenuEvent*>(event)->reason() == QContextMenuEvent::Keyboard)
             showMenu(mp_Panel->mapToGlobal(mp_Panel->rect().center()));
         return true;
@@ -147,7 +165,7 @@ void PanelFrame::showMenu(const QPoint& position)
     follow->setCheckable(true);
     follow->setChecked(mp_Panel->followsTrajectory());
     menu->addSeparator();
-    menu->addAction(tr("Close this panel"), this, &PanelFrame::closeRequested, Qt::QueuedConnection);
+    menu->addAction(tr("Close this view"), this, &PanelFrame::closeRequested)->setEnabled(m_Closable);
     menu->popup(position);
 }
 

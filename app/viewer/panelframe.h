@@ -1,5 +1,7 @@
 #pragma once
 
+#include "kernel/math/matrix.h"
+
 #include <QFrame>
 
 namespace tov::gui {
@@ -8,8 +10,8 @@ class ScenePanel;
 
 namespace tov::viewer {
 
-/// What surrounds a view panel: the mark of the active one, a guide that shows what a picture or video of another shape
-/// will hold, and the panel's own menu. Thread: application.
+/// The surroundings of a view: the mark of the active one, a guide that shows what a picture or video of another shape
+/// will contain, and the view's own menu. A fitted view stays fitted when its size changes. Thread: application.
 class PanelFrame : public QFrame
 {
     Q_OBJECT
@@ -20,10 +22,12 @@ public:
     /// Draws the frame in the highlight colour, or not.
     void setMarked(bool marked);
     bool isMarked() const { return m_Marked; }
-    /// Width by height of the shape to show; 0 = no guide. Height and field of view are the panel's, so that a wider
-    /// shape than the panel shows everything and more: the guide then says so.
+    /// Whether the menu offers to close the view.
+    void setClosable(bool closable) { m_Closable = closable; }
+    /// Width / height of the shape to show; 0 = no guide. A picture has the view's height and field of view, so a wider
+    /// shape shows everything and more: the guide then says so.
     void setGuideAspect(double aspect);
-    /// What the guide encloses, in the panel's coordinates; null when there is none or it does not fit in.
+    /// What the guide encloses, in the view's coordinates; null when there is none or it does not fit in.
     QRect getGuide() const;
 
 signals:
@@ -36,11 +40,15 @@ protected:
 private:
     class Guide;
     void showMenu(const QPoint& position);
+    void refit();
 
     tov::gui::ScenePanel* mp_Panel; ///< child; closed through the viewer
     Guide* mp_Guide;                ///< child of the panel
     QPoint m_Pressed;
     bool m_Marked = false;
+    bool m_Closable = false;
+    bool m_RefitPosted = false;
+    tov::math::Matrix<double, 4u, 4u> m_FittedView; ///< the camera after the last fit
 };
 
 } // namespace tov::viewer

@@ -9,11 +9,33 @@
 #include <QVBoxLayout>
 
 #include <algorithm>
+#include <cmath>
 
 namespace tov::viewer {
 
 using tov::gui::ScenePanel;
 using tov::scene::Viewer;
+
+namespace {
+
+/// Whether two views look in the same direction, the same side up.
+bool showSameSide(const ScenePanel& a, const ScenePanel& b)
+{
+    const auto first = a.getScaledTransformMatrix(), second = b.getScaledTransformMatrix();
+    for (unsigned int row = 0; row < 3; ++row) {
+        double product = 0, lengths[2] = {0, 0};
+        for (unsigned int column = 0; column < 3; ++column) {
+            product += first(row, column) * second(row, column);
+            lengths[0] += first(row, column) * first(row, column);
+            lengths[1] += second(row, column) * second(row, column);
+        }
+        if (product < 0.999 * std::sqrt(lengths[0] * lengths[1]))
+            return false;
+    }
+    return true;
+}
+
+} // namespace
 
 PanelGrid::PanelGrid(QWidget* parent) : QWidget(parent)
 {
@@ -45,14 +67,30 @@ ScenePanel* PanelGrid::addPanel()
     auto* frame = new PanelFrame;
     ScenePanel* panel = frame->getPanel();
     frame->setGuideAspect(m_GuideAspect);
-    if (auto* active = getActivePanel())
-        panel->setScaledTransformMatrix(active->getScaledTransformMatrix());
     connect(panel, &ScenePanel::activated, this, [this, panel] { setActivePanel(panel); });
     connect(
-        frame, &PanelFrame::closeRequested, this, [this, panel] { closePanel(panel); }, Qt::QueuedConnection);
+        frame, &PanelFrame::closeRequested, this, [this, panel] { emit closeRequested(panel); }, Qt::QueuedConnection);
+    if (!m_Panels.empty())
+        chooseView(panel, m_Panels.size());
     m_Panels.push_back(panel);
     m_Frames.push_back(frame);
     return panel;
+}
+
+void PanelGrid::chooseView(ScenePanel* panel, std::size_t index) const
+{
+    typedef ScenePanel::StandardView View;
+    static const View views[] = {View::Isometric, View::Front, View::Top, View::Right};
+    panel->setStandardView(views[index % 4]);
+    if (showSameSide(*panel, *m_Panels.front()))
+        panel->setStandardView(View::Isometric);
+}
+
+std::vector<ScenePanel*> PanelGrid::getPanelsBeyond(int count) const
+{
+    if (count >= getPanelCount())
+        return {};
+    return {m_Panels.begin() + std::max(count, 1), m_Panels.end()};
 }
 
 void PanelGrid::setPanelCount(int count)
@@ -125,7 +163,7 @@ void PanelGrid::closeAll()
 
 void PanelGrid::arrange()
 {
-    // Two panels stand side by side, four in two rows; three are what is left of four when one was closed.
+    // Two views are side by side, four in two rows; three remain of four when one was closed.
     const std::vector<PanelFrame*> frames = m_Frames;
     for (PanelFrame* frame : frames)
         frame->setParent(nullptr);
@@ -150,6 +188,7 @@ void PanelGrid::mark()
     const auto* active = getActivePanel();
     for (std::size_t i = 0; i < m_Frames.size(); ++i) {
         m_Frames[i]->setMarked(m_Panels[i] == active && m_Panels.size() > 1);
+        m_Frames[i]->setClosable(m_Panels.size() > 1);
     }
 }
 
@@ -160,6 +199,11 @@ QByteArray PanelGrid::saveState() const
     stream << qint32(getPanelCount()) << mp_Rows->saveState() << qint32(mp_Rows->count());
     for (int i = 0; i < mp_Rows->count(); ++i)
         stream << static_cast<QSplitter*>(mp_Rows->widget(i))->saveState();
+    for (const ScenePanel* panel : m_Panels) {
+        const auto matrix = panel->getScaledTransformMatrix();
+        for (unsigned int i = 0; i < 16; ++i)
+            stream << matrix(i / 4, i % 4);
+    }
     return state;
 }
 
@@ -177,6 +221,14 @@ bool PanelGrid::restoreState(const QByteArray& state)
         QByteArray columns;
         stream >> columns;
         static_cast<QSplitter*>(mp_Rows->widget(i))->restoreState(columns);
+    }
+    for (ScenePanel* panel : m_Panels) {
+        auto matrix = panel->getScaledTransformMatrix();
+        for (unsigned int i = 0; i < 16; ++i)
+            stream >> matrix(i / 4, i % 4);
+        if (stream.status() != QDataStream::Ok)
+            return false;
+        panel->setScaledTransformMatrix(matrix);
     }
     return true;
 }

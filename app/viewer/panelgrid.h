@@ -15,8 +15,8 @@ namespace tov::viewer {
 
 class PanelFrame;
 
-/// One, two or four view panels parted by splitters; the active one is framed. Panels are made and closed here, always
-/// in the one way that the scene library has for it. Thread: application.
+/// One, two or four views separated by splitters; the active one is framed. Views are made and closed here only.
+/// Thread: application.
 class PanelGrid : public QWidget
 {
     Q_OBJECT
@@ -24,33 +24,39 @@ public:
     explicit PanelGrid(QWidget* parent = nullptr);
     ~PanelGrid() override;
 
-    /// Shows that many panels (1, 2 or 4): closes the last ones or adds new ones with the active one's view.
+    /// Shows that many views (1, 2 or 4): closes the last ones, or adds views from the front, the top and the right.
     void setPanelCount(int count);
     int getPanelCount() const;
     const std::vector<tov::gui::ScenePanel*>& getPanels() const { return m_Panels; }
     tov::gui::ScenePanel* getActivePanel() const;
     void setActivePanel(tov::gui::ScenePanel* panel);
-    /// Closes one panel; the others take its room. With the last one none is active.
+    /// The views that `setPanelCount` would close.
+    std::vector<tov::gui::ScenePanel*> getPanelsBeyond(int count) const;
+    /// Closes one view; the others take its room. With the last one, none is active.
     void closePanel(tov::gui::ScenePanel* panel);
-    /// Shows in every panel what a picture of this shape (width by height) holds; 0 = no guide.
+    /// Shows in every view what a picture of this shape (width / height) contains; 0 = no guide.
     void setGuideAspect(double aspect);
     double getGuideAspect() const { return m_GuideAspect; }
     PanelFrame* getFrame(tov::gui::ScenePanel* panel) const;
-    /// Closes all panels, before the window goes.
+    /// Closes all views, before the window is destroyed.
     void closeAll();
 
-    /// Splitter sizes, for the saved layout.
+    /// Splitter sizes and cameras, for the saved layout.
     QByteArray saveState() const;
     bool restoreState(const QByteArray& state);
 
 signals:
     void activePanelChanged(tov::gui::ScenePanel* panel);
     void panelCountChanged(int count);
+    /// The user wants to close this view.
+    void closeRequested(tov::gui::ScenePanel* panel);
 
 private:
     void arrange();
     void mark();
     tov::gui::ScenePanel* addPanel();
+    /// Turns a new view to a side that the first one does not show.
+    void chooseView(tov::gui::ScenePanel* panel, std::size_t index) const;
 
     std::vector<tov::gui::ScenePanel*> m_Panels; ///< owned by their frames, closed through the viewer
     std::vector<PanelFrame*> m_Frames;           ///< children; one for each panel

@@ -1,9 +1,8 @@
 #include "app/viewer/recentfiles.h"
 
-#include "app/viewer/viewpicture.h"
+#include "app/viewer/thumbnail.h"
 #include "kernel/main/settings.h"
 #include "kernel/util/cache.h"
-#include "scene/view/scenepanel.h"
 
 #include <QCryptographicHash>
 #include <QDir>
@@ -17,7 +16,7 @@ namespace tov::viewer {
 namespace {
 
 constexpr int MaxFiles = 12;
-/// Edge of the square that a small picture fits in, pixels.
+/// Edge of a small picture, pixels.
 constexpr int ThumbnailEdge = 128;
 constexpr int IconEdge = 40;
 
@@ -58,7 +57,7 @@ QString RecentFiles::getThumbnailFile(const QString& fileName)
            QStringLiteral(".png");
 }
 
-void RecentFiles::add(const QString& fileName, tov::gui::ScenePanel* panel)
+void RecentFiles::add(const QString& fileName, tov::scene::SceneElement* model)
 {
     const QString path = QFileInfo(fileName).absoluteFilePath();
     QStringList files = getFiles();
@@ -67,17 +66,15 @@ void RecentFiles::add(const QString& fileName, tov::gui::ScenePanel* panel)
     while (files.size() > MaxFiles)
         QFile::remove(getThumbnailFile(files.takeLast()));
     tovSettings().setValue(FilesKey, files);
-    if (!panel)
+    const QImage picture = drawThumbnail(model, ThumbnailEdge);
+    if (picture.isNull())
         return;
-    const QSize size = QSize(panel->width(), panel->height()).scaled(ThumbnailEdge, ThumbnailEdge, Qt::KeepAspectRatio);
-    ViewPicture::take(panel, size.expandedTo(QSize(2, 2)), this, [this, path](const QImage& image) {
-        const QString name = getThumbnailFile(path);
-        QDir().mkpath(QFileInfo(name).absolutePath());
-        // A small picture that cannot be kept is no loss.
-        QSaveFile file(name);
-        if (file.open(QIODevice::WriteOnly) && image.save(&file, "PNG") && file.commit())
-            emit thumbnailStored(path);
-    });
+    const QString name = getThumbnailFile(path);
+    QDir().mkpath(QFileInfo(name).absolutePath());
+    // Losing a small picture does no harm, so errors are not reported.
+    QSaveFile file(name);
+    if (file.open(QIODevice::WriteOnly) && picture.save(&file, "PNG") && file.commit())
+        emit thumbnailStored(path);
 }
 
 void RecentFiles::fill()

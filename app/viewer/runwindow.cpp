@@ -60,18 +60,18 @@ int runWindow(const tov::app::Options& options, int& argc, char** argv)
     start.window = true;
     start.logLevel = options.has(QStringLiteral("verbose")) ? 1000000 : 0;
     start.settingsFile = options.value(QStringLiteral("settings"));
-    // The first thing that a module says finds the application dressed already.
-    bool dressed = false;
-    const auto dress = [&dressed] {
-        if (std::exchange(dressed, true))
+    // Icon and colours are set before a module shows its first message.
+    bool hasAppearance = false;
+    const auto setAppearance = [&hasAppearance] {
+        if (std::exchange(hasAppearance, true))
             return;
         QApplication::setWindowIcon(applicationIcon());
         QGuiApplication::setDesktopFileName(QStringLiteral("tov"));
         applyTheme(tovSettings().value(QStringLiteral("window/palette")).toString());
     };
     start.safeMode = options.has(QStringLiteral("safe-mode"));
-    start.afterCrash = [&dress] {
-        dress();
+    start.afterCrash = [&setAppearance] {
+        setAppearance();
         QMessageBox question(QMessageBox::Warning, QCoreApplication::translate("tov::viewer", "tov crashed"),
                              QCoreApplication::translate(
                                  "tov::viewer", "tov crashed when it was started last. Start now without modules "
@@ -85,9 +85,9 @@ int runWindow(const tov::app::Options& options, int& argc, char** argv)
         return question.clickedButton() == static_cast<QAbstractButton*>(safe);
     };
     std::unique_ptr<Splash> splash;
-    start.progress = [&splash, &dress](const QString& message) {
+    start.progress = [&splash, &setAppearance](const QString& message) {
         if (!splash) {
-            dress();
+            setAppearance();
             splash = std::make_unique<Splash>();
             splash->show();
         }
@@ -95,9 +95,9 @@ int runWindow(const tov::app::Options& options, int& argc, char** argv)
     };
     auto early = std::make_unique<EarlyLog>();
     tov::app::Startup startup(argc, argv, start);
-    dress();
+    setAppearance();
     MainWindow window(&startup.getLoader());
-    startup.setInterruptHandler([&window](int) { window.close(); });
+    startup.setInterruptHandler([&window](int) { window.quitWithoutAsking(); });
     window.getConsole()->getModel()->addRecords(early->take());
     early.reset();
     window.show();

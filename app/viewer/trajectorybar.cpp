@@ -10,13 +10,29 @@
 #include <QFileInfo>
 #include <QInputDialog>
 #include <QLabel>
-#include <QMenu>
+#include <QProxyStyle>
 #include <QSlider>
 #include <QToolButton>
 
 namespace tov::viewer {
 
 using tov::trajectory::TrajectoryHandler;
+
+namespace {
+
+/// A click beside the handle of a slider moves it there.
+class JumpingSliderStyle : public QProxyStyle
+{
+public:
+    int styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget,
+                  QStyleHintReturn* result) const override
+    {
+        return hint == SH_Slider_AbsoluteSetButtons ? int(Qt::LeftButton)
+                                                    : QProxyStyle::styleHint(hint, option, widget, result);
+    }
+};
+
+} // namespace
 
 TrajectoryBar::TrajectoryBar(QWidget* parent) : QToolBar(tr("Trajectory"), parent)
 {
@@ -45,6 +61,11 @@ TrajectoryBar::TrajectoryBar(QWidget* parent) : QToolBar(tr("Trajectory"), paren
     mp_Slider = new QSlider(Qt::Horizontal, this);
     mp_Slider->setObjectName(QStringLiteral("TrajectorySlider"));
     mp_Slider->setMinimumWidth(160);
+    mp_Slider->setSingleStep(1);
+    mp_Slider->setPageStep(1);
+    auto* style = new JumpingSliderStyle;
+    style->setParent(mp_Slider);
+    mp_Slider->setStyle(style);
     addWidget(mp_Slider);
     mp_Label = new QLabel(this);
     mp_Label->setMinimumWidth(100);

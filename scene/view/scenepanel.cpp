@@ -167,6 +167,7 @@ void ScenePanel::setOrthographic(bool orthographic)
 void ScenePanel::fitToView()
 {
     fit(false);
+    emit fitted();
 }
 
 void ScenePanel::fitToTurn()

@@ -97,6 +97,8 @@ public:
 signals:
     /// The camera was moved, by the user or the program, but not by a trajectory.
     void viewChanged();
+    /// `fitToView` or a standard view has fitted the scene into the panel.
+    void fitted();
     /// The user clicked or turned this panel.
     void activated();
 

@@ -7,6 +7,7 @@
 #include "app/viewer/runsbar.h"
 #include "kernel/workers/overseer.h"
 #include "kernel/main/settings.h"
+#include "scene/drawing/scenedrawer.h"
 #include "scene/scene.h"
 #include "scene/sceneelement.h"
 #include "scene/view/scenepanel.h"
@@ -357,13 +358,13 @@ TEST_F(WindowCommands, AFailedPictureIsToldWithItsReason)
     EXPECT_TRUE(noticeContains("size is to small!"));
 }
 
-TEST_F(WindowCommands, CommandsAreOffWhileThereIsNoPanel)
+TEST_F(WindowCommands, CommandsAreDisabledWhileThereIsNoView)
 {
-    menuAction("View", "Close active panel")->trigger();
+    window().getPanelGrid()->closeAll();
     ASSERT_TRUE(processUntil(
         [this] { return !menuAction("Grab", "Image")->isEnabled() && !menuAction("Grab", "Video")->isEnabled(); }));
     EXPECT_TRUE(menuAction("Grab", "Video settings")->isEnabled());
-    menuAction("View", "One panel")->trigger();
+    menuAction("View", "One view")->trigger();
     EXPECT_TRUE(processUntil(
         [this] { return menuAction("Grab", "Image")->isEnabled() && menuAction("Grab", "Video")->isEnabled(); }));
 }
@@ -382,4 +383,71 @@ TEST_F(WindowCommands, SceneChangesWaitForALargePicture)
     auto* panel = window().getPanelGrid()->getActivePanel();
     EXPECT_TRUE(processUntil([&] { return !showsSomething(panel->grabFramebuffer()); }))
         << "the element was not hidden after the picture";
+}
+
+TEST_F(WindowCommands, ConsoleErrorsAreErrorsAndComeBeforeThePicture)
+{
+    openSample();
+    auto* console = window().getConsole();
+    const auto last = [&](int role) {
+        return console->getModel()->data(console->getModel()->index(console->getModel()->rowCount() - 1), role);
+    };
+    console->submit(QString("grabimage filename=\"%1\" width=10000").arg(file("absent/large.png")));
+    EXPECT_TRUE(runs().empty()) << "a picture that cannot be written is drawn";
+    EXPECT_TRUE(last(Qt::DisplayRole).toString().contains("there is no folder"));
+    EXPECT_LE(last(tov::viewer::LogModel::LevelRole).toInt(), int(tov::log::LevelError));
+    console->submit(QString("grabimage \"%1\" 10000").arg(file("absent/large.png")));
+    EXPECT_TRUE(runs().empty());
+    console->submit("nonsense");
+    EXPECT_LE(last(tov::viewer::LogModel::LevelRole).toInt(), int(tov::log::LevelError));
+    console->submit("grabimage");
+    ASSERT_TRUE(waitForNoRuns());
+    bool named = false;
+    for (int row = 0; row < console->getModel()->rowCount(); ++row) {
+        const QModelIndex index = console->getModel()->index(row);
+        named = named || (index.data().toString().contains("filename") &&
+                          index.data(tov::viewer::LogModel::LevelRole).toInt() <= int(tov::log::LevelError));
+    }
+    EXPECT_TRUE(named) << "the missing argument is named";
+}
+
+TEST_F(WindowCommands, TheCompletionListDoesNotCoverTheLine)
+{
+    auto* line = window().getConsole()->getCommandLine();
+    line->setFocus();
+    QTest::keyClicks(line, "grab");
+    QTest::keyClick(line, Qt::Key_Tab);
+    auto* list = line->findChild<QLabel*>("CompletionList");
+    ASSERT_NE(list, nullptr);
+    EXPECT_TRUE(list->isVisible());
+    EXPECT_TRUE(list->text().contains("grabimage") && list->text().contains("grabvideo"));
+    EXPECT_FALSE(QRect(line->mapToGlobal(QPoint()), line->size()).intersects(list->geometry()));
+    QTest::keyClicks(line, "i");
+    EXPECT_FALSE(list->isVisible());
+}
+
+TEST_F(WindowCommands, InformationLeavesByItselfAndWarningsStay)
+{
+    auto* notices = window().getNotices();
+    notices->setLifetime(20);
+    notices->showMessage(tov::viewer::NoticeBar::Kind::Information, "leaves");
+    notices->showMessage(tov::viewer::NoticeBar::Kind::Warning, "stays");
+    notices->showMessage(tov::viewer::NoticeBar::Kind::Warning, "stays");
+    EXPECT_EQ(notices->getTexts(), QStringList({"leaves", "stays"}));
+    EXPECT_TRUE(processUntil([&] { return notices->getTexts() == QStringList("stays"); }));
+}
+
+TEST_F(WindowCommands, AntiAliasingChangesAtOnce)
+{
+    openSample();
+    const int before = tov::scene::SceneDrawer::getMultisampling();
+    triggerWithDialog(menuAction("File", "Preferences"), "PreferencesDialog", [&](QWidget* dialog) {
+        auto* samples = dialog->findChild<QComboBox*>("Samples");
+        ASSERT_NE(samples, nullptr);
+        EXPECT_EQ(samples->currentData().toInt(), before) << "the dialog shows what is in use";
+        samples->setCurrentIndex(samples->findData(before == 8 ? 2 : 8));
+        dialog->close();
+    });
+    EXPECT_EQ(tov::scene::SceneDrawer::getMultisampling(), before == 8 ? 2 : 8);
+    tov::scene::SceneDrawer::setMultisampling(before);
 }

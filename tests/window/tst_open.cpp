@@ -4,7 +4,12 @@
 #include "app/viewer/panelgrid.h"
 #include "app/viewer/recentfiles.h"
 #include "app/viewer/scenetree.h"
+#include "kernel/commands/commandprocessor.h"
+#include "kernel/workers/overseer.h"
+#include "scene/scene.h"
 #include "scene/view/scenepanel.h"
+#include "scene/view/viewer.h"
+#include "tests/support/pictures.h"
 #include "tests/window/windowfixture.h"
 #include "trajectory/trajectoryhandler.h"
 
@@ -40,6 +45,18 @@ protected:
         EXPECT_TRUE(out.open(QIODevice::WriteOnly));
         out.write(content);
         return out.fileName();
+    }
+
+    /// A model that takes long enough to be stopped.
+    QString largeModel()
+    {
+        QByteArray text;
+        for (int i = 0; i < 600000; ++i)
+            text += "v " + QByteArray::number(i % 977) + ' ' + QByteArray::number(i % 571) + " 0\n";
+        for (int i = 1; i + 2 < 600000; ++i)
+            text +=
+                "f " + QByteArray::number(i) + ' ' + QByteArray::number(i + 1) + ' ' + QByteArray::number(i + 2) + '\n';
+        return bad("large.obj", text);
     }
 
     static QString sample(const char* name) { return QStringLiteral(TOV_SOURCE_DIR "/samples/") + QLatin1String(name); }
@@ -134,16 +151,63 @@ TEST_F(WindowOpen, RecentFilesKeepASmallPictureAndOpenAgain)
 
 TEST_F(WindowOpen, OpeningCanBeStopped)
 {
-    // A model that takes long enough to be stopped.
-    QByteArray text;
-    for (int i = 0; i < 600000; ++i)
-        text += "v " + QByteArray::number(i % 977) + ' ' + QByteArray::number(i % 571) + " 0\n";
-    for (int i = 1; i + 2 < 600000; ++i)
-        text += "f " + QByteArray::number(i) + ' ' + QByteArray::number(i + 1) + ' ' + QByteArray::number(i + 2) + '\n';
-    window().openFiles({bad("large.obj", text)});
+    window().openFiles({largeModel()});
     ASSERT_TRUE(window().isOpening());
     window().cancelOpening();
     ASSERT_TRUE(processUntil([this] { return !window().isOpening(); }));
     EXPECT_EQ(window().getSceneTree()->topLevelItemCount(), 0);
     EXPECT_TRUE(window().getNotices()->getTexts().isEmpty()) << "a stop is no failure";
+}
+
+TEST_F(WindowOpen, ASignalWhileLoadingClosesTheWindowWithoutAQuestion)
+{
+    window().openFiles({largeModel()});
+    ASSERT_TRUE(window().isOpening());
+    window().quitWithoutAsking();
+    EXPECT_TRUE(processUntil([this] { return !window().isVisible(); }, 60000));
+    EXPECT_FALSE(window().isOpening());
+}
+
+TEST_F(WindowOpen, ASignalClosesAQuestionThatIsOpen)
+{
+    window().openFiles({largeModel()});
+    ASSERT_TRUE(window().isOpening());
+    onDialog("QuitQuestion", [this](QWidget*) { window().quitWithoutAsking(); });
+    window().close();
+    EXPECT_TRUE(processUntil([this] { return !window().isVisible(); }, 60000));
+}
+
+TEST_F(WindowOpen, AModelOpensAtTheFirstPositionOfItsTrajectory)
+{
+    for (const char* trajectory : {"crane.json", "flight.tum"}) {
+        restart();
+        tov::scene::Viewer::getInstance()->getGlobalScene()->setRootNode(nullptr);
+        auto* handler = TrajectoryHandler::getInstance();
+        handler->selectMode(TrajectoryHandler::ModeNone);
+        window().openFiles({sample("crane.obj"), sample(trajectory)});
+        ASSERT_TRUE(processUntil([&] { return !window().isOpening() && handler->getCount() > 0; }));
+        auto* view = window().getPanelGrid()->getActivePanel();
+        const QImage opened = view->grabFramebuffer();
+        handler->setPosition(1);
+        handler->setPosition(0);
+        EXPECT_EQ(pictureDifference(opened, view->grabFramebuffer()), "") << trajectory;
+    }
+}
+
+TEST_F(WindowOpen, ASmallPictureShowsTheFilesOwnModelAndIsNoRun)
+{
+    openSample("crane.obj");
+    const QImage crane(tov::viewer::RecentFiles::getThumbnailFile(sample("crane.obj")));
+    QSignalSpy began(tov::main::Overseer::getInstance()->getCommandProcessor(),
+                     &tov::main::CommandProcessor::runStarted);
+    QFile::remove(tov::viewer::RecentFiles::getThumbnailFile(sample("crane.obj")));
+    // Something large is in the scene already; the second small picture is the same as the first.
+    window().openFiles({bad("wall.obj", "v 0 0 0\nv 1000 0 0\nv 0 1000 0\nf 1 2 3\n")});
+    ASSERT_TRUE(processUntil([this] { return !window().isOpening(); }));
+    openSample("crane.obj");
+    const QImage again(tov::viewer::RecentFiles::getThumbnailFile(sample("crane.obj")));
+    ASSERT_FALSE(crane.isNull());
+    EXPECT_EQ(crane, again);
+    EXPECT_EQ(began.count(), 0) << "a job that the user did not start";
+    EXPECT_TRUE(window().windowTitle().startsWith("crane.obj and 2 more")) << window().windowTitle().toStdString();
 }

@@ -13,7 +13,10 @@
 
 #include <QDockWidget>
 #include <QMenu>
+#include <QMenuBar>
+#include <QScreen>
 #include <QSlider>
+#include <QStatusBar>
 #include <QToolBar>
 #include <QTouchDevice>
 #include <QWheelEvent>
@@ -110,7 +113,7 @@ TEST_F(WindowPanels, FitAndStandardViewsComeByMenuAndKey)
 TEST_F(WindowPanels, RightClickOpensThePanelsOwnMenu)
 {
     openSample();
-    menuAction("View", "2 panels")->trigger();
+    menuAction("View", "2 views")->trigger();
     auto* second = window().getPanelGrid()->getPanels()[1];
     const Matrix4 first = window().getPanelGrid()->getPanels()[0]->getScaledTransformMatrix();
     QTest::mousePress(second, Qt::RightButton, {}, QPoint(50, 50));
@@ -135,7 +138,7 @@ TEST_F(WindowPanels, RightClickOpensThePanelsOwnMenu)
     trigger("Top");
     EXPECT_FALSE(same(before, second->getScaledTransformMatrix()));
     EXPECT_TRUE(same(first, window().getPanelGrid()->getPanels()[0]->getScaledTransformMatrix()));
-    trigger("Close this panel");
+    trigger("Close this view");
     menu->close();
     EXPECT_TRUE(processUntil([this] { return window().getPanelGrid()->getPanelCount() == 1; }));
 }
@@ -143,7 +146,7 @@ TEST_F(WindowPanels, RightClickOpensThePanelsOwnMenu)
 TEST_F(WindowPanels, ActivePanelIsMarkedAndFollowsTheClick)
 {
     openSample();
-    menuAction("View", "4 panels")->trigger();
+    menuAction("View", "4 views")->trigger();
     auto* grid = window().getPanelGrid();
     for (auto* each : grid->getPanels()) {
         QTest::mouseClick(each, Qt::LeftButton);
@@ -238,7 +241,7 @@ TEST_F(WindowPanels, TrajectoryBarStepsPlaysAndLoops)
 
 TEST_F(WindowPanels, LayoutIsKept)
 {
-    menuAction("View", "2 panels")->trigger();
+    menuAction("View", "2 views")->trigger();
     auto* console = window().findChild<QDockWidget*>("ConsoleDock");
     console->hide();
     window().resize(1000, 700);
@@ -254,4 +257,106 @@ TEST_F(WindowPanels, LayoutIsKept)
     tovSettings().setValue("window/panels", QByteArray("nonsense"));
     restart();
     EXPECT_EQ(window().getPanelGrid()->getPanelCount(), 1);
+}
+
+TEST_F(WindowPanels, AFittedViewStaysFittedWhenItsSizeChanges)
+{
+    openSample();
+    menuAction("View", "Front")->trigger();
+    window().resize(700, 700);
+    ASSERT_TRUE(processUntil([this] { return window().width() == 700 && panel()->width() < 600; }));
+    QCoreApplication::processEvents();
+    const Matrix4 narrow = panel()->getScaledTransformMatrix();
+    menuAction("View", "Fit to view")->trigger();
+    EXPECT_TRUE(same(narrow, panel()->getScaledTransformMatrix()));
+    // A view that the user has moved is left alone.
+    panel()->orbit(20, 5);
+    const Matrix4 moved = panel()->getScaledTransformMatrix();
+    window().resize(1000, 700);
+    ASSERT_TRUE(processUntil([this] { return window().width() == 1000; }));
+    QCoreApplication::processEvents();
+    EXPECT_TRUE(same(moved, panel()->getScaledTransformMatrix()));
+}
+
+TEST_F(WindowPanels, NewViewsShowOtherSidesAndComeBackAsTheyWere)
+{
+    openSample();
+    menuAction("View", "4 views")->trigger();
+    auto* grid = window().getPanelGrid();
+    for (int i = 0; i < 4; ++i)
+        for (int j = 0; j < i; ++j)
+            EXPECT_FALSE(same(grid->getPanels()[i]->getScaledTransformMatrix(),
+                              grid->getPanels()[j]->getScaledTransformMatrix()))
+                << i << " and " << j;
+    grid->getPanels()[2]->orbit(17, 4);
+    const Matrix4 kept = grid->getPanels()[2]->getScaledTransformMatrix();
+    window().close();
+    restart();
+    ASSERT_EQ(window().getPanelGrid()->getPanelCount(), 4);
+    EXPECT_TRUE(same(kept, window().getPanelGrid()->getPanels()[2]->getScaledTransformMatrix()));
+}
+
+TEST_F(WindowPanels, TheLastViewCannotBeClosed)
+{
+    openSample();
+    EXPECT_FALSE(menuAction("View", "Close view")->isEnabled());
+    window().closeView(panel());
+    EXPECT_EQ(window().getPanelGrid()->getPanelCount(), 1);
+    menuAction("View", "2 views")->trigger();
+    EXPECT_TRUE(menuAction("View", "Close view")->isEnabled());
+}
+
+TEST_F(WindowPanels, ArrowKeysTurnTheViewAtOnce)
+{
+    openSample();
+    ASSERT_TRUE(processUntil([this] { return QApplication::focusWidget() == panel(); }));
+    const Matrix4 before = panel()->getScaledTransformMatrix();
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Right);
+    EXPECT_FALSE(same(before, panel()->getScaledTransformMatrix()));
+}
+
+TEST_F(WindowPanels, TheViewsMenuHasNoStrayShortcuts)
+{
+    openSample();
+    QTest::mouseClick(panel(), Qt::RightButton, {}, QPoint(50, 50));
+    QMenu* menu = nullptr;
+    ASSERT_TRUE(processUntil([&] { return (menu = window().findChild<QMenu*>("PanelMenu")) && menu->isVisible(); }));
+    for (QAction* action : menu->actions())
+        EXPECT_TRUE(action->shortcut().isEmpty()) << action->text().toStdString();
+    menu->close();
+}
+
+TEST_F(WindowPanels, AClickOnTheSliderGoesThereAndAKeyStepsByOne)
+{
+    openSample();
+    auto* bar = window().getTrajectoryBar();
+    ASSERT_TRUE(bar->openFile(QStringLiteral(TOV_SOURCE_DIR "/samples/crane.json")));
+    auto* slider = bar->findChild<QSlider*>("TrajectorySlider");
+    auto* handler = TrajectoryHandler::getInstance();
+    QTest::keyClick(slider, Qt::Key_PageUp);
+    EXPECT_EQ(handler->getPosition(), 1u);
+    QTest::mouseClick(slider, Qt::LeftButton, {}, QPoint(slider->width() / 2, slider->height() / 2));
+    EXPECT_NEAR(double(handler->getPosition()), (handler->getCount() - 1) / 2.0, handler->getCount() / 20.0 + 1);
+}
+
+TEST_F(WindowPanels, FullScreenShowsTheViewAlone)
+{
+    openSample();
+    QAction* full = menuAction("View", "Full screen");
+    full->trigger();
+    ASSERT_TRUE(processUntil([this] { return panel()->width() >= window().width() - 8; }));
+    EXPECT_TRUE(window().statusBar()->isHidden());
+    EXPECT_EQ(window().menuBar()->height(), 0);
+    QTest::keyClick(panel(), Qt::Key_F11);
+    ASSERT_TRUE(processUntil([this] { return panel()->width() < window().width() - 100; }));
+    EXPECT_FALSE(window().statusBar()->isHidden());
+    EXPECT_GT(window().menuBar()->height(), 0);
+}
+
+TEST_F(WindowPanels, TheFirstWindowFitsOnTheScreen)
+{
+    const QRect screen = window().screen()->availableGeometry();
+    EXPECT_TRUE(screen.contains(window().geometry()));
+    EXPECT_LE(window().width(), 1280);
+    EXPECT_LE(window().height(), 860);
 }

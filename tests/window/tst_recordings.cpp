@@ -14,6 +14,8 @@
 #include <QMessageBox>
 #include <QPushButton>
 
+#include <cmath>
+
 using namespace tov::test;
 using tov::trajectory::TrajectoryHandler;
 
@@ -141,14 +143,49 @@ TEST_F(WindowRecordings, ARecordingFollowsThePanel)
     EXPECT_GT(countFrames(file("follows.mp4")), 10);
 }
 
-TEST_F(WindowRecordings, ClosingThePanelAbortsAndLeavesNoFile)
+TEST_F(WindowRecordings, AViewThatIsRecordedClosesOnlyAfterAQuestion)
 {
     openSample();
-    menuAction("View", "2 panels")->trigger();
+    menuAction("View", "2 views")->trigger();
+    ASSERT_EQ(window().getPanelGrid()->getPanelCount(), 2);
+    ASSERT_TRUE(record(file("asked.mp4")));
+    triggerWithDialog(menuAction("View", "Close view"), "RecordedViewQuestion",
+                      [](QWidget* question) { QTest::keyClick(question, Qt::Key_Escape); });
+    EXPECT_EQ(window().getPanelGrid()->getPanelCount(), 2);
+    ASSERT_EQ(runs().size(), 1u);
+    EXPECT_FALSE(runs().front()->isStopped());
+    triggerWithDialog(menuAction("View", "Close view"), "RecordedViewQuestion",
+                      [](QWidget* question) { button(question, "Stop, keep and close")->click(); });
+    EXPECT_TRUE(processUntil([this] { return window().getPanelGrid()->getPanelCount() == 1; }, 60000));
+    ASSERT_TRUE(waitForNoRuns());
+    EXPECT_GT(countFrames(file("asked.mp4")), 5) << "what was captured is kept";
+}
+
+TEST_F(WindowRecordings, FewerViewsAskForARecordedOneToo)
+{
+    openSample();
+    menuAction("View", "2 views")->trigger();
+    auto* grid = window().getPanelGrid();
+    grid->setActivePanel(grid->getPanels()[1]);
+    ASSERT_TRUE(record(file("second.mp4")));
+    triggerWithDialog(menuAction("View", "One view"), "RecordedViewQuestion",
+                      [](QWidget* question) { QTest::keyClick(question, Qt::Key_Escape); });
+    EXPECT_EQ(grid->getPanelCount(), 2);
+    EXPECT_TRUE(menuAction("View", "2 views")->isChecked()) << "the menu shows what there is";
+    triggerWithDialog(menuAction("View", "One view"), "RecordedViewQuestion",
+                      [](QWidget* question) { button(question, "Stop, keep and close")->click(); });
+    EXPECT_TRUE(processUntil([&] { return grid->getPanelCount() == 1; }, 60000));
+    EXPECT_GT(countFrames(file("second.mp4")), 5);
+}
+
+TEST_F(WindowRecordings, APanelThatDiesAbortsItsRecordingAndLeavesNoFile)
+{
+    openSample();
+    menuAction("View", "2 views")->trigger();
     ASSERT_EQ(window().getPanelGrid()->getPanelCount(), 2);
     LogCapture log;
     ASSERT_TRUE(record(file("aborted.mp4")));
-    menuAction("View", "Close active panel")->trigger();
+    window().getPanelGrid()->closePanel(window().getPanelGrid()->getActivePanel());
     EXPECT_EQ(window().getPanelGrid()->getPanelCount(), 1);
     ASSERT_TRUE(waitForNoRuns());
     EXPECT_TRUE(log.contains("Video grabbing aborted")) << log.text();
@@ -161,7 +198,7 @@ TEST_F(WindowRecordings, ClosingThePanelAbortsAndLeavesNoFile)
 TEST_F(WindowRecordings, FourPanelsRecordAtOnce)
 {
     openSample();
-    menuAction("View", "4 panels")->trigger();
+    menuAction("View", "4 views")->trigger();
     auto* grid = window().getPanelGrid();
     ASSERT_EQ(grid->getPanelCount(), 4);
     for (int i = 0; i < 4; ++i) {
@@ -221,7 +258,7 @@ TEST_F(WindowRecordings, PanelCountCanChangeDuringARecording)
 {
     openSample();
     ASSERT_TRUE(record(file("through.mp4")));
-    for (const char* count : {"4 panels", "2 panels", "One panel"}) {
+    for (const char* count : {"4 views", "2 views", "One view"}) {
         menuAction("View", count)->trigger();
         QCoreApplication::processEvents();
     }
@@ -240,4 +277,48 @@ TEST_F(WindowRecordings, ADiskThatRunsFullStopsTheRecordingAndKeepsIt)
     ASSERT_TRUE(waitForNoRuns());
     EXPECT_TRUE(noticeContains("the recording was stopped"));
     EXPECT_GT(countFrames(file("low.mp4")), 10);
+}
+
+TEST_F(WindowRecordings, AMissingHeightFollowsFromTheView)
+{
+    openSample();
+    QString advice;
+    triggerWithDialog(menuAction("Grab", "Video"), "ParameterDialog", [&](QWidget* dialog) {
+        dialog->findChild<QCheckBox*>("sync")->setChecked(false);
+        type(dialog, "filename", file("wide.mp4"));
+        type(dialog, "width", "320");
+        type(dialog, "height", "0");
+        advice = dialog->findChild<QLabel*>("Advice")->text();
+        QTest::keyClick(dialog, Qt::Key_Return);
+    });
+    const auto* view = window().getPanelGrid()->getActivePanel();
+    const int height = 2 * int(std::lround(320.0 * view->height() / view->width() / 2));
+    EXPECT_TRUE(advice.contains(QString("%1 pixels").arg(height))) << advice.toStdString();
+    ASSERT_TRUE(processUntil([this] { return QFileInfo(file("wide.mp4")).size() > 0; }));
+    ASSERT_FALSE(runs().empty());
+    EXPECT_EQ(runs().front()->getArgument("width"), QString("320"));
+    EXPECT_EQ(runs().front()->getArgument("height"), QString::number(height));
+    runs().front()->stop();
+    ASSERT_TRUE(waitForNoRuns());
+}
+
+TEST_F(WindowRecordings, ATrajectoryJustOpenedIsWhatTheDialogRecords)
+{
+    openSample();
+    tovSettings().setValue("dialogs/grabvideo/sync", "0");
+    QString error;
+    ASSERT_TRUE(TrajectoryHandler::getInstance()->selectTurntable(12, &error));
+    triggerWithDialog(menuAction("Grab", "Video"), "ParameterDialog", [&](QWidget* dialog) {
+        EXPECT_TRUE(dialog->findChild<QCheckBox*>("sync")->isChecked());
+        dialog->close();
+    });
+}
+
+TEST_F(WindowRecordings, ASignalEndsARecordingWithoutAQuestion)
+{
+    openSample();
+    ASSERT_TRUE(record(file("signal.mp4")));
+    window().quitWithoutAsking();
+    ASSERT_TRUE(processUntil([this] { return !window().isVisible(); }, 60000));
+    EXPECT_GT(countFrames(file("signal.mp4")), 5);
 }

@@ -1,0 +1,160 @@
+#include "app/viewer/commandstarter.h"
+
+#include "app/common/output.h"
+#include "app/common/spacewatch.h"
+#include "app/viewer/parameterdialog.h"
+#include "kernel/commands/commandparser.h"
+#include "kernel/commands/commandprocessor.h"
+#include "kernel/gui/parameterpanelfactory.h"
+#include "kernel/main/abstractparameter.h"
+#include "kernel/main/parameterset.h"
+#include "kernel/workers/overseer.h"
+#include "scene/view/scenepanel.h"
+#include "scene/view/viewer.h"
+#include "trajectory/trajectoryhandler.h"
+
+#include <QFileInfo>
+#include <QMessageBox>
+#include <QPushButton>
+
+#include <cmath>
+#include <vector>
+
+namespace tov::viewer {
+
+using tov::main::Command;
+using tov::main::Overseer;
+using tov::main::ParameterPanel;
+using tov::trajectory::TrajectoryHandler;
+
+namespace {
+
+/// Parameters that mean something to the window, whatever command has them.
+const QString FileNameParameter = QStringLiteral("filename");
+const QString SyncParameter = QStringLiteral("sync");
+const QString WidthParameter = QStringLiteral("width");
+const QString HeightParameter = QStringLiteral("height");
+
+bool hasTrajectory()
+{
+    return TrajectoryHandler::getInstance()->getCount() > 0;
+}
+
+/// The missing edge of a size of which only one is given (the other is 0), in the proportion of the active view; an
+/// empty name when both or none are given. The edge is even, as most video formats need it.
+std::pair<QString, int> missingEdge(const ParameterDialog& dialog)
+{
+    const auto* view = tov::scene::Viewer::getInstance()->getActivePanel();
+    if (!view || !dialog.getPanel(WidthParameter) || !dialog.getPanel(HeightParameter))
+        return {};
+    const int width = dialog.getText(WidthParameter).toInt();
+    const int height = dialog.getText(HeightParameter).toInt();
+    const double aspect = double(view->width()) / view->height();
+    if (width > 0 && height == 0)
+        return {HeightParameter, std::max(2, 2 * int(std::lround(width / aspect / 2)))};
+    if (height > 0 && width == 0)
+        return {WidthParameter, std::max(2, 2 * int(std::lround(height * aspect / 2)))};
+    return {};
+}
+
+QString adviceFor(const ParameterDialog& dialog)
+{
+    if (dialog.getPanel(SyncParameter) && dialog.getText(SyncParameter) != QLatin1String("0") && !hasTrajectory())
+        return CommandStarter::tr("No trajectory is open, so a synchronised recording would hold no frames. Open one "
+                                  "first (File > Open trajectory), or switch \"sync\" off.");
+    const auto [name, pixels] = missingEdge(dialog);
+    if (name == HeightParameter)
+        return CommandStarter::tr("The height follows from the shape of the view: %1 pixels.").arg(pixels);
+    if (name == WidthParameter)
+        return CommandStarter::tr("The width follows from the shape of the view: %1 pixels.").arg(pixels);
+    return QString();
+}
+
+/// Brings up the file name of a command text; empty when it has none.
+QString fileNameIn(const tov::main::CommandText& text, const Command& prototype)
+{
+    for (const auto& [name, value] : text.arguments.named)
+        if (name.compare(FileNameParameter, Qt::CaseInsensitive) == 0)
+            return value;
+    const auto* set = prototype.getCurrentParameterSet();
+    if (!set)
+        return QString();
+    int position = 0;
+    for (const auto* parameter : set->getParameters()) {
+        if (parameter->getName() == FileNameParameter)
+            return text.arguments.positional.value(position);
+        ++position;
+    }
+    return QString();
+}
+
+} // namespace
+
+CommandStarter::CommandStarter(QWidget* window) : QObject(window), mp_Window(window) {}
+
+void CommandStarter::start(Command* prototype)
+{
+    // A command may bring a window of its own.
+    if (QWidget* own = prototype->getGUIWindow()) {
+        own->show();
+        own->raise();
+        return;
+    }
+    ParameterDialog dialog(prototype, mp_Window);
+    // Whoever has just opened a trajectory wants it recorded, whatever was recorded last.
+    ParameterPanel* sync = dialog.getPanel(SyncParameter);
+    if (sync && hasTrajectory())
+        sync->setText(QStringLiteral("1"));
+    dialog.setAdvice(adviceFor);
+    do {
+        if (dialog.exec() != QDialog::Accepted)
+            return;
+    } while (!mayWrite(dialog));
+    const auto [name, pixels] = missingEdge(dialog);
+    tov::main::CommandArguments arguments = dialog.getArguments();
+    for (auto& [parameter, text] : arguments.named)
+        if (!name.isEmpty() && parameter == name)
+            text = QString::number(pixels);
+    QString error;
+    if (!Overseer::getInstance()->getCommandProcessor()->start(prototype->getDescriptor()->getName(), arguments,
+                                                               &error))
+        emit refused(error);
+}
+
+bool CommandStarter::startText(const QString& text, QString* error)
+{
+    auto* processor = Overseer::getInstance()->getCommandProcessor();
+    std::vector<tov::main::CommandText> commands;
+    if (tov::main::CommandParser::parse(text, commands, nullptr) && commands.size() == 1)
+        if (const Command* prototype = processor->getPrimaryCommand(commands.front().name)) {
+            const QString fileName = fileNameIn(commands.front(), *prototype);
+            if (!fileName.isEmpty() && !tov::app::checkOutputFolder(fileName, error))
+                return false;
+        }
+    return processor->start(text, error) != nullptr;
+}
+
+bool CommandStarter::mayWrite(const ParameterDialog& dialog)
+{
+    const QString name = dialog.getText(FileNameParameter);
+    if (name.isEmpty())
+        return true;
+    QString problem;
+    if (!tov::app::checkOutputFolder(name, &problem) ||
+        (dialog.getPanel(SyncParameter) && !tov::app::SpaceWatch::hasRoom(name, &problem))) {
+        QMessageBox::warning(mp_Window, dialog.windowTitle(), problem);
+        return false;
+    }
+    if (!QFileInfo::exists(name) || dialog.getPanel(FileNameParameter)->isReplaceAgreed())
+        return true;
+    QMessageBox question(QMessageBox::Warning, dialog.windowTitle(),
+                         tr("%1 exists already. Replace it?").arg(QFileInfo(name).fileName()), QMessageBox::Cancel,
+                         mp_Window);
+    question.setObjectName(QStringLiteral("ReplaceQuestion"));
+    auto* replace = question.addButton(tr("Replace"), QMessageBox::DestructiveRole);
+    question.setDefaultButton(QMessageBox::Cancel);
+    question.exec();
+    return question.clickedButton() == static_cast<QAbstractButton*>(replace);
+}
+
+} // namespace tov::viewer

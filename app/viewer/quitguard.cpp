@@ -1,0 +1,139 @@
+#include "app/viewer/quitguard.h"
+
+#include "app/viewer/fileopener.h"
+#include "kernel/main/settings.h"
+#include "kernel/workers/overseer.h"
+
+#include <QApplication>
+#include <QFileInfo>
+#include <QMainWindow>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QSessionManager>
+#include <QStatusBar>
+#include <QTimer>
+
+#include <cstdlib>
+
+namespace tov::viewer {
+
+using tov::main::CommandProcessor;
+using tov::main::Overseer;
+
+namespace {
+
+/// How long quitting waits for what runs before it offers to leave without it.
+constexpr int QuitPatienceMs = 15000;
+
+/// A run in the user's words: the file that it makes, else its command.
+QString describe(const tov::main::CommandRunPointer& run)
+{
+    const QString fileName = run->getArgument(QStringLiteral("filename"));
+    return fileName.isEmpty() ? run->getCommandName() : QFileInfo(fileName).fileName();
+}
+
+} // namespace
+
+QuitGuard::QuitGuard(QMainWindow* window, FileOpener* opener, std::function<void()> saveLayout)
+    : QObject(window), mp_Window(window), mp_Opener(opener), m_SaveLayout(std::move(saveLayout))
+{
+    connect(Overseer::getInstance()->getCommandProcessor(), &CommandProcessor::runFinished, this,
+            &QuitGuard::closeIfDone);
+    connect(opener, &FileOpener::finished, this, &QuitGuard::closeIfDone);
+    connect(
+        qApp, &QGuiApplication::commitDataRequest, this, [this](QSessionManager&) { quitWithoutAsking(); },
+        Qt::DirectConnection);
+}
+
+bool QuitGuard::isAnythingRunning() const
+{
+    return mp_Opener->isOpening() || !Overseer::getInstance()->getCommandProcessor()->getRuns().empty();
+}
+
+bool QuitGuard::mayClose()
+{
+    if (!isAnythingRunning())
+        return true;
+    if (m_Closing || (m_MayAsk && !askUser()))
+        return false;
+    stopAll();
+    return !isAnythingRunning();
+}
+
+void QuitGuard::quitWithoutAsking()
+{
+    m_MayAsk = false;
+    // A question that is open now would wait for an answer for good.
+    while (QWidget* dialog = QApplication::activeModalWidget()) {
+        dialog->close();
+        if (QApplication::activeModalWidget() == dialog)
+            break;
+    }
+    QMetaObject::invokeMethod(mp_Window, &QWidget::close, Qt::QueuedConnection);
+}
+
+bool QuitGuard::askUser()
+{
+    QStringList texts;
+    for (const auto& run : Overseer::getInstance()->getCommandProcessor()->getRuns())
+        texts << describe(run);
+    if (mp_Opener->isOpening())
+        texts << tr("Opening files");
+    QMessageBox question(QMessageBox::Question, tr("Quit"),
+                         tr("Still running:\n%1\n\nRecordings are stopped and keep what they have captured; pictures "
+                            "are finished. Then the window closes.")
+                             .arg(texts.join(QLatin1Char('\n'))),
+                         QMessageBox::Cancel, mp_Window);
+    auto* quit = question.addButton(tr("Finish and quit"), QMessageBox::AcceptRole);
+    question.setObjectName(QStringLiteral("QuitQuestion"));
+    question.exec();
+    return question.clickedButton() == static_cast<QAbstractButton*>(quit);
+}
+
+void QuitGuard::stopAll()
+{
+    m_Closing = true;
+    Overseer::getInstance()->getCommandProcessor()->stopAll();
+    mp_Opener->cancel();
+    mp_Window->statusBar()->showMessage(tr("Finishing what is running ..."));
+    QTimer::singleShot(QuitPatienceMs, this, &QuitGuard::offerToLeave);
+}
+
+void QuitGuard::closeIfDone()
+{
+    if (m_Closing && !isAnythingRunning())
+        QMetaObject::invokeMethod(mp_Window, &QWidget::close, Qt::QueuedConnection);
+}
+
+void QuitGuard::offerToLeave()
+{
+    if (!m_Closing || mp_Window->isHidden())
+        return;
+    if (!m_MayAsk) {
+        m_SaveLayout();
+        tovSettings().sync();
+        std::_Exit(1);
+    }
+    auto* question = new QMessageBox(
+        QMessageBox::Warning, tr("Quit"),
+        tr("Something does not end. Wait for it, or quit without it? What it has not written yet is lost."),
+        QMessageBox::NoButton, mp_Window);
+    question->setObjectName(QStringLiteral("LeaveQuestion"));
+    question->setAttribute(Qt::WA_DeleteOnClose);
+    auto* wait = question->addButton(tr("Wait"), QMessageBox::RejectRole);
+    auto* leave = question->addButton(tr("Quit without it"), QMessageBox::DestructiveRole);
+    question->setDefaultButton(wait);
+    connect(question, &QMessageBox::finished, this, [this, question, leave] {
+        if (question->clickedButton() != static_cast<QAbstractButton*>(leave)) {
+            QTimer::singleShot(QuitPatienceMs, this, &QuitGuard::offerToLeave);
+            return;
+        }
+        m_SaveLayout();
+        tovSettings().sync();
+        // A thread that never returns cannot be waited for, and what it uses must stay alive under it.
+        std::_Exit(1);
+    });
+    question->open();
+}
+
+} // namespace tov::viewer

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <QObject>
+
+#include <functional>
+
+class QMainWindow;
+
+namespace tov::viewer {
+
+class FileOpener;
+
+/// Ends everything that runs before the window closes. A user is asked first; a signal or the end of the session is
+/// not, because nobody is there to answer. Thread: application.
+class QuitGuard : public QObject
+{
+    Q_OBJECT
+public:
+    /// `window` is closed again when all runs have ended; `saveLayout` is called before the program is left with
+    /// something still running. Both arguments must outlive the guard.
+    QuitGuard(QMainWindow* window, FileOpener* opener, std::function<void()> saveLayout);
+
+    /// True when the window may close now. Otherwise the user refused, or the window will close by itself later.
+    bool mayClose();
+    /// Stops everything without asking and closes the window as soon as it can.
+    void quitWithoutAsking();
+    bool isClosing() const { return m_Closing; }
+
+private:
+    bool isAnythingRunning() const;
+    bool askUser();
+    void stopAll();
+    void closeIfDone();
+    void offerToLeave();
+
+    QMainWindow* mp_Window; ///< not owned
+    FileOpener* mp_Opener;  ///< not owned
+    std::function<void()> m_SaveLayout;
+    bool m_Closing = false;
+    bool m_MayAsk = true;
+};
+
+} // namespace tov::viewer

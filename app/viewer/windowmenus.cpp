@@ -1,0 +1,184 @@
+#include "app/viewer/windowmenus.h"
+
+#include "app/viewer/commandactions.h"
+#include "app/viewer/dialogs.h"
+#include "app/viewer/glyphs.h"
+#include "app/viewer/mainwindow.h"
+#include "app/viewer/panelgrid.h"
+#include "app/viewer/recentfiles.h"
+#include "app/viewer/standardviews.h"
+#include "app/viewer/trajectorybar.h"
+#include "kernel/main/settings.h"
+#include "scene/view/scenepanel.h"
+
+#include <QAction>
+#include <QActionGroup>
+#include <QDockWidget>
+#include <QMenu>
+
+namespace tov::viewer {
+
+using tov::gui::ScenePanel;
+
+namespace {
+
+/// Positions of the window's own menus among those of the modules.
+enum MenuPosition
+{
+    FileMenu = 1000,
+    ViewMenu = 2000,
+    HelpMenu = 9000,
+};
+
+} // namespace
+
+WindowMenus::WindowMenus(MainWindow* window) : QObject(window), mp_Window(window)
+{
+    createFileMenu();
+    createViewMenu();
+    createHelpMenu();
+}
+
+std::function<void()> WindowMenus::onActiveView(std::function<void(ScenePanel*)> function) const
+{
+    return [grid = mp_Window->getPanelGrid(), function = std::move(function)] {
+        if (auto* view = grid->getActivePanel())
+            function(view);
+    };
+}
+
+void WindowMenus::createFileMenu()
+{
+    mp_File = mp_Window->getActions()->addOwnMenu(tr("&File"), FileMenu);
+    auto* open = mp_File->addAction(glyphIcon(Glyph::Open), tr("&Open ..."), mp_Window, &MainWindow::chooseFiles,
+                                    QKeySequence::Open);
+    open->setObjectName(QStringLiteral("OpenAction"));
+    mp_File->addMenu(mp_Window->getRecentFiles());
+    auto* trajectory = mp_Window->getTrajectoryBar();
+    mp_File->addAction(tr("Open &trajectory ..."), trajectory, &TrajectoryBar::chooseFile,
+                       QKeySequence(QStringLiteral("Ctrl+T")));
+    mp_File->addSeparator();
+    mp_File->addAction(tr("&Copy view to clipboard"), mp_Window, &MainWindow::copyViewToClipboard,
+                       QKeySequence(QStringLiteral("Ctrl+Shift+C")));
+    mp_File->addSeparator();
+    auto* preferences = mp_File->addAction(tr("&Preferences ..."), this, [this] {
+        PreferencesDialog dialog(mp_Window->getActions()->getSettings(), mp_Window);
+        dialog.exec();
+    });
+    preferences->setObjectName(QStringLiteral("PreferencesAction"));
+    mp_File->addSeparator();
+    mp_File->addAction(tr("&Quit"), mp_Window, &QWidget::close, QKeySequence::Quit);
+}
+
+void WindowMenus::createViewMenu()
+{
+    mp_View = mp_Window->getActions()->addOwnMenu(tr("&View"), ViewMenu);
+    addViewCounts();
+    mp_View->addSeparator();
+    addStandardViews();
+    mp_View->addSeparator();
+    addGuides();
+    mp_View->addSeparator();
+    addDocks();
+    mp_View->addSeparator();
+    auto* fullScreen = mp_View->addAction(tr("F&ull screen"), mp_Window, &MainWindow::setFullScreen);
+    fullScreen->setObjectName(QStringLiteral("FullScreenAction"));
+    fullScreen->setCheckable(true);
+    fullScreen->setShortcut(QKeySequence(Qt::Key_F11));
+}
+
+void WindowMenus::addViewCounts()
+{
+    auto* grid = mp_Window->getPanelGrid();
+    auto* group = new QActionGroup(this);
+    for (int count : {1, 2, 4}) {
+        auto* action = mp_View->addAction(count == 1 ? tr("One view") : tr("%1 views").arg(count), this,
+                                          [this, count] { mp_Window->showViews(count); });
+        action->setShortcut(QKeySequence(QStringLiteral("Ctrl+%1").arg(count)));
+        action->setCheckable(true);
+        action->setChecked(grid->getPanelCount() == count);
+        group->addAction(action);
+        // A user who keeps a recording after all is shown what there is.
+        connect(action, &QAction::triggered, action,
+                [grid, action, count] { action->setChecked(grid->getPanelCount() == count); });
+        connect(grid, &PanelGrid::panelCountChanged, action,
+                [action, count](int now) { action->setChecked(now == count); });
+    }
+    auto* close = mp_View->addAction(tr("Close view"), this,
+                                     onActiveView([window = mp_Window](ScenePanel* view) { window->closeView(view); }),
+                                     QKeySequence(QStringLiteral("Ctrl+W")));
+    close->setObjectName(QStringLiteral("CloseViewAction"));
+    close->setEnabled(grid->getPanelCount() > 1);
+    connect(grid, &PanelGrid::panelCountChanged, close, [close](int count) { close->setEnabled(count > 1); });
+}
+
+void WindowMenus::addStandardViews()
+{
+    mp_View->addAction(tr("&Fit to view"), this, onActiveView([](ScenePanel* view) { view->fitToView(); }),
+                       QKeySequence(Qt::Key_F));
+    int key = Qt::Key_1;
+    for (const auto& [name, view] : standardViews())
+        mp_View->addAction(name, this, onActiveView([view = view](ScenePanel* panel) { panel->setStandardView(view); }),
+                           QKeySequence(key++));
+}
+
+void WindowMenus::addGuides()
+{
+    auto* grid = mp_Window->getPanelGrid();
+    auto* menu = mp_View->addMenu(tr("&Guide for pictures and videos"));
+    menu->setObjectName(QStringLiteral("GuideMenu"));
+    auto* group = new QActionGroup(this);
+    const QString key = QStringLiteral("window/guide");
+    const QString stored = tovSettings().value(key).toString();
+    for (const QString& shape : {QString(), QStringLiteral("16:9"), QStringLiteral("4:3"), QStringLiteral("3:2"),
+                                 QStringLiteral("1:1"), QStringLiteral("9:16")}) {
+        auto* action = menu->addAction(shape.isEmpty() ? tr("Off") : shape);
+        action->setCheckable(true);
+        group->addAction(action);
+        const auto apply = [grid, shape] {
+            const QStringList numbers = shape.split(QLatin1Char(':'));
+            grid->setGuideAspect(numbers.size() == 2 ? numbers[0].toDouble() / numbers[1].toDouble() : 0);
+        };
+        connect(action, &QAction::triggered, this, [apply, key, shape] {
+            apply();
+            tovSettings().setValue(key, shape);
+        });
+        if (shape == stored) {
+            action->setChecked(true);
+            apply();
+        }
+    }
+}
+
+void WindowMenus::addDocks()
+{
+    for (auto* dock : mp_Window->findChildren<QDockWidget*>())
+        mp_View->addAction(dock->toggleViewAction());
+    mp_View->addAction(mp_Window->getTrajectoryBar()->toggleViewAction());
+}
+
+void WindowMenus::createHelpMenu()
+{
+    mp_Help = mp_Window->getActions()->addOwnMenu(tr("&Help"), HelpMenu);
+    auto* keys = mp_Help->addAction(
+        tr("&Keys and mouse ..."), this,
+        [this] {
+            ShortcutsDialog dialog(mp_Window->findChildren<QAction*>(), mp_Window);
+            dialog.exec();
+        },
+        QKeySequence::HelpContents);
+    keys->setObjectName(QStringLiteral("ShortcutsAction"));
+    mp_Help->addSeparator();
+    auto* modules = mp_Help->addAction(tr("About &modules ..."), this, [this] {
+        AboutModulesDialog dialog(mp_Window->getLoadFailures(), mp_Window);
+        dialog.exec();
+    });
+    modules->setObjectName(QStringLiteral("AboutModulesAction"));
+    auto* about = mp_Help->addAction(tr("&About tov ..."), this, [this] {
+        AboutDialog dialog(mp_Window);
+        dialog.exec();
+    });
+    about->setObjectName(QStringLiteral("AboutAction"));
+}
+
+} // namespace tov::viewer
