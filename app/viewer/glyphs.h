@@ -19,6 +19,10 @@ enum class Glyph
     Close,
     Warning,
     Done,
+    Record,
+    Snapshot,
+    ExportPicture,
+    ExportVideo,
 };
 
 /// Thread: application.

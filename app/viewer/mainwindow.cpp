@@ -1,12 +1,18 @@
 #include "app/viewer/mainwindow.h"
 
+#include "app/common/runoutcome.h"
+#include "app/common/spacewatch.h"
 #include "app/viewer/commandactions.h"
 #include "app/viewer/commandstarter.h"
 #include "app/viewer/consolewidget.h"
 #include "app/viewer/editqueue.h"
+#include "app/viewer/exportpicturedialog.h"
+#include "app/viewer/exportvideodialog.h"
 #include "app/viewer/fileopener.h"
+#include "app/viewer/glyphs.h"
 #include "app/viewer/noticebar.h"
 #include "app/viewer/panelgrid.h"
+#include "app/viewer/quickcapture.h"
 #include "app/viewer/quitguard.h"
 #include "app/viewer/recentfiles.h"
 #include "app/viewer/recordedviews.h"
@@ -33,8 +39,10 @@
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QGridLayout>
+#include <QLocale>
 #include <QMimeData>
 #include <QStatusBar>
+#include <QToolBar>
 
 namespace tov::viewer {
 
@@ -69,9 +77,9 @@ MainWindow::MainWindow(const tov::main::ModuleLoader* loader, QWidget* parent)
     mp_Quit = new QuitGuard(this, mp_Opener, [this] { mp_Layout->save(); });
     createDocks();
     connectOpener();
+    createCapture();
     mp_Menus = new WindowMenus(this);
     mp_Actions->rebuild();
-    new RunNotices(mp_Notices, mp_Runs, this);
     mp_Layout->restore();
     if (mp_Grid->getPanelCount() == 0)
         mp_Grid->setPanelCount(1);
@@ -127,6 +135,37 @@ void MainWindow::createDocks()
     connect(mp_Recent, &RecentFiles::chosen, this, [this](const QString& name) { openFiles({name}); });
 }
 
+void MainWindow::createCapture()
+{
+    mp_Watcher = new tov::app::RunWatcher(tov::app::FailureLog::Console::Ignore, this);
+    auto* space = new tov::app::SpaceWatch(this);
+    new RunNotices(mp_Watcher, space, mp_Notices, mp_Runs, this);
+    mp_Capture = new QuickCapture(
+        mp_Recorded, space, [this] { return getModelName(); }, this);
+    connect(mp_Capture, &QuickCapture::failed, this, &MainWindow::warn);
+    auto* captureBar = addToolBar(tr("Capture"));
+    captureBar->setObjectName(QStringLiteral("CaptureBar"));
+    captureBar->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+    auto* picture =
+        captureBar->addAction(glyphIcon(Glyph::ExportPicture), tr("Picture ..."), this, &MainWindow::exportPicture);
+    picture->setObjectName(QStringLiteral("ExportPictureAction"));
+    picture->setShortcut(QKeySequence(QStringLiteral("Ctrl+E")));
+    picture->setToolTip(tr("Export a picture: size, transparency, quality (Ctrl+E)"));
+    auto* video = captureBar->addAction(glyphIcon(Glyph::ExportVideo), tr("Video ..."), this, &MainWindow::exportVideo);
+    video->setObjectName(QStringLiteral("ExportVideoAction"));
+    video->setShortcut(QKeySequence(QStringLiteral("Ctrl+Shift+E")));
+    video->setToolTip(tr("Export a video: turntable, trajectory or free, size, format (Ctrl+Shift+E)"));
+    mp_Capture->addTo(captureBar);
+    mp_Export = new PictureExport(this);
+    connect(mp_Export, &PictureExport::failed, this, &MainWindow::warn);
+    connect(mp_Export, &PictureExport::saved, this, [this](const QString& name, const QSize& size) {
+        mp_Notices->showFile(tr("%1: %2, %3 x %4 pixels")
+                                 .arg(QFileInfo(name).fileName(), QLocale().formattedDataSize(QFileInfo(name).size()),
+                                      QString::number(size.width()), QString::number(size.height())),
+                             name);
+    });
+}
+
 void MainWindow::connectOpener()
 {
     connect(mp_Opener, &FileOpener::modelsOpened, this, &MainWindow::showOpenedModels);
@@ -139,6 +178,11 @@ void MainWindow::connectOpener()
 void MainWindow::warn(const QString& message)
 {
     mp_Notices->showMessage(NoticeBar::Kind::Warning, message);
+}
+
+QString MainWindow::getModelName() const
+{
+    return m_Models.isEmpty() ? QString() : QFileInfo(m_Models.last()).completeBaseName();
 }
 
 std::vector<tov::main::LoadFailure> MainWindow::getLoadFailures() const
@@ -237,6 +281,28 @@ void MainWindow::copyViewToClipboard()
     });
     if (!taken)
         warn(tr("Pictures are not available here. See Help > About modules for the reason."));
+}
+
+void MainWindow::exportPicture()
+{
+    auto* view = mp_Grid->getActivePanel();
+    if (!view)
+        return;
+    ExportPictureDialog dialog(view, getModelName(), this);
+    QString error;
+    if (dialog.exec() == QDialog::Accepted && !mp_Export->start(view, dialog.getRequest(), &error))
+        warn(error);
+}
+
+void MainWindow::exportVideo()
+{
+    auto* view = mp_Grid->getActivePanel();
+    if (!view)
+        return;
+    ExportVideoDialog dialog(view, getModelName(), this);
+    QString error;
+    if (dialog.exec() == QDialog::Accepted && !startVideo(view, dialog.getRequest(), &error))
+        warn(error);
 }
 
 void MainWindow::quitWithoutAsking()

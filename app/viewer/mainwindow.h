@@ -6,6 +6,10 @@
 
 #include <vector>
 
+namespace tov::app {
+class RunWatcher;
+}
+
 namespace tov::gui {
 class ScenePanel;
 }
@@ -19,6 +23,8 @@ class EditQueue;
 class FileOpener;
 class NoticeBar;
 class PanelGrid;
+class PictureExport;
+class QuickCapture;
 class QuitGuard;
 class RecentFiles;
 class RecordedViews;
@@ -59,12 +65,18 @@ public:
     SceneTree* getSceneTree() const { return mp_Tree; }
     TrajectoryBar* getTrajectoryBar() const { return mp_Trajectory; }
     WindowMenus* getMenus() const { return mp_Menus; }
+    QuickCapture* getCapture() const { return mp_Capture; }
+    /// The base name of the model opened last, for file names; empty without a model.
+    QString getModelName() const;
     /// The modules that could not be loaded.
     std::vector<tov::main::LoadFailure> getLoadFailures() const;
 
 public slots:
     void chooseFiles();
     void copyViewToClipboard();
+    /// Ask for everything about a picture or a video of the active view, then make it.
+    void exportPicture();
+    void exportVideo();
 
 signals:
     /// The view is on the clipboard.
@@ -79,6 +91,7 @@ protected:
 private:
     void createCentre();
     void createDocks();
+    void createCapture();
     void connectOpener();
     void showOpenedModels(const QStringList& fileNames);
     void openTrajectory(const QString& fileName);
@@ -100,6 +113,9 @@ private:
     WindowLayout* mp_Layout = nullptr;
     WindowMenus* mp_Menus = nullptr;
     QuitGuard* mp_Quit = nullptr;
+    QuickCapture* mp_Capture = nullptr;
+    PictureExport* mp_Export = nullptr;
+    tov::app::RunWatcher* mp_Watcher = nullptr;
     QStringList m_Models; ///< the files that make up the scene, in order of opening
 };
 

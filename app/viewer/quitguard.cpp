@@ -1,6 +1,7 @@
 #include "app/viewer/quitguard.h"
 
 #include "app/viewer/fileopener.h"
+#include "kernel/commands/commandprocessor.h"
 #include "kernel/main/settings.h"
 #include "kernel/workers/overseer.h"
 

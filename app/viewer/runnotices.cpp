@@ -1,23 +1,21 @@
 #include "app/viewer/runnotices.h"
 
-#include "app/common/pictureprobe.h"
-#include "app/common/recordinglost.h"
+#include "app/common/runoutcome.h"
 #include "app/common/spacewatch.h"
-#include "app/common/videoprobe.h"
 #include "app/viewer/noticebar.h"
 #include "app/viewer/runsbar.h"
 #include "kernel/workers/overseer.h"
 #include "trajectory/trajectoryhandler.h"
 
 #include <QFileInfo>
-#include <QImageReader>
 #include <QLocale>
-#include <QThread>
 
-#include <mutex>
+#include <cmath>
 
 namespace tov::viewer {
 
+using tov::app::RunOutcome;
+using tov::app::RunWatcher;
 using tov::app::SpaceWatch;
 using tov::main::CommandProcessor;
 using tov::main::CommandRunPointer;
@@ -26,69 +24,36 @@ using tov::trajectory::TrajectoryHandler;
 
 namespace {
 
-const QString FileNameParameter = QStringLiteral("filename");
-const QString SyncParameter = QStringLiteral("sync");
-/// The command whose files are checked as pictures.
-const QString PictureCommand = QStringLiteral("grabimage");
+/// "film.mp4: 1.2 MB, 640 x 480 pixels, 30 frames, 1.2 s long, done in 3 s", as far as it is known.
+QString describe(const RunOutcome& outcome)
+{
+    QString text =
+        QFileInfo(outcome.files.first()).fileName() + QLatin1String(": ") + QLocale().formattedDataSize(outcome.bytes);
+    if (outcome.size.isValid())
+        text += RunNotices::tr(", %1 x %2 pixels").arg(outcome.size.width()).arg(outcome.size.height());
+    if (outcome.frames >= 0)
+        text += RunNotices::tr(", %1 frames, %2 s long")
+                    .arg(outcome.frames)
+                    .arg(QLocale().toString(outcome.seconds, 'f', 1));
+    return text + RunNotices::tr(", done in %1").arg(durationText(qint64(std::lround(outcome.elapsed))));
+}
 
 } // namespace
 
-/// The newest record of an error, for the notice after a run that wrote nothing.
-struct RunNotices::LastError : tov::log::LogSink
+RunNotices::RunNotices(RunWatcher* watcher, SpaceWatch* space, NoticeBar* notices, RunsBar* runs, QObject* parent)
+    : QObject(parent), mp_Notices(notices), mp_Runs(runs)
 {
-    void write(const tov::log::LogRecord& record) override
-    {
-        if (record.level > tov::log::LevelError)
-            return;
-        std::lock_guard<std::mutex> guard(mutex);
-        message = record.message;
-        timeMs = record.timeMs;
-    }
-    /// Empty when there has been none since `sinceMs` (milliseconds since the epoch).
-    QString get(qint64 sinceMs) const
-    {
-        std::lock_guard<std::mutex> guard(mutex);
-        return timeMs >= sinceMs ? message : QString();
-    }
-
-private:
-    mutable std::mutex mutex;
-    QString message;   ///< guarded by mutex
-    qint64 timeMs = 0; ///< guarded by mutex
-};
-
-RunNotices::RunNotices(NoticeBar* notices, RunsBar* runs, QObject* parent)
-    : QObject(parent), mp_Notices(notices), mp_Runs(runs), mp_LastError(std::make_shared<LastError>())
-{
-    tov::log::Logger::addSink(mp_LastError.get());
-    mp_Lost = std::make_unique<tov::app::RecordingLost>([this](const QString& reason) {
-        QMetaObject::invokeMethod(
-            this, [this, reason] { showLostRecording(reason); }, Qt::QueuedConnection);
-    });
-    watchDisk();
+    watchDisk(space);
     connect(mp_Runs, &RunsBar::stopIgnored, this, &RunNotices::showStuckRun);
-    auto* processor = Overseer::getInstance()->getCommandProcessor();
-    // By the time that the event loop reports the start, the command may have made its file.
-    connect(
-        processor, &CommandProcessor::runBegins, this,
-        [this](const CommandRunPointer& run) {
-            if (QThread::currentThread() == thread())
-                m_Started[run->getId()].before = tov::app::OutputMark(run->getArgument(FileNameParameter));
-        },
-        Qt::DirectConnection);
-    connect(processor, &CommandProcessor::runStarted, this, &RunNotices::runBegan);
-    connect(processor, &CommandProcessor::runFinished, this, &RunNotices::runEnded);
+    connect(watcher, &RunWatcher::recordingLost, this,
+            [this](const CommandRunPointer&, const QString& reason) { showLostRecording(reason); });
+    connect(watcher, &RunWatcher::ended, this, &RunNotices::showOutcome);
+    connect(Overseer::getInstance()->getCommandProcessor(), &CommandProcessor::runStarted, this,
+            &RunNotices::warnOfMissingTrajectory);
 }
 
-RunNotices::~RunNotices()
+void RunNotices::watchDisk(SpaceWatch* space)
 {
-    mp_Lost.reset();
-    tov::log::Logger::removeSink(mp_LastError.get());
-}
-
-void RunNotices::watchDisk()
-{
-    auto* space = new SpaceWatch(this);
     connect(space, &SpaceWatch::lowSpace, this,
             [this](const QString& text) { mp_Notices->showMessage(NoticeBar::Kind::Warning, text); });
     connect(space, &SpaceWatch::measured, this, [this, space] {
@@ -100,77 +65,35 @@ void RunNotices::watchDisk()
     });
 }
 
-void RunNotices::runBegan(const CommandRunPointer& run)
+void RunNotices::warnOfMissingTrajectory(const CommandRunPointer& run)
 {
-    const bool marked = m_Started.count(run->getId()) != 0;
-    Started& started = m_Started[run->getId()];
-    started.clock.start();
-    started.fileName = run->getArgument(FileNameParameter);
-    if (!marked)
-        started.before = tov::app::OutputMark(started.fileName);
     // By design of the command, a synchronised recording without a trajectory ends at once with nothing.
-    const QString sync = run->getArgument(SyncParameter);
-    if (!sync.isNull() && sync != QLatin1String("0") && TrajectoryHandler::getInstance()->getCount() == 0)
-        mp_Notices->showMessage(
-            NoticeBar::Kind::Warning,
-            tr("No trajectory is open, so a recording that is synchronised with it holds no frames. Open one with "
-               "File > Open trajectory, or record with \"sync\" off."));
+    if (!RunWatcher::isRecording(*run) || run->getArgument(QStringLiteral("sync")) == QLatin1String("0") ||
+        TrajectoryHandler::getInstance()->getCount() > 0)
+        return;
+    mp_Notices->showMessage(
+        NoticeBar::Kind::Warning,
+        tr("No trajectory is open, so a recording that is synchronised with it holds no frames. Open one with "
+           "File > Open trajectory, or record with \"sync\" off."));
 }
 
-void RunNotices::runEnded(const CommandRunPointer& run)
+void RunNotices::showOutcome(const CommandRunPointer& run, const RunOutcome& outcome)
 {
-    const auto found = m_Started.find(run->getId());
-    if (found == m_Started.end())
+    if (!RunWatcher::writesFile(*run))
         return;
-    const Started started = found->second;
-    m_Started.erase(found);
-    if (started.fileName.isEmpty())
+    if (outcome.status != RunOutcome::Status::Failed && !outcome.files.isEmpty()) {
+        mp_Notices->showFile(describe(outcome), outcome.files.first());
         return;
-    // The log says "saved" even where a full disk swallowed the bytes, so the file itself is checked.
-    const bool touched = started.before.isTouched();
-    const bool picture = run->getCommandName() == PictureCommand;
-    const bool complete =
-        touched && QFileInfo(started.fileName).size() > 0 && (!picture || tov::app::isWholePicture(started.fileName));
-    if (complete)
-        showResult(started);
+    }
+    const QString name = QFileInfo(run->getArgument(QStringLiteral("filename"))).fileName();
+    if (!outcome.files.isEmpty())
+        mp_Notices->showMessage(NoticeBar::Kind::Warning, tr("%1 is not complete: %2").arg(name, outcome.reason));
+    else if (outcome.reason.isEmpty())
+        mp_Notices->showMessage(NoticeBar::Kind::Warning,
+                                tr("Nothing was written to %1. See the console for details.").arg(name));
     else
-        showFailure(started, run, touched);
-}
-
-void RunNotices::showResult(const Started& started)
-{
-    const QFileInfo info(started.fileName);
-    QString text = info.fileName() + QLatin1String(": ") + QLocale().formattedDataSize(info.size());
-    const QSize size = QImageReader(started.fileName).size();
-    if (size.isValid())
-        text += tr(", %1 x %2 pixels").arg(size.width()).arg(size.height());
-    text += tr(", done in %1").arg(durationText((started.clock.elapsed() + 500) / 1000));
-    const QPointer<QLabel> label = mp_Notices->showFile(text, started.fileName);
-    if (size.isValid())
-        return;
-    // A video does not give its size so easily: its plug-in reads it.
-    auto* reading = new tov::app::VideoReading(started.fileName, this);
-    connect(reading, &tov::app::VideoReading::done, this, [reading, label, text](const tov::app::VideoProbe& probe) {
-        reading->deleteLater();
-        if (!label || !probe.asked)
-            return;
-        label->setText(
-            probe.readable
-                ? text + tr(", %1 frames, %2 s long").arg(probe.frames).arg(QLocale().toString(probe.seconds, 'f', 1))
-                : text + tr(", but it cannot be read back"));
-    });
-}
-
-void RunNotices::showFailure(const Started& started, const CommandRunPointer& run, bool written)
-{
-    // An empty file that this run made, or half a picture, only looks like a result.
-    if (written)
-        QFile::remove(started.fileName);
-    const QString name = QFileInfo(started.fileName).fileName();
-    const QString reason = mp_LastError->get(run->getStartTime());
-    mp_Notices->showMessage(NoticeBar::Kind::Warning,
-                            reason.isEmpty() ? tr("Nothing was written to %1. See the console for details.").arg(name)
-                                             : tr("Nothing was written to %1: %2").arg(name, reason));
+        mp_Notices->showMessage(NoticeBar::Kind::Warning,
+                                tr("Nothing was written to %1: %2").arg(name, outcome.reason));
 }
 
 void RunNotices::showLostRecording(const QString& reason)

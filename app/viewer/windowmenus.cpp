@@ -5,6 +5,7 @@
 #include "app/viewer/glyphs.h"
 #include "app/viewer/mainwindow.h"
 #include "app/viewer/panelgrid.h"
+#include "app/viewer/quickcapture.h"
 #include "app/viewer/recentfiles.h"
 #include "app/viewer/standardviews.h"
 #include "app/viewer/trajectorybar.h"
@@ -60,6 +61,10 @@ void WindowMenus::createFileMenu()
     mp_File->addSeparator();
     mp_File->addAction(tr("&Copy view to clipboard"), mp_Window, &MainWindow::copyViewToClipboard,
                        QKeySequence(QStringLiteral("Ctrl+Shift+C")));
+    mp_File->addAction(mp_Window->findChild<QAction*>(QStringLiteral("ExportPictureAction")));
+    mp_File->addAction(mp_Window->findChild<QAction*>(QStringLiteral("ExportVideoAction")));
+    mp_File->addAction(mp_Window->getCapture()->getSnapshotAction());
+    mp_File->addAction(mp_Window->getCapture()->getRecordAction());
     mp_File->addSeparator();
     auto* preferences = mp_File->addAction(tr("&Preferences ..."), this, [this] {
         PreferencesDialog dialog(mp_Window->getActions()->getSettings(), mp_Window);

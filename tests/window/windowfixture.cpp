@@ -24,6 +24,8 @@ using tov::viewer::MainWindow;
 void WindowTest::SetUp()
 {
     tovSettings().clear();
+    // Pictures and recordings without a dialog go into the test's own folder.
+    tovSettings().setValue(QStringLiteral("window/capturefolder"), m_Folder.path());
     // Small chunks, so that a recording's file is there soon.
     tovSettings().setValue(QStringLiteral("settings/grabvideotempfilesize"), QStringLiteral("1"));
     restart();

@@ -1,0 +1,59 @@
+#include "app/viewer/outputname.h"
+
+#include "kernel/main/settings.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QStandardPaths>
+
+namespace tov::viewer {
+
+namespace {
+
+const QString FolderKey = QStringLiteral("window/capturefolder");
+const QString PatternKey = QStringLiteral("window/capturepattern");
+const QString NumberField = QStringLiteral("{n}");
+
+} // namespace
+
+QString nextFreeName(const QString& folder, const QString& pattern, const QString& model, const QString& ending)
+{
+    QString name = pattern.trimmed().isEmpty() ? QStringLiteral("{model}-{n}") : pattern.trimmed();
+    if (!name.contains(NumberField))
+        name += QLatin1Char('-') + NumberField;
+    name.replace(QStringLiteral("{model}"), model.isEmpty() ? QStringLiteral("tov") : model);
+    name.replace(QLatin1Char('/'), QLatin1Char('_'));
+    for (int number = 1;; ++number) {
+        QString candidate = name;
+        candidate.replace(NumberField, QStringLiteral("%1").arg(number, 3, 10, QLatin1Char('0')));
+        const QString path = QDir(folder).filePath(candidate + QLatin1Char('.') + ending);
+        if (!QFileInfo::exists(path))
+            return path;
+    }
+}
+
+QString captureFolder()
+{
+    const QString stored = tovSettings().value(FolderKey).toString();
+    if (!stored.isEmpty() && QFileInfo(stored).isDir())
+        return stored;
+    const QString pictures = QStandardPaths::writableLocation(QStandardPaths::PicturesLocation);
+    return QFileInfo(pictures).isDir() ? pictures : QDir::homePath();
+}
+
+QString capturePattern()
+{
+    return tovSettings().value(PatternKey, QStringLiteral("{model}-{n}")).toString();
+}
+
+void setCaptureFolder(const QString& folder)
+{
+    tovSettings().setValue(FolderKey, folder);
+}
+
+void setCapturePattern(const QString& pattern)
+{
+    tovSettings().setValue(PatternKey, pattern);
+}
+
+} // namespace tov::viewer

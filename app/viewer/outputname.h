@@ -1,0 +1,17 @@
+#pragma once
+
+#include <QString>
+
+namespace tov::viewer {
+
+/// The first name of a pattern that no file has yet. `{model}` stands for `model`, `{n}` for a number from 1 on with
+/// three digits; a pattern without `{n}` gets one at its end. `ending` has no dot. Thread: any.
+QString nextFreeName(const QString& folder, const QString& pattern, const QString& model, const QString& ending);
+
+/// The user's folder and pattern for pictures and recordings without a dialog; both are settings. Thread: any.
+QString captureFolder();
+QString capturePattern();
+void setCaptureFolder(const QString& folder);
+void setCapturePattern(const QString& pattern);
+
+} // namespace tov::viewer

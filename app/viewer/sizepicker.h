@@ -1,0 +1,45 @@
+#pragma once
+
+#include <QSize>
+#include <QWidget>
+
+#include <vector>
+
+class QComboBox;
+class QSpinBox;
+
+namespace tov::viewer {
+
+/// Chooses a size in pixels from presets or freely. Thread: application.
+class SizePicker : public QWidget
+{
+    Q_OBJECT
+public:
+    struct Preset
+    {
+        QString name;
+        QSize size;
+    };
+    /// Presets that suit pictures or videos; `viewSize` is what the screen shows of the view.
+    static std::vector<Preset> picturePresets(const QSize& viewSize);
+    static std::vector<Preset> videoPresets(const QSize& viewSize);
+
+    /// `step`: 2 allows even sizes only.
+    SizePicker(const std::vector<Preset>& presets, int step, int largest, QWidget* parent = nullptr);
+
+    QSize getSize() const;
+    void setSize(const QSize& size);
+
+signals:
+    void sizeChanged(const QSize& size);
+
+private:
+    void showMatchingPreset();
+
+    std::vector<Preset> m_Presets;
+    QComboBox* mp_Preset; ///< child
+    QSpinBox* mp_Width;   ///< child
+    QSpinBox* mp_Height;  ///< child
+};
+
+} // namespace tov::viewer

@@ -1,0 +1,110 @@
+#include "app/viewer/videoexport.h"
+
+#include "app/cli/videoverb.h"
+#include "app/common/filesnapshot.h"
+#include "app/common/spacewatch.h"
+#include "kernel/commands/commandprocessor.h"
+#include "kernel/main/settings.h"
+#include "kernel/workers/overseer.h"
+#include "scene/view/scenepanel.h"
+#include "scene/view/viewer.h"
+#include "trajectory/trajectoryhandler.h"
+
+#include <QCoreApplication>
+
+#include <algorithm>
+#include <cmath>
+
+namespace tov::viewer {
+
+using tov::main::Overseer;
+using tov::trajectory::TrajectoryHandler;
+
+namespace {
+
+QString text(const char* source)
+{
+    return QCoreApplication::translate("VideoExport", source);
+}
+
+/// The settings that every recording reads when it begins.
+void storeRates(const VideoRequest& request)
+{
+    auto& settings = tovSettings();
+    settings.setValue(QStringLiteral("settings/grabvideofps"), QString::number(request.fps));
+    settings.setValue(QStringLiteral("settings/grabvideokbps"), QString::number(request.kbps));
+}
+
+bool prepareMotion(tov::gui::ScenePanel* view, const VideoRequest& request, QString* error)
+{
+    auto* trajectory = TrajectoryHandler::getInstance();
+    switch (request.motion) {
+    case VideoRequest::Motion::Turntable:
+        // Whatever the angle, everything stays in view.
+        view->fitToTurn();
+        return trajectory->selectTurntable(frameCount(request), error);
+    case VideoRequest::Motion::Trajectory:
+        if (trajectory->getCount() > 0)
+            return true;
+        *error = text(QT_TRANSLATE_NOOP("VideoExport", "no trajectory is open"));
+        return false;
+    case VideoRequest::Motion::Free:
+        break;
+    }
+    return true;
+}
+
+} // namespace
+
+std::vector<VideoFormat> videoFormats()
+{
+    const VideoFormat all[] = {
+        {text(QT_TRANSLATE_NOOP("VideoExport", "MP4, small")), QStringLiteral("mp4"), true, false},
+        {text(QT_TRANSLATE_NOOP("VideoExport", "MP4, high quality")), QStringLiteral("hq.mp4"), false, false},
+        {text(QT_TRANSLATE_NOOP("VideoExport", "WebM, transparent")), QStringLiteral("alpha.webm"), true, true},
+        {text(QT_TRANSLATE_NOOP("VideoExport", "ProRes 4444, transparent")), QStringLiteral("alpha.mov"), false, true},
+        {text(QT_TRANSLATE_NOOP("VideoExport", "Lossless")), QStringLiteral("lossless.mkv"), false, true},
+        {text(QT_TRANSLATE_NOOP("VideoExport", "GIF")), QStringLiteral("gif"), false, false},
+    };
+    std::vector<VideoFormat> installed;
+    const auto known = tov::app::knownVideoFormats();
+    for (const VideoFormat& format : all)
+        if (std::any_of(known.begin(), known.end(),
+                        [&format](const auto& entry) { return entry.first == format.ending; }))
+            installed.push_back(format);
+    return installed;
+}
+
+int frameCount(const VideoRequest& request)
+{
+    switch (request.motion) {
+    case VideoRequest::Motion::Turntable:
+        return std::max(1, int(std::lround(request.seconds * request.fps)));
+    case VideoRequest::Motion::Trajectory:
+        return int(TrajectoryHandler::getInstance()->getCount());
+    case VideoRequest::Motion::Free:
+        break;
+    }
+    return 0;
+}
+
+bool startVideo(tov::gui::ScenePanel* view, const VideoRequest& request, QString* error)
+{
+    if (!tov::app::checkOutputFolder(request.fileName, error) ||
+        !tov::app::SpaceWatch::hasRoom(request.fileName, error))
+        return false;
+    tov::scene::Viewer::getInstance()->setActivePanel(view);
+    storeRates(request);
+    if (!prepareMotion(view, request, error))
+        return false;
+    const bool free = request.motion == VideoRequest::Motion::Free;
+    tov::main::CommandArguments arguments;
+    arguments.named = {{QStringLiteral("filename"), request.fileName},
+                       {QStringLiteral("width"), QString::number(request.size.width())},
+                       {QStringLiteral("height"), QString::number(request.size.height())},
+                       {QStringLiteral("sync"), free ? QStringLiteral("0") : QStringLiteral("1")}};
+    return Overseer::getInstance()->getCommandProcessor()->start(QStringLiteral("grabvideo"), arguments, error) !=
+           nullptr;
+}
+
+} // namespace tov::viewer

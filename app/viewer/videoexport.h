@@ -1,0 +1,49 @@
+#pragma once
+
+#include <QSize>
+#include <QString>
+
+#include <vector>
+
+namespace tov::gui {
+class ScenePanel;
+}
+
+namespace tov::viewer {
+
+/// What a video file of a view is to be.
+struct VideoRequest
+{
+    enum class Motion
+    {
+        Turntable,  ///< one turn about the scene in `seconds`
+        Trajectory, ///< the trajectory that is open
+        Free,       ///< the view as the user moves it, until the recording is stopped
+    };
+    QString fileName; ///< its ending is the format
+    QSize size = QSize(1920, 1080);
+    Motion motion = Motion::Turntable;
+    double seconds = 10;
+    int fps = 25;
+    int kbps = 1200; ///< for formats with a bit rate
+};
+
+/// A preset of format and quality.
+struct VideoFormat
+{
+    QString name;
+    QString ending;  ///< without a dot
+    bool hasBitRate; ///< the bit rate setting counts
+    bool hasTransparency;
+};
+
+/// The presets whose encoders are installed. Thread: application.
+std::vector<VideoFormat> videoFormats();
+/// Frames that a request records; 0 when only its end will tell.
+int frameCount(const VideoRequest& request);
+
+/// Stores rate and bit rate as settings, prepares the motion and starts the recording of the active view. False, with
+/// one line in `error`, when it cannot start. Thread: application.
+bool startVideo(tov::gui::ScenePanel* view, const VideoRequest& request, QString* error);
+
+} // namespace tov::viewer

@@ -1,0 +1,185 @@
+// Pictures and recordings with one key, and the export dialogs.
+
+#include "app/viewer/noticebar.h"
+#include "app/viewer/panelgrid.h"
+#include "app/viewer/pictureexport.h"
+#include "app/viewer/quickcapture.h"
+#include "kernel/commands/commandprocessor.h"
+#include "kernel/main/settings.h"
+#include "scene/view/scenepanel.h"
+#include "tests/window/windowfixture.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QDoubleSpinBox>
+#include <QImageReader>
+#include <QLineEdit>
+
+using namespace tov::test;
+
+namespace {
+
+class WindowCapture : public WindowTest
+{
+protected:
+    tov::gui::ScenePanel* view() { return window().getPanelGrid()->getActivePanel(); }
+    QLabel* figures() { return window().findChild<QLabel*>("RecordingFigures"); }
+};
+
+} // namespace
+
+TEST_F(WindowCapture, SnapshotsAreNumberedAndHaveTheSizeOfTheView)
+{
+    openSample();
+    for (const char* name : {"crane-001.png", "crane-002.png"}) {
+        QTest::keyClick(view(), Qt::Key_F12);
+        ASSERT_TRUE(waitForNoRuns());
+        EXPECT_EQ(QImageReader(file(name)).size().width(), view()->width()) << name;
+        EXPECT_TRUE(noticeContains(name));
+    }
+    tovSettings().setValue("window/capturepattern", "shot {model} {n}");
+    window().getCapture()->getSnapshotAction()->trigger();
+    ASSERT_TRUE(waitForNoRuns());
+    EXPECT_TRUE(QFile::exists(file("shot crane 001.png")));
+}
+
+TEST_F(WindowCapture, RecordStartsAndStopsWithOneKey)
+{
+    openSample();
+    QTest::keyClick(view(), Qt::Key_R);
+    ASSERT_EQ(runs().size(), 1u);
+    EXPECT_TRUE(window().getCapture()->getRecordAction()->isChecked());
+    EXPECT_EQ(runs().front()->getArgument("sync"), QString("0"));
+    ASSERT_TRUE(processUntil([this] { return QFileInfo(file("crane-001.mp4")).size() > 0; }));
+    ASSERT_TRUE(processUntil([this] { return figures()->isVisible() && figures()->text().contains("free"); }));
+    QTest::keyClick(view(), Qt::Key_R);
+    ASSERT_TRUE(waitForNoRuns());
+    EXPECT_FALSE(window().getCapture()->getRecordAction()->isChecked());
+    EXPECT_FALSE(figures()->isVisible());
+    EXPECT_GT(countFrames(file("crane-001.mp4")), 5);
+}
+
+TEST_F(WindowCapture, RecordStopsARecordingStartedElsewhere)
+{
+    openSample();
+    ASSERT_TRUE(record(file("console.mp4")));
+    window().getCapture()->toggleRecording();
+    ASSERT_TRUE(waitForNoRuns());
+    EXPECT_GT(countFrames(file("console.mp4")), 5);
+    EXPECT_FALSE(QFile::exists(file("crane-001.mp4")));
+}
+
+TEST_F(WindowCapture, ASnapshotThatCannotBeWrittenIsReported)
+{
+    openSample();
+    tovSettings().setValue("window/capturefolder", "/proc");
+    QTest::keyClick(view(), Qt::Key_F12);
+    EXPECT_TRUE(runs().empty());
+    EXPECT_EQ(window().getNotices()->getTexts().size(), 1);
+}
+
+TEST_F(WindowCapture, APictureOfExactSizeWithoutBackgroundTakesThreeClicks)
+{
+    openSample();
+    triggerWithDialog(window().findChild<QAction*>("ExportPictureAction"), "ExportPictureDialog", [&](QWidget* dialog) {
+        EXPECT_EQ(dialog->findChild<QSpinBox*>("Width")->value(), 1920);
+        EXPECT_EQ(dialog->findChild<QSpinBox*>("Height")->value(), 1080);
+        EXPECT_EQ(dialog->findChild<QLineEdit*>("FileName")->text(), file("crane-001.png"));
+        dialog->findChild<QCheckBox*>("Transparent")->click();
+        EXPECT_TRUE(processUntil([&] {
+            const auto* shown = dialog->findChild<QLabel*>("Preview")->pixmap();
+            return shown && !shown->isNull();
+        }));
+        button(dialog, "Export")->click();
+    });
+    ASSERT_TRUE(processUntil([this] { return noticeContains("crane-001.png"); }, 60000));
+    const QImage picture(file("crane-001.png"));
+    ASSERT_EQ(picture.size(), QSize(1920, 1080));
+    EXPECT_EQ(qAlpha(picture.pixel(2, 2)), 0);
+    bool opaque = false;
+    for (int y = 0; y < picture.height(); y += 4)
+        for (int x = 0; x < picture.width(); x += 4)
+            opaque = opaque || qAlpha(picture.pixel(x, y)) == 255;
+    EXPECT_TRUE(opaque);
+}
+
+TEST_F(WindowCapture, ExportedPicturesWithoutTransparencyAreOpaque)
+{
+    openSample();
+    triggerWithDialog(window().findChild<QAction*>("ExportPictureAction"), "ExportPictureDialog", [&](QWidget* dialog) {
+        type(dialog, "Width", "300");
+        type(dialog, "Height", "300");
+        type(dialog, "FileName", file("square.png"));
+        button(dialog, "Export")->click();
+    });
+    ASSERT_TRUE(processUntil([this] { return noticeContains("square.png"); }, 60000));
+    const QImage picture(file("square.png"));
+    ASSERT_EQ(picture.size(), QSize(300, 300));
+    EXPECT_FALSE(picture.hasAlphaChannel());
+    EXPECT_TRUE(showsSomething(picture));
+}
+
+TEST_F(WindowCapture, AWrongNameKeepsThePictureDialogOpen)
+{
+    openSample();
+    triggerWithDialog(window().findChild<QAction*>("ExportPictureAction"), "ExportPictureDialog", [&](QWidget* dialog) {
+        for (const QString& name : {QString(), file("a.nothing"), file("absent/a.png")}) {
+            dialog->findChild<QLineEdit*>("FileName")->setText(name);
+            EXPECT_FALSE(button(dialog, "Export")->isEnabled()) << name.toStdString();
+        }
+        dialog->findChild<QLineEdit*>("FileName")->setText(file("a.jpg"));
+        EXPECT_TRUE(button(dialog, "Export")->isEnabled());
+        EXPECT_FALSE(dialog->findChild<QCheckBox*>("Transparent")->isEnabled()) << "jpg has no transparency";
+        dialog->close();
+    });
+}
+
+TEST_F(WindowCapture, TheBackgroundIsTakenOutOfBlendedPixels)
+{
+    const QColor background(200, 100, 50);
+    QImage picture(3, 1, QImage::Format_ARGB32);
+    picture.setPixel(0, 0, qRgba(200, 100, 50, 0));
+    picture.setPixel(1, 0, qRgba(10, 20, 30, 255));
+    // Half of (20, 40, 60) over the background.
+    picture.setPixel(2, 0, qRgba(110, 70, 55, 128));
+    const QImage clean = tov::viewer::withoutBackground(picture, background);
+    EXPECT_EQ(clean.pixel(0, 0), qRgba(0, 0, 0, 0));
+    EXPECT_EQ(clean.pixel(1, 0), qRgba(10, 20, 30, 255));
+    EXPECT_NEAR(qRed(clean.pixel(2, 0)), 20, 2);
+    EXPECT_NEAR(qGreen(clean.pixel(2, 0)), 40, 2);
+    EXPECT_NEAR(qBlue(clean.pixel(2, 0)), 60, 2);
+    EXPECT_EQ(qAlpha(clean.pixel(2, 0)), 128);
+}
+
+TEST_F(WindowCapture, ATurntableVideoTakesTwoClicks)
+{
+    openSample();
+    triggerWithDialog(window().findChild<QAction*>("ExportVideoAction"), "ExportVideoDialog", [&](QWidget* dialog) {
+        EXPECT_EQ(dialog->findChild<QLineEdit*>("FileName")->text(), file("crane-001.mp4"));
+        EXPECT_EQ(dialog->findChild<QDoubleSpinBox*>("Seconds")->value(), 10);
+        dialog->findChild<QDoubleSpinBox*>("Seconds")->setValue(1);
+        type(dialog, "Width", "320");
+        type(dialog, "Height", "240");
+        EXPECT_TRUE(dialog->findChild<QLabel*>("Message")->text().contains("25 frames"));
+        button(dialog, "Record")->click();
+    });
+    ASSERT_TRUE(waitForNoRuns());
+    EXPECT_EQ(countFrames(file("crane-001.mp4")), 25);
+}
+
+TEST_F(WindowCapture, TheVideoDialogNamesFilesByFormat)
+{
+    openSample();
+    triggerWithDialog(window().findChild<QAction*>("ExportVideoAction"), "ExportVideoDialog", [&](QWidget* dialog) {
+        auto* format = dialog->findChild<QComboBox*>("Format");
+        ASSERT_GT(format->count(), 2);
+        for (int i = 0; i < format->count(); ++i) {
+            format->setCurrentIndex(i);
+            emit format->activated(i);
+            EXPECT_TRUE(button(dialog, "Record")->isEnabled()) << i;
+        }
+        dialog->findChild<QLineEdit*>("FileName")->setText(file("a.nothing"));
+        EXPECT_FALSE(button(dialog, "Record")->isEnabled());
+        dialog->close();
+    });
+}
