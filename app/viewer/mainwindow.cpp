@@ -2,7 +2,9 @@
 
 #include "app/common/runoutcome.h"
 #include "app/common/spacewatch.h"
+#include "app/viewer/camerahistory.h"
 #include "app/viewer/commandactions.h"
+#include "app/viewer/commandpalette.h"
 #include "app/viewer/commandstarter.h"
 #include "app/viewer/consolewidget.h"
 #include "app/viewer/editqueue.h"
@@ -31,6 +33,7 @@
 #include "scene/view/viewer.h"
 #include "trajectory/trajectoryhandler.h"
 
+#include <QAction>
 #include <QApplication>
 #include <QClipboard>
 #include <QCloseEvent>
@@ -39,10 +42,12 @@
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QGridLayout>
+#include <QLineEdit>
 #include <QLocale>
 #include <QMimeData>
 #include <QStatusBar>
 #include <QToolBar>
+#include <QVBoxLayout>
 
 namespace tov::viewer {
 
@@ -110,6 +115,11 @@ void MainWindow::createCentre()
     mp_Runs->raise();
     setCentralWidget(centre);
     connect(mp_Grid, &PanelGrid::closeRequested, this, &MainWindow::closeView);
+    mp_Cameras = new CameraHistory(this);
+    connect(mp_Grid, &PanelGrid::panelCountChanged, this, [this] {
+        for (auto* view : mp_Grid->getPanels())
+            mp_Cameras->watch(view);
+    });
 }
 
 void MainWindow::createDocks()
@@ -117,7 +127,22 @@ void MainWindow::createDocks()
     auto* sceneDock = new QDockWidget(tr("Scene"), this);
     sceneDock->setObjectName(QStringLiteral("SceneDock"));
     mp_Tree = new SceneTree(mp_Edits, sceneDock);
-    sceneDock->setWidget(mp_Tree);
+    auto* scene = new QWidget(sceneDock);
+    mp_Tree->setParent(scene);
+    auto* search = new QLineEdit(scene);
+    search->setObjectName(QStringLiteral("TreeSearch"));
+    search->setPlaceholderText(tr("Search parts"));
+    search->setClearButtonEnabled(true);
+    connect(search, &QLineEdit::textChanged, mp_Tree, &SceneTree::setFilter);
+    connect(mp_Tree, &SceneTree::fitRequested, this, [this] {
+        if (auto* view = mp_Grid->getActivePanel())
+            view->fitToView();
+    });
+    auto* column = new QVBoxLayout(scene);
+    column->setContentsMargins(4, 4, 4, 4);
+    column->addWidget(search);
+    column->addWidget(mp_Tree, 1);
+    sceneDock->setWidget(scene);
     addDockWidget(Qt::LeftDockWidgetArea, sceneDock);
 
     auto* consoleDock = new QDockWidget(tr("Console"), this);
@@ -281,6 +306,13 @@ void MainWindow::copyViewToClipboard()
     });
     if (!taken)
         warn(tr("Pictures are not available here. See Help > About modules for the reason."));
+}
+
+void MainWindow::showCommandPalette()
+{
+    CommandPalette palette(findChildren<QAction*>(), this);
+    if (palette.exec() == QDialog::Accepted && palette.getChosen())
+        palette.getChosen()->trigger();
 }
 
 void MainWindow::exportPicture()

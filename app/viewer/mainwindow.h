@@ -16,6 +16,7 @@ class ScenePanel;
 
 namespace tov::viewer {
 
+class CameraHistory;
 class CommandActions;
 class CommandStarter;
 class ConsoleWidget;
@@ -66,12 +67,15 @@ public:
     TrajectoryBar* getTrajectoryBar() const { return mp_Trajectory; }
     WindowMenus* getMenus() const { return mp_Menus; }
     QuickCapture* getCapture() const { return mp_Capture; }
+    CameraHistory* getCameraHistory() const { return mp_Cameras; }
     /// The base name of the model opened last, for file names; empty without a model.
     QString getModelName() const;
     /// The modules that could not be loaded.
     std::vector<tov::main::LoadFailure> getLoadFailures() const;
 
 public slots:
+    /// Finds any action by its name.
+    void showCommandPalette();
     void chooseFiles();
     void copyViewToClipboard();
     /// Ask for everything about a picture or a video of the active view, then make it.
@@ -115,6 +119,7 @@ private:
     QuitGuard* mp_Quit = nullptr;
     QuickCapture* mp_Capture = nullptr;
     PictureExport* mp_Export = nullptr;
+    CameraHistory* mp_Cameras = nullptr;
     tov::app::RunWatcher* mp_Watcher = nullptr;
     QStringList m_Models; ///< the files that make up the scene, in order of opening
 };

@@ -7,8 +7,11 @@
 #include "scene/sceneelement.h"
 #include "scene/view/viewer.h"
 
-#include <QHeaderView>
+#include <QContextMenuEvent>
 #include <QKeyEvent>
+#include <QMenu>
+
+#include <algorithm>
 
 namespace tov::viewer {
 
@@ -23,7 +26,7 @@ SceneElement* elementOf(const QTreeWidgetItem* item)
     return static_cast<SceneElement*>(item->data(0, Qt::UserRole).value<void*>());
 }
 
-/// True while the element is below `root`: by the time an edit is made it may be gone.
+/// True while the element is below `root`; it may have been deleted by the time an edit is made.
 bool isBelow(const SceneElement* root, const SceneElement* element)
 {
     if (!root)
@@ -39,6 +42,34 @@ bool isInScene(const SceneElement* element)
     return isBelow(Viewer::getInstance()->getGlobalScene()->getRootNode(), element);
 }
 
+void showBelow(SceneElement* root)
+{
+    if (!root)
+        return;
+    for (SceneElement* child : root->getChildren()) {
+        child->setVisible(true);
+        showBelow(child);
+    }
+}
+
+/// Shows `kept`, what is below and what is above them, and hides the rest below `root`.
+void showOnly(SceneElement* root, const std::vector<SceneElement*>& kept)
+{
+    if (!root)
+        return;
+    for (SceneElement* child : root->getChildren()) {
+        if (std::find(kept.begin(), kept.end(), child) != kept.end()) {
+            child->setVisible(true);
+            showBelow(child);
+            continue;
+        }
+        const bool holdsOne =
+            std::any_of(kept.begin(), kept.end(), [child](const SceneElement* each) { return isBelow(child, each); });
+        child->setVisible(holdsOne);
+        showOnly(child, kept);
+    }
+}
+
 } // namespace
 
 SceneTree::SceneTree(EditQueue* edits, QWidget* parent) : QTreeWidget(parent), mp_Edits(edits)
@@ -46,6 +77,15 @@ SceneTree::SceneTree(EditQueue* edits, QWidget* parent) : QTreeWidget(parent), m
     setHeaderHidden(true);
     setSelectionMode(ExtendedSelection);
     setObjectName(QStringLiteral("SceneTree"));
+    setAccessibleName(tr("Parts of the scene"));
+    watchScene();
+    connect(this, &QTreeWidget::itemChanged, this, &SceneTree::submitVisibility);
+    connect(this, &QTreeWidget::itemSelectionChanged, this, &SceneTree::submitSelection);
+    rebuild();
+}
+
+void SceneTree::watchScene()
+{
     auto* events = tov::events::EventHandler::getInstance();
     for (const char* name : {"SCENE_ELEMENT_ADDED", "SCENE_ELEMENT_REMOVED", "SCENE_ELEMENT_RENAMED"})
         EventManager::getInstance()->registerEventFunction(
@@ -56,27 +96,30 @@ SceneTree::SceneTree(EditQueue* edits, QWidget* parent) : QTreeWidget(parent), m
                     this, [this] { rebuildSoon(); }, Qt::QueuedConnection);
             },
             static_cast<const void*>(this));
-    connect(this, &QTreeWidget::itemChanged, this, [this](QTreeWidgetItem* item) {
-        if (m_Rebuilding)
-            return;
-        mp_Edits->submit([element = elementOf(item), visible = item->checkState(0) == Qt::Checked] {
+}
+
+void SceneTree::submitVisibility(QTreeWidgetItem* item)
+{
+    if (m_Rebuilding)
+        return;
+    mp_Edits->submit([element = elementOf(item), visible = item->checkState(0) == Qt::Checked] {
+        if (isInScene(element))
+            element->setVisible(visible);
+    });
+}
+
+void SceneTree::submitSelection()
+{
+    if (m_Rebuilding)
+        return;
+    std::vector<std::pair<SceneElement*, bool>> states;
+    for (QTreeWidgetItemIterator it(this); *it; ++it)
+        states.emplace_back(elementOf(*it), (*it)->isSelected());
+    mp_Edits->submit([states] {
+        for (const auto& [element, selected] : states)
             if (isInScene(element))
-                element->setVisible(visible);
-        });
+                element->setSelected(selected);
     });
-    connect(this, &QTreeWidget::itemSelectionChanged, this, [this] {
-        if (m_Rebuilding)
-            return;
-        std::vector<std::pair<SceneElement*, bool>> states;
-        for (QTreeWidgetItemIterator it(this); *it; ++it)
-            states.emplace_back(elementOf(*it), (*it)->isSelected());
-        mp_Edits->submit([states] {
-            for (const auto& [element, selected] : states)
-                if (isInScene(element))
-                    element->setSelected(selected);
-        });
-    });
-    rebuild();
 }
 
 SceneTree::~SceneTree()
@@ -110,6 +153,8 @@ void SceneTree::rebuild()
     scene->unlock();
     expandToDepth(1);
     m_Rebuilding = false;
+    if (!m_Filter.isEmpty())
+        setFilter(m_Filter);
 }
 
 void SceneTree::addBelow(QTreeWidgetItem* parent, SceneElement* element)
@@ -124,10 +169,10 @@ void SceneTree::addBelow(QTreeWidgetItem* parent, SceneElement* element)
         addBelow(item, child);
 }
 
-void SceneTree::removeSelected()
+std::vector<SceneElement*> SceneTree::topmostSelected() const
 {
     std::vector<SceneElement*> selected;
-    // A selected element below another selected one goes with it.
+    // A selected element below another selected one is covered by it.
     for (QTreeWidgetItem* item : selectedItems()) {
         bool covered = false;
         for (QTreeWidgetItem* above = item->parent(); above; above = above->parent())
@@ -135,20 +180,103 @@ void SceneTree::removeSelected()
         if (!covered)
             selected.push_back(elementOf(item));
     }
+    return selected;
+}
+
+void SceneTree::isolateSelected()
+{
+    const std::vector<SceneElement*> kept = topmostSelected();
+    if (kept.empty())
+        return;
+    mp_Edits->submit([this, kept] {
+        showOnly(Viewer::getInstance()->getGlobalScene()->getRootNode(), kept);
+        rebuildSoon();
+    });
+}
+
+void SceneTree::showAll()
+{
+    mp_Edits->submit([this] {
+        showBelow(Viewer::getInstance()->getGlobalScene()->getRootNode());
+        rebuildSoon();
+    });
+}
+
+void SceneTree::removeSelected()
+{
+    const std::vector<SceneElement*> selected = topmostSelected();
     if (selected.empty())
         return;
     mp_Edits->submit([this, selected] {
+        std::vector<Removed> removed;
         for (SceneElement* element : selected)
-            if (isInScene(element))
-                delete element->getParent()->takeChild(element);
+            if (isInScene(element)) {
+                SceneElement* parent = element->getParent();
+                removed.push_back({std::unique_ptr<SceneElement>(parent->takeChild(element)), parent});
+            }
+        m_Removed.push_back(std::move(removed));
         rebuildSoon();
     });
+}
+
+void SceneTree::undoRemove()
+{
+    if (m_Removed.empty())
+        return;
+    mp_Edits->submit([this] {
+        if (m_Removed.empty())
+            return;
+        std::vector<Removed> removed = std::move(m_Removed.back());
+        m_Removed.pop_back();
+        SceneElement* root = Viewer::getInstance()->getGlobalScene()->getRootNode();
+        for (Removed& each : removed) {
+            SceneElement* parent = each.parent == root || isInScene(each.parent) ? each.parent : root;
+            if (parent)
+                parent->addChild(each.element.release());
+        }
+        rebuildSoon();
+    });
+}
+
+void SceneTree::setFilter(const QString& text)
+{
+    m_Filter = text.trimmed();
+    for (int i = 0; i < topLevelItemCount(); ++i)
+        applyFilter(topLevelItem(i));
+}
+
+bool SceneTree::applyFilter(QTreeWidgetItem* item) const
+{
+    bool shown = m_Filter.isEmpty() || item->text(0).contains(m_Filter, Qt::CaseInsensitive);
+    for (int i = 0; i < item->childCount(); ++i)
+        shown = applyFilter(item->child(i)) || shown;
+    item->setHidden(!shown);
+    if (shown && !m_Filter.isEmpty())
+        item->setExpanded(true);
+    return shown;
+}
+
+void SceneTree::contextMenuEvent(QContextMenuEvent* event)
+{
+    auto* menu = new QMenu(this);
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    menu->setObjectName(QStringLiteral("TreeMenu"));
+    const bool any = !selectedItems().isEmpty();
+    menu->addAction(tr("Isolate"), this, &SceneTree::isolateSelected)->setEnabled(any);
+    menu->addAction(tr("Show all"), this, &SceneTree::showAll);
+    menu->addAction(tr("Fit to view"), this, &SceneTree::fitRequested);
+    menu->addSeparator();
+    menu->addAction(tr("Remove"), this, &SceneTree::removeSelected)->setEnabled(any);
+    menu->addAction(tr("Undo removal"), this, &SceneTree::undoRemove)->setEnabled(!m_Removed.empty());
+    menu->popup(event->globalPos());
 }
 
 void SceneTree::keyPressEvent(QKeyEvent* event)
 {
     if (event->key() == Qt::Key_Delete)
         removeSelected();
+    else if (event->matches(QKeySequence::Undo))
+        undoRemove();
     else
         QTreeWidget::keyPressEvent(event);
 }

@@ -2,6 +2,9 @@
 
 #include <QTreeWidget>
 
+#include <memory>
+#include <vector>
+
 namespace tov::scene {
 class SceneElement;
 }
@@ -10,28 +13,54 @@ namespace tov::viewer {
 
 class EditQueue;
 
-/// The scene's elements as a tree: a check box shows and hides, selecting selects in the scene too. Rebuilt when the
-/// scene's structure changes. Thread: application.
+/// The scene's elements as a tree: a check box shows and hides, selecting selects in the scene too, and a context menu
+/// isolates, shows all, and removes with undo. Rebuilt when the scene's structure changes. Thread: application.
 class SceneTree : public QTreeWidget
 {
     Q_OBJECT
 public:
-    /// `edits` takes what a person changes here; it must outlive the tree.
+    /// `edits` makes the user's changes; it must outlive the tree.
     explicit SceneTree(EditQueue* edits, QWidget* parent = nullptr);
     ~SceneTree() override;
 
 public slots:
-    /// Reads the tree anew from the global scene.
+    /// Reads the tree again from the global scene.
     void rebuild();
+    /// Hides everything but the selected elements and what is below them.
+    void isolateSelected();
+    /// Shows every element again.
+    void showAll();
+    /// Takes the selected elements out of the scene; `undoRemove` puts them back.
+    void removeSelected();
+    void undoRemove();
+    /// Shows only items whose name contains this text, with the items above them; an empty text shows all.
+    void setFilter(const QString& text);
+
+signals:
+    /// The user wants the visible elements to fill the view.
+    void fitRequested();
 
 protected:
     void keyPressEvent(QKeyEvent* event) override;
+    void contextMenuEvent(QContextMenuEvent* event) override;
 
 private:
-    void removeSelected();
+    /// An element that was removed and where it was.
+    struct Removed
+    {
+        std::unique_ptr<tov::scene::SceneElement> element;
+        tov::scene::SceneElement* parent; ///< only used while it is in the scene
+    };
+    void watchScene();
+    void submitVisibility(QTreeWidgetItem* item);
+    void submitSelection();
+    std::vector<tov::scene::SceneElement*> topmostSelected() const;
+    bool applyFilter(QTreeWidgetItem* item) const;
     void rebuildSoon();
     void addBelow(QTreeWidgetItem* parent, tov::scene::SceneElement* element);
-    EditQueue* mp_Edits; ///< not owned
+    EditQueue* mp_Edits;                         ///< not owned
+    std::vector<std::vector<Removed>> m_Removed; ///< newest last
+    QString m_Filter;
     bool m_Rebuilding = false;
     bool m_RebuildPosted = false;
 };

@@ -1,5 +1,6 @@
 #include "app/viewer/windowmenus.h"
 
+#include "app/viewer/camerahistory.h"
 #include "app/viewer/commandactions.h"
 #include "app/viewer/dialogs.h"
 #include "app/viewer/glyphs.h"
@@ -9,6 +10,7 @@
 #include "app/viewer/recentfiles.h"
 #include "app/viewer/standardviews.h"
 #include "app/viewer/trajectorybar.h"
+#include "app/viewer/viewbookmarks.h"
 #include "kernel/main/settings.h"
 #include "scene/view/scenepanel.h"
 
@@ -82,6 +84,8 @@ void WindowMenus::createViewMenu()
     mp_View->addSeparator();
     addStandardViews();
     mp_View->addSeparator();
+    addCameraActions();
+    mp_View->addSeparator();
     addGuides();
     mp_View->addSeparator();
     addDocks();
@@ -102,13 +106,17 @@ void WindowMenus::addViewCounts()
         action->setShortcut(QKeySequence(QStringLiteral("Ctrl+%1").arg(count)));
         action->setCheckable(true);
         action->setChecked(grid->getPanelCount() == count);
+        action->setData(count);
         group->addAction(action);
-        // A user who keeps a recording after all is shown what there is.
-        connect(action, &QAction::triggered, action,
-                [grid, action, count] { action->setChecked(grid->getPanelCount() == count); });
         connect(grid, &PanelGrid::panelCountChanged, action,
                 [action, count](int now) { action->setChecked(now == count); });
     }
+    // A user who keeps a recording after all is shown the views that there still are.
+    connect(group, &QActionGroup::triggered, group, [grid, group] {
+        for (QAction* action : group->actions())
+            if (action->data().toInt() == grid->getPanelCount())
+                action->setChecked(true);
+    });
     auto* close = mp_View->addAction(tr("Close view"), this,
                                      onActiveView([window = mp_Window](ScenePanel* view) { window->closeView(view); }),
                                      QKeySequence(QStringLiteral("Ctrl+W")));
@@ -125,6 +133,21 @@ void WindowMenus::addStandardViews()
     for (const auto& [name, view] : standardViews())
         mp_View->addAction(name, this, onActiveView([view = view](ScenePanel* panel) { panel->setStandardView(view); }),
                            QKeySequence(key++));
+}
+
+void WindowMenus::addCameraActions()
+{
+    auto* history = mp_Window->getCameraHistory();
+    auto* undo = mp_View->addAction(tr("&Undo camera movement"), this,
+                                    onActiveView([history](ScenePanel* view) { history->undo(view); }),
+                                    QKeySequence(QStringLiteral("Alt+Left")));
+    undo->setObjectName(QStringLiteral("UndoCameraAction"));
+    auto* redo = mp_View->addAction(tr("&Redo camera movement"), this,
+                                    onActiveView([history](ScenePanel* view) { history->redo(view); }),
+                                    QKeySequence(QStringLiteral("Alt+Right")));
+    redo->setObjectName(QStringLiteral("RedoCameraAction"));
+    mp_View->addMenu(new ViewBookmarks(
+        tr("&Bookmarks"), [grid = mp_Window->getPanelGrid()] { return grid->getActivePanel(); }, mp_Window));
 }
 
 void WindowMenus::addGuides()
@@ -173,6 +196,9 @@ void WindowMenus::createHelpMenu()
         },
         QKeySequence::HelpContents);
     keys->setObjectName(QStringLiteral("ShortcutsAction"));
+    auto* palette = mp_Help->addAction(tr("&Find a command ..."), mp_Window, &MainWindow::showCommandPalette,
+                                       QKeySequence(QStringLiteral("Ctrl+K")));
+    palette->setObjectName(QStringLiteral("PaletteAction"));
     mp_Help->addSeparator();
     auto* modules = mp_Help->addAction(tr("About &modules ..."), this, [this] {
         AboutModulesDialog dialog(mp_Window->getLoadFailures(), mp_Window);

@@ -31,6 +31,7 @@ private:
     void createViewMenu();
     void addViewCounts();
     void addStandardViews();
+    void addCameraActions();
     void addGuides();
     void addDocks();
     void createHelpMenu();

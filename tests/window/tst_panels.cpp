@@ -1,5 +1,6 @@
 // View panels, scene tree, trajectory bar, layout.
 
+#include "app/viewer/camerahistory.h"
 #include "app/viewer/consolewidget.h"
 #include "app/viewer/panelframe.h"
 #include "app/viewer/panelgrid.h"
@@ -12,6 +13,8 @@
 #include "trajectory/trajectoryhandler.h"
 
 #include <QDockWidget>
+#include <QLineEdit>
+#include <QListWidget>
 #include <QMenu>
 #include <QMenuBar>
 #include <QScreen>
@@ -359,4 +362,120 @@ TEST_F(WindowPanels, TheFirstWindowFitsOnTheScreen)
     EXPECT_TRUE(screen.contains(window().geometry()));
     EXPECT_LE(window().width(), 1280);
     EXPECT_LE(window().height(), 860);
+}
+
+TEST_F(WindowPanels, CameraMovementsAreUndoneAndRedone)
+{
+    openSample();
+    auto* history = window().getCameraHistory();
+    history->setPause(5);
+    const auto settled = [&](const Matrix4& before) {
+        return processUntil(
+            [&] { return history->canUndo(panel()) && !same(before, panel()->getScaledTransformMatrix()); });
+    };
+    const Matrix4 first = panel()->getScaledTransformMatrix();
+    panel()->orbit(30, 0);
+    ASSERT_TRUE(settled(first));
+    const Matrix4 second = panel()->getScaledTransformMatrix();
+    menuAction("View", "Undo camera movement")->trigger();
+    EXPECT_TRUE(same(first, panel()->getScaledTransformMatrix()));
+    menuAction("View", "Redo camera movement")->trigger();
+    EXPECT_TRUE(same(second, panel()->getScaledTransformMatrix()));
+    menuAction("View", "Redo camera movement")->trigger();
+    EXPECT_TRUE(same(second, panel()->getScaledTransformMatrix())) << "nothing is left to redo";
+    // A new movement takes the place of what could be redone.
+    menuAction("View", "Undo camera movement")->trigger();
+    panel()->orbit(0, 10);
+    menuAction("View", "Undo camera movement")->trigger();
+    EXPECT_TRUE(same(first, panel()->getScaledTransformMatrix()));
+    EXPECT_TRUE(history->canRedo(panel()));
+}
+
+TEST_F(WindowPanels, BookmarksBringAViewBack)
+{
+    openSample();
+    QTest::keyClick(panel(), Qt::Key_B, Qt::ControlModifier);
+    const Matrix4 kept = panel()->getScaledTransformMatrix();
+    panel()->orbit(40, 20);
+    auto* menu = window().findChild<QMenu*>("BookmarkMenu");
+    ASSERT_NE(menu, nullptr);
+    QAction* bookmark = nullptr;
+    for (QAction* action : menu->actions())
+        if (action->text() == "View 1")
+            bookmark = action;
+    ASSERT_NE(bookmark, nullptr);
+    EXPECT_FALSE(bookmark->icon().isNull());
+    bookmark->trigger();
+    EXPECT_TRUE(same(kept, panel()->getScaledTransformMatrix()));
+    menu->actions().last()->trigger();
+    EXPECT_TRUE(processUntil([&] { return menu->actions().size() == 1; }));
+}
+
+TEST_F(WindowPanels, OnePartIsIsolatedAndAllAreShownAgain)
+{
+    openSample();
+    auto* tree = window().getSceneTree();
+    QTreeWidgetItem* part = tree->topLevelItem(0);
+    while (part->childCount() > 0)
+        part = part->child(part->childCount() - 1);
+    const QString name = part->text(0);
+    tree->setCurrentItem(part);
+    tree->isolateSelected();
+    ASSERT_TRUE(processUntil([&] {
+        int checked = 0, total = 0;
+        for (QTreeWidgetItemIterator it(tree); *it; ++it)
+            if ((*it)->childCount() == 0) {
+                ++total;
+                checked += (*it)->checkState(0) == Qt::Checked;
+            }
+        return total > 1 && checked == 1;
+    }));
+    EXPECT_TRUE(showsSomething(panel()->grabFramebuffer()));
+    tree->showAll();
+    EXPECT_TRUE(processUntil([&] {
+        for (QTreeWidgetItemIterator it(tree); *it; ++it)
+            if ((*it)->checkState(0) != Qt::Checked)
+                return false;
+        return tree->topLevelItemCount() > 0;
+    }));
+    // The search shows the part and what is above it.
+    auto* search = window().findChild<QLineEdit*>("TreeSearch");
+    search->setText(name);
+    int shown = 0, all = 0;
+    for (QTreeWidgetItemIterator it(tree); *it; ++it) {
+        ++all;
+        shown += !(*it)->isHidden();
+    }
+    EXPECT_LT(shown, all);
+    EXPECT_GT(shown, 0);
+}
+
+TEST_F(WindowPanels, ARemovedPartComesBackByUndo)
+{
+    openSample();
+    auto* tree = window().getSceneTree();
+    const QImage before = panel()->grabFramebuffer();
+    tree->setCurrentItem(tree->topLevelItem(0));
+    tree->removeSelected();
+    ASSERT_TRUE(processUntil([&] { return tree->topLevelItemCount() == 0; }));
+    tree->undoRemove();
+    ASSERT_TRUE(processUntil([&] { return tree->topLevelItemCount() == 1; }));
+    EXPECT_TRUE(showsSomething(panel()->grabFramebuffer()));
+}
+
+TEST_F(WindowPanels, ThePaletteFindsAnyAction)
+{
+    openSample();
+    const Matrix4 before = panel()->getScaledTransformMatrix();
+    triggerWithDialog(menuAction("Help", "Find a command"), "CommandPalette", [](QWidget* dialog) {
+        auto* search = dialog->findChild<QLineEdit*>("PaletteSearch");
+        auto* list = dialog->findChild<QListWidget*>("PaletteList");
+        EXPECT_GT(list->count(), 30);
+        search->setText("video sett");
+        EXPECT_EQ(list->count(), 1) << "the modules' commands are there, too";
+        search->setText("view top");
+        ASSERT_EQ(list->count(), 1);
+        QTest::keyClick(search, Qt::Key_Return);
+    });
+    EXPECT_FALSE(same(before, panel()->getScaledTransformMatrix()));
 }

@@ -75,7 +75,7 @@ TEST_F(WindowRecordings, StopButtonEndsARecordingThatThenPlays)
     QTest::mouseClick(stopButton(), Qt::LeftButton);
     ASSERT_TRUE(waitForNoRuns());
     EXPECT_GT(countFrames(file("stopped.mp4")), 10);
-    EXPECT_TRUE(noticeContains("stopped.mp4"));
+    EXPECT_TRUE(processUntil([this] { return noticeContains("stopped.mp4"); }));
     EXPECT_FALSE(window().getRuns()->isVisible());
 }
 

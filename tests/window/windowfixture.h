@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/viewer/mainwindow.h"
+#include "kernel/commands/commandprocessor.h"
 #include "tests/support/logcapture.h"
 
 #include <QAction>

@@ -1,0 +1,47 @@
+#pragma once
+
+#include "kernel/math/matrix.h"
+
+#include <QIcon>
+#include <QMenu>
+
+#include <functional>
+#include <vector>
+
+namespace tov::gui {
+class ScenePanel;
+}
+
+namespace tov::viewer {
+
+/// The "Bookmarks" menu: views that the user has kept, each with a small picture. They last as long as the window.
+/// Thread: application.
+class ViewBookmarks : public QMenu
+{
+    Q_OBJECT
+public:
+    /// `activeView` returns the view to keep and to move; null when there is none.
+    ViewBookmarks(const QString& title, std::function<tov::gui::ScenePanel*()> activeView, QWidget* parent);
+
+    /// Keeps the camera of the active view.
+    void add();
+    /// Moves the active view to a bookmark, by its number from 0.
+    void go(std::size_t index);
+    std::size_t getCount() const { return m_Bookmarks.size(); }
+
+private:
+    struct Bookmark
+    {
+        QString name;
+        QIcon picture;
+        tov::math::Matrix<double, 4u, 4u> camera;
+    };
+    void fill();
+
+    std::function<tov::gui::ScenePanel*()> m_ActiveView;
+    std::vector<Bookmark> m_Bookmarks;
+    int m_NextNumber = 1;
+    QAction* mp_Add; ///< child; keeps its shortcut while the menu is filled again
+};
+
+} // namespace tov::viewer
