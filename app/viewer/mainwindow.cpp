@@ -12,6 +12,8 @@
 #include "app/viewer/exportvideodialog.h"
 #include "app/viewer/fileopener.h"
 #include "app/viewer/glyphs.h"
+#include "app/viewer/inspectpanel.h"
+#include "app/viewer/lookpanel.h"
 #include "app/viewer/noticebar.h"
 #include "app/viewer/panelgrid.h"
 #include "app/viewer/quickcapture.h"
@@ -122,14 +124,35 @@ void MainWindow::createCentre()
     });
 }
 
+QDockWidget* MainWindow::addDock(const QString& title, const char* name, QWidget* content, Qt::DockWidgetArea area)
+{
+    auto* dock = new QDockWidget(title, this);
+    dock->setObjectName(QLatin1String(name));
+    dock->setWidget(content);
+    addDockWidget(area, dock);
+    return dock;
+}
+
 void MainWindow::createDocks()
 {
-    auto* sceneDock = new QDockWidget(tr("Scene"), this);
-    sceneDock->setObjectName(QStringLiteral("SceneDock"));
-    mp_Tree = new SceneTree(mp_Edits, sceneDock);
-    auto* scene = new QWidget(sceneDock);
-    mp_Tree->setParent(scene);
-    auto* search = new QLineEdit(scene);
+    createSceneDock();
+    createSidePanels();
+    mp_Console = new ConsoleWidget(this);
+    auto* console = addDock(tr("Console"), "ConsoleDock", mp_Console, Qt::BottomDockWidgetArea);
+    resizeDocks({console}, {170}, Qt::Vertical);
+
+    mp_Trajectory = new TrajectoryBar(this);
+    addToolBar(Qt::BottomToolBarArea, mp_Trajectory);
+    connect(mp_Trajectory, &TrajectoryBar::failed, this, &MainWindow::warn);
+    mp_Recent = new RecentFiles(tr("Open &recent"), this);
+    connect(mp_Recent, &RecentFiles::chosen, this, [this](const QString& name) { openFiles({name}); });
+}
+
+void MainWindow::createSceneDock()
+{
+    auto* content = new QWidget(this);
+    mp_Tree = new SceneTree(mp_Edits, content);
+    auto* search = new QLineEdit(content);
     search->setObjectName(QStringLiteral("TreeSearch"));
     search->setPlaceholderText(tr("Search parts"));
     search->setClearButtonEnabled(true);
@@ -138,26 +161,26 @@ void MainWindow::createDocks()
         if (auto* view = mp_Grid->getActivePanel())
             view->fitToView();
     });
-    auto* column = new QVBoxLayout(scene);
+    auto* column = new QVBoxLayout(content);
     column->setContentsMargins(4, 4, 4, 4);
     column->addWidget(search);
     column->addWidget(mp_Tree, 1);
-    sceneDock->setWidget(scene);
-    addDockWidget(Qt::LeftDockWidgetArea, sceneDock);
+    auto* dock = addDock(tr("Scene"), "SceneDock", content, Qt::LeftDockWidgetArea);
+    resizeDocks({dock}, {220}, Qt::Horizontal);
+}
 
-    auto* consoleDock = new QDockWidget(tr("Console"), this);
-    consoleDock->setObjectName(QStringLiteral("ConsoleDock"));
-    mp_Console = new ConsoleWidget(consoleDock);
-    consoleDock->setWidget(mp_Console);
-    addDockWidget(Qt::BottomDockWidgetArea, consoleDock);
-    resizeDocks({sceneDock}, {220}, Qt::Horizontal);
-    resizeDocks({consoleDock}, {170}, Qt::Vertical);
-
-    mp_Trajectory = new TrajectoryBar(this);
-    addToolBar(Qt::BottomToolBarArea, mp_Trajectory);
-    connect(mp_Trajectory, &TrajectoryBar::failed, this, &MainWindow::warn);
-    mp_Recent = new RecentFiles(tr("Open &recent"), this);
-    connect(mp_Recent, &RecentFiles::chosen, this, [this](const QString& name) { openFiles({name}); });
+void MainWindow::createSidePanels()
+{
+    mp_Look = new LookPanel(this);
+    connect(mp_Look, &LookPanel::failed, this, &MainWindow::warn);
+    auto* look = addDock(tr("Look"), "LookDock", mp_Look, Qt::RightDockWidgetArea);
+    mp_Inspect = new InspectPanel(this);
+    connect(mp_Edits, &EditQueue::edited, mp_Inspect, &InspectPanel::refresh);
+    auto* inspect = addDock(tr("Inspect"), "InspectDock", mp_Inspect, Qt::RightDockWidgetArea);
+    tabifyDockWidget(look, inspect);
+    // The views have the room until the user asks for these.
+    look->hide();
+    inspect->hide();
 }
 
 void MainWindow::createCapture()

@@ -6,6 +6,8 @@
 
 #include <vector>
 
+class QDockWidget;
+
 namespace tov::app {
 class RunWatcher;
 }
@@ -22,6 +24,8 @@ class CommandStarter;
 class ConsoleWidget;
 class EditQueue;
 class FileOpener;
+class InspectPanel;
+class LookPanel;
 class NoticeBar;
 class PanelGrid;
 class PictureExport;
@@ -64,6 +68,8 @@ public:
     RecentFiles* getRecentFiles() const { return mp_Recent; }
     RunsBar* getRuns() const { return mp_Runs; }
     SceneTree* getSceneTree() const { return mp_Tree; }
+    LookPanel* getLookPanel() const { return mp_Look; }
+    InspectPanel* getInspectPanel() const { return mp_Inspect; }
     TrajectoryBar* getTrajectoryBar() const { return mp_Trajectory; }
     WindowMenus* getMenus() const { return mp_Menus; }
     QuickCapture* getCapture() const { return mp_Capture; }
@@ -95,6 +101,9 @@ protected:
 private:
     void createCentre();
     void createDocks();
+    void createSceneDock();
+    void createSidePanels();
+    QDockWidget* addDock(const QString& title, const char* name, QWidget* content, Qt::DockWidgetArea area);
     void createCapture();
     void connectOpener();
     void showOpenedModels(const QStringList& fileNames);
@@ -110,6 +119,8 @@ private:
     RecentFiles* mp_Recent = nullptr;
     ConsoleWidget* mp_Console = nullptr;
     SceneTree* mp_Tree = nullptr;
+    LookPanel* mp_Look = nullptr;
+    InspectPanel* mp_Inspect = nullptr;
     TrajectoryBar* mp_Trajectory = nullptr;
     CommandStarter* mp_Starter = nullptr;
     CommandActions* mp_Actions = nullptr;

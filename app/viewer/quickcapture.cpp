@@ -6,6 +6,7 @@
 #include "app/viewer/outputname.h"
 #include "app/viewer/recordedviews.h"
 #include "kernel/commands/command.h"
+#include "kernel/util/framebacklog.h"
 #include "kernel/workers/overseer.h"
 #include "scene/view/scenepanel.h"
 #include "scene/view/viewer.h"
@@ -147,6 +148,7 @@ void QuickCapture::startRecording()
         emit failed(error);
         return;
     }
+    m_TakenBefore = tov::util::FrameBacklog::totalTaken().frames;
     m_Elapsed.start();
     m_Refresh.start();
     showFigures();
@@ -172,6 +174,9 @@ void QuickCapture::showFigures()
     const QLocale locale;
     QStringList figures = {clockText(m_Elapsed.elapsed() / 1000)};
     figures << locale.formattedDataSize(QFileInfo(mp_Run->getArgument(QStringLiteral("filename"))).size());
+    const qint64 frames = tov::util::FrameBacklog::totalTaken().frames - m_TakenBefore;
+    if (frames > 0)
+        figures << tr("%n frame(s)", nullptr, int(frames));
     const qint64 frameBytes = 4 * mp_Run->getArgument(QStringLiteral("width")).toLongLong() *
                               mp_Run->getArgument(QStringLiteral("height")).toLongLong();
     const qint64 waiting = mp_Space->getWaiting(mp_Run->getId());

@@ -1,0 +1,180 @@
+#include "app/viewer/lookpanel.h"
+
+#include "kernel/main/settings.h"
+#include "scene/drawing/scenedrawer.h"
+#include "scene/drawing/scenelook.h"
+#include "scene/view/viewer.h"
+
+#include <QCheckBox>
+#include <QColorDialog>
+#include <QComboBox>
+#include <QDoubleSpinBox>
+#include <QFileDialog>
+#include <QFormLayout>
+#include <QPushButton>
+#include <QSignalBlocker>
+#include <QVBoxLayout>
+
+namespace tov::viewer {
+
+using tov::scene::SceneDrawer;
+using tov::scene::SceneLook;
+using tov::scene::Viewer;
+
+namespace {
+
+const QString BackgroundKey = QStringLiteral("settings/background");
+const QString SamplesKey = QStringLiteral("settings/multisampling");
+
+QColor background()
+{
+    return SceneDrawer(Viewer::getInstance()->getGlobalScene()).getBackgroundColor();
+}
+
+template <typename Value>
+void select(QComboBox* box, Value value)
+{
+    const QSignalBlocker blocker(box);
+    box->setCurrentIndex(box->findData(int(value)));
+}
+
+} // namespace
+
+LookPanel::LookPanel(QWidget* parent) : QWidget(parent)
+{
+    setObjectName(QStringLiteral("LookPanel"));
+    createFields();
+    arrange();
+    refresh();
+}
+
+void LookPanel::createFields()
+{
+    mp_Light = new QComboBox(this);
+    mp_Light->setObjectName(QStringLiteral("Light"));
+    mp_Light->addItem(tr("Studio"), int(SceneLook::Light::Studio));
+    mp_Light->addItem(tr("Headlight"), int(SceneLook::Light::Headlight));
+    mp_Light->addItem(tr("None, plain colours"), int(SceneLook::Light::None));
+    mp_Light->addItem(tr("Environment picture ..."), int(SceneLook::Light::Environment));
+    connect(mp_Light, QOverload<int>::of(&QComboBox::activated), this, &LookPanel::chooseLight);
+    mp_Exposure = new QDoubleSpinBox(this);
+    mp_Exposure->setObjectName(QStringLiteral("Exposure"));
+    mp_Exposure->setRange(0.1, 10);
+    mp_Exposure->setSingleStep(0.1);
+    connect(mp_Exposure, QOverload<double>::of(&QDoubleSpinBox::valueChanged), this, &LookPanel::apply);
+    mp_Show = new QComboBox(this);
+    mp_Show->setObjectName(QStringLiteral("Show"));
+    mp_Show->addItem(tr("Surface"), int(SceneLook::Show::Surface));
+    mp_Show->addItem(tr("Surface with edges"), int(SceneLook::Show::SurfaceWithEdges));
+    mp_Show->addItem(tr("Wireframe"), int(SceneLook::Show::Wireframe));
+    mp_Show->addItem(tr("Points"), int(SceneLook::Show::Points));
+    mp_Edges = new QCheckBox(tr("Sharp and open edges"), this);
+    mp_Edges->setObjectName(QStringLiteral("FeatureEdges"));
+    mp_Flat = new QCheckBox(tr("Flat triangles"), this);
+    mp_Flat->setObjectName(QStringLiteral("Flat"));
+    for (QCheckBox* box : {mp_Edges, mp_Flat})
+        connect(box, &QCheckBox::toggled, this, &LookPanel::apply);
+    mp_Background = new QPushButton(this);
+    mp_Background->setObjectName(QStringLiteral("Background"));
+    connect(mp_Background, &QPushButton::clicked, this, &LookPanel::chooseBackground);
+    mp_Samples = new QComboBox(this);
+    mp_Samples->setObjectName(QStringLiteral("LookSamples"));
+    for (int count : {0, 2, 4, 8})
+        mp_Samples->addItem(count == 0 ? tr("Off") : tr("%1 samples").arg(count), count);
+    for (QComboBox* box : {mp_Show, mp_Samples})
+        connect(box, QOverload<int>::of(&QComboBox::currentIndexChanged), this, &LookPanel::apply);
+}
+
+void LookPanel::arrange()
+{
+    auto* form = new QFormLayout;
+    form->addRow(tr("Light:"), mp_Light);
+    form->addRow(tr("Exposure:"), mp_Exposure);
+    form->addRow(tr("Show:"), mp_Show);
+    form->addRow(QString(), mp_Edges);
+    form->addRow(QString(), mp_Flat);
+    form->addRow(tr("Background:"), mp_Background);
+    form->addRow(tr("Anti-aliasing:"), mp_Samples);
+    auto* standard = new QPushButton(tr("Reset"), this);
+    standard->setObjectName(QStringLiteral("ResetLook"));
+    connect(standard, &QPushButton::clicked, this, &LookPanel::reset);
+    auto* layout = new QVBoxLayout(this);
+    layout->addLayout(form);
+    layout->addWidget(standard, 0, Qt::AlignRight);
+    layout->addStretch(1);
+}
+
+void LookPanel::refresh()
+{
+    const SceneLook look = SceneDrawer::getLook();
+    select(mp_Light, look.light);
+    select(mp_Show, look.show);
+    select(mp_Samples, look.samples);
+    const QSignalBlocker exposure(mp_Exposure), edges(mp_Edges), flat(mp_Flat);
+    mp_Exposure->setValue(look.exposure);
+    mp_Exposure->setEnabled(look.light != SceneLook::Light::None);
+    mp_Edges->setChecked(look.hasFeatureEdges);
+    mp_Flat->setChecked(look.isFlat);
+    QPixmap swatch(32, 16);
+    swatch.fill(background());
+    mp_Background->setIcon(QIcon(swatch));
+    mp_Background->setIconSize(swatch.size());
+    mp_Background->setText(background().name());
+}
+
+void LookPanel::apply()
+{
+    SceneLook look = SceneDrawer::getLook();
+    look.exposure = mp_Exposure->value();
+    look.show = SceneLook::Show(mp_Show->currentData().toInt());
+    look.hasFeatureEdges = mp_Edges->isChecked();
+    look.isFlat = mp_Flat->isChecked();
+    look.samples = mp_Samples->currentData().toInt();
+    SceneDrawer::setLook(look);
+    tovSettings().setValue(SamplesKey, look.samples);
+    Viewer::getInstance()->redraw();
+}
+
+void LookPanel::chooseLight(int index)
+{
+    SceneLook look = SceneDrawer::getLook();
+    look.light = SceneLook::Light(mp_Light->itemData(index).toInt());
+    if (look.light == SceneLook::Light::Environment) {
+        const QString fileName =
+            QFileDialog::getOpenFileName(this, tr("Environment picture"), QString(), tr("Radiance pictures (*.hdr)"));
+        QString error;
+        if (!fileName.isEmpty())
+            look.environment = tov::scene::Environment::read(fileName, &error);
+        if (!error.isEmpty())
+            emit failed(error);
+        if (fileName.isEmpty() || !error.isEmpty()) {
+            refresh();
+            return;
+        }
+    }
+    SceneDrawer::setLook(look);
+    refresh();
+    Viewer::getInstance()->redraw();
+}
+
+void LookPanel::chooseBackground()
+{
+    const QColor color = QColorDialog::getColor(background(), this, tr("Background"));
+    if (!color.isValid())
+        return;
+    SceneDrawer::setBackgroundColor(color);
+    tovSettings().setValue(BackgroundKey, color.name());
+    refresh();
+    Viewer::getInstance()->redraw();
+}
+
+void LookPanel::reset()
+{
+    SceneLook look;
+    look.samples = SceneDrawer::getLook().samples;
+    SceneDrawer::setLook(look);
+    refresh();
+    Viewer::getInstance()->redraw();
+}
+
+} // namespace tov::viewer

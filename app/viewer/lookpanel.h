@@ -1,0 +1,44 @@
+#pragma once
+
+#include <QWidget>
+
+class QCheckBox;
+class QComboBox;
+class QDoubleSpinBox;
+class QPushButton;
+
+namespace tov::viewer {
+
+/// How the scene is drawn, changed live: light, exposure, show mode, edges, background and anti-aliasing. Pictures and
+/// videos look the same. Thread: application.
+class LookPanel : public QWidget
+{
+    Q_OBJECT
+public:
+    explicit LookPanel(QWidget* parent = nullptr);
+
+    /// Shows what is in use now.
+    void refresh();
+
+signals:
+    /// One line for the user.
+    void failed(const QString& message);
+
+private:
+    void createFields();
+    void arrange();
+    void apply();
+    void chooseLight(int index);
+    void chooseBackground();
+    void reset();
+
+    QComboBox* mp_Light = nullptr;
+    QDoubleSpinBox* mp_Exposure = nullptr;
+    QComboBox* mp_Show = nullptr;
+    QCheckBox* mp_Edges = nullptr;
+    QCheckBox* mp_Flat = nullptr;
+    QPushButton* mp_Background = nullptr;
+    QComboBox* mp_Samples = nullptr;
+};
+
+} // namespace tov::viewer
