@@ -17,6 +17,7 @@
 #include <QMessageBox>
 #include <QPushButton>
 
+#include <algorithm>
 #include <cmath>
 #include <vector>
 
@@ -70,7 +71,7 @@ QString adviceFor(const ParameterDialog& dialog)
     return QString();
 }
 
-/// Brings up the file name of a command text; empty when it has none.
+/// The file name in a command text; empty when it has none.
 QString fileNameIn(const tov::main::CommandText& text, const Command& prototype)
 {
     for (const auto& [name, value] : text.arguments.named)
@@ -84,6 +85,25 @@ QString fileNameIn(const tov::main::CommandText& text, const Command& prototype)
         if (parameter->getName() == FileNameParameter)
             return text.arguments.positional.value(position);
         ++position;
+    }
+    return QString();
+}
+
+/// The first mandatory argument that a command text leaves out and that has no default; empty when there is none.
+QString missingArgument(const tov::main::CommandText& text, const Command& prototype)
+{
+    const auto* set = prototype.getCurrentParameterSet();
+    if (!set)
+        return QString();
+    int position = 0;
+    for (const auto* parameter : set->getParameters()) {
+        const bool isGiven =
+            position++ < text.arguments.positional.size() ||
+            std::any_of(text.arguments.named.begin(), text.arguments.named.end(), [parameter](const auto& argument) {
+                return argument.first.compare(parameter->getName(), Qt::CaseInsensitive) == 0;
+            });
+        if (!isGiven && parameter->isMandatory() && parameter->getDefaultParameterForDefaultGUI().isEmpty())
+            return parameter->getName();
     }
     return QString();
 }
@@ -127,6 +147,11 @@ bool CommandStarter::startText(const QString& text, QString* error)
     std::vector<tov::main::CommandText> commands;
     if (tov::main::CommandParser::parse(text, commands, nullptr) && commands.size() == 1)
         if (const Command* prototype = processor->getPrimaryCommand(commands.front().name)) {
+            const QString missing = missingArgument(commands.front(), *prototype);
+            if (!missing.isEmpty()) {
+                *error = tr("%1: the argument \"%2\" is missing").arg(prototype->getDescriptor()->getName(), missing);
+                return false;
+            }
             const QString fileName = fileNameIn(commands.front(), *prototype);
             if (!fileName.isEmpty() && !tov::app::checkOutputFolder(fileName, error))
                 return false;

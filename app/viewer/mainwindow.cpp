@@ -194,12 +194,13 @@ void MainWindow::createCapture()
     auto* captureBar = addToolBar(tr("Capture"));
     captureBar->setObjectName(QStringLiteral("CaptureBar"));
     captureBar->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
-    auto* picture =
-        captureBar->addAction(glyphIcon(Glyph::ExportPicture), tr("Picture ..."), this, &MainWindow::exportPicture);
+    auto* picture = captureBar->addAction(glyphIcon(Glyph::ExportPicture), tr("Export picture ..."), this,
+                                          &MainWindow::exportPicture);
     picture->setObjectName(QStringLiteral("ExportPictureAction"));
     picture->setShortcut(QKeySequence(QStringLiteral("Ctrl+E")));
     picture->setToolTip(tr("Export a picture: size, transparency, quality (Ctrl+E)"));
-    auto* video = captureBar->addAction(glyphIcon(Glyph::ExportVideo), tr("Video ..."), this, &MainWindow::exportVideo);
+    auto* video =
+        captureBar->addAction(glyphIcon(Glyph::ExportVideo), tr("Export video ..."), this, &MainWindow::exportVideo);
     video->setObjectName(QStringLiteral("ExportVideoAction"));
     video->setShortcut(QKeySequence(QStringLiteral("Ctrl+Shift+E")));
     video->setToolTip(tr("Export a video: turntable, trajectory or free, size, format (Ctrl+Shift+E)"));

@@ -176,6 +176,8 @@ ParameterDialog::ParameterDialog(tov::main::Command* prototype, QWidget* parent)
             field->message = hint;
             column->addWidget(hint);
             auto* label = new QLabel(labelOf(*parameter), this);
+            // The label is centred on its editor, not on editor and hint together.
+            label->setMaximumHeight(editor->sizeHint().height());
             label->setBuddy(editor->focusProxy() ? editor->focusProxy() : editor);
             form->addRow(label, column);
 

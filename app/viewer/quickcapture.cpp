@@ -76,6 +76,7 @@ QuickCapture::QuickCapture(RecordedViews* recorded, SpaceWatch* space, std::func
     mp_Snapshot->setShortcut(QKeySequence(Qt::Key_F12));
     mp_Snapshot->setToolTip(tr("Save a picture of the active view, without a dialog (F12)"));
     connect(mp_Snapshot, &QAction::triggered, this, &QuickCapture::takeSnapshot);
+    connect(processor(), &CommandProcessor::runStarted, this, &QuickCapture::updateAvailability);
     connect(processor(), &CommandProcessor::runFinished, this, &QuickCapture::runFinished);
     connect(processor(), &CommandProcessor::commandEnabledChanged, this, &QuickCapture::updateAvailability);
     connect(processor(), &CommandProcessor::commandsChanged, this, &QuickCapture::updateAvailability);
@@ -101,7 +102,10 @@ void QuickCapture::updateAvailability()
 {
     mp_Snapshot->setEnabled(isEnabled(PictureCommand));
     // A recording that runs can be stopped although its view cannot be recorded again.
-    mp_Record->setEnabled(mp_Run || isEnabled(VideoCommand));
+    const bool isRecorded = mp_Run || mp_Recorded->isRecorded(tov::scene::Viewer::getInstance()->getActivePanel());
+    mp_Record->setEnabled(isRecorded || isEnabled(VideoCommand));
+    mp_Record->setChecked(isRecorded);
+    mp_Record->setText(isRecorded ? tr("Stop") : tr("Record"));
 }
 
 void QuickCapture::takeSnapshot()
@@ -126,7 +130,7 @@ void QuickCapture::toggleRecording()
         run->stop();
     else
         startRecording();
-    mp_Record->setChecked(mp_Run != nullptr);
+    updateAvailability();
 }
 
 void QuickCapture::startRecording()
@@ -156,14 +160,12 @@ void QuickCapture::startRecording()
 
 void QuickCapture::runFinished(const CommandRunPointer& run)
 {
-    if (run != mp_Run)
-        return;
-    mp_Run.reset();
-    m_Refresh.stop();
-    mp_Record->setChecked(false);
-    mp_Record->setText(tr("Record"));
-    if (mp_FiguresPlace)
-        mp_FiguresPlace->setVisible(false);
+    if (run == mp_Run) {
+        mp_Run.reset();
+        m_Refresh.stop();
+        if (mp_FiguresPlace)
+            mp_FiguresPlace->setVisible(false);
+    }
     updateAvailability();
 }
 
@@ -188,7 +190,6 @@ void QuickCapture::showFigures()
     const QString separator = QStringLiteral(" ") + QChar(0xB7) + QLatin1Char(' ');
     mp_Figures->setText(QStringLiteral("<span style='color:#e02828'>&#9679;</span> ") +
                         figures.join(separator).toHtmlEscaped());
-    mp_Record->setText(tr("Stop"));
     mp_FiguresPlace->setVisible(true);
 }
 

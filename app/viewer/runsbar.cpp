@@ -1,7 +1,9 @@
 #include "app/viewer/runsbar.h"
 
+#include "app/common/runoutcome.h"
 #include "kernel/workers/overseer.h"
 
+#include <QFileInfo>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QProgressBar>
@@ -17,6 +19,16 @@ namespace {
 
 constexpr int ShowAfterMs = 200;
 constexpr qint64 StopPatienceMs = 10000;
+
+/// A run in the user's words: the file that it makes, else what its command says.
+QString describe(const tov::main::CommandRun& run)
+{
+    const QString fileName = QFileInfo(run.getArgument(QStringLiteral("filename"))).fileName();
+    if (!fileName.isEmpty())
+        return tov::app::RunWatcher::isRecording(run) ? RunsBar::tr("Video %1").arg(fileName)
+                                                      : RunsBar::tr("Picture %1").arg(fileName);
+    return run.getText().isEmpty() ? run.getCommandName() : run.getText();
+}
 
 } // namespace
 
@@ -63,15 +75,15 @@ RunsBar::RunsBar(QWidget* parent) : QWidget(parent)
                 strong->stop();
         });
         m_Rows[run->getId()].reset(row);
-        updateRow(*row, run->getText().isEmpty() ? run->getCommandName() : run->getText(), run->getProcessed());
+        updateRow(*row, describe(*run), run->getProcessed());
     });
     connect(processor, &CommandProcessor::runChanged, this, [this](const CommandRunPointer& run) {
         const auto found = m_Rows.find(run->getId());
         if (found == m_Rows.end())
             return;
         Row& row = *found->second;
-        updateRow(row, run->getText().isEmpty() ? run->getCommandName() : run->getText(),
-                  row.hasDialog ? row.percent : run->getProcessed());
+        updateRow(row, describe(*run), row.hasDialog ? row.percent : run->getProcessed());
+        row.text->setToolTip(run->getText());
     });
     connect(processor, &CommandProcessor::runFinished, this, [this](const CommandRunPointer& run) {
         m_Rows.erase(run->getId());
@@ -120,7 +132,7 @@ RunsBar::Row* RunsBar::addRow(const QString& text, std::function<void()> stop)
     row->hint = new QLabel(row->widget);
     row->hint->setObjectName(QStringLiteral("RoomLabel"));
     row->hint->setMinimumWidth(100);
-    row->hint->setToolTip(tr("Room on the disk that it writes to, and about how much has not been encoded yet"));
+    row->hint->setToolTip(tr("Free space on the disk that it writes to, and about how much waits to be encoded"));
     row->stop = new QPushButton(tr("Stop"), row->widget);
     row->stop->setObjectName(QStringLiteral("StopButton"));
     row->stop->setAutoDefault(false);

@@ -14,8 +14,8 @@ class QVBoxLayout;
 
 namespace tov::viewer {
 
-/// Shows what is running: a row each with text, progress, time left and a Stop button; hidden while nothing runs. What
-/// ends within a fifth of a second is not shown. Progress dialogs that commands open are shown in their rows.
+/// Shows what is running: a row each with its file, progress, time left and a Stop button; hidden while nothing runs.
+/// Runs shorter than a fifth of a second are not shown. Progress dialogs that commands open are shown in their rows.
 /// Thread: application.
 class RunsBar : public QWidget
 {
@@ -24,12 +24,12 @@ public:
     explicit RunsBar(QWidget* parent = nullptr);
     ~RunsBar() override;
 
-    /// Adds a row for work that is no command, e.g. opening files. Returns its number.
+    /// Adds a row for work that is not a command, e.g. opening files. Returns its number.
     quint64 addTask(const QString& text, std::function<void()> stop);
     /// `percent` -1 = busy.
     void updateTask(quint64 task, const QString& text, int percent);
     void removeTask(quint64 task);
-    /// A short remark beside a run's time.
+    /// A short remark next to a run's time.
     void setHint(quint64 run, const QString& hint);
     /// The rows, shown or about to be.
     int getRowCount() const;

@@ -207,3 +207,21 @@ TEST_F(WindowDialogs, DialogsAreUsedFromTheKeyboard)
         dialog->close();
     });
 }
+
+TEST_F(WindowDialogs, LabelsAreOnTheLinesOfTheirEditors)
+{
+    openSample();
+    for (const char* command : {"Image", "Video", "Video settings"})
+        triggerWithDialog(menuAction("Grab", command), "ParameterDialog", [&](QWidget* dialog) {
+            int compared = 0;
+            for (const auto* label : dialog->findChildren<QLabel*>())
+                if (const QWidget* editor = label->buddy()) {
+                    const int labelMiddle = label->mapTo(dialog, label->rect().center()).y();
+                    const int editorMiddle = editor->mapTo(dialog, editor->rect().center()).y();
+                    EXPECT_NEAR(labelMiddle, editorMiddle, 2) << label->text().toStdString();
+                    ++compared;
+                }
+            EXPECT_GT(compared, 1);
+            dialog->close();
+        });
+}
