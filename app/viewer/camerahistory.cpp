@@ -5,18 +5,19 @@
 namespace tov::viewer {
 
 using tov::gui::ScenePanel;
+using tov::scene::Camera;
 
 namespace {
 
 constexpr std::size_t MaxStates = 200;
 
-template <typename Matrix>
-bool isSame(const Matrix& a, const Matrix& b)
+bool isSame(const Camera& a, const Camera& b)
 {
     for (unsigned int i = 0; i < 16; ++i)
-        if (a(i / 4, i % 4) != b(i / 4, i % 4))
+        if (a.rotation(i / 4, i % 4) != b.rotation(i / 4, i % 4))
             return false;
-    return true;
+    return a.target == b.target && a.distance == b.distance && a.fieldOfView == b.fieldOfView &&
+           a.orthographic == b.orthographic;
 }
 
 } // namespace
@@ -28,7 +29,7 @@ void CameraHistory::watch(ScenePanel* view)
     if (m_Histories.count(view) != 0)
         return;
     History& history = m_Histories[view];
-    history.states = {view->getScaledTransformMatrix()};
+    history.states = {view->getCamera()};
     history.pause = new QTimer(this);
     history.pause->setSingleShot(true);
     connect(history.pause, &QTimer::timeout, this, [this, view] { settle(view); });
@@ -49,7 +50,7 @@ void CameraHistory::watch(ScenePanel* view)
 void CameraHistory::settle(ScenePanel* view)
 {
     History& history = m_Histories[view];
-    const Camera now = view->getScaledTransformMatrix();
+    const Camera now = view->getCamera();
     if (isSame(now, history.states[history.current]))
         return;
     // A new movement ends what could be redone.
@@ -98,7 +99,7 @@ void CameraHistory::go(ScenePanel* view, int step)
         return;
     history.current = static_cast<std::size_t>(target);
     m_Restoring = true;
-    view->setScaledTransformMatrix(history.states[history.current]);
+    view->setCamera(history.states[history.current]);
     m_Restoring = false;
 }
 

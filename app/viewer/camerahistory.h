@@ -1,6 +1,6 @@
 #pragma once
 
-#include "kernel/math/matrix.h"
+#include "scene/view/camera.h"
 
 #include <QObject>
 #include <QPointer>
@@ -33,10 +33,9 @@ public:
     void setPause(int milliseconds) { m_PauseMs = milliseconds; }
 
 private:
-    typedef tov::math::Matrix<double, 4u, 4u> Camera;
     struct History
     {
-        std::vector<Camera> states; ///< oldest first; never empty
+        std::vector<tov::scene::Camera> states; ///< oldest first; never empty
         std::size_t current = 0;
         QTimer* pause = nullptr; ///< child of this object
     };

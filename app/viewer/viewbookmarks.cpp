@@ -46,8 +46,8 @@ void ViewBookmarks::add()
                                                         Qt::SmoothTransformation);
     const QRect middle((shown.width() - IconEdge * 2) / 2, (shown.height() - IconEdge * 2) / 2, IconEdge * 2,
                        IconEdge * 2);
-    m_Bookmarks.push_back({tr("View %1").arg(m_NextNumber++), QIcon(QPixmap::fromImage(shown.copy(middle))),
-                           view->getScaledTransformMatrix()});
+    m_Bookmarks.push_back(
+        {tr("View %1").arg(m_NextNumber++), QIcon(QPixmap::fromImage(shown.copy(middle))), view->getCamera()});
     fill();
 }
 
@@ -55,7 +55,7 @@ void ViewBookmarks::go(std::size_t index)
 {
     auto* view = m_ActiveView();
     if (view && index < m_Bookmarks.size())
-        view->setScaledTransformMatrix(m_Bookmarks[index].camera);
+        view->setCamera(m_Bookmarks[index].camera);
 }
 
 void ViewBookmarks::fill()

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "kernel/math/matrix.h"
+#include "scene/view/camera.h"
 
 #include <QIcon>
 #include <QMenu>
@@ -34,7 +34,7 @@ private:
     {
         QString name;
         QIcon picture;
-        tov::math::Matrix<double, 4u, 4u> camera;
+        tov::scene::Camera camera;
     };
     void fill();
 

@@ -17,6 +17,7 @@
 #include <QAction>
 #include <QActionGroup>
 #include <QDockWidget>
+#include <QInputDialog>
 #include <QMenu>
 
 namespace tov::viewer {

@@ -13,6 +13,7 @@
 #include "trajectory/trajectoryhandler.h"
 
 #include <QDockWidget>
+#include <QDoubleSpinBox>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QMenu>
@@ -478,4 +479,20 @@ TEST_F(WindowPanels, ThePaletteFindsAnyAction)
         QTest::keyClick(search, Qt::Key_Return);
     });
     EXPECT_FALSE(same(before, panel()->getScaledTransformMatrix()));
+}
+
+TEST_F(WindowPanels, TheLensIsChangedByMenu)
+{
+    openSample();
+    QTest::keyClick(panel(), Qt::Key_O);
+    EXPECT_TRUE(panel()->isOrthographic());
+    QTest::keyClick(panel(), Qt::Key_O);
+    EXPECT_FALSE(panel()->isOrthographic());
+    triggerWithDialog(menuAction("View", "Field of view"), "QInputDialog", [](QWidget* dialog) {
+        auto* box = dialog->findChild<QDoubleSpinBox*>();
+        ASSERT_NE(box, nullptr);
+        box->setValue(20);
+        QTest::keyClick(box, Qt::Key_Return);
+    });
+    EXPECT_NEAR(panel()->getFieldOfView(), 20, 1e-6);
 }
