@@ -147,6 +147,25 @@ void WindowMenus::addCameraActions()
                                     onActiveView([history](ScenePanel* view) { history->redo(view); }),
                                     QKeySequence(QStringLiteral("Alt+Right")));
     redo->setObjectName(QStringLiteral("RedoCameraAction"));
+    auto* orthographic =
+        mp_View->addAction(tr("&Orthographic"), this,
+                           onActiveView([](ScenePanel* view) { view->setOrthographic(!view->isOrthographic()); }),
+                           QKeySequence(Qt::Key_O));
+    orthographic->setObjectName(QStringLiteral("OrthographicAction"));
+    orthographic->setCheckable(true);
+    connect(mp_View, &QMenu::aboutToShow, orthographic, [orthographic, grid = mp_Window->getPanelGrid()] {
+        const auto* view = grid->getActivePanel();
+        orthographic->setChecked(view && view->isOrthographic());
+    });
+    const auto askForAngle = [this](ScenePanel* view) {
+        bool accepted = false;
+        const double degrees = QInputDialog::getDouble(mp_Window, tr("Field of view"), tr("Vertical angle in degrees:"),
+                                                       view->getFieldOfView(), tov::scene::Camera::MinFieldOfView,
+                                                       tov::scene::Camera::MaxFieldOfView, 1, &accepted);
+        if (accepted)
+            view->setFieldOfView(degrees);
+    };
+    mp_View->addAction(tr("Field of &view ..."), this, onActiveView(askForAngle));
     mp_View->addMenu(new ViewBookmarks(
         tr("&Bookmarks"), [grid = mp_Window->getPanelGrid()] { return grid->getActivePanel(); }, mp_Window));
 }
