@@ -67,6 +67,12 @@ bool CameraHistory::canUndo(const ScenePanel* view) const
     return found != m_Histories.end() && (found->second.current > 0 || found->second.pause->isActive());
 }
 
+bool CameraHistory::isMoving(const ScenePanel* view) const
+{
+    const auto found = m_Histories.find(view);
+    return found != m_Histories.end() && found->second.pause->isActive();
+}
+
 bool CameraHistory::canRedo(const ScenePanel* view) const
 {
     const auto found = m_Histories.find(view);

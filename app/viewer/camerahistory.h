@@ -26,6 +26,8 @@ public:
     /// Follows a view from now on, until it is destroyed.
     void watch(tov::gui::ScenePanel* view);
     bool canUndo(const tov::gui::ScenePanel* view) const;
+    /// Whether a movement has not ended yet.
+    bool isMoving(const tov::gui::ScenePanel* view) const;
     bool canRedo(const tov::gui::ScenePanel* view) const;
     void undo(tov::gui::ScenePanel* view);
     void redo(tov::gui::ScenePanel* view);

@@ -1,6 +1,6 @@
 #include "app/viewer/videoexport.h"
 
-#include "app/cli/videoverb.h"
+#include "app/cli/videoformats.h"
 #include "app/common/filesnapshot.h"
 #include "app/common/spacewatch.h"
 #include "kernel/commands/commandprocessor.h"

@@ -256,10 +256,11 @@ TEST_F(WindowCommands, ConsoleMakesAPictureAndTellsMistakes)
     EXPECT_TRUE(line->text().isEmpty());
     enter("grabpicture");
     EXPECT_TRUE(lastLine().contains("There is no command \"grabpicture\"")) << lastLine().toStdString();
-    enter("grabimage width=abc");
+    const QString wrong = QString("grabimage filename=\"%1\" width=abc").arg(file("wrong.png"));
+    enter(wrong);
     EXPECT_TRUE(lastLine().contains("width")) << lastLine().toStdString();
     QTest::keyClick(line, Qt::Key_Up);
-    EXPECT_EQ(line->text(), QStringLiteral("grabimage width=abc"));
+    EXPECT_EQ(line->text(), wrong);
     QTest::keyClick(line, Qt::Key_Up);
     EXPECT_EQ(line->text(), QStringLiteral("grabpicture"));
     QTest::keyClick(line, Qt::Key_Down);
