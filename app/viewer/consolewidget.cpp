@@ -132,11 +132,8 @@ QVariant LogModel::data(const QModelIndex& index, int role) const
     case DetailRole:
         return record.file.isEmpty() ? QVariant()
                                      : QVariant(QStringLiteral("%1 (%2)  %3:%4 %5")
-                                                    .arg(levelName(record.level))
-                                                    .arg(record.level)
-                                                    .arg(record.file)
-                                                    .arg(record.line)
-                                                    .arg(record.function));
+                                                    .arg(levelName(record.level), QString::number(record.level),
+                                                         record.file, QString::number(record.line), record.function));
     case LevelRole:
         return record.level;
     default:

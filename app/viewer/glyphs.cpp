@@ -31,6 +31,37 @@ void arrowHead(QPainter& painter, const QPointF& tip, double degrees, double len
     painter.drawPolygon(QPolygonF({tip, turned(-length, -length * 0.6), turned(-length, length * 0.6)}));
 }
 
+/// The glyphs of pictures and videos, with the pen of the others.
+void paintCaptureGlyph(QPainter& painter, Glyph glyph, const QColor& color)
+{
+    switch (glyph) {
+    case Glyph::Record:
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(QColor(224, 40, 40, color.alpha()));
+        painter.drawEllipse(QPointF(12, 12), 7, 7);
+        break;
+    case Glyph::Snapshot:
+        painter.drawRoundedRect(QRectF(2.5, 7, 19, 12.5), 2, 2);
+        painter.drawPolyline(QPolygonF({QPointF(8, 7), QPointF(9.5, 4.5), QPointF(14.5, 4.5), QPointF(16, 7)}));
+        painter.drawEllipse(QPointF(12, 13), 3.6, 3.6);
+        break;
+    case Glyph::ExportPicture:
+        painter.drawRoundedRect(QRectF(3, 4.5, 18, 15), 1.5, 1.5);
+        painter.drawPolyline(
+            QPolygonF({QPointF(4, 18), QPointF(9.5, 11), QPointF(13, 15), QPointF(16, 12.5), QPointF(20, 17)}));
+        painter.drawEllipse(QPointF(16, 8.5), 1.3, 1.3);
+        break;
+    case Glyph::ExportVideo:
+        painter.drawRoundedRect(QRectF(3, 4.5, 18, 15), 1.5, 1.5);
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(color);
+        painter.drawPolygon(QPolygonF({QPointF(10, 8.5), QPointF(16, 12), QPointF(10, 15.5)}));
+        break;
+    default:
+        break;
+    }
+}
+
 void paintGlyph(QPainter& painter, Glyph glyph, const QColor& color)
 {
     QPen pen(color, 1.8, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin);
@@ -99,27 +130,8 @@ void paintGlyph(QPainter& painter, Glyph glyph, const QColor& color)
     case Glyph::Done:
         painter.drawPolyline(QPolygonF({QPointF(4.5, 12.5), QPointF(9.8, 18), QPointF(19.5, 6.5)}));
         break;
-    case Glyph::Record:
-        painter.setPen(Qt::NoPen);
-        painter.setBrush(QColor(224, 40, 40, color.alpha()));
-        painter.drawEllipse(QPointF(12, 12), 7, 7);
-        break;
-    case Glyph::Snapshot:
-        painter.drawRoundedRect(QRectF(2.5, 7, 19, 12.5), 2, 2);
-        painter.drawPolyline(QPolygonF({QPointF(8, 7), QPointF(9.5, 4.5), QPointF(14.5, 4.5), QPointF(16, 7)}));
-        painter.drawEllipse(QPointF(12, 13), 3.6, 3.6);
-        break;
-    case Glyph::ExportPicture:
-        painter.drawRoundedRect(QRectF(3, 4.5, 18, 15), 1.5, 1.5);
-        painter.drawPolyline(
-            QPolygonF({QPointF(4, 18), QPointF(9.5, 11), QPointF(13, 15), QPointF(16, 12.5), QPointF(20, 17)}));
-        painter.drawEllipse(QPointF(16, 8.5), 1.3, 1.3);
-        break;
-    case Glyph::ExportVideo:
-        painter.drawRoundedRect(QRectF(3, 4.5, 18, 15), 1.5, 1.5);
-        filled();
-        painter.drawPolygon(QPolygonF({QPointF(10, 8.5), QPointF(16, 12), QPointF(10, 15.5)}));
-        break;
+    default:
+        paintCaptureGlyph(painter, glyph, color);
     }
 }
 

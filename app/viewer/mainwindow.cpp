@@ -85,7 +85,7 @@ MainWindow::MainWindow(const tov::main::ModuleLoader* loader, QWidget* parent)
     createDocks();
     connectOpener();
     createCapture();
-    mp_Menus = new WindowMenus(this);
+    createMenus();
     mp_Actions->rebuild();
     mp_Layout->restore();
     if (mp_Grid->getPanelCount() == 0)
@@ -213,6 +213,15 @@ void MainWindow::createCapture()
                                       QString::number(size.width()), QString::number(size.height())),
                              name);
     });
+}
+
+void MainWindow::createMenus()
+{
+    mp_Menus =
+        new WindowMenus({this, mp_Grid, mp_Actions, mp_Recent, mp_Trajectory, mp_Capture, mp_Cameras,
+                         [this] { chooseFiles(); }, [this] { copyViewToClipboard(); }, [this] { showCommandPalette(); },
+                         [this](int count) { showViews(count); }, [this](ScenePanel* view) { closeView(view); },
+                         [this](bool full) { setFullScreen(full); }, [this] { return getLoadFailures(); }});
 }
 
 void MainWindow::connectOpener()

@@ -105,6 +105,7 @@ private:
     void createSidePanels();
     QDockWidget* addDock(const QString& title, const char* name, QWidget* content, Qt::DockWidgetArea area);
     void createCapture();
+    void createMenus();
     void connectOpener();
     void showOpenedModels(const QStringList& fileNames);
     void openTrajectory(const QString& fileName);

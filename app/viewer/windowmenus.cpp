@@ -4,7 +4,6 @@
 #include "app/viewer/commandactions.h"
 #include "app/viewer/dialogs.h"
 #include "app/viewer/glyphs.h"
-#include "app/viewer/mainwindow.h"
 #include "app/viewer/panelgrid.h"
 #include "app/viewer/quickcapture.h"
 #include "app/viewer/recentfiles.h"
@@ -18,6 +17,7 @@
 #include <QActionGroup>
 #include <QDockWidget>
 #include <QInputDialog>
+#include <QMainWindow>
 #include <QMenu>
 
 namespace tov::viewer {
@@ -36,7 +36,7 @@ enum MenuPosition
 
 } // namespace
 
-WindowMenus::WindowMenus(MainWindow* window) : QObject(window), mp_Window(window)
+WindowMenus::WindowMenus(WindowParts parts) : QObject(parts.window), m_Parts(std::move(parts))
 {
     createFileMenu();
     createViewMenu();
@@ -45,7 +45,7 @@ WindowMenus::WindowMenus(MainWindow* window) : QObject(window), mp_Window(window
 
 std::function<void()> WindowMenus::onActiveView(std::function<void(ScenePanel*)> function) const
 {
-    return [grid = mp_Window->getPanelGrid(), function = std::move(function)] {
+    return [grid = m_Parts.grid, function = std::move(function)] {
         if (auto* view = grid->getActivePanel())
             function(view);
     };
@@ -53,34 +53,34 @@ std::function<void()> WindowMenus::onActiveView(std::function<void(ScenePanel*)>
 
 void WindowMenus::createFileMenu()
 {
-    mp_File = mp_Window->getActions()->addOwnMenu(tr("&File"), FileMenu);
-    auto* open = mp_File->addAction(glyphIcon(Glyph::Open), tr("&Open ..."), mp_Window, &MainWindow::chooseFiles,
-                                    QKeySequence::Open);
+    mp_File = m_Parts.actions->addOwnMenu(tr("&File"), FileMenu);
+    auto* open =
+        mp_File->addAction(glyphIcon(Glyph::Open), tr("&Open ..."), this, m_Parts.chooseFiles, QKeySequence::Open);
     open->setObjectName(QStringLiteral("OpenAction"));
-    mp_File->addMenu(mp_Window->getRecentFiles());
-    auto* trajectory = mp_Window->getTrajectoryBar();
+    mp_File->addMenu(m_Parts.recent);
+    auto* trajectory = m_Parts.trajectory;
     mp_File->addAction(tr("Open &trajectory ..."), trajectory, &TrajectoryBar::chooseFile,
                        QKeySequence(QStringLiteral("Ctrl+T")));
     mp_File->addSeparator();
-    mp_File->addAction(tr("&Copy view to clipboard"), mp_Window, &MainWindow::copyViewToClipboard,
+    mp_File->addAction(tr("&Copy view to clipboard"), this, m_Parts.copyView,
                        QKeySequence(QStringLiteral("Ctrl+Shift+C")));
-    mp_File->addAction(mp_Window->findChild<QAction*>(QStringLiteral("ExportPictureAction")));
-    mp_File->addAction(mp_Window->findChild<QAction*>(QStringLiteral("ExportVideoAction")));
-    mp_File->addAction(mp_Window->getCapture()->getSnapshotAction());
-    mp_File->addAction(mp_Window->getCapture()->getRecordAction());
+    mp_File->addAction(m_Parts.window->findChild<QAction*>(QStringLiteral("ExportPictureAction")));
+    mp_File->addAction(m_Parts.window->findChild<QAction*>(QStringLiteral("ExportVideoAction")));
+    mp_File->addAction(m_Parts.capture->getSnapshotAction());
+    mp_File->addAction(m_Parts.capture->getRecordAction());
     mp_File->addSeparator();
     auto* preferences = mp_File->addAction(tr("&Preferences ..."), this, [this] {
-        PreferencesDialog dialog(mp_Window->getActions()->getSettings(), mp_Window);
+        PreferencesDialog dialog(m_Parts.actions->getSettings(), m_Parts.window);
         dialog.exec();
     });
     preferences->setObjectName(QStringLiteral("PreferencesAction"));
     mp_File->addSeparator();
-    mp_File->addAction(tr("&Quit"), mp_Window, &QWidget::close, QKeySequence::Quit);
+    mp_File->addAction(tr("&Quit"), m_Parts.window, &QWidget::close, QKeySequence::Quit);
 }
 
 void WindowMenus::createViewMenu()
 {
-    mp_View = mp_Window->getActions()->addOwnMenu(tr("&View"), ViewMenu);
+    mp_View = m_Parts.actions->addOwnMenu(tr("&View"), ViewMenu);
     addViewCounts();
     mp_View->addSeparator();
     addStandardViews();
@@ -91,7 +91,7 @@ void WindowMenus::createViewMenu()
     mp_View->addSeparator();
     addDocks();
     mp_View->addSeparator();
-    auto* fullScreen = mp_View->addAction(tr("F&ull screen"), mp_Window, &MainWindow::setFullScreen);
+    auto* fullScreen = mp_View->addAction(tr("F&ull screen"), this, m_Parts.setFullScreen);
     fullScreen->setObjectName(QStringLiteral("FullScreenAction"));
     fullScreen->setCheckable(true);
     fullScreen->setShortcut(QKeySequence(Qt::Key_F11));
@@ -99,11 +99,11 @@ void WindowMenus::createViewMenu()
 
 void WindowMenus::addViewCounts()
 {
-    auto* grid = mp_Window->getPanelGrid();
+    auto* grid = m_Parts.grid;
     auto* group = new QActionGroup(this);
     for (int count : {1, 2, 4}) {
         auto* action = mp_View->addAction(count == 1 ? tr("One view") : tr("%1 views").arg(count), this,
-                                          [this, count] { mp_Window->showViews(count); });
+                                          [this, count] { m_Parts.showViews(count); });
         action->setShortcut(QKeySequence(QStringLiteral("Ctrl+%1").arg(count)));
         action->setCheckable(true);
         action->setChecked(grid->getPanelCount() == count);
@@ -118,8 +118,7 @@ void WindowMenus::addViewCounts()
             if (action->data().toInt() == grid->getPanelCount())
                 action->setChecked(true);
     });
-    auto* close = mp_View->addAction(tr("Close view"), this,
-                                     onActiveView([window = mp_Window](ScenePanel* view) { window->closeView(view); }),
+    auto* close = mp_View->addAction(tr("Close view"), this, onActiveView(m_Parts.closeView),
                                      QKeySequence(QStringLiteral("Ctrl+W")));
     close->setObjectName(QStringLiteral("CloseViewAction"));
     close->setEnabled(grid->getPanelCount() > 1);
@@ -138,7 +137,7 @@ void WindowMenus::addStandardViews()
 
 void WindowMenus::addCameraActions()
 {
-    auto* history = mp_Window->getCameraHistory();
+    auto* history = m_Parts.cameras;
     auto* undo = mp_View->addAction(tr("&Undo camera movement"), this,
                                     onActiveView([history](ScenePanel* view) { history->undo(view); }),
                                     QKeySequence(QStringLiteral("Alt+Left")));
@@ -153,26 +152,26 @@ void WindowMenus::addCameraActions()
                            QKeySequence(Qt::Key_O));
     orthographic->setObjectName(QStringLiteral("OrthographicAction"));
     orthographic->setCheckable(true);
-    connect(mp_View, &QMenu::aboutToShow, orthographic, [orthographic, grid = mp_Window->getPanelGrid()] {
+    connect(mp_View, &QMenu::aboutToShow, orthographic, [orthographic, grid = m_Parts.grid] {
         const auto* view = grid->getActivePanel();
         orthographic->setChecked(view && view->isOrthographic());
     });
     const auto askForAngle = [this](ScenePanel* view) {
         bool accepted = false;
-        const double degrees = QInputDialog::getDouble(mp_Window, tr("Field of view"), tr("Vertical angle in degrees:"),
-                                                       view->getFieldOfView(), tov::scene::Camera::MinFieldOfView,
-                                                       tov::scene::Camera::MaxFieldOfView, 1, &accepted);
+        const double degrees = QInputDialog::getDouble(
+            m_Parts.window, tr("Field of view"), tr("Vertical angle in degrees:"), view->getFieldOfView(),
+            tov::scene::Camera::MinFieldOfView, tov::scene::Camera::MaxFieldOfView, 1, &accepted);
         if (accepted)
             view->setFieldOfView(degrees);
     };
     mp_View->addAction(tr("Field of &view ..."), this, onActiveView(askForAngle));
     mp_View->addMenu(new ViewBookmarks(
-        tr("&Bookmarks"), [grid = mp_Window->getPanelGrid()] { return grid->getActivePanel(); }, mp_Window));
+        tr("&Bookmarks"), [grid = m_Parts.grid] { return grid->getActivePanel(); }, m_Parts.window));
 }
 
 void WindowMenus::addGuides()
 {
-    auto* grid = mp_Window->getPanelGrid();
+    auto* grid = m_Parts.grid;
     auto* menu = mp_View->addMenu(tr("&Guide for pictures and videos"));
     menu->setObjectName(QStringLiteral("GuideMenu"));
     auto* group = new QActionGroup(this);
@@ -200,33 +199,33 @@ void WindowMenus::addGuides()
 
 void WindowMenus::addDocks()
 {
-    for (auto* dock : mp_Window->findChildren<QDockWidget*>())
+    for (auto* dock : m_Parts.window->findChildren<QDockWidget*>())
         mp_View->addAction(dock->toggleViewAction());
-    mp_View->addAction(mp_Window->getTrajectoryBar()->toggleViewAction());
+    mp_View->addAction(m_Parts.trajectory->toggleViewAction());
 }
 
 void WindowMenus::createHelpMenu()
 {
-    mp_Help = mp_Window->getActions()->addOwnMenu(tr("&Help"), HelpMenu);
+    mp_Help = m_Parts.actions->addOwnMenu(tr("&Help"), HelpMenu);
     auto* keys = mp_Help->addAction(
         tr("&Keys and mouse ..."), this,
         [this] {
-            ShortcutsDialog dialog(mp_Window->findChildren<QAction*>(), mp_Window);
+            ShortcutsDialog dialog(m_Parts.window->findChildren<QAction*>(), m_Parts.window);
             dialog.exec();
         },
         QKeySequence::HelpContents);
     keys->setObjectName(QStringLiteral("ShortcutsAction"));
-    auto* palette = mp_Help->addAction(tr("&Find a command ..."), mp_Window, &MainWindow::showCommandPalette,
+    auto* palette = mp_Help->addAction(tr("&Find a command ..."), this, m_Parts.showPalette,
                                        QKeySequence(QStringLiteral("Ctrl+K")));
     palette->setObjectName(QStringLiteral("PaletteAction"));
     mp_Help->addSeparator();
     auto* modules = mp_Help->addAction(tr("About &modules ..."), this, [this] {
-        AboutModulesDialog dialog(mp_Window->getLoadFailures(), mp_Window);
+        AboutModulesDialog dialog(m_Parts.loadFailures(), m_Parts.window);
         dialog.exec();
     });
     modules->setObjectName(QStringLiteral("AboutModulesAction"));
     auto* about = mp_Help->addAction(tr("&About tov ..."), this, [this] {
-        AboutDialog dialog(mp_Window);
+        AboutDialog dialog(m_Parts.window);
         dialog.exec();
     });
     about->setObjectName(QStringLiteral("AboutAction"));

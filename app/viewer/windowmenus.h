@@ -1,10 +1,14 @@
 #pragma once
 
+#include "kernel/modules/moduleloader.h"
+
 #include <QObject>
 
 #include <functional>
+#include <vector>
 
 class QAction;
+class QMainWindow;
 class QMenu;
 
 namespace tov::gui {
@@ -13,14 +17,38 @@ class ScenePanel;
 
 namespace tov::viewer {
 
-class MainWindow;
+class CameraHistory;
+class CommandActions;
+class PanelGrid;
+class QuickCapture;
+class RecentFiles;
+class TrajectoryBar;
+
+/// What the menus act on. All of it must outlive the menus.
+struct WindowParts
+{
+    QMainWindow* window;
+    PanelGrid* grid;
+    CommandActions* actions;
+    RecentFiles* recent;
+    TrajectoryBar* trajectory;
+    QuickCapture* capture;
+    CameraHistory* cameras;
+    std::function<void()> chooseFiles;
+    std::function<void()> copyView;
+    std::function<void()> showPalette;
+    std::function<void(int)> showViews;
+    std::function<void(tov::gui::ScenePanel*)> closeView;
+    std::function<void(bool)> setFullScreen;
+    std::function<std::vector<tov::main::LoadFailure>()> loadFailures;
+};
 
 /// The window's own menus (File, View, Help); the modules' menus stand between them. Thread: application.
 class WindowMenus : public QObject
 {
     Q_OBJECT
 public:
-    explicit WindowMenus(MainWindow* window);
+    explicit WindowMenus(WindowParts parts);
 
     QMenu* getFileMenu() const { return mp_File; }
     QMenu* getViewMenu() const { return mp_View; }
@@ -38,7 +66,7 @@ private:
     /// A slot that calls `function` with the active view, if there is one.
     std::function<void()> onActiveView(std::function<void(tov::gui::ScenePanel*)> function) const;
 
-    MainWindow* mp_Window; ///< not owned
+    WindowParts m_Parts;
     QMenu* mp_File = nullptr;
     QMenu* mp_View = nullptr;
     QMenu* mp_Help = nullptr;
