@@ -28,7 +28,7 @@ public:
     /// `run` is called with the prototype that a person chose.
     CommandActions(QMainWindow* window, std::function<void(tov::main::Command*)> run);
 
-    /// Builds menus and tool bars anew. Menus of the window's own keep their places: a menu whose action carries the
+    /// Builds menus and tool bars again. Menus of the window's own keep their places: a menu whose action carries the
     /// dynamic property "position" is sorted by it.
     void rebuild();
     /// The settings commands by group, in order.

@@ -45,7 +45,7 @@ struct RunsBar::Row
     qint64 percentSince = 0;
     quint64 dialog = 0; ///< the progress dialog shown in this row; 0 = none
     bool hasDialog = false;
-    qint64 stoppedAt = -1; ///< ms on the clock; -1 = nobody asked
+    qint64 stoppedAt = -1; ///< ms on the clock; -1 = not stopped
     bool complained = false;
 
     ~Row() { delete widget; }

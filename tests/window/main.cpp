@@ -10,7 +10,7 @@
 #include <cstdio>
 
 #ifdef __SANITIZE_ADDRESS__
-/// Libraries stay loaded under the leak checker: what a display's libraries keep is told by their names then.
+/// Libraries stay loaded under the leak checker, so that its reports can name what the display's libraries keep.
 extern "C" __attribute__((visibility("default"))) int dlclose(void*)
 {
     return 0;

@@ -185,7 +185,7 @@ int main(int argc, char** argv)
         save(each, ("menu" + QByteArray::number(menu)).constData());
     }
 
-    // Busy: a recording and a picture at once, then what is told of them.
+    // Busy: a recording and a picture at once, then their notices.
     auto* console = window.getConsole();
     const QString video = home.filePath(QStringLiteral("crane.mp4"));
     console->submit(QStringLiteral("grabvideo filename=\"%1\" width=640 height=480 sync=0").arg(video));

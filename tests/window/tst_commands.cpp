@@ -68,7 +68,7 @@ TEST_F(WindowCommands, MenuAndDialogMakeAPicture)
     triggerWithDialog(menuAction("Grab", "Image"), "ParameterDialog", [&](QWidget* dialog) {
         auto* ok = button(dialog, "OK");
         ASSERT_NE(ok, nullptr);
-        EXPECT_FALSE(ok->isEnabled()) << "there is no file name yet";
+        EXPECT_FALSE(ok->isEnabled()) << "the file name is missing";
         type(dialog, "filename", name);
         type(dialog, "width", "400");
         EXPECT_TRUE(ok->isEnabled());

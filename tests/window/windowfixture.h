@@ -28,7 +28,7 @@ protected:
     void TearDown() override;
 
     tov::viewer::MainWindow& window() { return *mp_Window; }
-    /// Closes the window and makes it anew, as another start would.
+    /// Closes the window and makes a new one, as the next start would.
     void restart();
     /// Opens a file of samples/ and waits until it is shown.
     void openSample(const QString& name = QStringLiteral("crane.obj"));
