@@ -6,11 +6,10 @@ namespace tov::main {
 
 namespace {
 
-QString parseError(int line, const QString& text)
+struct Texts
 {
-    // Quoted words may contain line feeds; an error message is one line.
-    return QCoreApplication::translate("CommandParser", "line %1: %2").arg(QString::number(line), text.simplified());
-}
+    Q_DECLARE_TR_FUNCTIONS(CommandParser)
+};
 
 /// One word of a command: its text, and the position of the first "=" outside quotes (-1 = none).
 struct Word
@@ -19,73 +18,139 @@ struct Word
     int equals = -1;
 };
 
-QString nulAt(int index)
+/// Reads the words of one line.
+class WordReader
 {
-    return QCoreApplication::translate("CommandParser", "there is a NUL character at column %1").arg(index + 1);
-}
+public:
+    explicit WordReader(const QString& line) : m_Line(line) {}
 
-/// Reads the words of one line; false and a reason when a quote is not closed or a character is not allowed.
-bool readWords(const QString& line, std::vector<Word>& words, QString& reason)
-{
-    int i = 0;
-    const int end = line.size();
-    while (i < end) {
-        if (line[i].isSpace()) {
-            ++i;
-            continue;
-        }
-        if (line[i] == QLatin1Char('#'))
-            return true;
-        Word word;
-        while (i < end && !line[i].isSpace()) {
-            const QChar c = line[i];
-            if (c == QLatin1Char('"') || c == QLatin1Char('\'')) {
-                const int begin = i++;
-                for (;; ++i) {
-                    if (i >= end) {
-                        reason = QCoreApplication::translate("CommandParser", "the quote at column %1 is not closed")
-                                     .arg(begin + 1);
-                        return false;
-                    }
-                    if (line[i] == c)
-                        break;
-                    if (line[i].isNull()) {
-                        reason = nulAt(i);
-                        return false;
-                    }
-                    if (c == QLatin1Char('"') && line[i] == QLatin1Char('\\') && i + 1 < end) {
-                        const QChar next = line[++i];
-                        if (next.isNull()) {
-                            reason = nulAt(i);
-                            return false;
-                        }
-                        if (next == QLatin1Char('n'))
-                            word.text += QLatin1Char('\n');
-                        else if (next == QLatin1Char('t'))
-                            word.text += QLatin1Char('\t');
-                        else if (next == QLatin1Char('"') || next == QLatin1Char('\\'))
-                            word.text += next;
-                        else
-                            (word.text += QLatin1Char('\\')) += next;
-                        continue;
-                    }
-                    word.text += line[i];
-                }
-                ++i;
-                continue;
-            }
-            if (c.isNull()) {
-                reason = nulAt(i);
+    /// False when a quote is not closed or a character is not allowed.
+    bool read(std::vector<Word>& words)
+    {
+        while (skipBlanks()) {
+            Word word;
+            if (!readWord(word))
                 return false;
+            words.push_back(word);
+        }
+        return true;
+    }
+    /// Why `read` failed.
+    const QString& problem() const { return m_Problem; }
+
+private:
+    bool atEnd() const { return m_Index >= m_Line.size(); }
+
+    /// False at the end of the line and at a comment.
+    bool skipBlanks()
+    {
+        while (!atEnd() && m_Line[m_Index].isSpace())
+            ++m_Index;
+        return !atEnd() && m_Line[m_Index] != QLatin1Char('#');
+    }
+
+    bool readWord(Word& word)
+    {
+        while (!atEnd() && !m_Line[m_Index].isSpace()) {
+            const QChar c = m_Line[m_Index];
+            if (c == QLatin1Char('"') || c == QLatin1Char('\'')) {
+                if (!readQuoted(word.text))
+                    return false;
+                continue;
             }
             if (c == QLatin1Char('=') && word.equals < 0)
                 word.equals = word.text.size();
-            word.text += c;
-            ++i;
+            if (!readCharacter(word.text))
+                return false;
         }
-        words.push_back(word);
+        return true;
     }
-    return true;
+
+    bool readQuoted(QString& text)
+    {
+        const int begin = m_Index;
+        const QChar quote = m_Line[m_Index++];
+        while (!atEnd()) {
+            if (m_Line[m_Index] == quote) {
+                ++m_Index;
+                return true;
+            }
+            const bool escape = quote == QLatin1Char('"') && m_Line[m_Index] == QLatin1Char('\\');
+            const bool isLast = m_Index + 1 >= m_Line.size();
+            if (!(escape && !isLast ? readEscape(text) : readCharacter(text)))
+                return false;
+        }
+        m_Problem = Texts::tr("the quote at column %1 is not closed").arg(begin + 1);
+        return false;
+    }
+
+    /// A backslash and the character after it.
+    bool readEscape(QString& text)
+    {
+        QString next;
+        ++m_Index;
+        if (!readCharacter(next))
+            return false;
+        if (next == QLatin1String("n"))
+            text += QLatin1Char('\n');
+        else if (next == QLatin1String("t"))
+            text += QLatin1Char('\t');
+        else if (next == QLatin1String("\"") || next == QLatin1String("\\"))
+            text += next;
+        else
+            text += QLatin1Char('\\') + next;
+        return true;
+    }
+
+    bool readCharacter(QString& text)
+    {
+        if (m_Line[m_Index].isNull()) {
+            m_Problem = Texts::tr("NUL character at column %1").arg(m_Index + 1);
+            return false;
+        }
+        text += m_Line[m_Index++];
+        return true;
+    }
+
+    const QString& m_Line;
+    int m_Index = 0;
+    QString m_Problem;
+};
+
+/// Makes a command of the words of a line. Returns the problem, empty when there is none.
+QString makeCommand(const std::vector<Word>& words, CommandText& command)
+{
+    command.name = words.front().text;
+    if (words.front().equals >= 0)
+        return Texts::tr("expected a command name, got \"%1\"").arg(command.name);
+    for (auto word = words.begin() + 1; word != words.end(); ++word) {
+        if (word->equals == 0)
+            return Texts::tr("\"%1\" has no name before \"=\"").arg(word->text);
+        if (word->equals > 0)
+            command.arguments.named.emplace_back(word->text.left(word->equals), word->text.mid(word->equals + 1));
+        else if (command.arguments.named.empty())
+            command.arguments.positional << word->text;
+        else
+            return Texts::tr("\"%1\" follows a named argument; positional arguments come first").arg(word->text);
+    }
+    return {};
+}
+
+/// Adds the command of a line, if there is one. Returns the problem, empty when there is none.
+QString parseLine(const QString& line, int number, std::vector<CommandText>& commands)
+{
+    std::vector<Word> words;
+    WordReader reader(line);
+    if (!reader.read(words))
+        return reader.problem();
+    if (words.empty())
+        return {};
+    CommandText command;
+    command.line = number;
+    const QString problem = makeCommand(words, command);
+    if (problem.isEmpty())
+        commands.push_back(std::move(command));
+    return problem;
 }
 
 } // namespace
@@ -93,47 +158,18 @@ bool readWords(const QString& line, std::vector<Word>& words, QString& reason)
 bool CommandParser::parse(const QString& script, std::vector<CommandText>& commands, QString* error)
 {
     commands.clear();
-    const auto fail = [&](int line, const QString& reason) {
-        if (error)
-            *error = parseError(line, reason);
-        return false;
-    };
-    int lineNumber = 0;
+    int number = 0;
     for (QString line : script.split(QLatin1Char('\n'))) {
-        ++lineNumber;
+        ++number;
         if (line.endsWith(QLatin1Char('\r')))
             line.chop(1);
-        std::vector<Word> words;
-        QString reason;
-        if (!readWords(line, words, reason))
-            return fail(lineNumber, reason);
-        if (words.empty())
+        const QString problem = parseLine(line, number, commands);
+        if (problem.isEmpty())
             continue;
-        CommandText command;
-        command.line = lineNumber;
-        command.name = words.front().text;
-        if (words.front().equals >= 0)
-            return fail(lineNumber, QCoreApplication::translate("CommandParser", "\"%1\" stands where a command's name "
-                                                                                 "is expected")
-                                        .arg(command.name));
-        for (std::size_t i = 1; i < words.size(); ++i) {
-            const Word& word = words[i];
-            if (word.equals == 0)
-                return fail(
-                    lineNumber,
-                    QCoreApplication::translate("CommandParser", "\"%1\" has no name before \"=\"").arg(word.text));
-            if (word.equals > 0) {
-                command.arguments.named.emplace_back(word.text.left(word.equals), word.text.mid(word.equals + 1));
-            } else if (!command.arguments.named.empty()) {
-                return fail(lineNumber, QCoreApplication::translate(
-                                            "CommandParser", "\"%1\" stands after a named argument; arguments by "
-                                                             "position come first")
-                                            .arg(word.text));
-            } else {
-                command.arguments.positional << word.text;
-            }
-        }
-        commands.push_back(std::move(command));
+        // Quoted words may contain line feeds; an error message is one line.
+        if (error)
+            *error = Texts::tr("line %1: %2").arg(QString::number(number), problem.simplified());
+        return false;
     }
     return true;
 }

@@ -9,7 +9,7 @@
 #include "kernel/commands/processorposts.h"
 #include "kernel/main/abstractparameter.h"
 #include "kernel/main/parameterset.h"
-#include "kernel/workers/overseer.h"
+#include "kernel/workers/workerqueue.h"
 
 #include <QThread>
 
@@ -22,12 +22,11 @@ namespace tov::main {
 
 struct CommandProcessor::Private
 {
-    struct Primary
-    {
-        Command* prototype;
-    };
-    CommandProcessor* processor = nullptr;
-    std::vector<Primary> primaries; ///< application thread
+    Private(CommandProcessor& owner, WorkerQueue& queue) : processor(&owner), workers(queue) {}
+
+    CommandProcessor* const processor;
+    WorkerQueue& workers;
+    std::vector<Command*> prototypes; ///< application thread
 
     mutable std::mutex mutex;
     std::vector<CommandRunPointer> runs; ///< guarded by mutex
@@ -40,7 +39,7 @@ struct CommandProcessor::Private
 
     CommandRunPointer makeRun(Command* command, const Command* prototype, bool deleteAfter)
     {
-        auto run = std::make_shared<CommandRun>();
+        auto run = std::make_shared<CommandRun>(workers);
         {
             std::lock_guard<std::mutex> guard(mutex);
             run->d->id = nextRun++;
@@ -52,14 +51,14 @@ struct CommandProcessor::Private
         if (const ParameterSet* set = command->getCurrentParameterSet())
             for (AbstractParameter* parameter : set->getParameters())
                 if (parameter->hasValue() && (parameter->getCastClass() || *parameter->getType() == typeid(QString))) {
-                    // The characters of the name may lie in a library that is unloaded before the run is forgotten.
+                    // A deep copy: the name may belong to a library that is unloaded before the run is destroyed.
                     const QString key = parameter->getName().toLower();
                     run->d->arguments[QString(key.constData(), key.size())] = parameter->toString();
                 }
         return run;
     }
 
-    /// The last act of a run, on the application thread.
+    /// The last step of a run, on the application thread.
     void finish(const CommandRunPointer& run, bool succeeded)
     {
         CommandRunState* state = run->d.get();
@@ -106,7 +105,7 @@ struct CommandProcessor::Private
                 std::lock_guard<std::mutex> guard(run->d->mutex);
                 run->d->executing = false;
             }
-            Overseer::getInstance()->post([this, run, succeeded] { finish(run, succeeded); });
+            workers.post([this, run, succeeded] { finish(run, succeeded); });
         });
         state->thread->setObjectName(QStringLiteral("Command"));
         return startThread(state->thread);
@@ -129,16 +128,16 @@ struct CommandProcessor::Private
                 std::lock_guard<std::mutex> guard(state->mutex);
                 state->executing = false;
             }
-            Overseer::getInstance()->post([this, run] { finish(run, false); });
+            workers.post([this, run] { finish(run, false); });
         }
         return run;
     }
 
-    const Primary* find(const QString& name) const
+    Command* find(const QString& name) const
     {
-        for (const Primary& primary : primaries)
-            if (primary.prototype->getDescriptor()->getName().compare(name, Qt::CaseInsensitive) == 0)
-                return &primary;
+        for (Command* prototype : prototypes)
+            if (prototype->getDescriptor()->getName().compare(name, Qt::CaseInsensitive) == 0)
+                return prototype;
         return nullptr;
     }
 
@@ -155,10 +154,9 @@ struct CommandProcessor::Private
     void report(quint64 commandId, const ProcessorPosts::Report& report)
     {
         if (report.hasEnabled)
-            for (const Primary& primary : primaries)
-                if (primary.prototype->getId() == commandId) {
-                    emit processor->commandEnabledChanged(primary.prototype->getDescriptor()->getName(),
-                                                          report.enabled);
+            for (const Command* prototype : prototypes)
+                if (prototype->getId() == commandId) {
+                    emit processor->commandEnabledChanged(prototype->getDescriptor()->getName(), report.enabled);
                     break;
                 }
         if (!report.hasProgress && !report.hasText)
@@ -175,10 +173,9 @@ struct CommandProcessor::Private
     }
 };
 
-CommandProcessor::CommandProcessor() : d(new Private)
+CommandProcessor::CommandProcessor(WorkerQueue& workers) : d(new Private(*this, workers))
 {
     qRegisterMetaType<tov::main::CommandRunPointer>();
-    d->processor = this;
     ProcessorPosts::setReceiver(
         [this](quint64 command, const ProcessorPosts::Report& report) { d->report(command, report); });
 }
@@ -203,7 +200,7 @@ CommandRunPointer CommandProcessor::processCommand(Command* command, int executi
     } else {
         run = d->begin(command, nullptr, deleteAfter);
     }
-    if (wait && d->functions.isWithoutThread() && Overseer::getInstance()->isApplicationThread())
+    if (wait && d->functions.isWithoutThread() && d->workers.isOwnThread())
         d->functions.runHere();
     if (wait)
         run->wait();
@@ -212,7 +209,7 @@ CommandRunPointer CommandProcessor::processCommand(Command* command, int executi
 
 void CommandProcessor::addPrimaryCommand(Command* prototype, Command* (*create)())
 {
-    d->primaries.push_back({prototype});
+    d->prototypes.push_back(prototype);
     CommandCreators::add(prototype, prototype->getDescriptor()->getName(), create);
     QMetaObject::invokeMethod(
         this, [this] { emit commandsChanged(); }, Qt::QueuedConnection);
@@ -224,11 +221,10 @@ void CommandProcessor::removePrimaryCommand(Command* prototype)
         run->stop();
     for (const auto& run : d->runsOf(prototype))
         run->wait();
-    const auto found = std::find_if(d->primaries.begin(), d->primaries.end(),
-                                    [prototype](const auto& primary) { return primary.prototype == prototype; });
-    if (found == d->primaries.end())
+    const auto found = std::find(d->prototypes.begin(), d->prototypes.end(), prototype);
+    if (found == d->prototypes.end())
         return;
-    d->primaries.erase(found);
+    d->prototypes.erase(found);
     CommandCreators::remove(prototype);
     QMetaObject::invokeMethod(
         this, [this] { emit commandsChanged(); }, Qt::QueuedConnection);
@@ -236,16 +232,12 @@ void CommandProcessor::removePrimaryCommand(Command* prototype)
 
 std::vector<Command*> CommandProcessor::getPrimaryCommands() const
 {
-    std::vector<Command*> commands;
-    for (const auto& primary : d->primaries)
-        commands.push_back(primary.prototype);
-    return commands;
+    return d->prototypes;
 }
 
 Command* CommandProcessor::getPrimaryCommand(const QString& name) const
 {
-    const auto* primary = d->find(name);
-    return primary ? primary->prototype : nullptr;
+    return d->find(name);
 }
 
 Command* CommandProcessor::createCommand(const QString& name) const
@@ -260,16 +252,15 @@ CommandRunPointer CommandProcessor::start(const QString& name, const CommandArgu
             *error = message;
         return nullptr;
     };
-    const auto* primary = d->find(name);
-    if (!primary) {
+    Command* prototype = d->find(name);
+    if (!prototype) {
         QStringList known;
-        for (const auto& other : d->primaries)
-            known << other.prototype->getDescriptor()->getName();
+        for (const Command* other : d->prototypes)
+            known << other->getDescriptor()->getName();
         return fail(known.isEmpty()
                         ? tr("There is no command \"%1\": no module is loaded").arg(name)
                         : tr("There is no command \"%1\"; there are: %2").arg(name, known.join(QStringLiteral(", "))));
     }
-    Command* prototype = primary->prototype;
     if (prototype->isDisabled())
         return fail(tr("%1 cannot run now: it is disabled").arg(prototype->getDescriptor()->getName()));
     const bool inPlace = prototype->getInstanceMode() != Command::RunClone;
@@ -309,7 +300,8 @@ CommandRunPointer CommandProcessor::startPrototype(Command* prototype, QString* 
         }
         return d->begin(prototype, prototype, false);
     }
-    // Cloned right before the run: what a clone does to its prototype holds for the run, not for a dialog.
+    // Cloned right before the run: a clone may disable its prototype, which must last as long as the run, not the
+    // dialog.
     Command* copy = prototype->clone();
     if (!copy) {
         if (error)
@@ -333,7 +325,7 @@ void CommandProcessor::stopAll()
 
 bool CommandProcessor::waitForAll(int timeoutMs)
 {
-    return Overseer::getInstance()->processWorkersUntil([this] { return getRuns().empty(); }, timeoutMs);
+    return d->workers.processUntil([this] { return getRuns().empty(); }, timeoutMs);
 }
 
 void CommandProcessor::drain()
@@ -347,9 +339,9 @@ void CommandProcessor::drain()
     // Workers that a function transmitted to the application thread belong to its work. So one more function, after all
     // others, transmits the worker that ends the wait.
     const auto passed = std::make_shared<bool>(false);
-    const auto handOver = [passed] { Overseer::getInstance()->post([passed] { *passed = true; }); };
+    const auto handOver = [this, passed] { d->workers.post([passed] { *passed = true; }); };
     processCommand(new FunctionCommand(boost::function<void()>(handOver), true), 1, false);
-    Overseer::getInstance()->processWorkersUntil([passed] { return *passed; });
+    d->workers.processUntil([passed] { return *passed; }, -1);
 }
 
 void CommandProcessor::destroyCommand(Command* command)

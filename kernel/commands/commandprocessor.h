@@ -13,25 +13,27 @@
 
 namespace tov::main {
 
+class WorkerQueue;
+
 /// Knows the primary commands and runs commands, each on a command thread of its own. Signals are emitted on the
 /// application thread, always from its event loop, never inside a call.
 class TOV_EXPORT CommandProcessor : public QObject
 {
     Q_OBJECT
 public:
-    /// Made and deleted by the Overseer. Thread: application.
-    CommandProcessor();
+    /// Made and deleted by the Overseer, which owns `workers`. Thread: application.
+    explicit CommandProcessor(WorkerQueue& workers);
     ~CommandProcessor() override;
 
-    /// Runs a command that the caller made, later and off the call path: on a command thread, in the order of the
-    /// calls. `executionValue` 1 = run it; 0 = hold it ready only (nothing is run). With `wait` the call returns after
+    /// Runs a command that the caller made, asynchronously on a command thread, in the order of the calls.
+    /// `executionValue` 1 = run it; 0 = do nothing. With `wait` the call returns after
     /// the run. A command whose mode is `RunOnce` with the one-shot flag is taken over and deleted afterwards; any
-    /// other stays the caller's. Thread: any.
+    /// other stays with the caller. Thread: any.
     CommandRunPointer processCommand(Command* command, int executionValue, bool wait);
 
-    /// Makes a prototype known by its name, with its creation function. Thread: application.
+    /// Registers a prototype under its name, with its creation function. Thread: application.
     void addPrimaryCommand(Command* prototype, Command* (*create)());
-    /// Forgets a prototype; its runs are stopped and waited for. Thread: application.
+    /// Unregisters a prototype after stopping its runs and waiting for them. Thread: application.
     void removePrimaryCommand(Command* prototype);
     /// The prototypes, in order of registration. Thread: application.
     std::vector<Command*> getPrimaryCommands() const;
@@ -49,11 +51,11 @@ public:
     /// The same for a prototype whose parameters a dialog has just filled. Thread: application.
     CommandRunPointer startPrototype(Command* prototype, QString* error);
 
-    /// The runs that have not ended, oldest first, those of function commands left out. Thread: any.
+    /// The runs that have not ended, oldest first, without those of function commands. Thread: any.
     std::vector<CommandRunPointer> getRuns() const;
     /// Calls `CommandRun::stop` on every run. Thread: any.
     void stopAll();
-    /// Waits until no run is left; on the application thread workers are run meanwhile. Thread: application.
+    /// Waits until no run is left; workers are run meanwhile. Thread: application.
     bool waitForAll(int timeoutMs = -1);
     /// Waits until every function command that was submitted so far has run, with what it handed to the application
     /// thread. Thread: application.
@@ -62,8 +64,8 @@ public:
     void destroyCommand(Command* command);
 
 signals:
-    /// Before the command executes, and so before it touches anything. Unlike the others it comes at once, on the
-    /// thread that starts the run.
+    /// Emitted before the command executes. Unlike the other signals it is emitted directly, on the thread that starts
+    /// the run.
     void runBegins(const tov::main::CommandRunPointer& run);
     void runStarted(const tov::main::CommandRunPointer& run);
     /// Text or progress changed.
@@ -71,7 +73,7 @@ signals:
     void runFinished(const tov::main::CommandRunPointer& run);
     /// A primary command was enabled or disabled.
     void commandEnabledChanged(const QString& name, bool enabled);
-    /// A primary command came or went.
+    /// A primary command was registered or unregistered.
     void commandsChanged();
 
 private:

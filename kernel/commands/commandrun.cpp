@@ -1,11 +1,15 @@
 #include "kernel/commands/commandrun.h"
 
 #include "kernel/commands/commandrunstate.h"
-#include "kernel/workers/overseer.h"
+#include "kernel/workers/workerqueue.h"
 
 namespace tov::main {
 
-CommandRun::CommandRun() : d(new CommandRunState) {}
+CommandRun::CommandRun(WorkerQueue& workers) : d(new CommandRunState)
+{
+    d->workers = &workers;
+}
+
 CommandRun::~CommandRun() = default;
 
 quint64 CommandRun::getId() const
@@ -67,7 +71,7 @@ void CommandRun::stop()
             return;
         d->stopped = true;
     }
-    Overseer::getInstance()->post([state = d] {
+    d->workers->post([state = d] {
         Command* command = nullptr;
         {
             std::lock_guard<std::mutex> guard(state->mutex);
@@ -82,9 +86,8 @@ void CommandRun::stop()
 
 bool CommandRun::wait(int timeoutMs)
 {
-    Overseer* overseer = Overseer::getInstance();
-    if (overseer->isApplicationThread())
-        return overseer->processWorkersUntil([this] { return isFinished(); }, timeoutMs);
+    if (d->workers->isOwnThread())
+        return d->workers->processUntil([this] { return isFinished(); }, timeoutMs);
     std::unique_lock<std::mutex> lock(d->mutex);
     const auto finished = [this] { return d->finished; };
     if (timeoutMs < 0) {

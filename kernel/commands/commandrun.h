@@ -10,12 +10,14 @@
 namespace tov::main {
 
 struct CommandRunState;
+class WorkerQueue;
 
-/// One run of a command, shared by the processor and whoever watches the run. Thread: any.
+/// One run of a command, shared by the processor and the observers of the run. Thread: any.
 class TOV_EXPORT CommandRun
 {
 public:
-    CommandRun();
+    /// `workers` must outlive the run.
+    explicit CommandRun(WorkerQueue& workers);
     CommandRun(const CommandRun&) = delete;
     CommandRun& operator=(const CommandRun&) = delete;
     ~CommandRun();

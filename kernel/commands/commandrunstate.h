@@ -12,17 +12,20 @@
 
 namespace tov::main {
 
-/// What the processor, the command thread and the watchers of a run share. The fields without a note do not change once
-/// the run is known to others.
+class WorkerQueue;
+
+/// The state that the processor, the command thread and the observers of a run share. Fields without a note do not
+/// change once the run is visible to others.
 struct CommandRunState
 {
+    WorkerQueue* workers = nullptr; ///< the Overseer's
     quint64 id = 0;
     QString name;
     std::map<QString, QString> arguments; ///< by lower-case parameter name
     qint64 startTime = QDateTime::currentMSecsSinceEpoch();
     const Command* prototype = nullptr; ///< the prototype of the command; compared, never used
     bool deleteAfter = false;
-    std::mutex startMutex;     ///< held while the thread is started, so that nobody deletes it meanwhile
+    std::mutex startMutex;     ///< held while the thread is started, so that it is not deleted meanwhile
     QThread* thread = nullptr; ///< guarded by startMutex
     std::atomic<pid_t> threadId{0};
 

@@ -14,7 +14,7 @@ class Worker;
 
 /// The host's centre: the application thread, its queue of workers, and the command processor. It works from the first
 /// `getInstance` (which must be on the application thread, after the QCoreApplication was created) until
-/// `destroyInstance`. The object itself stays, so a late user finds an Overseer that drops all workers.
+/// `destroyInstance`. The object itself is never destroyed; afterwards it drops all workers.
 class TOV_EXPORT Overseer
 {
 public:
@@ -30,7 +30,7 @@ public:
     bool isApplicationThread() const;
 
     /// Takes over the worker (unless its creator keeps it) and runs it on the application thread, strictly in the order
-    /// in which workers came. When called on the application thread, runs the queued workers, then this one, then
+    /// of the calls. When called on the application thread, runs the queued workers, then this one, then
     /// returns; inside a running worker, runs this one at once. An exception of the worker is caught and logged. After
     /// the end the worker is dropped. Thread: any.
     void transmitWorker(Worker* worker);

@@ -38,7 +38,7 @@ protected:
     virtual void run() = 0;
 
 private:
-    friend class Overseer;
+    friend class WorkerQueue;
     std::unique_ptr<WorkerState> mp_State;
 };
 

@@ -6,12 +6,12 @@
 
 namespace tov::main {
 
-/// What the Overseer and the waiter of a worker share.
+/// The state that the worker queue and the waiter of a worker share.
 struct WorkerState
 {
     bool creatorKeepsOwnership = false;
     bool waited = false;
-    std::atomic<int> references{1}; ///< the Overseer's (or creator's), and the waiter's
+    std::atomic<int> references{1}; ///< the queue's (or creator's), and the waiter's
     std::mutex mutex;
     std::condition_variable changed;
     bool finished = false;  ///< guarded by mutex

@@ -66,17 +66,15 @@ TEST(CommandParser, ErrorsNameTheLine)
 {
     EXPECT_EQ(refused(QStringLiteral("a\nb \"open")), "line 2: the quote at column 3 is not closed");
     EXPECT_EQ(refused(QStringLiteral("a\n\n b x=1 2")),
-              "line 3: \"2\" stands after a named argument; arguments by position come first");
+              "line 3: \"2\" follows a named argument; positional arguments come first");
     EXPECT_EQ(refused(QStringLiteral("a =1")), "line 1: \"=1\" has no name before \"=\"");
-    EXPECT_EQ(refused(QStringLiteral("x=1")), "line 1: \"x=1\" stands where a command's name is expected");
-    EXPECT_EQ(refused(QStringLiteral("\"a\\nb\"=1")), "line 1: \"a b=1\" stands where a command's name is expected")
-        << "one line, whatever is in it";
-    EXPECT_EQ(refused(QString(QChar(0)) + QStringLiteral("a")), "line 1: there is a NUL character at column 1");
-    EXPECT_EQ(refused(QStringLiteral("a \"b") + QChar(0) + QStringLiteral("\"")),
-              "line 1: there is a NUL character at column 5");
-    EXPECT_EQ(refused(QStringLiteral("a \"b\\") + QChar(0) + QStringLiteral("\"")),
-              "line 1: there is a NUL character at column 6")
-        << "after a backslash, too";
+    EXPECT_EQ(refused(QStringLiteral("x=1")), "line 1: expected a command name, got \"x=1\"");
+    EXPECT_EQ(refused(QStringLiteral("\"a\\nb\"=1")), "line 1: expected a command name, got \"a b=1\"")
+        << "the message is one line even if the word contains a line feed";
+    EXPECT_EQ(refused(QString(QChar(0)) + QStringLiteral("a")), "line 1: NUL character at column 1");
+    EXPECT_EQ(refused(QStringLiteral("a \"b") + QChar(0) + QStringLiteral("\"")), "line 1: NUL character at column 5");
+    EXPECT_EQ(refused(QStringLiteral("a \"b\\") + QChar(0) + QStringLiteral("\"")), "line 1: NUL character at column 6")
+        << "NUL is rejected after a backslash too";
 }
 
 TEST(CommandParser, QuotedValuesAreReadBack)

@@ -6,6 +6,7 @@
 #include "kernel/main/parameter.h"
 #include "kernel/main/parameterset.h"
 #include "kernel/commands/settingscommand.h"
+#include "tests/kernel/hooks.h"
 #include "tests/support/logcapture.h"
 
 #include <QCoreApplication>
@@ -23,6 +24,7 @@
 using namespace tov::main;
 using tov::test::LogCapture;
 using tov::test::processUntil;
+namespace hooks = tov::test::hooks;
 
 namespace {
 
@@ -75,6 +77,18 @@ public:
         if (gate)
             gate->release();
     }
+};
+
+/// Ends at once; the processor deletes it.
+class Short : public Command
+{
+public:
+    Short() : Command(new CommandDescriptor(QStringLiteral("short"), QString()), nullptr)
+    {
+        setInstanceMode(RunOnce);
+        setOneShot(true);
+    }
+    void execute() override { ++executed; }
 };
 
 class ProcessorTest : public testing::Test
@@ -269,15 +283,6 @@ TEST_F(ProcessorTest, EachTextIsConvertedOnce)
 
 TEST_F(ProcessorTest, ShortCommandsMayBeStartedOnAnyThread)
 {
-    struct Short : Command
-    {
-        Short() : Command(new CommandDescriptor(QStringLiteral("short"), QString()), nullptr)
-        {
-            setInstanceMode(RunOnce);
-            setOneShot(true);
-        }
-        void execute() override { ++executed; }
-    };
     constexpr int Threads = 3, Commands = 1000;
     std::vector<std::thread> threads;
     for (int t = 0; t < Threads; ++t)
@@ -292,28 +297,75 @@ TEST_F(ProcessorTest, ShortCommandsMayBeStartedOnAnyThread)
         thread.join();
 }
 
+TEST_F(ProcessorTest, AThreadIsNotDeletedBeforeItsStarterIsDoneWithIt)
+{
+    if (!hooks::Available)
+        GTEST_SKIP() << "this build cannot replace functions";
+    std::atomic<bool> deleted{false};
+    QSemaphore ended, released;
+    hooks::startHook = [&](QThread* thread, const std::function<void()>& start) {
+        QObject::connect(thread, &QThread::finished, [&] { ended.release(); });
+        QObject::connect(thread, &QObject::destroyed, [&] {
+            deleted = true;
+            released.release();
+        });
+        start();
+        EXPECT_TRUE(released.tryAcquire(1, 20000)) << "the application thread neither deletes the thread nor waits";
+        EXPECT_FALSE(deleted) << "the starter still uses the thread";
+    };
+    CommandRunPointer run;
+    std::thread starter([&] { run = processor->processCommand(new Short, 1, false); });
+    ASSERT_TRUE(ended.tryAcquire(1, 20000));
+    // The command has ended, its starter has not returned. Now the application thread finishes the run.
+    hooks::LockHook waits{{}, [&] { released.release(); }};
+    hooks::lockHook = &waits;
+    Overseer::getInstance()->processWorkers();
+    hooks::lockHook = nullptr;
+    starter.join();
+    hooks::startHook = nullptr;
+    EXPECT_TRUE(processUntil([&] { return run->isFinished(); }));
+    EXPECT_TRUE(run->succeeded());
+}
+
 TEST_F(ProcessorTest, TheLastCallOfDisableCommandWinsForWhatTheMenuShows)
 {
+    if (!hooks::Available)
+        GTEST_SKIP() << "this build cannot replace functions";
     bool shown = true;
     QObject context;
     QObject::connect(processor, &CommandProcessor::commandEnabledChanged, &context,
                      [&](const QString&, bool enabled) { shown = enabled; });
-    // Two threads end each round with one call each, at the same time.
-    for (int round = 0; round < 200; ++round) {
-        std::atomic<int> ready{0};
-        const auto call = [&](bool disable) {
-            ++ready;
-            while (ready < 2)
-                std::this_thread::yield();
-            for (int i = 0; i < 50; ++i)
-                prototype->disableCommand(disable);
-        };
-        std::thread other([&] { call(true); });
-        call(false);
-        other.join();
+    // The first call is held before each of its locks in turn, until the second call has returned or waits for it.
+    int locks = 1;
+    for (int heldAt = 1; heldAt <= locks; ++heldAt) {
+        QSemaphore held, released;
+        locks = 0;
+        std::thread first([&] {
+            hooks::LockHook hook{[&] {
+                                     if (++locks == heldAt) {
+                                         held.release();
+                                         EXPECT_TRUE(released.tryAcquire(1, 20000));
+                                     }
+                                 },
+                                 {}};
+            hooks::lockHook = &hook;
+            prototype->disableCommand(true);
+            hooks::lockHook = nullptr;
+        });
+        EXPECT_TRUE(held.tryAcquire(1, 20000));
+        std::thread second([&] {
+            hooks::LockHook hook{{}, [&] { released.release(); }};
+            hooks::lockHook = &hook;
+            prototype->disableCommand(false);
+            hooks::lockHook = nullptr;
+            released.release();
+        });
+        first.join();
+        second.join();
         QCoreApplication::sendPostedEvents();
-        ASSERT_EQ(shown, !prototype->isDisabled()) << "round " << round;
+        EXPECT_EQ(shown, !prototype->isDisabled()) << "held at lock " << heldAt;
     }
+    EXPECT_GE(locks, 1);
 }
 
 TEST_F(ProcessorTest, ADisabledCommandIsRefused)

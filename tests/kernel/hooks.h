@@ -1,0 +1,29 @@
+#pragma once
+
+#include <functional>
+
+class QThread;
+
+/// Functions that the test program replaces, so that a test can hold a race open. Not available under ThreadSanitizer,
+/// which replaces the same functions.
+namespace tov::test::hooks {
+
+#ifdef __SANITIZE_THREAD__
+constexpr bool Available = false;
+#else
+constexpr bool Available = true;
+#endif
+
+/// What to call when the thread that set it locks a mutex of the standard library.
+struct LockHook
+{
+    std::function<void()> before;  ///< before every lock; may be empty
+    std::function<void()> blocked; ///< when the mutex is locked already, before the thread waits for it; may be empty
+};
+/// Null = none. The hook's own locks call nothing.
+extern thread_local LockHook* lockHook;
+
+/// Called instead of `QThread::start`, on the thread that calls it; `start` is the real one. Empty = none.
+extern std::function<void(QThread* thread, const std::function<void()>& start)> startHook;
+
+} // namespace tov::test::hooks
