@@ -61,7 +61,7 @@ public:
     /// Reports progress in percent, -1 = busy. Only posts. Thread: any, under any lock.
     void updateProcessed(int percent);
     int getProcessed() const;
-    /// Reports what is being done. Only posts. Thread: any, under any lock.
+    /// Reports the current activity. Only posts. Thread: any, under any lock.
     void updateText(const QString& text);
     QString getText() const;
 
@@ -81,7 +81,7 @@ public:
     /// The first set whose identifier is the current one; null when there is none.
     ParameterSet* getCurrentParameterSet() const;
 
-    /// 0, or what went wrong in `setParameters`.
+    /// 0, or the error of `setParameters`.
     int getErrorState() const;
     void setErrorState(int state);
     /// True when a change of settings is to be announced by an event (the default).
@@ -100,7 +100,7 @@ public:
     void setOneShot(bool oneShot);
 
 protected:
-    /// Converts between parameters; see there.
+    /// Converts between parameters; see `TypeSolver`.
     TypeSolver m_TypeSolver;
 
 private:

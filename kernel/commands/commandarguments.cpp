@@ -17,7 +17,7 @@ struct ArgumentProblem
     QString text;
 };
 
-/// The argument of each parameter; null where none is given.
+/// The argument of each parameter; null for an omitted one.
 std::vector<const QString*> matchArguments(const CommandArguments& arguments, const QString& commandName,
                                            const ParameterSet* set)
 {
@@ -49,7 +49,7 @@ std::vector<const QString*> matchArguments(const CommandArguments& arguments, co
     return given;
 }
 
-/// The text that the parameter takes; null when there is none.
+/// The text to set the parameter from; null when there is none.
 QString textFor(const AbstractParameter* parameter, const QString* given)
 {
     if (given)
@@ -61,7 +61,7 @@ QString textFor(const AbstractParameter* parameter, const QString* given)
 }
 
 /// Converts the text and sets the value. The conversion is done here rather than by `castString`, which does not report
-/// the reason of a failure.
+/// the reason for a failure.
 void setValue(AbstractParameter* parameter, const QString& text, const QString& commandName)
 {
     const auto castClass = parameter->getCastClass();
@@ -76,7 +76,7 @@ void setValue(AbstractParameter* parameter, const QString& text, const QString& 
     } catch (const std::exception& e) {
         reason = QString::fromUtf8(e.what());
     } catch (...) {
-        // A conversion may throw anything; there is no reason to report then.
+        // A conversion may throw anything. Other types carry no reason to report.
     }
     if (reason.isEmpty())
         throw ArgumentProblem{QCoreApplication::translate("Command", "%1: the value of \"%2\" cannot be used")

@@ -10,7 +10,7 @@ namespace tov::main {
 
 class ParameterSet;
 
-/// Arguments of a command text: by position, then by name.
+/// The arguments of a command text: positional ones, then named ones.
 struct CommandArguments
 {
     QStringList positional;

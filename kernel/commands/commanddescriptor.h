@@ -25,7 +25,7 @@ private:
     QString m_Description;
 };
 
-/// Where a command stands in menus, tool bars and settings. Immutable. Thread: application.
+/// The place of a command in menus, tool bars and settings. Immutable. Thread: application.
 class TOV_EXPORT CommandGUIDescriptor
 {
 public:

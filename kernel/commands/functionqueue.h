@@ -16,8 +16,8 @@ namespace tov::main {
 
 class Command;
 
-/// Runs function commands one after the other, in the order in which they came, on one command thread, which is started
-/// when the first command comes. If the system provides no thread, they run on the application thread.
+/// Runs function commands one after the other, in the order of submission, on one command thread, which is started for
+/// the first command. If the system provides no thread, they run on the application thread.
 class FunctionQueue
 {
 public:

@@ -21,9 +21,9 @@ public:
     virtual QWidget* getWidget() = 0;
     virtual QString getText() const = 0;
     virtual void setText(const QString& text) = 0;
-    /// Why the text cannot be used, as a sentence for the person; empty when the editor sees nothing wrong with it.
+    /// Why the text cannot be used, as a sentence for the user; empty when the editor finds no problem.
     virtual QString getProblem() const { return QString(); }
-    /// True when the person has already agreed to replace the file that the text names.
+    /// True when the user has already agreed to replace the file that the text names.
     virtual bool isReplaceAgreed() const { return false; }
     /// Called whenever the text changes.
     std::function<void()> onChanged;

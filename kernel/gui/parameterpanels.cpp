@@ -18,10 +18,10 @@ namespace tov::main {
 
 namespace {
 
-/// What a dialog opens on at first, where it is among its formats: plays everywhere.
+/// The format that a dialog proposes first, if it has it, because it plays everywhere.
 const QString PreferredEnding = QStringLiteral(".mp4");
 
-/// The endings that a dialog's filters let through, each with its dot; empty when any name will do.
+/// The endings in the name filters of a dialog, each with its dot; empty when every name is accepted.
 QStringList endingsOf(const QFileDialog& dialog)
 {
     static const QRegularExpression pattern(QStringLiteral("\\*(\\.[^\\s()*]+|\\B)"));
@@ -66,7 +66,7 @@ public:
             std::unique_ptr<QFileDialog> dialog(factory->createDialog());
             if (!dialog)
                 return;
-            // It opens on the format of the name that is there, else on the one that most people want.
+            // The dialog opens with the format of the current name, else with the proposed one.
             const QString ending = !endingOf(mp_Edit->text()).isEmpty()  ? endingOf(mp_Edit->text())
                                    : m_Endings.contains(PreferredEnding) ? PreferredEnding
                                                                          : m_DefaultEnding;
@@ -76,7 +76,7 @@ public:
                     dialog->selectNameFilter(filter);
                     dialog->setDefaultSuffix(ending.mid(1));
                 }
-            // A name without an ending gets that of the format that is chosen.
+            // A name without an ending gets the ending of the selected format.
             static const QRegularExpression single(QStringLiteral("\\(\\*\\.([^\\s()*]+)\\)$"));
             QObject::connect(dialog.get(), &QFileDialog::filterSelected, dialog.get(),
                              [dialog = dialog.get()](const QString& filter) {
@@ -87,7 +87,7 @@ public:
             if (!mp_Edit->text().isEmpty())
                 dialog->selectFile(mp_Edit->text());
             if (dialog->exec() == QDialog::Accepted && !dialog->selectedFiles().isEmpty()) {
-                // The dialog has asked whether to replace a file that is there.
+                // The dialog has already asked whether to replace an existing file.
                 m_Agreed = dialog->selectedFiles().first();
                 mp_Edit->setText(m_Agreed);
             }
@@ -108,7 +108,7 @@ public:
     bool isReplaceAgreed() const override { return m_Saves && !m_Agreed.isEmpty() && m_Agreed == mp_Edit->text(); }
 
 private:
-    /// The longest known ending of a name, with its dot; empty when it has none, or nothing else.
+    /// The longest known ending of a name, with its dot; empty when the name has none, or is only an ending.
     QString endingOf(const QString& name) const
     {
         QString found;
@@ -123,7 +123,7 @@ private:
     QLineEdit* mp_Edit;    ///< child
     QStringList m_Endings; ///< with their dots
     QString m_DefaultEnding;
-    QString m_Agreed; ///< what the file dialog returned last
+    QString m_Agreed; ///< the last name that the file dialog returned
     bool m_Saves = false;
 };
 

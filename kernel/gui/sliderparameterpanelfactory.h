@@ -16,7 +16,7 @@ public:
     explicit SliderParameterPanelFactory(const boost::function<QSlider*()>& createSlider);
     ~SliderParameterPanelFactory() override;
     ParameterPanel* createPanel(const AbstractParameter& parameter, QWidget* parent) override;
-    /// A new slider as the command makes it; the caller owns it.
+    /// A new slider of the command; the caller owns it.
     QSlider* createSlider() const;
 
 private:

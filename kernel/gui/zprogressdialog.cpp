@@ -10,7 +10,7 @@ namespace {
 
 std::atomic<quint64> nextId{1};
 
-/// Application thread only.
+/// Used on the application thread only.
 std::function<void(const ZProgressDialog::Update&)>& presenter()
 {
     static auto* instance = new std::function<void(const ZProgressDialog::Update&)>;

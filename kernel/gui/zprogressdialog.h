@@ -9,8 +9,8 @@
 
 namespace tov::util {
 
-/// Shows the progress of long work. May be made, driven and destroyed on any thread, under any lock: it only posts.
-/// What the person sees is made on the application thread by the function set with `setPresenter`; without one nothing
+/// Shows the progress of long work. It only posts, so it can be created, updated and destroyed on any thread, under any
+/// lock. The function set with `setPresenter` makes the visible dialog on the application thread; without one nothing
 /// is shown.
 class TOV_EXPORT ZProgressDialog
 {
@@ -24,18 +24,18 @@ public:
         bool finished;
     };
 
-    /// `modal`: whether the window is blocked meanwhile.
+    /// `modal`: the window is blocked until the dialog closes.
     ZProgressDialog(const QString& title, bool modal);
     ZProgressDialog(const ZProgressDialog&) = delete;
     ZProgressDialog& operator=(const ZProgressDialog&) = delete;
-    /// Closes it.
+    /// Closes the dialog.
     ~ZProgressDialog();
 
     /// Percent, 0 to 100.
     void setValue(int percent);
 
-    /// Who shows progress; called on the application thread, values in order, in-between ones may be left out. Empty =
-    /// nobody. Thread: application.
+    /// Sets the function that shows progress, empty = none. It is called on the application thread with ascending
+    /// values, some of which may be skipped. Thread: application.
     static void setPresenter(std::function<void(const Update&)> presenter);
 
 private:

@@ -90,7 +90,8 @@ void Logger::log(int level, const char* file, int line, const char* function, co
 void Logger::log(int level, const char* file, int line, const char* function, const char* category,
                  const QString& message)
 {
-    // A copy of the characters: a literal's lie in the caller's library, which may be unloaded while records are kept.
+    // A deep copy: the characters of a literal belong to the caller's library, which may be unloaded while records
+    // exist.
     publish(level, file, line, function, category, QString(message.constData(), message.size()));
 }
 

@@ -49,13 +49,13 @@ public:
     static void log(int level, const char* file, int line, const char* function, const char* category,
                     const char* format, ...) __attribute__((format(printf, 6, 7)));
 
-    /// Logs a message as it stands; `%` has no meaning in it. Thread: any.
+    /// Logs a message literally; `%` has no special meaning. Thread: any.
     static void log(int level, const char* file, int line, const char* function, const char* category,
                     const QString& message);
 
-    /// Adds a sink, which stays the caller's and must be removed before it is destroyed. Thread: any.
+    /// Adds a sink. The caller keeps its ownership and removes it before destroying it. Thread: any.
     static void addSink(LogSink* sink);
-    /// Removes a sink; when this returns no call of it is under way. Thread: any, but no sink.
+    /// Removes a sink. When this returns, no call of it is in progress. Thread: any, but not from a sink.
     static void removeSink(LogSink* sink);
 };
 

@@ -45,7 +45,7 @@ QString escaped(const QString& text)
     return result;
 }
 
-/// Shared with the writing thread, which may outlive the sink by a blocked write.
+/// Shared with the writing thread, which outlives the sink if a write blocks.
 struct TerminalSink::Private
 {
     int highestLevel;
@@ -56,7 +56,7 @@ struct TerminalSink::Private
     int repeats = 0;              ///< guarded by mutex
     bool ending = false;          ///< guarded by mutex
     bool ended = false;           ///< guarded by mutex
-    bool withoutThread = false;   ///< set before anybody else knows of this
+    bool withoutThread = false;   ///< set before other threads can use this object
 
     void push(QByteArray line)
     {

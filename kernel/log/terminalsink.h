@@ -7,13 +7,13 @@
 namespace tov::log {
 
 /// Writes records to standard error from a thread of its own, so that logging never waits for a slow terminal. Control
-/// characters are escaped, repeats are folded into one line with a count.
+/// characters are escaped, and repeats are folded into one line with a count.
 class TOV_EXPORT TerminalSink : public LogSink
 {
 public:
-    /// Records of a level above `highestLevel` are left out.
+    /// Records with a level above `highestLevel` are not written.
     explicit TerminalSink(int highestLevel);
-    /// Writes what is waiting (for 2 s at most), then ends.
+    /// Writes the pending lines, for at most 2 s, then ends.
     ~TerminalSink() override;
     void write(const LogRecord& record) override;
 
@@ -22,7 +22,7 @@ private:
     std::shared_ptr<Private> d;
 };
 
-/// The text with control characters written as escapes, so that it stays one line and cannot steer a terminal.
+/// The text with control characters written as escapes, so that it stays one line and cannot control a terminal.
 TOV_EXPORT QString escaped(const QString& text);
 
 } // namespace tov::log

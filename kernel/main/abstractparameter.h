@@ -13,7 +13,7 @@ namespace tov::main {
 
 class ParameterPanelFactory;
 
-/// A named value of some type, as parameter sets and dialogs use it; `Parameter` is the typed one. Thread: one at a
+/// A named value of any type, for parameter sets and dialogs; `Parameter` is the typed class. Thread: one at a
 /// time, except for the GUI default, which any thread may read and write.
 class TOV_EXPORT AbstractParameter
 {

@@ -11,13 +11,13 @@ namespace tov::main {
 class TOV_EXPORT CastClass : public tov::util::ZReferenced
 {
 public:
-    /// True when values must be freed by `deleteValue` rather than by the type's plain deletion.
+    /// True when values must be freed by `deleteValue` rather than by `delete`.
     bool needsSpecialDeletion() const { return m_NeedsSpecialDeletion; }
 
-    /// A newly allocated value of the text; the caller owns it. Throws `std::invalid_argument` (or another exception)
-    /// when the text is no value of the type.
+    /// Converts a text to a newly allocated value, which the caller owns. Throws `std::invalid_argument` (or another
+    /// exception) when the text is not a value of the type.
     virtual void* fromString(const QString& text) = 0;
-    /// The value as text that `fromString` reads, where the type has such a text.
+    /// The value as a text that `fromString` accepts, if the type has a text form.
     virtual QString toString(const void* value) = 0;
     /// Frees a value.
     virtual void deleteValue(void* value) = 0;

@@ -20,7 +20,7 @@ namespace {
         QStringLiteral("\"%1\" is not a %2").arg(text, QString::fromLatin1(what)).toStdString());
 }
 
-/// Cast class of a type that is freed plainly.
+/// Cast class of a type that is freed by `delete`.
 template <typename T>
 class PlainCast : public CastClass
 {

@@ -15,7 +15,7 @@ class TOV_EXPORT CastClassManager
 {
 public:
     static CastClassManager* getInstance();
-    /// A new cast class for the type; null when the type is unknown. Whoever takes it holds it through `ZPointer`.
+    /// A new cast class for the type; null when the type is unknown. Hold it through `ZPointer`.
     CastClass* createCastClassForType(const std::type_info* type) const;
     /// Adds or replaces a type's creation function, which must outlive every use.
     void registerCastClass(const std::type_info& type, std::function<CastClass*()> create);

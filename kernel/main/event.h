@@ -6,7 +6,7 @@ namespace tov::main {
 
 using tov::events::EventType;
 
-/// Something that happened. Sender and data belong to whoever fires it and hold for the duration of the call.
+/// Something that happened. Sender and data belong to the code that fires the event and are valid during the call.
 class Event
 {
 public:
@@ -15,7 +15,7 @@ public:
     {}
     EventType getType() const { return m_Type; }
     void* getSender() const { return mp_Sender; }
-    /// What the event carries; its type is fixed by the event type ("SCENEPANEL_CHANGED": a `tov::gui::ScenePanel*`,
+    /// The event's data; its type depends on the event type ("SCENEPANEL_CHANGED": a `tov::gui::ScenePanel*`,
     /// null when no panel is active).
     void* getData() const { return mp_Data; }
 

@@ -16,7 +16,7 @@ namespace {
 struct Entry
 {
     EventType type;
-    EventManager::EventFunction function; ///< changed under the manager's mutex, when nobody calls it
+    EventManager::EventFunction function; ///< changed under the manager's mutex, while no thread calls it
     const void* owner;
     void* sender;
     bool dead = false;                    ///< guarded by the manager's mutex
@@ -46,7 +46,7 @@ struct EventManager::Private
         EventManager::EventFunction released;
         std::lock_guard<std::mutex> guard(mutex);
         entry.callers.erase(std::find(entry.callers.begin(), entry.callers.end(), std::this_thread::get_id()));
-        // Unregistered by the function itself, so nobody else frees it. `released` is destroyed after the lock.
+        // The function unregistered itself, so it is freed here. `released` is destroyed after the lock.
         if (entry.dead && entry.callers.empty())
             released.swap(entry.function);
         called.notify_all();
@@ -104,8 +104,8 @@ void EventManager::unregisterAllEventFunctionsOf(const void* owner)
             return std::all_of(entry->callers.begin(), entry->callers.end(),
                                [self](std::thread::id id) { return id == self; });
         });
-    // Threads that are firing may hold the entries longer. The functions must not live as long: they may belong to a
-    // library that is unloaded next.
+    // Threads that are firing may hold the entries longer, but the functions must be destroyed now: they may belong to
+    // a library that is unloaded next.
     for (const auto& entry : removed)
         if (entry->callers.empty()) {
             released.emplace_back();

@@ -18,8 +18,8 @@ template <typename T>
 class Parameter : public AbstractParameter
 {
 public:
-    /// `name` is what the command language and dialogs call it, `description` is translated. The parameter starts
-    /// without a value, unbound, mandatory, without editor.
+    /// `name` is used by the command language and by dialogs; `description` is translated. The parameter starts without
+    /// a value, unbound, mandatory and without an editor.
     Parameter(const QString& name, const QString& description)
         : AbstractParameter(name, description, QString(), true, nullptr)
     {
@@ -29,7 +29,7 @@ public:
                 tov::util::ZPointer<CastClass>(CastClassManager::getInstance()->createCastClassForType(&typeid(T)));
     }
 
-    /// Leaves the value alone on purpose: its lifetime is its owner's concern.
+    /// Does not free the value: its owner does.
     ~Parameter() override {}
 
     bool castString(const QString& text) override
@@ -43,7 +43,7 @@ public:
             try {
                 freeValue();
             } catch (...) {
-                // The old value stays; the new one is nobody's.
+                // The old value stays; the new one has no owner.
                 deletePlainly(value);
                 throw;
             }
@@ -147,8 +147,8 @@ private:
     T** mp_Binding = nullptr; ///< a command's member; null when unbound
 };
 
-/// Stores a value into a parameter that is known only as `AbstractParameter`. When the types differ, says so on Qt's
-/// critical message log and leaves the parameter alone; returns whether the types agree. Thread: one at a time.
+/// Stores a value into a parameter that is known only as `AbstractParameter`. When the types differ, reports it on Qt's
+/// critical message log and leaves the parameter unchanged; returns whether the types agree. Thread: one at a time.
 template <typename T>
 bool assignTyped(AbstractParameter* parameter, T* value)
 {
@@ -162,8 +162,8 @@ bool assignTyped(AbstractParameter* parameter, T* value)
     return true;
 }
 
-/// The value of a parameter that is known only as `AbstractParameter`; null, with a critical message of Qt, when it is
-/// of another type. Thread: one at a time.
+/// The value of a parameter that is known only as `AbstractParameter`; null, with a critical message in Qt's log, when
+/// it has another type. Thread: one at a time.
 template <typename T>
 T* fetchTyped(AbstractParameter* parameter)
 {

@@ -18,7 +18,7 @@ AbstractParameter::~AbstractParameter() = default;
 
 bool isSameType(const std::type_info* stored, const std::type_info& given)
 {
-    // The comparison of `type_info` is this very rule.
+    // Comparing `type_info` objects implements this rule.
     return stored && *stored == given;
 }
 

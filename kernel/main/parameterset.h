@@ -23,13 +23,13 @@ public:
 
     int getId() const { return m_Id; }
     QString getTitle() const { return m_Title; }
-    /// Takes the parameter over.
+    /// Takes over the parameter.
     void addParameter(AbstractParameter* parameter);
     std::size_t size() const { return m_Parameters.size(); }
     bool isEmpty() const { return m_Parameters.empty(); }
     /// The parameter at an index from 0; throws `std::out_of_range`.
     AbstractParameter* at(std::size_t index) const;
-    /// The parameter of that name (any case), or null.
+    /// The parameter with that name, in any case; null when there is none.
     AbstractParameter* find(const QString& name) const;
     const std::vector<AbstractParameter*>& getParameters() const { return m_Parameters; }
 

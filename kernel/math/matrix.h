@@ -13,7 +13,7 @@ public:
     T& operator()(unsigned int row, unsigned int column) { return m_Values[row * Columns + column]; }
     const T& operator()(unsigned int row, unsigned int column) const { return m_Values[row * Columns + column]; }
 
-    /// The values row by row. OpenGL wants columns: see `transposed`.
+    /// The values row by row. OpenGL expects columns: see `transposed`.
     T* data() { return m_Values; }
     const T* data() const { return m_Values; }
 
@@ -55,8 +55,8 @@ private:
 
 using Matrix4 = Matrix<double, 4u, 4u>;
 
-/// The determinant of the upper left 3 x 3 values: what a transform makes of volumes, negative when it turns left into
-/// right.
+/// The determinant of the upper left 3 x 3 values: the factor by which a transform scales volumes, negative when it
+/// mirrors.
 template <typename T, unsigned int Rows, unsigned int Columns>
 T volumeScaleOf(const Matrix<T, Rows, Columns>& m)
 {

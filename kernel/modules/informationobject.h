@@ -9,7 +9,7 @@
 
 namespace tov::main {
 
-/// What a plug-in says about itself. Plain strings, passed by value over C entry points.
+/// The description of a plug-in. Plain strings, passed by value through C entry points.
 struct AdditionalInformation
 {
     QString name;
@@ -18,7 +18,7 @@ struct AdditionalInformation
     QString author;
 };
 
-/// What a module says about itself, for "About modules". Owned by the module's factory.
+/// The description of a module, for "About modules". Owned by the module's factory.
 class TOV_EXPORT InformationObject
 {
 public:

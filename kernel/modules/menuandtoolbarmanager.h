@@ -6,7 +6,7 @@ namespace tov::main {
 class MenuAndToolbarManager
 {
 public:
-    /// The placement kinds that a module's GUI table is keyed by.
+    /// The kinds of placement, the keys of `Module::GUIDescriptions`.
     enum Kind
     {
         Menu = 1,
@@ -14,7 +14,7 @@ public:
         Settings = 8,
     };
 
-    /// Where a group or entry stands among its neighbours: ascending.
+    /// The place of a group or entry among its neighbours, in ascending order.
     class Position
     {
     public:

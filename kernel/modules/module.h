@@ -25,23 +25,24 @@ public:
     /// Placement kind (`MenuAndToolbarManager::Kind`) to group name to position.
     typedef std::map<int, std::map<QString, MenuAndToolbarManager::Position>> GUIDescriptions;
 
-    /// `information` stays the factory's. Makes the module known to the `ModuleManager` under the information's name.
+    /// The factory keeps the ownership of `information`. Makes the module known to the `ModuleManager` under the
+    /// information's name.
     explicit Module(InformationObject* information);
     Module(const Module&) = delete;
     Module& operator=(const Module&) = delete;
-    /// Removes it from the `ModuleManager`; until here the module finds itself by name. Deletes its commands that are
-    /// left.
+    /// Removes it from the `ModuleManager`; until here the module finds itself by name. Deletes its remaining
+    /// commands.
     virtual ~Module();
 
     /// Takes over a prototype of one of the module's primary commands.
     virtual void registerCommand(Command* command);
-    /// The groups of menus, tool bars and settings that the module's commands want.
+    /// The groups of menus, tool bars and settings for the module's commands.
     virtual GUIDescriptions& getGUIDescriptions();
     /// False when the module cannot work here; it is then reported and skipped.
     virtual bool canBeLoaded() = 0;
     /// Starts the module. `progress` takes status messages.
     virtual void initialize(const Progress& progress) = 0;
-    /// Ends the module's work, before its commands and the module itself are destroyed.
+    /// Ends the module's work before its commands and the module itself are destroyed.
     virtual void finalize() = 0;
 
     InformationObject* getInformationObject() const;

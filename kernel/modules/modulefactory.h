@@ -4,8 +4,8 @@
 
 #include <vector>
 
-/// The interface between host and modules, by number; every module refers to the one that it was built with, so that
-/// one built for another is an ordinary load failure.
+/// The version of the interface between host and modules. Every module refers to the version that it was built with, so
+/// that a module built for another version fails to load.
 extern "C" TOV_EXPORT const int tovModuleAbi1;
 
 namespace tov::main {
@@ -18,7 +18,7 @@ class Command;
 class InformationObject;
 class Module;
 
-/// What a module's library exports through `getFactory`: creates the module and knows its primary commands.
+/// Creates a module and knows its primary commands. A module's library exports it through `getFactory`.
 /// Thread: application.
 class TOV_EXPORT ModuleFactory
 {

@@ -94,7 +94,7 @@ Module* ModuleLoader::loadFile(const QString& fileName, const Module::Progress& 
         return d->fail(fileName, entry.library->errorString());
     const auto getFactory = GetFactory(entry.library->resolve("getFactory"));
     entry.recycle = RecycleFactory(entry.library->resolve("recycleFactory"));
-    // Found in the file itself, not in another module that it is linked with.
+    // The entry points must be in the file itself, not in another library that it is linked with.
     Dl_info where;
     if (getFactory && (dladdr(reinterpret_cast<void*>(getFactory), &where) == 0 ||
                        QFileInfo(QFile::decodeName(where.dli_fname)).canonicalFilePath() != entry.fileName)) {
@@ -119,7 +119,7 @@ Module* ModuleLoader::loadFile(const QString& fileName, const Module::Progress& 
         } else if (!entry.module->canBeLoaded()) {
             problem = QStringLiteral("it says that it cannot be loaded here");
         } else {
-            // What the module says may be shown longer than its library lives.
+            // Deep copies: the texts may be shown after the module's library is unloaded.
             entry.module->initialize(
                 [&progress](const QString& message) { progress(QString(message.constData(), message.size())); });
             for (Command* (*create)() : factory->getPrimaryCommands()) {

@@ -17,8 +17,8 @@ struct LoadFailure
     QString reason;
 };
 
-/// Loads and unloads modules from shared libraries. A module that cannot be loaded, lacks an entry point or says that
-/// it cannot be loaded is logged, remembered in `getFailures` and skipped. Thread: application.
+/// Loads and unloads modules from shared libraries. A module that cannot be loaded, lacks an entry point or rejects
+/// loading (`canBeLoaded`) is logged, listed in `getFailures` and skipped. Thread: application.
 class TOV_EXPORT ModuleLoader
 {
 public:

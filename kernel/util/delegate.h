@@ -6,7 +6,7 @@
 
 namespace tov::util {
 
-/// Something that can be called, once or more. Owned by the worker it is put in, else by whoever made it.
+/// A call that can be made any number of times. Owned by the worker that it is given to, else by its creator.
 class TOV_EXPORT DelegateBase
 {
 public:
@@ -14,7 +14,7 @@ public:
     DelegateBase(const DelegateBase&) = delete;
     DelegateBase& operator=(const DelegateBase&) = delete;
     virtual ~DelegateBase();
-    /// Calls it. May throw what the function throws. Thread: any.
+    /// Makes the call. Throws what the function throws. Thread: any.
     virtual void call() = 0;
 };
 

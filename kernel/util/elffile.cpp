@@ -39,7 +39,7 @@ QString findElfProblem(QIODevice& file)
         if (segment.p_filesz > 0 && !fits(segment.p_offset, segment.p_filesz, size))
             return truncated;
     }
-    // The section table is the last thing in the file: without it the end is missing, whatever the segments say.
+    // The section table is at the end of the file. Without it the file is truncated, even if all segments are complete.
     if (header.e_shnum > 0 && !fits(header.e_shoff, quint64(header.e_shnum) * header.e_shentsize, size))
         return truncated;
     return QString();

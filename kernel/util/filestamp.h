@@ -14,17 +14,17 @@ namespace tov::util {
 class TOV_EXPORT FileStamp
 {
 public:
-    /// A file that does not exist, without a name.
+    /// The stamp of a file that does not exist.
     FileStamp() = default;
     /// The current state of `fileName`.
     explicit FileStamp(const QString& fileName);
 
     QString fileName() const { return m_FileName; }
-    /// True when there was something of that name.
+    /// True when the name existed.
     bool exists() const { return m_Exists; }
-    /// True when it was a regular file.
+    /// True when the name was a regular file.
     bool isRegularFile() const { return m_IsRegular; }
-    /// In bytes.
+    /// The size in bytes.
     qint64 size() const { return m_Size; }
     /// Time of the last write, in nanoseconds since the epoch.
     qint64 modifiedNs() const { return m_ModifiedNs; }

@@ -9,7 +9,8 @@ namespace tov::util {
 
 namespace {
 
-/// Longest time between two calls of a waiter's stop function, which nobody can announce.
+/// Longest time between two calls of a waiter's stop function, because nothing wakes the waiter when its result
+/// changes.
 constexpr std::chrono::milliseconds StopInterval(20);
 
 struct State

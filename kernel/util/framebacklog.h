@@ -8,11 +8,11 @@
 
 namespace tov::util {
 
-/// Counts the raw video frames of this process that were captured and that encoders have not taken yet. Whoever paces a
-/// recording reports each frame with `captured` and waits with `waitUntilBelow`; encoder plug-ins report each frame
-/// with `taken`. All recordings of the process share the counters. Frames in a chunk that is still being filled count
-/// as pending and cannot be taken, so a limit must be larger than one chunk. Thread: any; no function takes another
-/// lock.
+/// Counts the raw video frames of this process that were captured and that encoders have not taken yet. The code that
+/// paces a recording reports each frame with `captured` and waits with `waitUntilBelow`; encoder plug-ins report each
+/// frame with `taken`. All recordings of the process share the counters. Frames in a chunk that is still being filled
+/// count as pending and cannot be taken, so a limit must be larger than one chunk. Thread: any; no function takes
+/// another lock.
 class TOV_EXPORT FrameBacklog
 {
 public:

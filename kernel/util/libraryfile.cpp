@@ -20,7 +20,7 @@ namespace tov::util {
 
 namespace {
 
-/// Who can write a file or a folder.
+/// The users who can write a file or a folder.
 struct Writers
 {
     uid_t owner;
@@ -28,7 +28,7 @@ struct Writers
     bool everybody;
 };
 
-/// Empty when there is no such file.
+/// Empty when the file does not exist.
 std::optional<Writers> findWriters(const QString& path)
 {
     struct stat status;
@@ -53,7 +53,7 @@ std::vector<QString> pathsUpwards(const QString& canonicalName)
     return paths;
 }
 
-/// Everybody who can replace this program.
+/// The users who can replace this program.
 struct ProgramWriters
 {
     std::set<uid_t> users{0, geteuid()};
@@ -80,7 +80,7 @@ ProgramWriters findProgramWriters()
 }
 
 /// Whether a user is the only member of a group: it is the primary group, is root's or has the user's number or name,
-/// and lists nobody else. Many systems give each user such a group, and files that it may change.
+/// and has no other members. Many systems give each user such a group and make files writable for it.
 bool isPrivateGroup(gid_t group, uid_t user)
 {
     std::vector<char> groupSpace(1 << 16), userSpace(1 << 16);

@@ -7,8 +7,8 @@
 
 namespace tov::util {
 
-/// Base of objects held through `ZPointer`. The count starts at 0; the object deletes itself when the last pointer lets
-/// go. Thread: any (the count is atomic).
+/// Base of objects held through `ZPointer`. The count starts at 0; the object deletes itself when the last pointer is
+/// destroyed or reset. Thread: any (the count is atomic).
 class TOV_EXPORT ZReferenced
 {
 public:
