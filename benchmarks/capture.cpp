@@ -1,4 +1,4 @@
-// What single frames cost: drawing a small part of a large scene, what the capture thread does beside drawing and
+// The cost of single frames: drawing a small part of a large scene, the capture thread's work other than drawing and
 // reading back, and the pace of a free-running recording while its frames are encoded. Prints rows of a Markdown table.
 //
 //     bench_capture MODEL LARGE_MODEL
@@ -51,12 +51,12 @@ using tov::trajectory::TrajectoryHandler;
 
 namespace {
 
-/// A frame of a recording, as its capture thread meets it; milliseconds of a steady clock.
+/// When the capture thread worked on a frame, in milliseconds of a steady clock.
 struct Frame
 {
-    double begun = 0;     ///< the projection is set: drawing begins
+    double begun = 0;     ///< the projection is set and drawing begins
     double readFrom = 0;  ///< reading back begins
-    double readUntil = 0; ///< and ends
+    double readUntil = 0; ///< reading back ends
 };
 std::mutex framesMutex;
 std::vector<Frame> frames; ///< guarded by framesMutex
@@ -72,9 +72,9 @@ double median(std::vector<double> values)
     return values.empty() ? 0 : values[values.size() / 2];
 }
 
-void row(const char* what, const QString& found, double value, double limit)
+void printRow(const char* what, const QString& measured, double value, double limit)
 {
-    std::printf("| %s | %s | %.3f | at most %g | %s |\n", what, qPrintable(found), value, limit,
+    std::printf("| %s | %s | %.3f | at most %g | %s |\n", what, qPrintable(measured), value, limit,
                 value <= limit ? "reached" : "missed");
     std::fflush(stdout);
 }
@@ -88,7 +88,7 @@ void processUntil(const std::function<bool()>& done)
     }
 }
 
-/// The geometry of a file, as one element.
+/// Reads a file; `element` becomes its last visible geometry. Null when it cannot be read.
 std::unique_ptr<SceneElement> read(const QString& file, const GeometryElement*& element)
 {
     QString error;
@@ -102,8 +102,8 @@ std::unique_ptr<SceneElement> read(const QString& file, const GeometryElement*& 
     return root;
 }
 
-/// The frustum of a small window on the middle of a picture of 16:9, `part` of its extents.
-Matrix4 windowOf(double part)
+/// Sets the projection to the middle of a 16:9 picture, `part` of its width and height, and returns the matrix.
+Matrix4 zoomTo(double part)
 {
     const double top = SceneDrawer::ZNEAR * tov::scene::PictureHalfHeight * part;
     glMatrixMode(GL_PROJECTION);
@@ -114,7 +114,7 @@ Matrix4 windowOf(double part)
     return columns.transposed();
 }
 
-/// The triangles that are not wholly outside one side of the window.
+/// The triangles that are not completely outside one of the four sides of the view.
 std::vector<std::size_t> inView(const GeometryElement& element, const Matrix4& clip)
 {
     std::vector<unsigned> outside;
@@ -134,7 +134,7 @@ std::vector<std::size_t> inView(const GeometryElement& element, const Matrix4& c
     return triangles;
 }
 
-/// An element of those triangles only.
+/// An element with only those triangles.
 GeometryElement* partOf(const GeometryElement& element, const std::vector<std::size_t>& triangles)
 {
     Geometry geometry;
@@ -155,7 +155,7 @@ GeometryElement* partOf(const GeometryElement& element, const std::vector<std::s
     return new GeometryElement(QStringLiteral("part"), std::move(geometry));
 }
 
-/// Drawing of a window that holds a hundredth of a large scene, beside a scene of what is in it.
+/// Compares drawing a view that contains 1 % of a large scene with drawing only what is in that view.
 bool zoomed(const QString& large)
 {
     constexpr int Width = 1280, Height = 720, Rounds = 60;
@@ -169,7 +169,7 @@ bool zoomed(const QString& large)
     surface.create();
     if (!context.create() || !context.makeCurrent(&surface))
         return false;
-    // The view of a panel that shows all of it.
+    // The view of a panel that shows the complete element.
     const auto& box = element->getBox();
     const double scaling = tov::scene::scalingFor(box);
     const auto centre = tov::scene::centreOf(box);
@@ -184,7 +184,7 @@ bool zoomed(const QString& large)
     const std::size_t all = element->getIndices().size() / 3;
     for (int i = 0; i < 40; ++i) {
         const double part = (least + most) / 2;
-        triangles = inView(*element, windowOf(part) * view);
+        triangles = inView(*element, zoomTo(part) * view);
         (triangles.size() * 100 > all ? most : least) = part;
     }
     SceneElement alone(QStringLiteral("alone"));
@@ -199,7 +199,7 @@ bool zoomed(const QString& large)
         glEnable(GL_LIGHTING);
         glEnable(GL_COLOR_MATERIAL);
         glEnable(GL_LIGHT0);
-        windowOf(least);
+        zoomTo(least);
         std::vector<double> times[2];
         for (int i = 0; i < 2 * Rounds + 4; ++i) {
             glMatrixMode(GL_MODELVIEW);
@@ -208,17 +208,18 @@ bool zoomed(const QString& large)
             glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
             drawer.glDraw(i % 2 ? &alone : root.get(), nullptr, view, 0.0, 3, 7);
             glFinish();
-            if (i >= 4) // the first ones upload
+            if (i >= 4) // the first frames upload the geometry
                 times[i % 2].push_back(now() - start);
         }
         fbo.release();
         const double whole = median(times[0]), part = median(times[1]);
-        row("drawing 1 % of 1.1 M triangles, closed, beside a scene of these alone, open and so drawn from both sides",
-            QStringLiteral("%1 triangles: %2 and %3 ms")
-                .arg(triangles.size())
-                .arg(whole, 0, 'f', 2)
-                .arg(part, 0, 'f', 2),
-            whole / part, 1.3);
+        printRow("drawing a view of 1 % of 1.1 M triangles (closed), compared with a scene of these alone (open, so "
+                 "both sides are drawn)",
+                 QStringLiteral("%1 triangles: %2 and %3 ms")
+                     .arg(triangles.size())
+                     .arg(whole, 0, 'f', 2)
+                     .arg(part, 0, 'f', 2),
+                 whole / part, 1.3);
     }
     context.doneCurrent();
     return true;
@@ -233,10 +234,7 @@ CommandRunPointer record(const QString& file, int width, int height, bool steppe
     QString error;
     const CommandRunPointer run = Overseer::getInstance()->getCommandProcessor()->start(
         QStringLiteral("grabvideo filename=\"%1\" width=%2 height=%3 sync=%4")
-            .arg(file)
-            .arg(width)
-            .arg(height)
-            .arg(int(stepped)),
+            .arg(file, QString::number(width), QString::number(height), QString::number(int(stepped))),
         &error);
     if (!run)
         std::fprintf(stderr, "bench_capture: %s\n", qPrintable(error));
@@ -249,7 +247,7 @@ std::vector<Frame> recorded()
     return frames;
 }
 
-/// From one frame to the next: what is neither drawing nor reading back.
+/// The time from one frame to the next that is neither drawing nor reading back.
 bool captureThread(const QString& folder)
 {
     QString error;
@@ -266,16 +264,16 @@ bool captureThread(const QString& folder)
         read.push_back(all[i].readUntil - all[i].readFrom);
         rest.push_back(whole.back() - draw.back() - read.back());
     }
-    row("capture thread at 1920 x 1080, stepped, H.264: all but drawing and reading back",
-        QStringLiteral("%1 of %2 ms a frame, %3 frames")
-            .arg(median(rest), 0, 'f', 2)
-            .arg(median(whole), 0, 'f', 2)
-            .arg(all.size()),
-        median(rest) / median(whole), 0.1);
+    printRow("capture thread at 1920 x 1080, stepped, H.264: time not spent on drawing and reading back",
+             QStringLiteral("%1 of %2 ms per frame, %3 frames")
+                 .arg(median(rest), 0, 'f', 2)
+                 .arg(median(whole), 0, 'f', 2)
+                 .arg(all.size()),
+             median(rest) / median(whole), 0.1);
     return all.size() == 100;
 }
 
-/// Frames 40 ms after the one before, or at once: none later than that.
+/// A frame must start at most 40 ms after the previous one.
 bool pace(const QString& folder)
 {
     constexpr double PaceMs = 40, ToleranceMs = 5, Seconds = 20;
@@ -287,7 +285,7 @@ bool pace(const QString& folder)
     auto* panel = Viewer::getInstance()->getActivePanel();
     double turned = 0;
     processUntil([&] {
-        // Something moves, so that the codec has work to do.
+        // The view turns, so that the codec has work to do.
         const double until = double(clock.elapsed()) / 1000;
         if (until - turned > 0.04) {
             panel->orbit(3, 0);
@@ -301,7 +299,7 @@ bool pace(const QString& folder)
     processUntil([&] { return run->isFinished(); });
     std::vector<double> busy;
     std::size_t late = 0, counted = 0;
-    // The first second belongs to the codec's start.
+    // In the first second the codec is starting.
     for (std::size_t i = 0; i + 1 < all.size(); ++i) {
         if (all[i].begun - all.front().begun < 1000)
             continue;
@@ -310,17 +308,17 @@ bool pace(const QString& folder)
         late += all[i + 1].begun - all[i].begun > PaceMs + ToleranceMs ? 1 : 0;
     }
     if (!lasted)
-        std::fprintf(stderr, "bench_capture: the recording ended by itself\n");
-    row("free-running at 1280 x 720 while H.264 is encoded, no window shown: frames more than 45 ms after the one "
-        "before",
-        QStringLiteral("%1 of %2, %3 ms a frame").arg(late).arg(counted).arg(median(busy), 0, 'f', 1),
-        counted ? double(late) / double(counted) : 1, 0.01);
+        std::fprintf(stderr, "bench_capture: the recording ended before it was stopped\n");
+    printRow("free-running at 1280 x 720 while H.264 is encoded, no window shown: frames more than 45 ms after the "
+             "previous one",
+             QStringLiteral("%1 of %2, %3 ms per frame").arg(late).arg(counted).arg(median(busy), 0, 'f', 1),
+             counted ? double(late) / double(counted) : 1, 0.01);
     return lasted && counted > 0;
 }
 
 } // namespace
 
-// In place of the libraries': called once for each frame of a recording, by its capture thread.
+// These replace the libraries' functions. The capture thread calls each once per frame.
 extern "C" TOV_EXPORT void gluPerspective(double angle, double aspect, double nearPlane, double farPlane)
 {
     static const auto real =
@@ -358,7 +356,7 @@ int main(int argc, char** argv)
     options.settingsFile = folder.filePath(QStringLiteral("settings.ini"));
     int one = 1;
     tov::app::Startup startup(one, argv, options);
-    std::puts("| what | found | ratio | limit | |\n|---|---|---|---|---|");
+    std::puts("| what | measured | ratio | limit | |\n|---|---|---|---|---|");
     bool good = zoomed(QString::fromLocal8Bit(argv[2]));
     QString error;
     if (!tov::scene::SceneImport::addFiles({QString::fromLocal8Bit(argv[1])}, &error)) {

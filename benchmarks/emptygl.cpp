@@ -1,4 +1,5 @@
-// What any Qt program with one OpenGL context costs: starts without a screen, makes the context current, ends.
+// The start-up cost of any Qt program with one OpenGL context: starts without a screen, makes the context current,
+// ends.
 
 #include "plugins/platform/select/headless.h"
 

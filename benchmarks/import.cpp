@@ -1,4 +1,6 @@
-// Seconds that reading a model takes, without any window or drawing:  bench_import MODEL
+// Prints how many seconds it takes to read a model, without any window or drawing.
+//
+//     bench_import MODEL
 
 #include "scene/sceneelement.h"
 #include "scene/import/sceneimport.h"

@@ -1,22 +1,23 @@
 #!/usr/bin/python3
 """The same jobs done with VTK, for peers.py: each call is one process.
 
-    peer_vtk.py subdivide IN.obj OUT.ply                     four triangles of each, twice; binary
-    peer_vtk.py nothing                                      an empty window, drawn once
+    peer_vtk.py subdivide IN.obj OUT.ply                     each triangle split into 16; binary
+    peer_vtk.py nothing                                      draws an empty window once
     peer_vtk.py box MODEL                                    prints the bounds: low and high x, y, z
     peer_vtk.py picture MODEL OUT.png WIDTH HEIGHT X Y Z DISTANCE smooth|facets TILES
     peer_vtk.py video MODEL OUT.mp4 WIDTH HEIGHT FRAMES
     peer_vtk.py read MODEL                                   prints the seconds that reading took
 
-The view is tov's: the same vertical angle, light from the camera, colours; a picture is seen from DISTANCE before X, Y, Z
-along z, in TILES x TILES tiles. VTK draws models without normals in facets; "smooth" gives them normals as tov does, by the leanest settings.
+The view is the same as in tov: vertical angle, light at the camera, colours. A picture looks along z at X, Y, Z from DISTANCE,
+in TILES x TILES tiles. VTK draws models without normals in facets; "smooth" computes normals, as tov does, with the settings
+that take least memory.
 """
 import math
 import subprocess
 import sys
 import time
 
-# Only what is used: the whole of it takes longer to load, and more memory.
+# Only the classes in use: importing all of VTK takes longer and more memory.
 from vtkmodules.vtkFiltersCore import vtkPolyDataNormals, vtkTriangleFilter
 from vtkmodules.vtkFiltersHybrid import vtkRenderLargeImage
 from vtkmodules.vtkFiltersModeling import vtkLinearSubdivisionFilter
@@ -24,12 +25,12 @@ from vtkmodules.vtkIOGeometry import vtkOBJReader
 from vtkmodules.vtkIOImage import vtkPNGWriter
 from vtkmodules.vtkIOPLY import vtkPLYReader, vtkPLYWriter
 from vtkmodules.vtkRenderingCore import vtkActor, vtkPolyDataMapper, vtkRenderer, vtkRenderWindow, vtkWindowToImageFilter
-import vtkmodules.vtkRenderingOpenGL2  # noqa: F401  what draws
+import vtkmodules.vtkRenderingOpenGL2  # noqa: F401  the renderer
 
 
 HALF_HEIGHT = 0.4274205123390469  # of tov's pictures, at distance 1
-VIDEO_CLOSER = 1.326  # than the sphere about the model asks for: the model is as large as in tov's turntable
-KEPT = []  # what pipelines need, but do not hold
+VIDEO_CLOSER = 1.326  # times closer than ResetCamera, so that the model is as large as in tov's turntable
+KEPT = []  # objects that pipelines use without owning them
 
 
 def reader_of(name):
@@ -104,7 +105,7 @@ def picture(model, out, width, height, x, y, z, distance, shading, tiles):
     camera.SetFocalPoint(float(x), float(y), float(z))
     camera.SetPosition(float(x), float(y), float(z) + float(distance))
     camera.SetViewUp(0, 1, 0)
-    # The tiles together show 4 % less than the camera's angle says, of whatever size they are: this gives what is wanted.
+    # Tiles of any size together show 4 % less than the camera's angle. This angle compensates for that.
     camera.SetViewAngle(48.18)
     renderer.ResetCameraClippingRange()
     large = vtkRenderLargeImage()
@@ -117,7 +118,7 @@ def picture(model, out, width, height, x, y, z, distance, shading, tiles):
 
 
 def video(model, out, width, height, frames):
-    # Debian's build has no FFmpeg writer: the frames go to the ffmpeg program, in the coder and preset that tov uses.
+    # Debian's VTK has no FFmpeg writer, so the ffmpeg program encodes the frames with the codec and preset that tov uses.
     window, renderer = window_of(model, int(width), int(height))
     renderer.GetActiveCamera().Dolly(VIDEO_CLOSER)
     renderer.ResetCameraClippingRange()

@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""Times tov beside VTK on the same jobs, whole processes in turns, and prints a table in Markdown.
+"""Compares tov with VTK on the same jobs, whole processes in turns, and prints a table in Markdown.
 
     peers.py BUILD_FOLDER MODEL LARGE_MODEL [ROUNDS]
 """
@@ -15,28 +15,29 @@ import time
 HERE = os.path.dirname(os.path.abspath(__file__))
 BACKGROUND = bytes((38, 42, 51))
 HALF_HEIGHT = 0.4274205123390469  # of tov's pictures, at distance 1
-FASTEST, LEANEST = '5', '20'  # of 2, 4, 5, 8, 10, 20 tiles a side the fastest for both models, and the one with least memory
+# Of 2, 4, 5, 8, 10 and 20 tiles per side, VTK's fastest choice for both models, and the one that takes least memory.
+FASTEST, LEANEST = '5', '20'
 PEER = os.path.join(HERE, 'peer_vtk.py')
 
 
 def output_of(command):
-    """What a command prints; one line says which failed, and ends everything."""
+    """Standard output and error of a command. Ends the program with one line when it fails."""
     process = subprocess.run(command, capture_output=True, text=True)
     if process.returncode != 0:
-        last = (process.stderr.strip().splitlines() or ['it said nothing'])[-1]
+        last = (process.stderr.strip().splitlines() or ['no message'])[-1]
         sys.exit(f'peers.py: {" ".join(command)}: status {process.returncode}: {last}')
     return process.stdout, process.stderr
 
 
 def measured(command):
-    """Seconds and peak memory in MB of a whole process."""
+    """Seconds and peak memory (MB) of a whole process."""
     start = time.perf_counter()
     _, errors = output_of(['/usr/bin/time', '-f', 'peak=%M'] + command)
     return time.perf_counter() - start, int(re.findall(r'peak=(\d+)', errors)[-1]) * 1024 / 1e6
 
 
 def view_of(model, width, height):
-    """The same view of a model for both: where the peer's camera looks and from how far, and tov's transform."""
+    """The same view of a model for both programs: the focal point and distance of the peer's camera, and tov's transform."""
     numbers = [float(word) for word in output_of([PEER, 'box', model])[0].split()]
     low, high = numbers[:3], numbers[3:]
     centre = [(a + b) / 2 for a, b in zip(low, high)]
@@ -51,7 +52,7 @@ def view_of(model, width, height):
 
 
 def in_turns(ours, theirs, rounds):
-    """Medians of both, run in turns so that what else the machine does falls on both."""
+    """Medians of both, run in turns so that other load on the machine affects both."""
     results = ([], [])
     for _ in range(rounds):
         for command, into in ((ours, results[0]), (theirs, results[1])):
@@ -60,7 +61,7 @@ def in_turns(ours, theirs, rounds):
 
 
 def alike(ours, theirs):
-    """How much of each picture the model covers, in percent, the mean difference of a channel, and the files' sizes in MB."""
+    """The share of each picture that the model covers (percent), the mean difference per channel, and the file sizes (MB)."""
     raw = [subprocess.run(['ffmpeg', '-v', 'error', '-i', name, '-vf', 'scale=1000:750:flags=area', '-f', 'rawvideo', '-pix_fmt',
                            'rgb24', '-'], capture_output=True, check=True).stdout for name in (ours, theirs)]
     covered = [sum(1 for i in range(0, len(each), 3) if each[i:i + 3] != BACKGROUND) * 300 / len(each) for each in raw]
@@ -69,7 +70,7 @@ def alike(ours, theirs):
 
 
 def covered_in(video):
-    """How much of a frame the model covers on average, in percent, by each tenth frame. The coder changes colours a little."""
+    """The average share of a frame that the model covers (percent), of every tenth frame. Coding changes colours slightly."""
     raw = subprocess.run(['ffmpeg', '-v', 'error', '-i', video, '-vf', r'select=not(mod(n\,10)),scale=iw/4:ih/4:flags=neighbor',
                           '-vsync', 'vfr', '-f', 'rawvideo', '-pix_fmt', 'rgb24', '-'], capture_output=True, check=True).stdout
     near = [frozenset(range(value - 8, value + 9)) for value in BACKGROUND]
@@ -109,7 +110,7 @@ def main(build, model, big, rounds=5):
         ours, theirs = in_turns(
             [tov, 'image', model, '-o', folder + '/a.png', '--panel', '1280x960', '--width', '10000', '--quiet'],
             [tov, 'image', model, '-o', folder + '/a.png', '--panel', '1280x960', '--width', '5000', '--quiet'], rounds)
-        print(f'| four times the pixels: 5000 to 10000 wide | {theirs[0]:.2f} to {ours[0]:.2f} s | | {ours[0] / theirs[0]:.2f} |'
+        print(f'| four times the pixels: width 5000 to 10000 | {theirs[0]:.2f} to {ours[0]:.2f} s | | {ours[0] / theirs[0]:.2f} |'
               f' at most 4.3 | {"reached" if ours[0] / theirs[0] <= 4.3 else "missed"} |', flush=True)
         ours, theirs = in_turns(
             [tov, 'video', model, '-o', folder + '/a.mp4', '--size', '1280x720', '--turntable', '100', '--quiet'],
@@ -123,7 +124,7 @@ def main(build, model, big, rounds=5):
         print(f'| start to exit, a cube 200 x 200; an empty Qt program with one context {theirs[0]:.2f} s, {theirs[1]:.0f} MB |'
               f' {ours[0]:.2f} s | | {beyond:.2f} s more | at most 0.25 s | {"reached" if beyond <= 0.25 else "missed"} |', flush=True)
         seconds, memory = measured([PEER, 'nothing'])
-        print(f'| start to exit, nothing in the window | | {seconds:.2f} s, {memory:.0f} MB | | | |', flush=True)
+        print(f'| start to exit, empty window | | {seconds:.2f} s, {memory:.0f} MB | | | |', flush=True)
         for name, file in (('bunny.obj', model), ('1.1 M triangles, binary PLY', big)):
             ours, theirs = [], []
             for _ in range(rounds):
@@ -132,11 +133,11 @@ def main(build, model, big, rounds=5):
             a, b = statistics.median(ours), statistics.median(theirs)
             row(f'reading {name}', a, b, a / b, 1.0, 's')
     print()
-    print('| the pictures beside VTK\'s | covered, tov | covered, VTK | mean difference of 255 | file, tov | file, VTK |')
+    print('| the pictures compared with VTK\'s | covered, tov | covered, VTK | mean difference of 255 | file, tov | file, VTK |')
     print('|---|---|---|---|---|---|')
     for name, ours, theirs, difference, size, other in compared:
         print(f'| {name} | {ours:.2f} % | {theirs:.2f} % | {difference:.1f} | {size:.1f} MB | {other:.1f} MB |')
-    print(f'| the video, each tenth frame | {videos[0]:.2f} % | {videos[1]:.2f} % | | | |')
+    print(f'| the video, every tenth frame | {videos[0]:.2f} % | {videos[1]:.2f} % | | | |')
 
 
 if len(sys.argv) < 4:

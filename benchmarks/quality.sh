@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# PSNR of recordings against that of the ffmpeg program with the same codec, preset and bit rate, on the same frames.
+# Compares the PSNR of recordings with that of the ffmpeg program, with the same codec, preset, bit rate and frames.
 set -euo pipefail
 tov=$1 model=$2
 folder=$(mktemp -d)
@@ -32,7 +32,7 @@ row hq.mp4 mp4 -c:v libx264 -preset medium -crf 16
 row hevc.mp4 mp4 -c:v libx265 -preset fast -b:v 1200k -x265-params log-level=error
 row webm webm -c:v libvpx-vp9 -deadline good -cpu-used 5 -row-mt 1 -b:v 1200k
 row av1.mkv mkv -c:v libaom-av1 -cpu-used 8 -usage realtime -row-mt 1 -b:v 1200k
-# JPEG has colours of its own.
+# JPEG uses BT.601 at full range.
 matrix=bt601 range=pc
 to709=(-vf "scale=out_color_matrix=bt601:out_range=pc:flags=accurate_rnd+full_chroma_int+bicubic,format=yuvj420p")
 row avi avi -c:v mjpeg -qscale 2 -huffman optimal

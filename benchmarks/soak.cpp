@@ -1,6 +1,7 @@
-// Load: the module under long and large work, in one process. Prints what was found and how much of it held.
+// Load tests: long and large recordings and pictures in one process. Prints one line per limit, with the measured
+// value, and the number of limits that were kept.
 //
-//     soak PART        (scripts/soak lists the parts and builds this)
+//     soak PART        (scripts/soak lists the parts and builds this program)
 
 #include "app/common/spacewatch.h"
 #include "app/common/startup.h"
@@ -61,18 +62,18 @@ namespace {
 
 constexpr double Mb = 1e6;
 constexpr int SmallDiskMb = 400;
-constexpr int KeptBytes = 16; // of a frame, by the slow encoder
-int held = 0, cases = 0;
+constexpr int KeptBytes = 16; // per frame in the file of the slow encoder
+int passedCount = 0, checkCount = 0;
 
-void judge(bool good, const QString& what)
+void expect(bool passed, const QString& what)
 {
-    ++cases;
-    held += good ? 1 : 0;
-    std::printf("%s  %s\n", good ? "held  " : "missed", qPrintable(what));
+    ++checkCount;
+    passedCount += passed ? 1 : 0;
+    std::printf("%s  %s\n", passed ? "passed" : "FAILED", qPrintable(what));
     std::fflush(stdout);
 }
 
-/// Bytes that /proc says of this process, by the field's name.
+/// A memory figure of this process in bytes, by its name in /proc/self/status.
 qint64 statusBytes(const char* field)
 {
     QFile status(QStringLiteral("/proc/self/status"));
@@ -89,8 +90,8 @@ qint64 residentBytes()
     return statusBytes("VmRSS");
 }
 
-/// Starts the count of `VmHWM` anew.
-void forgetPeak()
+/// Resets `VmHWM`, the peak of the resident memory.
+void resetPeak()
 {
     QFile file(QStringLiteral("/proc/self/clear_refs"));
     if (file.open(QIODevice::WriteOnly))
@@ -107,22 +108,22 @@ int entries(const QString& folder)
     return entryNames(folder).size();
 }
 
-void judgeTemporary(const QString& folder)
+void expectNoTemporaryFiles(const QString& folder)
 {
     const QStringList left = entryNames(folder);
-    judge(left.isEmpty(),
-          QStringLiteral("temporary files left: %1 (limit 0) %2").arg(left.size()).arg(left.join(QLatin1Char(' '))));
+    expect(left.isEmpty(),
+           QStringLiteral("temporary files left: %1 (limit 0) %2").arg(left.size()).arg(left.join(QLatin1Char(' '))));
 }
 
-// What the recording believes of the memory: as on a machine with that many bytes free when it began. -1 = the truth.
-std::atomic<qint64> pretendedFree{-1};
+// Bytes of memory that seem to have been free when the recording began. -1 = do not simulate.
+std::atomic<qint64> simulatedFree{-1};
 std::atomic<qint64> residentAtStart{0};
 
-// The application thread's waits for the locks of shared context and scene, one after the other as for painting.
+// The application thread's waits for the locks of the shared context and the scene before it paints, in milliseconds.
 std::vector<double> paintWaits;
 thread_local double contextWaitMs = -1;
 
-/// Runs the event loop until `done`; false when the time is over.
+/// Runs the event loop until `done`; false when the time limit is reached.
 bool processUntil(const std::function<bool()>& done, int limitMs)
 {
     QElapsedTimer clock;
@@ -146,7 +147,7 @@ ScenePanel* newPanel(int width, int height)
     return panel;
 }
 
-/// A walk of that many positions from the first on.
+/// Selects a trajectory of that many points and goes to the first one.
 void selectWalk(unsigned long count)
 {
     std::vector<tov::trajectory::Point> points;
@@ -170,10 +171,7 @@ CommandRunPointer start(const QString& text)
 CommandRunPointer startVideo(const QString& file, int width, int height, bool synced)
 {
     return start(QStringLiteral("grabvideo filename=\"%1\" width=%2 height=%3 sync=%4")
-                     .arg(file)
-                     .arg(width)
-                     .arg(height)
-                     .arg(synced ? 1 : 0));
+                     .arg(file, QString::number(width), QString::number(height), QString::number(synced ? 1 : 0)));
 }
 
 void setChunks(int megabytes, bool memory)
@@ -182,7 +180,7 @@ void setChunks(int megabytes, bool memory)
     tovSettings().setValue(QStringLiteral("settings/grabvideousememoryasbuffer"), memory);
 }
 
-/// A wavy sheet of that many triangles at least, or a ball of that many points.
+/// A wavy sheet of at least that many triangles, or a sphere of that many points.
 GeometryElement* largeElement(std::size_t count, bool points)
 {
     Geometry geometry;
@@ -220,7 +218,7 @@ void setScene(GeometryElement* element)
     Viewer::getInstance()->getGlobalScene()->setRootNode(root);
 }
 
-// ---- The parts. Each has a scene of 20000 triangles and a folder of its own.
+// ---- The parts. Each starts with a scene of 20000 triangles and a folder of its own.
 
 void slowEncoder(const QString& folder, const QString& temporary)
 {
@@ -228,7 +226,7 @@ void slowEncoder(const QString& folder, const QString& temporary)
     const qint64 frameBytes = qint64(width) * height * 4;
     setChunks(50, true);
     ScenePanel* panel = newPanel(width, height);
-    // First as fast as it goes, to know what ten times slower is.
+    // Once without a delay, to measure how long capturing takes.
     qputenv("TOV_SOAK_FRAME_MS", "0");
     selectWalk(200);
     QElapsedTimer clock;
@@ -236,13 +234,13 @@ void slowEncoder(const QString& folder, const QString& temporary)
     CommandRunPointer run = startVideo(folder + QStringLiteral("/warm.slow"), width, height, true);
     processUntil([&] { return run->isFinished(); }, 60000);
     const double captureMs = double(clock.elapsed()) / 200;
-    // Not so slow that the part takes longer than it may.
+    // Limited so that the part stays within its time limit.
     const double slowMs = std::min(10 * captureMs, 170.0);
     qputenv("TOV_SOAK_FRAME_MS", QByteArray::number(slowMs));
     malloc_trim(0);
     residentAtStart = residentBytes();
-    pretendedFree = qint64(freeMb * Mb);
-    forgetPeak();
+    simulatedFree = qint64(freeMb * Mb);
+    resetPeak();
     selectWalk(frames);
     const QString name = folder + QStringLiteral("/long.slow");
     tov::app::SpaceWatch watch;
@@ -271,28 +269,30 @@ void slowEncoder(const QString& folder, const QString& temporary)
             return run->isFinished();
         },
         560000);
-    pretendedFree = -1;
+    simulatedFree = -1;
     const qint64 peak = std::max(most, statusBytes("VmHWM")) - residentAtStart;
-    judge(slowMs >= 10 * captureMs, QStringLiteral("encoder %1 ms a frame, capture alone %2 ms: %3 times (limit 10)")
-                                        .arg(slowMs, 0, 'f', 1)
-                                        .arg(captureMs, 0, 'f', 1)
-                                        .arg(slowMs / captureMs, 0, 'f', 1));
-    judge(captured && ended, QStringLiteral("%1 frames: captured after %2 s, encoded after %3 s (limit 560)")
-                                 .arg(frames)
-                                 .arg(captureSeconds, 0, 'f', 0)
-                                 .arg(double(clock.elapsed()) / 1000, 0, 'f', 0));
-    judge(QFileInfo(name).size() == qint64(KeptBytes) * frames,
-          QStringLiteral("frames in %1, frames out %2").arg(frames).arg(double(QFileInfo(name).size()) / KeptBytes));
-    // A chunk that is half encoded, and one that is half filled, are within the difference.
-    judge(furthest > 0 && furthest <= 150,
-          QStringLiteral("what waits is shown to the person within %1 MB (limit 150)").arg(furthest, 0, 'f', 0));
-    // Chunks go to memory while it is free, which is seen, and to files from then on.
-    judge(peak > freeMb * qint64(Mb) / 2 && peak <= freeMb * qint64(Mb),
-          QStringLiteral("memory %1 MB beyond the start (limit: the %2 MB free then), of %3 MB recorded")
-              .arg(double(peak) / Mb, 0, 'f', 0)
-              .arg(freeMb)
-              .arg(double(frames * frameBytes) / Mb, 0, 'f', 0));
-    judgeTemporary(temporary);
+    expect(slowMs >= 10 * captureMs,
+           QStringLiteral("encoder %1 ms per frame, capture alone %2 ms: ratio %3 (at least 10)")
+               .arg(slowMs, 0, 'f', 1)
+               .arg(captureMs, 0, 'f', 1)
+               .arg(slowMs / captureMs, 0, 'f', 1));
+    expect(captured && ended, QStringLiteral("%1 frames: captured after %2 s, encoded after %3 s (limit 560)")
+                                  .arg(frames)
+                                  .arg(captureSeconds, 0, 'f', 0)
+                                  .arg(double(clock.elapsed()) / 1000, 0, 'f', 0));
+    expect(QFileInfo(name).size() == qint64(KeptBytes) * frames,
+           QStringLiteral("frames in %1, frames out %2").arg(frames).arg(double(QFileInfo(name).size()) / KeptBytes));
+    // The difference includes a chunk that is half encoded and one that is half filled.
+    expect(furthest > 0 && furthest <= 150,
+           QStringLiteral("the displayed size of the pending frames is right within %1 MB (limit 150)")
+               .arg(furthest, 0, 'f', 0));
+    // Chunks go to memory while there is free memory, and to files from then on.
+    expect(peak > freeMb * qint64(Mb) / 2 && peak <= freeMb * qint64(Mb),
+           QStringLiteral("memory grew by %1 MB (limit: the %2 MB that were free), %3 MB were recorded")
+               .arg(double(peak) / Mb, 0, 'f', 0)
+               .arg(freeMb)
+               .arg(double(frames * frameBytes) / Mb, 0, 'f', 0));
+    expectNoTemporaryFiles(temporary);
     Viewer::getInstance()->closePanel(panel);
 }
 
@@ -304,18 +304,19 @@ void space(const QString& folder, const QString& temporary)
     qputenv("TOV_SOAK_FRAME_MS", "20");
     setChunks(10, false);
     tov::app::SpaceWatch watch;
-    int told = 0;
-    QObject::connect(&watch, &tov::app::SpaceWatch::lowSpace, [&told](const QString&) { ++told; });
+    int warnings = 0;
+    QObject::connect(&watch, &tov::app::SpaceWatch::lowSpace, [&warnings](const QString&) { ++warnings; });
     tov::app::ErrorMemory errors;
     ScenePanel* panel = newPanel(width, height);
     const struct
     {
         QString what, file;
         qint64 kept;
-    } rows[] = {{QStringLiteral("temporary folder fills up"), folder + QStringLiteral("/space.slow"), KeptBytes},
-                {QStringLiteral("output's disk fills up, too"), temporary + QStringLiteral("/space.raw"), frameBytes}};
+    } rows[] = {
+        {QStringLiteral("temporary folder fills up"), folder + QStringLiteral("/space.slow"), KeptBytes},
+        {QStringLiteral("the disk of the output fills up too"), temporary + QStringLiteral("/space.raw"), frameBytes}};
     for (const auto& row : rows) {
-        told = 0;
+        warnings = 0;
         errors.clear();
         selectWalk(positions);
         const qint64 before = QStorageInfo(temporary).bytesAvailable();
@@ -325,37 +326,38 @@ void space(const QString& folder, const QString& temporary)
             [&] {
                 const qint64 room = QStorageInfo(temporary).bytesAvailable();
                 least = std::min(least, room);
-                if (told == 0)
+                if (warnings == 0)
                     atStop = room;
                 return run->isFinished();
             },
             120000);
         const qint64 frames = qint64(TrajectoryHandler::getInstance()->getPosition()) + 1;
-        judge(ended && told == 1 && frames < positions, QStringLiteral("%1 (%2 MB): stopped, told %3 times (limit 1)")
-                                                            .arg(row.what)
-                                                            .arg(double(before) / Mb, 0, 'f', 0)
-                                                            .arg(told));
-        judge(atStop < 2 * limit && least > 0,
-              QStringLiteral("%1: %2 MB left when stopped (limit 50), %3 MB at least (more than 0)")
-                  .arg(row.what)
-                  .arg(double(atStop) / Mb, 0, 'f', 0)
-                  .arg(double(least) / Mb, 0, 'f', 0));
-        judge(frames > 50 && QFileInfo(row.file).size() == frames * row.kept,
-              QStringLiteral("%1: frames in %2, frames out %3")
-                  .arg(row.what)
-                  .arg(frames)
-                  .arg(double(QFileInfo(row.file).size()) / double(row.kept)));
-        judge(errors.getMessages().isEmpty(), QStringLiteral("%1: complaints %2 (limit 0) %3")
-                                                  .arg(row.what)
-                                                  .arg(errors.getMessages().size())
-                                                  .arg(errors.getMessages().value(0)));
+        expect(ended && warnings == 1 && frames < positions,
+               QStringLiteral("%1 (%2 MB): stopped, %3 warnings (expected 1)")
+                   .arg(row.what)
+                   .arg(double(before) / Mb, 0, 'f', 0)
+                   .arg(warnings));
+        expect(atStop < 2 * limit && least > 0,
+               QStringLiteral("%1: %2 MB free when stopped (limit 100), lowest %3 MB (more than 0)")
+                   .arg(row.what)
+                   .arg(double(atStop) / Mb, 0, 'f', 0)
+                   .arg(double(least) / Mb, 0, 'f', 0));
+        expect(frames > 50 && QFileInfo(row.file).size() == frames * row.kept,
+               QStringLiteral("%1: frames in %2, frames out %3")
+                   .arg(row.what)
+                   .arg(frames)
+                   .arg(double(QFileInfo(row.file).size()) / double(row.kept)));
+        expect(errors.getMessages().isEmpty(), QStringLiteral("%1: %2 error messages (limit 0) %3")
+                                                   .arg(row.what)
+                                                   .arg(errors.getMessages().size())
+                                                   .arg(errors.getMessages().value(0)));
         QFile::remove(row.file);
     }
-    judgeTemporary(temporary);
+    expectNoTemporaryFiles(temporary);
     Viewer::getInstance()->closePanel(panel);
 }
 
-/// How many frames a file of ours holds: the raw ones by their size, others by ffprobe; -1 = not to be read.
+/// The number of frames in a recorded file, by its size (raw) or by ffprobe; -1 = not readable.
 qint64 framesIn(const QString& name, int width, int height)
 {
     const qint64 frameBytes = qint64(width) * height * 4;
@@ -375,30 +377,29 @@ qint64 framesIn(const QString& name, int width, int height)
     return number ? frames : -1;
 }
 
-void judgeWaits(const char* what, std::vector<double> waits, double frameMs, std::size_t least)
+void expectShortWaits(const char* what, std::vector<double> waits, double frameMs, std::size_t least)
 {
     std::sort(waits.begin(), waits.end());
     const double at95 = waits.empty() ? 0 : waits[waits.size() * 95 / 100];
-    judge(waits.size() >= least && at95 <= 2 * frameMs,
-          QStringLiteral(
-              "%1 %2 times (at least %3): 95 % within %4 ms, the longest %5 ms; a frame takes %6 ms (ratio %7, "
-              "limit 2)")
-              .arg(QLatin1String(what))
-              .arg(waits.size())
-              .arg(least)
-              .arg(at95, 0, 'f', 1)
-              .arg(waits.empty() ? 0 : waits.back(), 0, 'f', 1)
-              .arg(frameMs, 0, 'f', 1)
-              .arg(at95 / frameMs, 0, 'f', 2));
+    expect(waits.size() >= least && at95 <= 2 * frameMs,
+           QStringLiteral("%1 %2 times (at least %3): 95 % within %4 ms, longest %5 ms; a frame takes %6 ms (ratio %7, "
+                          "limit 2)")
+               .arg(QLatin1String(what))
+               .arg(waits.size())
+               .arg(least)
+               .arg(at95, 0, 'f', 1)
+               .arg(waits.empty() ? 0 : waits.back(), 0, 'f', 1)
+               .arg(frameMs, 0, 'f', 1)
+               .arg(at95 / frameMs, 0, 'f', 2));
 }
 
-void judgeFrames(const QString& name, int width, int height, int frames)
+void expectFrames(const QString& name, int width, int height, int frames)
 {
     const qint64 found = framesIn(name, width, height);
-    judge(found == frames, QStringLiteral("frames in %1, frames out %2").arg(frames).arg(found));
+    expect(found == frames, QStringLiteral("frames in %1, frames out %2").arg(frames).arg(found));
 }
 
-/// The program's window, whose view is turned all the time while it is recorded.
+/// The program's window, whose view is turned continuously while it is recorded.
 void window(const QString& folder, const QString&)
 {
     const int frames = 300, turnMs = 40;
@@ -425,10 +426,10 @@ void window(const QString& folder, const QString&)
     const std::vector<double> waits = paintWaits;
     turn.stop();
     processUntil([&] { return run->isFinished(); }, 120000);
-    judge(walked && run->isFinished(),
-          QStringLiteral("%1 frames in %2 s (limit 400)").arg(frames).arg(double(clock.elapsed()) / 1000, 0, 'f', 0));
-    judgeWaits("the window waited for the locks to paint", waits, frameMs, 100);
-    judgeFrames(name, 640, 480, frames);
+    expect(walked && run->isFinished(),
+           QStringLiteral("%1 frames in %2 s (limit 400)").arg(frames).arg(double(clock.elapsed()) / 1000, 0, 'f', 0));
+    expectShortWaits("the window waited for the locks to paint", waits, frameMs, 100);
+    expectFrames(name, 640, 480, frames);
 }
 
 void locks(const QString& folder, const QString&)
@@ -447,7 +448,7 @@ void locks(const QString& folder, const QString&)
     processUntil([&] { return handler->getPosition() > 0; }, 60000);
     clock.start();
     const auto first = handler->getPosition();
-    // As the window does it for each picture of a panel: the shared context, then the scene.
+    // As a panel does before it paints: first the shared context, then the scene.
     const bool walked = processUntil(
         [&] {
             wait.start();
@@ -461,10 +462,10 @@ void locks(const QString& folder, const QString&)
         300000);
     const double frameMs = double(clock.nsecsElapsed()) / 1e6 / double(handler->getPosition() - first);
     processUntil([&] { return run->isFinished(); }, 120000);
-    judge(walked && run->isFinished(),
-          QStringLiteral("%1 frames in %2 s (limit 300)").arg(frames).arg(double(clock.elapsed()) / 1000, 0, 'f', 0));
-    judgeWaits("a thread waited for the locks", waits, frameMs, 200);
-    judgeFrames(folder + QStringLiteral("/a.raw"), 640, 480, frames);
+    expect(walked && run->isFinished(),
+           QStringLiteral("%1 frames in %2 s (limit 300)").arg(frames).arg(double(clock.elapsed()) / 1000, 0, 'f', 0));
+    expectShortWaits("a thread waited for the locks", waits, frameMs, 200);
+    expectFrames(folder + QStringLiteral("/a.raw"), 640, 480, frames);
     Viewer::getInstance()->closePanel(panel);
 }
 
@@ -481,11 +482,11 @@ void panels(const QString& folder, const QString& temporary)
         names.push_back(folder + QStringLiteral("/panel%1.raw").arg(i));
         runs.push_back(startVideo(names.back(), width, height, false));
         if (!runs.back())
-            return judge(false, QStringLiteral("recording %1 did not start").arg(i));
+            return expect(false, QStringLiteral("recording %1 did not start").arg(i));
         processUntil([&] { return QFileInfo::exists(names.back()); }, 20000);
     }
     const auto atOnce = std::count_if(runs.begin(), runs.end(), [](const auto& run) { return !run->isFinished(); });
-    judge(atOnce == count, QStringLiteral("%1 panels of %2 record at once").arg(atOnce).arg(count));
+    expect(atOnce == count, QStringLiteral("%1 of %2 panels record at once").arg(atOnce).arg(count));
     const bool reached = processUntil(
         [&] {
             return std::all_of(names.begin(), names.end(),
@@ -503,11 +504,11 @@ void panels(const QString& folder, const QString& temporary)
         beyond += QFileInfo(name).size() % frameBytes;
         counts << QString::number(QFileInfo(name).size() / frameBytes);
     }
-    judge(reached && ended, QStringLiteral("each got frames and ended when told to (at least %1): %2")
-                                .arg(wanted)
-                                .arg(counts.join(QStringLiteral(", "))));
-    judge(beyond == 0, QStringLiteral("bytes beyond whole frames: %1 (limit 0)").arg(beyond));
-    judgeTemporary(temporary);
+    expect(reached && ended, QStringLiteral("frames of each recording when it was stopped (at least %1): %2")
+                                 .arg(wanted)
+                                 .arg(counts.join(QStringLiteral(", "))));
+    expect(beyond == 0, QStringLiteral("bytes of incomplete frames: %1 (limit 0)").arg(beyond));
+    expectNoTemporaryFiles(temporary);
     for (ScenePanel* panel : all)
         Viewer::getInstance()->closePanel(panel);
 }
@@ -517,35 +518,35 @@ void picture(const QString& folder, const QString&)
     const int width = 40000, height = 30000;
     const double target = 4.0 * width * height;
     ScenePanel* panel = newPanel(400, 300);
-    // What OpenGL and the writer keep for themselves belongs to the base.
+    // The base includes what OpenGL and the picture writer keep allocated.
     CommandRunPointer run = start(QStringLiteral("grabimage filename=\"%1/warm.png\" width=2000").arg(folder));
     processUntil([&] { return run->isFinished(); }, 60000);
     malloc_trim(0);
-    forgetPeak();
+    resetPeak();
     const qint64 base = residentBytes();
     const QString name = folder + QStringLiteral("/large.png");
     QElapsedTimer clock;
     clock.start();
-    run = start(QStringLiteral("grabimage filename=\"%1\" width=%2").arg(name).arg(width));
+    run = start(QStringLiteral("grabimage filename=\"%1\" width=%2").arg(name, QString::number(width)));
     const bool ended = processUntil([&] { return run->isFinished(); }, 560000);
     const double peak = double(statusBytes("VmHWM") - base);
-    judge(ended, QStringLiteral("a picture of %1 x %2 in %3 s (limit 560)")
-                     .arg(width)
-                     .arg(height)
-                     .arg(double(clock.elapsed()) / 1000, 0, 'f', 0));
+    expect(ended, QStringLiteral("a picture of %1 x %2 in %3 s (limit 560)")
+                      .arg(width)
+                      .arg(height)
+                      .arg(double(clock.elapsed()) / 1000, 0, 'f', 0));
     QProcess check;
     check.start(QStringLiteral("pngcheck"), {QStringLiteral("-q"), name});
-    const bool sound =
+    const bool valid =
         check.waitForFinished(120000) && check.exitStatus() == QProcess::NormalExit && check.exitCode() == 0;
-    judge(sound, QStringLiteral("pngcheck finds the file whole (status %1)").arg(check.exitCode()));
-    judge(QImageReader(name).size() == QSize(width, height), QStringLiteral("the file says %1 x %2, %3 MB")
-                                                                 .arg(QImageReader(name).size().width())
-                                                                 .arg(QImageReader(name).size().height())
-                                                                 .arg(double(QFileInfo(name).size()) / Mb, 0, 'f', 0));
-    judge(peak > target && peak <= 1.15 * target,
-          QStringLiteral("memory %1 MB beyond the base, %2 of the target's bytes (limit 1.15)")
-              .arg(peak / Mb, 0, 'f', 0)
-              .arg(peak / target, 0, 'f', 3));
+    expect(valid, QStringLiteral("pngcheck accepts the file (status %1)").arg(check.exitCode()));
+    expect(QImageReader(name).size() == QSize(width, height), QStringLiteral("the file is %1 x %2, %3 MB")
+                                                                  .arg(QImageReader(name).size().width())
+                                                                  .arg(QImageReader(name).size().height())
+                                                                  .arg(double(QFileInfo(name).size()) / Mb, 0, 'f', 0));
+    expect(peak > target && peak <= 1.15 * target,
+           QStringLiteral("memory grew by %1 MB, %2 of the picture's bytes (limit 1.15)")
+               .arg(peak / Mb, 0, 'f', 0)
+               .arg(peak / target, 0, 'f', 3));
     Viewer::getInstance()->closePanel(panel);
 }
 
@@ -609,7 +610,7 @@ void models(const QString& folder, const QString&)
             const std::unique_ptr<GeometryElement> element(largeElement(row.count, row.points));
             written = element->getIndices().size() / std::size_t(element->getKind());
             if (!writePly(model, *element))
-                return judge(false, QStringLiteral("the file of %1 could not be written").arg(what));
+                return expect(false, QStringLiteral("cannot write the file of %1").arg(what));
         }
         Viewer::getInstance()->getGlobalScene()->setRootNode(nullptr);
         malloc_trim(0);
@@ -620,14 +621,14 @@ void models(const QString& folder, const QString&)
         std::size_t count = 0;
         if (read)
             count = countPrimitives(Viewer::getInstance()->getGlobalScene()->getRootNode());
-        judge(read && count == written && count >= row.count,
-              QStringLiteral("%1: %2 of %3 read in %4 s, %5 MB resident %6")
-                  .arg(what)
-                  .arg(count)
-                  .arg(written)
-                  .arg(double(clock.elapsed()) / 1000, 0, 'f', 1)
-                  .arg(double(residentBytes()) / Mb, 0, 'f', 0)
-                  .arg(error));
+        expect(read && count == written && count >= row.count,
+               QStringLiteral("%1: %2 of %3 read in %4 s, %5 MB resident %6")
+                   .arg(what)
+                   .arg(count)
+                   .arg(written)
+                   .arg(double(clock.elapsed()) / 1000, 0, 'f', 1)
+                   .arg(double(residentBytes()) / Mb, 0, 'f', 0)
+                   .arg(error));
         ScenePanel* panel = newPanel(640, 480);
         clock.start();
         CommandRunPointer run = start(QStringLiteral("grabimage filename=\"%1/p.png\" width=640").arg(folder));
@@ -637,26 +638,26 @@ void models(const QString& folder, const QString&)
         for (int y = 0; y < image.height(); ++y)
             for (int x = 0; x < image.width(); ++x)
                 drawn += qAlpha(image.pixel(x, y)) == 255;
-        judge(image.width() == 640 && drawn > 10000,
-              QStringLiteral("%1: picture in %2 s (limit 250), %3 pixels covered (at least 10001)")
-                  .arg(what)
-                  .arg(double(clock.elapsed()) / 1000, 0, 'f', 1)
-                  .arg(drawn));
+        expect(image.width() == 640 && drawn > 10000,
+               QStringLiteral("%1: picture in %2 s (limit 250), %3 pixels covered (at least 10001)")
+                   .arg(what)
+                   .arg(double(clock.elapsed()) / 1000, 0, 'f', 1)
+                   .arg(drawn));
         selectWalk(10);
         setChunks(50, true);
         clock.start();
         run = startVideo(folder + QStringLiteral("/v.raw"), 640, 480, true);
         processUntil([&] { return run->isFinished(); }, 250000);
-        judge(QFileInfo(folder + QStringLiteral("/v.raw")).size() == 10ll * 640 * 480 * 4,
-              QStringLiteral("%1: %2 of 10 frames recorded in %3 s (limit 250)")
-                  .arg(what)
-                  .arg(double(QFileInfo(folder + QStringLiteral("/v.raw")).size()) / (640 * 480 * 4))
-                  .arg(double(clock.elapsed()) / 1000, 0, 'f', 1));
+        expect(QFileInfo(folder + QStringLiteral("/v.raw")).size() == 10ll * 640 * 480 * 4,
+               QStringLiteral("%1: %2 of 10 frames recorded in %3 s (limit 250)")
+                   .arg(what)
+                   .arg(double(QFileInfo(folder + QStringLiteral("/v.raw")).size()) / (640 * 480 * 4))
+                   .arg(double(clock.elapsed()) / 1000, 0, 'f', 1));
         Viewer::getInstance()->closePanel(panel);
     }
 }
 
-/// Bytes a round that the resident memory grows, the straight line of least squares.
+/// The growth per round, as the slope of the least-squares line.
 double slope(const std::vector<double>& values)
 {
     const double n = double(values.size());
@@ -670,95 +671,122 @@ double slope(const std::vector<double>& values)
     return (n * sumXY - sumX * sumY) / (n * sumXX - sumX * sumX);
 }
 
-void rounds(const QString& folder, const QString& temporary)
+/// True when no thread of a command or recording is left. The system lists a thread for a moment after it has ended.
+bool haveThreadsEnded()
 {
-    const int warm = 20, count = 200;
-    // Which of the allocator's arenas a thread gets is chance, and what stays in them by megabytes hides a small
-    // growth.
-    mallopt(M_ARENA_MAX, 1);
-    setChunks(1, false);
-    ScenePanel* panel = newPanel(160, 120);
-    const auto quiet = [&] {
-        // A thread that has ended is gone from the system's list a moment later.
-        for (const QString& task :
-             QDir(QStringLiteral("/proc/self/task")).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
-            QFile comm(QStringLiteral("/proc/self/task/%1/comm").arg(task));
-            if (comm.open(QIODevice::ReadOnly)) {
-                const QByteArray name = comm.readAll().trimmed();
-                if (name == "Command" || name == "Grabber" || name == "SyncedGrabber" || name == "QThread")
-                    return false;
-            }
-        }
-        return true;
-    };
-    const struct
+    for (const QString& task : entryNames(QStringLiteral("/proc/self/task"))) {
+        QFile file(QStringLiteral("/proc/self/task/%1/comm").arg(task));
+        if (!file.open(QIODevice::ReadOnly))
+            continue;
+        const QByteArray name = file.readAll().trimmed();
+        if (name == "Command" || name == "Grabber" || name == "SyncedGrabber" || name == "QThread")
+            return false;
+    }
+    return true;
+}
+
+/// What must not grow from round to round.
+struct Handles
+{
+    int threads = 0, descriptors = 0, files = 0;
+
+    static Handles count(const QString& temporary)
     {
-        QString kind, file;
-        bool video;
-    } rows[] = {{QStringLiteral("recordings"), folder + QStringLiteral("/r.raw"), true},
-                {QStringLiteral("recordings as mp4"), folder + QStringLiteral("/r.mp4"), true},
-                {QStringLiteral("pictures"), folder + QStringLiteral("/r.png"), false}};
-    for (const auto& row : rows) {
-        const QString &kind = row.kind, &name = row.file;
-        const bool video = row.video;
-        std::vector<double> memory, allocated;
-        int threads = 0, descriptors = 0, files = 0, good = 0;
-        for (int i = 0; i < warm + count; ++i) {
-            QFile::remove(name);
-            selectWalk(20);
-            const CommandRunPointer run = video
-                                              ? startVideo(name, 160, 120, true)
-                                              : start(QStringLiteral("grabimage filename=\"%1\" width=600").arg(name));
-            if (!run)
-                break;
-            processUntil([&] { return run->isFinished(); }, 60000);
-            processUntil(quiet, 20000);
-            if (i >= warm) {
-                // Not each by ffprobe, which would take longer than the rounds.
-                const bool read = video && (i % 10 == 0 || name.endsWith(QLatin1String(".raw")));
-                const bool right = !video ? QImageReader(name).size() == QSize(600, 450)
-                                   : read ? framesIn(name, 160, 120) == 20
-                                          : QFileInfo(name).size() > 0;
-                good += right ? 1 : 0;
-                // What the allocator only keeps for later is no growth.
+        return {entries(QStringLiteral("/proc/self/task")), entries(QStringLiteral("/proc/self/fd")),
+                entries(temporary)};
+    }
+};
+
+/// Repeats one kind of job and checks its results and what is left of it.
+struct Rounds
+{
+    static constexpr int WarmUp = 20, Count = 200, Frames = 20;
+
+    QString kind, file;
+    bool video = false;
+    std::vector<double> memory{}, allocated{};
+    int good = 0;
+    Handles before{};
+
+    void run(const QString& temporary)
+    {
+        for (int i = 0; i < WarmUp + Count; ++i) {
+            if (!runOnce())
+                return;
+            if (i >= WarmUp) {
+                good += isResultRight(i) ? 1 : 0;
+                // Memory that the allocator merely keeps for later does not count as growth.
                 malloc_trim(0);
                 memory.push_back(double(residentBytes()));
                 allocated.push_back(double(mallinfo2().uordblks));
             }
-            if (i == warm - 1) {
-                threads = entries(QStringLiteral("/proc/self/task"));
-                descriptors = entries(QStringLiteral("/proc/self/fd"));
-                files = entries(temporary);
-            }
+            if (i == WarmUp - 1)
+                before = Handles::count(temporary);
         }
-        judge(good == count, QStringLiteral("%1 of %2 %3 are right").arg(good).arg(count).arg(kind));
+    }
+
+    bool runOnce() const
+    {
+        QFile::remove(file);
+        selectWalk(Frames);
+        const CommandRunPointer run = video ? startVideo(file, 160, 120, true)
+                                            : start(QStringLiteral("grabimage filename=\"%1\" width=600").arg(file));
+        if (!run)
+            return false;
+        processUntil([&] { return run->isFinished(); }, 60000);
+        processUntil(haveThreadsEnded, 20000);
+        return true;
+    }
+
+    bool isResultRight(int round) const
+    {
+        if (!video)
+            return QImageReader(file).size() == QSize(600, 450);
+        // ffprobe takes longer than a round, so it reads one file of ten.
+        if (round % 10 == 0 || file.endsWith(QLatin1String(".raw")))
+            return framesIn(file, 160, 120) == Frames;
+        return QFileInfo(file).size() > 0;
+    }
+
+    void check(const QString& temporary) const
+    {
+        expect(good == Count,
+               QStringLiteral("%1 of %2 %3 are right").arg(QString::number(good), QString::number(Count), kind));
         if (memory.size() < 2)
-            continue;
-        judge(slope(memory) <= 8192,
-              QStringLiteral("%1: memory grows by %2 KiB each (limit 8), what is allocated by %3 KiB")
-                  .arg(kind)
-                  .arg(slope(memory) / 1024, 0, 'f', 2)
-                  .arg(slope(allocated) / 1024, 0, 'f', 2));
+            return;
+        expect(slope(memory) <= 8192,
+               QStringLiteral("%1: resident memory grows by %2 KiB per round (limit 8), allocated memory by %3 KiB")
+                   .arg(kind, QString::number(slope(memory) / 1024, 'f', 2),
+                        QString::number(slope(allocated) / 1024, 'f', 2)));
         processUntil(
             [&] {
-                return entries(QStringLiteral("/proc/self/task")) <= threads &&
-                       entries(QStringLiteral("/proc/self/fd")) <= descriptors;
+                const Handles now = Handles::count(temporary);
+                return now.threads <= before.threads && now.descriptors <= before.descriptors;
             },
             20000);
-        judge(entries(QStringLiteral("/proc/self/fd")) <= descriptors,
-              QStringLiteral("%1: descriptors %2 before, %3 after (limit +0)")
-                  .arg(kind)
-                  .arg(descriptors)
-                  .arg(entries(QStringLiteral("/proc/self/fd"))));
-        judge(entries(QStringLiteral("/proc/self/task")) <= threads,
-              QStringLiteral("%1: threads %2 before, %3 after (limit +0)")
-                  .arg(kind)
-                  .arg(threads)
-                  .arg(entries(QStringLiteral("/proc/self/task"))));
-        judge(entries(temporary) <= files, QStringLiteral("%1: temporary files %2 before, %3 after (limit +0)")
-                                               .arg(kind)
-                                               .arg(files)
-                                               .arg(entries(temporary)));
+        const Handles after = Handles::count(temporary);
+        expectNoGrowth("descriptors", before.descriptors, after.descriptors);
+        expectNoGrowth("threads", before.threads, after.threads);
+        expectNoGrowth("temporary files", before.files, after.files);
+    }
+
+    void expectNoGrowth(const char* what, int earlier, int later) const
+    {
+        expect(later <= earlier, QStringLiteral("%1: %2 %3 before, %4 after (limit +0)")
+                                     .arg(kind, QLatin1String(what), QString::number(earlier), QString::number(later)));
+    }
+};
+
+void rounds(const QString& folder, const QString& temporary)
+{
+    setChunks(1, false);
+    ScenePanel* panel = newPanel(160, 120);
+    Rounds kinds[] = {{QStringLiteral("recordings"), folder + QStringLiteral("/r.raw"), true},
+                      {QStringLiteral("recordings as mp4"), folder + QStringLiteral("/r.mp4"), true},
+                      {QStringLiteral("pictures"), folder + QStringLiteral("/r.png"), false}};
+    for (Rounds& each : kinds) {
+        each.run(temporary);
+        each.check(temporary);
     }
     Viewer::getInstance()->closePanel(panel);
 }
@@ -768,7 +796,7 @@ void longRecording(const QString& folder, const QString& temporary)
     const unsigned long frames = 90000;
     const int side = 32;
     setChunks(1, false);
-    // Few triangles: it is about the number of frames.
+    // Few triangles, because only the number of frames matters.
     setScene(largeElement(200, false));
     ScenePanel* panel = newPanel(side, side);
     auto* handler = TrajectoryHandler::getInstance();
@@ -778,11 +806,11 @@ void longRecording(const QString& folder, const QString& temporary)
         const CommandRunPointer run = startVideo(name, side, side, true);
         QElapsedTimer clock, gap;
         clock.start();
-        // The coder's own memory belongs to the base.
+        // The base includes the codec's own memory.
         processUntil([&] { return handler->getPosition() >= 2000 && QFileInfo(name).size() > 0; }, 120000);
-        // What the allocator only keeps for later is no growth.
+        // Memory that the allocator merely keeps for later does not count as growth.
         malloc_trim(0);
-        forgetPeak();
+        resetPeak();
         const qint64 early = residentBytes();
         qint64 late = early;
         gap.start();
@@ -796,26 +824,26 @@ void longRecording(const QString& folder, const QString& temporary)
                 return run->isFinished();
             },
             270000);
-        judge(ended, QStringLiteral("%1: %2 frames in %3 s (limit 270)")
-                         .arg(kind)
-                         .arg(frames)
-                         .arg(double(clock.elapsed()) / 1000, 0, 'f', 0));
+        expect(ended, QStringLiteral("%1: %2 frames in %3 s (limit 270)")
+                          .arg(kind)
+                          .arg(frames)
+                          .arg(double(clock.elapsed()) / 1000, 0, 'f', 0));
         const qint64 found = framesIn(name, side, side);
-        judge(found == qint64(frames),
-              QStringLiteral("%1: frames in %2, frames out %3").arg(kind).arg(frames).arg(found));
-        judge(
-            double(late - early) <= 5 * Mb,
-            QStringLiteral("%1: memory %2 MB more at most after frame 2000 (limit 5), %3 MB while the file is finished")
-                .arg(kind)
-                .arg(double(late - early) / Mb, 0, 'f', 2)
-                .arg(double(statusBytes("VmHWM") - early) / Mb, 0, 'f', 2));
+        expect(found == qint64(frames),
+               QStringLiteral("%1: frames in %2, frames out %3").arg(kind).arg(frames).arg(found));
+        expect(double(late - early) <= 5 * Mb,
+               QStringLiteral(
+                   "%1: memory grew by at most %2 MB after frame 2000 (limit 5), by %3 MB while the file was finished")
+                   .arg(kind)
+                   .arg(double(late - early) / Mb, 0, 'f', 2)
+                   .arg(double(statusBytes("VmHWM") - early) / Mb, 0, 'f', 2));
     }
-    judgeTemporary(temporary);
+    expectNoTemporaryFiles(temporary);
     Viewer::getInstance()->closePanel(panel);
 }
 
-/// Puts a file system of `SmallDiskMb` in place of the folder, for this process only; false, told, where that is not
-/// allowed. To be called before there are threads.
+/// Mounts a file system of `SmallDiskMb` on the folder, for this process only. False, with an error message, where that
+/// is not allowed. Call it before there are threads.
 bool mountSmallDisk(const QString& folder)
 {
     const auto write = [](const char* name, const std::string& text) {
@@ -824,7 +852,7 @@ bool mountSmallDisk(const QString& folder)
                file.write(text.data(), qint64(text.size())) == qint64(text.size());
     };
     const auto user = std::to_string(geteuid()), group = std::to_string(getegid());
-    // Whoever may not mount may do so in a user name space.
+    // A user name space allows mounting without privileges.
     const bool apart = unshare(CLONE_NEWNS) == 0 ||
                        (unshare(CLONE_NEWUSER | CLONE_NEWNS) == 0 && write("/proc/self/setgroups", "deny") &&
                         write("/proc/self/uid_map", user + " " + user + " 1") &&
@@ -833,13 +861,13 @@ bool mountSmallDisk(const QString& folder)
     if (apart && mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
         mount("tmpfs", QFile::encodeName(folder).constData(), "tmpfs", 0, options.constData()) == 0)
         return true;
-    std::fprintf(stderr, "soak: no small disk: %s\n", std::strerror(errno));
+    std::fprintf(stderr, "soak: cannot mount a small disk: %s\n", std::strerror(errno));
     return false;
 }
 
 } // namespace
 
-// In place of the library's: how long the application thread waits before it may paint.
+// Replaces the library's function, to measure how long the application thread waits before it paints.
 void tov::scene::SharedContext::lock()
 {
     static const auto real =
@@ -861,12 +889,12 @@ void tov::scene::Scene::lock()
     contextWaitMs = -1;
 }
 
-// In place of the system's: the recording asks it how much memory is free.
+// Replaces the system's function, by which the recording finds out how much memory is free.
 extern "C" TOV_EXPORT int sysinfo(struct sysinfo* info) noexcept
 {
     static const auto real = reinterpret_cast<int (*)(struct ::sysinfo*)>(dlsym(RTLD_NEXT, "sysinfo"));
     const int result = real(info);
-    const qint64 free = pretendedFree;
+    const qint64 free = simulatedFree;
     if (free >= 0) {
         info->mem_unit = 1;
         info->freeram = static_cast<unsigned long>(std::max<qint64>(0, free - (residentBytes() - residentAtStart)));
@@ -891,7 +919,7 @@ int main(int argc, char** argv)
         std::fputs("usage: soak slow|space|locks|window|panels|picture|models|rounds|long\n", stderr);
         return 2;
     }
-    // Which of the allocator's arenas a thread gets is chance, and megabytes that stay in them hide a small growth.
+    // Threads get one of the allocator's arenas at random, and unused megabytes in them hide a small growth.
     if (part->run == rounds || part->run == longRecording)
         mallopt(M_ARENA_MAX, 1);
     tov::app::prepareProcess();
@@ -899,7 +927,7 @@ int main(int argc, char** argv)
     qputenv("TMPDIR", QFile::encodeName(temporary.path()));
     if (part->run == space && !mountSmallDisk(temporary.path()))
         return 1;
-    // Where there is none, Qt makes one among the temporary files.
+    // If it is not set, Qt creates a folder among the temporary files.
     if (!qEnvironmentVariableIsSet("XDG_RUNTIME_DIR"))
         qputenv("XDG_RUNTIME_DIR", QFile::encodeName(folder.path()));
     {
@@ -913,6 +941,6 @@ int main(int argc, char** argv)
     }
     if (part->run == space)
         umount2(QFile::encodeName(temporary.path()).constData(), MNT_DETACH);
-    std::printf("soak %s: %d of %d\n", part->name, held, cases);
-    return cases > 0 && held == cases ? 0 : 1;
+    std::printf("soak %s: %d of %d\n", part->name, passedCount, checkCount);
+    return checkCount > 0 && passedCount == checkCount ? 0 : 1;
 }

@@ -1,5 +1,5 @@
-// Encoders for soak. "slow" takes TOV_SOAK_FRAME_MS for each frame and keeps its first four pixels only, so that long
-// recordings leave small files; "raw" keeps whole frames.
+// Encoders for soak. "slow" takes TOV_SOAK_FRAME_MS milliseconds per frame and writes only its first four pixels, so
+// that long recordings make small files; "raw" writes complete frames.
 
 #include "grab/video/encoder.h"
 #include "grab/video/videoencoder.h"
@@ -33,13 +33,13 @@ protected:
             const QByteArray frame = chunk->read(frameBytes);
             if (frame.isEmpty())
                 return true;
-            // An incomplete frame makes the file's size wrong, which is what is looked at.
+            // An incomplete frame makes the size of the file wrong, which soak detects.
             const qint64 kept = m_Slow && frame.size() == frameBytes ? KeptBytes : frame.size();
             if (mp_OutputFile->write(frame.constData(), kept) != kept)
                 return false;
             if (!m_Slow)
                 continue;
-            // The file tells how far it has come.
+            // soak reads the progress from the size of the file.
             if (auto* file = qobject_cast<QFileDevice*>(mp_OutputFile))
                 file->flush();
             QThread::usleep(static_cast<unsigned long>(1000 * qEnvironmentVariable("TOV_SOAK_FRAME_MS").toDouble()));

@@ -1,5 +1,5 @@
-// How long the window stands still while a large picture is made: the longest gaps between two turns of the event loop,
-// with the window left alone and with its view being turned all the time.
+// How long the window freezes while a large picture is made: the longest intervals between two timer events, with an
+// idle window and with a view that is turned continuously.
 //
 //     bench_window MODEL [WIDTH]        (needs a display; scripts/bench starts one)
 
@@ -32,7 +32,7 @@ struct Gaps
     double seconds = 0;
 };
 
-/// Runs the event loop while `busy` holds.
+/// Runs the event loop while `busy` is true, and turns the panel unless it is null.
 template <typename Busy>
 Gaps measure(tov::gui::ScenePanel* turned, Busy busy)
 {
@@ -88,7 +88,7 @@ int main(int argc, char** argv)
         QApplication::processEvents(QEventLoop::WaitForMoreEvents);
     auto* panel = window.getPanelGrid()->getActivePanel();
 
-    // The panel's own drawing is the floor: a turn of the loop that paints takes that long without any picture, too.
+    // The lower bound: an event loop that paints the panel takes this long even without a picture.
     QElapsedTimer clock;
     clock.start();
     const Gaps alone = measure(panel, [&] { return clock.elapsed() < 3000; });
@@ -106,7 +106,7 @@ int main(int argc, char** argv)
         }
         const Gaps gaps = measure(turned, [&] { return !processor->getRuns().empty(); });
         std::printf("%-44s longest %7.1f ms   99 %% below %6.1f ms   ratio to %g ms: %.2f   (picture: %.1f s)   %s\n",
-                    turned ? "view turned during a picture" : "window left alone during a picture", gaps.longest,
+                    turned ? "view turned during a picture" : "window idle during a picture", gaps.longest,
                     gaps.percentile99, LimitMs, gaps.longest / LimitMs, gaps.seconds,
                     gaps.longest <= LimitMs ? "reached" : "missed");
     }

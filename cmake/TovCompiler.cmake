@@ -9,7 +9,7 @@ if(TOV_CCACHE)
 endif()
 
 add_compile_options(-Wall -Wextra -fstack-protector-strong)
-# Libraries with unique symbols are never unloaded; modules and plug-ins must be.
+# Libraries with unique symbols are never unloaded, but modules and plug-ins must be.
 if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
   add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-fno-gnu-unique>)
 endif()
@@ -20,14 +20,14 @@ set(TOV_SANITIZE "" CACHE STRING "Sanitizers to build with, e.g. address,undefin
 if(TOV_SANITIZE)
   add_compile_options(-fsanitize=${TOV_SANITIZE} -fno-omit-frame-pointer -g1)
   add_link_options(-fsanitize=${TOV_SANITIZE})
-  # Numbers that the whole numbers they become cannot hold: neither compiler counts these as "undefined" by itself.
+  # Conversions of floating-point values that do not fit the integer type, which "undefined" does not include.
   if(TOV_SANITIZE MATCHES "undefined")
     add_compile_options(-fsanitize=float-cast-overflow)
   endif()
 else()
   add_compile_options($<$<NOT:$<CONFIG:Debug>>:-D_FORTIFY_SOURCE=2>)
 endif()
-# Branches are counted for libFuzzer; what Qt's own classes look like is not known here.
+# libFuzzer counts branches. Qt is not instrumented, so checks of its classes' types are off.
 option(TOV_FUZZ "Build the fuzz targets (clang)" OFF)
 if(TOV_FUZZ)
   add_compile_options(-fsanitize=fuzzer-no-link -fno-sanitize=vptr,function -fno-sanitize-recover=all)

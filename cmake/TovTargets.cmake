@@ -1,5 +1,5 @@
 # tov_add_library(NAME SOURCES ... LIBS ...)
-# A shared library of the host, in lib/.
+# Adds a shared library of the host, in lib/.
 function(tov_add_library name)
   cmake_parse_arguments(ARG "" "" "SOURCES;LIBS;PRIVATE_LIBS" ${ARGN})
   add_library(${name} SHARED ${ARG_SOURCES})
@@ -9,7 +9,7 @@ function(tov_add_library name)
 endfunction()
 
 # tov_add_video_encoder(NAME SOURCES ... LIBS ...)
-# An encoder plug-in, in bin/plugins/video/, linked against the Grab module.
+# Adds an encoder plug-in, in bin/plugins/video/, linked against the Grab module.
 function(tov_add_video_encoder name)
   cmake_parse_arguments(ARG "" "" "SOURCES;LIBS" ${ARGN})
   add_library(${name} MODULE ${ARG_SOURCES})
