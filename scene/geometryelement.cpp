@@ -1,18 +1,16 @@
 #include "scene/geometryelement.h"
 
+#include "scene/deformation.h"
 #include "scene/drawing/drawbuffers.h"
 #include "scene/normals.h"
 
 #include <algorithm>
-#include <atomic>
 #include <cmath>
 #include <limits>
 
 namespace tov::scene {
 
 namespace {
-
-std::atomic<std::uint64_t> lastId{0};
 
 /// Spreads the low 10 bits of a number to every third bit (Morton order).
 std::uint32_t spread(std::uint32_t v)
@@ -167,12 +165,14 @@ private:
         result->weights = reordered(m_Geometry.weights, perVertex, count, m_Sources);
         const bool isSkinned = !result->joints.empty() && !result->weights.empty();
         result->jointGroups = isSkinned ? m_Geometry.jointGroups : 0;
+        result->skin = isSkinned ? m_Geometry.skin : nullptr;
         for (const auto& target : m_Geometry.morphTargets)
             result->morphTargets.push_back({reordered(target.positions, 3, count, m_Sources),
                                             reordered(target.normals, 3, count, m_Sources),
                                             reordered(target.tangents, 3, count, m_Sources)});
         result->morphWeights = m_Geometry.morphWeights;
         result->morphWeights.resize(result->morphTargets.size());
+        m_Element.m_MorphWeights = result->morphWeights;
         if (isSkinned || !result->morphTargets.empty())
             m_Element.mp_Deformation = std::move(result);
     }
@@ -185,7 +185,7 @@ private:
 };
 
 GeometryElement::GeometryElement(const QString& name, Geometry geometry)
-    : SceneElement(name), mp_Buffers(new Buffers), m_Id(++lastId), m_Kind(geometry.kind), m_Origin(geometry.origin)
+    : SceneElement(name), mp_Buffers(new Buffers), m_Kind(geometry.kind), m_Origin(geometry.origin)
 {
     // Vertex colours without a material show as they are.
     setMaterial(!geometry.material && !geometry.colors.empty() ? makeMaterial(Qt::white) : geometry.material);
@@ -244,6 +244,15 @@ void GeometryElement::compareNormals()
         against += agreement < 0;
     }
     m_NormalsFollowWinding = against <= m_Indices.size() / 3 / 100;
+}
+
+void GeometryElement::changeVertices(const std::function<void(std::vector<Vertex>&, std::vector<float>&)>& change)
+{
+    changeVertices([&](std::vector<Vertex>& vertices) {
+        const std::size_t count = m_Tangents.size();
+        change(vertices, m_Tangents);
+        m_Tangents.resize(count);
+    });
 }
 
 void GeometryElement::computeBoxes()

@@ -11,6 +11,8 @@
 
 namespace tov::scene {
 
+class DeformedShape;
+
 /// An axis-aligned box; empty while `low` is above `high`.
 struct Box
 {
@@ -55,6 +57,7 @@ public:
     /// What moves the vertices: the arrays of `Geometry`, in drawing order.
     struct Deformation
     {
+        std::shared_ptr<const Skin> skin; ///< null: not skinned
         int jointGroups = 0;
         std::vector<std::uint16_t> joints;
         std::vector<float> weights;
@@ -85,6 +88,10 @@ public:
     /// Skin and morph targets; null when there are none.
     const Deformation* getDeformation() const { return mp_Deformation.get(); }
 
+    /// The current weights of the morph targets; the shape follows when the `SceneEdit` ends.
+    const std::vector<float>& getMorphWeights() const { return m_MorphWeights; }
+    void setMorphWeights(std::vector<float> weights) { m_MorphWeights = std::move(weights); }
+
     /// Never null.
     const std::shared_ptr<const Material>& getMaterial() const { return mp_Material; }
     /// Null: the default material.
@@ -96,14 +103,16 @@ public:
     bool isTransparent() const;
     /// Lets `change` write new positions and normals; the number of vertices stays. Boxes follow.
     void changeVertices(const std::function<void(std::vector<Vertex>&)>& change);
-    /// A number that no other element of this process ever has.
-    std::uint64_t getId() const { return m_Id; }
+    /// The same with the tangents (`getTangents`), whose number stays, too.
+    void changeVertices(const std::function<void(std::vector<Vertex>&, std::vector<float>&)>& change);
     /// Counts the calls of `changeVertices`.
     unsigned int getRevision() const { return m_Revision; }
 
     /// The drawer's buffers for this element; used by the drawer only.
     struct Buffers;
     std::unique_ptr<Buffers> mp_Buffers;
+    /// The vertices at rest of a deformed element that has been in a scene; used by the scene only.
+    std::unique_ptr<DeformedShape> mp_Shape;
 
 private:
     class Ordering;
@@ -111,7 +120,6 @@ private:
     void computeBoxes();
     void compareNormals();
 
-    const std::uint64_t m_Id;
     Geometry::Kind m_Kind;
     std::vector<Vertex> m_Vertices;
     std::vector<float> m_Uv[2];
@@ -121,6 +129,7 @@ private:
     Box m_Box;
     std::array<double, 3> m_Origin;
     std::unique_ptr<const Deformation> mp_Deformation;
+    std::vector<float> m_MorphWeights;
     std::shared_ptr<const Material> mp_Material;
     bool m_HasColors = false;
     bool m_NormalsFollowWinding = true;

@@ -3,6 +3,7 @@
 #include "kernel/events/eventhandler.h"
 #include "kernel/main/eventmanager.h"
 #include "kernel/workers/overseer.h"
+#include "scene/deformation.h"
 #include "scene/sceneelement.h"
 #include "scene/scenelocker.h"
 #include "scene/sceneview.h"
@@ -41,6 +42,7 @@ struct Scene::Private
     TicketLock drawing;
     SceneElement* root = nullptr; ///< owned
     std::atomic<std::uint64_t> structureRevision{0};
+    Deformations deformations;               ///< guarded by drawing
     std::atomic<bool> scalingChanged{false}; ///< since it was announced last
 
     mutable std::mutex mutex;
@@ -233,6 +235,7 @@ SceneEdit::~SceneEdit()
     if (!mp_Scene)
         return;
     auto& d = *mp_Scene->d;
+    d.deformations.update(d.root, d.structureRevision);
     d.drawing.unlock();
     d.leave(d.edits, m_Type);
     d.announceScaling();

@@ -11,6 +11,8 @@
 
 namespace tov::trajectory {
 
+class Motion;
+
 /// Element name to its transform (element to scene); the name "camera" is the view (eye to scene).
 typedef std::map<QString, tov::math::Matrix<double, 4u, 4u>> MatrixMap;
 typedef std::vector<MatrixMap> MatrixMapList;
@@ -29,10 +31,21 @@ public:
     const MatrixMapList* getMatrixMapList() const;
     /// Replaces the list; the position is cut to it. Thread: application.
     void setMatrixMapList(MatrixMapList list);
+    /// Replaces the list by one that has an empty map for each frame of a motion; the motion moves the scene. Thread:
+    /// application.
+    void setMotion(std::shared_ptr<const Motion> motion);
+    /// Replaces the motion by one with the same number of frames. Thread: application.
+    void changeMotion(std::shared_ptr<const Motion> motion);
+    /// Null: there is a list of matrices. Thread: any.
+    std::shared_ptr<const Motion> getMotion() const;
     unsigned long getPosition() const;
-    /// Moves the elements and the camera of the panels that follow; beyond the end nothing moves. An edit of the
-    /// scene's transforms: it takes the scene lock itself and waits while a picture is being made. Thread: any.
+    /// Moves the elements and the camera of the panels that follow; beyond the end nothing moves. Moving elements is an
+    /// edit of the scene's transforms, which takes the scene lock itself. While a picture is being made it is postponed
+    /// on the application thread; other threads wait. A capture thread also waits for the encoder; see `RecordingPace`.
+    /// Thread: any.
     void setPosition(unsigned long position);
+    /// Moves everything to the current position again, without a report. Thread: application.
+    void showPosition();
 
 private:
     struct Private;

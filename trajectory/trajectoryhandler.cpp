@@ -1,31 +1,81 @@
 #include "trajectory/trajectoryhandler.h"
 
+#include "kernel/events/eventhandler.h"
+#include "kernel/main/eventmanager.h"
+#include "scene/drawing/scenedrawer.h"
+#include "scene/model.h"
 #include "scene/scene.h"
-#include "scene/view/scenepanel.h"
+#include "scene/sceneelement.h"
 #include "scene/sceneview.h"
+#include "scene/view/scenepanel.h"
 #include "scene/view/viewer.h"
 #include "trajectory/advancedtrajectoryinfo.h"
+#include "trajectory/animationmotion.h"
+#include "trajectory/camerapath.h"
 #include "trajectory/trajectoryinfo.h"
 #include "trajectory/trajectoryreader.h"
 #include "trajectory/trajectorysignals.h"
+#include "trajectory/turntable.h"
 
 #include <QCoreApplication>
 #include <QFile>
 #include <QFileInfo>
 
 #include <atomic>
-#include <cmath>
 
 namespace tov::trajectory {
 
-using tov::math::Matrix4;
 using tov::scene::Viewer;
 
 namespace {
 
-/// Trajectory files are small; what is larger is something else.
+/// Larger files are not trajectories.
 constexpr qint64 MaxFileSize = qint64(256) << 20;
-constexpr double TwoPi = 6.28318530717958647692;
+
+/// What a file holds: points, matrices or a camera path.
+struct FileContent
+{
+    TimedPoints points;
+    TimedMaps maps;
+    std::shared_ptr<const Motion> path;
+};
+
+QByteArray readAll(const QFileInfo& info, QString* reason)
+{
+    const auto tr = [](const char* text) { return TrajectoryHandler::tr(text); };
+    QFile file(info.filePath());
+    if (!info.exists())
+        *reason = tr("there is no such file");
+    else if (!info.isFile())
+        *reason = tr("it is not a regular file");
+    else if (!file.open(QIODevice::ReadOnly))
+        *reason = file.errorString();
+    else if (file.size() > MaxFileSize)
+        *reason = tr("it is larger than 256 MiB");
+    if (!reason->isEmpty())
+        return QByteArray();
+    const QByteArray data = file.readAll();
+    if (file.error() != QFileDevice::NoError)
+        *reason = file.errorString();
+    return data;
+}
+
+/// Reads by suffix; false and the reason on failure.
+bool readContent(const QString& suffix, const QByteArray& data, const PlaybackOptions& options, FileContent& content,
+                 QString* reason)
+{
+    if (suffix == QLatin1String("csv"))
+        return TrajectoryReader::readCsv(data, content.points, reason) && resample(content.points, options, reason);
+    if (suffix == QLatin1String("json") && data.trimmed().startsWith('{')) {
+        CameraPath path;
+        if (CameraPath::fromJson(data, path, reason))
+            content.path = PathMotion::create(path, options.fps, options.seconds, reason);
+        return content.path != nullptr;
+    }
+    const bool read = suffix == QLatin1String("json") ? TrajectoryReader::readJson(data, content.maps, reason)
+                                                      : TrajectoryReader::readTum(data, content.maps, reason);
+    return read && resample(content.maps, options, reason);
+}
 
 } // namespace
 
@@ -34,13 +84,17 @@ struct TrajectoryHandler::Private
     std::atomic<int> mode{ModeNone};
     TrajectoryInfo plain;
     AdvancedTrajectoryInfo advanced;
+    std::shared_ptr<const Motion> camera;       ///< the part of the selection that an animation can be added to
+    std::shared_ptr<const Motion> elements;     ///< the animation of the selection
+    std::shared_ptr<const Turntable> turntable; ///< the one that is selected
+    QMetaObject::Connection following;          ///< to the panel that the turntable started from
 };
 
 TrajectoryHandler* TrajectoryHandler::getInstance()
 {
     static TrajectoryHandler* instance = [] {
         auto* handler = new TrajectoryHandler;
-        // Whoever asks first, the signals are the application thread's.
+        // The signals belong to the application thread, whichever thread comes first.
         if (QCoreApplication::instance())
             handler->moveToThread(QCoreApplication::instance()->thread());
         return handler;
@@ -48,8 +102,21 @@ TrajectoryHandler* TrajectoryHandler::getInstance()
     return instance;
 }
 
-TrajectoryHandler::TrajectoryHandler() : d(new Private) {}
-TrajectoryHandler::~TrajectoryHandler() = default;
+TrajectoryHandler::TrajectoryHandler() : d(new Private)
+{
+    tov::main::EventManager::getInstance()->registerEventFunction(
+        tov::events::EventHandler::getInstance()->addEvent("Scene", "SCENE_ELEMENT_ADDED"),
+        [this](const tov::main::Event*) {
+            QMetaObject::invokeMethod(
+                this, [this] { showPosition(); }, Qt::QueuedConnection);
+        },
+        static_cast<const void*>(this));
+}
+
+TrajectoryHandler::~TrajectoryHandler()
+{
+    tov::main::EventManager::getInstance()->unregisterAllEventFunctionsOf(static_cast<const void*>(this));
+}
 
 void reportPosition(unsigned long position)
 {
@@ -119,84 +186,210 @@ void TrajectoryHandler::setPosition(unsigned long position)
 
 bool TrajectoryHandler::openFile(const QString& fileName, QString* error)
 {
+    PlaybackOptions options;
+    options.everyPosition = true;
+    return openFile(fileName, options, error);
+}
+
+bool TrajectoryHandler::openFile(const QString& fileName, const PlaybackOptions& options, QString* error)
+{
     const auto fail = [&](const QString& reason) {
         if (error)
             *error = tr("%1 cannot be opened as a trajectory: %2").arg(fileName, reason);
         return false;
     };
     const QFileInfo info(fileName);
-    if (!info.exists())
-        return fail(tr("there is no such file"));
-    if (!info.isFile())
-        return fail(tr("it is no ordinary file"));
     const QString suffix = info.suffix().toLower();
-    const bool csv = suffix == QLatin1String("csv");
-    const bool json = suffix == QLatin1String("json");
-    if (!csv && !json && suffix != QLatin1String("tum") && suffix != QLatin1String("txt"))
-        return fail(tr("files of the type \"%1\" cannot be read; known are csv, tum, txt and json").arg(suffix));
-    QFile file(fileName);
-    if (!file.open(QIODevice::ReadOnly))
-        return fail(file.errorString());
-    if (file.size() > MaxFileSize)
-        return fail(tr("it is larger than 256 MiB"));
-    const QByteArray data = file.readAll();
-    if (file.error() != QFileDevice::NoError)
-        return fail(file.errorString());
     QString reason;
-    if (csv) {
-        std::vector<Point> points;
-        if (!TrajectoryReader::readCsv(data, points, &reason))
-            return fail(reason);
-        d->plain.setPoints(std::move(points));
-    } else {
-        MatrixMapList list;
-        if (!(json ? TrajectoryReader::readJson(data, list, &reason) : TrajectoryReader::readTum(data, list, &reason)))
-            return fail(reason);
-        d->advanced.setMatrixMapList(std::move(list));
+    const QByteArray data = readAll(info, &reason);
+    if (!reason.isEmpty())
+        return fail(reason);
+    static const QStringList known{QStringLiteral("csv"), QStringLiteral("tum"), QStringLiteral("txt"),
+                                   QStringLiteral("json")};
+    if (!known.contains(suffix))
+        return fail(tr("unknown type \"%1\"; known types: csv, tum, txt, json").arg(suffix));
+    FileContent content;
+    if (!readContent(suffix, data, options, content, &reason))
+        return fail(reason);
+    if (content.path) {
+        select(content.path);
+        d->camera = content.path;
+        return true;
     }
-    d->mode = csv ? ModePlain : ModeAdvanced;
+    select(nullptr);
+    if (suffix == QLatin1String("csv")) {
+        d->plain.setPoints(std::move(content.points.values));
+        d->mode = ModePlain;
+    } else {
+        d->advanced.setMatrixMapList(std::move(content.maps.values));
+        d->mode = ModeAdvanced;
+    }
     setPosition(0);
     emit trajectoryChanged();
     return true;
 }
 
+void TrajectoryHandler::select(std::shared_ptr<const Motion> motion)
+{
+    disconnect(d->following);
+    d->turntable.reset();
+    d->camera.reset();
+    d->elements.reset();
+    if (!motion)
+        return;
+    d->advanced.setMotion(std::move(motion));
+    d->mode = ModeAdvanced;
+    setPosition(0);
+    emit trajectoryChanged();
+}
+
+void TrajectoryHandler::showPosition()
+{
+    switch (getSelectedMode()) {
+    case ModePlain:
+        d->plain.showPosition();
+        break;
+    case ModeAdvanced:
+        d->advanced.showPosition();
+        break;
+    default:
+        break;
+    }
+}
+
 bool TrajectoryHandler::selectTurntable(int count, QString* error)
 {
-    const auto fail = [error](const QString& reason) {
-        if (error)
-            *error = reason;
-        return false;
-    };
-    if (count < 1)
-        return fail(tr("A turntable needs at least one position"));
+    TurntableOptions options;
+    options.frames = count < 1 ? 0 : static_cast<unsigned long>(count);
+    return selectTurntable(options, error);
+}
+
+bool TrajectoryHandler::selectTurntable(const TurntableOptions& options, QString* error)
+{
     auto* panel = Viewer::getInstance()->getActivePanel();
-    if (!panel)
-        return fail(tr("A turntable starts from a view: open a panel first"));
-    const auto scene = Viewer::getInstance()->getGlobalScene();
-    const double scaling = scene->getGlobalScaling();
-    Matrix4 unscale = Matrix4::identity();
-    for (unsigned int axis = 0; axis < 3; ++axis)
-        unscale(axis, axis) = 1 / scaling;
-    Matrix4 eyeToScene;
-    if (!tov::scene::inverted(unscale * panel->getScaledTransformMatrix(), eyeToScene))
-        return fail(tr("The view of the active panel cannot be turned"));
-    scene->lock();
-    const auto centre = tov::scene::centreOf(tov::scene::visibleBox(scene->getRootNode()));
-    scene->unlock();
-    MatrixMapList list;
-    for (int i = 0; i < count; ++i) {
-        const double angle = TwoPi * i / count;
-        Matrix4 turn = Matrix4::identity();
-        turn(0, 0) = turn(2, 2) = std::cos(angle);
-        turn(0, 2) = std::sin(angle);
-        turn(2, 0) = -turn(0, 2);
-        // About the centre rather than the origin.
-        turn(0, 3) = centre[0] - turn(0, 0) * centre[0] - turn(0, 2) * centre[2];
-        turn(2, 3) = centre[2] - turn(2, 0) * centre[0] - turn(2, 2) * centre[2];
-        list.push_back({{QStringLiteral("camera"), turn * eyeToScene}});
+    if (!panel) {
+        if (error)
+            *error = tr("A turntable starts from a view: open a panel first");
+        return false;
     }
-    d->advanced.setMatrixMapList(std::move(list));
-    d->mode = ModeAdvanced;
+    const auto scene = Viewer::getInstance()->getGlobalScene();
+    scene->lock();
+    const auto* root = scene->getRootNode();
+    auto turntable =
+        Turntable::create(options, panel->getCamera(), tov::scene::centreOf(tov::scene::visibleBox(root)), error);
+    if (turntable && options.keepInView)
+        turntable = turntable->keptInView(root, double(panel->width()) / panel->height(),
+                                          2 * tov::scene::SceneDrawer::ZNEAR / scene->getGlobalScaling());
+    scene->unlock();
+    if (!turntable)
+        return false;
+    select(turntable);
+    d->turntable = turntable;
+    d->camera = turntable;
+    d->following = connect(
+        panel, &tov::gui::ScenePanel::viewChanged, this, [this, panel] { rebaseTurntable(*panel); },
+        Qt::DirectConnection);
+    return true;
+}
+
+void TrajectoryHandler::rebaseTurntable(const tov::gui::ScenePanel& panel)
+{
+    if (!panel.followsTrajectory() || !d->turntable || d->mode != ModeAdvanced)
+        return;
+    d->turntable = d->turntable->fromView(panel.getCamera(), d->advanced.getPosition());
+    d->camera = d->turntable;
+    std::shared_ptr<const Motion> motion = d->turntable;
+    if (d->elements)
+        motion = std::make_shared<CombinedMotion>(motion, d->elements);
+    d->advanced.changeMotion(motion);
+}
+
+bool TrajectoryHandler::selectPath(const CameraPath& path, const PlaybackOptions& options, QString* error)
+{
+    const auto motion = PathMotion::create(path, options.fps, options.seconds, error);
+    if (!motion)
+        return false;
+    select(motion);
+    d->camera = motion;
+    return true;
+}
+
+namespace {
+
+/// Calls `take` for every animation in the scene until it returns true.
+void forEachAnimation(tov::scene::SceneElement* root, const std::function<bool(const tov::scene::Animation&)>& take)
+{
+    std::vector<tov::scene::SceneElement*> pending;
+    if (root)
+        pending.push_back(root);
+    while (!pending.empty()) {
+        auto* element = pending.back();
+        pending.pop_back();
+        if (const auto& model = element->getModelData())
+            for (const auto& animation : model->animations)
+                if (take(animation))
+                    return;
+        pending.insert(pending.end(), element->getChildren().rbegin(), element->getChildren().rend());
+    }
+}
+
+std::shared_ptr<const AnimationMotion> findAnimation(const QString& name, const PlaybackOptions& options,
+                                                     QString* error)
+{
+    const auto scene = Viewer::getInstance()->getGlobalScene();
+    std::shared_ptr<const AnimationMotion> motion;
+    bool found = false;
+    scene->lock();
+    forEachAnimation(scene->getRootNode(), [&](const tov::scene::Animation& animation) {
+        found = name.isEmpty() || animation.name.compare(name, Qt::CaseInsensitive) == 0;
+        if (found)
+            motion = AnimationMotion::create(animation, options, error);
+        return found;
+    });
+    scene->unlock();
+    if (!found && error) {
+        const QStringList names = TrajectoryHandler::getInstance()->getAnimationNames();
+        *error = names.isEmpty() ? TrajectoryHandler::tr("the scene has no animations")
+                                 : TrajectoryHandler::tr("no animation \"%1\"; known: %2")
+                                       .arg(name.simplified(), names.join(QStringLiteral(", ")));
+    }
+    return motion;
+}
+
+} // namespace
+
+QStringList TrajectoryHandler::getAnimationNames() const
+{
+    QStringList names;
+    const auto scene = Viewer::getInstance()->getGlobalScene();
+    scene->lock();
+    forEachAnimation(scene->getRootNode(), [&names](const tov::scene::Animation& animation) {
+        names << animation.name.simplified();
+        return false;
+    });
+    scene->unlock();
+    return names;
+}
+
+bool TrajectoryHandler::selectAnimation(const QString& name, const PlaybackOptions& options, QString* error)
+{
+    const auto motion = findAnimation(name, options, error);
+    if (!motion)
+        return false;
+    select(motion);
+    d->elements = motion;
+    return true;
+}
+
+bool TrajectoryHandler::addAnimation(const QString& name, const PlaybackOptions& options, QString* error)
+{
+    if (d->mode != ModeAdvanced || !d->camera)
+        return selectAnimation(name, options, error);
+    const auto motion = findAnimation(name, options, error);
+    if (!motion)
+        return false;
+    d->elements = motion;
+    d->advanced.setMotion(std::make_shared<CombinedMotion>(d->camera, motion));
     setPosition(0);
     emit trajectoryChanged();
     return true;

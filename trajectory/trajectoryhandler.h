@@ -4,15 +4,24 @@
 
 #include <QObject>
 #include <QString>
+#include <QStringList>
 
 #include <memory>
+
+namespace tov::gui {
+class ScenePanel;
+}
 
 namespace tov::trajectory {
 
 class AdvancedTrajectoryInfo;
+class CameraPath;
+class Motion;
 class TrajectoryInfo;
+struct PlaybackOptions;
+struct TurntableOptions;
 
-/// Which trajectory is selected. Both info objects live as long as the handler.
+/// The selected trajectory. Both info objects live as long as the handler.
 class TOV_EXPORT TrajectoryHandler : public QObject
 {
     Q_OBJECT
@@ -26,7 +35,7 @@ public:
 
     static TrajectoryHandler* getInstance();
 
-    /// A value of `Mode`; anything but 0 and 1 means that none is selected. Thread: any.
+    /// A value of `Mode`; any other value means that none is selected. Thread: any.
     int getSelectedMode() const;
     /// Thread: application.
     void selectMode(int mode);
@@ -40,17 +49,37 @@ public:
     /// Moves the selected trajectory. Thread: any.
     void setPosition(unsigned long position);
 
-    /// Reads a file and selects it at position 0. By suffix: csv = a point "x,y,z" a line; tum, txt = a camera pose
-    /// "t x y z qx qy qz qw" a line (camera to scene; the camera looks along +z with y down); json = a list of objects,
-    /// element name to 16 numbers row by row (element to scene), "camera" being eye to scene in OpenGL's axes. On
-    /// failure false, one line with the file's line in `error`, and the selection stays. Thread: application.
+    /// Reads a file and selects it at position 0. By suffix: csv = a point "x,y,z" or "t,x,y,z" per line; tum, txt = a
+    /// camera pose "t x y z qx qy qz qw" per line (camera to scene; the camera looks along +z with y down); json = a
+    /// list of objects, element name to 16 numbers row by row (element to scene), "camera" being eye to scene in
+    /// OpenGL's axes, with an optional "time"; a JSON object with "version" is a camera path. Files with times play in
+    /// their own time at `options.fps` unless `options.everyPosition`. On failure false, one line with the file's line
+    /// in `error`, and the selection stays. Thread: application.
+    bool openFile(const QString& fileName, const PlaybackOptions& options, QString* error);
+    /// The same with every position of the file, one per frame; camera paths at 25 frames per second.
     bool openFile(const QString& fileName, QString* error);
     /// Selects a trajectory that turns the camera once about the scene in `count` positions (at least 1), starting from
     /// the view of the active panel. Thread: application.
     bool selectTurntable(int count, QString* error);
+    /// Selects a turntable that starts from the view of the active panel. When the user moves the view of a panel that
+    /// follows, the turntable goes on from there. Thread: application.
+    bool selectTurntable(const TurntableOptions& options, QString* error);
+    /// Selects a camera path. Thread: application.
+    bool selectPath(const CameraPath& path, const PlaybackOptions& options, QString* error);
+    /// Selects an animation of a model in the global scene by its name (in any case; empty: the first one). Thread:
+    /// application.
+    bool selectAnimation(const QString& name, const PlaybackOptions& options, QString* error);
+    /// Adds an animation to the turntable or the camera path that is selected: both run together. With nothing selected
+    /// it is the same as `selectAnimation`. Thread: application.
+    bool addAnimation(const QString& name, const PlaybackOptions& options, QString* error);
+    /// The animations of the models in the global scene. Thread: application.
+    QStringList getAnimationNames() const;
+    /// Puts the scene and the following panels at the current position again: for a scene that was loaded, or a view
+    /// that was fitted, after the trajectory was selected. Thread: application.
+    void showPosition();
 
 signals:
-    /// Selection or list changed. On the application thread.
+    /// Selection or list changed. Emitted on the application thread.
     void trajectoryChanged();
     /// Position changed; queued to the application thread.
     void positionChanged(qulonglong position);
@@ -58,6 +87,8 @@ signals:
 private:
     TrajectoryHandler();
     ~TrajectoryHandler() override;
+    void select(std::shared_ptr<const Motion> motion);
+    void rebaseTurntable(const tov::gui::ScenePanel& panel);
     struct Private;
     std::unique_ptr<Private> d;
 };

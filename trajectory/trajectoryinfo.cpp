@@ -1,22 +1,34 @@
 #include "trajectory/trajectoryinfo.h"
 
-#include "scene/scene.h"
 #include "scene/sceneelement.h"
-#include "scene/scenelocker.h"
-#include "scene/view/viewer.h"
 #include "trajectory/path.h"
+#include "trajectory/recordingpace.h"
+#include "trajectory/sceneedits.h"
 #include "trajectory/trajectorysignals.h"
 
 namespace tov::trajectory {
 
-using tov::scene::SceneEdit;
-using tov::scene::SceneLocker;
-using tov::scene::Viewer;
+using tov::scene::SceneElement;
 
 struct TrajectoryInfo::Private : Path<std::vector<Point>>
 {
     Private() { setList({}); }
+    SceneEdits edits;
+    void moveTo(const Point& point);
 };
+
+void TrajectoryInfo::Private::moveTo(const Point& point)
+{
+    edits.submit([point](SceneElement* root, std::uint64_t) {
+        auto* carrier = root ? root->find(QStringLiteral("carrier")) : nullptr;
+        if (!carrier)
+            return;
+        auto transform = carrier->getTransform();
+        for (unsigned int axis = 0; axis < 3; ++axis)
+            transform(axis, 3) = point[axis];
+        carrier->setTransform(transform);
+    });
+}
 
 TrajectoryInfo::TrajectoryInfo() : d(new Private) {}
 TrajectoryInfo::~TrajectoryInfo() = default;
@@ -41,20 +53,17 @@ void TrajectoryInfo::setPosition(unsigned long position)
     const auto& points = getPoints();
     if (position >= points.size())
         return;
-    const Point& point = points[position];
-    const auto scene = Viewer::getInstance()->getGlobalScene();
-    {
-        SceneEdit edit(scene.get(), SceneLocker::LockTransforms);
-        auto* root = scene->getRootNode();
-        if (auto* carrier = root ? root->find(QStringLiteral("carrier")) : nullptr) {
-            auto transform = carrier->getTransform();
-            for (unsigned int axis = 0; axis < 3; ++axis)
-                transform(axis, 3) = point[axis];
-            carrier->setTransform(transform);
-        }
-    }
+    RecordingPace::beforeFrame();
+    d->moveTo(points[position]);
     d->setPosition(position);
     reportPosition(position);
+}
+
+void TrajectoryInfo::showPosition()
+{
+    const auto& points = getPoints();
+    if (getPosition() < points.size())
+        d->moveTo(points[getPosition()]);
 }
 
 } // namespace tov::trajectory

@@ -27,8 +27,11 @@ public:
     /// Current index. Thread: any.
     unsigned long getPosition() const;
     /// Moves the carrier, the element named "carrier", to a point; beyond the end nothing moves. An edit of the scene's
-    /// transforms: it takes the scene lock itself and waits while a picture is being made. Thread: any.
+    /// transforms, which takes the scene lock itself. While a picture is being made it is postponed on the application
+    /// thread; other threads wait. A capture thread also waits for the encoder; see `RecordingPace`. Thread: any.
     void setPosition(unsigned long position);
+    /// Moves the carrier to the current point again, without a report. Thread: application.
+    void showPosition();
 
 private:
     struct Private;

@@ -1,5 +1,7 @@
 #include "trajectory/trajectoryreader.h"
 
+#include "trajectory/pose.h"
+
 #include <QCoreApplication>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -20,24 +22,24 @@ QString tr(const char* text)
 bool complain(QString* error, int line, const QString& what)
 {
     if (error)
-        *error = tr("line %1: %2").arg(line).arg(what);
+        *error = tr("line %1: %2").arg(QString::number(line), what);
     return false;
 }
 
-/// The numbers of a line, parted by commas, semicolons or blanks; false when a word is no finite number.
+/// The numbers of a line, separated by commas, semicolons or blanks; false when a word is not a finite number.
 bool readNumbers(const QByteArray& line, std::vector<double>& numbers, QString& wrong)
 {
     numbers.clear();
     const char* at = line.constData();
     const char* const end = at + line.size();
-    const auto parts = [](char c) { return c == ',' || c == ';' || c == ' ' || c == '\t' || c == '\r'; };
+    const auto separates = [](char c) { return c == ',' || c == ';' || c == ' ' || c == '\t' || c == '\r'; };
     while (at < end) {
-        if (parts(*at)) {
+        if (separates(*at)) {
             ++at;
             continue;
         }
         const char* wordEnd = at;
-        while (wordEnd < end && !parts(*wordEnd))
+        while (wordEnd < end && !separates(*wordEnd))
             ++wordEnd;
         const char* first = *at == '+' ? at + 1 : at;
         double value = 0;
@@ -52,14 +54,14 @@ bool readNumbers(const QByteArray& line, std::vector<double>& numbers, QString& 
     return true;
 }
 
-/// Calls `take` for each line with its number and its numbers; comments and empty lines are left out.
+/// Calls `take` for each line with its line number and its values; comments and empty lines are skipped.
 template <typename Take>
 bool forEachLine(const QByteArray& data, bool headingAllowed, QString* error, Take take)
 {
     std::vector<double> numbers;
     int lineNumber = 0;
     bool first = true;
-    const int mark = data.startsWith("\xEF\xBB\xBF") ? 3 : 0; // some editors begin their files so
+    const int mark = data.startsWith("\xEF\xBB\xBF") ? 3 : 0; // a byte order mark
     for (int begin = mark; begin < data.size();) {
         int end = data.indexOf('\n', begin);
         if (end < 0)
@@ -78,7 +80,7 @@ bool forEachLine(const QByteArray& data, bool headingAllowed, QString* error, Ta
                 first = false;
                 continue;
             }
-            return complain(error, lineNumber, tr("\"%1\" is no number").arg(wrong));
+            return complain(error, lineNumber, tr("\"%1\" is not a number").arg(wrong));
         }
         first = false;
         if (!take(lineNumber, numbers))
@@ -89,71 +91,68 @@ bool forEachLine(const QByteArray& data, bool headingAllowed, QString* error, Ta
 
 } // namespace
 
-bool TrajectoryReader::readCsv(const QByteArray& data, std::vector<Point>& points, QString* error)
+bool TrajectoryReader::readCsv(const QByteArray& data, TimedPoints& points, QString* error)
 {
-    points.clear();
+    points = TimedPoints();
     const bool read = forEachLine(data, true, error, [&](int line, const std::vector<double>& numbers) {
-        if (numbers.size() != 3)
-            return complain(error, line, tr("there are %1 numbers instead of 3 (x,y,z)").arg(numbers.size()));
-        points.push_back({numbers[0], numbers[1], numbers[2]});
+        const bool timed = points.values.empty() ? numbers.size() == 4 : !points.times.empty();
+        if (numbers.size() != (timed ? 4 : 3))
+            return complain(error, line,
+                            timed ? tr("there are %1 numbers instead of 4 (t,x,y,z)").arg(numbers.size())
+                                  : tr("there are %1 numbers instead of 3 (x,y,z)").arg(numbers.size()));
+        const double* point = &numbers[timed ? 1 : 0];
+        if (timed)
+            points.times.push_back(numbers[0]);
+        points.values.push_back({point[0], point[1], point[2]});
         return true;
     });
-    if (read && points.empty())
-        return complain(error, 1, tr("the file holds no point"));
+    if (read && points.values.empty())
+        return complain(error, 1, tr("the file has no points"));
     return read;
 }
 
-bool TrajectoryReader::readTum(const QByteArray& data, MatrixMapList& list, QString* error)
+bool TrajectoryReader::readTum(const QByteArray& data, TimedMaps& maps, QString* error)
 {
-    list.clear();
+    maps = TimedMaps();
     const bool read = forEachLine(data, false, error, [&](int line, const std::vector<double>& numbers) {
         if (numbers.size() != 8)
             return complain(error, line,
                             tr("there are %1 numbers instead of 8 (t x y z qx qy qz qw)").arg(numbers.size()));
-        double x = numbers[4], y = numbers[5], z = numbers[6], w = numbers[7];
-        const double length = std::sqrt(x * x + y * y + z * z + w * w);
-        if (!(length > 1e-12))
+        const Quaternion rotation = {numbers[4], numbers[5], numbers[6], numbers[7]};
+        if (!(std::hypot(std::hypot(rotation[0], rotation[1]), std::hypot(rotation[2], rotation[3])) > 1e-12))
             return complain(error, line, tr("the quaternion is zero"));
-        x /= length;
-        y /= length;
-        z /= length;
-        w /= length;
-        tov::math::Matrix4 pose = tov::math::Matrix4::identity();
-        const double rotation[3][3] = {
-            {1 - 2 * (y * y + z * z), 2 * (x * y - z * w), 2 * (x * z + y * w)},
-            {2 * (x * y + z * w), 1 - 2 * (x * x + z * z), 2 * (y * z - x * w)},
-            {2 * (x * z - y * w), 2 * (y * z + x * w), 1 - 2 * (x * x + y * y)},
-        };
-        for (unsigned int r = 0; r < 3; ++r) {
-            // The file's camera looks along +z with y down, the eye along -z with y up.
-            pose(r, 0) = rotation[r][0];
-            pose(r, 1) = -rotation[r][1];
-            pose(r, 2) = -rotation[r][2];
-            pose(r, 3) = numbers[1 + r];
-        }
-        list.push_back({{QStringLiteral("camera"), pose}});
+        Pose place;
+        place.translation = {numbers[1], numbers[2], numbers[3]};
+        place.rotation = normalized(rotation);
+        tov::math::Matrix4 pose = composed(place);
+        // The file's camera looks along +z with y down, the eye along -z with y up.
+        for (unsigned int r = 0; r < 3; ++r)
+            for (unsigned int c = 1; c < 3; ++c)
+                pose(r, c) = -pose(r, c);
+        maps.times.push_back(numbers[0]);
+        maps.values.push_back({{QStringLiteral("camera"), pose}});
         return true;
     });
-    if (read && list.empty())
-        return complain(error, 1, tr("the file holds no pose"));
+    if (read && maps.values.empty())
+        return complain(error, 1, tr("the file has no poses"));
     return read;
 }
 
-bool TrajectoryReader::readJson(const QByteArray& data, MatrixMapList& list, QString* error)
+bool TrajectoryReader::readJson(const QByteArray& data, TimedMaps& maps, QString* error)
 {
-    list.clear();
+    maps = TimedMaps();
     QJsonParseError problem;
     const QJsonDocument document = QJsonDocument::fromJson(data, &problem);
     if (problem.error != QJsonParseError::NoError)
         return complain(error, 1 + data.left(problem.offset).count('\n'), problem.errorString());
     const auto fail = [error](const QString& what) {
-        // Names of elements may hold anything; an error is one line.
+        // Names of elements may contain line breaks; an error is one line.
         if (error)
             *error = what.simplified();
         return false;
     };
     if (!document.isArray() || document.array().isEmpty())
-        return fail(tr("the file holds no list of positions"));
+        return fail(tr("the file is not a list of positions"));
     int number = 0;
     for (const QJsonValue& value : document.array()) {
         ++number;
@@ -162,6 +161,10 @@ bool TrajectoryReader::readJson(const QByteArray& data, MatrixMapList& list, QSt
         MatrixMap map;
         const QJsonObject object = value.toObject();
         for (auto it = object.begin(); it != object.end(); ++it) {
+            if (it.key() == QLatin1String("time") && it.value().isDouble()) {
+                maps.times.push_back(it.value().toDouble());
+                continue;
+            }
             const QJsonArray numbers = it.value().toArray();
             if (numbers.size() != 16)
                 return fail(tr("position %1: \"%2\" has %3 numbers instead of 16")
@@ -169,15 +172,41 @@ bool TrajectoryReader::readJson(const QByteArray& data, MatrixMapList& list, QSt
             tov::math::Matrix4 matrix;
             for (int i = 0; i < 16; ++i) {
                 if (!numbers[i].isDouble() || !std::isfinite(numbers[i].toDouble()))
-                    return fail(tr("position %1: \"%2\" holds something that is no number")
+                    return fail(tr("position %1: \"%2\" holds something that is not a number")
                                     .arg(QString::number(number), it.key()));
                 matrix.data()[i] = numbers[i].toDouble();
             }
             map[it.key()] = matrix;
         }
-        list.push_back(std::move(map));
+        maps.values.push_back(std::move(map));
+        if (!maps.times.empty() && maps.times.size() != maps.values.size())
+            return fail(tr("position %1: either all positions have a \"time\", or none").arg(number));
     }
     return true;
+}
+
+bool TrajectoryReader::readCsv(const QByteArray& data, std::vector<Point>& points, QString* error)
+{
+    TimedPoints timed;
+    const bool read = readCsv(data, timed, error);
+    points = std::move(timed.values);
+    return read;
+}
+
+bool TrajectoryReader::readTum(const QByteArray& data, MatrixMapList& list, QString* error)
+{
+    TimedMaps timed;
+    const bool read = readTum(data, timed, error);
+    list = std::move(timed.values);
+    return read;
+}
+
+bool TrajectoryReader::readJson(const QByteArray& data, MatrixMapList& list, QString* error)
+{
+    TimedMaps timed;
+    const bool read = readJson(data, timed, error);
+    list = std::move(timed.values);
+    return read;
 }
 
 } // namespace tov::trajectory

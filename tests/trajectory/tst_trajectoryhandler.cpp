@@ -201,6 +201,7 @@ TEST_F(TrajectoryTest, TheTurntableTurnsOnceAboutTheCentreFromTheCurrentView)
 {
     auto* panel = newPanel();
     panel->orbit(30, 20);
+    panel->fitToTurn(); // nothing would be cropped, so the camera keeps its distance
     Viewer::getInstance()->setActivePanel(panel);
     const Matrix4 start = panel->getScaledTransformMatrix();
     const double scaling = Viewer::getInstance()->getGlobalScene()->getGlobalScaling();

@@ -1,0 +1,56 @@
+#pragma once
+
+#include "scene/view/turningpoints.h"
+#include "trajectory/motion.h"
+
+#include <QString>
+
+namespace tov::trajectory {
+
+/// What a turntable does.
+struct TurntableOptions
+{
+    unsigned long frames = 100; ///< at least 1; see `frameCountOf`
+    double turns = 1;           ///< any number; whole ones close the loop
+    bool reverse = false;       ///< the scene turns to the right instead of to the left
+    tov::scene::Vector3 axis = {0, 1, 0};
+    /// Degrees above the plane that is perpendicular to the axis; none: as the view is.
+    std::optional<double> elevation;
+    /// Degrees of a swing to and fro about the starting view instead of turns; 0: none.
+    double swing = 0;
+    Ease ease = Ease::None;
+    /// The camera moves back as far as needed to keep the scene in the picture at every angle. False: the distance of
+    /// the view stays.
+    bool keepInView = true;
+    double aspect = 0; ///< of the picture, width divided by height; 0: of the panel
+};
+
+/// The camera turns about the scene. With whole turns or a swing the first frame would follow the last.
+class TOV_EXPORT Turntable : public Motion
+{
+public:
+    /// `view` is the view that the first frame starts from, `center` a point of the axis. False options (no frames, an
+    /// axis without length, numbers that are not finite) give null and one line in `error`.
+    static std::shared_ptr<const Turntable> create(const TurntableOptions& options, const tov::scene::Camera& view,
+                                                   const tov::scene::Vector3& center, QString* error);
+    /// The same turntable from another view, which is that of `frame`; the distance stays as it is there.
+    std::shared_ptr<const Turntable> fromView(const tov::scene::Camera& view, unsigned long frame) const;
+    /// The same turntable, moved back until every point under `root` is in view in every frame. `aspect` is that of the
+    /// panel. The scene must be kept still by the caller.
+    std::shared_ptr<const Turntable> keptInView(const tov::scene::SceneElement* root, double aspect,
+                                                double minimumDistance) const;
+
+    unsigned long frameCount() const override { return m_Options.frames; }
+    std::optional<tov::scene::Camera> cameraAt(unsigned long frame) const override;
+    /// Degrees by which the camera has turned at a frame; frame `frameCount` is the one after the last.
+    double angleAt(unsigned long frame) const;
+    const TurntableOptions& getOptions() const { return m_Options; }
+
+private:
+    Turntable(const TurntableOptions& options, const tov::scene::Camera& view, const tov::scene::Vector3& center);
+    TurntableOptions m_Options;
+    tov::scene::Camera m_Start;
+    tov::scene::Turning m_Turning;
+};
+
+} // namespace tov::trajectory
