@@ -1,6 +1,8 @@
 #pragma once
 
-#include "plugins/video/coders/videoedit.h"
+#include "plugins/video/coders/timing.h"
+
+#include <QStringList>
 
 namespace tov::plugins::video {
 

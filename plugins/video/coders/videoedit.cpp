@@ -9,7 +9,6 @@
 #include <QFileInfo>
 
 #include <algorithm>
-#include <atomic>
 #include <cmath>
 #include <cstdio>
 #include <numeric>
@@ -96,11 +95,6 @@ QString findTimingProblem(const Timing& timing)
 }
 
 } // namespace
-
-bool isStopped(const bool* stop)
-{
-    return stop && std::atomic_ref<bool>(const_cast<bool&>(*stop)).load();
-}
 
 QString retimeFile(const QString& fileName, const Timing& timing, const bool* stop)
 {
