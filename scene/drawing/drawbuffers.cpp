@@ -6,6 +6,10 @@
 #include <QOpenGLFunctions>
 
 #include <GL/gl.h>
+#include <GL/glext.h>
+
+#include <algorithm>
+#include <cstdint>
 
 namespace tov::scene {
 
@@ -15,7 +19,7 @@ typedef GeometryElement::Buffers::Entry Entry;
 
 struct Abandoned
 {
-    QOpenGLContextGroup* group;
+    QPointer<QOpenGLContextGroup> group;
     unsigned int name;
     bool isRenderbuffer = false;
 };
@@ -34,6 +38,23 @@ void abandonAll(const Entry& entry)
             abandoned().push_back({entry.group, name});
 }
 
+/// Size of the bound buffer. Errors would not tell it: they are for the caller of the drawing.
+std::int64_t sizeOf(GLenum target)
+{
+    QOpenGLContext* context = QOpenGLContext::currentContext();
+    // OpenGL 3.2; older drivers report at most 2 GiB.
+    static const auto exact = reinterpret_cast<void (*)(GLenum, GLenum, GLint64*)>(
+        context->getProcAddress(QByteArrayLiteral("glGetBufferParameteri64v")));
+    GLint64 size = 0;
+    if (exact && context->format().version() >= qMakePair(3, 2)) {
+        exact(target, GL_BUFFER_SIZE, &size);
+        return size;
+    }
+    GLint small = 0;
+    context->functions()->glGetBufferParameteriv(target, GL_BUFFER_SIZE, &small);
+    return small;
+}
+
 /// Puts the values into a buffer, a new one where `name` is 0. False when OpenGL did not take them.
 template <typename T>
 bool upload(GLenum target, const std::vector<T>& values, unsigned int& name)
@@ -46,10 +67,7 @@ bool upload(GLenum target, const std::vector<T>& values, unsigned int& name)
     gl->glBindBuffer(target, name);
     const auto bytes = GLsizeiptr(values.size() * sizeof(T));
     gl->glBufferData(target, bytes, values.data(), GL_STATIC_DRAW);
-    // Not by glGetError: what it returns is for the caller of the drawing.
-    GLint size = 0;
-    gl->glGetBufferParameteriv(target, GL_BUFFER_SIZE, &size);
-    return size == GLint(bytes);
+    return sizeOf(target) == bytes;
 }
 
 bool uploadAll(const GeometryElement& element, Entry& entry)
@@ -73,6 +91,8 @@ Entry GeometryElement::Buffers::obtain(const GeometryElement& element, bool want
 {
     QOpenGLContext* context = QOpenGLContext::currentContext();
     std::lock_guard<std::mutex> guard(mutex());
+    entries.erase(std::remove_if(entries.begin(), entries.end(), [](const Entry& entry) { return !entry.group; }),
+                  entries.end());
     auto known = entries.begin();
     while (known != entries.end() && known->group != context->shareGroup())
         ++known;
@@ -111,7 +131,7 @@ void GeometryElement::Buffers::abandon()
     entries.clear();
 }
 
-void GeometryElement::Buffers::abandon(QOpenGLContextGroup* group, unsigned int name)
+void GeometryElement::Buffers::abandon(const QPointer<QOpenGLContextGroup>& group, unsigned int name)
 {
     if (name == 0)
         return;
@@ -119,7 +139,7 @@ void GeometryElement::Buffers::abandon(QOpenGLContextGroup* group, unsigned int 
     abandoned().push_back({group, name});
 }
 
-void GeometryElement::Buffers::abandonRenderbuffer(QOpenGLContextGroup* group, unsigned int name)
+void GeometryElement::Buffers::abandonRenderbuffer(const QPointer<QOpenGLContextGroup>& group, unsigned int name)
 {
     if (name == 0)
         return;
@@ -133,7 +153,9 @@ void GeometryElement::Buffers::collect()
     std::lock_guard<std::mutex> guard(mutex());
     auto& names = abandoned();
     for (auto it = names.begin(); it != names.end();) {
-        if (it->group == context->shareGroup()) {
+        if (!it->group) {
+            it = names.erase(it);
+        } else if (it->group == context->shareGroup()) {
             it->isRenderbuffer ? context->functions()->glDeleteRenderbuffers(1, &it->name)
                                : context->functions()->glDeleteBuffers(1, &it->name);
             it = names.erase(it);

@@ -2,9 +2,10 @@
 
 #include "scene/geometryelement.h"
 
-#include <mutex>
+#include <QOpenGLContext>
+#include <QPointer>
 
-class QOpenGLContextGroup;
+#include <mutex>
 
 namespace tov::scene {
 
@@ -14,7 +15,7 @@ struct GeometryElement::Buffers
     /// Buffer names; 0: the element has no such data.
     struct Entry
     {
-        QOpenGLContextGroup* group = nullptr;
+        QPointer<QOpenGLContextGroup> group; ///< null when it is gone, and the names with it
         unsigned int revision = 0;
         unsigned int vertices = 0;
         unsigned int indices = 0;
@@ -35,10 +36,11 @@ struct GeometryElement::Buffers
     /// Leaves the names to be freed by `collect`. Thread: any.
     void abandon();
     /// Leaves a buffer that belongs to no element to be freed by `collect`; 0 is ignored. Thread: any.
-    static void abandon(QOpenGLContextGroup* group, unsigned int name);
+    static void abandon(const QPointer<QOpenGLContextGroup>& group, unsigned int name);
     /// The same for a renderbuffer.
-    static void abandonRenderbuffer(QOpenGLContextGroup* group, unsigned int name);
-    /// Frees abandoned names of the current context's group. Thread: the current context's.
+    static void abandonRenderbuffer(const QPointer<QOpenGLContextGroup>& group, unsigned int name);
+    /// Frees abandoned names of the current context's group, and forgets those of groups that are gone. Thread: the
+    /// current context's.
     static void collect();
 };
 

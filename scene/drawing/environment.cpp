@@ -31,8 +31,9 @@ constexpr double Pi = 3.14159265358979323846;
 /// Directions from pole to pole at which light is sampled: for level 1, and for the rougher ones.
 constexpr int FineSteps = 64;
 constexpr int CoarseSteps = 32;
-/// Rough reflections are smooth: they are computed for squares of this size and enlarged.
+/// Rough reflections are smooth: they are computed for smaller squares and enlarged, the first two and the others.
 constexpr int RoughEdge = 34;
+constexpr int RoughestEdge = 18;
 /// A file larger than this is refused, as is a picture of more pixels.
 constexpr qint64 MaxFileBytes = 256 << 20;
 constexpr qint64 MaxPixels = 64 << 20;
@@ -44,12 +45,13 @@ std::atomic<std::uint64_t> lastId{0};
 /// Light from a grid of directions with equal steps of longitude and latitude.
 struct Source
 {
+    const int height;
     std::vector<Color> colors;
     std::vector<Direction> directions;
     std::vector<float> solidAngles;
 
     /// `height` directions from pole to pole, twice as many around.
-    Source(const std::function<Color(const Direction&)>& radiance, int height)
+    Source(const std::function<Color(const Direction&)>& radiance, int height) : height(height)
     {
         for (int y = 0; y < height; ++y) {
             const double polar = (y + 0.5) * Pi / height;
@@ -64,6 +66,15 @@ struct Source
                     value = std::isfinite(value) ? std::clamp(value, 0.0f, MaxRadiance) : 0.0f;
             }
         }
+    }
+    /// The first and the last row with directions whose cosine to `direction` is above `least`.
+    std::array<std::size_t, 2> rowsAround(const Direction& direction, float least) const
+    {
+        const double middle = std::acos(std::clamp(double(direction[1]), -1.0, 1.0)), reach = std::acos(double(least));
+        const auto row = [this](double polar) {
+            return std::size_t(std::clamp(int(std::floor(polar / Pi * height)), 0, height - 1));
+        };
+        return {row(middle - reach), row(middle + reach)};
     }
 };
 
@@ -120,21 +131,25 @@ std::array<Color, 9> irradianceOf(const Source& source)
 /// Shading in Unreal Engine 4", SIGGRAPH 2013).
 Color filtered(const Source& source, const Direction& direction, float roughness)
 {
-    const double alpha2 = std::pow(double(roughness), 4);
-    double sum[3] = {}, weights = 0;
-    for (std::size_t i = 0; i < source.colors.size(); ++i) {
+    const float alpha2 = roughness * roughness * roughness * roughness;
+    // Light farther from the direction than this counts for less than a hundredth.
+    const float least = roughness < 0.3f ? 0.6f : 0;
+    const auto [firstRow, lastRow] = source.rowsAround(direction, least);
+    const std::size_t perRow = 2 * std::size_t(source.height);
+    float sum[3] = {}, weights = 0;
+    for (std::size_t i = firstRow * perRow; i < (lastRow + 1) * perRow; ++i) {
         const Direction& light = source.directions[i];
-        const double cosine = light[0] * direction[0] + light[1] * direction[1] + light[2] * direction[2];
-        if (cosine <= 0)
+        const float cosine = light[0] * direction[0] + light[1] * direction[1] + light[2] * direction[2];
+        if (cosine <= least)
             continue;
         // The half vector's cosine, squared: (1 + n.l) / 2 for a viewer in the direction of the normal.
-        const double shape = (1 + cosine) / 2 * (alpha2 - 1) + 1;
-        const double weight = cosine * alpha2 / (shape * shape) * source.solidAngles[i];
+        const float shape = (1 + cosine) / 2 * (alpha2 - 1) + 1;
+        const float weight = cosine * alpha2 / (shape * shape) * source.solidAngles[i];
         for (std::size_t c = 0; c < 3; ++c)
             sum[c] += weight * source.colors[i][c];
         weights += weight;
     }
-    return {float(sum[0] / weights), float(sum[1] / weights), float(sum[2] / weights)};
+    return {sum[0] / weights, sum[1] / weights, sum[2] / weights};
 }
 
 /// A square of `edge` x `edge` directions, with `value` for each.
@@ -191,6 +206,44 @@ Color studioRadiance(const Direction& d)
             base * 1.03f + key * 0.96f + fill * 1.03f + back * 1.03f};
 }
 
+/// The end of a row of run-length coded pixels that begins at `at`; -1 when the data end before.
+qint64 endOfRow(const QByteArray& bytes, qint64 at, int width)
+{
+    at += 4;
+    for (int component = 0; component < 4; ++component)
+        for (int x = 0; x < width;) {
+            if (at >= bytes.size())
+                return -1;
+            const int count = uchar(bytes[int(at)]);
+            const bool isRun = count > 128;
+            x += isRun ? count - 128 : std::max(count, 1);
+            at += isRun ? 2 : 1 + count;
+        }
+    return at <= bytes.size() ? at : -1;
+}
+
+/// Whether a Radiance file holds all its rows. They follow the line with the size, which follows an empty line.
+bool isWhole(const QByteArray& bytes, int width, int height)
+{
+    const int header = bytes.indexOf("\n\n");
+    const int line = header < 0 ? -1 : bytes.indexOf('\n', header + 2);
+    if (line < 0)
+        return false;
+    qint64 at = line + 1;
+    const auto isCoded = [&bytes, width](qint64 row) {
+        return row + 4 <= bytes.size() && bytes[int(row)] == 2 && bytes[int(row + 1)] == 2 &&
+               uchar(bytes[int(row + 2)]) * 256 + uchar(bytes[int(row + 3)]) == width;
+    };
+    if (width < 8 || width >= 32768 || !isCoded(at))
+        return bytes.size() - at >= qint64(4) * width * height;
+    for (int row = 0; row < height; ++row) {
+        at = isCoded(at) ? endOfRow(bytes, at, width) : -1;
+        if (at < 0)
+            return false;
+    }
+    return true;
+}
+
 /// A Radiance picture around the scene.
 class Panorama
 {
@@ -212,9 +265,8 @@ public:
         if (m_Width < 2 || m_Height < 1 || qint64(m_Width) * m_Height > MaxPixels)
             return QObject::tr("'%1' is %2 x %3 pixels, which is out of range")
                 .arg(fileName, QString::number(m_Width), QString::number(m_Height));
-        // The decoder does not notice where the data ends; a row takes at least its runs of 127 pixels.
-        const qint64 leastRow = std::min<qint64>(4 * qint64(m_Width), 4 + 8 * ((m_Width + 126) / 127));
-        if (bytes.size() < leastRow * m_Height)
+        // The decoder does not notice where the data ends.
+        if (!isWhole(bytes, m_Width, m_Height))
             return QObject::tr("'%1' is cut off").arg(fileName);
         m_Pixels.reset(stbi_loadf_from_memory(data, bytes.size(), &m_Width, &m_Height, &channels, 3));
         return m_Pixels ? QString() : QObject::tr("'%1' is damaged").arg(fileName);
@@ -259,8 +311,8 @@ Environment::Environment(const std::function<Color(const Direction&)>& radiance)
     for (int level = 1; level < Levels; ++level) {
         const float roughness = float(level) / (Levels - 1);
         const Source& source = level == 1 ? fine : coarse;
-        append(square(RoughEdge, [&](const Direction& direction) { return filtered(source, direction, roughness); }),
-               RoughEdge);
+        const int edge = level <= 2 ? RoughEdge : RoughestEdge;
+        append(square(edge, [&](const Direction& direction) { return filtered(source, direction, roughness); }), edge);
     }
 }
 

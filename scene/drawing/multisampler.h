@@ -1,8 +1,9 @@
 #pragma once
 
-#include <array>
+#include <QOpenGLContext>
+#include <QPointer>
 
-class QOpenGLContextGroup;
+#include <array>
 
 namespace tov::scene {
 
@@ -10,8 +11,8 @@ namespace tov::scene {
 /// context is remembered; what belongs to another one is not touched.
 struct SampleBuffer
 {
-    const void* context = nullptr;        ///< for comparison only
-    QOpenGLContextGroup* group = nullptr; ///< of the renderbuffers
+    QPointer<QOpenGLContext> context;    ///< of the framebuffer; null when it is gone
+    QPointer<QOpenGLContextGroup> group; ///< of the renderbuffers
     int width = 0;
     int height = 0;
     int samples = 0;

@@ -155,8 +155,11 @@ Painter::Painter(const View& view, const SceneLook& look, bool isMultisampled, d
       m_Margin(marginOf(view, look)), m_WideClip(view.clipWithMargin(m_Margin)),
       m_EdgeMaterial(plainMaterial(look.edgeColor, true))
 {
-    const bool isFile = look.light == SceneLook::Light::Environment && look.environment;
-    m_Environment = isFile ? look.environment : Environment::studio();
+    // The studio takes some time to make.
+    const bool isPhysical = look.light != SceneLook::Light::None && look.light != SceneLook::Light::Headlight;
+    if (isPhysical)
+        m_Environment =
+            look.light == SceneLook::Light::Environment && look.environment ? look.environment : Environment::studio();
     if (look.color)
         m_OneMaterial = plainMaterial(*look.color, false);
 }
@@ -338,7 +341,8 @@ FrameBlock Painter::frameBlock() const
             for (unsigned int c = 0; c < 3; ++c)
                 turn(r, c) = m_View.eye(c, r);
     }
-    putIrradiance(*m_Environment, turn, block);
+    if (m_Environment)
+        putIrradiance(*m_Environment, turn, block);
     for (unsigned int c = 0; c < 3; ++c)
         for (unsigned int r = 0; r < 3; ++r)
             block.environment[c][r] = float(turn(r, c));
@@ -377,9 +381,11 @@ void Painter::draw(UniformBuffer& uniforms)
     });
     uploadBlocks(uniforms);
     auto* gl = functions();
-    gl->glActiveTexture(GL_TEXTURE0 + UnitEnvironment);
-    gl->glBindTexture(GL_TEXTURE_3D, shared::environmentTexture(m_Environment));
-    gl->glBindSampler(UnitEnvironment, 0);
+    if (m_Environment) {
+        gl->glActiveTexture(GL_TEXTURE0 + UnitEnvironment);
+        gl->glBindTexture(GL_TEXTURE_3D, shared::environmentTexture(m_Environment));
+        gl->glBindSampler(UnitEnvironment, 0);
+    }
     gl->glDisable(GL_CULL_FACE);
     for (const Call& call : m_Calls) {
         gl->glBindBufferRange(GL_UNIFORM_BUFFER, 1, uniforms.name, GLintptr(FrameBytes + PartBytes * call.part),

@@ -5,10 +5,11 @@
 #include "scene/drawing/view.h"
 #include "scene/geometryelement.h"
 
+#include <QOpenGLContext>
+#include <QPointer>
+
 #include <cstddef>
 #include <vector>
-
-class QOpenGLContextGroup;
 
 namespace tov::scene {
 
@@ -22,7 +23,7 @@ struct DrawItem
 /// A buffer for the uniform blocks of one drawer. Its name is left to `Buffers::collect` at the end.
 struct UniformBuffer
 {
-    QOpenGLContextGroup* group = nullptr;
+    QPointer<QOpenGLContextGroup> group;
     unsigned int name = 0;
 
     UniformBuffer() = default;
@@ -97,9 +98,9 @@ private:
     const double m_LineOffset;
     const int m_Margin; ///< pixels that points and lines reach beyond their middle
     const tov::math::Matrix4 m_WideClip;
-    std::shared_ptr<const Environment> m_Environment;
-    std::shared_ptr<const Material> m_OneMaterial;  ///< in place of all others; null: none
-    std::shared_ptr<const Material> m_EdgeMaterial; ///< of outlines and feature edges
+    std::shared_ptr<const Environment> m_Environment; ///< null: no light comes from around
+    std::shared_ptr<const Material> m_OneMaterial;    ///< in place of all others; null: none
+    std::shared_ptr<const Material> m_EdgeMaterial;   ///< of outlines and feature edges
     std::vector<DrawItem> m_Items;
     std::vector<Call> m_Calls;
     std::vector<PartBlock> m_Parts;

@@ -6,11 +6,13 @@
 #include <QImage>
 #include <QOpenGLContext>
 #include <QOpenGLExtraFunctions>
+#include <QPointer>
 
 #include <GL/gl.h>
 #include <GL/glext.h>
 
 #include <algorithm>
+#include <list>
 #include <map>
 #include <mutex>
 #include <tuple>
@@ -30,6 +32,7 @@ struct Upload
 
 struct Group
 {
+    QPointer<QOpenGLContextGroup> owner;           ///< null when it is gone, and the objects with it
     std::map<unsigned int, unsigned int> programs; ///< by features
     std::map<std::pair<const Image*, bool>, Upload<Image>> images;
     std::map<std::uint64_t, Upload<Environment>> environments;
@@ -45,8 +48,15 @@ std::mutex& mutex()
 /// The current context's group; guarded by `mutex`.
 Group& group()
 {
-    static auto* groups = new std::map<QOpenGLContextGroup*, Group>;
-    return (*groups)[QOpenGLContext::currentContext()->shareGroup()];
+    static auto* groups = new std::list<Group>;
+    groups->remove_if([](const Group& group) { return !group.owner; });
+    QOpenGLContextGroup* current = QOpenGLContext::currentContext()->shareGroup();
+    for (Group& group : *groups)
+        if (group.owner == current)
+            return group;
+    groups->emplace_back();
+    groups->back().owner = current;
+    return groups->back();
 }
 
 QOpenGLExtraFunctions* functions()
