@@ -59,6 +59,16 @@ struct MaterialModel
     double indexOfRefraction = 1.5;
     Vec emissive = {0, 0, 0};
     double occlusion = 1;
+    double clearcoat = 0;
+    double clearcoatRoughness = 0;
+    double transmission = 0;
+
+    /// What comes out of the surface, and what it mirrors.
+    struct Parts
+    {
+        Vec inside;
+        Vec mirror;
+    };
 
     /// Light that comes from the environment for a rough reflection.
     Vec reflected(const Vec& direction, double rough) const
@@ -99,42 +109,64 @@ struct MaterialModel
             value = std::max(value, 0.0);
         return result;
     }
-    /// The colour of a point, linear, before tone mapping.
-    Vec radiance(Vec n, const Vec& toEye) const
+    /// The light that a point sends to the eye, linear, before tone mapping.
+    Parts parts(Vec n, const Vec& toEye) const
     {
         n = normalized(n);
         const double rough = std::max(roughness, 0.045);
         const double cosView = std::clamp(dot(n, toEye), 1e-3, 1.0);
         const double dielectric = std::pow((indexOfRefraction - 1) / (indexOfRefraction + 1), 2);
-        const double rx = 1 - rough, ry = 0.0425 - 0.0275 * rough, rz = 1.04 - 0.572 * rough, rw = 0.022 * rough - 0.04;
-        const double a004 = std::min(rx * rx, std::exp2(-9.28 * cosView)) * rx + ry;
-        const double a = -1.04 * a004 + rz, b = 1.04 * a004 + rw;
+        const auto [a, b] = reflectance(rough, cosView);
         const double lost = 1 - a - b;
         const Vec around = irradiance(n) * occlusion;
-        const Vec mirrorLight = reflected(n * (2 * dot(n, toEye)) - toEye, rough) * occlusion;
-        const double cosLight = std::clamp(dot(n, keyDirection), 0.0, 1.0);
-        Vec result;
+        const Vec mirrored = n * (2 * dot(n, toEye)) - toEye;
+        const Vec mirrorLight = reflected(mirrored, rough) * occlusion;
+        const double key = keyRadiance * std::clamp(dot(n, keyDirection), 0.0, 1.0);
+        Parts result;
         for (std::size_t c = 0; c < 3; ++c) {
             const double f0 = dielectric + (baseColor[c] - dielectric) * metallic;
             const double single = f0 * a + b;
             const double mean = f0 + (1 - f0) / 21;
             const double multiple = single * mean * lost / (1 - mean * lost);
             const double diffuse = baseColor[c] * (1 - metallic) * (1 - single - multiple);
-            result[c] = single * mirrorLight[c] + (multiple + diffuse) * around[c] + emissive[c] +
-                        keyRadiance * cosLight * (diffuse + highlight(n, toEye, f0, rough, cosView) * (1 + lost));
+            result.inside[c] = diffuse * (around[c] + key) + emissive[c];
+            result.mirror[c] = single * mirrorLight[c] + multiple * around[c] +
+                               key * highlight(n, toEye, f0, rough, cosView) * (1 + lost);
         }
+        const double coatRough = std::max(clearcoatRoughness, 0.045);
+        const auto [coatA, coatB] = reflectance(coatRough, cosView);
+        const double coating = clearcoat * (0.04 * coatA + coatB);
+        const double coatKey = key * clearcoat * highlight(n, toEye, 0.04, coatRough, cosView);
+        result.inside = result.inside * ((1 - coating) * (1 - 0.85 * transmission));
+        result.mirror = result.mirror * (1 - coating) + reflected(mirrored, coatRough) * (occlusion * coating) +
+                        Vec{coatKey, coatKey, coatKey};
         return result;
     }
     /// The encoded colour of a point, each channel from 0 to 1.
     Vec shaded(const Vec& n, const Vec& toEye) const
     {
-        Vec color = toneMapped(radiance(n, toEye) * exposure);
+        const Parts light = parts(n, toEye);
+        Vec color = toneMapped((light.inside + light.mirror) * exposure);
         for (double& value : color)
             value = std::clamp(encodedSrgb(value), 0.0, 1.0);
         return color;
     }
+    /// How much of what lies behind a point is hidden: glass hides what it mirrors, and a little more.
+    double opacity(const Vec& n, const Vec& toEye) const
+    {
+        const Vec mirror = parts(n, toEye).mirror;
+        const double hidden = std::clamp(0.12 + std::max({mirror[0], mirror[1], mirror[2]}), 0.0, 1.0);
+        return 1 + transmission * (hidden - 1);
+    }
 
 private:
+    /// Scale and bias of the normal reflectance (Karis, "Physically Based Shading on Mobile", 2014).
+    static std::array<double, 2> reflectance(double rough, double cosView)
+    {
+        const double rx = 1 - rough, ry = 0.0425 - 0.0275 * rough, rz = 1.04 - 0.572 * rough, rw = 0.022 * rough - 0.04;
+        const double a004 = std::min(rx * rx, std::exp2(-9.28 * cosView)) * rx + ry;
+        return {-1.04 * a004 + rz, 1.04 * a004 + rw};
+    }
     double highlight(const Vec& n, const Vec& toEye, double f0, double rough, double cosView) const
     {
         const Vec halfway = normalized(keyDirection + toEye);

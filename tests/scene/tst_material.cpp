@@ -56,13 +56,17 @@ protected:
         model.metallic = material.metallic;
         model.roughness = material.roughness;
         model.indexOfRefraction = material.indexOfRefraction;
+        model.clearcoat = material.clearcoat;
+        model.clearcoatRoughness = material.clearcoatRoughness;
+        model.transmission = material.transmission;
         model.environment = Environment::studio().get();
         model.keyDirection = KeyDirection;
         model.keyRadiance = KeyStrength;
         return model;
     }
-    /// Mean difference in 255ths between a picture of the unit sphere and the model, over the pixels well inside.
-    static double sphereDifference(const QImage& image, const MaterialModel& model)
+    /// Mean difference in 255ths between a picture of the unit sphere and the model, over the pixels well inside
+    /// of the outline. `behind`: how bright the background is.
+    static double sphereDifference(const QImage& image, const MaterialModel& model, double behind = 0)
     {
         double sum = 0;
         int count = 0;
@@ -75,10 +79,11 @@ protected:
                     continue;
                 const Vec normal = eye + direction * (-b - std::sqrt(root));
                 const Vec expected = model.shaded(normal, direction * -1);
+                const double opacity = model.opacity(normal, direction * -1);
                 const QRgb pixel = image.pixel(x, y);
                 const int channels[] = {qRed(pixel), qGreen(pixel), qBlue(pixel)};
                 for (std::size_t c = 0; c < 3; ++c)
-                    sum += std::fabs(channels[c] - 255 * expected[c]);
+                    sum += std::fabs(channels[c] - 255 * (expected[c] * opacity + behind * (1 - opacity)));
                 count += 3;
             }
         EXPECT_GT(count, 3 * Size * Size / 3);
@@ -119,6 +124,99 @@ TEST_F(MaterialTest, EmissiveAndRefractionAreAsTheModelHasThem)
     material.indexOfRefraction = 2.2f;
     const QImage image = picture(rootOf({element(sphere(), material)}));
     EXPECT_LT(sphereDifference(image, modelOf(material)), 1.0);
+}
+
+TEST_F(MaterialTest, ClearcoatIsAsTheModelHasIt)
+{
+    setLight(SceneLook::Light::Studio);
+    for (const float coat : {0.5f, 1.0f})
+        for (const float roughness : {0.0f, 0.4f}) {
+            Material material = materialOf(0.3f, 0.8f, {0.6f, 0.05f, 0.05f, 1});
+            material.emissive = {0, 0.2f, 0};
+            const QImage plain = picture(rootOf({element(sphere(), material)}));
+            material.clearcoat = coat;
+            material.clearcoatRoughness = roughness;
+            const QImage image = picture(rootOf({element(sphere(), material)}));
+            EXPECT_LT(sphereDifference(image, modelOf(material)), 1.0) << coat << ' ' << roughness;
+            EXPECT_GT(sphereDifference(plain, modelOf(material)), 1.5) << "the coat can be seen";
+        }
+}
+
+TEST_F(MaterialTest, TransmissionShowsWhatLiesBehind)
+{
+    setLight(SceneLook::Light::Studio);
+    for (const float transmission : {0.5f, 1.0f}) {
+        Material material = materialOf(0, 0.1f, {0.4f, 0.8f, 0.6f, 1});
+        material.transmission = transmission;
+        material.doubleSided = false;
+        scene->setRootNode(rootOf({element(sphere(), material)}));
+        const QImage image = drawn(Size, Size, -HalfHeight, HalfHeight, -HalfHeight, HalfHeight, at(Distance), 3, 7, {},
+                                   QColor(204, 204, 204));
+        EXPECT_LT(sphereDifference(image, modelOf(material), 0.8), 1.0) << transmission;
+    }
+}
+
+TEST_F(MaterialTest, OcclusionDarkensWhatComesFromAround)
+{
+    setLight(SceneLook::Light::Studio);
+    Material material = materialOf(0.5f, 0.4f, {0.7f, 0.7f, 0.7f, 1});
+    material.occlusionTexture.image = image(1, 1, {64, 255, 255, 255});
+    material.occlusionStrength = 0.75f;
+    const QImage image = picture(rootOf({element(sphere(), material)}));
+    MaterialModel model = modelOf(material);
+    EXPECT_GT(sphereDifference(image, model), 5.0);
+    model.occlusion = 1 + 0.75 * (64 / 255.0 - 1);
+    EXPECT_LT(sphereDifference(image, model), 1.0);
+}
+
+TEST_F(MaterialTest, EmissiveTexturesAreColours)
+{
+    Material material = materialOf(0, 1, {0.1f, 0.1f, 0.1f, 1});
+    material.emissive = {0.5f, 1, 1};
+    material.emissiveTexture.image = image(1, 1, {200, 90, 10, 255});
+    MaterialModel model = modelOf(material);
+    const int texel[] = {200, 90, 10};
+    for (std::size_t c = 0; c < 3; ++c)
+        model.emissive[c] = double(material.emissive[c]) * double(linearFromSrgb(float(texel[c]) / 255));
+    setLight(SceneLook::Light::Studio);
+    EXPECT_LT(sphereDifference(picture(rootOf({element(sphere(), material)})), model), 1.0);
+}
+
+TEST_F(MaterialTest, MetallicAndRoughnessTexturesMultiply)
+{
+    setLight(SceneLook::Light::Studio);
+    Material material = materialOf(0.8f, 0.9f, {0.9f, 0.6f, 0.3f, 1});
+    material.metallicRoughnessTexture.image = image(1, 1, {255, 102, 153, 255});
+    MaterialModel model = modelOf(material);
+    model.roughness = double(material.roughness) * 102 / 255;
+    model.metallic = double(material.metallic) * 153 / 255;
+    EXPECT_LT(sphereDifference(picture(rootOf({element(sphere(), material)})), model), 1.0);
+}
+
+TEST_F(MaterialTest, SmallTexturesAreMeansInLinearLight)
+{
+    setLight(SceneLook::Light::None);
+    // Four texels for each pixel, across and down.
+    constexpr int Texels = 4 * Size;
+    std::mt19937 random(11);
+    std::vector<std::uint8_t> pixels(std::size_t(4) * Texels * Texels);
+    for (auto& value : pixels)
+        value = std::uint8_t(random() & 255);
+    Material material;
+    material.baseColorTexture.image = image(Texels, Texels, pixels);
+    scene->setRootNode(rootOf({element(square(), material)}));
+    const QImage image = drawn(Size, Size, -0.5, 0.5, -0.5, 0.5, at(2));
+    double sum = 0;
+    for (int y = 0; y < Size; ++y)
+        for (int x = 0; x < Size; ++x) {
+            double mean = 0;
+            for (int i = 0; i < 16; ++i)
+                mean += double(linearFromSrgb(float(pixels[4 * std::size_t((4 * y + i / 4) * Texels + 4 * x + i % 4)]) /
+                                              255)) /
+                        16;
+            sum += std::fabs(qRed(image.pixel(x, y)) - 255 * encodedSrgb(mean));
+        }
+    EXPECT_LT(sum / (Size * Size), 1.0);
 }
 
 TEST_F(MaterialTest, ALensDoesNotChangeTheLight)
