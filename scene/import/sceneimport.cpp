@@ -32,7 +32,7 @@ QString tr(const char* text)
 /// Formats that the importer process reads; our own readers come first.
 const char* const ProcessSuffixes[] = {"gltf", "glb",  "3ds", "dae", "fbx",   "off", "3mf", "lwo",
                                        "x",    "ac",   "ase", "b3d", "blend", "cob", "dxf", "ms3d",
-                                       "nff",  "ogex", "q3o", "smd", "x3d",   "amf", "zae"};
+                                       "nff",  "ogex", "q3o", "smd", "x3d",   "amf", "zae", "ifc"};
 
 bool hasShape(const SceneElement* element)
 {

@@ -320,7 +320,8 @@ TEST_F(ModelFaults, SamplesAreReadAsTheyAre)
                                             {"smd", "SMD/triangle.smd"},
                                             {"x3d", "X3D/ComputerKeyboard.x3d"},
                                             {"amf", "AMF/test1.amf"},
-                                            {"zae", "Collada/duck.zae"}};
+                                            {"zae", "Collada/duck.zae"},
+                                            {"ifc", "IFC/AC14-FZK-Haus.ifc"}};
     for (const auto& [suffix, model] : models)
         EXPECT_TRUE(readOrRefused(QStringLiteral("/usr/share/assimp/models/") + model)) << last.toStdString();
     for (const QString& suffix : SceneImport::getSuffixes())

@@ -15,6 +15,7 @@
 
 #include <array>
 #include <cmath>
+#include <map>
 #include <set>
 
 #include <cstring>
@@ -334,6 +335,106 @@ TEST_F(ImportTest, ModelUpTurnsTheAxisUp)
         ASSERT_TRUE(tree) << error.toStdString();
         EXPECT_NEAR(visibleBox(tree.get()).high[1], top, 1e-9) << axis;
     }
+}
+
+TEST_F(ImportTest, UpAxisFollowsFormatAndFile)
+{
+    const QString models = QStringLiteral("/usr/share/assimp/models/");
+    const auto heightOf = [&](const char* file, const char* up) {
+        SceneImport::Options options;
+        options.modelUp = QLatin1String(up);
+        QString error;
+        const std::unique_ptr<SceneElement> tree(SceneImport::readFile(models + QLatin1String(file), options, &error));
+        EXPECT_TRUE(tree) << error.toStdString();
+        const auto box = tree ? visibleBox(tree.get()) : Box();
+        return box.high[1] - box.low[1];
+    };
+    for (const char* file : {"3DS/fels.3ds", "ASE/MotionCaptureROM.ase", "BLEND/HUMAN.blend", "COB/dwarf.cob",
+                             "DXF/wuson.dxf", "SMD/holy_grailref.smd", "AMF/test1.amf", "OpenGEX/Example.ogex"}) {
+        const double height = heightOf(file, "auto");
+        EXPECT_NEAR(height, heightOf(file, "+Z"), 1e-4 * height) << file;
+    }
+    for (const char* file : {"OBJ/spider.obj", "Collada/duck.dae", "FBX/spider.fbx", "X/fromtruespace_bin32.x"}) {
+        const double height = heightOf(file, "auto");
+        EXPECT_NEAR(height, heightOf(file, "+Y"), 1e-4 * height) << file;
+    }
+    // Their settings say that +Z is up.
+    for (const char* file : {"FBX/embedded_ascii/box.FBX", "Collada/regr01.dae"})
+        EXPECT_NEAR(heightOf(file, "auto"), heightOf(file, "+Z"), 1e-4 * heightOf(file, "auto")) << file;
+}
+
+TEST_F(ImportTest, UnitOfFbxFilesIsAppliedInMetres)
+{
+    const QString file = QStringLiteral("/usr/share/assimp/models/FBX/embedded_ascii/box.FBX");
+    QFile from(file);
+    ASSERT_TRUE(from.open(QIODevice::ReadOnly));
+    QByteArray bytes = from.readAll();
+    const QByteArray setting = "P: \"UnitScaleFactor\", \"double\", \"Number\", \"\",";
+    const int at = bytes.indexOf(setting);
+    ASSERT_GT(at, 0);
+    const int begin = at + setting.size(), end = bytes.indexOf('\n', begin);
+    const auto heightWith = [&](const QByteArray& unit) {
+        QString error;
+        const std::unique_ptr<SceneElement> tree(
+            SceneImport::readFile(write("u.fbx", bytes.left(begin) + unit + bytes.mid(end)), &error));
+        EXPECT_TRUE(tree) << error.toStdString();
+        const auto box = tree ? visibleBox(tree.get()) : Box();
+        return box.high[1] - box.low[1];
+    };
+    const double centimetres = heightWith("1");
+    EXPECT_NEAR(heightWith("100") / centimetres, 100, 1e-3);
+    EXPECT_NEAR(heightWith("nan") / centimetres, 1, 1e-3);
+}
+
+TEST_F(ImportTest, TextureTransformScalesThenRotatesThenMoves)
+{
+    // The points of the texture that the corners of a square show, from the definition of KHR_texture_transform.
+    const QString file = QStringLiteral("/usr/share/assimp/models/glTF2/textureTransform/TextureTransformTest.gltf");
+    QString error;
+    const std::unique_ptr<SceneElement> tree(SceneImport::readFile(file, &error));
+    ASSERT_TRUE(tree) << error.toStdString();
+    std::map<QString, std::array<float, 6>> transforms;
+    forEachVisible(tree.get(), [&](const GeometryElement& element, const tov::math::Matrix4&) {
+        transforms[element.getMaterial()->name] = element.getMaterial()->baseColorTexture.transform;
+    });
+    // Counter-clockwise in the picture, v pointing down: u' = u cos + v sin, v' = v cos - u sin.
+    const std::array<float, 6> rotated = transforms[QStringLiteral("Rotation")];
+    constexpr float Angle = 0.3926991f; // of the file
+    EXPECT_NEAR(rotated[0], std::cos(Angle), 1e-6);
+    EXPECT_NEAR(rotated[1], std::sin(Angle), 1e-6);
+    EXPECT_NEAR(rotated[3], -std::sin(Angle), 1e-6);
+    EXPECT_NEAR(rotated[4], std::cos(Angle), 1e-6);
+    EXPECT_EQ(transforms[QStringLiteral("Scale")], (std::array<float, 6>{1.5f, 0, 0, 0, 1.5f, 0}));
+    EXPECT_EQ(transforms[QStringLiteral("Offset U")], (std::array<float, 6>{1, 0, 0.5f, 0, 1, 0}));
+}
+
+TEST_F(ImportTest, GltfWithoutNormalsIsFlat)
+{
+    // Two triangles that share an edge, 20 degrees apart: less than the crease angle.
+    const QByteArray corners = floats({0, 0, 0, 0, 0, 1, 1, 0, 0, -0.94f, 0.342f, 0});
+    const QByteArray indices("\0\0\1\0\2\0\0\0\3\0\1\0", 12);
+    const QByteArray gltf =
+        R"({"asset":{"version":"2.0"},"scenes":[{"nodes":[0]}],"nodes":[{"mesh":0}],
+"meshes":[{"primitives":[{"attributes":{"POSITION":0},"indices":1}]}],
+"accessors":[{"bufferView":0,"componentType":5126,"count":4,"type":"VEC3","min":[-1,0,0],"max":[1,1,1]},
+{"bufferView":1,"componentType":5123,"count":6,"type":"SCALAR"}],
+"bufferViews":[{"buffer":0,"byteLength":48},{"buffer":0,"byteOffset":48,"byteLength":12}],
+"buffers":[{"byteLength":60,"uri":"data:application/octet-stream;base64,)" +
+        (corners + indices).toBase64() + R"("}]})";
+    QString error;
+    const std::unique_ptr<SceneElement> tree(SceneImport::readFile(write("flat.gltf", gltf), &error));
+    ASSERT_TRUE(tree) << error.toStdString();
+    forEachVisible(tree.get(), [&](const GeometryElement& element, const tov::math::Matrix4&) {
+        ASSERT_EQ(element.getIndices().size(), 6u);
+        int level = 0, tilted = 0;
+        for (const std::uint32_t index : element.getIndices()) {
+            const auto& normal = element.getVertices()[index].normal;
+            level += std::hypot(normal[0], normal[1] - 1) < 1e-3;
+            tilted += std::hypot(normal[0] - 0.342, normal[1] - 0.94) < 1e-3;
+        }
+        EXPECT_EQ(level, 3);
+        EXPECT_EQ(tilted, 3);
+    });
 }
 
 TEST_F(ImportTest, PlyFacesHaveColors)

@@ -1,6 +1,7 @@
 // Reads models with the import library (Assimp).
 
 #include "scene/import/process/assimpscene.h"
+#include "scene/import/process/axes.h"
 #include "scene/import/process/readers.h"
 #include "scene/import/process/report.h"
 
@@ -55,16 +56,19 @@ void readWithAssimp(ImportJob& job)
     Assimp::Importer importer;
     importer.SetProgressHandler(new Progress);
     importer.SetIOHandler(new FolderAccess(job.folder));
-    const unsigned int flags = aiProcess_Triangulate | aiProcess_JoinIdenticalVertices | aiProcess_SortByPType |
-                               aiProcess_ValidateDataStructure;
-    const aiScene* scene = importer.ReadFile(job.file.string(), flags);
+    // Shapes that the library makes up to show skeletons, cameras and lights are none of the model's.
+    importer.SetPropertyBool(AI_CONFIG_IMPORT_NO_SKELETON_MESHES, true);
+    importer.SetPropertyBool(AI_CONFIG_IMPORT_COLLADA_IGNORE_UP_DIRECTION, job.keepAxes);
+    constexpr unsigned int Flags = aiProcess_Triangulate | aiProcess_JoinIdenticalVertices | aiProcess_SortByPType |
+                                   aiProcess_GenUVCoords | aiProcess_ValidateDataStructure;
+    const aiScene* scene = importer.ReadFile(job.file.string(), Flags);
     if (!scene || !scene->mRootNode) {
         // A lack of memory is passed on as what it is.
         if (importer.GetException())
             std::rethrow_exception(importer.GetException());
         throw std::runtime_error(importer.GetErrorString());
     }
-    AssimpScene(*scene, job).write(aiMatrix4x4());
+    AssimpScene(*scene, job).write(rootTransformOf(*scene, job));
 }
 
 } // namespace tov::importer

@@ -62,6 +62,17 @@ float roughnessOf(float exponent)
     return std::clamp(std::pow(2 / (std::max(exponent, 0.0f) + 2), 0.25f), 0.05f, 1.0f);
 }
 
+/// True for the materials that the library makes up where the file has none.
+bool isMadeUp(const aiMaterial& material, const std::string& name)
+{
+    constexpr const char* NameIn3ds = "%%%DEFAULT";
+    // That of OFF files has neither a name nor a shading model.
+    int shading = 0;
+    const bool isBare = name.empty() && material.GetTextureCount(aiTextureType_DIFFUSE) == 0 &&
+                        material.Get(AI_MATKEY_SHADING_MODEL, shading) != AI_SUCCESS && material.mNumProperties <= 2;
+    return name == AI_DEFAULT_MATERIAL_NAME || name == NameIn3ds || isBare;
+}
+
 } // namespace
 
 float linearOf(float value)
@@ -201,7 +212,8 @@ void AssimpMaterials::convertTextures(const aiMaterial& from, const std::string&
         to.emissiveTexture = texture(emissive, "color", place, keep);
         if (to.emissive[0] + to.emissive[1] + to.emissive[2] <= 0)
             std::fill(to.emissive, to.emissive + 3, 1.0f);
-    }
+    } else if (m_TexturesEmission)
+        to.emissiveTexture = to.baseColorTexture;
     if (find(from, {aiTextureType_AMBIENT_OCCLUSION}, occlusion))
         to.occlusionTexture = texture(occlusion, "color", place, keep);
     const bool hasMetallic = find(from, {aiTextureType_METALNESS}, metallic);
@@ -251,10 +263,8 @@ std::uint32_t AssimpMaterials::material(unsigned int index)
     from.Get(AI_MATKEY_NAME, name);
     const std::string place =
         name.length > 0 ? "material '" + std::string(name.C_Str()) + "'" : "material " + std::to_string(index);
-    // The material that the library makes up where the file has none.
-    const std::uint32_t result = std::strcmp(name.C_Str(), AI_DEFAULT_MATERIAL_NAME) == 0
-                                     ? stream::None
-                                     : m_Writer.addMaterial(convert(from, place), name.C_Str());
+    const std::uint32_t result =
+        isMadeUp(from, name.C_Str()) ? stream::None : m_Writer.addMaterial(convert(from, place), name.C_Str());
     m_Known.emplace(index, result);
     return result;
 }

@@ -16,8 +16,9 @@ namespace tov::importer {
 class AssimpMaterials
 {
 public:
-    AssimpMaterials(const aiScene& scene, StreamWriter& writer, ImageStore& images)
-        : m_Scene(scene), m_Writer(writer), m_Images(images)
+    /// `texturesEmission`: the format is of fixed-function lighting, where the texture multiplies all of the light.
+    AssimpMaterials(const aiScene& scene, StreamWriter& writer, ImageStore& images, bool texturesEmission)
+        : m_Scene(scene), m_Writer(writer), m_Images(images), m_TexturesEmission(texturesEmission)
     {}
 
     /// The index in the stream; `stream::None` for none.
@@ -39,6 +40,7 @@ private:
     const aiScene& m_Scene;
     StreamWriter& m_Writer;
     ImageStore& m_Images;
+    const bool m_TexturesEmission;
     std::map<unsigned int, std::uint32_t> m_Known;
     std::map<std::string, std::uint32_t> m_KnownImages; ///< by use and path
     std::map<std::string, bool> m_HasAlpha;

@@ -30,7 +30,16 @@ std::uint16_t unit16(float value)
     return std::uint16_t(std::lround(std::clamp(value, 0.0f, 1.0f) * 65535));
 }
 
-/// Vertex colours whose alpha is 0 everywhere have none.
+/// Some readers of the library make colours for every mesh; none is above 0 where the file has no colours.
+bool hasColors(const aiMesh& mesh)
+{
+    const aiColor4D* colors = mesh.mColors[0];
+    return mesh.HasVertexColors(0) && std::any_of(colors, colors + mesh.mNumVertices, [](const aiColor4D& color) {
+               return std::max({color.r, color.g, color.b, color.a}) > 0;
+           });
+}
+
+/// Vertex colours whose alpha is 0 everywhere have no alpha.
 void readColors(const aiMesh& mesh, MeshData& data)
 {
     const aiColor4D* colors = mesh.mColors[0];
@@ -84,13 +93,15 @@ void AssimpScene::readVertices(const aiMesh& mesh, MeshData& data) const
     data.positions.reserve(3 * std::size_t(count));
     for (unsigned int i = 0; i < count; ++i)
         append(data.positions, mesh.mVertices[i]);
-    for (unsigned int i = 0; mesh.HasNormals() && i < count; ++i)
+    // The library smooths the normals of .blend files over every edge; the creases are found later.
+    const bool hasNormals = mesh.HasNormals() && m_Job.suffix != "blend";
+    for (unsigned int i = 0; hasNormals && i < count; ++i)
         append(data.normals, mesh.mNormals[i]);
     for (unsigned int set = 0; set < 2; ++set)
         for (unsigned int i = 0; mesh.HasTextureCoords(set) && i < count; ++i)
             data.uv[set].insert(data.uv[set].end(),
                                 {float(mesh.mTextureCoords[set][i].x), 1 - float(mesh.mTextureCoords[set][i].y)});
-    if (mesh.HasVertexColors(0))
+    if (hasColors(mesh))
         readColors(mesh, data);
 }
 
@@ -134,7 +145,7 @@ void AssimpScene::readBones(const aiMesh& mesh, MeshData& data)
 
 void AssimpScene::readMorphs(const aiMesh& mesh, MeshData& data) const
 {
-    bool hasNormals = mesh.HasNormals();
+    bool hasNormals = !data.normals.empty();
     for (unsigned int i = 0; i < mesh.mNumAnimMeshes; ++i)
         hasNormals = hasNormals && mesh.mAnimMeshes[i]->HasNormals();
     for (unsigned int i = 0; i < mesh.mNumAnimMeshes; ++i) {

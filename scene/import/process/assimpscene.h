@@ -17,7 +17,7 @@ class AssimpScene
 public:
     AssimpScene(const aiScene& scene, ImportJob& job)
         : m_Scene(scene), m_Job(job), m_Writer(job.writer), m_Images(job.writer, job.folder),
-          m_Materials(scene, job.writer, m_Images)
+          m_Materials(scene, job.writer, m_Images, job.suffix != "dae" && job.suffix != "zae" && job.suffix != "fbx")
     {}
 
     /// `rootTransform`: row by row, applied after that of the root node.

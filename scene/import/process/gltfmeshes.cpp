@@ -1,5 +1,7 @@
 #include "scene/import/process/gltfmeshes.h"
 
+#include "scene/import/process/flatnormals.h"
+
 #include <draco/compression/decode.h>
 #include <draco/core/decoder_buffer.h>
 
@@ -221,6 +223,8 @@ void MeshReader::writePrimitive(const Source& source, const tinygltf::Mesh& mesh
     readIndices(source, data);
     if (data.indices.empty())
         return;
+    if (data.kind == 3 && data.normals.empty())
+        makeFlat(data);
     m_Writer.addMesh(data);
 }
 
