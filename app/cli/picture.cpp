@@ -75,6 +75,26 @@ void makeStraight(QImage& image)
     }
 }
 
+/// A file that remembers whether a write was cut short: the TIFF writer does not report that, and neither does
+/// `commit`.
+class PictureFile : public QSaveFile
+{
+public:
+    explicit PictureFile(const QString& fileName) : QSaveFile(fileName) {}
+    bool isComplete() const { return m_IsComplete; }
+
+protected:
+    qint64 writeData(const char* data, qint64 length) override
+    {
+        const qint64 written = QSaveFile::writeData(data, length);
+        m_IsComplete = m_IsComplete && written == length;
+        return written;
+    }
+
+private:
+    bool m_IsComplete = true;
+};
+
 bool isTransparent(const Background& background, bool hasAlpha)
 {
     return background.kind == Background::Kind::Transparent ||
@@ -184,11 +204,11 @@ bool savePicture(const QImage& image, const QString& fileName, const QString& fo
             reason = qt_error_string(errno);
         }
     } else {
-        QSaveFile file(fileName);
+        PictureFile file(fileName);
         // With a buffer, commit would not notice that the last bytes could not be written.
         isSaved = file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) &&
-                  write(image, file, format, quality, &reason) && file.commit();
-        // A write that came to an end half-way has no reason; the next one reports it.
+                  write(image, file, format, quality, &reason) && file.isComplete() && file.commit();
+        // A write that was cut short has no reason; the next one reports it.
         if (!isSaved && file.isOpen() && file.error() == QFileDevice::NoError)
             file.write("", 1);
         if (!isSaved && (reason.isEmpty() || file.error() != QFileDevice::NoError))

@@ -1,4 +1,4 @@
-"""A script's list of cases: how many went well, what is wrong with the others, which are left out, and with -v which run."""
+"""Runs the cases of a script, prints the failures and how many cases passed; with -v also the name of each case."""
 
 import subprocess
 import sys
@@ -9,31 +9,33 @@ if VERBOSE:
     sys.argv.remove('-v')
 
 
-def left_out(what, why):
-    print(f'left out: {what}: {why}', flush=True)
+def skip(what, why):
+    print(f'skipped: {what}: {why}', flush=True)
 
 
-def listed(what):
+def announce(what):
     if VERBOSE:
         print(what, flush=True)
 
 
-def problem_of(function, *arguments):
-    """What a case says is wrong, or None."""
+def run_case(function, *arguments):
+    """Returns the problem that a case found, or None."""
     try:
         return function(*arguments)
     except subprocess.TimeoutExpired as expired:
         return f'hangs: {expired.stderr}'
+    except OSError as error:
+        return f'the case itself failed: {error}'
 
 
-def counted(what, problem):
-    """Counts a case, and says what is wrong with it."""
+def record(what, problem):
+    """Counts a case and prints its problem."""
     RESULTS.append(problem is None)
     if problem:
         print(f'FAILED: {what}: {problem}', flush=True)
 
 
 def finish():
-    """Says how many cases went well and ends the script."""
+    """Prints how many cases passed and ends the script."""
     print(f'{sum(RESULTS)} of {len(RESULTS)}')
     sys.exit(0 if RESULTS and all(RESULTS) else 1)

@@ -11,8 +11,8 @@ import tempfile
 import time
 
 sys.dont_write_bytecode = True
-from caselist import counted, finish, left_out, listed, problem_of  # noqa: E402
-from faultcases import one_line  # noqa: E402
+from caselist import announce, finish, record, run_case, skip  # noqa: E402
+from faultcases import failure_problem  # noqa: E402
 from programcopy import Copy  # noqa: E402
 
 BUILD = sys.argv[1]
@@ -31,14 +31,14 @@ def case(what):
     def add(function):
         if ONLY and what != ONLY:
             return
-        listed(what)
+        announce(what)
         copy = Copy(BUILD, root)
         for name in ('misbehaves.so', 'troublesome.so', 'throws.so', 'readsback.so'):
             shutil.copy(BUILD + '/tests/zoo/' + name, copy.plugins)
-        # Memory for two frames a chunk: many chunks.
+        # Chunks of two frames, so that there are many.
         with open(copy.home + '/settings.ini', 'w', encoding='ascii') as file:
             file.write('[settings]\ngrabvideotempfilesize=1\n')
-        counted(what, problem_of(function, copy))
+        record(what, run_case(function, copy))
         shutil.rmtree(copy.home, ignore_errors=True)
     return add
 
@@ -58,14 +58,16 @@ try:
         def _(copy, ending=ending):
             done = run(copy, *video(ending, '--turntable', str(FRAMES)))
             name = f'{copy.home}/a.{ending}'
+            if done.returncode != 0 and os.path.exists(name):
+                return f'status {done.returncode}, but the file was made'
             size = os.path.getsize(name) if os.path.exists(name) else 0
             if done.returncode != 0:
                 if ending in HARMLESS:
                     return f'status {done.returncode}: {done.stderr[-300:]}'
-                return one_line(done.returncode, done.stderr)
+                return failure_problem(done.returncode, done.stderr)
             if ending in NOTHING:
-                return 'nothing was recorded, yet the status is 0'
-            # The one that keeps the file writes a word of its own behind.
+                return 'nothing was recorded, but the status is 0'
+            # The one that keeps the file appends a word of its own.
             whole = FRAMES * FRAME + (len('end') if ending == 'keepsthefile' else 0)
             return None if size == whole else f'status 0, but {size} bytes are not {FRAMES} frames'
 
@@ -73,10 +75,10 @@ try:
     def _(copy):
         texts = [f'grabvideo filename="a.{name}" width=320 height=240' for name in ('fails', 'mp4')]
         done = run(copy, 'run', MODEL, '--turntable', '10', '-c', texts[0], '-c', texts[1])
-        problem = one_line(done.returncode, done.stderr)
+        problem = failure_problem(done.returncode, done.stderr)
         return problem or ('the next command was run' if os.path.exists(copy.home + '/a.mp4') else None)
 
-    # What a plug-in says of its finished file counts.
+    # The result of a plug-in's check of its finished file is used.
     for what, ending, positions, wanted in (
             ('a plug-in counts the frames', 'sevenframes', 7, (0, ', 7 frames')),
             ('a plug-in counts other frames', 'sevenframes', 6, (1, 'holds 7 frames instead of 6')),
@@ -89,14 +91,14 @@ try:
             if done.returncode != wanted[0] or wanted[1] not in done.stdout + done.stderr:
                 return f'status {done.returncode}: {done.stdout[-300:]} {done.stderr[-300:]}'
             if wanted[0]:
-                return one_line(done.returncode, done.stderr)
-            return 'frames are told' if ending != 'sevenframes' and ' frames' in done.stdout else None
+                return failure_problem(done.returncode, done.stderr)
+            return 'frames are reported' if ending != 'sevenframes' and ' frames' in done.stdout else None
 
-    # One process: a recording that goes wrong, two good ones, the next that goes wrong, and so on.
+    # One process: a failing recording, two good ones, the next failing one, and so on.
     after = {}
     SECOND = 'recordings after faults, in one process'
     if not os.path.exists(BUILD + '/bin/tst_window') or not shutil.which('xvfb-run'):
-        left_out(SECOND, 'there is no window or no X server')
+        skip(SECOND, 'no window test or no X server')
     else:
         @case(SECOND)
         def _(copy):
@@ -117,12 +119,12 @@ try:
                 return None if found == f'ended, then {FRAMES} and {FRAMES} frames' else found
 
     def interrupted(copy, ending, times):
-        """The status after so many interrupts, half a second apart, once the recording is on."""
+        """The status after that many interrupts, half a second apart, once the recording runs."""
         process = subprocess.Popen([copy.home + '/bin/tov', *video(ending, '--free', '60')], cwd=copy.home,
                                    env=copy.environment(), stderr=subprocess.PIPE, text=True)
         try:
             begin = time.monotonic()
-            while not os.path.exists(f'{copy.home}/a.{ending}') and process.poll() is None and time.monotonic() < begin + 30:
+            while not os.path.exists(f'{copy.home}/a~partial.{ending}') and process.poll() is None and time.monotonic() < begin + 30:
                 time.sleep(0.01)
             time.sleep(1.5)
             for _ in range(times):
@@ -146,7 +148,7 @@ try:
         return None if status == 130 else f'status {status}'
 
     if os.path.exists(BUILD + '/bin/tst_window'):
-        @case('one that hangs, in the window: it is told of, work goes on, quitting is offered')
+        @case('one that hangs, in the window: it is reported, work goes on, quitting is offered')
         def _(copy):
             shutil.copy(BUILD + '/bin/tst_window', copy.home + '/bin/tst_window')
             done = subprocess.run(['xvfb-run', '-a', '-s', '-screen 0 1600x1200x24', copy.home + '/bin/tst_window',
@@ -156,7 +158,7 @@ try:
                 return None
             return f'status {done.returncode}: {done.stdout[-1500:]}'
 
-        @case('a slow one, in the window: its panel closed, it is aborted after the chunk that it is at')
+        @case('a slow one, in the window: closing its panel aborts it after the current chunk')
         def _(copy):
             shutil.copy(BUILD + '/bin/tst_window', copy.home + '/bin/tst_window')
             seconds = {'TOV_CHUNK_SECONDS': '10'} if os.environ.get('TOV_FAULTS') == 'all' else {}
@@ -167,7 +169,7 @@ try:
                 return None
             return f'status {done.returncode}: {done.stdout[-1500:]}'
     else:
-        left_out('one that hangs, in the window', 'there is no window')
+        skip('one that hangs, in the window', 'no window test')
 finally:
     shutil.rmtree(root, ignore_errors=True)
 

@@ -5,7 +5,7 @@ import shutil
 import subprocess
 import tempfile
 
-from caselist import counted, problem_of
+from caselist import record, run_case
 
 VIDEOS = ('mp4', 'hevc.mp4', 'hq.mp4', 'mov', 'alpha.mov', 'mkv', 'av1.mkv', 'lossless.mkv', 'webm', 'alpha.webm', 'avi',
           'gif', 'apng', 'frames')
@@ -20,14 +20,14 @@ class Cases:
         self.build = build
 
     def case(self, what):
-        """Runs the decorated function with a folder of its own; it returns what is wrong, or None."""
+        """Runs the decorated function in a folder of its own; it returns the problem, or None."""
         def run(function):
             folder = tempfile.mkdtemp(prefix='tov faults ')
             try:
-                problem = problem_of(function, folder)
+                problem = run_case(function, folder)
             finally:
                 shutil.rmtree(folder, ignore_errors=True)
-            counted(what, problem)
+            record(what, problem)
         return run
 
     def environment(self, folder, more=None):
@@ -43,23 +43,30 @@ class Cases:
 
 
 def settings(folder, *lines):
-    """Settings for runs in that folder; small disks are no reason to record nothing."""
+    """Writes the settings for runs in that folder. A small disk must not prevent a recording."""
     with open(folder + '/settings.ini', 'w', encoding='ascii') as file:
         file.write('\n'.join(('[settings]', 'lowspacelimit=0', *lines)) + '\n')
 
 
-def one_line(status, error, wanted=(1,)):
-    """What is wrong with a failure: it has the status and one line that says why."""
+def partial_name(name, ending):
+    """The temporary name under which a recording is written until it is complete."""
+    folder, base = os.path.split(name)
+    stem = base[:-len(ending) - 1].replace('.', '_')
+    return os.path.join(folder, f'{stem}~partial.{ending}')
+
+
+def failure_problem(status, error, wanted=(1,)):
+    """Checks a failed run: its status, and that exactly one line gives the reason."""
     lines = error.strip().splitlines()
     if status not in wanted:
         return f'status {status}: {lines[-3:]}'
     if sum(line.startswith('tov: ') for line in lines) != 1 or max(map(len, lines)) > 1000:
-        return f'status {status}, but not one line says why: {[line[:200] for line in lines]}'
+        return f'status {status}, but the reason is not in exactly one line: {[line[:200] for line in lines]}'
     return None
 
 
 def frames_of(name):
-    """How many frames can be decoded; -1: the file cannot be read."""
+    """The number of frames that can be decoded; -1: the file cannot be read."""
     if not os.path.isfile(name) or os.path.getsize(name) == 0:
         return -1
     safe = ['-safe', '0'] if name.endswith('.frames') else []
@@ -69,17 +76,28 @@ def frames_of(name):
     return int(text) if text.isdigit() else -1
 
 
-def partial(name, frames):
-    """What is wrong with what a failed recording left: nothing, or what can be played up to where it ends."""
+def leftover_problem(name, frames):
+    """Checks the file that a failed recording left: there is none, or it plays up to where it ends."""
     if not os.path.lexists(name):
         return None
     count = frames_of(name)
     return None if 0 < count <= frames else f'{os.path.basename(name)} is left and has {count} frames'
 
 
-def ended(run, name, frames):
-    """What is wrong with a recording: it made the whole file, or says why not and leaves nothing that cannot be played."""
+def recording_problem(run, name, ending, frames):
+    """Checks a recording: the file is complete, or one line gives the reason, nothing has the final name, and the partial
+    file plays if there is one."""
     if run.returncode == 0:
         count = frames_of(name)
         return None if count == frames else f'status 0, but {count} frames'
-    return one_line(run.returncode, run.stderr) or partial(name, frames)
+    if os.path.lexists(name):
+        return f'status {run.returncode}, but {os.path.basename(name)} was made'
+    return failure_problem(run.returncode, run.stderr) or leftover_problem(partial_name(name, ending), frames)
+
+
+def literal_recording_problem(run, name, frames):
+    """The same for a command text, which writes under the name that it gives."""
+    if run.returncode == 0:
+        count = frames_of(name)
+        return None if count == frames else f'status 0, but {count} frames'
+    return failure_problem(run.returncode, run.stderr) or leftover_problem(name, frames)

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""Trajectories that change while a recording follows them; trajectories, scripts and command texts that are empty, endless,
-noise, or name what is not there. Every run ends with a whole file, or with one line that says why not.
+"""Trajectories that change while a recording follows them; trajectories, scripts, command texts and models that are empty,
+endless or noise. Every run ends with a complete file, or with one line that gives the reason.
 
     inputs.py BUILD_FOLDER SOURCE_FOLDER
 """
@@ -13,7 +13,7 @@ import time
 
 sys.dont_write_bytecode = True
 from caselist import finish  # noqa: E402
-from faultcases import Cases, ended, frames_of, one_line, settings  # noqa: E402
+from faultcases import Cases, failure_problem, frames_of, recording_problem, settings  # noqa: E402
 
 POSITIONS = 300
 cases = Cases(*sys.argv[1:3])
@@ -30,6 +30,10 @@ GOOD = {
 def write(path, content):
     with open(path, 'wb') as file:
         file.write(content if isinstance(content, bytes) else content.encode())
+
+
+def size(path):
+    return os.path.getsize(path) if os.path.exists(path) else 0
 
 
 def shrink(path):
@@ -65,9 +69,10 @@ for kind, good in GOOD.items():
             process = cases.start(folder, [*VIDEO, name])
             try:
                 end = time.monotonic() + 30
-                while time.monotonic() < end and not (os.path.exists(folder + '/a.mkv') and
-                                                      os.path.getsize(folder + '/a.mkv')):
+                while time.monotonic() < end and process.poll() is None and not size(folder + '/a~partial.mkv'):
                     time.sleep(0.002)
+                if process.poll() is not None:
+                    return f'no recording to disturb: status {process.returncode}'
                 process.send_signal(signal.SIGSTOP)
                 apply(name)
                 process.send_signal(signal.SIGCONT)
@@ -88,17 +93,17 @@ for kind, good in GOOD.items():
         def _(folder, kind=kind, content=content):
             write(f'{folder}/t.{kind}', content)
             run = cases.run(folder, [*VIDEO, f't.{kind}'])
-            # Cut between two positions it is a whole one.
+            # Cut between two positions it is still valid.
             if run.returncode == 0 and kind != 'json':
-                return None if frames_of(folder + '/a.mkv') > 0 else 'status 0 and no frames'
-            return one_line(run.returncode, run.stderr) or ('a file is left' if os.path.exists(folder + '/a.mkv') else None)
+                return None if frames_of(folder + '/a.mkv') > 0 else 'status 0, but no frames'
+            return failure_problem(run.returncode, run.stderr) or ('a file is left' if os.path.exists(folder + '/a.mkv') else None)
 
     @case(f'{kind}: a trajectory of 300 MB')
     def _(folder, kind=kind):
         with open(f'{folder}/t.{kind}', 'wb') as file:
             file.truncate(300 << 20)
         run = cases.run(folder, [*VIDEO, f't.{kind}'])
-        return one_line(run.returncode, run.stderr)
+        return failure_problem(run.returncode, run.stderr)
 
     for what in ('/dev/zero', 'pipe', 'folder', 'nothing'):
         @case(f'{kind}: a trajectory that is a {what}')
@@ -111,7 +116,7 @@ for kind, good in GOOD.items():
             elif what == 'folder':
                 os.mkdir(name)
             run = cases.run(folder, [*VIDEO, name], limit_s=20)
-            return one_line(run.returncode, run.stderr)
+            return failure_problem(run.returncode, run.stderr)
 
 
 def script(content, wanted=(1,), **how):
@@ -122,11 +127,11 @@ def script(content, wanted=(1,), **how):
         elif content:
             os.symlink(content, name)
         run = cases.run(folder, ['run', cases.model, name], **how)
-        # What is wrong, and where the script ends for it.
+        # The reason, and then a note that the script ends there.
         lines = run.stderr.strip().splitlines()
         if run.returncode == 1 and lines and lines[-1].endswith('the script ends here'):
             lines.pop()
-        problem = one_line(run.returncode, '\n'.join(lines), wanted)
+        problem = failure_problem(run.returncode, '\n'.join(lines), wanted)
         return problem or ('files are left' if set(os.listdir(folder)) - {'script', 'settings.ini'} else None)
     return test
 
@@ -168,16 +173,16 @@ for what, content in {'nothing': b'', 'comments': b'# nothing\n' * 100000, 'blan
 def _(folder):
     write(folder + '/script', b'# comment\r\n' * 1000000 + b'grabimage a.png 64\r\n')
     run = cases.run(folder, ['run', cases.model, 'script'])
-    return run.stderr if run.returncode else ended(run, folder + '/a.png', 1)
+    return run.stderr if run.returncode else recording_problem(run, folder + '/a.png', 'png', 1)
 
 
 @case('a script from a pipe runs')
 def _(folder):
     run = cases.run(folder, ['run', cases.model, '/dev/stdin'], input='grabimage a.png 64\n')
-    return run.stderr if run.returncode else ended(run, folder + '/a.png', 1)
+    return run.stderr if run.returncode else recording_problem(run, folder + '/a.png', 'png', 1)
 
 
-@case('a script from a pipe that says nothing can be left')
+@case('a script from a pipe without data can be interrupted')
 def _(folder):
     os.mkfifo(folder + '/script')
     process = cases.start(folder, ['run', cases.model, 'script'])
@@ -197,9 +202,9 @@ for text in ('x' * 100000, 'grabimage "' + 'x' * 100000, 'grabimage filename=' +
     @case(f'a command text {text[:20]!r} of {len(text)} characters')
     def _(folder, text=text):
         run = cases.run(folder, ['run', cases.model, '-c', text])
-        return one_line(run.returncode, run.stderr, (1, 2))
+        return failure_problem(run.returncode, run.stderr, (1, 2))
 
-# Models: what is no file, or never ends.
+# Models that are not files, or never end.
 for what in ('/dev/zero', 'pipe', 'folder', '/dev/full'):
     for ending in ('obj', 'ply', 'stl', 'dae'):
         @case(f'a model {ending} that is a {what}')
@@ -212,6 +217,6 @@ for what in ('/dev/zero', 'pipe', 'folder', '/dev/full'):
             else:
                 os.symlink(what, name)
             run = cases.run(folder, ['image', name, '-o', 'a.png', '--width', '64'], limit_s=20)
-            return one_line(run.returncode, run.stderr)
+            return failure_problem(run.returncode, run.stderr)
 
 finish()

@@ -1,14 +1,14 @@
 #!/usr/bin/env python3
-"""Lets the N-th call of a kind fail, once and from then on, for N = 1, 2, 3, a middle one and the last; with TOV_FAULTS=all for
-every N = 1, 2, ... until a run passes without a fault, and for more formats. After each run: no crash, no hang; status 0 means the same file as
-without a fault, anything else one line that says what is wrong, and nothing left that looks like a result.
+"""Makes the N-th call of a kind fail, once or from then on, for N = 1, 2, 3, a middle one and the last; with TOV_FAULTS=all for
+every N until a run passes without a fault, and for more formats. No run crashes or hangs. After status 0 the file is the same as
+without a fault; otherwise one line gives the reason, no file has the final name, and a partial video plays.
 
     nthcall.py BUILD_FOLDER SOURCE_FOLDER [files|chunks|again|drawing|threads|memory ...]
 
-files: writing, making files, opening and reading the model, opening the output again, asking for the free memory. chunks: the
-same while what was recorded waits in temporary files. again: three pictures or recordings in one process; a fault that comes
-once spoils one of them at most. drawing: OpenGL contexts, framebuffer objects, reading back. memory: allocations above 256 KiB
-that the program's own libraries ask for, directly or of Qt.
+files: writing and creating files, opening and reading the model, opening the output again, querying the free memory. chunks:
+the same with pending frames in temporary files. again: three pictures or recordings in one process; a single fault spoils at
+most one of them. drawing: OpenGL contexts, framebuffer objects, reading back. threads: creating threads. memory: allocations
+above 256 KiB by the program's own libraries, direct or through Qt.
 """
 import errno
 import os
@@ -16,6 +16,9 @@ import shutil
 import subprocess
 import sys
 import tempfile
+
+sys.dont_write_bytecode = True
+from faultcases import partial_name  # noqa: E402
 
 FRAMES = 8
 WRITING = [('write', errno.ENOSPC), ('write', errno.EIO), ('write', errno.EINTR), ('write', 0), ('create', errno.EMFILE),
@@ -34,13 +37,13 @@ NONE = 1 << 30
 
 
 def content(name):
-    """What a picture or a video shows; None: it cannot be read to its end."""
+    """A checksum of the decoded pixels; None: the file cannot be read to its end."""
     done = subprocess.run(['ffmpeg', '-v', 'error', '-i', name, '-f', 'md5', '-'], capture_output=True, text=True, check=False)
     return done.stdout if done.returncode == 0 and not done.stderr else None
 
 
 def frames(name):
-    """How many frames a video shows; None: it cannot be read to its end."""
+    """The number of frames of a video; None: it cannot be read to its end."""
     done = subprocess.run(['ffprobe', '-v', 'error', '-count_frames', '-show_entries', 'stream=nb_read_frames', '-of', 'csv=p=0',
                            name], capture_output=True, text=True, check=False)
     return done.stdout.strip() if done.returncode == 0 and not done.stderr else None
@@ -54,7 +57,7 @@ class Loop:
         self.runs = self.good = 0
 
     def multisampling(self, samples):
-        # What the buffer for multisampling is refused is drawn without, and looks a little different.
+        # Without a buffer for multisampling the frame is drawn without it, and differs a little.
         self.settings = [f'multisampling={samples}']
 
     def environment(self, folder, output, shim, fault):
@@ -63,11 +66,11 @@ class Loop:
             file.write('\n'.join(['[settings]', *self.settings, '']))
         if fault:
             environment.update(LD_PRELOAD=f'{self.build}/tests/lib{shim}.so', TOV_FAULT=fault, TOV_FAULT_OWN=self.build,
-                               TOV_FAULT_OUTPUT=output, TOV_FAULT_MODEL=self.model, TOV_FAULT_COUNT=folder + '/count')
+                               TOV_FAULT_OUTPUT=output if output.endswith(('png', 'bmp')) else partial_name(output, output.split('.', 1)[1]), TOV_FAULT_MODEL=self.model, TOV_FAULT_COUNT=folder + '/count')
         return environment
 
     def step(self, job, shim, kind, n, once, number):
-        """How many such calls the run had; None: it did not come to its end."""
+        """The number of such calls in the run; None: it did not reach its end."""
         with tempfile.TemporaryDirectory() as folder:
             try:
                 problem = job.check(self, folder, shim, f'{kind}:{n}:{once}:{number}', once)
@@ -93,7 +96,7 @@ class Loop:
             with tempfile.TemporaryDirectory() as folder:
                 job.refer(self, folder)
             for kind, number in faults:
-                # Interrupted for ever or never more than half: no disk does that.
+                # No disk interrupts every write or always writes a half.
                 ways = (1, ) if number in (errno.EINTR, 0) or not job.lasting else (1, 0)
                 if EVERY:
                     for once in ways:
@@ -131,11 +134,17 @@ class Job:
         output = f'{folder}/out.{self.suffix}'
         verb, *rest = self.arguments
         return subprocess.run([loop.build + '/bin/tov', verb, loop.model, *rest, '--quiet', '-o', output], capture_output=True,
-                              text=True, timeout=20, env=loop.environment(folder, output, shim, fault), check=False), output
+                              text=True, timeout=40, env=loop.environment(folder, output, shim, fault), check=False), output
+
+    def shown(self, name):
+        """Pixels, where the encoder always makes the same file; otherwise the number of frames."""
+        if not os.path.exists(name):
+            return None
+        return content(name) if self.suffix in ('png', 'bmp', 'lossless.mkv') else frames(name)
 
     def refer(self, loop, folder):
         done, output = self.run(loop, folder)
-        self.reference = content(output) if done.returncode == 0 else None
+        self.reference = self.shown(output) if done.returncode == 0 else None
         if not self.reference:
             sys.exit(f'nthcall.py: no {self.suffix} without a fault: {done.stderr}')
 
@@ -145,12 +154,14 @@ class Job:
         if done.returncode not in (0, 1, 2):
             return f'ended with {done.returncode}: {done.stderr[-300:]}'
         if done.returncode == 0:
-            return None if os.path.exists(output) and content(output) == self.reference else 'status 0, but the file is another'
+            return None if self.shown(output) == self.reference else 'status 0, but the file differs'
         if len(lines) != 1:
-            return f'status {done.returncode}, but not one line says why: {done.stderr[-500:]}'
-        # Of a video what there is may stay, of a picture nothing.
-        if os.path.exists(output) and (output.endswith(('png', 'bmp')) or not content(output)):
-            return f'{os.path.basename(output)} is left, {os.path.getsize(output)} bytes: {lines}'
+            return f'status {done.returncode}, but the reason is not in exactly one line: {done.stderr[-500:]}'
+        if os.path.exists(output):
+            return f'{os.path.basename(output)} was made, {os.path.getsize(output)} bytes: {lines}'
+        partial = partial_name(output, self.suffix)
+        if os.path.exists(partial) and not content(partial):
+            return f'{os.path.basename(partial)} does not play, {os.path.getsize(partial)} bytes: {lines}'
         return None
 
 
@@ -161,21 +172,16 @@ class Again(Job):
     def __str__(self):
         return self.suffix + ' three times'
 
-    def shown(self, name):
-        """Pictures are compared, of recordings the frames are counted."""
-        if not os.path.exists(name):
-            return None
-        return content(name) if self.suffix == 'png' else frames(name)
-
     def run(self, loop, folder, shim=None, fault=None):
         outputs = [f'{folder}/{name}.{self.suffix}' for name in ('one', 'two', 'three')]
         texts = [f'grabimage filename="{output}" width=300' if self.suffix == 'png' else
                  f'grabvideo filename="{output}" width=64 height=48 sync=1' for output in outputs]
-        # Each begins at the same view, which a turntable does not.
+        # A trajectory, because each recording starts at the same view then.
         with open(os.path.dirname(loop.model) + '/flight.tum', encoding='ascii') as flight, \
                 open(folder + '/path.tum', 'w', encoding='ascii') as path:
             path.writelines(flight.readlines()[:2 + FRAMES])
-        return subprocess.run([loop.build + '/bin/tov_several_commands', loop.model, folder + '/path.tum', *texts], capture_output=True, text=True,
+        return subprocess.run([loop.build + '/bin/tov_several_commands', loop.model, folder + '/path.tum', *texts],
+                              capture_output=True, text=True,
                               timeout=40, env=loop.environment(folder, outputs[0], shim, fault), check=False), outputs
 
     def refer(self, loop, folder):
@@ -186,20 +192,20 @@ class Again(Job):
 
     def check(self, loop, folder, shim, fault, once):
         done, outputs = self.run(loop, folder, shim, fault)
-        at_start, *said = done.stdout.split() or ['0']
+        at_start, *results = done.stdout.split() or ['0']
         lines = [line for line in done.stderr.strip().splitlines() if line.startswith('tov: ')]
-        if done.returncode == 1 and not said and len(lines) == 1 and not any(map(os.path.exists, outputs)):
+        if done.returncode == 1 and not results and len(lines) == 1 and not any(map(os.path.exists, outputs)):
             return None
-        if done.returncode != 0 or len(said) != 3:
-            return f'ended with {done.returncode}, {said}: {done.stderr[-300:]}'
-        if len(lines) != said.count('failed'):
-            return f'{said}, but these lines say why: {lines}'
-        # What fails at the start may be missing until the end: the module, the panel, OpenGL.
-        if int(fault.split(':')[1]) <= int(at_start) and said == ['failed'] * 3 and not any(map(os.path.exists, outputs)):
+        if done.returncode != 0 or len(results) != 3:
+            return f'ended with {done.returncode}, {results}: {done.stderr[-300:]}'
+        if len(lines) != results.count('failed'):
+            return f'{results}, but with these lines: {lines}'
+        # A fault during the start-up may affect every command: the module, the panel, OpenGL.
+        if int(fault.split(':')[1]) <= int(at_start) and results == ['failed'] * 3 and not any(map(os.path.exists, outputs)):
             return None
         whole = [self.shown(output) == self.reference for output in outputs]
         if sum(whole) < 2:
-            return f'whole: {whole}: {said} {lines}'
+            return f'complete: {whole}: {results} {lines}'
         return None
 
 
@@ -207,9 +213,9 @@ def main(build, source, *groups):
     loop = Loop(build, source)
     for group in groups or ('files', 'chunks', 'again', 'drawing', 'threads', 'memory'):
         if group == 'files':
-            found = loop.loop([Job(suffix) for suffix in ('png', 'mp4', *(('bmp', 'mkv') if EVERY else ()))], 'faultshim', FILES)
+            found = loop.loop([Job(suffix) for suffix in ('png', 'mp4', 'lossless.mkv', *(('bmp', 'mkv') if EVERY else ()))], 'faultshim', FILES)
         elif group == 'chunks':
-            # Three frames a chunk.
+            # Three frames per chunk.
             loop.settings += ['grabvideousememoryasbuffer=0', 'grabvideotempfilesize=1']
             found = loop.loop([Job(suffix, frame_size='320x240') for suffix in ('mp4', *(('lossless.mkv', ) if EVERY else ()))], 'faultshim', CHUNKS)
         elif group == 'again':
@@ -222,7 +228,7 @@ def main(build, source, *groups):
         elif group == 'threads':
             found = loop.loop([Job('png'), Job('mkv')], 'faultshim', THREADS)
         elif group == 'memory':
-            # The sanitizers have allocators of their own.
+            # The sanitizers have their own allocators.
             if not os.path.exists(build + '/tests/liballocshim.so'):
                 continue
             found = loop.loop([Job('png', picture_width=700), Job('mp4', frame_size='320x240')], 'allocshim', MEMORY)

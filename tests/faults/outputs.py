@@ -1,8 +1,6 @@
 #!/usr/bin/env python3
-"""Output and temporary folder: full, read-only, missing, taken away while a recording runs; outputs that are pipes and full
-devices. Every run ends with a whole file, or with one line that says why not and nothing that cannot be played.
-
-The disks are small ones in a name space of this script's own.
+"""Output and temporary folders that are full, read-only, missing, or replaced while a recording runs; outputs that are pipes or
+full devices. Every run ends with a complete file, or with one line that gives the reason and no file that cannot be played.
 
     outputs.py BUILD_FOLDER SOURCE_FOLDER [-v]        some formats; TOV_FAULTS=all: every one
 """
@@ -15,66 +13,38 @@ import tempfile
 import time
 
 sys.dont_write_bytecode = True
-from caselist import VERBOSE, counted, finish, left_out, listed  # noqa: E402
-from faultcases import VIDEOS, Cases, ended, frames_of, one_line, partial, settings  # noqa: E402
+from caselist import announce, finish, record, skip  # noqa: E402
+from faultcases import (VIDEOS, Cases, failure_problem, frames_of, literal_recording_problem,  # noqa: E402
+                        partial_name, recording_problem, settings)
+from smalldisk import PAGE, Disk, enter_namespace  # noqa: E402
 
-if '--inside' not in sys.argv:
-    if subprocess.run(['unshare', '-Urm', 'true'], capture_output=True, check=False).returncode != 0:
-        left_out('every case', 'this machine allows no name spaces')
-        sys.exit(77)
-    # The leak checker cannot look at a process in a name space of its own.
-    os.environ['ASAN_OPTIONS'] = os.environ.get('ASAN_OPTIONS', '') + ':detect_leaks=0'
-    os.execvp('unshare', ['unshare', '-Urm', sys.executable, os.path.abspath(__file__), *sys.argv[1:], '--inside',
-                          *(['-v'] if VERBOSE else [])])
-
+enter_namespace()
 FRAMES = 12
 EVERYTHING = os.environ.get('TOV_FAULTS') == 'all'
-PAGE = 4096
 cases = Cases(*sys.argv[1:3])
 VIDEO = ['video', cases.model, '--size', '320x240', '--turntable', str(FRAMES), '--quiet', '-o']
 PICTURES = ('png', 'bmp', 'jpg', 'ppm', 'tif', 'webp', 'xbm', 'xpm', 'ico', 'pbm', 'pgm', 'wbmp', 'jp2', 'icns', 'cur')
 
 
 def case(what):
-    listed(what)
+    announce(what)
     return cases.case(what)
 
 
 def some(what, chosen, all_of_them):
-    """What is chosen of a list, and what is left out of it said."""
+    """The chosen ones of a list; reports the others as skipped."""
     if EVERYTHING:
         return all_of_them
-    left_out(f'{what}: {", ".join(one for one in all_of_them if one not in chosen)}', 'TOV_FAULTS=all runs them')
+    skip(f'{what}: {", ".join(one for one in all_of_them if one not in chosen)}', 'TOV_FAULTS=all runs them')
     return chosen
 
 
-class Disk:
-    """A disk of that many bytes, of which `room` are free once `fill` was called."""
-
-    def __init__(self, folder, size='64m'):
-        self.path = folder + '/disk'
-        os.makedirs(self.path, exist_ok=True)
-        subprocess.run(['mount', '-t', 'tmpfs', '-o', f'size={size}', 'none', self.path], check=True)
-
-        self.empty = self.used()
-
-    def used(self):
-        state = os.statvfs(self.path)
-        return (state.f_blocks - state.f_bfree) * state.f_frsize - getattr(self, 'empty', 0)
-
-    def fill(self, room):
-        state = os.statvfs(self.path)
-        with open(self.path + '/filler', 'wb') as file:
-            os.posix_fallocate(file.fileno(), 0, state.f_bfree * state.f_frsize - room)
-
-    def protect(self):
-        subprocess.run(['mount', '-o', 'remount,ro', self.path], check=True)
-
-    def __enter__(self):
-        return self
-
-    def __exit__(self, *_):
-        subprocess.run(['umount', '-l', self.path], check=True)
+def content_of(name):
+    """None: there is no such file."""
+    if not os.path.exists(name):
+        return None
+    with open(name, 'rb') as file:
+        return file.read()
 
 
 def readable(name):
@@ -83,14 +53,14 @@ def readable(name):
 
 FAMILIES = some('videos on full and read-only disks, pipes', ('mp4', 'mkv', 'avi', 'gif', 'frames'), VIDEOS)
 
-# A full disk for the output: at the first write, in the middle, at the last one.
+# A disk that is full at the first write, in the middle, or at the last write.
 for ending in FAMILIES:
     with tempfile.TemporaryDirectory() as scratch, Disk(scratch) as disk:
         settings(scratch)
         whole = cases.run(scratch, [*VIDEO, disk.path + '/a.' + ending])
         need = disk.used()
         if whole.returncode != 0 or frames_of(disk.path + '/a.' + ending) != FRAMES:
-            counted(f'{ending} on a disk with room', f'status {whole.returncode}: {whole.stderr}')
+            record(f'{ending} on a disk with room', f'status {whole.returncode}: {whole.stderr}')
     for moment, room in (('first', 0), ('middle', need // 2 // PAGE * PAGE), ('last', need - PAGE)):
         @case(f'{ending} on a disk that is full at the {moment} write')
         def _(folder, ending=ending, room=room):
@@ -99,18 +69,18 @@ for ending in FAMILIES:
                 disk.fill(room)
                 name = disk.path + '/a.' + ending
                 run = cases.run(folder, [*VIDEO, name])
-                return ended(run, name, FRAMES)
+                return recording_problem(run, name, ending, FRAMES)
 
-# Pictures: of 16 x 16 pixels, where saving may say that all is well, and larger ones.
+# Small pictures, for which a writer may report success although nothing reached the disk, and larger ones.
 BY_SCRIPT = some('pictures of 16 x 16 pixels by a script', ('png', 'bmp', 'jpg'), PICTURES)
 for ending in PICTURES:
     with tempfile.TemporaryDirectory() as scratch:
         whole = cases.run(scratch, ['image', cases.model, '-o', 'a.' + ending, '--panel', '16x16', '--width', '16'])
-        if 'No valid image file extension' in whole.stderr:
-            left_out(f'{ending}, pictures of 16 x 16 pixels on a full disk', 'Qt writes none here')
+        if 'unknown picture format' in whole.stderr:
+            skip(f'{ending}, pictures of 16 x 16 pixels on a full disk', 'Qt cannot write this format here')
             continue
         if whole.returncode != 0:
-            counted(f'{ending} with room', f'status {whole.returncode}: {whole.stderr}')
+            record(f'{ending} with room', f'status {whole.returncode}: {whole.stderr}')
     for verb in ('image', 'run') if ending in BY_SCRIPT else ('image',):
         @case(f'{ending} of 16 x 16 pixels on a full disk, by {verb}')
         def _(folder, ending=ending, verb=verb):
@@ -121,7 +91,7 @@ for ending in PICTURES:
                 run = cases.run(folder, [verb, cases.model, '--panel', '16x16', '--quiet', *how])
                 if run.returncode == 0:
                     return 'status 0'
-                return one_line(run.returncode, run.stderr) or ('a file is left' if os.path.exists(name) else None)
+                return failure_problem(run.returncode, run.stderr) or ('a file is left' if os.path.exists(name) else None)
 
 for ending in ('png', 'bmp', 'jpg', 'ppm', 'tif', 'webp'):
     with tempfile.TemporaryDirectory() as scratch, Disk(scratch) as disk:
@@ -138,13 +108,16 @@ for ending in ('png', 'bmp', 'jpg', 'ppm', 'tif', 'webp'):
                     name = disk.path + '/a.' + ending
                     if old:
                         cases.run(folder, ['image', cases.model, '-o', name, '--panel', '16x16', '--width', '16'])
+                    before = content_of(name)
                     disk.fill(max(0, room - (PAGE if old else 0)))
                     run = cases.run(folder, [*picture, name])
                     if run.returncode == 0:
                         with open(name, 'rb') as file:
-                            return None if file.read() == reference else 'status 0, but the file is not whole'
-                    return one_line(run.returncode, run.stderr) or (
-                        'a file is left that looks whole' if os.path.exists(name) and readable(name) else None)
+                            return None if file.read() == reference else 'status 0, but the file is not complete'
+                    left = [found for found in os.listdir(disk.path) if found != 'filler']
+                    return failure_problem(run.returncode, run.stderr) or (
+                        None if left == (['a.' + ending] if old else []) and content_of(name) == before
+                        else f'left: {left}, or the older file was changed')
 
 # Read-only outputs.
 for ending in ('png', *FAMILIES):
@@ -155,11 +128,11 @@ for ending in ('png', *FAMILIES):
             disk.protect()
             name = disk.path + '/a.' + ending
             run = cases.run(folder, [*VIDEO, name] if ending != 'png' else ['image', cases.model, '-o', name])
-            return one_line(run.returncode, run.stderr)
+            return failure_problem(run.returncode, run.stderr)
 
-# Pipes and full devices, named directly and in command texts; nobody reads from the pipes.
+# Pipes without a reader and full devices, as outputs of verbs and in command texts.
 if not EVERYTHING:
-    left_out('full devices and links to pipes as -o', 'TOV_FAULTS=all runs them')
+    skip('full devices and links to pipes as -o', 'TOV_FAULTS=all runs them')
 for ending in ('png', 'bmp', *FAMILIES):
     for what in ('pipe', 'full device', 'link to a pipe'):
         for verb in ('run', 'verb') if EVERYTHING or what == 'pipe' else ('run',):
@@ -181,12 +154,12 @@ for ending in ('png', 'bmp', *FAMILIES):
                     text = f'grabimage "{name}" 64' if picture else f'grabvideo "{name}" 64 48 1'
                     arguments = ['run', cases.model, '--turntable', '3', '--quiet', '-c', text]
                 run = cases.run(folder, arguments, limit_s=20)
-                return one_line(run.returncode, run.stderr) or (
+                return failure_problem(run.returncode, run.stderr) or (
                     None if os.path.lexists(name) else 'the name was removed')
 
-# The temporary folder. One chunk holds the whole recording, or each frame has its own.
+# The temporary folder: one chunk for the whole recording, or one per frame.
 FRAME = 640 * 480 * 4
-SOME = some('temporary folders, output folders that go', ('mp4', 'frames'), VIDEOS)
+SOME = some('temporary folders, output folders that disappear', ('mp4', 'frames'), VIDEOS)
 LARGE = ['video', cases.model, '--size', '640x480', '--turntable', str(FRAMES), '--quiet', '-o']
 for ending in SOME:
     for megabytes in (50, 1):
@@ -203,10 +176,10 @@ for ending in SOME:
                         disk.fill(room)
                     name = folder + '/a.' + ending
                     run = cases.run(folder, [*LARGE, name], {'TMPDIR': disk.path})
-                    # Chunks of one frame are encoded and gone before the next ones need the room.
+                    # Chunks of one frame are encoded and deleted before the next ones need the room.
                     if run.returncode == 0 and (megabytes == 50 or not room):
                         return 'status 0'
-                    return ended(run, name, FRAMES)
+                    return recording_problem(run, name, ending, FRAMES)
 
 
 @case('a small frame, which stays in a buffer until the file is read, in a full temporary folder')
@@ -216,7 +189,7 @@ def _(folder):
         disk.fill(0)
         run = cases.run(folder, ['video', cases.model, '--size', '32x32', '--turntable', '2', '--quiet', '-o', 'a.mkv'],
                         {'TMPDIR': disk.path})
-        return 'status 0' if run.returncode == 0 else ended(run, folder + '/a.mkv', 2)
+        return 'status 0' if run.returncode == 0 else recording_problem(run, folder + '/a.mkv', 'mkv', 2)
 
 
 for sync in (0, 1):
@@ -227,13 +200,13 @@ for sync in (0, 1):
             disk.protect()
             run = cases.run(folder, ['run', cases.model, '--turntable', '3', '--quiet', '-c',
                                      f'grabvideo a.mkv 64 48 {sync}'], {'TMPDIR': disk.path})
-            return one_line(run.returncode, run.stderr) or partial(folder + '/a.mkv', 3)
+            return 'status 0' if run.returncode == 0 else literal_recording_problem(run, folder + '/a.mkv', 3)
 
-    @case(f'a recording of a script, sync={sync}, into no folder')
+    @case(f'a recording of a script, sync={sync}, into a missing folder')
     def _(folder, sync=sync):
         run = cases.run(folder, ['run', cases.model, '--turntable', '3', '--quiet', '-c',
                                  f'grabvideo no/a.mkv 64 48 {sync}'])
-        return one_line(run.returncode, run.stderr)
+        return failure_problem(run.returncode, run.stderr)
 
 
 @case('no temporary folder, and none where Qt looks instead')
@@ -247,7 +220,7 @@ def _(folder):
                              env=cases.environment(disk.path, {'TMPDIR': '/proc/no such folder'}))
         if run.returncode == 0:
             return 'status 0'
-        return ended(run, name, FRAMES)
+        return recording_problem(run, name, 'mkv', FRAMES)
 
 
 for what in ('read-only', 'missing'):
@@ -260,7 +233,7 @@ for what in ('read-only', 'missing'):
             return None if run.returncode == 0 and readable(folder + '/a.png') else f'{run.returncode}: {run.stderr}'
 
 
-# The output folder goes while the recording runs.
+# The output folder disappears while the recording runs.
 def wait_for(condition, limit_s=30):
     end = time.monotonic() + limit_s
     while time.monotonic() < end:
@@ -283,7 +256,7 @@ for ending in SOME:
             os.mkdir(place)
             os.mkdir(other)
             name, precious = place + '/a.' + ending, other + '/a.' + ending
-            # A good video of somebody else's.
+            # A good video in another folder, which must not change.
             made = cases.run(folder, ['video', cases.model, '--size', '64x64', '--turntable', '500', '--quiet', '-o',
                                       precious])
             content = {found: open(other + '/' + found, 'rb').read() for found in os.listdir(other)}
@@ -292,9 +265,9 @@ for ending in SOME:
             process = cases.start(folder, ['video', cases.model, '--size', '64x64', '--turntable', '500', '--quiet', '-o',
                                            name])
             try:
-                if not wait_for(lambda: size(name) > 0):
+                if not wait_for(lambda: size(partial_name(name, ending)) > 0):
                     return 'nothing is written'
-                # Held still, so that the folder goes before the recording ends.
+                # Stopped, so that the folder disappears before the recording ends.
                 process.send_signal(signal.SIGSTOP)
                 if what == 'removed':
                     shutil.rmtree(place)
@@ -311,13 +284,13 @@ for ending in SOME:
             finally:
                 process.kill()
                 process.wait()
-            problem = one_line(process.returncode, error)
+            problem = failure_problem(process.returncode, error)
             if problem:
                 return problem
             if content != {found: open(other + '/' + found, 'rb').read() for found in os.listdir(other)}:
                 return 'the files in the other folder were changed'
-            if what != 'removed' and ending != 'frames' and frames_of(gone + '/a.' + ending) != 500:
-                return 'the video cannot be played where it is now'
+            if what != 'removed' and ending != 'frames' and frames_of(partial_name(gone + '/a.' + ending, ending)) != 500:
+                return 'the video does not play in the renamed folder'
             return None
 
 finish()

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""Modules and encoder plug-ins are refused that somebody could have written who could not have replaced the program. For
-root, who can give files away.
+"""Modules and encoder plug-ins are refused if somebody who cannot replace the program could have written them. Runs as root,
+because only root can change the owner of a file.
 usage: permissions.py BUILD [CASE]"""
 
 import os
@@ -9,13 +9,13 @@ import sys
 import tempfile
 
 sys.dont_write_bytecode = True
-from caselist import counted, finish, problem_of  # noqa: E402
+from caselist import finish, record, run_case  # noqa: E402
 from programcopy import FORMATS, Copy  # noqa: E402
 
 BUILD = sys.argv[1]
 ONLY = sys.argv[2] if len(sys.argv) > 2 else ''
 if os.geteuid() != 0:
-    print('only root gives files away')
+    print('only root can change the owner of a file')
     sys.exit(77)
 root = tempfile.mkdtemp(prefix='tov owners %1 ')
 os.chmod(root, 0o755)
@@ -24,12 +24,12 @@ os.chmod(root, 0o755)
 def case(what):
     def run(function):
         if what.startswith(ONLY):
-            counted(what, problem_of(function, Copy(BUILD, root)))
+            record(what, run_case(function, Copy(BUILD, root)))
     return run
 
 
-def given(copy, user, group, mask):
-    """Everything is that user's, as made with that mask."""
+def change_owner(copy, user, group, mask):
+    """Gives every file to that user and group, with the modes that result from that mask."""
     for folder, folders, names in os.walk(copy.home):
         for name in (folder, *(os.path.join(folder, name) for name in names)):
             if not os.path.islink(name):
@@ -71,7 +71,7 @@ try:
         os.chown(copy.plugins + 'frames.so', 0, 12346)
         return problem or copy.judge(['frames.so'], formats=FORMATS - 1, texts=['the group 12346 may change it'])
 
-    @case('a folder above the program that is another user\'s, sticky or not')
+    @case('a folder above the program of another user, sticky or not')
     def _(copy):
         os.chown(copy.home, 12345, 0)
         os.chown(copy.plugins + 'frames.so', 12345, 0)
@@ -89,16 +89,16 @@ try:
         return copy.judge(['frames.so'], formats=FORMATS - 1, texts=['belongs to another user (12345)'],
                           environment={'SUDO_UID': '12345', 'SUDO_GID': '12345'})
 
-    @case('all is a user\'s, run by root and by the user')
+    @case('everything belongs to a user; run by root and by the user')
     def _(copy):
-        given(copy, 12345, 12346, 0o002)
+        change_owner(copy, 12345, 12346, 0o002)
         problem = copy.judge()
         copy.user, copy.group = 12345, 12346
         return problem or copy.judge()
 
     @case('a plug-in that the private group of the program\'s owner may change')
     def _(copy):
-        given(copy, 12345, 12345, 0o022)
+        change_owner(copy, 12345, 12345, 0o022)
         os.chmod(copy.plugins + 'frames.so', 0o775)
         problem = copy.judge()
         copy.user, copy.group = 12345, 12345
@@ -106,15 +106,15 @@ try:
 
     @case('a plug-in that a shared group of the program\'s owner may change')
     def _(copy):
-        given(copy, 12345, 12346, 0o022)
+        change_owner(copy, 12345, 12346, 0o022)
         os.chmod(copy.plugins + 'frames.so', 0o775)
         problem = copy.judge(['frames.so'], formats=FORMATS - 1, texts=['the group 12346 may change it'])
         copy.user, copy.group = 12345, 12346
         return problem or copy.judge(['frames.so'], formats=FORMATS - 1, texts=['the group 12346 may change it'])
 
-    @case('all is root\'s, and root\'s group may change it')
+    @case('everything belongs to root, and root\'s group may change it')
     def _(copy):
-        given(copy, 0, 0, 0o002)
+        change_owner(copy, 0, 0, 0o002)
         return copy.judge()
 finally:
     shutil.rmtree(root, ignore_errors=True)

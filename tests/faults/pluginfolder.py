@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""Good and bad files in the folders of modules and encoder plug-ins: each bad file is named once, the good ones are used, the
-program starts, and takes no more than 5 s longer than without them. usage: pluginfolder.py BUILD [CASE] [-v]"""
+"""Good and bad files in the folders of modules and encoder plug-ins: each bad file is reported once, the good ones are used, and
+the program starts at most 5 s later than without them. usage: pluginfolder.py BUILD [CASE] [-v]"""
 
 import glob
 import os
@@ -13,13 +13,13 @@ import tempfile
 import time
 
 sys.dont_write_bytecode = True
-from caselist import counted, finish, left_out, listed, problem_of  # noqa: E402
+from caselist import announce, finish, record, run_case, skip  # noqa: E402
 from programcopy import FORMATS, Copy  # noqa: E402
 
 BUILD = sys.argv[1]
 ONLY = sys.argv[2] if len(sys.argv) > 2 else ''
 ZOO = BUILD + '/tests/zoo/'
-# What the program promises: the start takes at most that much longer, whatever is in the folders.
+# The limit on the additional start-up time, whatever is in the folders.
 LONGER_S = 5
 MODEL = '/usr/share/glmark2/models/cube.3ds'
 STARTS = []
@@ -32,32 +32,32 @@ def case(what):
     def run(function):
         if not what.startswith(ONLY):
             return
-        listed(what)
-        # A slow start is measured again, next to one with nothing odd: the machine may be loaded.
+        announce(what)
+        # A slow start is measured again, next to one without bad files: the machine may be loaded.
         without = plain
         for attempt in range(3):
             copy = Copy(BUILD, root)
-            problem = problem_of(function, copy)
+            problem = run_case(function, copy)
             longer = copy.first_start - without if copy.first_start else 0
             if problem or longer <= LONGER_S:
                 break
             without = max(plain, starts(1))
         STARTS.append((longer, what))
-        listed(f'    the first start took {longer:+.2f} s')
+        announce(f'    the first start took {longer:+.2f} s')
         if problem is None and longer > LONGER_S and not sanitized:
             problem = f'the start took {copy.first_start:.2f} s, without {without:.2f} s'
-        counted(what, problem)
+        record(what, problem)
     return run
 
 
 def starts(count):
-    """The middle one of so many first starts with nothing odd, in seconds."""
+    """The median duration of that many first starts without bad files, in seconds."""
     found = []
     for _ in range(count):
         copy = Copy(BUILD, root)
         problem = copy.judge()
         if problem:
-            sys.exit('nothing odd, yet: ' + problem)
+            sys.exit('without bad files: ' + problem)
         found.append(copy.first_start)
     return sorted(found)[count // 2]
 
@@ -72,8 +72,8 @@ def write(name, data):
         file.write(data)
 
 
-def starting(copy):
-    """The program in the middle of a start that hangs."""
+def start_hanging(copy):
+    """Starts the program and returns it while its start hangs."""
     shutil.copy(ZOO + 'starthangs.so', copy.plugins)
     process = subprocess.Popen([copy.home + '/bin/tov', 'modules'], env=copy.environment(),
                                stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
@@ -88,23 +88,23 @@ def cut(length):
     return lambda name: os.truncate(name, length)
 
 
-def replaced(name):
-    """By a library that is odd in that way."""
+def replace(name):
+    """Replaces it with that library of the zoo."""
     return lambda coders: shutil.copy(ZOO + name + '.so', coders)
 
 
 with open(BUILD + '/lib/libtovcoders.so', 'rb') as library:
     CODERS_SIZE = len(library.read())
-# What, how, the expected message.
+# The damage, how to cause it, the expected message.
 SPOILED_CODERS = [
-    *((f'cut at {length} bytes', cut(length), said) for length, said in (
+    *((f'cut at {length} bytes', cut(length), text) for length, text in (
         (0, 'file too short'), (100, 'file is truncated'), (4096, 'file is truncated'), (60000, 'file is truncated'),
         (CODERS_SIZE // 2, 'file is truncated'), (CODERS_SIZE - 1, 'file is truncated'))),
-    ('that is not there', os.remove, 'not a regular file'),
+    ('that is missing', os.remove, 'not a regular file'),
     ('that is a text', lambda name: write(name, b'text\n' * 1000), 'invalid ELF header'),
-    ('that ends its process', replaced('startexits'), 'ended its process'),
+    ('that ends its process', replace('startexits'), 'ended its process'),
 ]
-HANGING_CODERS = ('that hangs', replaced('starthangs'), 'did not come back')
+HANGING_CODERS = ('that hangs', replace('starthangs'), 'did not come back')
 OPEN_CODERS = ('that everybody may change', lambda name: os.chmod(name, 0o666), 'everybody may change it')
 
 
@@ -116,7 +116,8 @@ def as_old(name):
 
 
 def picture_and_video(copy):
-    """A picture, which is always made; a video's process, and whether there is a file of it."""
+    """Makes a picture and a video; returns the problem of the picture, the finished process of the video, and whether the video
+    was made."""
     names = copy.home + '/a.png', copy.home + '/a.mkv'
     runs = (copy.run('image', MODEL, '-o', names[0], '--width', '32'),
             copy.run('video', MODEL, '-o', names[1], '--size', '32x32', '--turntable', '2', '--quiet'))
@@ -129,15 +130,15 @@ def picture_and_video(copy):
 
 
 def without_coders(copy, text, noticed=True):
-    """A start without videos: the problem is named, pictures are made, videos are refused in one line. Not `noticed`: the
-    formats are still listed, and the line names the problem."""
+    """A start without video formats: the problem is reported, pictures are made, videos are refused with one line. Not
+    `noticed`: the formats are still listed, and the line gives the problem."""
     problem = copy.judge(formats=0, texts=[text]) if noticed else copy.judge()
     if problem:
         return problem
     problem, video, made = picture_and_video(copy)
-    said = 'see tov modules' if noticed else text
+    expected = 'see tov modules' if noticed else text
     if (video.returncode != 1 or made or len(video.stderr.splitlines()) != 1 or not video.stderr.startswith('tov: ') or
-            said not in video.stderr):
+            expected not in video.stderr):
         problem = problem or f'video: status {video.returncode}, file: {made}, {video.stderr[-300:]}'
     return problem
 
@@ -160,7 +161,7 @@ with open(BUILD + '/bin/tov', 'rb') as program:
 try:
     plain = starts(3)
 
-    @case('nothing odd')
+    @case('no bad files')
     def _(copy):
         return copy.judge()
 
@@ -182,7 +183,7 @@ try:
 
     @case('a folder that may not be read')
     def _(copy):
-        # Root reads every folder, so another user is taken for it.
+        # Root can read every folder, so the program runs as another user.
         if os.geteuid() == 0:
             copy.lend(65533)
         os.chmod(copy.plugins, 0)
@@ -190,7 +191,7 @@ try:
         os.chmod(copy.plugins, 0o755)
         return problem or copy.judge()
 
-    @case('200 files that are none')
+    @case('200 text files named like libraries')
     def _(copy):
         names = [f'f{i}.so' for i in range(200)]
         for name in names:
@@ -227,13 +228,13 @@ try:
         return copy.judge([f'{copy.modules}a{i}.so' for i in range(15)])
 
     bits = random.Random(3)
-    # The address sanitizer has tables of its own in every library, and trusts them.
+    # The address sanitizer trusts its own tables in each library.
     if sanitized:
-        left_out('plug-ins with a flipped bit, 10 batches', 'the address sanitizer is in every library')
+        skip('plug-ins with a flipped bit, 10 batches', 'the address sanitizer is in every library')
     for batch in range(0 if sanitized else 10):
         @case(f'good plug-ins with a flipped bit, 15 at a time, batch {batch}')
         def _(copy):
-            # What still loads is one more plug-in for the format "frames"; whichever comes first has it.
+            # A copy that still loads offers the format "frames" again; the first plug-in keeps it.
             for i in range(15):
                 data = bytearray(good_library())
                 data[bits.randrange(len(data))] ^= 1 << bits.randrange(8)
@@ -254,7 +255,7 @@ try:
 
     @case('trials that get no processor time')
     def _(copy):
-        # The program's own libraries are loaded all the same, others are tried at the next start.
+        # The program's own libraries are loaded anyway, others are tried again at the next start.
         write(copy.home + '/libexec/tov-check-encoder', b'#!/bin/sh\nwhile :; do :; done\n')
         shutil.copy(ZOO + 'rawcopy.so', copy.plugins)
         return copy.judge(['rawcopy.so'], texts=['did not come back'])
@@ -277,7 +278,7 @@ try:
 
     @case('40 that hang, and one as a module')
     def _(copy):
-        # Trials share a limit: what it leaves no time for is tried at a later start.
+        # Trials share a time limit; libraries beyond it are tried at a later start.
         names = [f'f{i}.so' for i in range(40)]
         for name in names:
             shutil.copy(ZOO + 'starthangs.so', copy.plugins + name)
@@ -292,11 +293,11 @@ try:
         problem = problem or copy.judge(['startexits.so'], texts=['ended its process'])
         with open(copy.home + '/.cache/tov/libraries', 'rb') as file:
             if b'startexits' not in file.read():
-                return 'nothing was written down'
+                return 'the result was not stored'
         shutil.copy(ZOO + 'rawcopy.so', copy.plugins + 'startexits.so')
         return problem or copy.judge(formats=FORMATS + 3)
 
-    for what, data in (('noise', os.urandom(1000)), ('no list', b'[1, 2]'), ('nothing', b''), ('2 MB', b'{' * 2000000)):
+    for what, data in (('noise', os.urandom(1000)), ('a list', b'[1, 2]'), ('nothing', b''), ('2 MB', b'{' * 2000000)):
         @case('a cache of trials that holds ' + what)
         def _(copy):
             os.makedirs(copy.home + '/.cache/tov')
@@ -318,7 +319,7 @@ try:
                                    env=copy.environment(), stderr=subprocess.PIPE, text=True)
         while not glob.glob(glob.escape(copy.home) + '/a*.mp4') and process.poll() is None:
             time.sleep(0.01)
-        write(copy.plugins + 'new', b'no library')
+        write(copy.plugins + 'new', b'text')
         os.rename(copy.plugins + 'new', copy.plugins + 'ffmpeg.so')
         error = process.communicate(timeout=60)[1]
         return None if process.returncode == 0 else f'status {process.returncode}: {error[-200:]}'
@@ -335,7 +336,7 @@ try:
 
     @case('a folder above the program that everybody may change')
     def _(copy):
-        # Whoever may write the plug-ins there may replace the program, too.
+        # Whoever can write plug-ins there can also replace the program.
         os.chmod(copy.home, 0o777)
         shutil.copy(ZOO + 'rawcopy.so', copy.plugins)
         os.chmod(copy.plugins + 'rawcopy.so', 0o666)
@@ -351,11 +352,11 @@ try:
         def _(copy):
             os.chown(copy.plugins + 'frames.so', 12345, 12345)
             problem = copy.judge(['frames.so'], formats=FORMATS - 1, texts=['belongs to another user'])
-            # Who owns the program may install plug-ins.
+            # The owner of the program may install plug-ins.
             os.chown(copy.home + '/bin/tov', 12345, 12345)
             return problem or copy.judge()
     else:
-        left_out('a plug-in of another user', 'only root gives files away')
+        skip('a plug-in of another user', 'only root can change the owner of a file')
 
     for known in (False, True):
         for what, spoil, text in [*SPOILED_CODERS, HANGING_CODERS if known else OPEN_CODERS]:
@@ -375,7 +376,7 @@ try:
             spoil(copy.coders)
             return problem or without_coders(copy, text, noticed=False) or with_coders(copy)
 
-    @case('safe mode leaves out what is not part of the program')
+    @case('safe mode does not load what is not part of the program')
     def _(copy):
         shutil.copy(ZOO + 'rawcopy.so', copy.plugins)
         problem = copy.judge(formats=FORMATS + 3)
@@ -394,7 +395,7 @@ try:
 
     @case('a start that is stopped has not crashed')
     def _(copy):
-        process = starting(copy)
+        process = start_hanging(copy)
         for _ in range(3):
             process.send_signal(signal.SIGTERM)
             time.sleep(0.05)
@@ -403,7 +404,7 @@ try:
 
     @case('a start that is killed has crashed')
     def _(copy):
-        process = starting(copy)
+        process = start_hanging(copy)
         process.kill()
         process.wait()
         return None if 'previous start crashed' in copy.run('modules').stderr else 'not reported'
@@ -416,7 +417,7 @@ try:
         ended.wait()
         write(f'{folder}starting-{ended.pid}', b'')
         process = subprocess.Popen(['xvfb-run', '-a', copy.home + '/bin/tov'], env=copy.environment())
-        # While the question is open the start is on; a file says so, with the process in its name.
+        # While the question is open, a file with the number of the process marks the start.
         asking = []
         while process.poll() is None and not asking:
             asking = [int(name[9:]) for name in os.listdir(folder)
@@ -433,7 +434,7 @@ finally:
     shutil.rmtree(root, ignore_errors=True)
 
 most, what = max(STARTS)
-print(f'a first start with nothing odd: {plain:.2f} s; the longest: {plain + most:.2f} s, {most:.2f} s more ({what})')
+print(f'a first start without bad files: {plain:.2f} s; the longest: {plain + most:.2f} s, {most:.2f} s more ({what})')
 if sanitized:
-    left_out('the limit on start-up time', 'the address sanitizer slows every start')
+    skip('the limit on start-up time', 'the address sanitizer slows every start')
 finish()

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""The process and what is around it: a clock that is set while a recording runs, busy processes beside, no threads to be had,
-settings that two programs write at once, a display that goes. Every run ends with a whole file, or one line that says why not.
+"""The process and its surroundings: a clock that is set during a recording, a loaded machine, no more threads, two programs with
+the same settings file, a display that disappears. Every run ends with a complete file or with one line that gives the reason.
 
     process.py BUILD_FOLDER SOURCE_FOLDER [-v]        TOV_FAULTS=all: more limits and formats
 """
@@ -13,8 +13,8 @@ import tempfile
 import time
 
 sys.dont_write_bytecode = True
-from caselist import finish, left_out, listed  # noqa: E402
-from faultcases import Cases, ended, frames_of, one_line, settings  # noqa: E402
+from caselist import announce, finish, skip  # noqa: E402
+from faultcases import Cases, recording_problem, frames_of, failure_problem, settings  # noqa: E402
 
 BUILD, SOURCE = sys.argv[1:3]
 cases = Cases(BUILD, SOURCE)
@@ -27,18 +27,18 @@ SMALL = ['--size', '64x64', '--quiet']
 
 
 def case(what):
-    listed(what)
+    announce(what)
     return cases.case(what)
 
 
-# The clock is set. Half a second of recording goes over it.
+# The clock is set half a second after the recording has started.
 for clock in CLOCKS:
     environment = {'LD_PRELOAD': BUILD + '/tests/libclockshim.so', 'TOV_CLOCK': clock}
 
     @case(f'clock {clock}: a recording in real time')
     def _(folder, environment=environment):
         settings(folder, 'grabvideotempfilesize=0')
-        run = cases.run(folder, ['video', cases.model, *SMALL, '--duration', '1', '-o', 'a.mkv'], environment)
+        run = cases.run(folder, ['video', cases.model, *SMALL, '--free', '1', '-o', 'a.mkv'], environment)
         count = frames_of(folder + '/a.mkv')
         if run.returncode != 0 or not 5 < count < 200:
             return f'status {run.returncode}, {count} frames: {run.stderr}'
@@ -48,7 +48,7 @@ for clock in CLOCKS:
     def _(folder, environment=environment):
         settings(folder, 'grabvideotempfilesize=0')
         run = cases.run(folder, ['video', cases.model, *SMALL, '--turntable', '300', '-o', 'a.mkv'], environment)
-        return f'status {run.returncode}: {run.stderr}' if run.returncode else ended(run, folder + '/a.mkv', 300)
+        return f'status {run.returncode}: {run.stderr}' if run.returncode else recording_problem(run, folder + '/a.mkv', 'mkv', 300)
 
     @case(f'clock {clock}: a script over older files')
     def _(folder, environment=environment):
@@ -61,29 +61,29 @@ for clock in CLOCKS:
         return None
 
 
-@case('four busy processes beside')
+@case('four other busy processes')
 def _(folder):
     busy = [subprocess.Popen(['sh', '-c', 'while :; do :; done']) for _ in range(4)]
     try:
-        # Encoding is done with what the others leave.
+        # Encoding runs at idle priority.
         run = cases.run(folder, ['video', cases.model, *SMALL, '--turntable', '24', '-o', 'a.mp4'], limit_s=120)
         picture = cases.run(folder, ['image', cases.model, '--width', '400', '-o', 'a.png'])
         if run.returncode or picture.returncode:
             return run.stderr + picture.stderr
-        return ended(run, folder + '/a.mp4', 24)
+        return recording_problem(run, folder + '/a.mp4', 'mp4', 24)
     finally:
         for process in busy:
             process.kill()
             process.wait()
 
 
-# As many threads as the limit leaves. Root has none, so another user is taken for it, who has nothing else running.
+# A limit on threads does not apply to root, so the program runs as another user, who has no other processes.
 USER = 65533 if os.getuid() == 0 else None
 RUNNING = 0 if USER else int(subprocess.run(['ps', '-L', '-U', str(os.getuid()), '--no-headers'], capture_output=True,
                                             text=True, check=True).stdout.count('\n'))
 for verb in ('image', 'video'):
     if not EVERYTHING:
-        left_out(f'{verb} with {[n for n in LIMITS if n not in FEW_LIMITS]} threads at most', 'TOV_FAULTS=all runs them')
+        skip(f'{verb} with {[n for n in LIMITS if n not in FEW_LIMITS]} threads at most', 'TOV_FAULTS=all runs them')
     for threads in LIMITS if EVERYTHING else FEW_LIMITS:
         @case(f'{verb} with {threads} threads at most')
         def _(folder, verb=verb, threads=threads):
@@ -97,25 +97,22 @@ for verb in ('image', 'video'):
                                  env=cases.environment(folder, {'HOME': folder}),
                                  preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_NPROC, (limit, limit)))
             if run.returncode == 0:
-                return None if frames_of(name) == (8 if verb == 'video' else 1) else 'status 0, but no whole file'
-            return one_line(run.returncode, run.stderr)
+                return None if frames_of(name) == (8 if verb == 'video' else 1) else 'status 0, but the file is not complete'
+            return failure_problem(run.returncode, run.stderr)
 
 
-@case('two programs write the settings at once')
+@case('settings of one call are not stored')
 def _(folder):
-    keys = ('grabvideotempfilesize', 'grabvideofps', 'grabvideokbps', 'grabvideousememoryasbuffer')
-    values = {'first': ('11', '12', '1300', '1'), 'second': ('21', '22', '2300', '0')}
-    for _ in range(10):
-        both = [cases.start(folder, ['run', '-c', 'setvideosettings ' + ' '.join(some)]) for some in values.values()]
-        for process in both:
-            if process.wait(30) != 0:
-                return f'status {process.returncode}: {process.stderr.read()}'
-        with open(folder + '/settings.ini', encoding='ascii') as file:
-            found = dict(line.strip().split('=') for line in file if '=' in line)
-        written = tuple(found.get(key, '').replace('true', '1').replace('false', '0') for key in keys)
-        if any(written[i] not in (values['first'][i], values['second'][i]) for i in range(4)):
-            return f'the file holds {found}'
-    return None
+    settings(folder, 'grabvideofps=30')
+    with open(folder + '/settings.ini', 'rb') as file:
+        before = file.read()
+    both = [cases.start(folder, ['run', '-c', 'setvideosettings ' + values]) for values in ('11 12 1300 1', '21 22 2300 0')]
+    for process in both:
+        if process.wait(30) != 0:
+            return f'status {process.returncode}: {process.stderr.read()}'
+    with open(folder + '/settings.ini', 'rb') as file:
+        content = file.read()
+    return None if content == before else f'the file holds {content}'
 
 
 def display():
@@ -130,14 +127,14 @@ def display():
 
 
 if not os.path.exists(BUILD + '/bin/tst_window') or not shutil.which('Xvfb'):
-    left_out('the display goes', 'there is no window or no X server')
+    skip('the display disappears', 'no window test or no X server')
 else:
     if not EVERYTHING:
-        left_out('the display goes while a gif or frames are recorded', 'TOV_FAULTS=all runs them')
+        skip('the display disappears while a gif or frames are recorded', 'TOV_FAULTS=all runs them')
     for ending in ('mkv', 'mp4', 'gif', 'frames') if EVERYTHING else ('mkv', 'mp4'):
-        @case(f'{ending}: the display goes while the window records')
+        @case(f'{ending}: the display disappears while the window records')
         def _(folder, ending=ending):
-            # The name is typed into the console, without quotes.
+            # The name is typed into the console without quotes, so it must not hold a blank.
             folder = tempfile.mkdtemp(dir=os.path.dirname(folder))
             server, name = display()
             video = f'{folder}/a.{ending}'
@@ -145,14 +142,14 @@ else:
                                       stdout=subprocess.PIPE, stderr=subprocess.PIPE,
                                       env={**os.environ, 'DISPLAY': name, 'HOME': folder, 'TOV_RECORD_TO': video})
             try:
-                said = []
+                lines = []
                 for line in window.stdout:
-                    said.append(line)
+                    lines.append(line)
                     if line.startswith('recording'):
                         break
                 else:
-                    return f'no recording: {said[-6:]} {window.stderr.read()[-300:]}'
-                # Until there is something that can be played.
+                    return f'no recording: {lines[-6:]} {window.stderr.read()[-300:]}'
+                # Until a frame can be played.
                 end = time.monotonic() + 30
                 while frames_of(video) < 1 and time.monotonic() < end:
                     time.sleep(0.1)
@@ -169,9 +166,9 @@ else:
                     process.wait()
                 count = frames_of(video)
                 shutil.rmtree(folder)
-            # One thread or another sees it first: Xlib ends the process then, or the program. Either says it in one line.
+            # Either Xlib or the program notices it first and ends the process; both print one line.
             if window.returncode != 1 or 'X server' not in error or error.strip().count('\n') != 0:
                 return f'status {window.returncode}: {error}'
-            return None if count > 0 else 'what was written cannot be played'
+            return None if count > 0 else 'the recording does not play'
 
 finish()

@@ -1,4 +1,4 @@
-"""A copy of the built program, to be damaged."""
+"""A copy of the built program that tests can damage."""
 
 import os
 import shutil
@@ -26,7 +26,7 @@ class Copy:
         self.coders = self.home + '/lib/libtovcoders.so'
         self.user = self.group = None
         self.runs_in = self.home
-        # How long the first `judge` took to start the program: nothing is cached yet.
+        # Duration of the first start by `judge`, when nothing is cached yet.
         self.first_start = None
 
     def run(self, *arguments, environment=None):
@@ -35,7 +35,7 @@ class Copy:
                               cwd=self.runs_in)
 
     def own_coders(self):
-        """Makes a copy of the library that brings FFmpeg along."""
+        """Makes a copy of the library that links FFmpeg."""
         folder = self.build + '/lib'
         os.remove(self.home + '/lib')
         os.mkdir(self.home + '/lib')
@@ -44,14 +44,14 @@ class Copy:
         self.repair_coders()
 
     def repair_coders(self):
-        """Replaces it by a complete one of the original date."""
+        """Replaces it by a complete one with the original date."""
         shutil.copy2(self.build + '/lib/libtovcoders.so', self.coders + '.new')
         os.replace(self.coders + '.new', self.coders)
 
     def lend(self, user):
-        """Makes that user run it, with another home folder; the files keep their owner."""
+        """Runs it as that user from now on, with another home folder; the files keep their owner."""
         self.user = user
-        self.runs_in = self.home + '/theirs'
+        self.runs_in = self.home + '/home'
         os.mkdir(self.runs_in)
         os.chown(self.runs_in, user, user)
         os.chmod(self.home, 0o755)
@@ -63,8 +63,8 @@ class Copy:
         return env
 
     def judge(self, bad=(), formats=FORMATS, texts=(), environment=None, arguments=(), status=0):
-        """Returns the problem, or None. `bad`: file names or paths that must be reported once each; `texts`: what the
-        reports must contain."""
+        """Starts the program and returns the problem, or None. `bad`: file names or paths that must be reported once each;
+        `texts`: texts that the reports must contain."""
         begin = time.monotonic()
         done = self.run('modules', *arguments, environment=environment)
         self.first_start = self.first_start or time.monotonic() - begin
@@ -72,13 +72,13 @@ class Copy:
             return f'status {done.returncode}: {done.stderr[-300:]}'
         problems = [line for line in (done.stdout + done.stderr).splitlines() if line.startswith('Problem: ')]
         for name in bad:
-            told = [line for line in problems
+            reports = [line for line in problems
                     if name in line and name[0] == '/' or f"'{name.split('.')[0]}'" in line or '/' + name in line]
-            if len(told) != 1:
-                return f'{name} is named {len(told)} times: {problems[:5]}'
+            if len(reports) != 1:
+                return f'{name} is reported {len(reports)} times: {problems[:5]}'
         for text in texts:
             if not any(text in line for line in problems):
-                return f'nothing says "{text}": {problems[:5]}'
+                return f'no report contains "{text}": {problems[:5]}'
         listed = self.run('encoders', environment=environment).stdout.splitlines()
         known = {line.split()[0] for line in listed if line and line[0].islower()}
         if len(known) != formats:

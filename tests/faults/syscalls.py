@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""Watches every system call by which the program could reach beyond what it was told: no network, no port, no shell, no other
-program but its own and, in the window's test, ffprobe; nothing is written but in its own folders and where it was told to, temporary data is
+"""Checks every system call that could leave the program's own area. No network, no port, no shell; no program except its own and,
+in the window test, ffprobe. The program writes only to its own folders and to the outputs that were named, temporary data is
 private, and models and scripts cannot change that.
 
     syscalls.py BUILD_FOLDER SOURCE_FOLDER [CASE]
@@ -16,7 +16,7 @@ import tempfile
 import time
 
 sys.dont_write_bytecode = True
-from caselist import counted, finish, problem_of  # noqa: E402
+from caselist import finish, record, run_case  # noqa: E402
 
 BUILD, SOURCE = sys.argv[1], sys.argv[2]
 ONLY = sys.argv[3] if len(sys.argv) > 3 else ''
@@ -27,18 +27,27 @@ LATER = []
 
 CALLS = ('%network,execve,execveat,open,openat,openat2,creat,rename,renameat,renameat2,link,linkat,symlink,symlinkat,unlink,'
          'unlinkat,mkdir,mkdirat,rmdir,truncate,chmod,fchmodat,chown,fchownat,mknod,mknodat')
-# Whom Qt and the C library ask: the display, the session's and the system's message bus (for screen readers and input
+# Partners of Qt and the C library: the display, the session's and the system's message bus (for screen readers and input
 # methods), the cache of names of users.
 PARTNERS = re.compile(r'sun_path=@?"(/tmp/\.X11-unix/X\d+|/(var/)?run/dbus/system_bus_socket|/run/user/\d+/.*|/(var/)?run/nscd/socket)"')
 PROGRAMS = re.compile(r'.*/(tov|tov-import|tov-check-encoder)$')
-# The window's test looks at videos by ffprobe; the program itself does not.
+# The window test checks videos with ffprobe; the program itself does not.
 WINDOW_PROGRAMS = re.compile(r'(.*/(tst_window|tov-import|tov-check-encoder)|(/usr)?/bin/ffprobe)$')
-# Not files: terminals, graphics cards, what a process knows of itself.
+# Not files: terminals, graphics cards, information about the process.
 NO_FILES = ('/dev/null', '/dev/dri/', '/dev/shm/', '/dev/tty', '/proc/self', '/sys/')
 
 
+def is_temporary(path, output):
+    """Whether a path is a temporary name of an output: a partial video, or a picture that is being saved."""
+    folder, name = os.path.split(output)
+    stem, _, ending = name.partition('.')
+    return (os.path.dirname(path) == folder and
+            re.fullmatch(re.escape(stem) + r'([~_]partial(-[0-9a-f]{8})?(\.\d{5})?\.\w+~?|\.' + re.escape(ending) + r'\.\w{6})',
+                         os.path.basename(path)) is not None)
+
+
 class Watched:
-    """A folder with a home and a temporary folder of its own, and what was done there."""
+    """A folder with its own home and temporary folder, and a trace of what was done there."""
 
     def __init__(self):
         self.folder = os.path.realpath(tempfile.mkdtemp(prefix='tov-watched-'))
@@ -53,9 +62,9 @@ class Watched:
                             if not name.startswith(('XDG_', 'DBUS_', 'WAYLAND', 'QT_', 'TOV_')) and name != 'DISPLAY'}
         self.environment.update(HOME=self.home, TMPDIR=self.temporary, XDG_RUNTIME_DIR=self.home + '/run', TOV_SETTINGS=self.home + '/settings.ini',
                                 LC_ALL='C.UTF-8',
-                                # The graphics driver asks the list of users for its folder.
+                                # The graphics driver looks up its folder in the list of users.
                                 MESA_SHADER_CACHE_DIR=self.home + '/.cache',
-                                # Both sanitizers stop a process that is watched.
+                                # The leak checker stops a traced process.
                                 ASAN_OPTIONS=os.environ.get('ASAN_OPTIONS', '') + ':detect_leaks=0')
 
     def command(self, program, *arguments):
@@ -75,7 +84,7 @@ class Watched:
         shutil.rmtree(self.folder, ignore_errors=True)
 
     def files(self):
-        """Everything in the working folder, and what lies above it, with its bytes."""
+        """The content of every file in the working folder and in the folder above."""
         found = {}
         for top in (self.work, self.folder):
             for folder, folders, names in os.walk(top):
@@ -86,14 +95,15 @@ class Watched:
                         found[os.path.relpath(os.path.join(folder, name), self.work)] = file.read()
         return found
 
-    def may_write(self, path, told):
-        """Settings, caches and temporary files; the outputs that were named."""
+    def may_write(self, path, outputs):
+        """Settings, caches, temporary files, and the named outputs with their temporary names."""
         own = tuple(folder + end for folder in (self.home, self.temporary) for end in ('', '/'))
         return (path in own or path.startswith((own[1], own[3], *NO_FILES)) or
-                path in (self.absolute(name) for name in told))
+                path in (self.absolute(name) for name in outputs) or
+                any(is_temporary(path, self.absolute(name)) for name in outputs))
 
-    def beyond(self, *told):
-        """What was done that should not be, or None. `told`: the outputs that were named."""
+    def beyond(self, *outputs):
+        """The first call that was not allowed, or None. `outputs`: the named outputs."""
         seen = private = 0
         started = set()
         for line in self.lines():
@@ -116,9 +126,9 @@ class Watched:
             writes = call not in ('open', 'openat', 'openat2') or re.search(r'O_WRONLY|O_RDWR|O_CREAT|O_TRUNC', rest)
             if call in CALLS.split(',') and call not in ('execve', 'execveat') and writes:
                 for path in paths:
-                    if not self.may_write(path, told):
+                    if not self.may_write(path, outputs):
                         return 'written: ' + line
-                    # What lies in a folder there is guarded by the folder.
+                    # Files in a folder there are protected by that folder.
                     if self.temporary == (path if 'O_TMPFILE' in rest else os.path.dirname(path)):
                         mode = re.search(r', (0[0-7]*)\)', line)
                         if 'O_CREAT' in rest or 'O_TMPFILE' in rest:
@@ -127,7 +137,7 @@ class Watched:
                             private += 1
         self.private, self.started = private, started
         if seen < 20 or os.path.basename(self.window or 'tov') not in started:
-            return f'the watch saw {seen} calls only'
+            return f'the trace has only {seen} calls'
         return None
 
     def absolute(self, path):
@@ -138,10 +148,10 @@ class Watched:
 def check(what, function):
     watched = Watched()
     try:
-        problem = problem_of(function, watched)
+        problem = run_case(function, watched)
     finally:
         watched.remove()
-    counted(what, problem)
+    record(what, problem)
 
 
 def case(what):
@@ -153,13 +163,13 @@ def succeeded(done):
 
 
 def made(watched, *names):
-    """Whether the working folder holds these files and no others."""
+    """Checks that the working folder holds these files and no others."""
     files = sorted(watched.files())
     return None if files == sorted(names) else f'files: {files}'
 
 
 def one_cache(watched):
-    """Whether all that the program, its reader and its checker remember is in one folder that only the user reads."""
+    """Checks that everything cached is in one folder that only the user can read."""
     caches = watched.home + '/.cache/'
     found = sorted(name[len(caches):] for name in glob.glob(caches + 'tov*') + glob.glob(caches + 'tov/*'))
     if found != ['tov', 'tov/tov']:
@@ -169,7 +179,7 @@ def one_cache(watched):
 
 
 def secret(watched):
-    """A file above the working folder that nobody may read, and whether somebody did."""
+    """A file above the working folder that must not be read, and a function that tells whether it was."""
     name = watched.folder + '/secret.bin'
     with open(name, 'wb') as file:
         file.write(b'\0' * 36)
@@ -178,11 +188,11 @@ def secret(watched):
 
 
 if subprocess.run(['strace', '-qq', '-o', os.devnull, 'true'], capture_output=True).returncode != 0:
-    print('nothing may be watched here (ptrace)')
+    print('this machine does not allow ptrace')
     sys.exit(77)
 
 
-# What the watch is worth: a program of that name that does each of these is reported.
+# The check itself: a program of the same name that does one of these is reported.
 DOORS = {
     'a socket': 'import socket; socket.socket(socket.AF_INET, socket.SOCK_STREAM)',
     'a connection': 'import socket; socket.socket(socket.AF_UNIX).connect_ex("/nowhere/socket")',
@@ -196,12 +206,12 @@ DOORS = {
     'open to others': 'import os; os.umask(0); open(os.environ["TMPDIR"] + "/a", "w")',
 }
 for door, act in DOORS.items():
-    @case('the watch itself: ' + door)
+    @case('the check itself: ' + door)
     def _(watched, door=door, act=act):
         os.symlink(os.path.realpath(sys.executable), watched.work + '/tov')
         watched.run('-I', '-S', '-c', 'try:\n    ' + act + '\nexcept OSError:\n    pass', program=watched.work + '/tov')
         found = watched.beyond('a.png') or 'nothing'
-        return None if found.startswith(door) else 'not seen; ' + found
+        return None if found.startswith(door) else 'not detected; ' + found
 
 
 @case('a picture')
@@ -209,10 +219,10 @@ def _(watched):
     return succeeded(watched.run('image', CRANE, '-o', 'a.png', '--width', '200')) or watched.beyond('a.png') or made(watched, 'a.png') or one_cache(watched)
 
 
-@case('a picture of a model that is read apart')
+@case('a picture of a model that the import process reads')
 def _(watched):
     problem = succeeded(watched.run('image', CUBE, '-o', 'a.png', '--width', '200')) or watched.beyond('a.png') or made(watched, 'a.png')
-    return problem or (None if 'tov-import' in watched.started else 'nothing was read apart') or one_cache(watched)
+    return problem or (None if 'tov-import' in watched.started else 'the import process was not started') or one_cache(watched)
 
 
 @case('a video with its frames in files')
@@ -222,7 +232,7 @@ def _(watched):
     problem = succeeded(watched.run('video', CRANE, '-o', 'a.mp4', '--size', '320x240', '--turntable', '12')) or watched.beyond('a.mp4')
     problem = problem or made(watched, 'a.mp4')
     if problem is None and watched.private < 3:
-        problem = f'{watched.private} temporary files were seen'
+        problem = f'only {watched.private} temporary files'
     if problem is None and os.listdir(watched.temporary):
         problem = f'left: {os.listdir(watched.temporary)}'
     return problem or one_cache(watched)
@@ -235,16 +245,16 @@ def _(watched):
     return problem or watched.beyond('a.frames', *pictures) or made(watched, 'a.frames', *pictures) or one_cache(watched)
 
 
-@case('a list of what is loaded')
+@case('the list of modules')
 def _(watched):
     return succeeded(watched.run('modules')) or watched.beyond() or one_cache(watched)
 
 
-@case('frames that wait in files are nobody else\'s')
+@case('nobody else can read pending frames in files')
 def _(watched):
     with open(watched.home + '/settings.ini', 'w', encoding='ascii') as file:
         file.write('[settings]\ngrabvideousememoryasbuffer=false\n')
-    process = subprocess.Popen([TOV, 'video', CRANE, '-o', 'a.mkv', '--size', '64x48', '--duration', '60'], cwd=watched.work,
+    process = subprocess.Popen([TOV, 'video', CRANE, '-o', 'a.mkv', '--size', '64x48', '--free', '60'], cwd=watched.work,
                                env=watched.environment, stderr=subprocess.DEVNULL)
     try:
         found = []
@@ -265,7 +275,7 @@ def _(watched):
     if status != 130:
         return f'status {status}'
     if not found:
-        return 'no temporary file was seen'
+        return 'no temporary file was open'
     name, state = found[0]
     if state.st_mode & 0o077 or state.st_uid != os.geteuid():
         return f'{name}: mode {state.st_mode:o}'
@@ -305,7 +315,7 @@ for model, text in HOSTILE_MODELS.items():
         return watched.beyond('a.png') or ('it was read' if was_read() else None)
 
 
-# A script; what it makes (None: it is refused in one line).
+# A script and the file it makes (None: it is refused with one line).
 SCRIPTS = {
     'open ../secret.bin': None,
     'open ../../etc/passwd': None,
@@ -322,7 +332,7 @@ SCRIPTS = {
     'grabimage "$HOME.png" 64': '$HOME.png',
     'grabimage ~.png 64': '~.png',
     'grabimage a*.png 64': 'a*.png',
-    'grabimage ../told.png 64': '../told.png',
+    'grabimage ../named.png 64': '../named.png',
 }
 for script, made in SCRIPTS.items():
     @case('a script: ' + script)
@@ -334,7 +344,7 @@ for script, made in SCRIPTS.items():
         if (done.returncode != 0) != (made is None):
             return f'status {done.returncode}: {done.stderr[-300:]}'
         if made is None and not done.stderr.startswith('tov: '):
-            return f'nothing says why: {done.stderr[-300:]}'
+            return f'no reason: {done.stderr[-300:]}'
         files = {os.path.relpath(path, watched.work) for path in
                  (*(f'{watched.work}/{f}' for f in os.listdir(watched.work)), *glob.glob(watched.folder + '/*.*'))}
         if files != {'script.tov', '../secret.bin'} | ({made} if made else set()):
@@ -347,12 +357,12 @@ for script, made in SCRIPTS.items():
 if os.path.exists(BUILD + '/bin/tst_window') and shutil.which('xvfb-run'):
     UNDER = ('xvfb-run', '-a', '-s', '-screen 0 1600x1200x24')
 
-    @case('the window: opened with a model, then told to end')
+    @case('the window: opened with a model, then terminated')
     def _(watched):
         process = subprocess.Popen([*UNDER, *watched.command(TOV, CRANE)], cwd=watched.work, env=watched.environment,
                                    stdout=subprocess.DEVNULL, stderr=subprocess.PIPE, text=True)
         try:
-            # The small picture for the list of recent files is the last thing that a start does.
+            # The thumbnail for the list of recent files is the last step of the start-up.
             begin = time.monotonic()
             pictures = watched.home + '/.cache/tov/thumbnails/*.png'
             while not glob.glob(pictures) and process.poll() is None and time.monotonic() < begin + 60:

@@ -1,0 +1,221 @@
+#!/usr/bin/env python3
+"""Runs that fail, are killed or are refused never change an older file of the same name, and what a killed recording wrote
+plays under its temporary name. 14 video formats and 4 picture formats: SIGKILL and SIGTERM at several moments, full disks,
+refusing encoders, bad models.
+
+    olderfiles.py BUILD_FOLDER SOURCE_FOLDER [CASE] [-v]        some moments; TOV_FAULTS=all: all of them
+
+CASE: only the cases whose names start with it.
+"""
+import os
+import shutil
+import signal
+import sys
+import tempfile
+import time
+
+sys.dont_write_bytecode = True
+from caselist import announce, finish, record, run_case, skip  # noqa: E402
+from faultcases import VIDEOS, Cases, failure_problem, frames_of, partial_name, settings  # noqa: E402
+from programcopy import Copy  # noqa: E402
+from smalldisk import PAGE, Disk, enter_namespace  # noqa: E402
+
+enter_namespace()
+PICTURES = ('png', 'jpg', 'tif', 'webp')
+EVERYTHING = os.environ.get('TOV_FAULTS') == 'all'
+ONLY = sys.argv[3] if len(sys.argv) > 3 else ''
+LIMIT_S = 60
+cases = Cases(*sys.argv[1:3])
+scratch = tempfile.mkdtemp(prefix='tov older ')
+
+
+def arguments(ending, name, is_long=False):
+    if ending in PICTURES:
+        return ['image', cases.model, '--size', '3000x2000' if is_long else '640x480', '--quiet', '-o', name]
+    return ['video', cases.model, '--size', '160x120', '--samples', '0', '--turntable', '30000' if is_long else '12', '--quiet',
+            '-o', name]
+
+
+def older_folder(ending):
+    """A folder with a good older result, made once per format."""
+    folder = f'{scratch}/older {ending}'
+    if not os.path.exists(folder):
+        os.mkdir(folder)
+        settings(scratch)
+        run = cases.run(scratch, [*arguments(ending, f'{folder}/a.{ending}')])
+        if run.returncode != 0:
+            sys.exit(f'olderfiles.py: no {ending} without a fault: {run.stderr}')
+    return folder
+
+
+class Older:
+    """A folder in which a good older result lies when a run starts."""
+
+    def __init__(self, folder, ending):
+        for name in os.listdir(older_folder(ending)):
+            shutil.copy2(f'{older_folder(ending)}/{name}', folder)
+        self.folder, self.ending = folder, ending
+        self.name = f'{folder}/a.{ending}'
+        self.partial = partial_name(self.name, ending)
+        self.names = set(os.listdir(folder))
+        self.before = self.state()
+
+    def state(self):
+        state = {}
+        for name in self.names:
+            path = f'{self.folder}/{name}'
+            status = os.stat(path)
+            with open(path, 'rb') as file:
+                state[name] = status.st_ino, status.st_mtime_ns, file.read()
+        return state
+
+    def new_files(self):
+        return set(os.listdir(self.folder)) - self.names
+
+    def problem(self, allowed=()):
+        """Whether the older result changed, or something was left that is neither the partial file nor `allowed`."""
+        if not self.names <= set(os.listdir(self.folder)):
+            return f'the older result is gone: {os.listdir(self.folder)}'
+        if self.state() != self.before:
+            return 'the older result was changed'
+        stem = os.path.basename(self.partial)[:-len(self.ending) - 1]
+        left = [name for name in self.new_files() if not name.startswith((stem, stem.replace('~', '_'), *allowed))]
+        return f'left behind: {left}' if left else None
+
+
+def case(what):
+    def run(function):
+        if what.startswith(ONLY):
+            announce(what)
+            folder = tempfile.mkdtemp(dir=scratch)
+            record(what, run_case(function, folder))
+            shutil.rmtree(folder, ignore_errors=True)
+    return run
+
+
+def is_at(moment, older, begin):
+    """Whether a run has reached that moment."""
+    elapsed = time.monotonic() - begin
+    if isinstance(moment, float):
+        return elapsed >= moment
+    if moment == 'the temporary file exists':
+        return bool(older.new_files())
+    frames = {'a frame plays': 1, '40 frames play': 40}[moment]
+    return frames_of(older.partial) >= frames
+
+
+def kill_at(process, moment, older, number):
+    """Sends the signal at the moment; returns the number of frames that played before, and the problem, or None."""
+    begin = time.monotonic()
+    while not is_at(moment, older, begin):
+        if process.poll() is not None or time.monotonic() > begin + LIMIT_S:
+            return 0, None if isinstance(moment, float) else f'the moment never came: {process.poll()}'
+        time.sleep(0.005)
+    frames = 1 if moment == 'a frame plays' else 40 if moment == '40 frames play' else 0
+    process.send_signal(number)
+    return frames, None
+
+
+def signal_cases(ending, number, moments):
+    name = signal.Signals(number).name
+    for moment in moments:
+        when = f'after {moment} s' if isinstance(moment, float) else f'once {moment}'
+
+        @case(f'{name} {ending} {when}')
+        def _(folder, moment=moment):
+            os.mkdir(folder + '/out')
+            settings(folder, 'grabvideotempfilesize=1')
+            older = Older(folder + '/out', ending)
+            process = cases.start(folder, arguments(ending, older.name, is_long=True))
+            try:
+                frames, problem = kill_at(process, moment, older, number)
+                process.wait(LIMIT_S)
+            finally:
+                process.kill()
+                process.wait()
+                process.stderr.close()
+            if process.returncode == 0 and ending in PICTURES and isinstance(moment, float):
+                return None  # It was complete before the signal came.
+            if not problem and process.returncode not in (-number, 130):
+                problem = f'status {process.returncode}'
+            # A killed QSaveFile leaves its temporary file.
+            problem = problem or older.problem(allowed=(f'a.{ending}.',) if ending in PICTURES else ())
+            played = frames_of(older.partial) if frames else 0
+            return problem or (None if played >= frames else f'{played} frames play, {frames} played before the signal')
+
+
+def disk_cases(ending):
+    for part in (0, 0.3, 0.7, 1) if EVERYTHING else (0.5,):
+        @case(f'full disk {ending}, {part:.0%} of the room')
+        def _(folder, part=part):
+            settings(folder)
+            with Disk(folder) as disk:
+                older = Older(disk.path, ending)
+                need = sum(len(content) for _, _, content in older.before.values())
+                disk.fill(max(0, int(need * part) // PAGE * PAGE - PAGE))
+                older.names.add('filler')
+                older.before = older.state()
+                run = cases.run(folder, arguments(ending, older.name))
+                if run.returncode == 0:
+                    return f'status 0 with {part:.0%} of the room'
+                problem = failure_problem(run.returncode, run.stderr) or older.problem()
+                if not problem and os.path.exists(older.partial) and frames_of(older.partial) < 1:
+                    problem = 'the partial file does not play'
+                return problem
+
+
+def refusal_cases(ending):
+    @case(f'refused {ending}: the encoder library is damaged')
+    def _(folder):
+        copy = Copy(cases.build, folder)
+        copy.own_coders()
+        copy.run('modules')
+        status = os.stat(copy.coders)
+        with open(copy.coders, 'wb') as file:
+            file.write(b'x' * status.st_size)
+        os.utime(copy.coders, ns=(status.st_atime_ns, status.st_mtime_ns))
+        os.mkdir(folder + '/out')
+        older = Older(folder + '/out', ending)
+        run = copy.run(*arguments(ending, older.name))
+        return failure_problem(run.returncode, run.stderr) or older.problem() or (
+            f'left behind: {older.new_files()}' if older.new_files() else None)
+
+
+def model_cases(ending):
+    models = {'missing': None, 'empty': b'', 'noise': os.urandom(20000), 'a folder': 'folder'}
+    for what, content in models.items() if EVERYTHING else list(models.items())[2:3]:
+        @case(f'bad model {ending}: {what}')
+        def _(folder, content=content):
+            model = folder + '/m.ply'
+            if content == 'folder':
+                os.mkdir(model)
+            elif content is not None:
+                with open(model, 'wb') as file:
+                    file.write(content)
+            os.mkdir(folder + '/out')
+            older = Older(folder + '/out', ending)
+            run = cases.run(folder, [argument if argument != cases.model else model
+                                     for argument in arguments(ending, older.name)])
+            return failure_problem(run.returncode, run.stderr) or older.problem() or (
+                f'left behind: {older.new_files()}' if older.new_files() else None)
+
+
+if not EVERYTHING:
+    skip('other moments, amounts of room and models', 'TOV_FAULTS=all runs them')
+try:
+    for ending in VIDEOS:
+        signal_cases(ending, signal.SIGKILL, (0.1, 0.3, 'the temporary file exists', 'a frame plays', '40 frames play')
+                     if EVERYTHING else ('a frame plays',))
+        signal_cases(ending, signal.SIGTERM, (0.3, 'the temporary file exists', 'a frame plays', '40 frames play')
+                     if EVERYTHING else ('the temporary file exists',))
+        disk_cases(ending)
+        refusal_cases(ending)
+        model_cases(ending)
+    for ending in PICTURES:
+        for number in (signal.SIGKILL, signal.SIGTERM):
+            signal_cases(ending, number, (0.1, 0.3, 0.6, 1.0, 'the temporary file exists') if EVERYTHING else (0.6,))
+        disk_cases(ending)
+        model_cases(ending)
+finally:
+    shutil.rmtree(scratch, ignore_errors=True)
+finish()
