@@ -1,14 +1,43 @@
 #include "app/cli/videoformats.h"
 
+#include "app/common/encoderplugins.h"
 #include "kernel/commands/commandprocessor.h"
 #include "kernel/gui/fileparameterpanelfactory.h"
+#include "kernel/log/logger.h"
 #include "kernel/main/abstractparameter.h"
 #include "kernel/main/parameterset.h"
 #include "kernel/workers/overseer.h"
 
+#include <map>
+#include <optional>
+
 namespace tov::app {
 
-std::vector<std::pair<QString, QString>> knownVideoFormats()
+namespace {
+
+/// The formats that the loaded plug-ins list (the symbol "listVideoFormats"), sorted by ending. Nothing when a plug-in
+/// does not list its formats.
+std::optional<std::map<QString, QString>> listedFormats()
+{
+    std::map<QString, QString> formats;
+    for (const EncoderPlugin& plugin : EncoderPlugin::loaded()) {
+        const auto list = plugin.function<const char* const*()>("listVideoFormats");
+        if (!list)
+            return std::nullopt;
+        try {
+            for (const char* const* entry = list(); entry && entry[0] && entry[1]; entry += 2)
+                formats.emplace(QString::fromUtf8(entry[0]).toLower(), QString::fromUtf8(entry[1]));
+        } catch (...) {
+            tov::log::Logger::log(tov::log::LevelError, "app/videoformats", __LINE__, __func__, nullptr,
+                                  QStringLiteral("The plug-in '%1' failed to list its formats").arg(plugin.fileName()));
+            return std::nullopt;
+        }
+    }
+    return formats.empty() ? std::nullopt : std::optional(formats);
+}
+
+/// The formats that the save dialog of the recording command offers.
+std::vector<std::pair<QString, QString>> dialogFormats()
 {
     std::vector<std::pair<QString, QString>> formats;
     auto* processor = tov::main::Overseer::getInstance()->getCommandProcessor();
@@ -23,6 +52,16 @@ std::vector<std::pair<QString, QString>> knownVideoFormats()
     for (const auto& format : factory->formats())
         formats.emplace_back(format.extension, format.description);
     return formats;
+}
+
+} // namespace
+
+std::vector<std::pair<QString, QString>> knownVideoFormats()
+{
+    // Creating a file dialog takes time, so it is used only for plug-ins that do not list their formats.
+    if (const auto listed = listedFormats())
+        return {listed->begin(), listed->end()};
+    return dialogFormats();
 }
 
 QStringList knownVideoEndings()

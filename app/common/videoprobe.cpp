@@ -1,82 +1,60 @@
 #include "app/common/videoprobe.h"
 
-#include "app/common/installlayout.h"
+#include "app/common/encoderplugins.h"
 #include "kernel/log/logger.h"
 
 #include <QFile>
 #include <QFileInfo>
-#include <QStringList>
 
 #include <atomic>
-#include <memory>
 #include <system_error>
-#include <utility>
-
-#include <dlfcn.h>
-#include <link.h>
 
 namespace tov::app {
 
 namespace {
 
-using ProbeFunction = int (*)(const char*, const bool*, long long*, double*);
-using JoinFunction = int (*)(const char* const*, const long long*, int, const char*, const bool*);
-using RetimeFunction = int (*)(const char*, const bool*, const double*, long long, double);
+using ProbeFunction = int(const char*, const bool*, long long*, double*);
+using JoinFunction = int(const char* const*, const long long*, int, const char*, const bool*);
+using RetimeFunction = int(const char*, const bool*, const double*, long long, double);
 
-struct Closer
+/// Calls an exported function of the loaded plug-ins until one of them knows the file. Returns its result, and -1 when
+/// no plug-in knows the file. `task` names the call in the log.
+template <typename Function, typename Call>
+int callPlugins(const char* symbol, const QString& task, Call call)
 {
-    void operator()(void* library) const { dlclose(library); }
-};
-/// As long as it is held, the library stays loaded.
-using Library = std::unique_ptr<void, Closer>;
-
-/// The files that are loaded from the encoders' folder. A plug-in that is not loaded is none that could be asked.
-QStringList loadedPlugins()
-{
-    QStringList loaded;
-    dl_iterate_phdr(
-        [](dl_phdr_info* info, std::size_t, void* found) {
-            static_cast<QStringList*>(found)->append(QFile::decodeName(info->dlpi_name));
-            return 0;
-        },
-        &loaded);
-    const QString folder = QFileInfo(InstallLayout::videoPlugins()).canonicalFilePath();
-    QStringList result;
-    for (const QString& file : std::as_const(loaded))
-        if (!folder.isEmpty() && file.startsWith(QLatin1Char('/')) && QFileInfo(file).canonicalPath() == folder)
-            result << file;
-    return result;
+    for (const EncoderPlugin& plugin : EncoderPlugin::loaded()) {
+        Function* const function = plugin.function<Function>(symbol);
+        if (!function)
+            continue;
+        try {
+            const int result = call(function);
+            if (result >= 0)
+                return result;
+        } catch (...) {
+            tov::log::Logger::log(tov::log::LevelError, "app/videoprobe", __LINE__, symbol, nullptr,
+                                  QStringLiteral("The plug-in '%1' failed to %2").arg(plugin.fileName(), task));
+        }
+    }
+    return -1;
 }
 
 VideoProbe read(const QString& fileName, const bool* stop)
 {
     VideoProbe probe;
-    // Whatever else has a name can make its reader wait.
+    // Reading anything but a regular file could block.
     if (!QFileInfo(fileName).isFile())
         return probe;
-    for (const QString& file : loadedPlugins()) {
-        const Library library(dlopen(QFile::encodeName(file).constData(), RTLD_LAZY | RTLD_NOLOAD));
-        const auto ask = reinterpret_cast<ProbeFunction>(library ? dlsym(library.get(), "probeVideo") : nullptr);
-        if (!ask)
-            continue;
-        long long frames = -1;
-        double seconds = 0;
-        int answer = -1;
-        try {
-            answer = ask(QFile::encodeName(fileName).constData(), stop, &frames, &seconds);
-        } catch (...) {
-            tov::log::Logger::log(tov::log::LevelError, "app/videoprobe", __LINE__, __func__, nullptr,
-                                  QStringLiteral("The plug-in '%1' failed to read '%2'").arg(file, fileName));
-        }
-        if (answer < 0)
-            continue;
-        probe.asked = true;
-        probe.readable = answer > 0;
-        if (probe.readable) {
-            probe.frames = frames;
-            probe.seconds = seconds;
-        }
-        break;
+    long long frames = -1;
+    double seconds = 0;
+    const int result = callPlugins<ProbeFunction>(
+        "probeVideo", QStringLiteral("read '") + fileName + QLatin1Char('\''), [&](ProbeFunction* function) {
+            return function(QFile::encodeName(fileName).constData(), stop, &frames, &seconds);
+        });
+    probe.asked = result >= 0;
+    probe.readable = result > 0;
+    if (probe.readable) {
+        probe.frames = frames;
+        probe.seconds = seconds;
     }
     return probe;
 }
@@ -86,22 +64,10 @@ VideoProbe read(const QString& fileName, const bool* stop)
 bool retimeVideo(const QString& fileName, qint64 frames, double seconds)
 {
     const bool neverStops = false;
-    for (const QString& file : loadedPlugins()) {
-        const Library library(dlopen(QFile::encodeName(file).constData(), RTLD_LAZY | RTLD_NOLOAD));
-        const auto retime = reinterpret_cast<RetimeFunction>(library ? dlsym(library.get(), "retimeVideo") : nullptr);
-        if (!retime)
-            continue;
-        try {
-            const int answer = retime(QFile::encodeName(fileName).constData(), &neverStops, nullptr, frames, seconds);
-            if (answer >= 0)
-                return answer > 0;
-        } catch (...) {
-            tov::log::Logger::log(tov::log::LevelError, "app/videoprobe", __LINE__, __func__, nullptr,
-                                  QStringLiteral("The plug-in '%1' failed to retime '%2'").arg(file, fileName));
-            return false;
-        }
-    }
-    return false;
+    return callPlugins<RetimeFunction>(
+               "retimeVideo", QStringLiteral("retime '") + fileName + QLatin1Char('\''), [&](RetimeFunction* function) {
+                   return function(QFile::encodeName(fileName).constData(), &neverStops, nullptr, frames, seconds);
+               }) > 0;
 }
 
 bool copyVideo(const QString& from, const QString& to)
@@ -109,22 +75,10 @@ bool copyVideo(const QString& from, const QString& to)
     const bool neverStops = false;
     const QByteArray source = QFile::encodeName(from), target = QFile::encodeName(to);
     const char* const parts[] = {source.constData()};
-    for (const QString& file : loadedPlugins()) {
-        const Library library(dlopen(QFile::encodeName(file).constData(), RTLD_LAZY | RTLD_NOLOAD));
-        const auto join = reinterpret_cast<JoinFunction>(library ? dlsym(library.get(), "joinVideos") : nullptr);
-        if (!join)
-            continue;
-        try {
-            const int answer = join(parts, nullptr, 1, target.constData(), &neverStops);
-            if (answer >= 0)
-                return answer > 0;
-        } catch (...) {
-            tov::log::Logger::log(tov::log::LevelError, "app/videoprobe", __LINE__, __func__, nullptr,
-                                  QStringLiteral("The plug-in '%1' failed to copy '%2'").arg(file, from));
-            return false;
-        }
-    }
-    return false;
+    return callPlugins<JoinFunction>("joinVideos", QStringLiteral("copy '") + from + QLatin1Char('\''),
+                                     [&](JoinFunction* function) {
+                                         return function(parts, nullptr, 1, target.constData(), &neverStops);
+                                     }) > 0;
 }
 
 VideoReading::VideoReading(const QString& fileName, QObject* parent) : QObject(parent)
@@ -137,7 +91,7 @@ VideoReading::VideoReading(const QString& fileName, QObject* parent) : QObject(p
     try {
         m_Thread = std::thread(work);
     } catch (const std::system_error&) {
-        work(); // no thread to be had
+        work(); // the system provides no thread
     }
 }
 

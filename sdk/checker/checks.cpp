@@ -16,6 +16,7 @@
 #include <cstring>
 #include <dlfcn.h>
 #include <functional>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <random>
@@ -59,10 +60,10 @@ private:
 };
 
 std::atomic<int> livingChunks{0};
-/// Of the plug-in under test; never closed.
+/// The plug-in under test; never closed.
 void* pluginLibrary = nullptr;
 
-/// A chunk whose memory ends where an unreadable page begins: whoever reads on is caught at once.
+/// A chunk whose memory ends at an unreadable page, so that reading beyond the end crashes.
 class GuardedChunk : public QBuffer
 {
 public:
@@ -116,7 +117,7 @@ QIODevice* framesInFile(int count)
     return file;
 }
 
-/// One check of one format: what is done with an encoder, and what must hold then.
+/// One check of one format, and the problems that it found.
 class Check
 {
 public:
@@ -300,7 +301,7 @@ const std::vector<Named> Checks = {
                  c.wantFile();
              }
      }},
-    {"beside", "two recordings side by side", 0,
+    {"beside", "two recordings in parallel", 0,
      [](Check& c) {
          auto first = c.make();
          auto second = c.make(Width, Height, Fps, BitsPerSecond,
@@ -324,7 +325,7 @@ const std::vector<Named> Checks = {
                  c.wantFile();
              }
      }},
-    // Codecs have sizes below which they write nothing; saying so once is enough.
+    // Codecs have minimum sizes. One error message about them is allowed.
     {"tiny", "2 x 2 pixels", 1,
      [](Check& c) {
          if (auto encoder = c.make(2, 2)) {
@@ -492,7 +493,7 @@ void print(const QString& line)
     std::fflush(stdout);
 }
 
-/// Loads the plug-in and lets it register. False, said, when it cannot be used.
+/// Loads the plug-in and lets it register. False, with an error message, when it cannot be used.
 bool load(const QString& file)
 {
     pluginLibrary = dlopen(QFile::encodeName(QFileInfo(file).absoluteFilePath()).constData(), RTLD_NOW | RTLD_LOCAL);
@@ -500,7 +501,7 @@ bool load(const QString& file)
         print(QStringLiteral("problem it cannot be loaded: %1").arg(QString::fromLocal8Bit(dlerror())));
         return false;
     }
-    // Reported first: what is needed may be what goes wrong.
+    // Reported first, because loading a dependency may fail.
     if (const auto getDependencies = pluginFunction<QStringList (*)()>("getDependencies"))
         for (const QString& file : getDependencies())
             print(QStringLiteral("needs %1").arg(file));
@@ -526,6 +527,24 @@ bool load(const QString& file)
     return false;
 }
 
+/// Whether the optional listVideoFormats agrees with what doRegister has registered; empty when it does.
+QString findListProblem()
+{
+    const auto listFormats = pluginFunction<const char* const* (*)()>("listVideoFormats");
+    if (!listFormats)
+        return {};
+    std::map<QString, QString> listed;
+    try {
+        for (const char* const* entry = listFormats(); entry && entry[0] && entry[1]; entry += 2)
+            listed.emplace(QString::fromUtf8(entry[0]).toUpper(), QString::fromUtf8(entry[1]));
+    } catch (...) {
+        return QStringLiteral("an exception left listVideoFormats");
+    }
+    return listed == VideoEncoder::getInstance()->getLoadableFiles()
+               ? QString()
+               : QStringLiteral("listVideoFormats does not return the formats that doRegister registered");
+}
+
 int list(const QString& file)
 {
     Errors errors;
@@ -533,6 +552,9 @@ int list(const QString& file)
         return 1;
     for (const auto& [ending, description] : VideoEncoder::getInstance()->getLoadableFiles())
         print(QStringLiteral("format %1 %2").arg(ending.toLower(), description));
+    const QString listProblem = findListProblem();
+    if (!listProblem.isEmpty())
+        print(QStringLiteral("problem ") + listProblem);
     for (const QString& message : errors.take())
         print(QStringLiteral("problem %1").arg(message));
     if (const auto getInfos = pluginFunction<tov::main::AdditionalInformation (*)()>("getInfos")) {
@@ -579,6 +601,6 @@ int tovCheckEncoderPart(const QStringList& arguments)
                            ? list(arguments.value(1))
                            : runOne(arguments.value(1), arguments.value(2), arguments.value(3), arguments.value(4));
     std::fflush(stdout);
-    // The plug-in's own way out is no part of the check: libraries that it brought may not expect to be unloaded.
+    // Exits without unloading the plug-in, because its libraries may not support being unloaded.
     _exit(status);
 }

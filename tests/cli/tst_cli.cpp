@@ -47,6 +47,15 @@ TEST_F(CliTest, CommandsEncodersAndModulesAreListed)
         EXPECT_TRUE(result.err.isEmpty()) << result.err.toStdString();
 }
 
+TEST_F(CliTest, EncodersAreListedWithoutAFileDialog)
+{
+    variables = {{QStringLiteral("LD_PRELOAD"), QStringLiteral(TOV_BINARY_DIR "/tests/libnodialog.so")}};
+    const Result encoders = run({"encoders"});
+    EXPECT_EQ(encoders.status, 0);
+    for (const char* line : {"mp4            MPEG-4 video", "frames         Numbered PNG pictures and a list of them"})
+        EXPECT_TRUE(encoders.out.contains(QLatin1String(line))) << line << "\n" << encoders.out.toStdString();
+}
+
 TEST_F(CliTest, CommandTextsAndScripts)
 {
     EXPECT_EQ(run({"run", Cube, "-c", "grabimage a.png 100", "-c", "grabimage width=50 filename=\"b.png\"", "--panel",

@@ -11,8 +11,8 @@ tov::grab::video::Encoder* createEncoder(void* format)
     return new LazyEncoder(static_cast<const Format*>(format));
 }
 
-/// The coders, for files of the endings that FFmpeg is known to read and write here; null for others and where the
-/// coders cannot be loaded.
+/// The coders, if this plug-in can read and write files with that ending; null for other files and when the coders
+/// cannot be loaded.
 const CoderFunctions* codersFor(const char* fileName)
 {
     const QString name = QString::fromLocal8Bit(fileName);
@@ -38,7 +38,20 @@ extern "C" TOV_EXPORT bool doRegister()
     return any;
 }
 
-/// What the plug-in loads by itself; see docs/encoder-plugins.md.
+/// The registered formats; see docs/encoder-plugins.md.
+extern "C" TOV_EXPORT const char* const* listVideoFormats()
+{
+    static std::vector<const char*> list;
+    const QStringList available = availableFormats();
+    list.clear();
+    for (const Format& format : formats())
+        if (available.contains(QLatin1String(format.extension)))
+            list.insert(list.end(), {format.extension, format.description});
+    list.push_back(nullptr);
+    return list.data();
+}
+
+/// The files that the plug-in loads itself; see docs/encoder-plugins.md.
 extern "C" TOV_EXPORT QStringList getDependencies()
 {
     return {tov::plugins::video::coderLibraryFile()};

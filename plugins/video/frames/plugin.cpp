@@ -4,7 +4,13 @@
 
 namespace {
 
-const QString Extension = QStringLiteral("frames");
+constexpr char Extension[] = "frames";
+constexpr char Description[] = "Numbered PNG pictures and a list of them";
+
+bool isAvailable()
+{
+    return tov::plugins::video::availableFormats().contains(QLatin1String(Extension));
+}
 
 tov::grab::video::Encoder* createEncoder(void*)
 {
@@ -15,12 +21,20 @@ tov::grab::video::Encoder* createEncoder(void*)
 
 extern "C" TOV_EXPORT bool doRegister()
 {
-    return tov::plugins::video::availableFormats().contains(Extension) &&
-           tov::grab::video::VideoEncoder::getInstance()->registerEncoder(
-               createEncoder, Extension, QStringLiteral("Numbered PNG pictures and a list of them"), nullptr);
+    return isAvailable() &&
+           tov::grab::video::VideoEncoder::getInstance()->registerEncoder(createEncoder, QString::fromLatin1(Extension),
+                                                                          QString::fromLatin1(Description), nullptr);
 }
 
-/// What the plug-in loads by itself; see docs/encoder-plugins.md.
+/// The registered format; see docs/encoder-plugins.md.
+extern "C" TOV_EXPORT const char* const* listVideoFormats()
+{
+    static const char* const registered[] = {Extension, Description, nullptr};
+    static const char* const none[] = {nullptr};
+    return isAvailable() ? registered : none;
+}
+
+/// The files that the plug-in loads itself; see docs/encoder-plugins.md.
 extern "C" TOV_EXPORT QStringList getDependencies()
 {
     return {tov::plugins::video::coderLibraryFile()};
@@ -28,7 +42,6 @@ extern "C" TOV_EXPORT QStringList getDependencies()
 
 extern "C" TOV_EXPORT tov::main::AdditionalInformation getInfos()
 {
-    return {QStringLiteral("Numbered pictures"),
-            QStringLiteral("A PNG for every frame, beside a list that players open"), QStringLiteral("0.1.0"),
-            QStringLiteral("the tov developers")};
+    return {QStringLiteral("Numbered pictures"), QStringLiteral("A PNG for every frame, and a list that players open"),
+            QStringLiteral("0.1.0"), QStringLiteral("the tov developers")};
 }
