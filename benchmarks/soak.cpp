@@ -3,6 +3,7 @@
 //
 //     soak PART        (scripts/soak lists the parts and builds this program)
 
+#include "app/common/runrecords.h"
 #include "app/common/spacewatch.h"
 #include "app/common/startup.h"
 #include "app/viewer/mainwindow.h"
@@ -306,7 +307,7 @@ void space(const QString& folder, const QString& temporary)
     tov::app::SpaceWatch watch;
     int warnings = 0;
     QObject::connect(&watch, &tov::app::SpaceWatch::lowSpace, [&warnings](const QString&) { ++warnings; });
-    tov::app::ErrorMemory errors;
+    tov::app::FailureLog errors(tov::app::FailureLog::Console::Ignore);
     ScenePanel* panel = newPanel(width, height);
     const struct
     {
@@ -347,10 +348,10 @@ void space(const QString& folder, const QString& temporary)
                    .arg(row.what)
                    .arg(frames)
                    .arg(double(QFileInfo(row.file).size()) / double(row.kept)));
-        expect(errors.getMessages().isEmpty(), QStringLiteral("%1: %2 error messages (limit 0) %3")
-                                                   .arg(row.what)
-                                                   .arg(errors.getMessages().size())
-                                                   .arg(errors.getMessages().value(0)));
+        expect(errors.messages().isEmpty(), QStringLiteral("%1: %2 error messages (limit 0) %3")
+                                                .arg(row.what)
+                                                .arg(errors.messages().size())
+                                                .arg(errors.messages().value(0)));
         QFile::remove(row.file);
     }
     expectNoTemporaryFiles(temporary);
@@ -697,7 +698,7 @@ struct Handles
     }
 };
 
-/// Repeats one kind of job and checks its results and what is left of it.
+/// Repeats one kind of job and checks its results and resources.
 struct Rounds
 {
     static constexpr int WarmUp = 20, Count = 200, Frames = 20;

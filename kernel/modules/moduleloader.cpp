@@ -82,7 +82,7 @@ Module* ModuleLoader::loadFile(const QString& fileName, const Module::Progress& 
 {
     for (const Loaded& entry : d->loaded)
         if (entry.fileName == QFileInfo(fileName).canonicalFilePath())
-            return d->fail(fileName, QStringLiteral("it is loaded already"));
+            return d->fail(fileName, QStringLiteral("it is already loaded"));
     Loaded entry;
     entry.fileName = QFileInfo(fileName).canonicalFilePath();
     entry.library = std::make_unique<QLibrary>(fileName);
@@ -115,9 +115,9 @@ Module* ModuleLoader::loadFile(const QString& fileName, const Module::Progress& 
         factory = getFactory();
         entry.module = factory ? factory->createModule() : nullptr;
         if (!entry.module) {
-            problem = QStringLiteral("its factory makes no module");
+            problem = QStringLiteral("its factory created no module");
         } else if (!entry.module->canBeLoaded()) {
-            problem = QStringLiteral("it says that it cannot be loaded here");
+            problem = QStringLiteral("it reports that it cannot be loaded here");
         } else {
             // Deep copies: the texts may be shown after the module's library is unloaded.
             entry.module->initialize(
@@ -129,9 +129,9 @@ Module* ModuleLoader::loadFile(const QString& fileName, const Module::Progress& 
             }
         }
     } catch (const std::exception& e) {
-        problem = QStringLiteral("starting it failed: %1").arg(QString::fromLocal8Bit(e.what()));
+        problem = QStringLiteral("it failed to start: %1").arg(QString::fromLocal8Bit(e.what()));
     } catch (...) {
-        problem = QStringLiteral("starting it failed");
+        problem = QStringLiteral("it failed to start");
     }
     if (!problem.isEmpty()) {
         if (entry.module)

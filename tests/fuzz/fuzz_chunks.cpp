@@ -1,4 +1,4 @@
-// Cutting chunks into frames: every whole frame once, in order, in memory and in files that break off.
+// Cutting chunks into frames: every complete frame once and in order, in memory and in truncated files.
 
 #include "plugins/video/coders/framereader.h"
 
@@ -12,7 +12,7 @@ using tov::plugins::video::FrameReader;
 
 namespace {
 
-/// Not a buffer, and perhaps shorter than it says.
+/// A device other than a buffer, which may be shorter than its size.
 class Device : public QIODevice
 {
 public:

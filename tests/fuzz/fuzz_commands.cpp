@@ -1,4 +1,4 @@
-// Command texts: whatever is read can be written down and read again as the same.
+// Command texts: every text that is accepted can be written and read back unchanged.
 
 #include "kernel/commands/commandparser.h"
 

@@ -1,4 +1,4 @@
-// The program's own readers of models: indices that hold, or one line.
+// The program's own model readers return valid indices, or one line of error message.
 
 #include "scene/geometryelement.h"
 #include "scene/import/sceneimport.h"

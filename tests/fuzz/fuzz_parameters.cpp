@@ -1,4 +1,4 @@
-// Texts of parameters: a value or an exception; a value's own text is one again.
+// Texts of parameters give a value or an exception, and the text of a value gives that value.
 
 #include "kernel/main/castclassmanager.h"
 #include "kernel/math/matrix.h"
@@ -15,7 +15,7 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
 {
     if (size == 0)
         return 0;
-    // Not pictures: their text is a file's name.
+    // Without images, which have no text form.
     auto* const manager = CastClassManager::getInstance();
     static const ZPointer<CastClass> casts[] = {
         manager->createCastClassForType(&typeid(bool)), manager->createCastClassForType(&typeid(int)),

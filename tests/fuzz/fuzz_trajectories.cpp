@@ -1,4 +1,4 @@
-// Trajectory files of all three kinds: numbers that are finite, or one line.
+// Trajectory files of all three kinds give finite numbers, or one line of error message.
 
 #include "trajectory/trajectoryreader.h"
 

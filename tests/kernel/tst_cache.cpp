@@ -112,7 +112,7 @@ TEST_F(CacheTest, WithoutAFolderNothingIsCached)
     EXPECT_TRUE(read().isEmpty());
 }
 
-TEST_F(CacheTest, OnlyPlainNamesAreTaken)
+TEST_F(CacheTest, OnlyPlainNamesAreAccepted)
 {
     EXPECT_TRUE(cacheFile(QStringLiteral("../test")).isEmpty());
     EXPECT_TRUE(cacheFile(QString()).isEmpty());

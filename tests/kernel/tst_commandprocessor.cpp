@@ -33,7 +33,7 @@ std::atomic<int> aborts{0};
 std::atomic<int> executed{0};
 QSemaphore* gate = nullptr;
 std::atomic<QThread*> lastThread{nullptr};
-std::mutex lastMutex; ///< several runs at once write the two below
+std::mutex lastMutex; ///< guards the next two, which parallel runs write
 QString lastText;
 int lastNumber = 0;
 
@@ -123,14 +123,14 @@ TEST_F(ProcessorTest, ACloneRunsOnAThreadOfItsOwnAndIsDeleted)
     EXPECT_TRUE(run->succeeded());
     EXPECT_NE(lastThread.load(), QThread::currentThread());
     EXPECT_EQ(lastText, "hello");
-    EXPECT_EQ(lastNumber, 7) << "the argument that is left out takes the dialog's default";
+    EXPECT_EQ(lastNumber, 7) << "an omitted argument has the default of the dialog";
     EXPECT_EQ(alive, 1) << "the prototype only";
     EXPECT_EQ(run->getArgument(QStringLiteral("TEXT")), "hello");
     EXPECT_EQ(run->getText(), "at the gate");
     EXPECT_EQ(run->getProcessed(), 40);
 }
 
-TEST_F(ProcessorTest, SeveralRunsGoSideBySide)
+TEST_F(ProcessorTest, SeveralRunsExecuteInParallel)
 {
     QSemaphore closed(0);
     gate = &closed;
@@ -203,7 +203,7 @@ TEST_F(ProcessorTest, AnEmptyArgumentIsAValue)
     EXPECT_EQ(lastText, "");
 }
 
-TEST_F(ProcessorTest, AnOptionalArgumentMayBeLeftOut)
+TEST_F(ProcessorTest, AnOptionalArgumentMayBeOmitted)
 {
     struct Plain : AbstractParameter
     {
@@ -291,13 +291,13 @@ TEST_F(ProcessorTest, ShortCommandsMayBeStartedOnAnyThread)
                 processor->processCommand(new Short, 1, i % 10 == 9);
         });
     EXPECT_TRUE(processUntil([&] { return executed == Threads * Commands; }, 100000));
-    // The last commands may still be waited for.
+    // Some threads may still be waiting for their last command.
     EXPECT_TRUE(processUntil([&] { return processor->getRuns().empty(); }));
     for (auto& thread : threads)
         thread.join();
 }
 
-TEST_F(ProcessorTest, AThreadIsNotDeletedBeforeItsStarterIsDoneWithIt)
+TEST_F(ProcessorTest, AThreadIsNotDeletedWhileItIsBeingStarted)
 {
     if (!hooks::Available)
         GTEST_SKIP() << "this build cannot replace functions";
@@ -394,7 +394,7 @@ TEST_F(ProcessorTest, APrototypeRunsItselfOneRunAtATime)
 
 TEST_F(ProcessorTest, SignalsComeFromTheEventLoopOnly)
 {
-    QCoreApplication::processEvents(); // what earlier runs have posted
+    QCoreApplication::processEvents(); // delivers the events of earlier runs
     QSignalSpy started(processor, &CommandProcessor::runStarted);
     QSignalSpy finished(processor, &CommandProcessor::runFinished);
     QSignalSpy enabled(processor, &CommandProcessor::commandEnabledChanged);
@@ -409,19 +409,19 @@ TEST_F(ProcessorTest, SignalsComeFromTheEventLoopOnly)
     EXPECT_EQ(enabled.last().at(1).toBool(), true) << "the last call wins";
 }
 
-TEST_F(ProcessorTest, TheBeginningIsToldBeforeTheCommandExecutes)
+TEST_F(ProcessorTest, RunBeginsIsEmittedBeforeTheCommandExecutes)
 {
     lastText.clear();
-    QStringList told;
+    QStringList begun;
     QObject context;
     QObject::connect(
         processor, &CommandProcessor::runBegins, &context,
-        [&](const CommandRunPointer& run) { told << run->getCommandName() + lastText; }, Qt::DirectConnection);
+        [&](const CommandRunPointer& run) { begun << run->getCommandName() + lastText; }, Qt::DirectConnection);
     const auto run = processor->start(QStringLiteral("probe a"), nullptr);
-    EXPECT_EQ(told, QStringList(QStringLiteral("probe")));
+    EXPECT_EQ(begun, QStringList(QStringLiteral("probe")));
     ASSERT_TRUE(run->wait(10000));
     EXPECT_EQ(lastText, "a");
-    EXPECT_EQ(told.size(), 1);
+    EXPECT_EQ(begun.size(), 1);
 }
 
 TEST_F(ProcessorTest, RemovingAPrototypeStopsItsRuns)
@@ -486,7 +486,7 @@ TEST_F(ProcessorTest, ACloneGetsItsParametersThenItsSetThenItsFlag)
                                  "b2=v default d set 1 announces 1"}));
     EXPECT_EQ(copy->getCurrentParameterSetId(), 2);
     EXPECT_FALSE(copy->announcesChanges());
-    EXPECT_FALSE(copy->getParameterSets()[0]->at(1)->hasValue()) << "no value, none copied";
+    EXPECT_FALSE(copy->getParameterSets()[0]->at(1)->hasValue()) << "only existing values are copied";
     EXPECT_EQ(copy->getParameterSets()[0]->at(1)->getDefaultParameterForDefaultGUI(), "d");
     processor->destroyCommand(copy);
     processor->removePrimaryCommand(&original);
@@ -508,7 +508,7 @@ TEST_F(ProcessorTest, ACloneHasTheValuesTheSetAndTheAnnounceFlag)
     processor->destroyCommand(copy);
 }
 
-TEST(FunctionCommands, RunInOrderLaterAndAreDeleted)
+TEST(FunctionCommands, RunLaterInOrderAndAreDeleted)
 {
     auto* processor = Overseer::getInstance()->getCommandProcessor();
     std::vector<int> order;
@@ -518,7 +518,7 @@ TEST(FunctionCommands, RunInOrderLaterAndAreDeleted)
         processor->processCommand(new FunctionCommand(
                                       [&, i] {
                                           if (i == 0)
-                                              while (inside) // the caller has left the loop below
+                                              while (inside) // until the loop below has ended
                                                   QThread::yieldCurrentThread();
                                           order.push_back(i);
                                       },

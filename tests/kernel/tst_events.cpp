@@ -119,7 +119,7 @@ TEST(EventManager, UnregisteringWaitsForCallsOnOtherThreads)
         manager->unregisterAllEventFunctionsOf(key);
         const int after = raw->load();
         EXPECT_TRUE(after == 0 || after == 100) << after;
-        target.reset(); // the sanitizers would see a late call
+        target.reset(); // the sanitizers would detect a late call
         firing.join();
     }
 }
@@ -171,7 +171,7 @@ TEST(EventManager, AFunctionThatUnregistersItselfIsDestroyedAfterItsCall)
         },
         key);
     manager->fireEvent(Event(type));
-    EXPECT_EQ(during, 2) << "alive while it runs";
+    EXPECT_EQ(during, 2) << "it exists while it runs";
     EXPECT_EQ(token.use_count(), 1);
 }
 

@@ -35,7 +35,7 @@ protected:
 
 } // namespace
 
-TEST_F(FileStampTest, HoldsWhatTheFileLookedLike)
+TEST_F(FileStampTest, HoldsTheStateOfTheFile)
 {
     write("12345");
     setModified(1000);

@@ -42,14 +42,14 @@ TEST_F(FrameBacklogTest, PendingIsNeverNegative)
     EXPECT_TRUE(FrameBacklog::waitUntilBelow(1, never));
 }
 
-TEST_F(FrameBacklogTest, BelowTheLimitNobodyWaits)
+TEST_F(FrameBacklogTest, BelowTheLimitNothingWaits)
 {
     FrameBacklog::captured(1, 99);
     EXPECT_TRUE(FrameBacklog::waitUntilBelow(100, never));
     EXPECT_TRUE(FrameBacklog::waitUntilBelow(100, {}));
 }
 
-TEST_F(FrameBacklogTest, AWaiterGoesOnWhenAFrameIsTaken)
+TEST_F(FrameBacklogTest, AWaiterContinuesWhenAFrameIsTaken)
 {
     FrameBacklog::captured(2, 200);
     std::atomic<bool> waiting{false};
@@ -79,7 +79,7 @@ TEST_F(FrameBacklogTest, TheStopFunctionEndsTheWait)
             return stop.load();
         });
     });
-    while (asked < 3) // asked again and again, though no frame is taken
+    while (asked < 3) // called repeatedly although no frame is taken
         std::this_thread::yield();
     stop = true;
     waiter.join();

@@ -21,14 +21,14 @@ TEST(Logger, KeepsAllFields)
     EXPECT_GT(record.timeMs, 0);
 }
 
-TEST(Logger, AStringIsNoFormat)
+TEST(Logger, AQStringIsLoggedLiterally)
 {
     tov::test::LogCapture log;
     Logger::log(2000, "f", 1, "g", nullptr, QStringLiteral("100 %s %d %n"));
     EXPECT_EQ(log.records().at(0).message, "100 %s %d %n");
 }
 
-TEST(Logger, LongMessagesAreWhole)
+TEST(Logger, LongMessagesAreComplete)
 {
     tov::test::LogCapture log;
     const std::string text(10000, 'x');
@@ -41,7 +41,7 @@ TEST(Logger, ControlCharactersAreEscapedForTheTerminal)
     EXPECT_EQ(tov::log::escaped(QStringLiteral("a\nb\x1b[31m")), "a\\nb\\x1b[31m");
 }
 
-TEST(TerminalSink, FoldsRepeatsAndLeavesOutWhatIsTooDetailed)
+TEST(TerminalSink, FoldsRepeatsAndSkipsTooDetailedRecords)
 {
     testing::internal::CaptureStderr();
     {
@@ -58,7 +58,7 @@ TEST(TerminalSink, FoldsRepeatsAndLeavesOutWhatIsTooDetailed)
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "tov: error: again\n  (repeated 4 times)\n");
 }
 
-TEST(Console, PrintsApartFromTheLog)
+TEST(Console, IsSeparateFromTheLog)
 {
     tov::test::LogCapture log;
     tov::test::ConsoleCapture console;

@@ -89,7 +89,7 @@ TEST(Overseer, AWaitedWorkerIsABarrier)
     EXPECT_EQ(seen, 50);
 }
 
-TEST(Overseer, ExceptionsAreLoggedAndTheWaiterGoesOn)
+TEST(Overseer, ExceptionsAreLoggedAndTheWaiterContinues)
 {
     tov::test::LogCapture log;
     std::atomic<int> result{-1};
@@ -130,7 +130,7 @@ TEST(Overseer, WaitersAndOverseerNeverDeleteEarly)
 
 namespace {
 
-/// Ends the Overseer with work of all kinds under way and prints the steps in their order.
+/// Ends the Overseer while work of all kinds is in progress, and prints the steps in their order.
 [[noreturn]] void endOverseer()
 {
     static std::mutex mutex;

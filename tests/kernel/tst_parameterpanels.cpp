@@ -16,7 +16,7 @@ using namespace tov::main;
 
 namespace {
 
-/// The editor of a dialog with these filters; its widget goes with it.
+/// The editor of a dialog with these filters, with its widget.
 struct FileEditor
 {
     explicit FileEditor(const QStringList& filters, const QString& suffix = QString())
@@ -29,7 +29,7 @@ struct FileEditor
           }),
           parameter(QStringLiteral("filename"), QString()), panel(factory.createPanel(parameter, &parent))
     {}
-    /// True when the editor takes the name.
+    /// True when the editor accepts the name.
     bool takes(const QString& name)
     {
         panel->setText(name);
@@ -45,7 +45,7 @@ struct FileEditor
 
 } // namespace
 
-TEST(FileParameterPanel, NamesNeedAnEndingOfTheDialogs)
+TEST(FileParameterPanel, NamesNeedAnEndingOfTheDialog)
 {
     FileEditor editor({"Film (old) (*.mp4)", "Film, fine (*.hq.mp4)", "Pictures (*.JPG *.jpeg)"},
                       QStringLiteral("mp4"));
@@ -56,14 +56,14 @@ TEST(FileParameterPanel, NamesNeedAnEndingOfTheDialogs)
     EXPECT_EQ(editor.panel->getProblem(), "The ending of the name says the format, for instance .mp4.");
 }
 
-TEST(FileParameterPanel, TheExampleIsTheFirstEndingWhereThereIsNoDefault)
+TEST(FileParameterPanel, WithoutADefaultTheExampleIsTheFirstEnding)
 {
     FileEditor editor({"Old films (*.avi)", "Raw (*.raw)"});
     EXPECT_FALSE(editor.takes(QStringLiteral("a")));
     EXPECT_EQ(editor.panel->getProblem(), "The ending of the name says the format, for instance .avi.");
 }
 
-TEST(FileParameterPanel, ADialogForAllFilesTakesAnyName)
+TEST(FileParameterPanel, ADialogForAllFilesAcceptsAnyName)
 {
     for (const QStringList& filters : {QStringList{"Pictures (*.png)", "All files (*)"}, QStringList{}}) {
         FileEditor editor(filters);
@@ -72,7 +72,7 @@ TEST(FileParameterPanel, ADialogForAllFilesTakesAnyName)
     }
 }
 
-TEST(FileParameterPanel, ChangesAreToldAndReplacingIsNotAgreedByTyping)
+TEST(FileParameterPanel, ChangesAreReportedAndTypingDoesNotAgreeToReplaceAFile)
 {
     FileEditor editor({"Pictures (*.png)"}, QStringLiteral("png"));
     int changes = 0;
@@ -86,7 +86,7 @@ TEST(FileParameterPanel, ChangesAreToldAndReplacingIsNotAgreedByTyping)
     EXPECT_EQ(editor.panel->getWidget()->parentWidget(), &editor.parent);
 }
 
-TEST(FileParameterPanel, WithoutADialogAnyNameWillDo)
+TEST(FileParameterPanel, WithoutADialogAnyNameIsAccepted)
 {
     QWidget parent;
     FileParameterPanelFactory factory([]() -> QFileDialog* { return nullptr; });

@@ -59,7 +59,7 @@ TEST(CastClasses, MatricesAreSixteenNumbersRowByRow)
     EXPECT_THROW(converted<tov::math::Matrix4>("1 2 3"), std::invalid_argument);
 }
 
-TEST(CastClasses, UnknownTypesHaveNone)
+TEST(CastClasses, UnknownTypesHaveNoCastClass)
 {
     struct Local
     {};
@@ -98,7 +98,7 @@ TEST(TypeSolver, TheSameTypeIsShared)
     provided.deleteValue();
 }
 
-TEST(TypeSolver, OtherTypesGoOverAsText)
+TEST(TypeSolver, OtherTypesAreConvertedThroughText)
 {
     Parameter<QString> provided(QStringLiteral("p"), QString());
     ASSERT_TRUE(provided.castString(QStringLiteral("12")));
@@ -111,7 +111,7 @@ TEST(TypeSolver, OtherTypesGoOverAsText)
     EXPECT_FALSE(TypeSolver::solve(local, &provided));
     EXPECT_FALSE(local.hasValue());
     provided.deleteValue();
-    // The other way about, after a shared value that the local parameter does not own.
+    // The reverse direction, after a shared value that the local parameter does not own.
     Parameter<QString> text(QStringLiteral("t"), QString()), shared(QStringLiteral("s"), QString());
     ASSERT_TRUE(shared.castString(QStringLiteral("shared")));
     ASSERT_TRUE(TypeSolver::solve(text, &shared));
@@ -126,7 +126,7 @@ TEST(TypeSolver, OtherTypesGoOverAsText)
         parameter->deleteValue();
 }
 
-TEST(TypeSolver, NothingProvidedIsFalse)
+TEST(TypeSolver, NoProvidedValueIsFalse)
 {
     Parameter<int> local(QStringLiteral("l"), QString()), empty(QStringLiteral("e"), QString());
     EXPECT_FALSE(TypeSolver::solve(local, nullptr));
@@ -153,5 +153,5 @@ TEST(Matrix, ProductAndTransposition)
     EXPECT_EQ(c(0, 0), 2);
     EXPECT_EQ(c(0, 3), 5);
     EXPECT_EQ(c.transposed()(3, 0), 5);
-    EXPECT_EQ(c.transposed().data()[12], 5) << "column by column, as OpenGL reads";
+    EXPECT_EQ(c.transposed().data()[12], 5) << "column by column, as OpenGL expects";
 }

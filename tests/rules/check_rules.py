@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""Plants one violation of each rule of scripts/check in a small tree and expects it to be reported; the tree without it
-must pass.
+"""Plants one violation of each rule of scripts/check in a small tree and verifies that it is reported, and that the tree
+without it passes.
 
 usage: check_rules.py SOURCE"""
 
@@ -36,8 +36,9 @@ VIOLATIONS = [
     ("language", "kernel/value.cpp", "// Looked up anew each time.\n"),
     ("language", "kernel/value.cpp", 'const char* text = "the width is no number";\n'),
     ("language", "README.md", "The road of a frame.\n"),
+    ("language", "scripts/tool", "#!/bin/bash\n# Prints the results, one " "a line.\n"),
     ("arguments", "kernel/value.cpp", 'auto text = tr("%1: %2").arg(fileName).arg(reason);\n'),
-    ("spelling", "kernel/value.cpp", "// Recieves the value.\n"),
+    ("spelling", "kernel/value.cpp", "// Rec" "ieves the value.\n"),
     ("links", "README.md", "See [the manual](docs/manual.md).\n"),
     ("mutants", "tests/mutants/wrong-answer.patch", MUTANT),
 ]
@@ -49,7 +50,7 @@ def make_tree(root, changed):
         path = root / name
         path.parent.mkdir(parents=True, exist_ok=True)
         path.write_text(text)
-    (root / "scripts").mkdir()
+    (root / "scripts").mkdir(exist_ok=True)
     shutil.copy(SOURCE / "scripts/mutants", root / "scripts/mutants")
     (root / "tests/mutants").mkdir(exist_ok=True)
     (root / "build").mkdir()

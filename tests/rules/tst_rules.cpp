@@ -1,5 +1,5 @@
-// Rules about the source tree and the built files that no compiler checks: who may include whom, and what the module
-// may use of the host.
+// Rules about the source tree and the built files that no compiler checks: which folders may include which, and which
+// host operations the module may use.
 
 #include <gtest/gtest.h>
 
@@ -20,7 +20,7 @@ namespace {
 
 const fs::path Root = TOV_SOURCE_DIR;
 
-/// What a file in a folder may include of our own, by the beginning of the path; and what it may not of others'.
+/// Prefixes of the project headers that files in a folder may include, and of the other headers that they must not.
 struct Rule
 {
     std::string folder;
@@ -28,13 +28,13 @@ struct Rule
     std::vector<std::string> forbidden;
 };
 
-// The longest matching folder counts.
+// The longest matching folder applies.
 const std::vector<Rule> Rules = {
     {"kernel/",
      {"kernel/commands/", "kernel/modules/", "kernel/workers/", "kernel/main/", "kernel/events/", "kernel/log/",
       "kernel/math/", "kernel/util/"},
      {"QOpenGL", "GL/", "QWidget", "QFileDialog", "QSlider"}},
-    // The window's part of the kernel; progress is reported to it from anywhere.
+    // The part of the kernel with widgets. Progress is reported to it from everywhere.
     {"kernel/gui/", {"kernel/"}, {"QOpenGL", "GL/"}},
     {"scene/", {"kernel/", "scene/"}, {"libav"}},
     {"trajectory/", {"kernel/", "scene/", "trajectory/"}, {"libav"}},
@@ -48,7 +48,7 @@ const std::vector<Rule> Rules = {
       "kernel/"},
      {"libav"}},
     {"grab/module/", {"grab/module/", "grab/video/", "kernel/"}, {"libav", "GL/"}},
-    // Plug-ins describe themselves in the host's record.
+    // Plug-ins describe themselves with the host's structure.
     {"plugins/imageformats/", {"plugins/imageformats/"}, {"libav", "GL/"}},
     {"sdk/",
      {"grab/video/", "kernel/log/", "kernel/modules/informationobject.h", "kernel/main/export.h", "kernel/util/",
@@ -58,7 +58,7 @@ const std::vector<Rule> Rules = {
      {"grab/video/", "plugins/video/common/", "kernel/log/", "kernel/modules/informationobject.h",
       "kernel/main/export.h", "kernel/util/"},
      {"QOpenGL", "GL/", "libav", "libsw"}},
-    // Only these bring FFmpeg along, and they are no plug-ins: the encoders load them.
+    // Only the coders use FFmpeg. They are a library that the encoder plug-ins load.
     {"plugins/video/coders/",
      {"plugins/video/coders/", "plugins/video/common/", "kernel/log/", "kernel/main/export.h", "kernel/util/"},
      {"QOpenGL", "GL/"}},
@@ -112,7 +112,7 @@ TEST(Includes, FollowTheTableOfFolders)
             if (file.string().rfind(candidate.folder, 0) == 0 &&
                 (!rule || candidate.folder.size() > rule->folder.size()))
                 rule = &candidate;
-        ASSERT_TRUE(rule) << file << " is in no known folder";
+        ASSERT_TRUE(rule) << file << " is not in a known folder";
         bool quoted;
         for (const auto& [line, name] : includesOf(file, quoted)) {
             ++checked;
@@ -120,21 +120,20 @@ TEST(Includes, FollowTheTableOfFolders)
             EXPECT_EQ(path.find(".."), std::string::npos) << file << ":" << line;
             for (const std::string& forbidden : rule->forbidden)
                 EXPECT_NE(path.rfind(forbidden, 0), 0u) << file << ":" << line << " includes " << path;
-            // Generated: "name.moc", and a resource's own; anything else quoted is ours and starts at the root.
+            // "name.moc" and resource headers are generated. Any other quoted name starts at the root.
             if (name[0] != '"' || path.find(".moc") != std::string::npos)
                 continue;
             EXPECT_TRUE(fs::exists(Root / path)) << file << ":" << line << ": " << path << " is not at the root";
             bool allowed = false;
             for (const std::string& prefix : rule->allowed)
                 allowed = allowed || path.rfind(prefix, 0) == 0;
-            // The Overseer, which is the kernel's core, knows the window's progress dialog no more than anybody else.
             EXPECT_TRUE(allowed) << file << ":" << line << " must not include " << path;
         }
     }
     EXPECT_GT(checked, 300);
 }
 
-TEST(Includes, NeverClimb)
+TEST(Includes, HaveNoParentFolders)
 {
     int checked = 0;
     for (const char* folder :
@@ -189,7 +188,7 @@ TEST(Includes, EventListsAreForSourceFilesOfCommandsOnly)
 
 TEST(Guide, ShowsOnlyCodeThatIsBuiltAndRun)
 {
-    // The sources that tests build against an installed tree.
+    // Sources that tests build against an installed tree.
     std::string built;
     for (const char* folder : {"docs/examples", "sdk/template"})
         for (const auto& entry : fs::directory_iterator(Root / folder)) {
@@ -229,14 +228,13 @@ TEST(Headers, AreGuardedAndDocumented)
         text << in.rdbuf();
         EXPECT_EQ(text.str().rfind("#pragma once", 0), 0u) << file;
         EXPECT_TRUE(text.str().find("///") != std::string::npos || text.str().find("\n// ") != std::string::npos)
-            << file << " says nothing";
+            << file << " has no comment";
     }
 }
 
 TEST(Module, UsesOfTheHostOnlyWhatModulesMayUse)
 {
-    // Class by class: "*" = the class's life (constructors, destructor, type information, virtual table) only, else the
-    // operations as well.
+    // By class: the allowed operations. "*" = only constructors, destructor, type information and virtual table.
     const std::vector<std::pair<std::string, std::set<std::string>>> interface = {
         {"tov::log::Logger", {"log"}},
         {"tov::events::EventHandler", {"getInstance", "addEvent", "registerEventTypes", "unregisterEventTypes"}},
@@ -312,7 +310,7 @@ TEST(Module, UsesOfTheHostOnlyWhatModulesMayUse)
         if (at == std::string::npos || line.find("tovSettings") != std::string::npos)
             continue;
         ++seen;
-        // "typeinfo for X", "vtable for X", "X::operation(arguments) const": the argument list may name classes, too.
+        // "typeinfo for X", "vtable for X", "X::operation(arguments) const": the argument list may name classes too.
         const bool life =
             line.find("typeinfo for") != std::string::npos || line.find("vtable for") != std::string::npos;
         std::string name = line.substr(at);
@@ -366,7 +364,7 @@ TEST(Program, IsNotLinkedAgainstTheModule)
 
 TEST(BuiltFiles, AreCompiledHardened)
 {
-    // One entry a source; a field a line.
+    // One entry per source, one field per line.
     std::ifstream in(TOV_BINARY_DIR "/compile_commands.json");
     std::string line, command;
     std::set<std::string> folders;
@@ -382,7 +380,7 @@ TEST(BuiltFiles, AreCompiledHardened)
         const auto has = [&command](const char* option) { return command.find(option) != std::string::npos; };
         EXPECT_TRUE(has(" -fstack-protector-strong ")) << file;
         EXPECT_TRUE(has(" -fPIC ") || has(" -fPIE ")) << file;
-        // Sanitizers have checks of their own, and nothing is checked without optimisation.
+        // Builds with sanitizers have other checks, and fortification needs optimisation.
         if (!has(" -fsanitize=") && !has(" -O0 ") && has(" -O"))
             EXPECT_TRUE(has(" -D_FORTIFY_SOURCE=2 ")) << file;
     }

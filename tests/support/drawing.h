@@ -19,8 +19,8 @@
 
 namespace tov::test {
 
-/// Draws the global scene straight through the drawer, with that frustum and view, into one framebuffer object in a
-/// context of its own. `after` may look at the state that drawing leaves.
+/// Draws the global scene with the drawer, that frustum and view, into a framebuffer object in a context of its own.
+/// `after` may inspect the state after drawing.
 inline QImage drawn(int width, int height, double left, double right, double bottom, double top,
                     const tov::math::Matrix4& transform, int layers = 3, int primitives = 7,
                     const std::function<void()>& after = {}, const QColor& background = QColor(0, 0, 0, 0))

@@ -1,1 +1,1 @@
-// The tests are in body.so, which the main program loads.
+// The tests are in body.so, which the main function loads.

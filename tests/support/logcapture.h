@@ -20,10 +20,10 @@ public:
 
     std::vector<tov::log::LogRecord> records() const;
     void clear();
-    /// The records with that message.
+    /// The records with exactly that message.
     std::vector<tov::log::LogRecord> withMessage(const QString& message) const;
     bool contains(const QString& message) const { return !withMessage(message).empty(); }
-    /// Every message, one a line, for failure output.
+    /// All messages, one per line, for failure output.
     std::string text() const;
 
 private:
@@ -44,7 +44,7 @@ private:
     QStringList m_Lines; ///< guarded by m_Mutex
 };
 
-/// Runs the event loop and the workers until the condition holds; false when `limitMs` is over. Thread: application.
+/// Runs the event loop and the workers until the condition is true; false after `limitMs`. Thread: application.
 bool processUntil(const std::function<bool()>& condition, int limitMs = 20000);
 
 } // namespace tov::test

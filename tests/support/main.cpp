@@ -1,4 +1,4 @@
-// The main program of every test: a QApplication that draws without a screen, the host's centre, then the tests.
+// The main function of every test: a QApplication that draws without a screen, the Overseer, then the tests.
 
 #include "kernel/workers/overseer.h"
 #include "kernel/main/settings.h"
@@ -44,11 +44,11 @@ int main(int argc, char** argv)
     tov::platform::prepareHeadless(QStringLiteral(TOV_BINARY_DIR "/bin/plugins"));
     Application application(argc, argv);
     std::setlocale(LC_NUMERIC, "C");
-    // The tests' settings are never the user's.
+    // Tests never use the settings of the user.
     QTemporaryDir settings;
     tov::main::setSettingsFile(settings.filePath(QStringLiteral("settings.ini")));
     tov::main::Overseer::getInstance();
-    // Tests of what must be loaded after the application object lie in a library beside the program.
+    // Tests of libraries that must be loaded after the application object exists are in a library next to the program.
     const QString body = QCoreApplication::applicationDirPath() + QStringLiteral("/body.so");
     if (QFile::exists(body) && !dlopen(QFile::encodeName(body).constData(), RTLD_NOW)) {
         std::fprintf(stderr, "%s\n", dlerror());

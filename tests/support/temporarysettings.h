@@ -6,7 +6,7 @@
 
 namespace tov::test {
 
-/// Settings of the test's own, empty at first, while it lives. Thread: application.
+/// Separate settings, initially empty, for the lifetime of the object. Thread: application.
 class TemporarySettings
 {
 public:

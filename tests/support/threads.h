@@ -2,11 +2,11 @@
 
 namespace tov::test {
 
-/// The calling thread's number, as the system counts. Thread: any.
+/// The system's number of the calling thread. Thread: any.
 int threadId();
-/// State of this process's thread of that number: 'R' runs, 'S' sleeps; 0 when there is none. Thread: any.
+/// The state of a thread of this process: 'R' = running, 'S' = sleeping, 0 = no such thread. Thread: any.
 char threadState(int id);
-/// How often that thread has gone to sleep of its own accord; -1 when there is none. Thread: any.
+/// The number of voluntary context switches of that thread; -1 when it does not exist. Thread: any.
 long threadSleeps(int id);
 
 } // namespace tov::test

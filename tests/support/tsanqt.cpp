@@ -1,5 +1,5 @@
-// Tells the thread sanitizer what Qt's locks and threads order: Qt is not built for it, so it sees none of that. These
-// definitions, in the test program, come before Qt's own. Only in builds with that sanitizer.
+// Tells the thread sanitizer how Qt's locks and threads synchronize, which it cannot see because Qt is not
+// instrumented. These definitions in the test program replace those of Qt, only in builds with the sanitizer.
 
 #include "tests/support/tsanqt.h"
 
@@ -23,10 +23,10 @@ extern "C" void AnnotateIgnoreWritesEnd(const char* file, int line);
 
 namespace {
 
-/// Stands for the event queue: whoever posts releases it, whoever is called by an event acquires it.
+/// Represents the event queue: posting an event releases it, delivering one acquires it.
 char eventQueue;
 
-/// What Qt does to its own queues inside is under its own lock.
+/// Ignores Qt's accesses to its queues, which Qt's own lock guards.
 struct IgnoredHere
 {
     IgnoredHere()
@@ -80,7 +80,7 @@ TOV_VISIBLE void QSemaphore::release(int count)
 TOV_VISIBLE void QThread::start(Priority priority)
 {
     static const auto real = next<void (*)(QThread*, Priority)>("_ZN7QThread5startENS_8PriorityE");
-    // The end of a thread is ordered before whoever has waited for it.
+    // The end of a thread happens before the end of a wait for it.
     QObject::connect(
         this, &QThread::finished, this, [this] { __tsan_release(this); }, Qt::DirectConnection);
     __tsan_release(this);
@@ -118,7 +118,7 @@ TOV_VISIBLE bool QMetaObject::invokeMethodImpl(QObject* object, QtPrivate::QSlot
     static const auto real = next<bool (*)(QObject*, QtPrivate::QSlotObjectBase*, Qt::ConnectionType, void*)>(
         "_ZN11QMetaObject16invokeMethodImplEP7QObjectPN9QtPrivate15QSlotObjectBaseEN2Qt14ConnectionTypeEPv");
     __tsan_release(&eventQueue);
-    // A direct call runs our own code, which is looked at.
+    // A direct call runs the project's own code, which is checked.
     if (type != Qt::QueuedConnection)
         return real(object, slot, type, result);
     const IgnoredHere ignored;

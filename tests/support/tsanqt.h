@@ -2,8 +2,8 @@
 
 namespace tov::test {
 
-/// Called before each event is delivered: what was done before it was posted is ordered before what follows. Does
-/// nothing but in builds with the thread sanitizer.
+/// Tells the thread sanitizer that posting an event happens before delivering it. Call it before each delivery. Does
+/// nothing in builds without the sanitizer.
 void eventReceived();
 
 } // namespace tov::test
