@@ -147,7 +147,7 @@ QString parseLine(const QString& line, int number, std::vector<CommandText>& com
         return {};
     CommandText command;
     command.line = number;
-    const QString problem = makeCommand(words, command);
+    QString problem = makeCommand(words, command);
     if (problem.isEmpty())
         commands.push_back(std::move(command));
     return problem;
