@@ -3,7 +3,7 @@
 plays under its temporary name. 14 video formats and 4 picture formats: SIGKILL and SIGTERM at several moments, full disks,
 refusing encoders, bad models.
 
-    olderfiles.py BUILD_FOLDER SOURCE_FOLDER [CASE] [-v]        some moments; TOV_FAULTS=all: all of them
+    olderfiles.py BUILD_FOLDER [CASE] [-v]        some moments; TOV_FAULTS=all: all of them
 
 CASE: only the cases whose names start with it.
 """
@@ -23,9 +23,10 @@ from smalldisk import PAGE, Disk, enter_namespace  # noqa: E402
 enter_namespace()
 PICTURES = ('png', 'jpg', 'tif', 'webp')
 EVERYTHING = os.environ.get('TOV_FAULTS') == 'all'
-ONLY = sys.argv[3] if len(sys.argv) > 3 else ''
+ONLY = sys.argv[2] if len(sys.argv) > 2 else ''
+SOURCE = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 LIMIT_S = 60
-cases = Cases(*sys.argv[1:3])
+cases = Cases(sys.argv[1], SOURCE)
 scratch = tempfile.mkdtemp(prefix='tov older ')
 
 

@@ -37,10 +37,12 @@ WINDOW_PROGRAMS = re.compile(r'(.*/(tst_window|tov-import|tov-check-encoder)|(/u
 NO_FILES = ('/dev/null', '/dev/dri/', '/dev/shm/', '/dev/tty', '/proc/self', '/sys/')
 
 
-def is_temporary(path, output):
+def is_temporary(path, output, is_unnamed):
     """Whether a path is a temporary name of an output: a partial video, or a picture that is being saved."""
     folder, name = os.path.split(output)
     stem, _, ending = name.partition('.')
+    if path == folder and is_unnamed:
+        return True  # A file without a name, by O_TMPFILE.
     return (os.path.dirname(path) == folder and
             re.fullmatch(re.escape(stem) + r'([~_]partial(-[0-9a-f]{8})?(\.\d{5})?\.\w+~?|\.' + re.escape(ending) + r'\.\w{6})',
                          os.path.basename(path)) is not None)
@@ -95,12 +97,12 @@ class Watched:
                         found[os.path.relpath(os.path.join(folder, name), self.work)] = file.read()
         return found
 
-    def may_write(self, path, outputs):
+    def may_write(self, path, outputs, is_unnamed):
         """Settings, caches, temporary files, and the named outputs with their temporary names."""
         own = tuple(folder + end for folder in (self.home, self.temporary) for end in ('', '/'))
         return (path in own or path.startswith((own[1], own[3], *NO_FILES)) or
                 path in (self.absolute(name) for name in outputs) or
-                any(is_temporary(path, self.absolute(name)) for name in outputs))
+                any(is_temporary(path, self.absolute(name), is_unnamed) for name in outputs))
 
     def beyond(self, *outputs):
         """The first call that was not allowed, or None. `outputs`: the named outputs."""
@@ -126,7 +128,7 @@ class Watched:
             writes = call not in ('open', 'openat', 'openat2') or re.search(r'O_WRONLY|O_RDWR|O_CREAT|O_TRUNC', rest)
             if call in CALLS.split(',') and call not in ('execve', 'execveat') and writes:
                 for path in paths:
-                    if not self.may_write(path, outputs):
+                    if not self.may_write(path, outputs, 'O_TMPFILE' in rest):
                         return 'written: ' + line
                     # Files in a folder there are protected by that folder.
                     if self.temporary == (path if 'O_TMPFILE' in rest else os.path.dirname(path)):
@@ -171,10 +173,10 @@ def made(watched, *names):
 def one_cache(watched):
     """Checks that everything cached is in one folder that only the user can read."""
     caches = watched.home + '/.cache/'
-    found = sorted(name[len(caches):] for name in glob.glob(caches + 'tov*') + glob.glob(caches + 'tov/*'))
-    if found != ['tov', 'tov/tov']:
+    found = sorted(name for name in os.listdir(caches) if name.startswith('tov')) if os.path.isdir(caches) else []
+    if found != ['tov']:
         return f'folders of caches: {found}'
-    mode = os.stat(caches + 'tov/tov').st_mode & 0o7777
+    mode = os.stat(caches + 'tov').st_mode & 0o7777
     return None if mode == 0o700 else f'a cache with mode {mode:o}'
 
 
@@ -242,7 +244,8 @@ def _(watched):
 def _(watched):
     problem = succeeded(watched.run('video', CRANE, '-o', 'a.frames', '--size', '64x48', '--turntable', '3'))
     pictures = ['a.00001.png', 'a.00002.png', 'a.00003.png']
-    return problem or watched.beyond('a.frames', *pictures) or made(watched, 'a.frames', *pictures) or one_cache(watched)
+    temporary = [name + '~' for name in pictures]
+    return problem or watched.beyond('a.frames', *pictures, *temporary) or made(watched, 'a.frames', *pictures) or one_cache(watched)
 
 
 @case('the list of modules')
