@@ -1,3 +1,4 @@
+#!/usr/bin/env python3
 """Runs every command line of the documentation as it is shown, in a folder of its own.
 
     manualcommands.py TOV SOURCE-FOLDER
