@@ -28,6 +28,15 @@ MatrixMap between(const MatrixMap& a, const MatrixMap& b, double share)
     return result;
 }
 
+/// Times of positions that have none, so that they fill `seconds`.
+std::vector<double> evenTimes(std::size_t count, double seconds)
+{
+    std::vector<double> times(count);
+    for (std::size_t i = 1; i < count; ++i)
+        times[i] = seconds * double(i) / double(count - 1);
+    return times;
+}
+
 template <typename Value>
 bool resampleValues(Timed<Value>& timed, const PlaybackOptions& options, QString* error)
 {
@@ -36,6 +45,8 @@ bool resampleValues(Timed<Value>& timed, const PlaybackOptions& options, QString
             *error = reason;
         return false;
     };
+    if (timed.times.empty() && options.seconds > 0 && !options.everyPosition)
+        timed.times = evenTimes(timed.values.size(), options.seconds);
     const auto& times = timed.times;
     if (times.empty() || options.everyPosition)
         return true;

@@ -81,7 +81,9 @@ const OptionSpec Options[] = {
     {"turns", 0, Required, "X", "video run", MotionGroup, TOV_HELP("turns of the turntable (default 1)")},
     {"axis", 0, Required, "AXIS", "video run", MotionGroup,
      TOV_HELP("of the turntable: up x y z or X,Y,Z (default up)")},
-    {"ease", 0, None, "", "video run", MotionGroup, TOV_HELP("start and end the motion slowly")},
+    {"ease", 0, None, "", "video run", MotionGroup, TOV_HELP("start and end the turntable slowly")},
+    {"every-position", 0, None, "", "video run", MotionGroup,
+     TOV_HELP("one frame per position of the trajectory, whatever its times")},
 
     {"fps", 0, Required, "N", "video run", VideoGroup, TOV_HELP("frames per second (default: the setting, 25)")},
     {"bitrate", 0, Required, "KBPS", "video", VideoGroup,

@@ -201,11 +201,14 @@ void readMotion(OptionReader& reader, MotionRequest& motion)
         reader.readWord("axis", {"up", "x", "y", "z"}, motion.axis);
     }
     motion.isEased = reader.has("ease");
-    for (const char* option : {"turns", "axis"})
+    motion.everyPosition = reader.has("every-position");
+    for (const char* option : {"turns", "axis", "ease"})
         if (reader.has(option) && motion.kind != Kind::Turntable)
             reader.fail(tr("--%1 belongs to --turntable").arg(QLatin1String(option)));
-    if (motion.kind == Kind::None && (reader.has("duration") || reader.has("ease")))
-        reader.fail(tr("--duration and --ease need a motion; to record without one use --free SECONDS"));
+    if (motion.everyPosition && (motion.kind != Kind::Trajectory || motion.seconds))
+        reader.fail(tr("--every-position belongs to --trajectory without --duration"));
+    if (motion.kind == Kind::None && reader.has("duration"))
+        reader.fail(tr("--duration needs a motion; to record without one use --free SECONDS"));
 }
 
 void readOutput(OptionReader& reader, OutputRequest& output)

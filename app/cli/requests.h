@@ -70,6 +70,7 @@ struct MotionRequest
     double turns = 1;
     QString axis; ///< empty = up
     bool isEased = false;
+    bool everyPosition = false; ///< one frame per position, whatever the times of the file
 };
 
 /// Where results go.

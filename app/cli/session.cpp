@@ -10,7 +10,9 @@
 #include "scene/view/scenepanel.h"
 #include "scene/view/viewer.h"
 #include "trajectory/advancedtrajectoryinfo.h"
+#include "trajectory/animationmotion.h"
 #include "trajectory/trajectoryhandler.h"
+#include "trajectory/turntable.h"
 
 #include <QEventLoop>
 
@@ -42,6 +44,31 @@ StartOptions startOptions(const Options& options, Reporter& reporter)
         return false;
     };
     return start;
+}
+
+/// The direction of an axis that `readVideoRequest` has accepted: a name, or three numbers.
+tov::scene::Vector3 axisOf(const QString& text)
+{
+    if (text == QLatin1String("x"))
+        return {1, 0, 0};
+    if (text == QLatin1String("z"))
+        return {0, 0, 1};
+    const QStringList numbers = text.split(QLatin1Char(','));
+    if (numbers.size() == 3)
+        return {numbers[0].toDouble(), numbers[1].toDouble(), numbers[2].toDouble()};
+    return {0, 1, 0};
+}
+
+tov::trajectory::TurntableOptions turntableOf(const MotionRequest& motion, int fps)
+{
+    constexpr double DefaultSeconds = 5;
+    tov::trajectory::TurntableOptions options;
+    options.frames = motion.positions > 0 ? static_cast<unsigned long>(motion.positions)
+                                          : tov::trajectory::frameCountOf(motion.seconds.value_or(DefaultSeconds), fps);
+    options.turns = motion.turns;
+    options.axis = axisOf(motion.axis);
+    options.ease = motion.isEased ? tov::trajectory::Ease::InOut : tov::trajectory::Ease::None;
+    return options;
 }
 
 } // namespace
@@ -129,27 +156,26 @@ bool Session::selectMotion(const MotionRequest& motion, int fps)
 {
     typedef MotionRequest::Kind Kind;
     auto* handler = TrajectoryHandler::getInstance();
+    tov::trajectory::PlaybackOptions playback;
+    playback.fps = fps;
+    playback.seconds = motion.seconds.value_or(0);
+    playback.everyPosition = motion.everyPosition;
     QString error;
     bool isSelected = true;
-    const bool isTurntable = motion.kind == Kind::Turntable;
-    if (motion.kind == Kind::Animation || motion.kind == Kind::Path || motion.isEased || motion.turns != 1 ||
-        (!motion.axis.isEmpty() && motion.axis != QLatin1String("up")) ||
-        (motion.seconds && !isTurntable && motion.kind != Kind::Free))
-        return m_Reporter.fail(tr("this build has no animations, paths, other turns and resampled trajectories"));
     switch (motion.kind) {
     case Kind::None:
     case Kind::Free:
         handler->selectMode(TrajectoryHandler::ModeNone);
         break;
-    case Kind::Turntable: {
-        constexpr double DefaultSeconds = 5;
-        const int positions =
-            motion.positions > 0 ? motion.positions : qMax(1, qRound(motion.seconds.value_or(DefaultSeconds) * fps));
-        isSelected = handler->selectTurntable(positions, &error);
+    case Kind::Turntable:
+        isSelected = handler->selectTurntable(turntableOf(motion, fps), &error);
         break;
-    }
-    default:
-        isSelected = handler->openFile(motion.file, &error);
+    case Kind::Animation:
+        isSelected = handler->selectAnimation(motion.name, playback, &error);
+        break;
+    case Kind::Path:
+    case Kind::Trajectory:
+        isSelected = handler->openFile(motion.file, playback, &error);
         if (isSelected)
             warnIfNothingMoves();
         break;
@@ -170,10 +196,16 @@ void Session::warnIfNothingMoves()
     const auto* maps = handler->getAdvancedTrajectoryInfo()->getMatrixMapList();
     if (!maps)
         return;
+    // The maps of motions that are computed frame by frame are empty.
+    bool isComputed = true;
     for (const auto& map : *maps)
-        for (const auto& [name, matrix] : map)
+        for (const auto& [name, matrix] : map) {
             if (name == QLatin1String("camera") || (root && root->find(name)))
                 return;
+            isComputed = false;
+        }
+    if (isComputed)
+        return;
     m_Reporter.warning(tr("the trajectory moves nothing: it neither names an element of the scene nor the camera"));
 }
 

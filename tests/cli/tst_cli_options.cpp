@@ -171,3 +171,35 @@ TEST_F(OptionEffect, VideosHaveTheRateLengthAndBitRateThatWereAskedFor)
     runWell({"video", Bunny, "-o", "high.mp4", "--size", "320x240", "--turntable", "40", "--bitrate", "4000"});
     EXPECT_LT(2 * QFileInfo(path("low.mp4")).size(), QFileInfo(path("high.mp4")).size());
 }
+
+TEST_F(OptionEffect, EveryMotionMovesForExactlyItsDuration)
+{
+    const QString samples = QStringLiteral(TOV_SOURCE_DIR "/samples/");
+    const QString crane = samples + QStringLiteral("crane.obj");
+    const struct
+    {
+        QString model;
+        QStringList motion;
+        int frames;
+    } rows[] = {
+        {samples + QStringLiteral("arm.gltf"), {"--animation", "lift", "--fps", "5"}, 20},
+        {samples + QStringLiteral("arm.gltf"), {"--animation", "--duration", "2", "--fps", "10"}, 20},
+        {crane, {"--path", samples + QStringLiteral("tour.json"), "--duration", "2", "--fps", "10"}, 20},
+        {crane, {"--trajectory", samples + QStringLiteral("flight.tum"), "--duration", "2", "--fps", "10"}, 20},
+        {crane, {"--trajectory", samples + QStringLiteral("flight.tum"), "--every-position"}, 100},
+        {crane, {"--trajectory", samples + QStringLiteral("crane.json"), "--duration", "2", "--fps", "10"}, 20},
+        {crane, {"--trajectory", samples + QStringLiteral("crane.csv"), "--duration", "2", "--fps", "10"}, 20},
+        {crane, {"--turntable", "20", "--axis", "0,0,1", "--turns", "-0.5", "--ease"}, 20},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.motion.join(QLatin1Char(' ')).toStdString());
+        runWell(QStringList{"video", "--strict", row.model, "-o", "m.frames", "--size", "96x64"} + row.motion);
+        const QString last = QStringLiteral("m.%1.png").arg(row.frames, 5, 10, QLatin1Char('0'));
+        EXPECT_TRUE(QFileInfo::exists(path(last.toUtf8().constData())));
+        const QImage first(path("m.00001.png"));
+        const QImage middle(
+            path(QStringLiteral("m.%1.png").arg(row.frames / 2, 5, 10, QLatin1Char('0')).toUtf8().constData()));
+        EXPECT_EQ(first.size(), QSize(96, 64));
+        EXPECT_NE(first, middle);
+    }
+}

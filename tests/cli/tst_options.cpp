@@ -180,7 +180,7 @@ TEST(Requests, WhatIsWrongIsOneLineWithTheValue)
          "--duration must be a time above 0, e.g. 5s (got \"-2\")"},
         {video + QStringList{"--free", "nan"}, "--free must be a time above 0, e.g. 5s (got \"nan\")"},
         {video + QStringList{"--duration", "5"},
-         "--duration and --ease need a motion; to record without one use --free SECONDS"},
+         "--duration needs a motion; to record without one use --free SECONDS"},
         {video + QStringList{"--turntable", "0"}, "--turntable must be a whole number from 1 to 10000000 (got \"0\")"},
         {video + QStringList{"--turntable", "5", "--fps", "0"},
          "--fps must be a whole number from 1 to 1000 (got \"0\")"},
