@@ -18,6 +18,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstring>
 #include <memory>
 
 namespace tov::scene {
@@ -29,7 +30,8 @@ QString tr(const char* text)
     return QCoreApplication::translate("tov::scene", text);
 }
 
-/// Formats that the importer process reads; our own readers come first.
+const QStringList OwnSuffixes{QStringLiteral("obj"), QStringLiteral("ply"), QStringLiteral("stl")};
+/// Formats that the importer process reads.
 const char* const ProcessSuffixes[] = {"gltf", "glb",  "3ds", "dae", "fbx",   "off", "3mf", "lwo",
                                        "x",    "ac",   "ase", "b3d", "blend", "cob", "dxf", "ms3d",
                                        "nff",  "ogex", "q3o", "smd", "x3d",   "amf", "zae", "ifc"};
@@ -67,7 +69,7 @@ void checkFinite(const std::vector<float>& values)
 
 QStringList SceneImport::getSuffixes()
 {
-    QStringList suffixes{QStringLiteral("obj"), QStringLiteral("ply"), QStringLiteral("stl")};
+    QStringList suffixes = OwnSuffixes;
     for (const char* suffix : ProcessSuffixes)
         suffixes << QString::fromLatin1(suffix);
     return suffixes;
@@ -106,6 +108,30 @@ SceneElement* readInProcess(const ReadSource& source, bool isAuto)
                       QFileInfo(source.fileName).completeBaseName());
 }
 
+SceneElement* readSource(const ReadSource& source, const QString& suffix, bool isAuto)
+{
+    return suffix == QLatin1String("obj")   ? readObj(source)
+           : suffix == QLatin1String("ply") ? readPly(source)
+           : suffix == QLatin1String("stl") ? readStl(source)
+                                            : readInProcess(source, isAuto);
+}
+
+/// Text in UTF-16 begins with a byte order mark.
+bool isUtf16(const ReadSource& source)
+{
+    return source.size() >= 2 &&
+           (std::memcmp(source.begin, "\xff\xfe", 2) == 0 || std::memcmp(source.begin, "\xfe\xff", 2) == 0);
+}
+
+/// The importer process unpacks what our own readers get.
+SceneElement* readPacked(const ReadSource& source, const QString& suffix)
+{
+    const ImportedBytes bytes = runImportProcess(source, "unpack");
+    if (bytes.size() == 0)
+        throw ReadError(tr("it is empty"));
+    return readSource({source.fileName, bytes.data(), bytes.data() + bytes.size(), source.progress}, suffix, true);
+}
+
 /// Turns the axis that points up in the file to +Y.
 tov::math::Matrix4 upRotation(const QString& axis)
 {
@@ -140,7 +166,8 @@ SceneElement* SceneImport::readFile(const QString& fileName, const Options& opti
         return fail(tr("it is a folder"));
     if (!info.isFile())
         return fail(tr("it is not a regular file"));
-    const QString suffix = info.suffix().toLower();
+    const bool isGzip = info.suffix().toLower() == QLatin1String("gz");
+    const QString suffix = (isGzip ? QFileInfo(info.completeBaseName()) : info).suffix().toLower();
     if (!getSuffixes().contains(suffix))
         return fail(tr("files of the type \"%1\" cannot be read; known are %2")
                         .arg(suffix, getSuffixes().join(QStringLiteral(", "))));
@@ -159,10 +186,9 @@ SceneElement* SceneImport::readFile(const QString& fileName, const Options& opti
         const ReadSource source{fileName, bytes, bytes + file.size(), progress};
         const bool isAuto =
             options.modelUp.isEmpty() || options.modelUp.compare(QLatin1String("auto"), Qt::CaseInsensitive) == 0;
-        std::unique_ptr<SceneElement> tree(suffix == QLatin1String("obj")   ? readObj(source)
-                                           : suffix == QLatin1String("ply") ? readPly(source)
-                                           : suffix == QLatin1String("stl") ? readStl(source)
-                                                                            : readInProcess(source, isAuto));
+        const bool isOwn = OwnSuffixes.contains(suffix);
+        std::unique_ptr<SceneElement> tree(isOwn && (isGzip || isUtf16(source)) ? readPacked(source, suffix)
+                                                                                : readSource(source, suffix, isAuto));
         if (!hasShape(tree.get()))
             return fail(tr("there is nothing in it that can be shown"));
         if (!tree->getModelData())

@@ -7,6 +7,7 @@
 
 #include <assimp/DefaultIOSystem.h>
 #include <assimp/Importer.hpp>
+#include <assimp/MemoryIOWrapper.h>
 #include <assimp/ProgressHandler.hpp>
 #include <assimp/config.h>
 #include <assimp/postprocess.h>
@@ -30,15 +31,20 @@ public:
     }
 };
 
-/// Files of the model's folder, for reading.
+/// Files of the model's folder, for reading; the model itself from memory where it was unpacked.
 class FolderAccess : public Assimp::DefaultIOSystem
 {
 public:
-    explicit FolderAccess(const ModelFolder& folder) : m_Folder(folder) {}
-    bool Exists(const char* file) const override { return m_Folder.isInside(file) && DefaultIOSystem::Exists(file); }
+    explicit FolderAccess(const ImportJob& job) : m_Job(job), m_Folder(job.folder) {}
+    bool Exists(const char* file) const override
+    {
+        return isUnpacked(file) || (m_Folder.isInside(file) && DefaultIOSystem::Exists(file));
+    }
     Assimp::IOStream* Open(const char* file, const char* mode) override
     {
         const bool reads = mode[0] == 'r' && !std::strchr(mode, '+');
+        if (reads && isUnpacked(file))
+            return new Assimp::MemoryIOStream(m_Job.unpacked.data(), m_Job.unpacked.size());
         return reads && m_Folder.isInside(file) ? DefaultIOSystem::Open(file, mode) : nullptr;
     }
     bool CreateDirectory(const std::string&) override { return false; }
@@ -46,6 +52,9 @@ public:
     bool DeleteFile(const std::string&) override { return false; }
 
 private:
+    bool isUnpacked(const char* file) const { return !m_Job.unpacked.empty() && m_Job.file == file; }
+
+    const ImportJob& m_Job;
     const ModelFolder& m_Folder;
 };
 
@@ -55,7 +64,7 @@ void readWithAssimp(ImportJob& job)
 {
     Assimp::Importer importer;
     importer.SetProgressHandler(new Progress);
-    importer.SetIOHandler(new FolderAccess(job.folder));
+    importer.SetIOHandler(new FolderAccess(job));
     // Shapes that the library makes up to show skeletons, cameras and lights are none of the model's.
     importer.SetPropertyBool(AI_CONFIG_IMPORT_NO_SKELETON_MESHES, true);
     importer.SetPropertyBool(AI_CONFIG_IMPORT_COLLADA_IGNORE_UP_DIRECTION, job.keepAxes);

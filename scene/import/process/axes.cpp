@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <fstream>
 
 namespace tov::importer {
 
@@ -57,13 +56,10 @@ ai_real fbxMetres(const aiMetadata& settings)
 }
 
 /// OpenGEX: +Z is up unless the file says `Metric (key = "up") {string {"y"}}`.
-bool isOpenGexUpY(const std::filesystem::path& file)
+bool isOpenGexUpY(const std::vector<std::uint8_t>& file)
 {
     constexpr std::size_t HeaderBytes = 4096;
-    std::string text(HeaderBytes, '\0');
-    std::ifstream in(file, std::ios::binary);
-    in.read(text.data(), std::streamsize(text.size()));
-    text.resize(std::size_t(in.gcount()));
+    const std::string text(file.begin(), file.begin() + std::ptrdiff_t(std::min(file.size(), HeaderBytes)));
     const std::size_t key = text.find("\"up\"");
     return key != std::string::npos && text.compare(std::min(text.find('"', key + 4), text.size()), 3, "\"y\"") == 0;
 }
@@ -79,7 +75,7 @@ aiMatrix4x4 rootTransformOf(const aiScene& scene, const ImportJob& job)
             axes = upFromZ().Inverse();
     } else if (isFbx) {
         axes = fbxAxes(*scene.mMetaData);
-    } else if (contains(UpIsZ, job.suffix) || (job.suffix == "ogex" && !isOpenGexUpY(job.file))) {
+    } else if (contains(UpIsZ, job.suffix) || (job.suffix == "ogex" && !isOpenGexUpY(job.content()))) {
         axes = upFromZ();
     }
     aiMatrix4x4 scaling;

@@ -14,13 +14,13 @@ namespace {
 /// Entries of a folder that are compared by name in another letter case.
 constexpr int MaxEntries = 10000;
 
+} // namespace
+
 std::string lower(std::string text)
 {
     std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return char(std::tolower(c)); });
     return text;
 }
-
-} // namespace
 
 ModelFolder::ModelFolder(const fs::path& model) : m_Folder(fs::canonical(model).parent_path()) {}
 

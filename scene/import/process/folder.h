@@ -27,6 +27,8 @@ private:
     std::filesystem::path m_Folder;
 };
 
+std::string lower(std::string text);
+
 /// The whole file; empty when it cannot be read.
 std::vector<std::uint8_t> readWholeFile(const std::filesystem::path& file);
 

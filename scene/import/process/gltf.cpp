@@ -275,7 +275,7 @@ void Reader::writeAnimation(const tinygltf::Animation& animation, const std::str
 void readGltf(ImportJob& job)
 {
     tinygltf::Model model;
-    if (!load(job.file, job.folder, model)) {
+    if (!load(job.content(), job.folder, model)) {
         readWithAssimp(job);
         return;
     }

@@ -175,6 +175,20 @@ void MaterialReader::convertExtensions(const tinygltf::Material& from, const std
         to.indexOfRefraction = float(numberOf(*value, "ior", 1.5));
 }
 
+void MaterialReader::warnAboutTextures(const tinygltf::Material& from, const std::string& place)
+{
+    static const std::pair<const char*, std::vector<const char*>> unsupported[] = {
+        {"KHR_materials_clearcoat", {"clearcoatTexture", "clearcoatRoughnessTexture", "clearcoatNormalTexture"}},
+        {"KHR_materials_transmission", {"transmissionTexture"}},
+        {"KHR_materials_pbrSpecularGlossiness", {"specularGlossinessTexture"}}};
+    for (const auto& [name, textures] : unsupported) {
+        const auto* extension = extensionOf(from.extensions, name);
+        if (extension && std::any_of(textures.begin(), textures.end(),
+                                     [extension](const char* key) { return memberOf(*extension, key) != nullptr; }))
+            m_Writer.addWarning(place + ": textures of " + name + " are not supported, only its factors");
+    }
+}
+
 stream::MaterialRecord MaterialReader::convert(const tinygltf::Material& from, const std::string& place)
 {
     stream::MaterialRecord to;
@@ -194,6 +208,7 @@ stream::MaterialRecord MaterialReader::convert(const tinygltf::Material& from, c
     to.alphaCutoff = float(from.alphaCutoff);
     to.doubleSided = from.doubleSided;
     convertExtensions(from, place, to);
+    warnAboutTextures(from, place);
     return to;
 }
 

@@ -22,6 +22,7 @@ public:
 private:
     stream::MaterialRecord convert(const tinygltf::Material& from, const std::string& place);
     void convertExtensions(const tinygltf::Material& from, const std::string& place, stream::MaterialRecord& to);
+    void warnAboutTextures(const tinygltf::Material& from, const std::string& place);
     void convertSpecularGlossiness(const tinygltf::Value& from, const std::string& place, stream::MaterialRecord& to);
     /// A texture of the core format, or of an extension (where it is a plain object).
     template <typename Info>

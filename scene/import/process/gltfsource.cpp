@@ -163,9 +163,8 @@ void checkExtensions(const tinygltf::Model& model)
 
 } // namespace
 
-bool load(const std::filesystem::path& file, const ModelFolder& folder, tinygltf::Model& model)
+bool load(std::vector<std::uint8_t> bytes, const ModelFolder& folder, tinygltf::Model& model)
 {
-    std::vector<std::uint8_t> bytes = readWholeFile(file);
     const Description where = findDescription(bytes);
     if (where.isBinary && wordAt(bytes, 4) == 1)
         return false;

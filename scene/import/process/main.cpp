@@ -2,15 +2,16 @@
 // to the program. Opens files for reading only, and only in the model's folder; no network, no other program.
 //
 // usage: tov-import MODE FILE MEMORY-MB SECONDS, with the descriptors of meshstream.h
-//   MODE: "auto" or "keep" (the up axis as in the file) for models; "images" for a list of images (see readers.h)
+//   MODE: "auto" or "keep" (the up axis as in the file) for models; "images" for a list of images (see readers.h);
+//   "unpack": only the bytes of a compressed or UTF-16 file (see unpack.h), without a stream
 
 #include "scene/import/meshstream.h"
 #include "scene/import/process/readers.h"
 #include "scene/import/process/report.h"
 #include "scene/import/process/sandbox.h"
+#include "scene/import/process/unpack.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cstdlib>
 #include <new>
 #include <string>
@@ -21,12 +22,9 @@ namespace {
 
 using namespace tov::importer;
 
-std::string suffixOf(std::filesystem::path file)
+std::string suffixOf(const std::filesystem::path& file)
 {
-    std::string suffix = file.extension().string();
-    suffix.erase(0, 1);
-    std::transform(suffix.begin(), suffix.end(), suffix.begin(), [](unsigned char c) { return char(std::tolower(c)); });
-    return suffix;
+    return lower(file.extension().string()).substr(file.has_extension() ? 1 : 0);
 }
 
 std::string readDescriptor(int descriptor)
@@ -38,10 +36,20 @@ std::string readDescriptor(int descriptor)
     return text;
 }
 
-void import(const std::string& mode, const std::string& file)
+void import(const std::string& mode, std::filesystem::path file)
 {
+    ModelFolder folder(file);
+    std::vector<std::uint8_t> unpacked;
+    if (mode != "images" && isPacked(file))
+        unpacked = unpackFile(file);
+    if (mode == "unpack") {
+        writeAll(unpacked.data(), unpacked.size());
+        return;
+    }
+    if (suffixOf(file) == "gz")
+        file.replace_extension();
     StreamWriter writer;
-    ImportJob job{file, suffixOf(file), mode == "keep", ModelFolder(file), writer};
+    ImportJob job{file, suffixOf(file), std::move(unpacked), mode == "keep", std::move(folder), writer};
     if (mode == "images")
         readImageList(job, readDescriptor(tov::scene::stream::ListDescriptor));
     else if (job.suffix == "gltf" || job.suffix == "glb")

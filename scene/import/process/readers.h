@@ -13,11 +13,14 @@ namespace tov::importer {
 /// What the readers of the importer process work with.
 struct ImportJob
 {
-    std::filesystem::path file;
-    std::string suffix;    ///< lower case, no dot; that of the file inside for compressed ones
-    bool keepAxes = false; ///< leave the up axis as it is in the file
+    std::filesystem::path file;         ///< without ".gz" for compressed ones
+    std::string suffix;                 ///< lower case, no dot
+    std::vector<std::uint8_t> unpacked; ///< what the file holds, where it had to be unpacked; see unpack.h
+    bool keepAxes = false;              ///< leave the up axis as it is in the file
     ModelFolder folder;
     StreamWriter& writer;
+
+    std::vector<std::uint8_t> content() const { return unpacked.empty() ? readWholeFile(file) : unpacked; }
 };
 
 /// Each writes one model to the stream; throws `std::exception` with one line.

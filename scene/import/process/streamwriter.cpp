@@ -14,6 +14,16 @@ namespace {
 constexpr std::size_t BufferBytes = 1 << 16;
 constexpr std::size_t MaxWarnings = 100;
 
+bool isTransparent(const std::uint8_t* pixels, std::size_t count)
+{
+    for (std::size_t i = 0; i < count; ++i)
+        if (pixels[4 * i + 3] != 255)
+            return true;
+    return false;
+}
+
+} // namespace
+
 void writeAll(const void* data, std::size_t size)
 {
     const char* at = static_cast<const char*>(data);
@@ -27,16 +37,6 @@ void writeAll(const void* data, std::size_t size)
         size -= std::size_t(written);
     }
 }
-
-bool isTransparent(const std::uint8_t* pixels, std::size_t count)
-{
-    for (std::size_t i = 0; i < count; ++i)
-        if (pixels[4 * i + 3] != 255)
-            return true;
-    return false;
-}
-
-} // namespace
 
 StreamWriter::StreamWriter()
 {

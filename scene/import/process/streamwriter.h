@@ -47,6 +47,9 @@ struct ChannelData
     std::vector<float> values;
 };
 
+/// Writes to the shared memory. Throws `std::bad_alloc` when it is full.
+void writeAll(const void* data, std::size_t size);
+
 /// Writes the stream into the shared memory. Throws `std::bad_alloc` when it is full.
 class StreamWriter
 {
