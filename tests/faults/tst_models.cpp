@@ -508,8 +508,11 @@ TEST_F(ModelFaults, CountsOfEveryFormatAtTheirLimits)
     const QByteArray wide = "4294967295";
     EXPECT_FALSE(readOrRefused(
         write(QStringLiteral("count.gltf"), QByteArray(text).replace("\"count\":3", "\"count\":" + wide))));
-    EXPECT_FALSE(readOrRefused(write(QStringLiteral("buffer.gltf"),
-                                     QByteArray(text).replace("\"bufferView\":0", "\"bufferView\":2147483647"))));
+    for (const QByteArray& index : {wide, QByteArray("2147483647")})
+        EXPECT_FALSE(readOrRefused(write(QStringLiteral("buffer.gltf"),
+                                         QByteArray(text).replace("\"bufferView\":0", "\"bufferView\":" + index))));
+    EXPECT_FALSE(
+        readOrRefused(write(QStringLiteral("mesh.gltf"), QByteArray(text).replace("\"mesh\":0", "\"mesh\":" + wide))));
     EXPECT_FALSE(
         readOrRefused(write(QStringLiteral("offset.gltf"),
                             QByteArray(text).replace("\"buffer\":0,", "\"buffer\":0,\"byteOffset\":" + wide + ","))));
@@ -748,6 +751,112 @@ TEST_F(ModelFaults, ImagesThatCannotBeReadCostOneWarning)
         EXPECT_FALSE(refusedTree);
         EXPECT_TRUE(error.contains(name)) << error.toStdString();
     }
+}
+
+TEST_F(ModelFaults, CutImagesInsideAModelCostOneWarning)
+{
+    const QByteArray material = R"({"pbrMetallicRoughness":{"baseColorTexture":{"index":0}}})";
+    const std::map<QByteArray, QString> images{
+        {"image/png", QStringLiteral("/usr/share/assimp/models/glTF2/BoxTextured-glTF/CesiumLogoFlat.png")},
+        {"image/jpeg", QStringLiteral("/usr/share/assimp/models/OBJ/SpiderTex.jpg")}};
+    for (const auto& [type, file] : images) {
+        const QByteArray bytes = fileOf(file);
+        ASSERT_GT(bytes.size(), 1000);
+        for (int part = 1; part < 16; ++part) {
+            const QByteArray uri = "data:" + type + ";base64," + bytes.left(bytes.size() * part / 16).toBase64();
+            QString error;
+            const std::unique_ptr<SceneElement> tree(
+                SceneImport::readFile(write(QStringLiteral("m.gltf"), texturedGltf(material, uri)), &error));
+            ASSERT_TRUE(tree) << error.toStdString();
+            EXPECT_EQ(tree->getModelData()->warnings.size(), 1) << type.constData() << " " << part;
+        }
+    }
+}
+
+TEST_F(ModelFaults, SkinsAndAnimationsThatLie)
+{
+    const QByteArray good = gltf("data:application/octet-stream;base64," + Triangle.toBase64());
+    const auto with = [&](const QByteArray& nodes, const QByteArray& more) {
+        QByteArray text = good;
+        text.replace(R"("nodes":[{"mesh":0,"name":"tri"}])", nodes);
+        text.chop(1);
+        return write(QStringLiteral("a.gltf"), text + more + "}");
+    };
+    // Joints in a cycle, joints that are their own parents, and joints that are not there.
+    EXPECT_TRUE(
+        readOrRefused(with(R"("nodes":[{"mesh":0,"skin":0,"children":[1]},{"children":[2]},{"children":[1,2]}])",
+                           R"(,"skins":[{"joints":[1,2]}])")))
+        << last.toStdString();
+    EXPECT_FALSE(readOrRefused(with(R"("nodes":[{"mesh":0,"skin":0}])", R"(,"skins":[{"joints":[7]}])")));
+    // A thousand million keys: without data, and with less data than that.
+    const auto keys = [&](const QByteArray& accessor) {
+        QByteArray text = good;
+        text.replace("\"max\":[1,1,0]}]", "\"max\":[1,1,0]}," + accessor + "]");
+        text.chop(1);
+        text += R"(,"animations":[{"channels":[{"sampler":0,"target":{"node":0,"path":"scale"}}],)"
+                R"("samplers":[{"input":1,"output":0}]}]})";
+        return write(QStringLiteral("k.gltf"), text);
+    };
+    for (const char* view : {"", R"("bufferView":0,)"}) {
+        EXPECT_TRUE(
+            readOrRefused(keys(QByteArray("{") + view + R"("componentType":5126,"count":1000000000,"type":"SCALAR"})")))
+            << last.toStdString();
+        QString error;
+        const std::unique_ptr<SceneElement> tree(
+            SceneImport::readFile(folder.filePath(QStringLiteral("k.gltf")), &error));
+        ASSERT_TRUE(tree) << error.toStdString();
+        EXPECT_EQ(tree->getModelData()->warnings.size(), 1);
+        EXPECT_TRUE(tree->getModelData()->animations.empty());
+    }
+}
+
+TEST_F(ModelFaults, CompressedModelsAreReadOrRefused)
+{
+    const auto gzip = [](const QByteArray& bytes) {
+        // A stored block has at most 65535 bytes.
+        EXPECT_LT(bytes.size(), 65536);
+        quint32 sum = ~0u;
+        for (const char byte : bytes) {
+            sum ^= quint8(byte);
+            for (int bit = 0; bit < 8; ++bit)
+                sum = sum >> 1 ^ (sum & 1 ? 0xedb88320u : 0u);
+        }
+        return QByteArray("\x1f\x8b\x08\0\0\0\0\0\0\x03\x01", 11) + raw(quint16(bytes.size())) +
+               raw(quint16(~bytes.size())) + bytes + raw(~sum) + raw(quint32(bytes.size()));
+    };
+    for (const Sample& sample : samples()) {
+        const QString name = QLatin1String(sample.name) + QStringLiteral(".gz");
+        if (sample.bytes.size() >= 65536)
+            continue;
+        const QByteArray packed = gzip(sample.bytes);
+        EXPECT_TRUE(readOrRefused(write(name, packed))) << last.toStdString();
+        for (const int size : {5, 11, 40, packed.size() / 2, packed.size() - 9})
+            EXPECT_FALSE(readOrRefused(write(name, packed.left(size)))) << sample.name << " " << size;
+        EXPECT_FALSE(readOrRefused(write(name, QByteArray(packed).replace(11, 4, Most)))) << sample.name;
+    }
+    // The ending before ".gz" says what it is.
+    EXPECT_FALSE(readOrRefused(write(QStringLiteral("none.gz"), gzip("nothing"))));
+    EXPECT_TRUE(last.contains(QLatin1String("cannot be read; known are"))) << last.toStdString();
+    print("compressed");
+}
+
+TEST_F(ModelFaults, TextInUtf16IsReadOrRefused)
+{
+    const QString models = QStringLiteral("/usr/share/assimp/models/");
+    for (const char* file : {"OBJ/box_UTF16BE.obj", "Collada/cube_UTF16LE.dae", "AC/SphereWithLight_UTF16LE.ac",
+                             "ASE/ThreeCubesGreen_UTF16BE.ASE", "ASE/ThreeCubesGreen_UTF16LE.ASE"}) {
+        EXPECT_TRUE(readOrRefused(models + QLatin1String(file))) << last.toStdString();
+        const QByteArray bytes = fileOf(models + QLatin1String(file));
+        for (int size = 2; size < 40; ++size)
+            EXPECT_FALSE(readOrRefused(write(QFileInfo(QLatin1String(file)).fileName(), bytes.left(size)))) << size;
+    }
+    // Halves of pairs that stand alone.
+    EXPECT_TRUE(readOrRefused(
+        write(QStringLiteral("halves.obj"),
+              QByteArray("\xff\xfe#\0\0\xd8\0\xdc\0\xd8x\0\0\xdc\n\0", 16) +
+                  QByteArray(reinterpret_cast<const char*>(u"v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n"), 2 * 32) + "x")))
+        << last.toStdString();
+    print("UTF-16");
 }
 
 TEST_F(ModelFaults, NumbersOfMaterialsAreBroughtIntoRange)

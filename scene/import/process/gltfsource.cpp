@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <limits>
 #include <stdexcept>
 #include <string_view>
 
@@ -154,6 +155,39 @@ tinygltf::FsCallbacks callbacksFor(const ModelFolder& folder)
     return callbacks;
 }
 
+/// Finds indices that tinygltf would cut to 32 bits, so that they name another object or none.
+struct IndexCheck : json::json_sax_t
+{
+    bool number_unsigned(std::uint64_t value) override
+    {
+        static constexpr std::array<std::string_view, 16> keys = {
+            "bufferView", "buffer", "mesh",  "skin",   "camera", "material", "indices",  "sampler",
+            "source",     "index",  "input", "output", "node",   "scene",    "POSITION", "inverseBindMatrices"};
+        if (value <= std::uint64_t(std::numeric_limits<int>::max()) ||
+            std::find(keys.begin(), keys.end(), lastKey) == keys.end())
+            return true;
+        throw std::runtime_error("the index " + std::to_string(value) + " of '" + lastKey + "' is too large");
+    }
+    bool key(std::string& name) override
+    {
+        lastKey = name;
+        return true;
+    }
+    bool null() override { return true; }
+    bool boolean(bool) override { return true; }
+    bool number_integer(std::int64_t) override { return true; }
+    bool number_float(double, const std::string&) override { return true; }
+    bool string(std::string&) override { return true; }
+    bool binary(json::binary_t&) override { return true; }
+    bool start_object(std::size_t) override { return true; }
+    bool end_object() override { return true; }
+    bool start_array(std::size_t) override { return true; }
+    bool end_array() override { return true; }
+    bool parse_error(std::size_t, const std::string&, const json::exception&) override { return false; }
+
+    std::string lastKey;
+};
+
 void checkExtensions(const tinygltf::Model& model)
 {
     for (const std::string& name : model.extensionsRequired)
@@ -169,6 +203,8 @@ bool load(std::vector<std::uint8_t> bytes, const ModelFolder& folder, tinygltf::
     if (where.isBinary && wordAt(bytes, 4) == 1)
         return false;
     const std::string_view text(reinterpret_cast<const char*>(bytes.data()) + where.begin, where.size);
+    IndexCheck check;
+    json::sax_parse(text.begin(), text.end(), &check); // tinygltf reports what else is wrong
     const bool isCompressed = text.find("EXT_meshopt_compression") != std::string_view::npos ||
                               text.find("KHR_draco_mesh_compression") != std::string_view::npos;
     // The version of a text file is in its first member or its last; only old files are parsed for it.
