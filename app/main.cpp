@@ -52,7 +52,7 @@ int main(int argc, char** argv)
 #ifdef TOV_WINDOW
     return tov::viewer::runWindow(options, applicationArgc, argv);
 #else
-    printError(QStringLiteral("this build has no window; see tov --help for what it can do without one"));
+    printError(QStringLiteral("this build has no window; tov --help lists the other commands"));
     return 2;
 #endif
 }

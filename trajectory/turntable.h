@@ -11,7 +11,7 @@ namespace tov::trajectory {
 struct TurntableOptions
 {
     unsigned long frames = 100; ///< at least 1; see `frameCountOf`
-    double turns = 1;           ///< any number; whole ones close the loop
+    double turns = 1;           ///< any number; integers close the loop
     bool reverse = false;       ///< the scene turns to the right instead of to the left
     tov::scene::Vector3 axis = {0, 1, 0};
     /// Degrees above the plane that is perpendicular to the axis; none: as the view is.

@@ -167,7 +167,7 @@ void CommandActions::rebuild()
             m_Settings.emplace_back(group.name, command);
             actionOf(command, true);
         }
-    // Settings stand in their group's menu too, below the commands.
+    // Settings are in their group's menu too, below the commands.
     for (const auto& [groupName, command] : m_Settings)
         for (QMenu* menu : m_Menus)
             if (menu->title() == groupName) {

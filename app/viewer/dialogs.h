@@ -24,7 +24,7 @@ public:
     AboutModulesDialog(const std::vector<tov::main::LoadFailure>& failures, QWidget* parent);
 };
 
-/// "About tov": version, what draws, what it is built on.
+/// "About tov": version, renderer, libraries.
 class AboutDialog : public QDialog
 {
     Q_OBJECT

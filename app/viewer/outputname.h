@@ -4,8 +4,8 @@
 
 namespace tov::viewer {
 
-/// The first name of a pattern that no file has yet. `{model}` stands for `model`, `{n}` for a number from 1 on with
-/// three digits; a pattern without `{n}` gets one at its end. `ending` has no dot. Thread: any.
+/// The first name of a pattern that no file has yet. `{model}` stands for `model`, `{n}` for a number of three digits
+/// that starts at 1; a pattern without `{n}` gets one at its end. `ending` has no dot. Thread: any.
 QString nextFreeName(const QString& folder, const QString& pattern, const QString& model, const QString& ending);
 
 /// The user's folder and pattern for pictures and recordings without a dialog; both are settings. Thread: any.

@@ -462,7 +462,7 @@ TEST_F(ModelFaults, NumbersThatAreNone)
                             at(gltf("data:application/octet-stream;base64," + Triangle.toBase64()), "\"mesh\":0",
                                QByteArray("\"mesh\":0,\"translation\":[0,0,") + odd + "]")));
     }
-    // Normals and colours that are none cost themselves only; counts and indices that are none, the file.
+    // Invalid normals and colours are dropped; invalid counts and indices make the file invalid.
     const QByteArray header = "ply\nformat binary_little_endian 1.0\nelement vertex 3\nproperty float x\nproperty "
                               "float y\nproperty float z\n";
     const auto corners = [](const QByteArray& more) {
