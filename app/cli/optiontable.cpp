@@ -12,18 +12,16 @@ namespace tov::app {
 
 namespace {
 
-#define TOV_HELP(text) QT_TRANSLATE_NOOP("CommandLine", text)
-
-const char* const OutputGroup = TOV_HELP("Output");
-const char* const ViewGroup = TOV_HELP("View");
-const char* const LookGroup = TOV_HELP("Look");
-const char* const SizeGroup = TOV_HELP("Size");
-const char* const PictureGroup = TOV_HELP("Picture");
-const char* const MotionGroup = TOV_HELP("Motion (one of the first five)");
-const char* const VideoGroup = TOV_HELP("Video");
-const char* const BatchGroup = TOV_HELP("Many results");
-const char* const CommandGroup = TOV_HELP("Commands");
-const char* const GeneralGroup = TOV_HELP("General");
+const char* const OutputGroup = QT_TRANSLATE_NOOP("CommandLine", "Output");
+const char* const ViewGroup = QT_TRANSLATE_NOOP("CommandLine", "View");
+const char* const LookGroup = QT_TRANSLATE_NOOP("CommandLine", "Look");
+const char* const SizeGroup = QT_TRANSLATE_NOOP("CommandLine", "Size");
+const char* const PictureGroup = QT_TRANSLATE_NOOP("CommandLine", "Picture");
+const char* const MotionGroup = QT_TRANSLATE_NOOP("CommandLine", "Motion (one of the first five)");
+const char* const VideoGroup = QT_TRANSLATE_NOOP("CommandLine", "Video");
+const char* const BatchGroup = QT_TRANSLATE_NOOP("CommandLine", "Many results");
+const char* const CommandGroup = QT_TRANSLATE_NOOP("CommandLine", "Commands");
+const char* const GeneralGroup = QT_TRANSLATE_NOOP("CommandLine", "General");
 
 const char* const Outputs = "image video";
 const char* const Views = "image video run";
@@ -33,94 +31,124 @@ constexpr auto Required = OptionValue::Required;
 
 const OptionSpec Options[] = {
     {"output", 'o', Required, "OUT", Outputs, OutputGroup,
-     TOV_HELP("file to write; its ending is the format; - = standard output")},
-    {"format", 0, Required, "F", Outputs, OutputGroup, TOV_HELP("format for -o -, e.g. png, mkv")},
-    {"no-clobber", 0, None, "", Outputs, OutputGroup, TOV_HELP("fail if the output exists already")},
-    {"skip-existing", 0, None, "", Outputs, OutputGroup, TOV_HELP("skip results that exist already")},
+     QT_TRANSLATE_NOOP("CommandLine", "file to write; its ending is the format; - = standard output")},
+    {"format", 0, Required, "F", Outputs, OutputGroup,
+     QT_TRANSLATE_NOOP("CommandLine", "format for -o -, e.g. png, mkv")},
+    {"no-clobber", 0, None, "", Outputs, OutputGroup,
+     QT_TRANSLATE_NOOP("CommandLine", "fail if the output exists already")},
+    {"skip-existing", 0, None, "", Outputs, OutputGroup,
+     QT_TRANSLATE_NOOP("CommandLine", "skip results that exist already")},
 
     {"view", 0, Required, "NAME[,NAME...]", Views, ViewGroup,
-     TOV_HELP("front back left right top bottom iso (default front)")},
-    {"camera", 0, Required, "NAME", Views, ViewGroup, TOV_HELP("a camera of the model file")},
-    {"azimuth", 0, Required, "DEGREES", Views, ViewGroup, TOV_HELP("turn the view to the right")},
-    {"elevation", 0, Required, "DEGREES", Views, ViewGroup, TOV_HELP("turn the view upwards")},
-    {"roll", 0, Required, "DEGREES", Views, ViewGroup, TOV_HELP("turn the camera clockwise")},
-    {"zoom", 0, Required, "FACTOR", Views, ViewGroup, TOV_HELP("above 1 = closer")},
-    {"position", 0, Required, "X,Y,Z", Views, ViewGroup, TOV_HELP("position of the camera")},
-    {"target", 0, Required, "X,Y,Z", Views, ViewGroup, TOV_HELP("point that the camera looks at")},
-    {"up", 0, Required, "X,Y,Z", Views, ViewGroup, TOV_HELP("upward direction of the camera")},
-    {"fov", 0, Required, "DEGREES", Views, ViewGroup, TOV_HELP("vertical field of view, 1 to 150")},
-    {"orthographic", 0, None, "", Views, ViewGroup, TOV_HELP("parallel projection")},
+     QT_TRANSLATE_NOOP("CommandLine", "front back left right top bottom iso (default front)")},
+    {"camera", 0, Required, "NAME", Views, ViewGroup, QT_TRANSLATE_NOOP("CommandLine", "a camera of the model file")},
+    {"azimuth", 0, Required, "DEGREES", Views, ViewGroup,
+     QT_TRANSLATE_NOOP("CommandLine", "turn the view to the right")},
+    {"elevation", 0, Required, "DEGREES", Views, ViewGroup, QT_TRANSLATE_NOOP("CommandLine", "turn the view upwards")},
+    {"roll", 0, Required, "DEGREES", Views, ViewGroup, QT_TRANSLATE_NOOP("CommandLine", "turn the camera clockwise")},
+    {"zoom", 0, Required, "FACTOR", Views, ViewGroup, QT_TRANSLATE_NOOP("CommandLine", "above 1 = closer")},
+    {"position", 0, Required, "X,Y,Z", Views, ViewGroup, QT_TRANSLATE_NOOP("CommandLine", "position of the camera")},
+    {"target", 0, Required, "X,Y,Z", Views, ViewGroup,
+     QT_TRANSLATE_NOOP("CommandLine", "point that the camera looks at")},
+    {"up", 0, Required, "X,Y,Z", Views, ViewGroup, QT_TRANSLATE_NOOP("CommandLine", "upward direction of the camera")},
+    {"fov", 0, Required, "DEGREES", Views, ViewGroup,
+     QT_TRANSLATE_NOOP("CommandLine", "vertical field of view, 1 to 150")},
+    {"orthographic", 0, None, "", Views, ViewGroup, QT_TRANSLATE_NOOP("CommandLine", "parallel projection")},
     {"transform", 0, Required, "'m00 ... m33'", Views, ViewGroup,
-     TOV_HELP("scene to eye, 16 numbers row by row, instead of --view")},
-    {"like", 0, Required, "PICTURE", Views, ViewGroup, TOV_HELP("the view stored in a picture that tov made")},
+     QT_TRANSLATE_NOOP("CommandLine", "scene to eye, 16 numbers row by row, instead of --view")},
+    {"like", 0, Required, "PICTURE", Views, ViewGroup,
+     QT_TRANSLATE_NOOP("CommandLine", "the view stored in a picture that tov made")},
     {"model-up", 0, Required, "AXIS", "image video run info", ViewGroup,
-     TOV_HELP("upward axis of the model: +X -X +Y -Y +Z -Z auto")},
+     QT_TRANSLATE_NOOP("CommandLine", "upward axis of the model: +X -X +Y -Y +Z -Z auto")},
 
-    {"light", 0, Required, "NAME", Views, LookGroup, TOV_HELP("studio headlight none FILE.hdr (default studio)")},
-    {"show", 0, Required, "NAME", Views, LookGroup, TOV_HELP("surface edges wireframe points (default surface)")},
+    {"light", 0, Required, "NAME", Views, LookGroup,
+     QT_TRANSLATE_NOOP("CommandLine", "studio headlight none FILE.hdr (default studio)")},
+    {"show", 0, Required, "NAME", Views, LookGroup,
+     QT_TRANSLATE_NOOP("CommandLine", "surface edges wireframe points (default surface)")},
     {"background", 0, Required, "COLOUR", Views, LookGroup,
-     TOV_HELP("transparent, a colour, or 'TOP..BOTTOM' (default: transparent where the format allows)")},
-    {"samples", 0, Required, "N", Views, LookGroup, TOV_HELP("samples per pixel, 0 to 8 (default 4)")},
+     QT_TRANSLATE_NOOP("CommandLine",
+                       "transparent, a colour, or 'TOP..BOTTOM' (default: transparent where the format allows)")},
+    {"samples", 0, Required, "N", Views, LookGroup,
+     QT_TRANSLATE_NOOP("CommandLine", "samples per pixel, 0 to 8 (default 4)")},
 
     {"size", 0, Required, "WxH", Outputs, SizeGroup,
-     TOV_HELP("pixels (default 1920x1080 for pictures, 1280x720 for videos)")},
-    {"width", 0, Required, "N", "image", SizeGroup, TOV_HELP("width in pixels; the height follows from --panel")},
-    {"panel", 0, Required, "WxH", Views, SizeGroup, TOV_HELP("shape of the view with --width or run (1280x720)")},
+     QT_TRANSLATE_NOOP("CommandLine", "pixels (default 1920x1080 for pictures, 1280x720 for videos)")},
+    {"width", 0, Required, "N", "image", SizeGroup,
+     QT_TRANSLATE_NOOP("CommandLine", "width in pixels; the height follows from --panel")},
+    {"panel", 0, Required, "WxH", Views, SizeGroup,
+     QT_TRANSLATE_NOOP("CommandLine", "shape of the view with --width or run (1280x720)")},
 
-    {"dpi", 0, Required, "N", "image", PictureGroup, TOV_HELP("resolution stored in the picture, dots per inch")},
-    {"quality", 0, Required, "0-100", "image", PictureGroup, TOV_HELP("of JPEG and WEBP (default 90)")},
+    {"dpi", 0, Required, "N", "image", PictureGroup,
+     QT_TRANSLATE_NOOP("CommandLine", "resolution stored in the picture, dots per inch")},
+    {"quality", 0, Required, "0-100", "image", PictureGroup,
+     QT_TRANSLATE_NOOP("CommandLine", "of JPEG and WEBP (default 90)")},
 
     {"turntable", 0, OptionValue::Number, "[N]", "video run", MotionGroup,
-     TOV_HELP("turn the camera once around the model, N frames per turn")},
-    {"trajectory", 0, Required, "FILE", "video run", MotionGroup, TOV_HELP("follow a trajectory (csv tum txt json)")},
+     QT_TRANSLATE_NOOP("CommandLine", "turn the camera once around the model, N frames per turn")},
+    {"trajectory", 0, Required, "FILE", "video run", MotionGroup,
+     QT_TRANSLATE_NOOP("CommandLine", "follow a trajectory (csv tum txt json)")},
     {"animation", 0, OptionValue::Name, "[NAME]", "video run", MotionGroup,
-     TOV_HELP("play an animation of the model file (default: the first)")},
-    {"path", 0, Required, "FILE", "video run", MotionGroup, TOV_HELP("follow a camera path (json)")},
-    {"free", 0, Required, "SECONDS", "video", MotionGroup, TOV_HELP("record without a motion, in real time")},
-    {"duration", 0, Required, "SECONDS", "video run", MotionGroup, TOV_HELP("length of the video, exactly")},
-    {"turns", 0, Required, "X", "video run", MotionGroup, TOV_HELP("turns of the turntable (default 1)")},
+     QT_TRANSLATE_NOOP("CommandLine", "play an animation of the model file (default: the first)")},
+    {"path", 0, Required, "FILE", "video run", MotionGroup,
+     QT_TRANSLATE_NOOP("CommandLine", "follow a camera path (json)")},
+    {"free", 0, Required, "SECONDS", "video", MotionGroup,
+     QT_TRANSLATE_NOOP("CommandLine", "record without a motion, in real time")},
+    {"duration", 0, Required, "SECONDS", "video run", MotionGroup,
+     QT_TRANSLATE_NOOP("CommandLine", "length of the video, exactly")},
+    {"turns", 0, Required, "X", "video run", MotionGroup,
+     QT_TRANSLATE_NOOP("CommandLine", "turns of the turntable (default 1)")},
     {"axis", 0, Required, "AXIS", "video run", MotionGroup,
-     TOV_HELP("of the turntable: up x y z or X,Y,Z (default up)")},
-    {"ease", 0, None, "", "video run", MotionGroup, TOV_HELP("start and end the turntable slowly")},
+     QT_TRANSLATE_NOOP("CommandLine", "of the turntable: up x y z or X,Y,Z (default up)")},
+    {"ease", 0, None, "", "video run", MotionGroup,
+     QT_TRANSLATE_NOOP("CommandLine", "start and end the turntable slowly")},
     {"every-position", 0, None, "", "video run", MotionGroup,
-     TOV_HELP("one frame per position of the trajectory, whatever its times")},
+     QT_TRANSLATE_NOOP("CommandLine", "one frame per position of the trajectory, whatever its times")},
 
-    {"fps", 0, Required, "N", "video run", VideoGroup, TOV_HELP("frames per second (default: the setting, 25)")},
+    {"fps", 0, Required, "N", "video run", VideoGroup,
+     QT_TRANSLATE_NOOP("CommandLine", "frames per second (default: the setting, 25)")},
     {"bitrate", 0, Required, "KBPS", "video", VideoGroup,
-     TOV_HELP("kbit/s, 100 to 2000000 (default: 0.1 bit per pixel, at least the setting)")},
+     QT_TRANSLATE_NOOP("CommandLine", "kbit/s, 100 to 2000000 (default: 0.1 bit per pixel, at least the setting)")},
 
-    {"each", 0, None, "", Outputs, BatchGroup, TOV_HELP("one result per model, instead of all models in one scene")},
+    {"each", 0, None, "", Outputs, BatchGroup,
+     QT_TRANSLATE_NOOP("CommandLine", "one result per model, instead of all models in one scene")},
     {"jobs", 0, Required, "FILE", Outputs, BatchGroup,
-     TOV_HELP("a file with the arguments of one result per line; - = standard input")},
-    {"max-memory", 0, Required, "SIZE", Outputs, BatchGroup, TOV_HELP("memory limit, e.g. 800M or 2G")},
+     QT_TRANSLATE_NOOP("CommandLine", "a file with the arguments of one result per line; - = standard input")},
+    {"max-memory", 0, Required, "SIZE", Outputs, BatchGroup,
+     QT_TRANSLATE_NOOP("CommandLine", "memory limit, e.g. 800M or 2G")},
 
-    {"command", 'c', Required, "TEXT", "run", CommandGroup, TOV_HELP("command text to run; may be repeated")},
-    {"check", 0, Required, "FILE.so", "encoders", CommandGroup, TOV_HELP("test an encoder plug-in and report")},
+    {"command", 'c', Required, "TEXT", "run", CommandGroup,
+     QT_TRANSLATE_NOOP("CommandLine", "command text to run; may be repeated")},
+    {"check", 0, Required, "FILE.so", "encoders", CommandGroup,
+     QT_TRANSLATE_NOOP("CommandLine", "test an encoder plug-in and report")},
 
-    {"settings", 0, Required, "FILE", "*", GeneralGroup, TOV_HELP("settings file to use instead of the user's own")},
+    {"settings", 0, Required, "FILE", "*", GeneralGroup,
+     QT_TRANSLATE_NOOP("CommandLine", "settings file to use instead of the user's own")},
     {"safe-mode", 0, None, "", "*", GeneralGroup,
-     TOV_HELP("load only modules and plug-ins that are part of the program")},
-    {"strict", 0, None, "", "*", GeneralGroup, TOV_HELP("treat warnings as errors; stop at the first failure")},
-    {"json", 0, None, "", "*", GeneralGroup, TOV_HELP("report on standard output, one JSON object per line")},
-    {"quiet", 'q', None, "", "*", GeneralGroup, TOV_HELP("print errors only")},
-    {"verbose", 'v', None, "", "*", GeneralGroup, TOV_HELP("print the full log, including the renderer")},
-    {"help", 'h', None, "", "*", GeneralGroup, TOV_HELP("show this help")},
-    {"version", 0, None, "", "*", GeneralGroup, TOV_HELP("show the version")},
+     QT_TRANSLATE_NOOP("CommandLine", "load only modules and plug-ins that are part of the program")},
+    {"strict", 0, None, "", "*", GeneralGroup,
+     QT_TRANSLATE_NOOP("CommandLine", "treat warnings as errors; stop at the first failure")},
+    {"json", 0, None, "", "*", GeneralGroup,
+     QT_TRANSLATE_NOOP("CommandLine", "report on standard output, one JSON object per line")},
+    {"quiet", 'q', None, "", "*", GeneralGroup, QT_TRANSLATE_NOOP("CommandLine", "print errors only")},
+    {"verbose", 'v', None, "", "*", GeneralGroup,
+     QT_TRANSLATE_NOOP("CommandLine", "print the full log, including the renderer")},
+    {"help", 'h', None, "", "*", GeneralGroup, QT_TRANSLATE_NOOP("CommandLine", "show this help")},
+    {"version", 0, None, "", "*", GeneralGroup, QT_TRANSLATE_NOOP("CommandLine", "show the version")},
 };
 
 const VerbSpec Verbs[] = {
-    {"image", "tov image FILE... -o OUT [options]", true, TOV_HELP("makes pictures of models")},
+    {"image", "tov image FILE... -o OUT [options]", true, QT_TRANSLATE_NOOP("CommandLine", "makes pictures of models")},
     {"video", "tov video FILE... -o OUT (--turntable | --trajectory FILE | ...) [options]", true,
-     TOV_HELP("makes videos of models")},
+     QT_TRANSLATE_NOOP("CommandLine", "makes videos of models")},
     {"run", "tov run [FILE...] (-c TEXT ... | SCRIPT.tov)", true,
-     TOV_HELP("runs command texts, e.g. grabimage filename=\"a.png\" width=4000")},
-    {"info", "tov info FILE...", true, TOV_HELP("shows what model files contain")},
-    {"commands", "tov commands", false, TOV_HELP("lists the commands with their parameters and defaults")},
-    {"encoders", "tov encoders [--check FILE.so]", false, TOV_HELP("lists the video formats")},
-    {"modules", "tov modules", false, TOV_HELP("lists modules, plug-ins, and what could not be loaded")},
+     QT_TRANSLATE_NOOP("CommandLine", "runs command texts, e.g. grabimage filename=\"a.png\" width=4000")},
+    {"info", "tov info FILE...", true, QT_TRANSLATE_NOOP("CommandLine", "shows what model files contain")},
+    {"commands", "tov commands", false,
+     QT_TRANSLATE_NOOP("CommandLine", "lists the commands with their parameters and defaults")},
+    {"encoders", "tov encoders [--check FILE.so]", false, QT_TRANSLATE_NOOP("CommandLine", "lists the video formats")},
+    {"modules", "tov modules", false,
+     QT_TRANSLATE_NOOP("CommandLine", "lists modules, plug-ins, and what could not be loaded")},
 };
-
-#undef TOV_HELP
 
 } // namespace
 

@@ -23,57 +23,13 @@
         <source>%1: the value of &quot;%2&quot; cannot be used</source>
         <translation>%1: Der Wert von „%2“ ist nicht verwendbar</translation>
     </message>
+    <message>
+        <source>%1: the argument &quot;%2&quot; is missing</source>
+        <translation>%1: Das Argument „%2“ fehlt</translation>
+    </message>
 </context>
 <context>
     <name>CommandLine</name>
-    <message>
-        <source>file to write; its ending chooses the format</source>
-        <translation>zu schreibende Datei; ihre Endung bestimmt das Format</translation>
-    </message>
-    <message>
-        <source>width of the picture in pixels (default 10000); the height follows from --panel</source>
-        <translation>Breite des Bildes in Pixeln (Vorgabe 10000); die Höhe folgt aus --panel</translation>
-    </message>
-    <message>
-        <source>size of the video in pixels (default: that of --panel); made even</source>
-        <translation>Größe des Videos in Pixeln (Vorgabe: die von --panel); wird gerade gemacht</translation>
-    </message>
-    <message>
-        <source>turn the camera once about the scene in N positions, a frame each</source>
-        <translation>die Kamera in N Stellungen einmal um die Szene führen, je ein Bild</translation>
-    </message>
-    <message>
-        <source>step along a trajectory (csv, tum, txt, json), a frame a position</source>
-        <translation>eine Trajektorie abfahren (csv, tum, txt, json), ein Bild je Stellung</translation>
-    </message>
-    <message>
-        <source>record freely for so long, at a pace of its own</source>
-        <translation>so lange frei aufnehmen, im eigenen Takt</translation>
-    </message>
-    <message>
-        <source>frames a second of the video (default: the setting, 25)</source>
-        <translation>Bilder je Sekunde im Video (Vorgabe: die Einstellung, 25)</translation>
-    </message>
-    <message>
-        <source>bit rate in kbit/s, at least 100 (default: the setting, 1200)</source>
-        <translation>Bitrate in kbit/s, mindestens 100 (Vorgabe: die Einstellung, 1200)</translation>
-    </message>
-    <message>
-        <source>a command text to run; may be given several times, in order</source>
-        <translation>ein auszuführender Befehl; mehrfach möglich, der Reihe nach</translation>
-    </message>
-    <message>
-        <source>size of the view (default 1280x720)</source>
-        <translation>Größe der Ansicht (Vorgabe 1280x720)</translation>
-    </message>
-    <message>
-        <source>front, back, left, right, top, bottom or iso (default front)</source>
-        <translation>front, back, left, right, top, bottom oder iso (Vorgabe front)</translation>
-    </message>
-    <message>
-        <source>background colour (pictures keep it under alpha 0)</source>
-        <translation>Hintergrundfarbe (Bilder behalten sie unter Alpha 0)</translation>
-    </message>
     <message>
         <source>scene to eye, 16 numbers row by row, instead of --view</source>
         <translation>Szene nach Auge, 16 Zahlen zeilenweise, statt --view</translation>
@@ -83,28 +39,12 @@
         <translation>Einstellungsdatei anstelle der eigenen des Benutzers</translation>
     </message>
     <message>
-        <source>say nothing but errors</source>
-        <translation>nur Fehler melden</translation>
-    </message>
-    <message>
-        <source>show the whole log, what draws among it</source>
-        <translation>das ganze Protokoll zeigen, auch womit gezeichnet wird</translation>
-    </message>
-    <message>
         <source>show this help</source>
         <translation>diese Hilfe zeigen</translation>
     </message>
     <message>
         <source>show the version</source>
         <translation>die Version zeigen</translation>
-    </message>
-    <message>
-        <source>makes a picture of models</source>
-        <translation>macht ein Bild von Modellen</translation>
-    </message>
-    <message>
-        <source>makes a video of models</source>
-        <translation>macht ein Video von Modellen</translation>
     </message>
     <message>
         <source>runs command texts, e.g. grabimage filename=&quot;a.png&quot; width=4000</source>
@@ -119,24 +59,256 @@
         <translation>listet die Videoformate</translation>
     </message>
     <message>
-        <source>lists the modules, their plug-ins, and what could not be loaded</source>
-        <translation>listet die Module, ihre Plug-ins und was nicht geladen werden konnte</translation>
-    </message>
-    <message>
         <source>there is no display for a window; tov image, video and run work without one (tov --help)</source>
         <translation>es gibt keine Anzeige für ein Fenster; tov image, video und run kommen ohne aus (tov --help)</translation>
     </message>
     <message>
-        <source>try an encoder plug-in apart from the program and report</source>
-        <translation>ein Kodierer-Plug-in getrennt vom Programm prüfen und berichten</translation>
+        <source>Output</source>
+        <translation>Ausgabe</translation>
     </message>
     <message>
-        <source>start without modules and plug-ins that are not part of the program</source>
-        <translation>ohne Module und Plug-ins starten, die nicht zum Programm gehören</translation>
+        <source>View</source>
+        <translation>Ansicht</translation>
     </message>
     <message>
-        <source>smooth edges: samples a pixel, 0 (off) to 16, as far as the driver goes (default: the setting, 0)</source>
-        <translation>glatte Kanten: Abtastungen je Pixel, 0 (aus) bis 16, soweit der Treiber reicht (Vorgabe: die Einstellung, 0)</translation>
+        <source>Look</source>
+        <translation>Darstellung</translation>
+    </message>
+    <message>
+        <source>Size</source>
+        <translation>Größe</translation>
+    </message>
+    <message>
+        <source>Picture</source>
+        <translation>Bild</translation>
+    </message>
+    <message>
+        <source>Motion (one of the first five)</source>
+        <translation>Bewegung (eine der ersten fünf)</translation>
+    </message>
+    <message>
+        <source>Video</source>
+        <translation>Video</translation>
+    </message>
+    <message>
+        <source>Many results</source>
+        <translation>Viele Ergebnisse</translation>
+    </message>
+    <message>
+        <source>Commands</source>
+        <translation>Befehle</translation>
+    </message>
+    <message>
+        <source>General</source>
+        <translation>Allgemein</translation>
+    </message>
+    <message>
+        <source>file to write; its ending is the format; - = standard output</source>
+        <translation>Zieldatei; die Endung bestimmt das Format; - = Standardausgabe</translation>
+    </message>
+    <message>
+        <source>format for -o -, e.g. png, mkv</source>
+        <translation>Format für -o -, z. B. png, mkv</translation>
+    </message>
+    <message>
+        <source>fail if the output exists already</source>
+        <translation>abbrechen, wenn die Zieldatei schon existiert</translation>
+    </message>
+    <message>
+        <source>skip results that exist already</source>
+        <translation>vorhandene Ergebnisse überspringen</translation>
+    </message>
+    <message>
+        <source>front back left right top bottom iso (default front)</source>
+        <translation>front back left right top bottom iso (Vorgabe front)</translation>
+    </message>
+    <message>
+        <source>a camera of the model file</source>
+        <translation>eine Kamera der Modelldatei</translation>
+    </message>
+    <message>
+        <source>turn the view to the right</source>
+        <translation>Ansicht nach rechts drehen</translation>
+    </message>
+    <message>
+        <source>turn the view upwards</source>
+        <translation>Ansicht nach oben drehen</translation>
+    </message>
+    <message>
+        <source>turn the camera clockwise</source>
+        <translation>Kamera im Uhrzeigersinn rollen</translation>
+    </message>
+    <message>
+        <source>above 1 = closer</source>
+        <translation>über 1 = näher</translation>
+    </message>
+    <message>
+        <source>position of the camera</source>
+        <translation>Position der Kamera</translation>
+    </message>
+    <message>
+        <source>point that the camera looks at</source>
+        <translation>Punkt, auf den die Kamera blickt</translation>
+    </message>
+    <message>
+        <source>upward direction of the camera</source>
+        <translation>Aufwärtsrichtung der Kamera</translation>
+    </message>
+    <message>
+        <source>vertical field of view, 1 to 150</source>
+        <translation>vertikaler Bildwinkel, 1 bis 150</translation>
+    </message>
+    <message>
+        <source>parallel projection</source>
+        <translation>Parallelprojektion</translation>
+    </message>
+    <message>
+        <source>the view stored in a picture that tov made</source>
+        <translation>die Ansicht, die in einem Bild von tov gespeichert ist</translation>
+    </message>
+    <message>
+        <source>upward axis of the model: +X -X +Y -Y +Z -Z auto</source>
+        <translation>Aufwärtsachse des Modells: +X -X +Y -Y +Z -Z auto</translation>
+    </message>
+    <message>
+        <source>studio headlight none FILE.hdr (default studio)</source>
+        <translation>studio headlight none DATEI.hdr (Vorgabe studio)</translation>
+    </message>
+    <message>
+        <source>surface edges wireframe points (default surface)</source>
+        <translation>surface edges wireframe points (Vorgabe surface)</translation>
+    </message>
+    <message>
+        <source>transparent, a colour, or &apos;TOP..BOTTOM&apos; (default: transparent where the format allows)</source>
+        <translation>transparent, eine Farbe oder &apos;OBEN..UNTEN&apos; (Vorgabe: transparent, wenn das Format es zulässt)</translation>
+    </message>
+    <message>
+        <source>samples per pixel, 0 to 8 (default 4)</source>
+        <translation>Abtastungen pro Pixel, 0 bis 8 (Vorgabe 4)</translation>
+    </message>
+    <message>
+        <source>pixels (default 1920x1080 for pictures, 1280x720 for videos)</source>
+        <translation>Pixel (Vorgabe: Bilder 1920x1080, Videos 1280x720)</translation>
+    </message>
+    <message>
+        <source>width in pixels; the height follows from --panel</source>
+        <translation>Breite in Pixeln; die Höhe ergibt sich aus --panel</translation>
+    </message>
+    <message>
+        <source>shape of the view with --width or run (1280x720)</source>
+        <translation>Seitenverhältnis der Ansicht bei --width oder run (1280x720)</translation>
+    </message>
+    <message>
+        <source>resolution stored in the picture, dots per inch</source>
+        <translation>im Bild gespeicherte Auflösung, Punkte pro Zoll</translation>
+    </message>
+    <message>
+        <source>of JPEG and WEBP (default 90)</source>
+        <translation>von JPEG und WEBP (Vorgabe 90)</translation>
+    </message>
+    <message>
+        <source>turn the camera once around the model, N frames per turn</source>
+        <translation>Kamera einmal um das Modell drehen, N Bilder pro Umdrehung</translation>
+    </message>
+    <message>
+        <source>follow a trajectory (csv tum txt json)</source>
+        <translation>einer Trajektorie folgen (csv tum txt json)</translation>
+    </message>
+    <message>
+        <source>play an animation of the model file (default: the first)</source>
+        <translation>eine Animation der Modelldatei abspielen (Vorgabe: die erste)</translation>
+    </message>
+    <message>
+        <source>follow a camera path (json)</source>
+        <translation>einem Kamerapfad folgen (json)</translation>
+    </message>
+    <message>
+        <source>record without a motion, in real time</source>
+        <translation>ohne Bewegung in Echtzeit aufnehmen</translation>
+    </message>
+    <message>
+        <source>length of the video, exactly</source>
+        <translation>genaue Länge des Videos</translation>
+    </message>
+    <message>
+        <source>turns of the turntable (default 1)</source>
+        <translation>Umdrehungen des Drehtellers (Vorgabe 1)</translation>
+    </message>
+    <message>
+        <source>of the turntable: up x y z or X,Y,Z (default up)</source>
+        <translation>des Drehtellers: up x y z oder X,Y,Z (Vorgabe up)</translation>
+    </message>
+    <message>
+        <source>start and end the turntable slowly</source>
+        <translation>den Drehteller langsam anfahren und abbremsen</translation>
+    </message>
+    <message>
+        <source>one frame per position of the trajectory, whatever its times</source>
+        <translation>ein Bild pro Position der Trajektorie, unabhängig von ihren Zeiten</translation>
+    </message>
+    <message>
+        <source>frames per second (default: the setting, 25)</source>
+        <translation>Bilder pro Sekunde (Vorgabe: die Einstellung, 25)</translation>
+    </message>
+    <message>
+        <source>kbit/s, 100 to 2000000 (default: 0.1 bit per pixel, at least the setting)</source>
+        <translation>kbit/s, 100 bis 2000000 (Vorgabe: 0,1 Bit pro Pixel, mindestens die Einstellung)</translation>
+    </message>
+    <message>
+        <source>one result per model, instead of all models in one scene</source>
+        <translation>ein Ergebnis pro Modell statt alle Modelle in einer Szene</translation>
+    </message>
+    <message>
+        <source>a file with the arguments of one result per line; - = standard input</source>
+        <translation>eine Datei mit den Argumenten je eines Ergebnisses pro Zeile; - = Standardeingabe</translation>
+    </message>
+    <message>
+        <source>memory limit, e.g. 800M or 2G</source>
+        <translation>Speichergrenze, z. B. 800M oder 2G</translation>
+    </message>
+    <message>
+        <source>command text to run; may be repeated</source>
+        <translation>auszuführender Befehlstext; mehrfach möglich</translation>
+    </message>
+    <message>
+        <source>test an encoder plug-in and report</source>
+        <translation>ein Encoder-Plugin testen</translation>
+    </message>
+    <message>
+        <source>load only modules and plug-ins that are part of the program</source>
+        <translation>nur Module und Plugins laden, die zum Programm gehören</translation>
+    </message>
+    <message>
+        <source>treat warnings as errors; stop at the first failure</source>
+        <translation>Warnungen als Fehler behandeln; beim ersten Fehler abbrechen</translation>
+    </message>
+    <message>
+        <source>report on standard output, one JSON object per line</source>
+        <translation>auf der Standardausgabe berichten, ein JSON-Objekt pro Zeile</translation>
+    </message>
+    <message>
+        <source>print errors only</source>
+        <translation>nur Fehler ausgeben</translation>
+    </message>
+    <message>
+        <source>print the full log, including the renderer</source>
+        <translation>das vollständige Protokoll mit dem Renderer ausgeben</translation>
+    </message>
+    <message>
+        <source>makes pictures of models</source>
+        <translation>erzeugt Bilder von Modellen</translation>
+    </message>
+    <message>
+        <source>makes videos of models</source>
+        <translation>erzeugt Videos von Modellen</translation>
+    </message>
+    <message>
+        <source>shows what model files contain</source>
+        <translation>zeigt den Inhalt von Modelldateien</translation>
+    </message>
+    <message>
+        <source>lists modules, plug-ins, and what could not be loaded</source>
+        <translation>listet Module und Plugins auf und was nicht geladen werden konnte</translation>
     </message>
 </context>
 <context>
@@ -150,20 +322,20 @@
         <translation>das Anführungszeichen in Spalte %1 wird nicht geschlossen</translation>
     </message>
     <message>
-        <source>there is a NUL character at column %1</source>
-        <translation>in Spalte %1 steht ein NUL-Zeichen</translation>
-    </message>
-    <message>
-        <source>&quot;%1&quot; stands where a command&apos;s name is expected</source>
-        <translation>„%1“ steht, wo der Name eines Befehls erwartet wird</translation>
-    </message>
-    <message>
         <source>&quot;%1&quot; has no name before &quot;=&quot;</source>
         <translation>„%1“ hat keinen Namen vor „=“</translation>
     </message>
     <message>
-        <source>&quot;%1&quot; stands after a named argument; arguments by position come first</source>
-        <translation>„%1“ steht hinter einem benannten Argument; Argumente nach Position kommen zuerst</translation>
+        <source>NUL character at column %1</source>
+        <translation>NUL-Zeichen in Spalte %1</translation>
+    </message>
+    <message>
+        <source>expected a command name, got &quot;%1&quot;</source>
+        <translation>Befehlsname erwartet, „%1“ gefunden</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; follows a named argument; positional arguments come first</source>
+        <translation>„%1“ folgt auf ein benanntes Argument; Argumente ohne Namen stehen zuerst</translation>
     </message>
 </context>
 <context>
@@ -226,17 +398,6 @@
     <message>
         <source>The ending of the name says the format, for instance %1.</source>
         <translation>Die Endung des Namens bestimmt das Format, zum Beispiel %1.</translation>
-    </message>
-</context>
-<context>
-    <name>ProgressLine</name>
-    <message>
-        <source>  %1 s left</source>
-        <translation>  noch %1 s</translation>
-    </message>
-    <message>
-        <source>  %1 s</source>
-        <translation>  %1 s</translation>
     </message>
 </context>
 <context>
@@ -385,6 +546,34 @@
         <source>There is no thread to record video &apos;%1&apos; with</source>
         <translation>Es gibt keinen Thread, um das Video „%1“ aufzunehmen</translation>
     </message>
+    <message>
+        <source>cannot read &apos;%1&apos;</source>
+        <translation>„%1“ kann nicht gelesen werden</translation>
+    </message>
+    <message>
+        <source>&apos;%1&apos; is larger than %2 MB</source>
+        <translation>„%1“ ist größer als %2 MB</translation>
+    </message>
+    <message>
+        <source>&apos;%1&apos; is not a Radiance picture</source>
+        <translation>„%1“ ist kein Radiance-Bild</translation>
+    </message>
+    <message>
+        <source>&apos;%1&apos; is %2 x %3 pixels, which is out of range</source>
+        <translation>„%1“ hat %2 x %3 Pixel; das liegt außerhalb des zulässigen Bereichs</translation>
+    </message>
+    <message>
+        <source>&apos;%1&apos; is cut off</source>
+        <translation>„%1“ ist abgeschnitten</translation>
+    </message>
+    <message>
+        <source>&apos;%1&apos; is damaged</source>
+        <translation>„%1“ ist beschädigt</translation>
+    </message>
+    <message>
+        <source>not enough memory</source>
+        <translation>nicht genug Speicher</translation>
+    </message>
 </context>
 <context>
     <name>StandardViews</name>
@@ -418,11 +607,38 @@
     </message>
 </context>
 <context>
-    <name>tov::app</name>
+    <name>VideoExport</name>
     <message>
-        <source>%1 (see tov --help)</source>
-        <translation>%1 (siehe tov --help)</translation>
+        <source>no trajectory is open</source>
+        <translation>keine Trajektorie geöffnet</translation>
     </message>
+    <message>
+        <source>MP4, small</source>
+        <translation>MP4, klein</translation>
+    </message>
+    <message>
+        <source>MP4, high quality</source>
+        <translation>MP4, hohe Qualität</translation>
+    </message>
+    <message>
+        <source>WebM, transparent</source>
+        <translation>WebM, transparent</translation>
+    </message>
+    <message>
+        <source>ProRes 4444, transparent</source>
+        <translation>ProRes 4444, transparent</translation>
+    </message>
+    <message>
+        <source>Lossless</source>
+        <translation>Verlustfrei</translation>
+    </message>
+    <message>
+        <source>GIF</source>
+        <translation>GIF</translation>
+    </message>
+</context>
+<context>
+    <name>tov::app</name>
     <message>
         <source>%1 (see tov %2 --help)</source>
         <translation>%1 (siehe tov %2 --help)</translation>
@@ -430,10 +646,6 @@
     <message>
         <source>there is no option %1</source>
         <translation>es gibt keine Option %1</translation>
-    </message>
-    <message>
-        <source>the option %1 needs a verb, before everything else</source>
-        <translation>die Option %1 braucht ein Verb, vor allem anderen</translation>
     </message>
     <message>
         <source>%1 has no option %2</source>
@@ -456,52 +668,8 @@
         <translation>öffnet das Fenster</translation>
     </message>
     <message>
-        <source>Everywhere:</source>
-        <translation>Überall:</translation>
-    </message>
-    <message>
-        <source>tov VERB --help tells more. Exit status: 0 done, 1 failed, 2 wrong usage, 130 stopped by Ctrl-C.</source>
-        <translation>tov VERB --help sagt mehr. Rückgabewert: 0 fertig, 1 gescheitert, 2 falscher Aufruf, 130 mit Strg-C beendet.</translation>
-    </message>
-    <message>
-        <source> (see tov image --help)</source>
-        <translation> (siehe tov image --help)</translation>
-    </message>
-    <message>
         <source>image needs a model</source>
         <translation>image braucht ein Modell</translation>
-    </message>
-    <message>
-        <source>image needs an output file: -o OUT</source>
-        <translation>image braucht eine Ausgabedatei: -o OUT</translation>
-    </message>
-    <message>
-        <source>--width: &quot;%1&quot; is no whole number of pixels</source>
-        <translation>--width: „%1“ ist keine ganze Zahl von Pixeln</translation>
-    </message>
-    <message>
-        <source>%1 pixels wide needs %2 MiB of memory, %3 are free; make the picture smaller</source>
-        <translation>%1 Pixel Breite brauchen %2 MiB Speicher, %3 sind frei; bitte ein kleineres Bild wählen</translation>
-    </message>
-    <message>
-        <source>%1 was not written</source>
-        <translation>%1 wurde nicht geschrieben</translation>
-    </message>
-    <message>
-        <source>%1 is incomplete; is the disk full?</source>
-        <translation>%1 ist unvollständig; ist der Datenträger voll?</translation>
-    </message>
-    <message>
-        <source>%1 was not made</source>
-        <translation>%1 wurde nicht gemacht</translation>
-    </message>
-    <message>
-        <source>%1: %2 x %3 pixels, %4 kB</source>
-        <translation>%1: %2 x %3 Pixel, %4 kB</translation>
-    </message>
-    <message>
-        <source> (see tov run --help)</source>
-        <translation> (siehe tov run --help)</translation>
     </message>
     <message>
         <source>run needs a script, or -c TEXT</source>
@@ -528,18 +696,6 @@
         <translation>  [Vorgabe %1]</translation>
     </message>
     <message>
-        <source>no video encoder is loaded; tov modules tells more</source>
-        <translation>kein Videokodierer ist geladen; tov modules sagt mehr</translation>
-    </message>
-    <message>
-        <source>Drawing with: %1</source>
-        <translation>Gezeichnet wird mit: %1</translation>
-    </message>
-    <message>
-        <source>nothing, OpenGL cannot be used</source>
-        <translation>nichts, OpenGL ist nicht verwendbar</translation>
-    </message>
-    <message>
         <source>Problem: %1</source>
         <translation>Problem: %1</translation>
     </message>
@@ -552,100 +708,12 @@
         <translation>%1 nimmt keine Datei</translation>
     </message>
     <message>
-        <source>no video encoder is loaded, so no video can be written; tov modules tells more</source>
-        <translation>kein Videokodierer ist geladen, also kann kein Video geschrieben werden; tov modules sagt mehr</translation>
-    </message>
-    <message>
-        <source>%1: everything after the first dot is the format, and there is none named &quot;%2&quot;; leave out the other dots, e.g. %3</source>
-        <translation>%1: Alles nach dem ersten Punkt ist das Format, und „%2“ gibt es nicht; bitte die übrigen Punkte weglassen, z. B. %3</translation>
-    </message>
-    <message>
-        <source>%1 has no ending that says the format; known are %2</source>
-        <translation>%1 hat keine Endung, die das Format nennt; bekannt sind %2</translation>
-    </message>
-    <message>
-        <source>no video format &quot;%1&quot; is known; known are %2</source>
-        <translation>das Videoformat „%1“ ist nicht bekannt; bekannt sind %2</translation>
-    </message>
-    <message>
-        <source> (see tov video --help)</source>
-        <translation> (siehe tov video --help)</translation>
-    </message>
-    <message>
         <source>video needs a model</source>
         <translation>video braucht ein Modell</translation>
     </message>
     <message>
-        <source>video needs an output file: -o OUT</source>
-        <translation>video braucht eine Ausgabedatei: -o OUT</translation>
-    </message>
-    <message>
-        <source>--size: &quot;%1&quot; is no size; write it like 1280x720</source>
-        <translation>--size: „%1“ ist keine Größe; Schreibweise wie 1280x720</translation>
-    </message>
-    <message>
-        <source>video needs one of --turntable, --trajectory and --duration</source>
-        <translation>video braucht eines von --turntable, --trajectory und --duration</translation>
-    </message>
-    <message>
-        <source>--duration: &quot;%1&quot; is no number of seconds</source>
-        <translation>--duration: „%1“ ist keine Zahl von Sekunden</translation>
-    </message>
-    <message>
-        <source>--%1: &quot;%2&quot; is no number from 1 on</source>
-        <translation>--%1: „%2“ ist keine Zahl ab 1</translation>
-    </message>
-    <message>
-        <source>a video is at least 16 x 16 pixels</source>
-        <translation>ein Video hat mindestens 16 x 16 Pixel</translation>
-    </message>
-    <message>
-        <source>%1 x %2 pixels are more than can be drawn here (%3 each way)</source>
-        <translation>%1 x %2 Pixel sind mehr, als hier gezeichnet werden kann (%3 je Richtung)</translation>
-    </message>
-    <message>
-        <source>Note: %1 frames take %2 MB before they are encoded, %3 has %4 MB free; if encoding falls far behind, the recording may lose frames.</source>
-        <translation>Hinweis: %1 Bilder brauchen vor dem Kodieren %2 MB, %3 hat %4 MB frei; fällt das Kodieren weit zurück, können Bilder verloren gehen.</translation>
-    </message>
-    <message>
-        <source>%1 cannot be read back</source>
-        <translation>%1 lässt sich nicht zurücklesen</translation>
-    </message>
-    <message>
-        <source>%1 holds %2 frames instead of %3</source>
-        <translation>%1 enthält %2 Bilder statt %3</translation>
-    </message>
-    <message>
-        <source>, %1 frames</source>
-        <translation>, %1 Bilder</translation>
-    </message>
-    <message>
-        <source>Note: %1 frames a second were recorded, the video plays %2; it runs %3 times as fast as life.</source>
-        <translation>Hinweis: %1 Bilder je Sekunde wurden aufgenommen, das Video spielt %2 ab; es läuft %3-mal so schnell wie in Wirklichkeit.</translation>
-    </message>
-    <message>
-        <source>--panel: &quot;%1&quot; is no size; write it like 1280x720</source>
-        <translation>--panel: „%1“ ist keine Größe; Schreibweise wie 1280x720</translation>
-    </message>
-    <message>
-        <source>--view: there is no view &quot;%1&quot;; there are front, back, left, right, top, bottom, iso</source>
-        <translation>--view: Die Ansicht „%1“ gibt es nicht; es gibt front, back, left, right, top, bottom, iso</translation>
-    </message>
-    <message>
-        <source>--background: &quot;%1&quot; is no colour; write it like &apos;#204060&apos;</source>
-        <translation>--background: „%1“ ist keine Farbe; Schreibweise wie &apos;#204060&apos;</translation>
-    </message>
-    <message>
-        <source>--transform: 16 numbers are needed, row by row, in one argument</source>
-        <translation>--transform: 16 Zahlen werden gebraucht, zeilenweise, in einem Argument</translation>
-    </message>
-    <message>
         <source>%1 is a folder; name a file</source>
         <translation>%1 ist ein Ordner; bitte eine Datei nennen</translation>
-    </message>
-    <message>
-        <source>%1 is no ordinary file</source>
-        <translation>%1 ist keine gewöhnliche Datei</translation>
     </message>
     <message>
         <source>%1 cannot be written: there is no folder %2</source>
@@ -654,22 +722,6 @@
     <message>
         <source>%1 cannot be written: permission denied</source>
         <translation>%1 kann nicht geschrieben werden: keine Berechtigung</translation>
-    </message>
-    <message>
-        <source>%1 cannot be started: %2</source>
-        <translation>%1 kann nicht gestartet werden: %2</translation>
-    </message>
-    <message>
-        <source>--turntable: &quot;%1&quot; is no number of positions (1 or more)</source>
-        <translation>--turntable: „%1“ ist keine Zahl von Stellungen (ab 1)</translation>
-    </message>
-    <message>
-        <source>Note: a gif plays at most %1 frames a second; frames were left out, so that it runs at its own speed.</source>
-        <translation>Hinweis: Ein GIF zeigt höchstens %1 Bilder je Sekunde; Bilder wurden ausgelassen, damit es in seinem Tempo läuft.</translation>
-    </message>
-    <message>
-        <source>Note: the start before crashed; --safe-mode leaves out what is not part of the program.</source>
-        <translation>Hinweis: Der vorige Start ist abgestürzt; --safe-mode lässt weg, was nicht zum Programm gehört.</translation>
     </message>
     <message>
         <source>it crashed when it was tried (%1); it is tried again when the file changes</source>
@@ -696,39 +748,481 @@
         <translation>die Anzeige ist weg (X-Server); was bisher geschrieben wurde, bleibt erhalten</translation>
     </message>
     <message>
-        <source>Note: %1 cannot be written; the settings hold for this call only.</source>
-        <translation>Hinweis: %1 ist nicht beschreibbar; die Einstellungen gelten nur für diesen Aufruf.</translation>
-    </message>
-    <message>
-        <source>%1 was not written: width and height are pixels, 0 for those of the view; %2 is below</source>
-        <translation>%1 wurde nicht geschrieben: Breite und Höhe sind Pixel, 0 für die der Ansicht; %2 liegt darunter</translation>
-    </message>
-    <message>
         <source>Recording freely; Ctrl-C ends it and keeps what was captured.</source>
         <translation>Freie Aufnahme; Strg-C beendet sie und behält, was aufgenommen ist.</translation>
     </message>
     <message>
-        <source>--samples: &quot;%1&quot; is no number from 0 to %2</source>
-        <translation>--samples: „%1“ ist keine Zahl von 0 bis %2</translation>
+        <source>cannot read &apos;%1&apos;: %2</source>
+        <translation>„%1“ kann nicht gelesen werden: %2</translation>
+    </message>
+    <message>
+        <source>it is larger than 64 MiB</source>
+        <translation>sie ist größer als 64 MiB</translation>
+    </message>
+    <message>
+        <source>%1, line %2</source>
+        <translation>%1, Zeile %2</translation>
+    </message>
+    <message>
+        <source>a quote is not closed</source>
+        <translation>ein Anführungszeichen ist nicht geschlossen</translation>
+    </message>
+    <message>
+        <source>&apos;%1&apos; is the output of an earlier line</source>
+        <translation>„%1“ ist bereits die Ausgabe einer früheren Zeile</translation>
+    </message>
+    <message>
+        <source>%1 cannot hold %2 x %3 pixels: its limit is %4 each way; use %5 or a smaller size</source>
+        <translation>%1 kann keine %2 x %3 Pixel speichern: Die Grenze ist %4 je Richtung; %5 oder eine kleinere Größe verwenden</translation>
+    </message>
+    <message>
+        <source>a picture can be at most %1 pixels wide</source>
+        <translation>ein Bild kann höchstens %1 Pixel breit sein</translation>
+    </message>
+    <message>
+        <source>%1 cannot hold %2 x %3 pixels: its limit is 4 GiB; use png or a smaller size</source>
+        <translation>%1 kann keine %2 x %3 Pixel speichern: Die Grenze ist 4 GiB; png oder eine kleinere Größe verwenden</translation>
+    </message>
+    <message>
+        <source>a picture of %1 x %2 pixels needs %3 MB of memory and %4 MB are free; make it smaller%5</source>
+        <translation>ein Bild mit %1 x %2 Pixeln braucht %3 MB Speicher, frei sind %4 MB; eine kleinere Größe wählen%5</translation>
+    </message>
+    <message>
+        <source> or raise --max-memory</source>
+        <translation> oder --max-memory erhöhen</translation>
+    </message>
+    <message>
+        <source>a video of %1 x %2 pixels cannot be drawn here: the limit is %3 each way; use a smaller --size</source>
+        <translation>ein Video mit %1 x %2 Pixeln kann hier nicht gezeichnet werden: Die Grenze ist %3 je Richtung; --size verkleinern</translation>
+    </message>
+    <message>
+        <source>%1 x %2 pixels are more than H.264 allows (8192 x 4352); use a smaller --size or a .frames file</source>
+        <translation>%1 x %2 Pixel sind mehr, als H.264 erlaubt (8192 x 4352); --size verkleinern oder eine .frames-Datei verwenden</translation>
+    </message>
+    <message>
+        <source>%1 x %2 pixels are more than HEVC allows (8192 x 4352); use a smaller --size or a .frames file</source>
+        <translation>%1 x %2 Pixel sind mehr, als HEVC erlaubt (8192 x 4352); --size verkleinern oder eine .frames-Datei verwenden</translation>
+    </message>
+    <message>
+        <source>a gif plays at most 100 frames per second (got --fps %1)</source>
+        <translation>ein GIF zeigt höchstens 100 Bilder pro Sekunde (angegeben: --fps %1)</translation>
+    </message>
+    <message>
+        <source>&apos;%1&apos; has no ending that names a picture format; known formats: %2</source>
+        <translation>„%1“ hat keine Endung eines Bildformats; bekannte Formate: %2</translation>
+    </message>
+    <message>
+        <source>unknown picture format &apos;%1&apos;; known formats: %2</source>
+        <translation>unbekanntes Bildformat „%1“; bekannte Formate: %2</translation>
+    </message>
+    <message>
+        <source>&apos;%1&apos; exists already</source>
+        <translation>„%1“ existiert bereits</translation>
+    </message>
+    <message>
+        <source>%1 has no transparency; use png, tiff or webp, or a --background colour</source>
+        <translation>%1 kennt keine Transparenz; png, tiff oder webp verwenden oder mit --background eine Farbe angeben</translation>
+    </message>
+    <message>
+        <source>there is no memory for a picture of %1 x %2 pixels</source>
+        <translation>der Speicher reicht nicht für ein Bild mit %1 x %2 Pixeln</translation>
+    </message>
+    <message>
+        <source>there is no command grabimage; see tov modules</source>
+        <translation>der Befehl grabimage fehlt; siehe tov modules</translation>
+    </message>
+    <message>
+        <source>cannot make &apos;%1&apos;: %2</source>
+        <translation>„%1“ kann nicht erzeugt werden: %2</translation>
+    </message>
+    <message>
+        <source>%1 exists already</source>
+        <translation>%1 existiert bereits</translation>
+    </message>
+    <message>
+        <source>info needs a model</source>
+        <translation>info braucht ein Modell</translation>
+    </message>
+    <message>
+        <source>%1 (see %2)</source>
+        <translation>%1 (siehe %2)</translation>
+    </message>
+    <message>
+        <source>cannot start &apos;%1&apos;: %2</source>
+        <translation>„%1“ kann nicht gestartet werden: %2</translation>
+    </message>
+    <message>
+        <source>no video encoder is loaded; see tov modules</source>
+        <translation>kein Video-Encoder geladen; siehe tov modules</translation>
+    </message>
+    <message>
+        <source>Renderer: %1</source>
+        <translation>Renderer: %1</translation>
+    </message>
+    <message>
+        <source>none, OpenGL cannot be used</source>
+        <translation>keiner, OpenGL ist nicht verfügbar</translation>
+    </message>
+    <message>
+        <source>%1 (%2 s)</source>
+        <translation>%1 (%2 s)</translation>
+    </message>
+    <message>
+        <source>parts</source>
+        <translation>Teile</translation>
+    </message>
+    <message>
+        <source>triangles</source>
+        <translation>Dreiecke</translation>
+    </message>
+    <message>
+        <source>lines</source>
+        <translation>Linien</translation>
+    </message>
+    <message>
+        <source>points</source>
+        <translation>Punkte</translation>
+    </message>
+    <message>
+        <source>vertices</source>
+        <translation>Eckpunkte</translation>
+    </message>
+    <message>
+        <source>size</source>
+        <translation>Größe</translation>
+    </message>
+    <message>
+        <source>materials</source>
+        <translation>Materialien</translation>
+    </message>
+    <message>
+        <source>textures</source>
+        <translation>Texturen</translation>
+    </message>
+    <message>
+        <source>cameras</source>
+        <translation>Kameras</translation>
+    </message>
+    <message>
+        <source>animations</source>
+        <translation>Animationen</translation>
+    </message>
+    <message>
+        <source>lights</source>
+        <translation>Lichter</translation>
+    </message>
+    <message>
+        <source>skins</source>
+        <translation>Skins</translation>
+    </message>
+    <message>
+        <source>warning</source>
+        <translation>Warnung</translation>
+    </message>
+    <message>
+        <source>the option %1 needs a verb before it</source>
+        <translation>vor der Option %1 muss ein Verb stehen</translation>
+    </message>
+    <message>
+        <source>tov VERB --help lists all options of a verb. Exit status: 0 done, 1 failed, 2 wrong usage, 130 interrupted.</source>
+        <translation>tov VERB --help zeigt alle Optionen eines Verbs. Status: 0 fertig, 1 fehlgeschlagen, 2 falscher Aufruf, 130 abgebrochen.</translation>
+    </message>
+    <message>
+        <source>-o: there is no {%1}; there are {name}, {view} and {n}</source>
+        <translation>-o: {%1} gibt es nicht; möglich sind {name}, {view} und {n}</translation>
+    </message>
+    <message>
+        <source>two results have the name &apos;%1&apos;; use {name}, {view} or {n} in -o</source>
+        <translation>zwei Ergebnisse heißen „%1“; in -o {name}, {view} oder {n} verwenden</translation>
+    </message>
+    <message>
+        <source>&apos;%1&apos; holds no view; pictures that tov image wrote as png or jpg do</source>
+        <translation>„%1“ enthält keine Ansicht; nur Bilder, die tov image als png oder jpg geschrieben hat, enthalten eine</translation>
+    </message>
+    <message>
+        <source>cannot write &apos;%1&apos;: %2</source>
+        <translation>„%1“ kann nicht geschrieben werden: %2</translation>
+    </message>
+    <message>
+        <source>--view: there is no view &quot;%1&quot;; there are %2</source>
+        <translation>--view: Die Ansicht „%1“ gibt es nicht; möglich sind %2</translation>
+    </message>
+    <message>
+        <source>--transform needs 16 finite numbers, row by row, in one argument</source>
+        <translation>--transform braucht 16 endliche Zahlen, zeilenweise, in einem Argument</translation>
+    </message>
+    <message>
+        <source>--transform maps the scene onto a plane or a point; its determinant must not be 0</source>
+        <translation>--transform bildet die Szene auf eine Ebene oder einen Punkt ab; die Determinante darf nicht 0 sein</translation>
+    </message>
+    <message>
+        <source>--background: &quot;%1&quot; is not a colour; use e.g. white, &apos;#204060&apos;, &apos;white..skyblue&apos; or transparent</source>
+        <translation>--background: „%1“ ist keine Farbe; möglich sind z. B. white, &apos;#204060&apos;, &apos;white..skyblue&apos; oder transparent</translation>
+    </message>
+    <message>
+        <source>only one of --view, --camera, --like, --position and --transform can be given</source>
+        <translation>von --view, --camera, --like, --position und --transform ist nur eines möglich</translation>
+    </message>
+    <message>
+        <source>only one of --turntable, --trajectory, --animation, --path and --free can be given</source>
+        <translation>von --turntable, --trajectory, --animation, --path und --free ist nur eines möglich</translation>
+    </message>
+    <message>
+        <source>--free has its own length; leave out --duration</source>
+        <translation>--free legt die Länge selbst fest; --duration weglassen</translation>
+    </message>
+    <message>
+        <source>give either the frames of --turntable or --duration</source>
+        <translation>entweder die Bilder von --turntable oder --duration angeben</translation>
+    </message>
+    <message>
+        <source>--turns must not be 0</source>
+        <translation>--turns darf nicht 0 sein</translation>
+    </message>
+    <message>
+        <source>--axis must not be 0,0,0</source>
+        <translation>--axis darf nicht 0,0,0 sein</translation>
+    </message>
+    <message>
+        <source>--%1 belongs to --turntable</source>
+        <translation>--%1 gehört zu --turntable</translation>
+    </message>
+    <message>
+        <source>--every-position belongs to --trajectory without --duration</source>
+        <translation>--every-position gehört zu --trajectory ohne --duration</translation>
+    </message>
+    <message>
+        <source>--duration needs a motion; to record without one use --free SECONDS</source>
+        <translation>--duration braucht eine Bewegung; ohne Bewegung mit --free SEKUNDEN aufnehmen</translation>
+    </message>
+    <message>
+        <source>--max-memory must be an amount such as 800M or 2G (got &quot;%1&quot;)</source>
+        <translation>--max-memory muss eine Größe wie 800M oder 2G sein (angegeben: „%1“)</translation>
+    </message>
+    <message>
+        <source>-o - needs --format, e.g. --format png</source>
+        <translation>-o - braucht --format, z. B. --format png</translation>
+    </message>
+    <message>
+        <source>--format is for -o -; the ending of a file is its format</source>
+        <translation>--format gilt nur für -o -; bei Dateien bestimmt die Endung das Format</translation>
+    </message>
+    <message>
+        <source>-o - and --json both need standard output</source>
+        <translation>-o - und --json brauchen beide die Standardausgabe</translation>
+    </message>
+    <message>
+        <source>image needs an output: -o OUT</source>
+        <translation>image braucht eine Ausgabe: -o ZIEL</translation>
+    </message>
+    <message>
+        <source>give either --size or --width</source>
+        <translation>entweder --size oder --width angeben</translation>
+    </message>
+    <message>
+        <source>a picture must have at least 2 x 2 pixels (got %1 x %2)</source>
+        <translation>ein Bild muss mindestens 2 x 2 Pixel haben (angegeben: %1 x %2)</translation>
+    </message>
+    <message>
+        <source>video needs an output: -o OUT</source>
+        <translation>video braucht eine Ausgabe: -o ZIEL</translation>
+    </message>
+    <message>
+        <source>a video must have at least 16 x 16 pixels (got %1 x %2)</source>
+        <translation>ein Video muss mindestens 16 x 16 Pixel haben (angegeben: %1 x %2)</translation>
+    </message>
+    <message>
+        <source>video needs one of --turntable, --trajectory, --animation, --path and --free</source>
+        <translation>video braucht --turntable, --trajectory, --animation, --path oder --free</translation>
+    </message>
+    <message>
+        <source>%1 was not written: width and height are pixels, 0 for those of the view (got %2)</source>
+        <translation>%1 wurde nicht geschrieben: Breite und Höhe sind Pixel, 0 = wie die Ansicht (angegeben: %2)</translation>
+    </message>
+    <message>
+        <source>%1 (see tov run --help)</source>
+        <translation>%1 (siehe tov run --help)</translation>
+    </message>
+    <message>
+        <source>Note: the previous start crashed; --safe-mode loads only what is part of the program.</source>
+        <translation>Hinweis: Der letzte Start ist abgestürzt; --safe-mode lädt nur, was zum Programm gehört.</translation>
+    </message>
+    <message>
+        <source>--settings must be a file (&apos;%1&apos; is a folder)</source>
+        <translation>--settings muss eine Datei sein („%1“ ist ein Ordner)</translation>
+    </message>
+    <message>
+        <source>no video encoder is loaded, so no video can be written; see tov modules</source>
+        <translation>kein Video-Encoder geladen, daher kann kein Video geschrieben werden; siehe tov modules</translation>
+    </message>
+    <message>
+        <source>&apos;%1&apos; has no ending that names a video format; known formats: %2</source>
+        <translation>„%1“ hat keine Endung eines Videoformats; bekannte Formate: %2</translation>
+    </message>
+    <message>
+        <source>unknown video format &apos;%1&apos;; known formats: %2</source>
+        <translation>unbekanntes Videoformat „%1“; bekannte Formate: %2</translation>
+    </message>
+    <message>
+        <source>%1 frames per second were recorded, so the video plays at %2x real time</source>
+        <translation>es wurden %1 Bilder pro Sekunde aufgenommen, daher läuft das Video mit %2-facher Geschwindigkeit</translation>
+    </message>
+    <message>
+        <source>Note: a gif plays at most %1 frames per second; frames were left out to keep its speed.</source>
+        <translation>Hinweis: Ein GIF zeigt höchstens %1 Bilder pro Sekunde; Bilder wurden ausgelassen, damit die Geschwindigkeit stimmt.</translation>
+    </message>
+    <message>
+        <source>it has %1 frames instead of %2</source>
+        <translation>es hat %1 Bilder statt %2</translation>
+    </message>
+    <message>
+        <source>cannot write to standard output</source>
+        <translation>auf die Standardausgabe kann nicht geschrieben werden</translation>
+    </message>
+    <message>
+        <source>Interrupted; what was recorded is in &apos;%1&apos;.</source>
+        <translation>Abgebrochen; die bisherige Aufnahme ist in „%1“.</translation>
+    </message>
+    <message>
+        <source>; what was recorded is in &apos;%1&apos;</source>
+        <translation>; die bisherige Aufnahme ist in „%1“</translation>
+    </message>
+    <message>
+        <source>--camera: &quot;%1&quot; has no usable position</source>
+        <translation>--camera: „%1“ hat keine brauchbare Position</translation>
+    </message>
+    <message>
+        <source>--camera: the model has no cameras</source>
+        <translation>--camera: Das Modell hat keine Kameras</translation>
+    </message>
+    <message>
+        <source>--camera: there is no camera &quot;%1&quot;; there are %2</source>
+        <translation>--camera: Die Kamera „%1“ gibt es nicht; vorhanden sind %2</translation>
+    </message>
+    <message>
+        <source>the camera must not be at its target</source>
+        <translation>die Kamera darf nicht in ihrem Zielpunkt stehen</translation>
+    </message>
+    <message>
+        <source>%1 is not a regular file</source>
+        <translation>%1 ist keine gewöhnliche Datei</translation>
     </message>
 </context>
 <context>
     <name>tov::app::LibraryProbe</name>
     <message>
-        <source>left out, as --safe-mode says</source>
-        <translation>weggelassen, wie --safe-mode es verlangt</translation>
+        <source>left out by --safe-mode</source>
+        <translation>wegen --safe-mode nicht geladen</translation>
+    </message>
+</context>
+<context>
+    <name>tov::app::LibraryProbe::Trials</name>
+    <message>
+        <source>there was no time left to try it; it is tried at the next start</source>
+        <translation>die Zeit für den Test reichte nicht; er wird beim nächsten Start nachgeholt</translation>
     </message>
     <message>
         <source>it did not come back when it was tried</source>
-        <translation>beim Ausprobieren hängen geblieben</translation>
-    </message>
-    <message>
-        <source>there was no time left to try it; it is tried at the next start</source>
-        <translation>zum Ausprobieren blieb keine Zeit; wird beim nächsten Start versucht</translation>
+        <translation>antwortet beim Test nicht</translation>
     </message>
     <message>
         <source>it could not be tried, the machine is short of processes or memory; it is tried at the next start</source>
-        <translation>sie konnte nicht erprobt werden, dem Rechner fehlen Prozesse oder Speicher; sie wird beim nächsten Start erprobt</translation>
+        <translation>konnte nicht getestet werden, weil Prozesse oder Speicher knapp sind; der Test wird beim nächsten Start nachgeholt</translation>
+    </message>
+</context>
+<context>
+    <name>tov::app::OptionReader</name>
+    <message>
+        <source>--%1 must be a whole number from %2 to %3 (got &quot;%4&quot;)</source>
+        <translation>--%1 muss eine ganze Zahl von %2 bis %3 sein (angegeben: „%4“)</translation>
+    </message>
+    <message>
+        <source>--%1 must be a number from %2 to %3 (got &quot;%4&quot;)</source>
+        <translation>--%1 muss eine Zahl von %2 bis %3 sein (angegeben: „%4“)</translation>
+    </message>
+    <message>
+        <source>--%1 must be a time above 0, e.g. 5s (got &quot;%2&quot;)</source>
+        <translation>--%1 muss eine Zeit über 0 sein, z. B. 5s (angegeben: „%2“)</translation>
+    </message>
+    <message>
+        <source>--%1: there is no &quot;%2&quot;; there are %3</source>
+        <translation>--%1: „%2“ gibt es nicht; möglich sind %3</translation>
+    </message>
+    <message>
+        <source>--%1 must be three numbers, e.g. 1,0,-2.5 (got &quot;%2&quot;)</source>
+        <translation>--%1 muss aus drei Zahlen bestehen, z. B. 1,0,-2.5 (angegeben: „%2“)</translation>
+    </message>
+    <message>
+        <source>--%1 must be a size such as 1280x720, at most 65535x65535 (got &quot;%2&quot;)</source>
+        <translation>--%1 muss eine Größe wie 1280x720 sein, höchstens 65535x65535 (angegeben: „%2“)</translation>
+    </message>
+</context>
+<context>
+    <name>tov::app::ProgressLine</name>
+    <message>
+        <source>  %1 s</source>
+        <translation>  %1 s</translation>
+    </message>
+    <message>
+        <source>  %1 frames/s</source>
+        <translation>  %1 Bilder/s</translation>
+    </message>
+    <message>
+        <source>  %1 s left</source>
+        <translation>  noch %1 s</translation>
+    </message>
+</context>
+<context>
+    <name>tov::app::Reporter</name>
+    <message>
+        <source>Warning: %1</source>
+        <translation>Warnung: %1</translation>
+    </message>
+    <message>
+        <source> %1 x %2 pixels,</source>
+        <translation> %1 x %2 Pixel,</translation>
+    </message>
+    <message>
+        <source> %1 kB</source>
+        <translation> %1 kB</translation>
+    </message>
+    <message>
+        <source>, %1 frames</source>
+        <translation>, %1 Bilder</translation>
+    </message>
+</context>
+<context>
+    <name>tov::app::RunWatcher</name>
+    <message>
+        <source>%1 was not written</source>
+        <translation>%1 wurde nicht geschrieben</translation>
+    </message>
+    <message>
+        <source>%1 is incomplete; is the disk full?</source>
+        <translation>%1 ist unvollständig; ist der Datenträger voll?</translation>
+    </message>
+    <message>
+        <source>%1 cannot be read back</source>
+        <translation>%1 kann nicht geprüft werden</translation>
+    </message>
+    <message>
+        <source>%1 failed</source>
+        <translation>%1 ist fehlgeschlagen</translation>
+    </message>
+</context>
+<context>
+    <name>tov::app::SafeOutput</name>
+    <message>
+        <source>cannot write &apos;%1&apos;: &apos;%2&apos; cannot be removed</source>
+        <translation>„%1“ kann nicht geschrieben werden: „%2“ lässt sich nicht entfernen</translation>
+    </message>
+    <message>
+        <source>cannot write &apos;%1&apos;; the result is in &apos;%2&apos;</source>
+        <translation>„%1“ kann nicht geschrieben werden; das Ergebnis ist in „%2“</translation>
+    </message>
+    <message>
+        <source>cannot write &apos;%1&apos;: %2; the result is in &apos;%3&apos;</source>
+        <translation>„%1“ kann nicht geschrieben werden: %2; das Ergebnis ist in „%3“</translation>
     </message>
 </context>
 <context>
@@ -742,16 +1236,16 @@
         <translation>Lesen</translation>
     </message>
     <message>
-        <source>Note: %1 is no settings file and is left alone; settings hold for this call only.</source>
-        <translation>Hinweis: %1 ist keine Datei mit Einstellungen und bleibt, wie sie ist; Einstellungen gelten nur für diesen Aufruf.</translation>
+        <source>%1 is not a settings file and is left alone; settings are valid for this call only</source>
+        <translation>%1 ist keine Einstellungsdatei und bleibt unverändert; Einstellungen gelten nur für diesen Aufruf</translation>
     </message>
     <message>
-        <source>Note: the trajectory moves nothing: the scene has no element named &quot;carrier&quot;.</source>
-        <translation>Hinweis: Die Trajektorie bewegt nichts: Die Szene hat kein Element namens „carrier“.</translation>
+        <source>the trajectory moves nothing: the scene has no element named &quot;carrier&quot;</source>
+        <translation>die Trajektorie bewegt nichts: Die Szene hat kein Element namens „carrier“</translation>
     </message>
     <message>
-        <source>Note: the trajectory moves nothing: the scene has none of its elements, and it does not move the camera.</source>
-        <translation>Hinweis: Die Trajektorie bewegt nichts: Die Szene hat keines ihrer Elemente, und die Kamera bewegt sie auch nicht.</translation>
+        <source>the trajectory moves nothing: it neither names an element of the scene nor the camera</source>
+        <translation>die Trajektorie bewegt nichts: Sie nennt weder ein Element der Szene noch die Kamera</translation>
     </message>
 </context>
 <context>
@@ -807,98 +1301,6 @@
 <context>
     <name>tov::scene</name>
     <message>
-        <source>a face names a vertex that is not there</source>
-        <translation>eine Fläche nennt einen Eckpunkt, den es nicht gibt</translation>
-    </message>
-    <message>
-        <source>line %1: %2</source>
-        <translation>Zeile %1: %2</translation>
-    </message>
-    <message>
-        <source>a number is missing</source>
-        <translation>eine Zahl fehlt</translation>
-    </message>
-    <message>
-        <source>&quot;%1&quot; is no number</source>
-        <translation>„%1“ ist keine Zahl</translation>
-    </message>
-    <message>
-        <source>&quot;%1&quot; is no index</source>
-        <translation>„%1“ ist kein Index</translation>
-    </message>
-    <message>
-        <source>the index %1 is out of range, there are %2</source>
-        <translation>der Index %1 liegt außerhalb, es gibt %2</translation>
-    </message>
-    <message>
-        <source>a face needs three vertices</source>
-        <translation>eine Fläche braucht drei Eckpunkte</translation>
-    </message>
-    <message>
-        <source>a line needs two vertices</source>
-        <translation>eine Linie braucht zwei Eckpunkte</translation>
-    </message>
-    <message>
-        <source>&quot;%1&quot; is no statement of a Wavefront OBJ file</source>
-        <translation>„%1“ ist keine Anweisung einer Wavefront-OBJ-Datei</translation>
-    </message>
-    <message>
-        <source>the file ends inside its header</source>
-        <translation>die Datei endet in ihrem Kopf</translation>
-    </message>
-    <message>
-        <source>line %1: this is no header of a PLY file</source>
-        <translation>Zeile %1: Dies ist kein Kopf einer PLY-Datei</translation>
-    </message>
-    <message>
-        <source>the file does not begin with &quot;ply&quot;</source>
-        <translation>die Datei beginnt nicht mit „ply“</translation>
-    </message>
-    <message>
-        <source>the format &quot;%1&quot; is unknown</source>
-        <translation>das Format „%1“ ist unbekannt</translation>
-    </message>
-    <message>
-        <source>&quot;%1&quot; is no count</source>
-        <translation>„%1“ ist keine Anzahl</translation>
-    </message>
-    <message>
-        <source>this property cannot be read</source>
-        <translation>diese Eigenschaft ist nicht lesbar</translation>
-    </message>
-    <message>
-        <source>&quot;%1&quot; is no statement of a PLY header</source>
-        <translation>„%1“ ist keine Anweisung eines PLY-Kopfs</translation>
-    </message>
-    <message>
-        <source>the header names no format</source>
-        <translation>der Kopf nennt kein Format</translation>
-    </message>
-    <message>
-        <source>the header promises %1 of &quot;%2&quot;, but the file is too short for them</source>
-        <translation>der Kopf verspricht %1 von „%2“, aber dafür ist die Datei zu kurz</translation>
-    </message>
-    <message>
-        <source>there are more vertices than can be shown</source>
-        <translation>es sind mehr Eckpunkte, als gezeigt werden können</translation>
-    </message>
-    <message>
-        <source>the vertices have no x, y and z</source>
-        <translation>die Eckpunkte haben kein x, y und z</translation>
-    </message>
-    <message>
-        <source>a list promises more entries than the file holds</source>
-        <translation>eine Liste verspricht mehr Einträge, als die Datei enthält</translation>
-    </message>
-    <message>
-        <source>a face names the vertex %1, there are %2</source>
-        <translation>eine Fläche nennt den Eckpunkt %1, es gibt %2</translation>
-    </message>
-    <message>
-        <source>line %1: &quot;%2&quot; is no number</source>
-        <translation>Zeile %1: „%2“ ist keine Zahl</translation>
-    </message>
-    <message>
         <source>line %1: a facet has %2 corners instead of 3</source>
         <translation>Zeile %1: Eine Facette hat %2 Ecken statt 3</translation>
     </message>
@@ -913,18 +1315,6 @@
     <message>
         <source>the header promises %1 triangles, but the file is too short for them</source>
         <translation>der Kopf verspricht %1 Dreiecke, aber dafür ist die Datei zu kurz</translation>
-    </message>
-    <message>
-        <source>a coordinate is no finite number</source>
-        <translation>eine Koordinate ist keine endliche Zahl</translation>
-    </message>
-    <message>
-        <source>what was read of it is not whole</source>
-        <translation>was davon gelesen wurde, ist unvollständig</translation>
-    </message>
-    <message>
-        <source>it has more vertices than can be counted</source>
-        <translation>sie hat mehr Eckpunkte, als gezählt werden können</translation>
     </message>
     <message>
         <source>the part of the program that reads such files is missing (%1)</source>
@@ -943,8 +1333,20 @@
         <translation>das Lesen brauchte mehr als %1 s Rechenzeit; vielleicht ist sie beschädigt (TOV_IMPORT_SECONDS erlaubt mehr)</translation>
     </message>
     <message>
-        <source>it is damaged: reading it crashed, in a process of its own</source>
-        <translation>sie ist beschädigt: Das Lesen ist abgestürzt, in einem eigenen Prozess</translation>
+        <source>it is damaged: the importer process crashed</source>
+        <translation>sie ist beschädigt: Der Importprozess ist abgestürzt</translation>
+    </message>
+    <message>
+        <source>line %1: &quot;%2&quot; is not a number</source>
+        <translation>Zeile %1: „%2“ ist keine Zahl</translation>
+    </message>
+    <message>
+        <source>a coordinate is not a finite number</source>
+        <translation>eine Koordinate ist keine endliche Zahl</translation>
+    </message>
+    <message>
+        <source>the importer&apos;s output is incomplete</source>
+        <translation>die Ausgabe des Importprozesses ist unvollständig</translation>
     </message>
 </context>
 <context>
@@ -958,15 +1360,102 @@
         <translation>Zeile %1: Die Datei endet mitten in ihren Daten</translation>
     </message>
     <message>
-        <source>line %1: &quot;%2&quot; is no number</source>
+        <source>line %1: &quot;%2&quot; is not a number</source>
         <translation>Zeile %1: „%2“ ist keine Zahl</translation>
     </message>
 </context>
 <context>
-    <name>tov::scene::Cursor</name>
+    <name>tov::scene::ObjReader</name>
     <message>
-        <source>what was read of it is not whole</source>
-        <translation>was davon gelesen wurde, ist unvollständig</translation>
+        <source>line %1: %2</source>
+        <translation>Zeile %1: %2</translation>
+    </message>
+    <message>
+        <source>a number is missing</source>
+        <translation>eine Zahl fehlt</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; is not a number</source>
+        <translation>„%1“ ist keine Zahl</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; is not an index</source>
+        <translation>„%1“ ist kein Index</translation>
+    </message>
+    <message>
+        <source>the index %1 is out of range, there are %2</source>
+        <translation>der Index %1 ist zu groß, es gibt %2</translation>
+    </message>
+    <message>
+        <source>a face needs three vertices</source>
+        <translation>eine Fläche braucht drei Eckpunkte</translation>
+    </message>
+    <message>
+        <source>a line needs two vertices</source>
+        <translation>eine Linie braucht zwei Eckpunkte</translation>
+    </message>
+    <message>
+        <source>the material library &apos;%1&apos; (line %2) is missing</source>
+        <translation>die Materialbibliothek „%1“ (Zeile %2) fehlt</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; is not a statement of a Wavefront OBJ file</source>
+        <translation>„%1“ ist keine Anweisung einer Wavefront-OBJ-Datei</translation>
+    </message>
+</context>
+<context>
+    <name>tov::scene::PlyReader</name>
+    <message>
+        <source>line %1: %2</source>
+        <translation>Zeile %1: %2</translation>
+    </message>
+    <message>
+        <source>the file ends inside its header</source>
+        <translation>die Datei endet in ihrem Kopf</translation>
+    </message>
+    <message>
+        <source>line %1: this is not a header of a PLY file</source>
+        <translation>Zeile %1: Das ist kein Kopf einer PLY-Datei</translation>
+    </message>
+    <message>
+        <source>the format &quot;%1&quot; is unknown</source>
+        <translation>das Format „%1“ ist unbekannt</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; is not a count</source>
+        <translation>„%1“ ist keine Anzahl</translation>
+    </message>
+    <message>
+        <source>this property cannot be read</source>
+        <translation>diese Eigenschaft kann nicht gelesen werden</translation>
+    </message>
+    <message>
+        <source>the file does not begin with &quot;ply&quot;</source>
+        <translation>die Datei beginnt nicht mit „ply“</translation>
+    </message>
+    <message>
+        <source>the header names no format</source>
+        <translation>der Kopf nennt kein Format</translation>
+    </message>
+    <message>
+        <source>the header promises %1 of &quot;%2&quot;, but the file is too short for them</source>
+        <translation>laut Kopf gibt es %1 „%2“, dafür ist die Datei aber zu kurz</translation>
+    </message>
+    <message>
+        <source>there are more vertices than can be shown</source>
+        <translation>es gibt mehr Eckpunkte, als dargestellt werden können</translation>
+    </message>
+    <message>
+        <source>the vertices have no x, y and z</source>
+        <translation>die Eckpunkte haben kein x, y und z</translation>
+    </message>
+    <message>
+        <source>a list promises more entries than the file holds</source>
+        <translation>eine Liste soll mehr Einträge haben, als die Datei enthält</translation>
+    </message>
+    <message>
+        <source>a face names the vertex %1, there are %2</source>
+        <translation>eine Fläche verweist auf den Eckpunkt %1, es gibt %2</translation>
     </message>
 </context>
 <context>
@@ -982,10 +1471,6 @@
     <message>
         <source>it is a folder</source>
         <translation>es ist ein Ordner</translation>
-    </message>
-    <message>
-        <source>it is no ordinary file</source>
-        <translation>es ist keine gewöhnliche Datei</translation>
     </message>
     <message>
         <source>files of the type &quot;%1&quot; cannot be read; known are %2</source>
@@ -1007,6 +1492,33 @@
         <source>there is not enough memory for it</source>
         <translation>der Speicher reicht dafür nicht</translation>
     </message>
+    <message>
+        <source>it is not a regular file</source>
+        <translation>sie ist keine gewöhnliche Datei</translation>
+    </message>
+</context>
+<context>
+    <name>tov::scene::StreamReader</name>
+    <message>
+        <source>it has more vertices than can be shown</source>
+        <translation>sie hat mehr Eckpunkte, als dargestellt werden können</translation>
+    </message>
+    <message>
+        <source>a coordinate is not a finite number</source>
+        <translation>eine Koordinate ist keine endliche Zahl</translation>
+    </message>
+    <message>
+        <source>a face names a vertex that is not there</source>
+        <translation>eine Fläche verweist auf einen Eckpunkt, den es nicht gibt</translation>
+    </message>
+    <message>
+        <source>a vertex names a joint that is not there</source>
+        <translation>ein Eckpunkt verweist auf ein Gelenk, das es nicht gibt</translation>
+    </message>
+    <message>
+        <source>the camera &apos;%1&apos; has no usable field of view</source>
+        <translation>die Kamera „%1“ hat keinen brauchbaren Bildwinkel</translation>
+    </message>
 </context>
 <context>
     <name>tov::trajectory</name>
@@ -1015,8 +1527,125 @@
         <translation>Zeile %1: %2</translation>
     </message>
     <message>
-        <source>&quot;%1&quot; is no number</source>
+        <source>a channel has no keys</source>
+        <translation>ein Kanal hat keine Keyframes</translation>
+    </message>
+    <message>
+        <source>the key times do not ascend</source>
+        <translation>die Zeiten der Keyframes steigen nicht an</translation>
+    </message>
+    <message>
+        <source>the number of values does not fit the number of keys</source>
+        <translation>die Anzahl der Werte passt nicht zur Anzahl der Keyframes</translation>
+    </message>
+    <message>
+        <source>a value is not a number</source>
+        <translation>ein Wert ist keine Zahl</translation>
+    </message>
+    <message>
+        <source>&quot;time&quot; must be a number</source>
+        <translation>„time“ muss eine Zahl sein</translation>
+    </message>
+    <message>
+        <source>&quot;distance&quot; must be above 0, &quot;fieldOfView&quot; from 1 to 150</source>
+        <translation>„distance“ muss über 0 liegen, „fieldOfView“ zwischen 1 und 150</translation>
+    </message>
+    <message>
+        <source>&quot;matrix&quot; must be 16 numbers</source>
+        <translation>„matrix“ muss aus 16 Zahlen bestehen</translation>
+    </message>
+    <message>
+        <source>&quot;position&quot;, &quot;target&quot; and &quot;up&quot; must be 3 numbers each</source>
+        <translation>„position“, „target“ und „up“ müssen aus je 3 Zahlen bestehen</translation>
+    </message>
+    <message>
+        <source>the camera is not a valid view</source>
+        <translation>die Kamera ergibt keine gültige Ansicht</translation>
+    </message>
+    <message>
+        <source>there is no such file</source>
+        <translation>diese Datei gibt es nicht</translation>
+    </message>
+    <message>
+        <source>it is not a regular file</source>
+        <translation>sie ist keine gewöhnliche Datei</translation>
+    </message>
+    <message>
+        <source>it is larger than 256 MiB</source>
+        <translation>sie ist größer als 256 MiB</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; is not a number</source>
         <translation>„%1“ ist keine Zahl</translation>
+    </message>
+</context>
+<context>
+    <name>tov::trajectory::AnimationMotion</name>
+    <message>
+        <source>the animation &quot;%1&quot; cannot be played: %2</source>
+        <translation>die Animation „%1“ kann nicht abgespielt werden: %2</translation>
+    </message>
+    <message>
+        <source>its duration is not a number</source>
+        <translation>ihre Dauer ist keine Zahl</translation>
+    </message>
+    <message>
+        <source>%1 s at %2 frames per second are more than 1000000 frames</source>
+        <translation>%1 s mit %2 Bildern pro Sekunde ergeben mehr als 1000000 Bilder</translation>
+    </message>
+    <message>
+        <source>it moves nothing</source>
+        <translation>sie bewegt nichts</translation>
+    </message>
+</context>
+<context>
+    <name>tov::trajectory::CameraPath</name>
+    <message>
+        <source>a camera path needs 1 to 100000 views</source>
+        <translation>ein Kamerapfad braucht 1 bis 100000 Ansichten</translation>
+    </message>
+    <message>
+        <source>view %1: the times must ascend</source>
+        <translation>Ansicht %1: Die Zeiten müssen ansteigen</translation>
+    </message>
+    <message>
+        <source>view %1: the camera is not a valid view</source>
+        <translation>Ansicht %1: Die Kamera ergibt keine gültige Ansicht</translation>
+    </message>
+    <message>
+        <source>the times are too far apart</source>
+        <translation>die Zeiten liegen zu weit auseinander</translation>
+    </message>
+    <message>
+        <source>the duration of a loop must be more than the time of its last view</source>
+        <translation>die Dauer einer Schleife muss größer sein als die Zeit ihrer letzten Ansicht</translation>
+    </message>
+    <message>
+        <source>line %1: %2</source>
+        <translation>Zeile %1: %2</translation>
+    </message>
+    <message>
+        <source>the file was written by a newer version</source>
+        <translation>die Datei stammt von einer neueren Version</translation>
+    </message>
+    <message>
+        <source>&quot;version&quot; must be 1, the file is not a camera path</source>
+        <translation>„version“ muss 1 sein, die Datei ist kein Kamerapfad</translation>
+    </message>
+    <message>
+        <source>&quot;ease&quot; must be none, in, out or in-out</source>
+        <translation>„ease“ muss none, in, out oder in-out sein</translation>
+    </message>
+    <message>
+        <source>view %1: %2</source>
+        <translation>Ansicht %1: %2</translation>
+    </message>
+</context>
+<context>
+    <name>tov::trajectory::PathMotion</name>
+    <message>
+        <source>the camera path has more than 1000000 frames</source>
+        <translation>der Kamerapfad hat mehr als 1000000 Bilder</translation>
     </message>
 </context>
 <context>
@@ -1026,32 +1655,20 @@
         <translation>%1 kann nicht als Trajektorie geöffnet werden: %2</translation>
     </message>
     <message>
-        <source>there is no such file</source>
-        <translation>diese Datei gibt es nicht</translation>
-    </message>
-    <message>
-        <source>it is no ordinary file</source>
-        <translation>es ist keine gewöhnliche Datei</translation>
-    </message>
-    <message>
-        <source>files of the type &quot;%1&quot; cannot be read; known are csv, tum, txt and json</source>
-        <translation>Dateien der Art „%1“ sind nicht lesbar; bekannt sind csv, tum, txt und json</translation>
-    </message>
-    <message>
-        <source>it is larger than 256 MiB</source>
-        <translation>sie ist größer als 256 MiB</translation>
-    </message>
-    <message>
-        <source>A turntable needs at least one position</source>
-        <translation>Ein Drehteller braucht mindestens eine Stellung</translation>
-    </message>
-    <message>
         <source>A turntable starts from a view: open a panel first</source>
         <translation>Ein Drehteller geht von einer Ansicht aus: bitte erst eine öffnen</translation>
     </message>
     <message>
-        <source>The view of the active panel cannot be turned</source>
-        <translation>Die aktive Ansicht lässt sich nicht drehen</translation>
+        <source>unknown type &quot;%1&quot;; known types: csv, tum, txt, json</source>
+        <translation>unbekannter Typ „%1“; bekannte Typen: csv, tum, txt, json</translation>
+    </message>
+    <message>
+        <source>the scene has no animations</source>
+        <translation>die Szene hat keine Animationen</translation>
+    </message>
+    <message>
+        <source>no animation &quot;%1&quot;; known: %2</source>
+        <translation>keine Animation „%1“; vorhanden: %2</translation>
     </message>
 </context>
 <context>
@@ -1059,10 +1676,6 @@
     <message>
         <source>there are %1 numbers instead of 3 (x,y,z)</source>
         <translation>es sind %1 Zahlen statt 3 (x,y,z)</translation>
-    </message>
-    <message>
-        <source>the file holds no point</source>
-        <translation>die Datei enthält keinen Punkt</translation>
     </message>
     <message>
         <source>there are %1 numbers instead of 8 (t x y z qx qy qz qw)</source>
@@ -1073,14 +1686,6 @@
         <translation>das Quaternion ist null</translation>
     </message>
     <message>
-        <source>the file holds no pose</source>
-        <translation>die Datei enthält keine Pose</translation>
-    </message>
-    <message>
-        <source>the file holds no list of positions</source>
-        <translation>die Datei enthält keine Liste von Stellungen</translation>
-    </message>
-    <message>
         <source>position %1: an object is expected</source>
         <translation>Stellung %1: Ein Objekt wird erwartet</translation>
     </message>
@@ -1089,8 +1694,51 @@
         <translation>Stellung %1: „%2“ hat %3 Zahlen statt 16</translation>
     </message>
     <message>
-        <source>position %1: &quot;%2&quot; holds something that is no number</source>
-        <translation>Stellung %1: „%2“ enthält etwas, das keine Zahl ist</translation>
+        <source>position %1: the times do not ascend</source>
+        <translation>Position %1: Die Zeiten steigen nicht an</translation>
+    </message>
+    <message>
+        <source>%1 s at %2 frames per second are more than 1000000 frames</source>
+        <translation>%1 s mit %2 Bildern pro Sekunde ergeben mehr als 1000000 Bilder</translation>
+    </message>
+    <message>
+        <source>there are %1 numbers instead of 4 (t,x,y,z)</source>
+        <translation>%1 Zahlen statt 4 (t,x,y,z)</translation>
+    </message>
+    <message>
+        <source>the file has no points</source>
+        <translation>die Datei enthält keine Punkte</translation>
+    </message>
+    <message>
+        <source>the file has no poses</source>
+        <translation>die Datei enthält keine Posen</translation>
+    </message>
+    <message>
+        <source>the file is not a list of positions</source>
+        <translation>die Datei ist keine Liste von Positionen</translation>
+    </message>
+    <message>
+        <source>position %1: &quot;%2&quot; holds something that is not a number</source>
+        <translation>Position %1: „%2“ enthält etwas, das keine Zahl ist</translation>
+    </message>
+    <message>
+        <source>position %1: either all positions have a &quot;time&quot;, or none</source>
+        <translation>Position %1: Entweder haben alle Positionen „time“ oder keine</translation>
+    </message>
+</context>
+<context>
+    <name>tov::trajectory::Turntable</name>
+    <message>
+        <source>A turntable needs 1 to 1000000 positions</source>
+        <translation>Ein Drehteller braucht 1 bis 1000000 Positionen</translation>
+    </message>
+    <message>
+        <source>The axis of a turntable must have a length</source>
+        <translation>Die Achse eines Drehtellers muss eine Länge haben</translation>
+    </message>
+    <message>
+        <source>Turns and swing of a turntable must be numbers, its elevation one from -90 to 90</source>
+        <translation>Umdrehungen und Ausschlag eines Drehtellers müssen Zahlen sein, die Höhe eine von -90 bis 90</translation>
     </message>
 </context>
 <context>
@@ -1162,6 +1810,44 @@
     </message>
 </context>
 <context>
+    <name>tov::viewer::CommandPalette</name>
+    <message>
+        <source>All commands</source>
+        <translation>Alle Befehle</translation>
+    </message>
+    <message>
+        <source>Type a part of a command&apos;s name</source>
+        <translation>Teil eines Befehlsnamens eingeben</translation>
+    </message>
+</context>
+<context>
+    <name>tov::viewer::CommandStarter</name>
+    <message>
+        <source>No trajectory is open, so a synchronised recording would hold no frames. Open one first (File &gt; Open trajectory), or switch &quot;sync&quot; off.</source>
+        <translation>Es ist keine Trajektorie geöffnet, eine synchronisierte Aufnahme wäre daher leer. Öffnen Sie zuerst eine (Datei &gt; Trajektorie öffnen), oder schalten Sie „Synchron“ aus.</translation>
+    </message>
+    <message>
+        <source>The height follows from the shape of the view: %1 pixels.</source>
+        <translation>Die Höhe ergibt sich aus dem Seitenverhältnis der Ansicht: %1 Pixel.</translation>
+    </message>
+    <message>
+        <source>The width follows from the shape of the view: %1 pixels.</source>
+        <translation>Die Breite ergibt sich aus dem Seitenverhältnis der Ansicht: %1 Pixel.</translation>
+    </message>
+    <message>
+        <source>%1: the argument &quot;%2&quot; is missing</source>
+        <translation>%1: Das Argument „%2“ fehlt</translation>
+    </message>
+    <message>
+        <source>%1 exists already. Replace it?</source>
+        <translation>%1 existiert bereits. Ersetzen?</translation>
+    </message>
+    <message>
+        <source>Replace</source>
+        <translation>Ersetzen</translation>
+    </message>
+</context>
+<context>
     <name>tov::viewer::ConsoleWidget</name>
     <message>
         <source>Parameter</source>
@@ -1205,110 +1891,175 @@
     </message>
 </context>
 <context>
-    <name>tov::viewer::MainWindow</name>
+    <name>tov::viewer::ExportPictureDialog</name>
     <message>
-        <source>The scene is kept as it is until the picture is done; the change follows then.</source>
-        <translation>Die Szene bleibt, wie sie ist, bis das Bild fertig ist; die Änderung folgt dann.</translation>
+        <source>Export picture</source>
+        <translation>Bild exportieren</translation>
     </message>
     <message>
-        <source>Open a model: File &gt; Open, or drop it here.</source>
-        <translation>Modell öffnen: Datei &gt; Öffnen, oder hierher ziehen.</translation>
+        <source>Transparent background</source>
+        <translation>Transparenter Hintergrund</translation>
     </message>
     <message>
-        <source>Scene</source>
-        <translation>Szene</translation>
+        <source> dpi</source>
+        <translation> dpi</translation>
     </message>
     <message>
-        <source>Console</source>
-        <translation>Konsole</translation>
+        <source>Export</source>
+        <translation>Exportieren</translation>
     </message>
     <message>
-        <source>&amp;File</source>
-        <translation>&amp;Datei</translation>
+        <source>Size:</source>
+        <translation>Größe:</translation>
     </message>
     <message>
-        <source>&amp;Open ...</source>
-        <translation>Ö&amp;ffnen ...</translation>
+        <source>Background:</source>
+        <translation>Hintergrund:</translation>
     </message>
     <message>
-        <source>Open &amp;recent</source>
-        <translation>&amp;Zuletzt geöffnet</translation>
+        <source>Quality:</source>
+        <translation>Qualität:</translation>
     </message>
     <message>
-        <source>Open &amp;trajectory ...</source>
-        <translation>&amp;Trajektorie öffnen ...</translation>
+        <source>Resolution:</source>
+        <translation>Auflösung:</translation>
     </message>
     <message>
-        <source>&amp;Copy view to clipboard</source>
-        <translation>Ansicht in die Zwischenablage &amp;kopieren</translation>
+        <source>File:</source>
+        <translation>Datei:</translation>
     </message>
     <message>
-        <source>&amp;Preferences ...</source>
-        <translation>&amp;Einstellungen ...</translation>
+        <source>Choose a file</source>
+        <translation>Datei auswählen</translation>
     </message>
     <message>
-        <source>&amp;Quit</source>
-        <translation>&amp;Beenden</translation>
+        <source>A file name is needed.</source>
+        <translation>Geben Sie einen Dateinamen an.</translation>
     </message>
     <message>
-        <source>&amp;View</source>
-        <translation>&amp;Ansicht</translation>
+        <source>The ending of the name is the format: %1.</source>
+        <translation>Die Endung bestimmt das Format: %1.</translation>
     </message>
     <message>
-        <source>One panel</source>
-        <translation>Eine Ansicht</translation>
+        <source>%1 megapixels, %2 MB of memory while it is drawn</source>
+        <translation>%1 Megapixel, %2 MB Speicher beim Zeichnen</translation>
     </message>
     <message>
-        <source>%1 panels</source>
-        <translation>%1 Ansichten</translation>
+        <source>%1 exists already. Replace it?</source>
+        <translation>%1 existiert bereits. Ersetzen?</translation>
     </message>
     <message>
-        <source>Close active panel</source>
-        <translation>Aktive Ansicht schließen</translation>
+        <source>Replace</source>
+        <translation>Ersetzen</translation>
+    </message>
+</context>
+<context>
+    <name>tov::viewer::ExportVideoDialog</name>
+    <message>
+        <source>Export video</source>
+        <translation>Video exportieren</translation>
     </message>
     <message>
-        <source>&amp;Fit to view</source>
-        <translation>&amp;Einpassen</translation>
+        <source>Turntable: one turn of the view</source>
+        <translation>Drehteller: eine Umdrehung der Ansicht</translation>
+    </message>
+    <message numerus="yes">
+        <source>The open trajectory, %n positions</source>
+        <translation>
+            <numerusform>Die geöffnete Trajektorie, %n Position</numerusform>
+            <numerusform>Die geöffnete Trajektorie, %n Positionen</numerusform>
+        </translation>
     </message>
     <message>
-        <source>F&amp;ull screen</source>
-        <translation>&amp;Vollbild</translation>
+        <source>The view as I move it, until I stop</source>
+        <translation>Die Ansicht, wie ich sie bewege, bis ich stoppe</translation>
     </message>
     <message>
-        <source>&amp;Help</source>
-        <translation>&amp;Hilfe</translation>
+        <source> s</source>
+        <translation> s</translation>
     </message>
     <message>
-        <source>&amp;Keys and mouse ...</source>
-        <translation>&amp;Tasten und Maus ...</translation>
+        <source> frames per second</source>
+        <translation> Bilder pro Sekunde</translation>
     </message>
     <message>
-        <source>About &amp;modules ...</source>
-        <translation>Über &amp;Module ...</translation>
+        <source> kbit/s</source>
+        <translation> kbit/s</translation>
     </message>
     <message>
-        <source>&amp;About tov ...</source>
-        <translation>&amp;Über tov ...</translation>
+        <source>Choose a file</source>
+        <translation>Datei auswählen</translation>
     </message>
     <message>
-        <source>&amp;Guide for pictures and videos</source>
-        <translation>&amp;Rahmen für Bilder und Videos</translation>
+        <source>Record</source>
+        <translation>Aufnehmen</translation>
     </message>
     <message>
-        <source>Off</source>
-        <translation>Aus</translation>
+        <source>What moves:</source>
+        <translation>Bewegung:</translation>
     </message>
     <message>
-        <source>Open</source>
-        <translation>Öffnen</translation>
+        <source>Duration:</source>
+        <translation>Dauer:</translation>
     </message>
     <message>
-        <source>Models (%1);;Trajectories (*.csv *.tum *.txt *.json);;All files (*)</source>
-        <translation>Modelle (%1);;Trajektorien (*.csv *.tum *.txt *.json);;Alle Dateien (*)</translation>
+        <source>Format:</source>
+        <translation>Format:</translation>
     </message>
     <message>
-        <source>Another file is still being opened; try again then.</source>
-        <translation>Eine andere Datei wird noch geöffnet; bitte danach noch einmal.</translation>
+        <source>Size:</source>
+        <translation>Größe:</translation>
+    </message>
+    <message>
+        <source>Frame rate:</source>
+        <translation>Bildrate:</translation>
+    </message>
+    <message>
+        <source>Bit rate:</source>
+        <translation>Bitrate:</translation>
+    </message>
+    <message>
+        <source>File:</source>
+        <translation>Datei:</translation>
+    </message>
+    <message>
+        <source>No video encoder is installed. See Help &gt; About modules.</source>
+        <translation>Es ist kein Video-Encoder installiert. Siehe Hilfe &gt; Über Module.</translation>
+    </message>
+    <message>
+        <source>A file name is needed.</source>
+        <translation>Geben Sie einen Dateinamen an.</translation>
+    </message>
+    <message>
+        <source>The name must end in .%1 for this format.</source>
+        <translation>Bei diesem Format muss der Name auf .%1 enden.</translation>
+    </message>
+    <message>
+        <source>Records until you press Stop or R.</source>
+        <translation>Nimmt auf, bis Sie auf „Stopp“ oder R drücken.</translation>
+    </message>
+    <message>
+        <source>%1 frames, %2 s</source>
+        <translation>%1 Bilder, %2 s</translation>
+    </message>
+    <message>
+        <source>, at most about %1</source>
+        <translation>, höchstens etwa %1</translation>
+    </message>
+    <message>
+        <source>%1 exists already. Replace it?</source>
+        <translation>%1 existiert bereits. Ersetzen?</translation>
+    </message>
+    <message>
+        <source>Replace</source>
+        <translation>Ersetzen</translation>
+    </message>
+</context>
+<context>
+    <name>tov::viewer::FileOpener</name>
+    <message>
+        <source>Another file is still being opened. Try again when it is done.</source>
+        <translation>Eine andere Datei wird noch geöffnet. Versuchen Sie es danach noch einmal.</translation>
     </message>
     <message>
         <source>Opening %1</source>
@@ -1322,6 +2073,151 @@
         </translation>
     </message>
     <message>
+        <source>%1: the system has no thread left to read it with</source>
+        <translation>%1: Das System kann keinen Thread zum Lesen starten</translation>
+    </message>
+</context>
+<context>
+    <name>tov::viewer::InspectPanel</name>
+    <message>
+        <source>Visible scene</source>
+        <translation>Sichtbare Szene</translation>
+    </message>
+    <message>
+        <source>Selection</source>
+        <translation>Auswahl</translation>
+    </message>
+    <message>
+        <source>Parts:</source>
+        <translation>Teile:</translation>
+    </message>
+    <message>
+        <source>Triangles:</source>
+        <translation>Dreiecke:</translation>
+    </message>
+    <message>
+        <source>Vertices:</source>
+        <translation>Eckpunkte:</translation>
+    </message>
+    <message>
+        <source>Size:</source>
+        <translation>Größe:</translation>
+    </message>
+</context>
+<context>
+    <name>tov::viewer::LookPanel</name>
+    <message>
+        <source>Studio</source>
+        <translation>Studio</translation>
+    </message>
+    <message>
+        <source>Headlight</source>
+        <translation>Kameralicht</translation>
+    </message>
+    <message>
+        <source>None, plain colours</source>
+        <translation>Keines, reine Farben</translation>
+    </message>
+    <message>
+        <source>Environment picture ...</source>
+        <translation>Umgebungsbild ...</translation>
+    </message>
+    <message>
+        <source>Surface</source>
+        <translation>Flächen</translation>
+    </message>
+    <message>
+        <source>Surface with edges</source>
+        <translation>Flächen mit Kanten</translation>
+    </message>
+    <message>
+        <source>Wireframe</source>
+        <translation>Drahtgitter</translation>
+    </message>
+    <message>
+        <source>Points</source>
+        <translation>Punkte</translation>
+    </message>
+    <message>
+        <source>Sharp and open edges</source>
+        <translation>Scharfe und offene Kanten</translation>
+    </message>
+    <message>
+        <source>Flat triangles</source>
+        <translation>Flache Schattierung</translation>
+    </message>
+    <message>
+        <source>Off</source>
+        <translation>Aus</translation>
+    </message>
+    <message>
+        <source>%1 samples</source>
+        <translation>%1 Abtastungen</translation>
+    </message>
+    <message>
+        <source>Light:</source>
+        <translation>Licht:</translation>
+    </message>
+    <message>
+        <source>Exposure:</source>
+        <translation>Belichtung:</translation>
+    </message>
+    <message>
+        <source>Show:</source>
+        <translation>Anzeigen:</translation>
+    </message>
+    <message>
+        <source>Background:</source>
+        <translation>Hintergrund:</translation>
+    </message>
+    <message>
+        <source>Anti-aliasing:</source>
+        <translation>Kantenglättung:</translation>
+    </message>
+    <message>
+        <source>Reset</source>
+        <translation>Zurücksetzen</translation>
+    </message>
+    <message>
+        <source>Environment picture</source>
+        <translation>Umgebungsbild</translation>
+    </message>
+    <message>
+        <source>Radiance pictures (*.hdr)</source>
+        <translation>Radiance-Bilder (*.hdr)</translation>
+    </message>
+    <message>
+        <source>Background</source>
+        <translation>Hintergrund</translation>
+    </message>
+</context>
+<context>
+    <name>tov::viewer::MainWindow</name>
+    <message>
+        <source>Open a model: File &gt; Open, or drop it here.</source>
+        <translation>Modell öffnen: Datei &gt; Öffnen, oder hierher ziehen.</translation>
+    </message>
+    <message>
+        <source>Scene</source>
+        <translation>Szene</translation>
+    </message>
+    <message>
+        <source>Console</source>
+        <translation>Konsole</translation>
+    </message>
+    <message>
+        <source>Open &amp;recent</source>
+        <translation>&amp;Zuletzt geöffnet</translation>
+    </message>
+    <message>
+        <source>Open</source>
+        <translation>Öffnen</translation>
+    </message>
+    <message>
+        <source>Models (%1);;Trajectories (*.csv *.tum *.txt *.json);;All files (*)</source>
+        <translation>Modelle (%1);;Trajektorien (*.csv *.tum *.txt *.json);;Alle Dateien (*)</translation>
+    </message>
+    <message>
         <source>Opening was stopped.</source>
         <translation>Das Öffnen wurde beendet.</translation>
     </message>
@@ -1330,114 +2226,67 @@
         <translation>%1 geöffnet.</translation>
     </message>
     <message>
-        <source>No trajectory is open, so a synchronised recording would hold no frames. Open one first (File &gt; Open trajectory), or switch &quot;sync&quot; off.</source>
-        <translation>Es ist keine Trajektorie geöffnet; eine synchronisierte Aufnahme enthielte kein Bild. Bitte erst eine öffnen (Datei &gt; Trajektorie öffnen) oder „Synchron“ ausschalten.</translation>
-    </message>
-    <message>
-        <source>%1 exists already. Replace it?</source>
-        <translation>%1 gibt es schon. Ersetzen?</translation>
-    </message>
-    <message>
-        <source>Replace</source>
-        <translation>Ersetzen</translation>
-    </message>
-    <message>
-        <source>No trajectory is open, so a recording that is synchronised with it holds no frames. Open one with File &gt; Open trajectory, or record with &quot;sync&quot; off.</source>
-        <translation>Es ist keine Trajektorie geöffnet; eine damit synchronisierte Aufnahme enthält kein Bild. Bitte eine öffnen (Datei &gt; Trajektorie öffnen) oder mit „Synchron“ aus aufnehmen.</translation>
-    </message>
-    <message>
-        <source>%1: %2</source>
-        <translation>%1: %2</translation>
-    </message>
-    <message>
-        <source>, %1 x %2 pixels</source>
-        <translation>, %1 x %2 Pixel</translation>
-    </message>
-    <message>
-        <source>, done in %1</source>
-        <translation>, fertig in %1</translation>
-    </message>
-    <message>
-        <source>, %1 frames, %2 s long</source>
-        <translation>, %1 Bilder, %2 s lang</translation>
-    </message>
-    <message>
-        <source>, but it cannot be read back</source>
-        <translation>, lässt sich aber nicht zurücklesen</translation>
-    </message>
-    <message>
-        <source>Nothing was written to %1. The console tells more.</source>
-        <translation>In %1 wurde nichts geschrieben. Die Konsole sagt mehr.</translation>
-    </message>
-    <message>
-        <source>Nothing was written to %1: %2</source>
-        <translation>In %1 wurde nichts geschrieben: %2</translation>
-    </message>
-    <message>
-        <source>There is no view to copy: open a panel first.</source>
-        <translation>Es gibt keine Ansicht zu kopieren: bitte erst eine öffnen.</translation>
-    </message>
-    <message>
         <source>View copied, %1 x %2 pixels.</source>
         <translation>Ansicht kopiert, %1 x %2 Pixel.</translation>
-    </message>
-    <message>
-        <source>Pictures are not available here; Help &gt; About modules tells why.</source>
-        <translation>Bilder sind hier nicht möglich; Hilfe &gt; Über Module sagt, warum.</translation>
-    </message>
-    <message>
-        <source>&quot;%1&quot; was asked to stop and has not ended yet. A picture is finished first; an encoder that hangs never ends. You can go on working.</source>
-        <translation>„%1“ sollte beendet werden und läuft noch. Ein Bild wird erst fertig gemacht; ein Kodierer, der hängt, endet nie. Sie können weiterarbeiten.</translation>
-    </message>
-    <message>
-        <source>Opening files</source>
-        <translation>Dateien werden geöffnet</translation>
-    </message>
-    <message>
-        <source>Quit</source>
-        <translation>Beenden</translation>
-    </message>
-    <message>
-        <source>Still running:
-%1
-
-Recordings are stopped and what they captured is written; pictures are finished. Then the window closes.</source>
-        <translation>Noch in Arbeit:
-%1
-
-Aufnahmen werden beendet und geschrieben, Bilder fertig gemacht. Dann schließt sich das Fenster.</translation>
-    </message>
-    <message>
-        <source>Finish and quit</source>
-        <translation>Fertigstellen und beenden</translation>
-    </message>
-    <message>
-        <source>Finishing what is running ...</source>
-        <translation>Laufendes wird fertiggestellt ...</translation>
-    </message>
-    <message>
-        <source>Something does not end. Wait for it, or quit without it? What it has not written yet is lost.</source>
-        <translation>Etwas endet nicht. Warten oder ohne es beenden? Was es noch nicht geschrieben hat, geht verloren.</translation>
-    </message>
-    <message>
-        <source>Wait</source>
-        <translation>Warten</translation>
-    </message>
-    <message>
-        <source>Quit without it</source>
-        <translation>Ohne es beenden</translation>
     </message>
     <message>
         <source>Only files of this computer can be opened.</source>
         <translation>Nur Dateien dieses Rechners können geöffnet werden.</translation>
     </message>
     <message>
-        <source>A recording takes no more frames: %1. What it has is kept; stop it if it does not end by itself.</source>
-        <translation>Eine Aufnahme nimmt keine Bilder mehr auf: %1. Was sie hat, bleibt; beenden Sie sie, wenn sie nicht von selbst endet.</translation>
+        <source>The scene stays as it is until the picture is done; the change follows then.</source>
+        <translation>Die Szene bleibt unverändert, bis das Bild fertig ist; danach folgt die Änderung.</translation>
     </message>
     <message>
-        <source>%1: there is no thread to read it with</source>
-        <translation>%1: Es gibt keinen Thread, um es zu lesen</translation>
+        <source>Search parts</source>
+        <translation>Teile suchen</translation>
+    </message>
+    <message>
+        <source>Look</source>
+        <translation>Darstellung</translation>
+    </message>
+    <message>
+        <source>Inspect</source>
+        <translation>Eigenschaften</translation>
+    </message>
+    <message>
+        <source>Capture</source>
+        <translation>Aufnahme</translation>
+    </message>
+    <message>
+        <source>Export picture ...</source>
+        <translation>Bild exportieren ...</translation>
+    </message>
+    <message>
+        <source>Export a picture: size, transparency, quality (Ctrl+E)</source>
+        <translation>Bild exportieren: Größe, Transparenz, Qualität (Strg+E)</translation>
+    </message>
+    <message>
+        <source>Export video ...</source>
+        <translation>Video exportieren ...</translation>
+    </message>
+    <message>
+        <source>Export a video: turntable, trajectory or free, size, format (Ctrl+Shift+E)</source>
+        <translation>Video exportieren: Drehteller, Trajektorie oder frei, Größe, Format (Strg+Umschalt+E)</translation>
+    </message>
+    <message>
+        <source>%1: %2, %3 x %4 pixels</source>
+        <translation>%1: %2, %3 x %4 Pixel</translation>
+    </message>
+    <message numerus="yes">
+        <source>%1 and %n more</source>
+        <translation>
+            <numerusform>%1 und %n weitere</numerusform>
+            <numerusform>%1 und %n weitere</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>There is no view to copy.</source>
+        <translation>Es gibt keine Ansicht zum Kopieren.</translation>
+    </message>
+    <message>
+        <source>Pictures are not available here. See Help &gt; About modules for the reason.</source>
+        <translation>Bilder sind hier nicht verfügbar. Den Grund nennt Hilfe &gt; Über Module.</translation>
     </message>
 </context>
 <context>
@@ -1458,10 +2307,6 @@ Aufnahmen werden beendet und geschrieben, Bilder fertig gemacht. Dann schließt 
 <context>
     <name>tov::viewer::PanelFrame</name>
     <message>
-        <source>The guide is wider than this panel: a picture of that shape shows more at both sides.</source>
-        <translation>Der Rahmen ist breiter als diese Ansicht: Ein Bild dieser Form zeigt links und rechts mehr.</translation>
-    </message>
-    <message>
         <source>Fit to view</source>
         <translation>Einpassen</translation>
     </message>
@@ -1470,7 +2315,11 @@ Aufnahmen werden beendet und geschrieben, Bilder fertig gemacht. Dann schließt 
         <translation>Kamera folgt der Trajektorie</translation>
     </message>
     <message>
-        <source>Close this panel</source>
+        <source>The guide is wider than this view: a picture of that shape shows more on both sides.</source>
+        <translation>Der Rahmen ist breiter als diese Ansicht: Ein Bild mit diesem Seitenverhältnis zeigt auf beiden Seiten mehr.</translation>
+    </message>
+    <message>
+        <source>Close this view</source>
         <translation>Diese Ansicht schließen</translation>
     </message>
 </context>
@@ -1483,6 +2332,21 @@ Aufnahmen werden beendet und geschrieben, Bilder fertig gemacht. Dann schließt 
     <message>
         <source>&quot;%1&quot; cannot be used here.</source>
         <translation>„%1“ ist hier nicht verwendbar.</translation>
+    </message>
+</context>
+<context>
+    <name>tov::viewer::PictureExport</name>
+    <message>
+        <source>unknown picture format &apos;%1&apos;; known formats: %2</source>
+        <translation>unbekanntes Bildformat „%1“; bekannte Formate: %2</translation>
+    </message>
+    <message>
+        <source>pictures are not available here; see Help &gt; About modules for the reason</source>
+        <translation>Bilder sind hier nicht verfügbar; den Grund nennt Hilfe &gt; Über Module</translation>
+    </message>
+    <message>
+        <source>cannot write &apos;%1&apos;: %2</source>
+        <translation>„%1“ kann nicht geschrieben werden: %2</translation>
     </message>
 </context>
 <context>
@@ -1529,6 +2393,92 @@ Aufnahmen werden beendet und geschrieben, Bilder fertig gemacht. Dann schließt 
     </message>
 </context>
 <context>
+    <name>tov::viewer::QuickCapture</name>
+    <message>
+        <source>Record</source>
+        <translation>Aufnehmen</translation>
+    </message>
+    <message>
+        <source>Snapshot</source>
+        <translation>Schnappschuss</translation>
+    </message>
+    <message>
+        <source>Record the active view as you move it; again to stop (R)</source>
+        <translation>Die aktive Ansicht aufnehmen, wie Sie sie bewegen; noch einmal zum Stoppen (R)</translation>
+    </message>
+    <message>
+        <source>Save a picture of the active view, without a dialog (F12)</source>
+        <translation>Ein Bild der aktiven Ansicht ohne Dialog speichern (F12)</translation>
+    </message>
+    <message>
+        <source>State of the recording</source>
+        <translation>Zustand der Aufnahme</translation>
+    </message>
+    <message>
+        <source>Stop</source>
+        <translation>Stopp</translation>
+    </message>
+    <message numerus="yes">
+        <source>%n frame(s)</source>
+        <translation>
+            <numerusform>%n Bild</numerusform>
+            <numerusform>%n Bilder</numerusform>
+        </translation>
+    </message>
+    <message numerus="yes">
+        <source>about %n frame(s) pending</source>
+        <translation>
+            <numerusform>etwa %n Bild wartet</numerusform>
+            <numerusform>etwa %n Bilder warten</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>%1 free</source>
+        <translation>%1 frei</translation>
+    </message>
+</context>
+<context>
+    <name>tov::viewer::QuitGuard</name>
+    <message>
+        <source>Opening files</source>
+        <translation>Dateien werden geöffnet</translation>
+    </message>
+    <message>
+        <source>Quit</source>
+        <translation>Beenden</translation>
+    </message>
+    <message>
+        <source>Still running:
+%1
+
+Recordings are stopped and keep what they have captured; pictures are finished. Then the window closes.</source>
+        <translation>Es läuft noch:
+%1
+
+Aufnahmen werden gestoppt und behalten, was aufgenommen wurde; Bilder werden fertiggestellt. Danach wird das Fenster geschlossen.</translation>
+    </message>
+    <message>
+        <source>Finish and quit</source>
+        <translation>Fertigstellen und beenden</translation>
+    </message>
+    <message>
+        <source>Finishing what is running ...</source>
+        <translation>Laufende Arbeiten werden fertiggestellt ...</translation>
+    </message>
+    <message>
+        <source>Something does not end. Wait for it, or quit without it? What it has not written yet is lost.</source>
+        <translation>Eine Arbeit endet nicht. Weiter warten oder trotzdem beenden? Was noch nicht geschrieben ist, geht verloren.</translation>
+    </message>
+    <message>
+        <source>Wait</source>
+        <translation>Warten</translation>
+    </message>
+    <message>
+        <source>Quit without it</source>
+        <translation>Trotzdem beenden</translation>
+    </message>
+</context>
+<context>
     <name>tov::viewer::RecentFiles</name>
     <message>
         <source>No files yet</source>
@@ -1537,6 +2487,66 @@ Aufnahmen werden beendet und geschrieben, Bilder fertig gemacht. Dann schließt 
     <message>
         <source>Clear this list</source>
         <translation>Diese Liste leeren</translation>
+    </message>
+</context>
+<context>
+    <name>tov::viewer::RecordedViews</name>
+    <message>
+        <source>Close view</source>
+        <translation>Ansicht schließen</translation>
+    </message>
+    <message>
+        <source>This would close a view that is being recorded:
+%1
+
+Stop the recording and keep what it has captured?</source>
+        <translation>Damit wird eine Ansicht geschlossen, die gerade aufgenommen wird:
+%1
+
+Die Aufnahme stoppen und behalten?</translation>
+    </message>
+    <message>
+        <source>Stop, keep and close</source>
+        <translation>Stoppen, behalten und schließen</translation>
+    </message>
+</context>
+<context>
+    <name>tov::viewer::RunNotices</name>
+    <message>
+        <source>, %1 x %2 pixels</source>
+        <translation>, %1 x %2 Pixel</translation>
+    </message>
+    <message>
+        <source>, %1 frames, %2 s long</source>
+        <translation>, %1 Bilder, %2 s lang</translation>
+    </message>
+    <message>
+        <source>, done in %1</source>
+        <translation>, fertig in %1</translation>
+    </message>
+    <message>
+        <source>No trajectory is open, so a recording that is synchronised with it holds no frames. Open one with File &gt; Open trajectory, or record with &quot;sync&quot; off.</source>
+        <translation>Es ist keine Trajektorie geöffnet, eine synchronisierte Aufnahme ist daher leer. Öffnen Sie eine mit Datei &gt; Trajektorie öffnen, oder schalten Sie „Synchron“ aus.</translation>
+    </message>
+    <message>
+        <source>%1 is not complete: %2</source>
+        <translation>%1 ist unvollständig: %2</translation>
+    </message>
+    <message>
+        <source>Nothing was written to %1. See the console for details.</source>
+        <translation>In %1 wurde nichts geschrieben. Einzelheiten stehen in der Konsole.</translation>
+    </message>
+    <message>
+        <source>Nothing was written to %1: %2</source>
+        <translation>In %1 wurde nichts geschrieben: %2</translation>
+    </message>
+    <message>
+        <source>A recording takes no more frames: %1. What it has captured is kept; stop it if it does not end by itself.</source>
+        <translation>Eine Aufnahme nimmt keine Bilder mehr an: %1. Was aufgenommen ist, bleibt erhalten; stoppen Sie die Aufnahme, falls sie nicht von selbst endet.</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; was asked to stop and has not ended yet. A picture is finished first; an encoder that hangs never ends. You can go on working.</source>
+        <translation>„%1“ soll stoppen, läuft aber noch. Ein Bild wird zuerst fertiggestellt; ein hängender Encoder endet nie. Sie können weiterarbeiten.</translation>
     </message>
 </context>
 <context>
@@ -1574,8 +2584,16 @@ Aufnahmen werden beendet und geschrieben, Bilder fertig gemacht. Dann schließt 
         <translation>Verbleibende Zeit</translation>
     </message>
     <message>
-        <source>Room on the disk that it writes to, and about how much has not been encoded yet</source>
-        <translation>Platz auf dem Datenträger, auf den geschrieben wird, und ungefähr, wie viel noch nicht kodiert ist</translation>
+        <source>Video %1</source>
+        <translation>Video %1</translation>
+    </message>
+    <message>
+        <source>Picture %1</source>
+        <translation>Bild %1</translation>
+    </message>
+    <message>
+        <source>Free space on the disk that it writes to, and about how much waits to be encoded</source>
+        <translation>Freier Platz auf dem Ziellaufwerk und ungefähre Menge, die noch kodiert werden muss</translation>
     </message>
 </context>
 <context>
@@ -1583,6 +2601,30 @@ Aufnahmen werden beendet und geschrieben, Bilder fertig gemacht. Dann schließt 
     <message>
         <source>(no name)</source>
         <translation>(ohne Namen)</translation>
+    </message>
+    <message>
+        <source>Parts of the scene</source>
+        <translation>Teile der Szene</translation>
+    </message>
+    <message>
+        <source>Isolate</source>
+        <translation>Isolieren</translation>
+    </message>
+    <message>
+        <source>Show all</source>
+        <translation>Alle anzeigen</translation>
+    </message>
+    <message>
+        <source>Fit to view</source>
+        <translation>Einpassen</translation>
+    </message>
+    <message>
+        <source>Remove</source>
+        <translation>Entfernen</translation>
+    </message>
+    <message>
+        <source>Undo removal</source>
+        <translation>Entfernen rückgängig machen</translation>
     </message>
 </context>
 <context>
@@ -1630,6 +2672,49 @@ Aufnahmen werden beendet und geschrieben, Bilder fertig gemacht. Dann schließt 
     <message>
         <source>Right click</source>
         <translation>Rechtsklick</translation>
+    </message>
+</context>
+<context>
+    <name>tov::viewer::SizePicker</name>
+    <message>
+        <source>1080p</source>
+        <translation>1080p</translation>
+    </message>
+    <message>
+        <source>4K</source>
+        <translation>4K</translation>
+    </message>
+    <message>
+        <source>Square</source>
+        <translation>Quadratisch</translation>
+    </message>
+    <message>
+        <source>Page width, 300 dpi</source>
+        <translation>Seitenbreite, 300 dpi</translation>
+    </message>
+    <message>
+        <source>As the view</source>
+        <translation>Wie die Ansicht</translation>
+    </message>
+    <message>
+        <source>720p</source>
+        <translation>720p</translation>
+    </message>
+    <message>
+        <source>Upright</source>
+        <translation>Hochformat</translation>
+    </message>
+    <message>
+        <source>Other</source>
+        <translation>Andere</translation>
+    </message>
+    <message>
+        <source>Width</source>
+        <translation>Breite</translation>
+    </message>
+    <message>
+        <source>Height</source>
+        <translation>Höhe</translation>
     </message>
 </context>
 <context>
@@ -1708,6 +2793,128 @@ Aufnahmen werden beendet und geschrieben, Bilder fertig gemacht. Dann schließt 
     <message>
         <source>Trajectories (*.csv *.tum *.txt *.json);;All files (*)</source>
         <translation>Trajektorien (*.csv *.tum *.txt *.json);;Alle Dateien (*)</translation>
+    </message>
+</context>
+<context>
+    <name>tov::viewer::ViewBookmarks</name>
+    <message>
+        <source>&amp;Add bookmark</source>
+        <translation>Lesezeichen &amp;hinzufügen</translation>
+    </message>
+    <message>
+        <source>View %1</source>
+        <translation>Ansicht %1</translation>
+    </message>
+    <message>
+        <source>Remove all</source>
+        <translation>Alle entfernen</translation>
+    </message>
+</context>
+<context>
+    <name>tov::viewer::WindowMenus</name>
+    <message>
+        <source>&amp;File</source>
+        <translation>&amp;Datei</translation>
+    </message>
+    <message>
+        <source>&amp;Open ...</source>
+        <translation>Ö&amp;ffnen ...</translation>
+    </message>
+    <message>
+        <source>Open &amp;trajectory ...</source>
+        <translation>&amp;Trajektorie öffnen ...</translation>
+    </message>
+    <message>
+        <source>&amp;Copy view to clipboard</source>
+        <translation>Ansicht in die Zwischenablage &amp;kopieren</translation>
+    </message>
+    <message>
+        <source>&amp;Preferences ...</source>
+        <translation>&amp;Einstellungen ...</translation>
+    </message>
+    <message>
+        <source>&amp;Quit</source>
+        <translation>&amp;Beenden</translation>
+    </message>
+    <message>
+        <source>&amp;View</source>
+        <translation>&amp;Ansicht</translation>
+    </message>
+    <message>
+        <source>F&amp;ull screen</source>
+        <translation>&amp;Vollbild</translation>
+    </message>
+    <message>
+        <source>One view</source>
+        <translation>Eine Ansicht</translation>
+    </message>
+    <message>
+        <source>%1 views</source>
+        <translation>%1 Ansichten</translation>
+    </message>
+    <message>
+        <source>Close view</source>
+        <translation>Ansicht schließen</translation>
+    </message>
+    <message>
+        <source>&amp;Fit to view</source>
+        <translation>&amp;Einpassen</translation>
+    </message>
+    <message>
+        <source>&amp;Undo camera movement</source>
+        <translation>Kamerabewegung &amp;rückgängig machen</translation>
+    </message>
+    <message>
+        <source>&amp;Redo camera movement</source>
+        <translation>Kamerabewegung &amp;wiederholen</translation>
+    </message>
+    <message>
+        <source>&amp;Orthographic</source>
+        <translation>&amp;Orthografisch</translation>
+    </message>
+    <message>
+        <source>Field of view</source>
+        <translation>Bildwinkel</translation>
+    </message>
+    <message>
+        <source>Vertical angle in degrees:</source>
+        <translation>Vertikaler Winkel in Grad:</translation>
+    </message>
+    <message>
+        <source>Field of &amp;view ...</source>
+        <translation>&amp;Bildwinkel ...</translation>
+    </message>
+    <message>
+        <source>&amp;Bookmarks</source>
+        <translation>&amp;Lesezeichen</translation>
+    </message>
+    <message>
+        <source>&amp;Guide for pictures and videos</source>
+        <translation>&amp;Rahmen für Bilder und Videos</translation>
+    </message>
+    <message>
+        <source>Off</source>
+        <translation>Aus</translation>
+    </message>
+    <message>
+        <source>&amp;Help</source>
+        <translation>&amp;Hilfe</translation>
+    </message>
+    <message>
+        <source>&amp;Keys and mouse ...</source>
+        <translation>&amp;Tasten und Maus ...</translation>
+    </message>
+    <message>
+        <source>&amp;Find a command ...</source>
+        <translation>Befehl &amp;suchen ...</translation>
+    </message>
+    <message>
+        <source>About &amp;modules ...</source>
+        <translation>Über &amp;Module ...</translation>
+    </message>
+    <message>
+        <source>&amp;About tov ...</source>
+        <translation>&amp;Über tov ...</translation>
     </message>
 </context>
 </TS>
