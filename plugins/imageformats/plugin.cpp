@@ -8,7 +8,7 @@ namespace {
 
 using tov::imageformats::PngOptions;
 
-/// Writes only: reading is left to Qt's own handler.
+/// Writes only; Qt's own handler reads.
 class PngHandler : public QImageIOHandler
 {
 public:
@@ -21,7 +21,7 @@ public:
     }
     void setOption(ImageOption option, const QVariant& value) override
     {
-        // As Qt's own writer understands them: quality 100 = fastest, 0 = smallest; the ratio is zlib's level.
+        // The meaning of Qt's own writer: quality 100 = fastest, 0 = smallest; the ratio is the zlib level.
         if (option == Quality && value.toInt() >= 0 && !m_LevelGiven)
             m_Options.level = (100 - qMin(value.toInt(), 100)) * 9 / 91;
         else if (option == CompressionRatio && value.toInt() >= 0) {

@@ -21,13 +21,13 @@ namespace tov::imageformats {
 
 namespace {
 
-/// Bytes of pixels in a strip: large enough that its beginning without history costs nothing, small enough for memory.
+/// Bytes of pixels in a strip: large enough that starting without history costs nothing, small enough for memory.
 constexpr qint64 StripBytes = 1 << 21;
-/// The default level's search, tuned on rendered pictures: shorter than zlib's own for chains, never satisfied early.
+/// The search of the default level, tuned on rendered pictures: shorter chains than zlib's default, no early end.
 /// Files of five models, 6000 and 10000 pixels wide, are 0.98 to 1.07 times as large as the usual writer's.
 constexpr int DefaultLevel = 6;
 constexpr int GoodLength = 8, MaxLazy = 16, NiceLength = 258, MaxChain = 16;
-/// Below so many bytes of pixels nobody waits, and zlib's own search is used.
+/// Smaller pictures, in bytes of pixels, are fast anyway and use zlib's default search.
 constexpr qint64 TunedFrom = 16 << 20;
 constexpr int WindowBits = 15;
 
@@ -169,7 +169,7 @@ void writeHead(Chunks& chunks, const QImage& image, const Layout& layout, const 
     }
 }
 
-/// Differences to the pixel at the left.
+/// Differences from the pixel on the left.
 void subtractLeft(const uchar* row, uchar* out, qint64 bytes, int pixel)
 {
     std::memcpy(out, row, std::size_t(pixel));
@@ -177,14 +177,14 @@ void subtractLeft(const uchar* row, uchar* out, qint64 bytes, int pixel)
         out[i] = uchar(row[i] - row[i - pixel]);
 }
 
-/// Differences to the row above.
+/// Differences from the row above.
 void subtractAbove(const uchar* row, const uchar* above, uchar* out, qint64 bytes)
 {
     for (qint64 i = 0; i < bytes; ++i)
         out[i] = uchar(row[i] - above[i]);
 }
 
-/// The usual guess at what compresses well: the sum of the differences' absolute values.
+/// The usual heuristic for what compresses well: the sum of the absolute differences.
 quint64 costOf(const uchar* bytes, qint64 count)
 {
     quint64 sum = 0;
@@ -195,7 +195,7 @@ quint64 costOf(const uchar* bytes, qint64 count)
     return sum;
 }
 
-/// A strip's compressed bytes and what joins them to the others'.
+/// The compressed bytes of a strip and the checksum to combine with the others.
 struct Strip
 {
     QByteArray compressed;
@@ -220,7 +220,7 @@ public:
         const int first = index * m_RowsPerStrip;
         const int last = std::min(m_Image.height(), first + m_RowsPerStrip);
         try {
-            // One row above, for its differences.
+            // The row above, for the differences.
             const int from = std::max(0, first - 1);
             const QImage rows = pixels(from, last - from);
             if (rows.isNull()) {
@@ -248,7 +248,7 @@ public:
 private:
     QImage pixels(int first, int count) const
     {
-        // A window on the image, converted where its pixels lie otherwise.
+        // A view of the image, converted where its pixels have another layout.
         QImage window(m_Image.constScanLine(first), m_Image.width(), count, m_Image.bytesPerLine(), m_Image.format());
         if (window.colorCount() == 0 && m_Image.colorCount() > 0)
             window.setColorTable(m_Image.colorTable());
@@ -266,7 +266,7 @@ private:
     }
     void filter(const uchar* row, const uchar* above, uchar* out, uchar* other) const
     {
-        // Palette indices have no neighbourhood to speak of.
+        // Neighbouring palette indices are not related.
         if (m_Layout.colorType == 3) {
             out[0] = 0;
             std::memcpy(out + 1, row, std::size_t(m_RowBytes));
@@ -287,7 +287,7 @@ private:
     {
         z_stream stream;
         std::memset(&stream, 0, sizeof stream);
-        // Without a head of its own: the strips are parts of one stream, each closed at a byte's end.
+        // Without a header: the strips are parts of one stream, each flushed to a byte boundary.
         if (deflateInit2(&stream, m_Level, Z_DEFLATED, -WindowBits, 8, Z_FILTERED) != Z_OK)
             return false;
         if (m_Level == DefaultLevel && m_RowBytes * m_Image.height() >= TunedFrom)
@@ -313,7 +313,7 @@ private:
     int m_RowsPerStrip;
 };
 
-/// Compresses strips on some threads and hands them over in order.
+/// Compresses strips on several threads and returns them in order.
 class StripQueue
 {
 public:
@@ -402,7 +402,7 @@ bool writePng(QIODevice* device, const QImage& image, const PngOptions& options)
                 return false;
             adler = adler32_combine(adler, strip.adler, z_off_t(strip.rawBytes));
             if (i == 0)
-                strip.compressed.prepend(QByteArray("\x78\x9c", 2)); // the stream's head: deflate, 32 kB window
+                strip.compressed.prepend(QByteArray("\x78\x9c", 2)); // zlib header: deflate, 32 kB window
             if (i + 1 == count) {
                 QByteArray sum(4, 0);
                 qToBigEndian(quint32(adler), sum.data());
@@ -412,7 +412,7 @@ bool writePng(QIODevice* device, const QImage& image, const PngOptions& options)
         }
     }
     chunks.chunk("IEND", QByteArray());
-    // What a buffer still holds is not written: a full disk shows here.
+    // Flushes the buffer, so that a full disk is noticed here.
     if (auto* file = qobject_cast<QFileDevice*>(device))
         return chunks.isGood() && file->flush();
     return chunks.isGood();

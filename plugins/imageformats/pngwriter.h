@@ -15,9 +15,9 @@ struct PngOptions
     double gamma = 0;    ///< 0 = not stated
 };
 
-/// Writes an ordinary PNG, strips of rows compressed on all cores. The picture's format decides how pixels are stored:
-/// palette, grey, RGB or RGBA, of 8 or 16 bits. Holds a few strips in memory beyond the image. False when the image is
-/// null or the device does not take everything; the file is then incomplete. Thread: any.
+/// Writes a regular PNG; strips of rows are compressed on all cores. The picture's format decides how pixels are
+/// stored: palette, grey, RGB or RGBA, of 8 or 16 bits. Holds a few strips in memory beyond the image. False when the
+/// image is null or a write to the device fails; the file is then incomplete. Thread: any.
 bool writePng(QIODevice* device, const QImage& image, const PngOptions& options);
 
 } // namespace tov::imageformats

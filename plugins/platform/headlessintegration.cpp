@@ -30,7 +30,7 @@ bool hasExtension(const char* extensions, const char* name)
     return false;
 }
 
-/// True when the display can be initialised and offers what drawing off-screen needs.
+/// True when the display can be initialised and offers everything that off-screen drawing needs.
 bool isUsable(EGLDisplay display)
 {
     if (display == EGL_NO_DISPLAY || !eglInitialize(display, nullptr, nullptr))
@@ -70,7 +70,7 @@ EGLDisplay deviceDisplay(PFNEGLGETPLATFORMDISPLAYEXTPROC getDisplay, const char*
     if (!queryDevices(count, devices.data(), &count))
         return EGL_NO_DISPLAY;
     for (EGLint i = 0; i < count; ++i) {
-        // Drawing in software is the other platform's business.
+        // Software rendering belongs to the other platform.
         if (hasExtension(queryString(devices[std::size_t(i)], EGL_EXTENSIONS), "EGL_MESA_device_software"))
             continue;
         const EGLDisplay display = getDisplay(EGL_PLATFORM_DEVICE_EXT, devices[std::size_t(i)], nullptr);
@@ -90,8 +90,8 @@ EGLDisplay surfacelessDisplay(PFNEGLGETPLATFORMDISPLAYEXTPROC getDisplay, const 
     return isUsable(display) ? display : EGL_NO_DISPLAY;
 }
 
-/// Keeps the driver that is in use for the life of the process: one that is unloaded while its threads still run, or
-/// while its data is still named by others, takes the process with it.
+/// Keeps the driver in use loaded until the process ends: unloading it while its threads run, or while others refer to
+/// its data, crashes the process.
 void pinDriver()
 {
     dl_iterate_phdr(
@@ -110,7 +110,7 @@ void pinDriver()
     std::_Exit(1);
 }
 
-/// One configuration for every context and surface, whatever was asked for: only such can be used together.
+/// Uses one configuration for every context and surface, whatever was requested, so that all can be used together.
 QSurfaceFormat commonFormat(const QSurfaceFormat& wanted)
 {
     QSurfaceFormat format = wanted;
@@ -125,7 +125,7 @@ QSurfaceFormat commonFormat(const QSurfaceFormat& wanted)
     return format;
 }
 
-/// A window of which nobody sees anything: widgets may be shown all the same.
+/// An invisible window; widgets can still be shown.
 class HeadlessWindow : public QEglFSWindow
 {
 public:

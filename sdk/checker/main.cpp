@@ -33,7 +33,7 @@ struct Answer
 {
     QStringList lines;
     int status = 0;
-    QString death; ///< empty when the process ended by itself
+    QString death; ///< how it died; empty when the process ended by itself
 };
 
 Answer ask(const QStringList& arguments)
@@ -129,24 +129,24 @@ int main(int argc, char** argv)
     qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
     signal(SIGPIPE, SIG_IGN);
     signal(SIGXFSZ, SIG_IGN);
-    // As the program: plug-ins use its cache folder.
+    // The name of the program, because plug-ins use its cache folder.
     QCoreApplication::setOrganizationName(QStringLiteral("tov"));
     QCoreApplication::setApplicationName(QStringLiteral("tov"));
     QGuiApplication application(argc, argv);
     const QStringList arguments = QCoreApplication::arguments().mid(1);
     if (!arguments.isEmpty() && arguments.first().startsWith(QLatin1String("--"))) {
-        // Nobody is left to stop a check that hangs once the process that started it is gone; crashes are expected and
+        // Once the parent process is gone, nothing else would stop a check that hangs; crashes are expected and
         // leave no core file.
         prctl(PR_SET_PDEATHSIG, SIGKILL);
         const rlimit none{0, 0};
         setrlimit(RLIMIT_CORE, &none);
         if (arguments.first() == QLatin1String("--probe-module")) {
-            // What loading alone does; a module is started by the program.
+            // A module is only loaded here; the program starts it.
             void* module = dlopen(QFile::encodeName(arguments.value(1)).constData(), RTLD_NOW);
             if (void* getFactory = module ? dlsym(module, "getFactory") : nullptr) {
                 try {
                     reinterpret_cast<void* (*)()>(getFactory)();
-                } catch (...) { // told by the program, which tries the same
+                } catch (...) { // reported by the program, which tries the same
                 }
             }
             _exit(tov::util::ProbedStatus);

@@ -98,7 +98,7 @@ int gifFrames(Bytes& bytes)
     }
 }
 
-/// As the PNG specification's appendix computes it.
+/// CRC-32 as in the appendix of the PNG specification.
 quint32 checksum(const QByteArray& bytes)
 {
     quint32 sum = 0xffffffffu;

@@ -1,4 +1,4 @@
-// Preloaded: a machine whose FFmpeg lacks the encoder that TOV_NO_CODEC names.
+// Preloaded: FFmpeg lacks the encoder that TOV_NO_CODEC names.
 
 extern "C" {
 #include <libavutil/macros.h>
@@ -15,7 +15,7 @@ extern "C" __attribute__((visibility("default"))) const void* avcodec_find_encod
     const char* missing = std::getenv("TOV_NO_CODEC");
     if (missing && name && std::strcmp(missing, name) == 0)
         return nullptr;
-    // The library came with a plug-in, so it is not among those that RTLD_NEXT searches.
+    // The library was loaded by a plug-in, so RTLD_NEXT does not search it.
     static void* library = dlopen("libavcodec.so." AV_STRINGIFY(LIBAVCODEC_VERSION_MAJOR), RTLD_LAZY | RTLD_NOLOAD);
     static const auto real = reinterpret_cast<const void* (*)(const char*)>(
         library ? dlsym(library, "avcodec_find_encoder_by_name") : nullptr);

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Plays mp4 and webm in Chromium's <video> element, and asks mediainfo: size, duration, a seek to the middle.
+"""Plays mp4 and webm in Chromium's <video> element, and checks with mediainfo: size, duration, a seek to the middle.
 
     plays.py BUILD_FOLDER SOURCE_FOLDER        exit status 77 (skipped) where these programs are not installed
 """
@@ -14,7 +14,7 @@ import tempfile
 import threading
 import urllib.parse
 
-# The file is fetched whole first: this small server knows no ranges, which seeking would ask for.
+# The complete file is fetched first: this small server does not support ranges, which seeking needs.
 PAGE = """<video id=v muted></video><script>
 const v = document.getElementById('v');
 const say = text => fetch('/said?' + encodeURIComponent(text));
@@ -51,7 +51,7 @@ class Handler(http.server.SimpleHTTPRequestHandler):
 
 
 def played(folder, port, name):
-    """What Chromium says of the file."""
+    """The report of Chromium on the file."""
     browser = subprocess.Popen(
         ['chromium', '--headless', '--no-sandbox', '--disable-gpu', '--user-data-dir=' + folder + '/profile',
          '--disable-background-networking', '--no-first-run', f'http://127.0.0.1:{port}/page?{name}'],

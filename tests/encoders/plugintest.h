@@ -1,6 +1,6 @@
 #pragma once
 
-// What the tests of encoder plug-ins share.
+// Shared by the tests of encoder plug-ins.
 
 #include "grab/video/videoencoder.h"
 
@@ -13,7 +13,7 @@
 
 namespace tov::test {
 
-/// A chunk of these bytes, standing at its end as the capture hands it over; the caller owns it.
+/// A chunk of these bytes, positioned at its end as the capture passes it on; the caller owns it.
 inline QIODevice* chunkOf(const QByteArray& bytes)
 {
     auto* buffer = new QBuffer;
@@ -22,7 +22,7 @@ inline QIODevice* chunkOf(const QByteArray& bytes)
     return buffer;
 }
 
-/// Loads these plug-ins of the build, and no others, for a whole suite.
+/// Loads only these plug-ins of the build, for a whole test suite.
 class PluginTest : public testing::Test
 {
 protected:
@@ -34,7 +34,7 @@ protected:
         for (const char* name : names)
             ASSERT_TRUE(QFile::copy(QStringLiteral(TOV_BINARY_DIR "/bin/plugins/video/") + QLatin1String(name),
                                     folder + QLatin1String(name)));
-        // Where the plug-ins look for their coders.
+        // The folder in which plug-ins search for their coders.
         QFile::link(QStringLiteral(TOV_BINARY_DIR "/lib"),
                     QDir::cleanPath(QCoreApplication::applicationDirPath() + QStringLiteral("/../lib")));
         tov::grab::video::VideoEncoder::getInstance()->refreshPlugins();

@@ -1,5 +1,5 @@
-// An FFmpeg without one of the codecs: that format is left out, and `tov encoders` says which and why. What there is,
-// is remembered for as long as FFmpeg stays as it is.
+// With an FFmpeg that lacks a codec, the format is not offered and `tov encoders` gives the reason. The available
+// formats are cached until FFmpeg changes.
 
 #include <QDir>
 #include <QDirIterator>
@@ -41,7 +41,7 @@ TEST(Missing, AFormatWhoseCodecIsMissingIsLeftOutAndNamed)
 
 namespace {
 
-/// A program with a cache of its own, started once: it has left a note.
+/// A program with its own cache, which its first start has filled.
 class RememberedFormats : public testing::Test
 {
 protected:
@@ -49,7 +49,7 @@ protected:
     {
         if (!qEnvironmentVariableIsEmpty("LD_PRELOAD"))
             GTEST_SKIP() << "with a library preloaded nothing is remembered";
-        // The process in which new plug-ins are tried writes the note already.
+        // The process that tries new plug-ins writes the cache already.
         all = encoders(&loaded);
         ASSERT_FALSE(note.isEmpty());
     }
@@ -59,7 +59,7 @@ protected:
     QString all;  ///< what was said the first time
     bool loaded = false;
 
-    /// What `tov encoders` says, and in `loaded` whether it had to load FFmpeg for that.
+    /// The output of `tov encoders`; `loaded` receives whether it had to load FFmpeg.
     QString encoders(bool* loaded)
     {
         QProcess process;
@@ -134,7 +134,7 @@ TEST_F(RememberedFormats, AChangedLibraryOrADamagedCacheIsDetected)
                               QByteArray("\0\xff\n", 3) + content.left(list) + few,
                               "tov cache 1 2\n" +
                                   content.mid(content.indexOf('\n') + 1, list - content.indexOf('\n') - 1) + few};
-    // Each of the four files with another stamp, under another name, or not named at all.
+    // Each of the four files with another stamp, with another name, or missing.
     for (int line = 1; line < 9; line += 2) {
         for (const QByteArray& changed :
              {QByteArray(lines[line + 1] + '1'), QByteArray("1 ") + lines[line + 1], QByteArray()}) {
@@ -157,7 +157,7 @@ TEST_F(RememberedFormats, AChangedLibraryOrADamagedCacheIsDetected)
         EXPECT_EQ(read(), content);
     }
 
-    // A folder in its place: never remembered, always right.
+    // With a folder in its place nothing is cached, and the result is still correct.
     ASSERT_TRUE(QFile::remove(note) && QDir().mkdir(note));
     for (int i = 0; i < 2; ++i) {
         EXPECT_EQ(encoders(&loaded), all);

@@ -1,4 +1,4 @@
-// Finished recordings that get other times, or are joined, without being encoded again.
+// Finished recordings are retimed or joined without encoding them again.
 
 #include "grab/video/encoder.h"
 #include "grab/video/videoencoder.h"
@@ -120,7 +120,7 @@ protected:
                 digests << QString::fromLatin1(line.mid(line.lastIndexOf(',') + 1).trimmed());
         return digests;
     }
-    /// When each frame is shown, and at the end when the last one disappears, in seconds from the first one.
+    /// The time at which each frame appears, and the end of the last one, in seconds from the first one.
     static std::vector<double> times(const QString& file)
     {
         if (file.endsWith(QLatin1String(".frames")))
@@ -142,7 +142,7 @@ protected:
             result[i] -= result.front();
         return result;
     }
-    /// As the list says: FFmpeg rounds its times to a picture's default rate.
+    /// Read from the list itself, because FFmpeg rounds its times to the default rate of pictures.
     static std::vector<double> listedTimes(const QString& file)
     {
         QFile list(file);
@@ -169,7 +169,7 @@ int errorsIn(const LogCapture& log)
     return errors;
 }
 
-/// What a strict reader of gif and apng counts; other formats are not its business.
+/// The number of frames for a strict reader of gif and apng; other formats are not read.
 int blocksIn(const QString& file, int otherwise)
 {
     if (file.endsWith(QLatin1String(".gif")))
@@ -197,7 +197,7 @@ TEST_F(VideoEdit, ARetimedFilePlaysAsLongAsToldAndKeepsItsFrames)
             const std::vector<double> shown = times(file);
             ASSERT_EQ(shown.size(), std::size_t(Count) + 1);
             EXPECT_NEAR(shown.back(), seconds, 0.03 * seconds);
-            // Evenly: no frame is shown more than a hundredth of a second too early or too late.
+            // No frame is shown more than a hundredth of a second too early or too late.
             for (int i = 0; i < Count; ++i)
                 EXPECT_NEAR(shown[std::size_t(i)], seconds * i / Count, 0.011) << i;
         }
@@ -221,7 +221,7 @@ TEST_F(VideoEdit, AStallInTheMiddleStaysWhereItWas)
         const std::vector<double> shown = times(file);
         ASSERT_EQ(shown.size(), std::size_t(Count) + 1);
         EXPECT_NEAR(shown.back(), seconds, 0.03 * seconds);
-        // AVI knows one rate only.
+        // AVI supports one rate only.
         if (qstrcmp(suffix, "avi") == 0)
             continue;
         for (int i = 0; i < Count; ++i)
@@ -355,7 +355,7 @@ TEST_F(VideoEdit, PartsOfOtherSettingsAreRefused)
                                                      QStringLiteral("testsrc=size=96x64:rate=%1:duration=1").arg(fps)} +
                                              options + QStringList{path(name)});
     };
-    // HEVC decodes without an error then, and to wrong pictures.
+    // HEVC would decode without an error, but to wrong pictures.
     encode(QStringLiteral("a.mp4"), {"-c:v", "libx265", "-preset", "fast", "-x265-params", "log-level=error"});
     encode(QStringLiteral("b.mp4"), {"-c:v", "libx265", "-preset", "ultrafast", "-x265-params", "log-level=error"});
     encode(QStringLiteral("c.mp4"), {"-c:v", "libx264", "-pix_fmt", "yuv420p"});

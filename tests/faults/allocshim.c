@@ -1,10 +1,10 @@
-/* Preloaded into the program under test: lets the N-th allocation above 256 KiB fail that the program's own libraries
- * ask for. Whose call it is, the return address says: Mesa and the codecs end the process themselves when they get no
- * memory, and that is not what is looked at.
+/* Preloaded into the program under test: makes the N-th allocation above 256 KiB by the program's own libraries fail.
+ * The return address identifies the caller: Mesa and the codecs end the process when an allocation fails, which is not
+ * tested.
  *
- * TOV_FAULT=KIND:N:ONCE:0, as for faultshim. KIND: alloc (own libraries), allocqt (also Qt for them: pictures, buffers)
- * TOV_FAULT_OWN=FOLDER: where the own libraries lie
- * TOV_FAULT_COUNT=FILE: how many such calls there were, at the end.
+ * TOV_FAULT=KIND:N:ONCE:0, as for faultshim. KIND: alloc (own libraries), allocqt (also Qt: pictures, buffers)
+ * TOV_FAULT_OWN=FOLDER    the folder of the own libraries
+ * TOV_FAULT_COUNT=FILE    receives the number of such calls at the end
  */
 #define _GNU_SOURCE
 #include <dlfcn.h>
@@ -95,7 +95,7 @@ void* realloc(void* block, size_t size)
     return hit(size, __builtin_return_address(0)) ? refuse() : __libc_realloc(block, size);
 }
 
-/* operator new: the library's own throws when its malloc fails. */
+/* operator new: the one of the library throws when its malloc fails. */
 #define NEW(name)                                                                                                      \
     void* name(size_t size)                                                                                            \
     {                                                                                                                  \

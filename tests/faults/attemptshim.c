@@ -1,6 +1,6 @@
-// Preloaded into the process that reads models: when that first reads a file, the shim tries what a model must never
-// cause, and writes down the results. Environment: TOV_ATTEMPTS, the file to write to, with a folder FILE.d that holds
-// a file "old"; TOV_ATTEMPT_HOARD takes memory until none is given, instead.
+// Preloaded into the import process: at its first read, the shim attempts everything that a model must never cause, and
+// logs the results. Environment: TOV_ATTEMPTS, the log file FILE, next to a folder FILE.d with a file "old"; with
+// TOV_ATTEMPT_HOARD it allocates memory until that fails, instead.
 
 #define _GNU_SOURCE
 #include <dlfcn.h>
@@ -26,7 +26,7 @@
 static int notes = -1;
 static char within[4096];
 
-/// Opened before the process locks itself in.
+/// Opens the log before the process enters the sandbox.
 __attribute__((constructor)) static void begin(void)
 {
     const char* name = getenv("TOV_ATTEMPTS");
@@ -51,8 +51,8 @@ static const char* file(const char* name)
     return whole;
 }
 
-/// A process of its own; what it is for ends at once.
-static int started(long pid)
+/// Whether a process was started; the new process ends at once.
+static int was_started(long pid)
 {
     if (pid == 0)
         _exit(0);
@@ -95,8 +95,8 @@ static void tryEverything(void)
     char* const arguments[] = {(char*)"true", NULL};
     execve("/bin/true", arguments, arguments + 1);
     note("program", 0);
-    note("fork", started(fork()));
-    note("fork-directly", started(syscall(SYS_clone, SIGCHLD, NULL, NULL, NULL, NULL)));
+    note("fork", was_started(fork()));
+    note("fork-directly", was_started(syscall(SYS_clone, SIGCHLD, NULL, NULL, NULL, NULL)));
     note("thread", clone(nothing, stack + sizeof stack, CLONE_VM | CLONE_SIGHAND | CLONE_THREAD, NULL) > 0);
     note("signal", kill(getppid(), 0) == 0);
     note("trace", ptrace(PTRACE_ATTACH, getppid(), NULL, NULL) == 0);
@@ -109,7 +109,7 @@ static void tryEverything(void)
     note("end", 1);
 }
 
-/// Leaves nothing for whoever asks next.
+/// Leaves no memory for later allocations.
 static void hoard(void)
 {
     long long taken = 0;

@@ -1,8 +1,8 @@
-/* Preloaded into the program under test: moves the clock of the day, and only that one.
+/* Preloaded into the program under test: sets the system clock; monotonic clocks stay.
  *
  * TOV_CLOCK=back      an hour back after 300 ms
- *           forth     an hour on after 300 ms
- *           both      an hour back, right, an hour on, right, ... every 100 ms
+ *           forth     an hour forward after 300 ms
+ *           both      an hour back, correct, an hour forward, correct, ... every 100 ms
  *           midnight  half a second before midnight (UTC) at the start
  *           leap      the same, at the end of a leap day
  */

@@ -81,7 +81,7 @@ try:
     # The result of a plug-in's check of its finished file is used.
     for what, ending, positions, wanted in (
             ('a plug-in counts the frames', 'sevenframes', 7, (0, ', 7 frames')),
-            ('a plug-in counts other frames', 'sevenframes', 6, (1, 'holds 7 frames instead of 6')),
+            ('a plug-in counts other frames', 'sevenframes', 6, (1, '7 frames instead of 6')),
             ('a plug-in cannot read its file', 'unreadable', 6, (1, 'cannot be read back')),
             ('a plug-in does not know its ending', 'unknown', 6, (0, 'kB')),
             ('a plug-in throws while it reads', 'throwing', 6, (0, 'kB'))):

@@ -1,15 +1,17 @@
-/* Preloaded into the program under test: lets the N-th call of a kind fail.
+/* Preloaded into the program under test: makes the N-th call of a kind fail.
  *
  * TOV_FAULT=KIND:N:ONCE:ERRNO
  *
- *   KIND   write (to ordinary files), create (opening a file to write), tmpfile (those of them that are temporary),
- *          output (opening TOV_FAULT_OUTPUT, whatever for), model (opening TOV_FAULT_MODEL), modelread
- *          (reading or mapping it), sysinfo, context (eglCreateContext), current (eglMakeCurrent, but for letting go),
- * bind (a framebuffer object is not complete when it is bound), target (glBindFramebuffer does nothing), blit, read
- * (glReadPixels); the last three leave GL_OUT_OF_MEMORY behind, thread (asked for by the program, Qt or the C++
- * library) ONCE   1 = that call only, 0 = from then on ERRNO  0 = half of the bytes are written
+ *   KIND   write (to regular files), create (opening a file for writing), tmpfile (those of them that are temporary),
+ *          output (opening TOV_FAULT_OUTPUT for anything), model (opening TOV_FAULT_MODEL), modelread (reading or
+ *          mapping it), sysinfo, context (eglCreateContext), current (eglMakeCurrent, except to release), bind (a
+ *          framebuffer object is incomplete when it is bound), target (glBindFramebuffer does nothing), blit, read
+ *          (glReadPixels), thread (creation by the program, Qt or the C++ library). target, blit and read leave
+ *          GL_OUT_OF_MEMORY pending.
+ *   ONCE   1 = that call only, 0 = from then on
+ *   ERRNO  0 = half of the bytes are written
  *
- * TOV_FAULT_COUNT=FILE: how many calls of the kind there were, at the end.
+ * TOV_FAULT_COUNT=FILE: receives the number of calls of the kind at the end.
  */
 #define _GNU_SOURCE
 #include <dlfcn.h>
@@ -57,7 +59,7 @@ static void __attribute__((destructor)) end(void)
         _exit(99);
 }
 
-/* How many there were so far, for a program that asks by name. */
+/* The number of calls so far, for a program that looks this function up. */
 int tov_fault_calls(void)
 {
     return atomic_load(&calls);
@@ -98,7 +100,7 @@ WRITE(write, (int descriptor, const void* bytes, size_t size), (descriptor, byte
 WRITE(pwrite, (int descriptor, const void* bytes, size_t size, off_t at), (descriptor, bytes, size, at))
 WRITE(pwrite64, (int descriptor, const void* bytes, size_t size, off64_t at), (descriptor, bytes, size, at))
 
-/* Qt names them by the program where the file system has none without a name. */
+/* Qt names them after the program where the file system does not support unnamed files. */
 static int is_temporary(const char* path)
 {
     const char* name = strrchr(path, '/');
@@ -190,7 +192,7 @@ int sysinfo(struct sysinfo* info)
     return real(info);
 }
 
-/* OpenGL without a screen: EGL is linked, the rest is asked for by name. */
+/* OpenGL without a screen: EGL is linked, the rest is looked up by name. */
 
 static void* gl_function(const char* name)
 {
@@ -304,7 +306,7 @@ void* eglGetProcAddress(const char* name)
     return gl_function(name);
 }
 
-/* Mesa and the codecs make do with fewer threads or end the process: their calls do not count. */
+/* Mesa and the codecs work with fewer threads or end the process, so their calls do not count. */
 int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*run)(void*), void* argument)
 {
     static int (*real)(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*);

@@ -1,4 +1,4 @@
-// The program's writer of PNG pictures: what is written is read back the same, by Qt's own reader and by other tools.
+// The program's PNG writer: pictures are read back unchanged, by Qt's own reader and by other tools.
 
 #include <QBuffer>
 #include <QColorSpace>
@@ -23,7 +23,7 @@
 
 namespace {
 
-/// What Qt's writer made of the same pictures, before the program's own was to be found.
+/// The files of Qt's writer for the same pictures, written before the program's own plug-in can be found.
 std::map<QString, qint64> usualSizes;
 
 QImage drawing(int width, int height, QImage::Format format = QImage::Format_ARGB32)
@@ -57,7 +57,7 @@ protected:
         EXPECT_TRUE(image.save(&buffer, "png"));
         return bytes;
     }
-    /// True when the tool is there and likes the file.
+    /// True when the tool is installed and accepts the file.
     static void check(const QString& file)
     {
         if (QStandardPaths::findExecutable(QStringLiteral("pngcheck")).isEmpty())
@@ -82,7 +82,7 @@ TEST_F(Png, EveryFormatComesBackTheSame)
             ASSERT_EQ(back.size(), image.size());
             const bool deep = image.depth() > 32 || format == QImage::Format_Grayscale16;
             const auto common = deep ? QImage::Format_RGBA64 : QImage::Format_ARGB32;
-            // 30-bit formats hold 10 bits a channel, more than 8: compared with 16.
+            // 30-bit formats hold 10 bits per channel, so they are compared with 16.
             EXPECT_EQ(back.convertToFormat(common), image.convertToFormat(common));
         }
 }
@@ -160,7 +160,7 @@ TEST_F(Png, ADeviceThatTakesNoMoreIsAFailure)
 {
     const QImage image = drawing(800, 600);
     EXPECT_FALSE(image.save(QStringLiteral("/dev/full"), "png"));
-    // A small one, too, that fits into the file's buffer.
+    // Also a small one that fits into the file's buffer.
     EXPECT_FALSE(drawing(4, 4).save(QStringLiteral("/dev/full"), "png"));
     struct rlimit before;
     getrlimit(RLIMIT_FSIZE, &before);
@@ -190,8 +190,8 @@ TEST_F(Png, ReadingIsStillQts)
 }
 
 #if defined(__SANITIZE_THREAD__)
-// Qt converts large pictures on threads of its own, whose locks the sanitizer does not see: here at once. Ours are
-// others.
+// Qt converts large pictures on its own threads, whose locks the sanitizer does not see, so it converts them on one
+// thread here. The threads of the writer are not affected.
 __attribute__((visibility("default"))) void QThreadPool::start(std::function<void()> task, int)
 {
     task();

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Installs the build tree into a folder that is then moved, and tries what lies there: the program, what a desktop reads,
-# and how every library was linked.
+# Installs the build tree into a folder that is then moved, and tests the program, the desktop files, the kit for plug-ins,
+# and the link options of every library there.
 set -uo pipefail
 cmake=$1 build=$2 source=$3
 folder=$(mktemp -d)
@@ -20,7 +20,7 @@ check() { # WHAT COMMAND...
 contains() { # TEXT COMMAND...
   local text=$1
   shift
-  # Not quietly: a reader that stops early would end the writer, too.
+  # Without -q: a reader that stops early would also end the writer.
   "$@" 2>&1 | grep -F -- "$text" >/dev/null
 }
 
@@ -41,7 +41,7 @@ check "the video's frames" contains "nb_read_frames=5" ffprobe -v error -count_f
   "$folder/a.mp4"
 
 check "desktop file" desktop-file-validate "$prefix/share/applications/tov.desktop"
-check "the desktop file's icon is there" test -s "$prefix/share/icons/hicolor/scalable/apps/tov.svg"
+check "the icon of the desktop file exists" test -s "$prefix/share/icons/hicolor/scalable/apps/tov.svg"
 mkdir -p "$folder/data/mime/packages"
 cp "$prefix/share/mime/packages/tov.xml" "$folder/data/mime/packages/"
 check "MIME types" update-mime-database "$folder/data/mime"
@@ -58,7 +58,7 @@ check "the template passes the checker" contains "25 of 25 checks passed" "$pref
   "$folder/plugin/y4m.so"
 check "the template is installed" "$cmake" --install "$folder/plugin"
 check "the program knows the new format" contains "y4m" "$prefix/bin/tov" encoders
-check "the program tells about the plug-in" contains "Frames without compression" "$prefix/bin/tov" modules
+check "the program lists the plug-in" contains "Frames without compression" "$prefix/bin/tov" modules
 check "a recording in the new format" "$prefix/bin/tov" video "$source/samples/crane.obj" -o "$folder/a.y4m" --size 64x48 \
   --turntable 4
 check "its frames" contains "nb_read_frames=4" ffprobe -v error -count_frames -show_entries \
@@ -73,7 +73,7 @@ check "the example passes the checker" contains "49 of 49 checks passed" "$prefi
 check "the example is installed" "$cmake" --install "$folder/example"
 check "the program knows the example's formats" contains "Portable pixmaps with transparency" "$prefix/bin/tov" encoders
 check "a recording as ppm" "$prefix/bin/tov" video "$source/samples/crane.obj" -o "$folder/a.ppm" --size 64x48 --turntable 4
-# By this ending readers take the file for a single picture; that is no fault of the recording.
+# Readers take a file with this ending for a single picture, so its frames are not counted.
 check "a recording as pam" "$prefix/bin/tov" video "$source/samples/crane.obj" -o "$folder/a.pam" --size 64x48 --turntable 4
 check "the pixmaps' size" test "$(stat -c %s "$folder/a.ppm")" -eq $((4 * (13 + 64 * 48 * 3)))
 check "the pixmaps are read" contains "nb_read_frames=4" ffprobe -v error -f ppm_pipe -count_frames -show_entries \
@@ -81,8 +81,8 @@ check "the pixmaps are read" contains "nb_read_frames=4" ffprobe -v error -f ppm
 check "the pixmaps with transparency are read" contains "pix_fmt=rgba" ffprobe -v error -f pam_pipe -show_entries \
   stream=pix_fmt "$folder/a.pam"
 
-# How the files were linked: search paths relative to the file only, all symbols resolved at start, nothing both writable
-# and executable, random load addresses, a guarded stack.
+# Link options: search paths relative to the file only, all symbols resolved at start, nothing both writable and executable,
+# random load addresses, a guarded stack.
 only_origin() {
   local path
   path=$(readelf -dW "$1" | sed -n 's/.*(\(RUNPATH\|RPATH\)).*\[\(.*\)\]/\2/p')
@@ -93,7 +93,7 @@ relro() { readelf -lW "$1" | grep -q GNU_RELRO; }
 plain_stack() { readelf -lW "$1" | grep GNU_STACK | grep ' RW ' >/dev/null; }
 movable() { readelf -hW "$1" | grep 'Type: *DYN' >/dev/null; }
 guarded() { readelf -sW --dyn-syms "$1" | grep '__stack_chk_fail' >/dev/null; }
-# Copies into buffers whose size the compiler knows are checked where there are any. Sanitizers have checks of their own.
+# Copies into buffers of known size are checked. Sanitizers have their own checks.
 for name in bin/tov lib/libtovkernel.so lib/libtovcoders.so; do
   nm -D --undefined-only "$prefix/lib/tov/$name" | grep '__[at]san_init' >/dev/null && continue
   check "$name: buffers checked" contains "_chk@" nm -D --undefined-only "$prefix/lib/tov/$name"
@@ -111,7 +111,7 @@ while IFS= read -r -d '' file; do
   check "$name: stack guarded" guarded "$file"
   check "$name: not writable by others" test -z "$(find "$file" -perm /022)"
 done < <(find "$prefix" -type f ! -name y4m.so ! -name anymap.so -print0)
-check "there are files to check" test "$files" -ge 8
+check "at least 8 files were checked" test "$files" -ge 8
 
 echo "$good of $count"
 [ "$good" -eq "$count" ]

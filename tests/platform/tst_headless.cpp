@@ -71,7 +71,7 @@ TEST(Headless, ContextsOfTheCompatibilityProfileDraw)
 
 TEST(Headless, SurfacesOfAnyFormatGoWithAnyContext)
 {
-    // A format as Qt makes it by default has no depth and no alpha.
+    // The default format of Qt has no depth and no alpha.
     QOffscreenSurface surface;
     surface.setFormat(QSurfaceFormat());
     surface.create();
@@ -111,7 +111,7 @@ TEST(Headless, ContextsMoveToOtherThreadsAndShare)
 
 TEST(Headless, WidgetsCanBeMade)
 {
-    // Commands make them for dialogs that are only asked for their filters here. Nobody shows windows without a screen.
+    // Commands create dialogs here only to query their filters; no window is shown without a screen.
     QSlider slider;
     slider.setRange(1, 5);
     QFileDialog dialog;

@@ -35,7 +35,7 @@ void prepareHeadless(const QString& pluginRoot)
     qputenv("QT_QPA_EGLFS_INTEGRATION", "tov_headless");
     qputenv("QT_QPA_EGLFS_DISABLE_INPUT", "1");
     qputenv("QT_QPA_EGLFS_HIDECURSOR", "1");
-    // The platform would otherwise take signals and the terminal's keyboard for a console of its own.
+    // Otherwise the platform would take over signals and the keyboard of the terminal.
     qputenv("QT_QPA_NO_SIGNAL_HANDLER", "1");
     qputenv("QT_QPA_ENABLE_TERMINAL_KEYBOARD", "1");
 }

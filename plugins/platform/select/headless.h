@@ -9,13 +9,13 @@ namespace tov::platform {
 /// shown. Thread: application, before the QApplication.
 bool hasDisplay();
 
-/// Sets the default surface format that everything here draws with: desktop OpenGL, compatibility profile, 8 bits a
+/// Sets the default surface format for all drawing: desktop OpenGL, compatibility profile, 8 bits per
 /// colour and alpha, depth and stencil buffer, one sample. Thread: application, before the QApplication.
 void setDefaultFormat();
 
-/// Has the QApplication, which is made afterwards, run without any display server. Widgets can be made there, but
-/// windows are not meant to be shown. `pluginRoot` is the folder that holds "egldeviceintegrations". A platform named
-/// in QT_QPA_PLATFORM stays. Thread: application, before the QApplication.
+/// Makes the QApplication, which is created afterwards, run without any display server. Widgets can be created there,
+/// but windows are not meant to be shown. `pluginRoot` is the folder that holds "egldeviceintegrations". A platform
+/// named in QT_QPA_PLATFORM stays. Thread: application, before the QApplication.
 void prepareHeadless(const QString& pluginRoot);
 
 } // namespace tov::platform

@@ -1,4 +1,4 @@
-// What happens while the library is loaded, before anybody asks it anything.
+// Misbehaves while the library is loaded, before any of its functions is called.
 
 #include <cstdlib>
 #include <stdexcept>

@@ -1,4 +1,4 @@
-// Linked against a library that nobody finds when this one is loaded.
+// Linked against a library that is missing when this one is loaded.
 
 #include "kernel/main/export.h"
 

@@ -1,1 +1,1 @@
-// A library that is no plug-in: nothing is exported.
+// A library that is not a plug-in: it exports nothing.

@@ -1,4 +1,4 @@
-// A whole small encoder: copies every chunk to the output file as it is. Used by tests that need real files.
+// A small complete encoder: copies every chunk to the output file as it is. Used by tests that need real files.
 
 #include "grab/video/videoencoder.h"
 #include "kernel/modules/informationobject.h"
@@ -19,7 +19,7 @@ extern "C" TOV_EXPORT tov::main::AdditionalInformation getInfos()
     return {QStringLiteral("rawcopy"), QStringLiteral("Copies frames"), QStringLiteral("1"), QStringLiteral("tests")};
 }
 
-/// Which registry this library sees; there must be one for the whole process.
+/// The registry that this library sees; the whole process must have only one.
 extern "C" TOV_EXPORT void* registrySeen()
 {
     return VideoEncoder::getInstance();

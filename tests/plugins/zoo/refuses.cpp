@@ -1,4 +1,4 @@
-// Registers an encoder, then says that registration failed.
+// Registers an encoder, then reports that the registration failed.
 
 #include "grab/video/videoencoder.h"
 #include "kernel/modules/informationobject.h"

@@ -1,5 +1,5 @@
-// Encoders that trouble a recording while it runs, chosen by the file ending. TOV_CHUNK_SECONDS: how long the slow one
-// takes for a chunk, 2 if nothing is said.
+// Encoders that disturb a running recording, chosen by the file ending. TOV_CHUNK_SECONDS: the time that the slow one
+// takes per chunk, default 2.
 
 #include "grab/video/encoder.h"
 #include "grab/video/videoencoder.h"

@@ -1,4 +1,4 @@
-// Registers one extension twice, in another case, and says whether both went well.
+// Registers one extension twice, the second time in upper case, and reports whether both succeeded.
 
 #include "grab/video/videoencoder.h"
 

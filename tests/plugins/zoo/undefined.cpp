@@ -1,4 +1,4 @@
-// Calls what nobody has.
+// Calls a function that no library defines.
 
 void nobodyHasThis();
 extern "C" __attribute__((visibility("default"))) bool doRegister()
