@@ -32,9 +32,9 @@ QString tr(const char* text)
 
 const QStringList OwnSuffixes{QStringLiteral("obj"), QStringLiteral("ply"), QStringLiteral("stl")};
 /// Formats that the importer process reads.
-const char* const ProcessSuffixes[] = {"gltf", "glb",  "3ds", "dae", "fbx",   "off", "3mf", "lwo",
-                                       "x",    "ac",   "ase", "b3d", "blend", "cob", "dxf", "ms3d",
-                                       "nff",  "ogex", "q3o", "smd", "x3d",   "amf", "zae", "ifc"};
+const char* const ProcessSuffixes[] = {"gltf", "glb", "3ds", "dae",   "fbx", "off", "3mf", "lwo",  "x",
+                                       "ac",   "ase", "b3d", "blend", "bvh", "cob", "dxf", "ms3d", "nff",
+                                       "ogex", "q3o", "smd", "x3d",   "amf", "zae", "ifc"};
 
 bool hasShape(const SceneElement* element)
 {

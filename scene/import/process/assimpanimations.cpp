@@ -8,8 +8,11 @@ namespace tov::importer {
 
 namespace {
 
-/// The library's value for files that do not say.
-constexpr double DefaultTicksPerSecond = 25;
+/// For files that do not say: 3D Studio counts 30 frames a second, for others it is the library's own value.
+double defaultTicksPerSecond(const std::string& suffix)
+{
+    return suffix == "3ds" ? 30 : 25;
+}
 
 template <typename Key>
 ChannelData vectorChannel(const Key* keys, unsigned int count, double perSecond, std::uint32_t node, std::uint8_t path)
@@ -25,13 +28,24 @@ ChannelData vectorChannel(const Key* keys, unsigned int count, double perSecond,
     return channel;
 }
 
-ChannelData rotationChannel(const aiNodeAnim& from, double perSecond, std::uint32_t node)
+/// The keys of 3D Studio turn a node further, each about an axis of its parent. The library adds them up in the wrong
+/// order, as if about axes of the node.
+std::vector<aiQuatKey> turnsInParent(const aiQuatKey* keys, unsigned int count)
+{
+    std::vector<aiQuatKey> turns(keys, keys + count);
+    for (unsigned int i = 1; i < count; ++i) {
+        aiQuaternion back = keys[i - 1].mValue;
+        turns[i].mValue = back.Conjugate() * keys[i].mValue * turns[i - 1].mValue;
+    }
+    return turns;
+}
+
+ChannelData rotationChannel(const std::vector<aiQuatKey>& keys, double perSecond, std::uint32_t node)
 {
     ChannelData channel;
     channel.node = node;
     channel.path = 1;
-    for (unsigned int i = 0; i < from.mNumRotationKeys; ++i) {
-        const aiQuatKey& key = from.mRotationKeys[i];
+    for (const aiQuatKey& key : keys) {
         channel.times.push_back(key.mTime / perSecond);
         channel.values.insert(channel.values.end(),
                               {float(key.mValue.x), float(key.mValue.y), float(key.mValue.z), float(key.mValue.w)});
@@ -96,7 +110,12 @@ void AssimpScene::writeNodeChannels(const aiNodeAnim& from, double perSecond, co
             channels.push_back(std::move(channel));
     };
     add(vectorChannel(from.mPositionKeys, from.mNumPositionKeys, perSecond, index, 0), 3);
-    add(rotationChannel(from, perSecond, index), 4);
+    const aiQuatKey* keys = from.mRotationKeys;
+    const bool addsUp = m_Job.suffix == "3ds";
+    add(rotationChannel(addsUp ? turnsInParent(keys, from.mNumRotationKeys)
+                               : std::vector<aiQuatKey>(keys, keys + from.mNumRotationKeys),
+                        perSecond, index),
+        4);
     add(vectorChannel(from.mScalingKeys, from.mNumScalingKeys, perSecond, index, 2), 3);
 }
 
@@ -122,7 +141,7 @@ void AssimpScene::writeAnimations()
         const aiAnimation& from = *m_Scene.mAnimations[i];
         const double perSecond = std::isfinite(from.mTicksPerSecond) && from.mTicksPerSecond > 0
                                      ? from.mTicksPerSecond
-                                     : DefaultTicksPerSecond;
+                                     : defaultTicksPerSecond(m_Job.suffix);
         const std::string name = from.mName.C_Str();
         const std::string place = name.empty() ? "animation " + std::to_string(i) : "animation '" + name + "'";
         std::vector<ChannelData> channels;
