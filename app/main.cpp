@@ -19,7 +19,7 @@ int main(int argc, char** argv)
     QStringList arguments;
     for (int i = 1; i < argc; ++i) {
         arguments << QFile::decodeName(argv[i]);
-        // Such a name would become another one on its way through texts.
+        // Such a name would change when it is converted to text.
         if (QFile::encodeName(arguments.last()) != argv[i]) {
             printError(
                 QStringLiteral("%1: names that are not UTF-8 cannot be used; rename the file").arg(arguments.last()));
@@ -29,7 +29,7 @@ int main(int argc, char** argv)
     Options options;
     QString error;
     if (!readOptions(arguments, options, &error) || options.has(QStringLiteral("help"))) {
-        // Translations need an application object; what is printed here needs nothing else of it.
+        // Translations need an application object; the output needs nothing else from it.
         int count = 1;
         QCoreApplication application(count, argv);
         installTranslations();
@@ -45,7 +45,7 @@ int main(int argc, char** argv)
         std::puts("tov " TOV_VERSION);
         return std::fflush(stdout) == 0 ? 0 : 1;
     }
-    // What Qt makes of the arguments is none of theirs: only the program's name goes on.
+    // Qt must not interpret the arguments: it gets only the program's name.
     int applicationArgc = 1;
     if (!options.verb.isEmpty())
         return runVerb(options, applicationArgc, argv);

@@ -11,7 +11,7 @@ namespace tov::app {
 
 namespace {
 
-/// Job lists are text; what is larger is something else.
+/// A larger file is not a job list.
 constexpr qint64 MostBytes = 64 << 20;
 
 QString tr(const char* text)

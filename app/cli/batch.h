@@ -28,8 +28,8 @@ bool readJobLines(const Options& options, std::vector<JobLine>& lines, QString* 
 /// Thread: any.
 bool splitWords(const QString& line, QStringList& words);
 
-/// The options of a verb as text that `splitWords` and the parser read back, without those that say where the result
-/// goes. Thread: any.
+/// The options of a verb as text that `splitWords` and the parser can read, without the output options. Thread:
+/// any.
 QString describeOptions(const Options& options);
 
 /// One result to make.
@@ -41,8 +41,8 @@ struct Job
     QString options; ///< the command line, as it is stored in pictures
 };
 
-/// Makes the list of results of a call: of each line of a job list, one per view and model. Lines that cannot be used
-/// are reported. Returns false (reported) when nothing can be done; `isUsage` then tells whether it is wrong usage.
+/// Makes the list of results of a call: of each line of a job list, one per view and model. Lines that cannot be
+/// used are reported. Returns false (reported) when nothing can be done; `isUsage` is then true for wrong usage.
 template <typename Request>
 bool collectJobs(const Options& options, bool (*read)(const Options&, Request&, QString*), Reporter& reporter,
                  std::vector<Job<Request>>& jobs, bool& isUsage)

@@ -28,7 +28,7 @@ QByteArray readAll(const QString& fileName)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-/// A number of kB after a key of a file such as /proc/meminfo, in bytes; -1 when it is not there.
+/// The value of a key in a file such as /proc/meminfo, converted from kB to bytes; -1 when the key is missing.
 qint64 kilobytesAfter(const QByteArray& text, const char* key)
 {
     const int at = text.startsWith(key) ? 0 : text.indexOf(QByteArray("\n") + key) + 1;
@@ -37,8 +37,8 @@ qint64 kilobytesAfter(const QByteArray& text, const char* key)
     return text.mid(at + int(qstrlen(key))).trimmed().split(' ').first().toLongLong() * 1024;
 }
 
-/// What the cgroup of this process leaves, bytes; the largest number when there is no limit. A limit of a group above
-/// holds as well.
+/// Bytes that the cgroup of this process has left; the largest number when there is no limit. Limits of parent
+/// groups also apply.
 qint64 cgroupLeaves()
 {
     constexpr qint64 NoLimit = std::numeric_limits<qint64>::max();
@@ -115,7 +115,7 @@ bool checkPictureSize(const QString& format, const QSize& size, QString* error)
     for (const auto& [ending, limit] : limits)
         if (format == QLatin1String(ending) && !checkEdge(limit, size, error))
             return false;
-    // What a picture in memory can have per row, and what files count in 32 bits.
+    // The longest row of a picture in memory, and the largest file with 32-bit sizes.
     constexpr int MostPerRow = std::numeric_limits<int>::max() / BytesPerPixel;
     if (size.width() > MostPerRow) {
         *error = tr("a picture can be at most %1 pixels wide").arg(MostPerRow);
@@ -152,8 +152,8 @@ bool checkVideoSize(const QString& format, const QSize& size, int fps, QString* 
                      .arg(QString::number(size.width()), QString::number(size.height()), QString::number(drawn));
         return false;
     }
-    // H.264 levels end at 139264 macroblocks of 16 x 16 pixels, HEVC levels at 35651584 luma samples; VP9 counts edges
-    // in 16 bits.
+    // H.264 levels end at 139264 macroblocks of 16 x 16 pixels, HEVC levels at 35651584 luma samples; VP9 stores
+    // width and height in 16 bits.
     constexpr qint64 MostMacroblocks = 139264, MostSamples = 35651584;
     const bool isHevc = format.startsWith(QLatin1String("hevc"));
     const bool isH264 = !isHevc && (format == QLatin1String("mp4") || format == QLatin1String("mov") ||

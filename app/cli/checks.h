@@ -6,8 +6,8 @@
 
 namespace tov::app {
 
-// What can be known before work begins. Each returns true when nothing speaks against it, else false with one line in
-// `error` that names the limit and what to do. Thread: application.
+// Checks before work begins. Each returns true when it passes, else false with one line in `error` that names the
+// limit and what to do. Thread: application.
 
 /// Bytes of memory that this process can still use: the least of what the machine has available, what its cgroup
 /// leaves, and `limit` (0 = none) less what the process uses already. 0 = unknown. Thread: any.

@@ -28,7 +28,7 @@ namespace {
 
 typedef Job<ImageRequest> ImageJob;
 
-/// The identifier of the parameter set with which the picture command fills an image of the caller's.
+/// The identifier of the parameter set with which the picture command fills an image of the caller.
 constexpr int ProgrammaticSet = 10000;
 constexpr double InchesPerMeter = 1 / 0.0254;
 constexpr double MsPerSecond = 1000;

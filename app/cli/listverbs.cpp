@@ -45,7 +45,7 @@ void printParameter(const tov::main::AbstractParameter& parameter)
               .arg(name, parameter.getDescription(), initial.isNull() ? QString() : tr("  [default %1]").arg(initial)));
 }
 
-/// Becomes the checker, a program of its own: a plug-in that crashes must not take this one along.
+/// Replaces this process by the checker, so that a plug-in that crashes does not crash the program.
 int checkEncoder(const QString& fileName)
 {
     const QByteArray checker = QFile::encodeName(InstallLayout::encoderChecker());

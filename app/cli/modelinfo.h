@@ -26,7 +26,7 @@ struct ModelInfo
     int lights = 0, skins = 0;
 };
 
-/// Collects the facts of a file from its tree. Thread: any.
+/// Collects what the tree of a file contains. Thread: any.
 ModelInfo collectModelInfo(const QString& fileName, const tov::scene::SceneElement& root);
 /// One line per fact, in the language of the user.
 QStringList describe(const ModelInfo& info);

@@ -28,7 +28,7 @@ bool ModelStore::show(const QStringList& fileNames, const QString& modelUp, bool
     QStringList keys;
     bool hasRead = false;
     for (int i = 0; i < fileNames.size(); ++i) {
-        // A file may be given twice.
+        // A file may be named twice.
         const QString key = QStringLiteral("%1\n%2\n%3")
                                 .arg(fileNames[i], modelUp, QString::number(fileNames.mid(0, i).count(fileNames[i])));
         keys << key;
@@ -44,7 +44,7 @@ bool ModelStore::show(const QStringList& fileNames, const QString& modelUp, bool
         m_Models[key].root = root.get();
         m_Models[key].detached = std::move(root);
     }
-    // The memory that reading needed for a while goes back to the system.
+    // Returns the memory that reading needed temporarily to the system.
     if (hasRead)
         malloc_trim(0);
     if (keys == m_Shown)

@@ -19,9 +19,9 @@ class ModelStore
 public:
     ModelStore();
     ~ModelStore();
-    /// Makes these files the content of the global scene, and reads those that are new. On failure false with one line
-    /// in `error`, and the scene stays as it was. Missing parts of
-    /// a model (textures, material files) are added to `warnings`. `progress` may be empty; false from it cancels.
+    /// Replaces the content of the global scene by these files, and reads those that are new. On failure false with
+    /// one line in `error`, and the scene stays as it was. Missing parts of a model (textures, material files) are
+    /// added to `warnings`. `progress` may be empty; it returns false to cancel.
     bool show(const QStringList& fileNames, const QString& modelUp, bool isStrict, QString* error,
               QStringList& warnings, const std::function<bool(int percent)>& progress);
 

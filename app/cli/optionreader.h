@@ -9,8 +9,8 @@
 
 namespace tov::app {
 
-/// Reads values of options, and keeps the first thing that is wrong with them. Values of options that are not given are
-/// left as they are. Thread: any.
+/// Reads values of options, and keeps the first error. Values of options that are not given are left as they are.
+/// Thread: any.
 class OptionReader
 {
     Q_DECLARE_TR_FUNCTIONS(tov::app::OptionReader)
@@ -24,7 +24,7 @@ public:
     void readInt(const char* option, int least, int most, int& value);
     /// A finite number from `least` to `most`.
     void readNumber(const char* option, double least, double most, double& value);
-    /// The same with a unit behind it that may be left out.
+    /// The same with an optional unit.
     void readDegrees(const char* option, double least, double most, double& value);
     void readSeconds(const char* option, double& value);
     /// One of a list of words.
@@ -33,10 +33,10 @@ public:
     void readVector(const char* option, std::optional<std::array<double, 3>>& value);
     void readSize(const char* option, QSize& value);
 
-    /// Notes what is wrong, unless something was before.
+    /// Stores the error unless there is an earlier one.
     void fail(const QString& message);
     bool hasFailed() const { return !m_Error.isEmpty(); }
-    /// Empty if nothing is wrong.
+    /// Empty if there is no error.
     QString getError() const { return m_Error; }
 
 private:

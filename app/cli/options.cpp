@@ -33,7 +33,7 @@ bool failUsage(const Options& options, const QString& what, QString* error)
     return false;
 }
 
-/// True when the next argument is the value of an option that may stand without one.
+/// True when the next argument is the value of an option whose value is optional.
 bool isOptionalValue(OptionValue kind, const QString& next)
 {
     if (next.isEmpty() || next.startsWith(QLatin1Char('-')))

@@ -19,8 +19,8 @@ struct Options
     QString value(const QString& option) const { return has(option) ? values.at(option).last() : QString(); }
 };
 
-/// Splits the arguments (without the program's name). On failure returns false and sets `error` to one line that ends
-/// with a hint at the help. Thread: any.
+/// Splits the arguments (without the program's name). On failure returns false and sets `error` to one line that
+/// ends with a reference to the help. Thread: any.
 bool readOptions(const QStringList& arguments, Options& options, QString* error);
 /// The same for the arguments of a verb, e.g. of one line of a job list; `options.verb` is set by the caller.
 bool readVerbOptions(const QStringList& arguments, Options& options, QString* error);

@@ -23,7 +23,7 @@ struct OptionSpec
     OptionValue value;
     const char* placeholder; ///< of the value in the help; empty without a value
     const char* verbs;       ///< separated by blanks; "*" = all, and the window
-    const char* group;       ///< heading in the help; not translated
+    const char* group;       ///< heading in the help, untranslated
     const char* help;        ///< not translated
 };
 
@@ -36,7 +36,7 @@ struct VerbSpec
     const char* help; ///< not translated
 };
 
-/// A row of a table that ends where `begin + count` is.
+/// A row of a table that ends at `begin + count`.
 template <typename T>
 struct Table
 {

@@ -14,7 +14,7 @@ QString tr(const char* text)
     return QCoreApplication::translate("tov::app", text);
 }
 
-/// Replaces the placeholders of a pattern; values that hold braces are not replaced again. Empty for an unknown one.
+/// Replaces the placeholders of a pattern; braces in values are not replaced. Empty for an unknown one.
 QString expanded(const QString& pattern, const QString& name, const QString& view, int number, QString* error)
 {
     static const QRegularExpression placeholder(QStringLiteral("\\{([a-z]+)\\}"));

@@ -16,8 +16,8 @@ struct ResultPlan
     QString output; ///< "-" = standard output
 };
 
-/// The results of a request: one per view, and with `isEach` one per model. `number` is the first value of {n}, and is
-/// counted up. On failure (two results of one name, an unknown placeholder) empty, with one line in `error`.
+/// The results of a request: one per view, and with `isEach` one per model. `number` is the first value of {n}, and
+/// is incremented. On failure (two results of one name, an unknown placeholder) empty, with one line in `error`.
 /// Thread: any.
 std::vector<ResultPlan> planResults(const QStringList& models, const QStringList& views, const OutputRequest& output,
                                     int& number, QString* error);

@@ -58,7 +58,7 @@ void makeOpaque(QImage& image)
     }
 }
 
-/// Takes black out of colours that were blended over it.
+/// Removes the black that colours were blended over.
 void makeStraight(QImage& image)
 {
     for (int y = 0; y < image.height(); ++y) {
@@ -75,8 +75,7 @@ void makeStraight(QImage& image)
     }
 }
 
-/// A file that remembers whether a write was cut short: the TIFF writer does not report that, and neither does
-/// `commit`.
+/// A file that records whether a write was short: neither the TIFF writer nor `commit` reports that.
 class PictureFile : public QSaveFile
 {
 public:
@@ -175,7 +174,7 @@ std::optional<tov::math::Matrix4> readStoredView(const QString& fileName, QStrin
         return std::nullopt;
     }
     QString text = reader.text(QLatin1String(ViewKey));
-    // Some formats have their texts at the end.
+    // Some formats store texts at the end of the file.
     if (text.isEmpty())
         text = reader.read().text(QLatin1String(ViewKey));
     const QStringList numbers = text.split(QLatin1Char(' '), Qt::SkipEmptyParts);
@@ -208,7 +207,7 @@ bool savePicture(const QImage& image, const QString& fileName, const QString& fo
         // With a buffer, commit would not notice that the last bytes could not be written.
         isSaved = file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) &&
                   write(image, file, format, quality, &reason) && file.isComplete() && file.commit();
-        // A write that was cut short has no reason; the next one reports it.
+        // A short write gives no reason; the next write reports it.
         if (!isSaved && file.isOpen() && file.error() == QFileDevice::NoError)
             file.write("", 1);
         if (!isSaved && (reason.isEmpty() || file.error() != QFileDevice::NoError))

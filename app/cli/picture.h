@@ -9,18 +9,18 @@
 
 namespace tov::app {
 
-/// The colour that the drawer has to blend over so that `finishPicture` can make the background that was asked for.
-/// Thread: any.
+/// The colour that the drawer has to blend over so that `finishPicture` can make the requested background. Thread:
+/// any.
 QColor drawnBackground(const Background& background, bool hasAlpha, const QColor& initial);
 
 /// True for picture formats that store transparency. Thread: any.
 bool hasPictureAlpha(const QString& format);
 
-/// Makes a drawn picture (colour blended over `drawnBackground`, coverage in the alpha channel) into the one that is
-/// stored, in place: straight alpha, or opaque on the background asked for. Thread: any.
+/// Makes a drawn picture (colour blended over `drawnBackground`, coverage in the alpha channel) into the one that
+/// is stored, in place: straight alpha, or opaque on the requested background. Thread: any.
 void finishPicture(QImage& image, const Background& background, bool hasAlpha);
 
-/// What is stored in a picture so that it can be made again: its view and the program. Thread: any.
+/// What is stored in a picture so that it can be reproduced: its view and the program. Thread: any.
 void storePictureFacts(QImage& image, const QStringList& models, const tov::math::Matrix4& transform,
                        const QString& options);
 /// The view that `storePictureFacts` stored in a file; none, with one line in `error`, when there is none.

@@ -11,7 +11,7 @@ namespace {
 
 constexpr int RedrawMs = 100;
 constexpr int BarCells = 24;
-/// From when on the time left can be estimated.
+/// The remaining time can be estimated from here on.
 constexpr int EstimatePercent = 3, EstimateMs = 500;
 constexpr double MsPerSecond = 1000;
 

@@ -13,9 +13,9 @@ namespace tov::app {
 
 namespace {
 
-/// Characters of a message.
+/// Longest message, in characters.
 constexpr int LongestLine = 1000;
-/// Between two progress objects.
+/// Minimum interval between two progress objects.
 constexpr int ProgressMs = 500;
 constexpr qint64 BytesPerKb = 1000;
 
@@ -24,7 +24,7 @@ QString tr(const char* text)
     return QCoreApplication::translate("tov::app", text);
 }
 
-/// Files named by a message may have names of megabytes.
+/// A message may name files whose names are megabytes long.
 QString shortened(const QString& message)
 {
     const QString line = tov::log::escaped(message);

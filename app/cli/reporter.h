@@ -21,11 +21,11 @@ class Reporter
 public:
     explicit Reporter(const Options& options);
 
-    /// A result is being made.
+    /// Work on a result has started.
     void started(const QString& output);
-    /// Something that the person should know; nothing is wrong.
+    /// Information for the user; nothing is wrong.
     void note(const QString& message);
-    /// Something that is probably not wanted. With --strict a failure.
+    /// A probable mistake. A failure with --strict.
     void warning(const QString& message);
     /// One line that says what failed and why. Returns false, so that a function can end with it.
     bool fail(const QString& message);

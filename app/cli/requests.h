@@ -13,7 +13,7 @@
 
 namespace tov::app {
 
-/// What stands behind the model.
+/// What is behind the model.
 struct Background
 {
     enum class Kind
@@ -47,7 +47,7 @@ struct ViewRequest
     QString show;    ///< empty = default
     Background background;
     std::optional<int> samples;     ///< per pixel, 0 = off
-    QSize panel = QSize(1280, 720); ///< shape of the view where no size is given
+    QSize panel = QSize(1280, 720); ///< shape of the view when no size is given
 };
 
 /// What moves in a video.
@@ -79,9 +79,9 @@ struct OutputRequest
     QString pattern;            ///< may hold {name}, {view}, {n}; "-" = standard output
     QString format;             ///< for standard output
     bool keepsExisting = false; ///< an existing file is an error
-    bool skipsExisting = false; ///< an existing file is a result already
+    bool skipsExisting = false; ///< an existing file counts as a finished result
     bool isEach = false;        ///< one result per model
-    qint64 maxMemory = 0;       ///< bytes; 0 = what the system leaves
+    qint64 maxMemory = 0;       ///< bytes; 0 = what the system has available
 
     bool isStandardOutput() const { return pattern == QLatin1String("-"); }
 };
@@ -117,7 +117,7 @@ struct RunRequest
     QStringList texts; ///< command texts, in order
 };
 
-/// Each reads the options of a verb into a request and checks every value that needs nothing but itself. On failure
+/// Each reads the options of a verb into a request and checks every value that can be checked by itself. On failure
 /// returns false and sets `error` to one line. Opens no file. Thread: any.
 bool readImageRequest(const Options& options, ImageRequest& request, QString* error);
 bool readVideoRequest(const Options& options, VideoRequest& request, QString* error);

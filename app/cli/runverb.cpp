@@ -16,7 +16,7 @@ using tov::main::CommandText;
 
 namespace {
 
-/// Scripts are written by hand; what is larger is something else.
+/// A larger file is not a script written by hand.
 constexpr qint64 MostScriptBytes = 16 << 20;
 constexpr int DefaultFps = 25;
 
@@ -47,8 +47,8 @@ bool followsTrajectory(const CommandText& text)
     return yes.contains(argumentOf(text, 3, "sync", yes.first()), Qt::CaseInsensitive);
 }
 
-/// What can be known before a command writes its file: folder, room on the disk, something to follow. A command that
-/// fails later would have destroyed an older file. False (reported) when it must not start.
+/// Checks before a command writes its file: folder, disk space, a trajectory to follow. A command that fails later
+/// would have destroyed an older file. False (reported) when it must not start.
 bool checkCommand(Reporter& reporter, const CommandText& text)
 {
     const bool isVideo = isCommand(text, "grabvideo");
@@ -83,7 +83,7 @@ bool readScript(const QString& fileName, QString& text, QString* error)
     QFile script(fileName);
     if (!script.open(QIODevice::ReadOnly))
         return fail(script.errorString());
-    // Something endless may be named by mistake.
+    // The name may be that of an endless device.
     QByteArray bytes;
     while (bytes.size() <= MostScriptBytes) {
         const QByteArray part = script.read(MostScriptBytes + 1 - bytes.size());

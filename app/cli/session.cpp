@@ -81,7 +81,7 @@ Session::Session(const Options& options, Reporter& reporter, int& argc, char** a
         m_Reporter.warning(tr("%1 is not a settings file and is left alone; settings are valid for this call only")
                                .arg(m_Startup.getForeignSettings()));
     else
-        tov::main::useTemporarySettings(); // those of one call must not become the user's
+        tov::main::useTemporarySettings(); // settings of one call must not become the user's
     mp_Watcher = std::make_unique<RunWatcher>(FailureLog::Console::Collect);
     QObject::connect(mp_Watcher.get(), &RunWatcher::recordingLost, [](const CommandRunPointer& run) { run->stop(); });
     mp_Space = std::make_unique<SpaceWatch>();
@@ -116,7 +116,7 @@ void Session::interrupt(int count)
         return;
     }
     m_Reporter.clearProgress();
-    // Command threads may be in the middle of something long.
+    // Command threads may still be busy.
     std::fflush(nullptr);
     _exit(InterruptedStatus);
 }

@@ -24,7 +24,7 @@ class Command;
 
 namespace tov::app {
 
-/// The started program behind a verb: models, a panel, runs of commands. Thread: application.
+/// The running program behind a verb: models, a panel, runs of commands. Thread: application.
 class Session
 {
     Q_DECLARE_TR_FUNCTIONS(tov::app::Session)
@@ -37,7 +37,7 @@ public:
     /// Gives the hidden panel a view, and makes it the active one; false (reported) on failure.
     bool showView(const ViewRequest& view, const QString& name, bool isTurning);
     tov::gui::ScenePanel* getPanel() const { return mp_Panel; }
-    /// Selects what a motion asks for; false (reported) on failure.
+    /// Selects the trajectory for a motion; false (reported) on failure.
     bool selectMotion(const MotionRequest& motion, int fps);
 
     typedef std::function<void(const tov::main::CommandRunPointer&)> RunFunction;
@@ -47,7 +47,7 @@ public:
     /// The same for a command that the caller made and that the processor deletes afterwards.
     RunOutcome run(tov::main::Command* command);
 
-    /// True once SIGINT, SIGTERM or SIGHUP came.
+    /// True once SIGINT, SIGTERM or SIGHUP was received.
     bool wasInterrupted() const { return m_Interrupts > 0; }
     /// For work that cannot be stopped softly (pictures): the first interrupt ends the process.
     void leaveAtFirstInterrupt() { m_LeavesAtOnce = true; }

@@ -30,7 +30,7 @@ typedef Job<VideoRequest> VideoJob;
 
 constexpr int BytesPerPixel = 4;
 constexpr qint64 BytesPerMb = 1000000;
-/// Players take shorter delays between two pictures for something else.
+/// Players do not play shorter delays as they are.
 constexpr int HighestGifFps = 50;
 constexpr int DefaultFps = 25, DefaultKbps = 1200;
 constexpr double BitsPerPixel = 0.1;
@@ -105,7 +105,7 @@ bool checkJob(const VideoJob& job, QString* error)
     return checkVideoSize(endingOf(job), evenSize(request.size), rateOf(request), error);
 }
 
-/// Megabytes of a chunk: about three frames, so that the encoder soon has something to do.
+/// Megabytes of a chunk: about three frames, so that the encoder can start early.
 qint64 chunkMegabytes(const QSize& size)
 {
     constexpr qint64 Least = 8, Most = 50, Frames = 3;
@@ -122,7 +122,7 @@ bool configure(Session& session, const VideoRequest& request)
     };
     qint64 backlog = settings.value(QStringLiteral("settings/backloglimit"), DefaultBacklogMb).toLongLong();
     const qint64 available = availableMemory(request.output.maxMemory) / BytesPerMb;
-    // Half of what is left: the encoder needs some as well.
+    // Half of the available memory: the encoder needs some as well.
     if (available > 0)
         backlog = std::min(backlog, std::max<qint64>(1, available / 2));
     settings.setValue(QStringLiteral("settings/backloglimit"), backlog);
@@ -158,13 +158,13 @@ RunOutcome record(Session& session, const VideoRequest& request, const QString& 
             constexpr double MsPerSecond = 1000, LongestMs = 2e9;
             timer.start(int(std::min(*request.motion.seconds * MsPerSecond, LongestMs)));
         });
-    // The end of a free recording is no interruption.
+    // The end of a free recording is not an interruption.
     if (isOver && outcome.status == RunOutcome::Status::Stopped && !session.wasInterrupted())
         outcome.status = RunOutcome::Status::Done;
     return outcome;
 }
 
-/// Warns where the video does not play as it was recorded.
+/// Warns when the video does not play at the recorded speed.
 void checkTiming(Reporter& reporter, const VideoRequest& request, const RunOutcome& outcome)
 {
     const int fps = rateOf(request);
@@ -213,7 +213,7 @@ bool copyToStandardOutput(const QString& fileName)
     return std::fflush(stdout) == 0;
 }
 
-/// Moves a finished recording to where it belongs; false with one line in `error`.
+/// Moves a finished recording to its final name; false with one line in `error`.
 bool deliver(const VideoJob& job, SafeOutput& output, RunOutcome& outcome, QString* error)
 {
     if (job.request.output.isStandardOutput()) {
@@ -228,7 +228,7 @@ bool deliver(const VideoJob& job, SafeOutput& output, RunOutcome& outcome, QStri
     return output.commit(error);
 }
 
-/// Reports a recording that is not what was asked for; what can be played of it stays under the temporary name.
+/// Reports a recording that differs from the request; what can be played stays under the temporary name.
 bool reject(Session& session, const VideoJob& job, SafeOutput& output, const RunOutcome& outcome)
 {
     const bool isKept = !outcome.files.isEmpty() && !job.request.output.isStandardOutput();

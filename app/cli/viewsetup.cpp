@@ -52,7 +52,7 @@ Look::Show showNamed(const QString& name)
     return name == QLatin1String("points") ? Look::Show::Points : Look::Show::Surface;
 }
 
-/// A name that is none of the known ones is a file.
+/// Any other name is a file.
 Look::Light lightNamed(const QString& name)
 {
     if (name.isEmpty() || name == QLatin1String("studio"))
@@ -114,7 +114,7 @@ bool lookFrom(ScenePanel& panel, const Vector3& position, const ViewRequest& vie
     return false;
 }
 
-/// Applies what is relative to a view that is not fitted.
+/// Applies the relative options to a view that is not fitted.
 void moveRelative(ScenePanel& panel, const ViewRequest& view)
 {
     if (view.azimuth != 0 || view.elevation != 0 || view.roll != 0) {

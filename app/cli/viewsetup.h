@@ -12,8 +12,8 @@ namespace tov::app {
 /// Thread: application.
 bool applyLook(const ViewRequest& view, QString* error);
 
-/// Gives the panel the view of a request. `name` is one of `view.views`, or empty; `isTurning` makes room for a camera
-/// that turns about the scene. On failure false with one line in `error`. Thread: application.
+/// Gives the panel the view of a request. `name` is one of `view.views`, or empty; `isTurning` leaves room for a
+/// camera that turns about the scene. On failure false with one line in `error`. Thread: application.
 bool applyView(tov::gui::ScenePanel& panel, const ViewRequest& view, const QString& name, bool isTurning,
                QString* error);
 

@@ -6,27 +6,26 @@
 
 namespace tov::app {
 
-/// True when nothing speaks against writing a file of that name; otherwise `error` says in one line why it cannot be
-/// written. Thread: any.
+/// True when a file of that name can be written; otherwise `error` says why not, in one line. Thread: any.
 bool checkOutputFolder(const QString& fileName, QString* error);
 
-/// The state of a file at one moment, to find out later whether it has been written. Compares no clock times with the
-/// clock: clocks are set, and file servers have their own. Thread: any.
+/// The state of a file at one moment, to find out later whether it has been written. Never compares file times with
+/// the clock: clocks are changed, and file servers have their own. Thread: any.
 class FileSnapshot
 {
 public:
     /// Of no file.
     FileSnapshot() = default;
     explicit FileSnapshot(const QString& fileName);
-    /// True when there is a regular file now that is new or has been written to. False as well when the folder has been
-    /// replaced by another one: the files in it belong to somebody else.
+    /// True when there is a regular file now that is new or has been written to. False as well when the folder has
+    /// been replaced by another one: the files in it are not ours.
     bool hasChanged() const;
 
 private:
     struct State
     {
         dev_t device = 0;
-        ino_t inode = 0; ///< 0: there was nothing
+        ino_t inode = 0; ///< 0: there was no file
         qint64 size = 0;
         timespec written = {};
         timespec changed = {};

@@ -23,16 +23,16 @@ namespace tov::app {
 
 namespace {
 
-/// All trials of one start, together.
+/// Time limit for all trials of one start.
 constexpr int LimitMs = 4500;
-/// One trial, so that others get their turn.
+/// Time limit for one trial, so that the others get their turn.
 constexpr int FileLimitMs = 4000;
 constexpr int WaitMs = 10;
 /// How often a process has to be found asleep to count as hanging.
 constexpr int AsleepSamples = 5;
 
 const QString CacheName = QStringLiteral("libraries");
-/// Changes with the meaning of the entries.
+/// Change it whenever the meaning of the entries changes.
 const QString CacheVersion = QStringLiteral("1");
 
 QString tr(const char* text)
@@ -45,14 +45,14 @@ QString fileStamp(const QString& fileName)
     return tov::util::FileStamp(fileName).toString();
 }
 
-/// What is remembered of a trial.
+/// The stored result of a trial.
 struct Result
 {
     QString stamp;                 ///< of the library
     QString problem;               ///< empty: it may be loaded
     QMap<QString, QString> stamps; ///< of the files that the library loads by itself, by name
 
-    /// Whether all these files are as they were.
+    /// Whether all these files are unchanged.
     bool isCurrent(const QString& fileName) const
     {
         if (stamp.isEmpty() || stamp != fileStamp(fileName))
@@ -62,7 +62,7 @@ struct Result
                 return false;
         return true;
     }
-    /// As a text of lines, for the cache.
+    /// As lines of text, for the cache.
     QString toText() const
     {
         QStringList lines{stamp, problem};
@@ -106,20 +106,20 @@ QString findTrialProblem(const QProcess& process)
     return QString();
 }
 
-/// Usually by the system, which was short of memory.
+/// Usually killed by the system, which was short of memory.
 bool wasKilled(const QProcess& process)
 {
     return process.exitStatus() != QProcess::NormalExit && process.exitCode() == SIGKILL;
 }
 
-/// Whether a process waits for something that does not happen, as opposed to one that gets no processor or disk time.
+/// Whether a process hangs, as opposed to one that gets no processor or disk time.
 bool isAsleep(qint64 pid)
 {
     for (int i = 0; i < AsleepSamples; ++i) {
         QFile file(QStringLiteral("/proc/%1/stat").arg(pid));
         if (!file.open(QIODevice::ReadOnly))
             return false;
-        // "pid (name) state ..."; the name may hold anything.
+        // "pid (name) state ..."; the name may contain any character.
         const QByteArray status = file.readAll();
         if (status.mid(status.lastIndexOf(')') + 2, 1) != "S")
             return false;
@@ -135,7 +135,7 @@ struct LibraryProbe::Trial
 {
     Candidate candidate;
     std::unique_ptr<QProcess> process;
-    std::shared_ptr<bool> notStarted; ///< the process itself forgets that it could not be started
+    std::shared_ptr<bool> notStarted; ///< QProcess does not remember that it could not be started
     QDeadlineTimer limit{FileLimitMs};
 
     static Trial start(const QString& checker, const Candidate& candidate)
@@ -193,7 +193,7 @@ private:
         }
         if (!trial.limit.hasExpired() && !m_Deadline.hasExpired())
             return false;
-        // Not remembered: on a loaded machine a good library takes as long.
+        // Not stored: on a loaded machine a good library may take as long.
         if (!trial.candidate.own || isAsleep(trial.process->processId()))
             m_Probe.m_Refused[trial.candidate.fileName] = tr("it did not come back when it was tried");
         trial.process->kill();
@@ -204,7 +204,7 @@ private:
     {
         const Candidate& candidate = trial.candidate;
         if (*trial.notStarted || wasKilled(*trial.process)) {
-            // Not the library's fault, and not remembered.
+            // Not the library's fault, so the result is not stored.
             refuse(candidate, tr("it could not be tried, the machine is short of processes or memory; it is tried at "
                                  "the next start"));
             return;
@@ -261,7 +261,7 @@ std::vector<LibraryProbe::Candidate> LibraryProbe::findNew(const tov::util::Cach
         if (!problem.isEmpty())
             m_Refused[candidate.fileName] = problem;
     }
-    // Whatever takes long must not use up the time of these.
+    // Slow libraries must not use up the time of these.
     std::stable_partition(result.begin(), result.end(), [](const Candidate& candidate) { return candidate.own; });
     return result;
 }
@@ -272,7 +272,7 @@ void LibraryProbe::run()
     const std::vector<Candidate> fresh = findNew(before);
     if (!fresh.empty() && QFileInfo(m_Checker).isExecutable()) {
         Trials(*this).run(fresh);
-        // What cannot be written is tried again at the next start.
+        // If the cache cannot be written, the libraries are tried again at the next start.
         if (m_Results != before)
             tov::util::writeCache(CacheName, CacheVersion, m_Results);
     }

@@ -10,11 +10,11 @@
 
 namespace tov::app {
 
-/// Loads new and changed modules and encoder plug-ins in processes of their own before the program loads them, so that
-/// a library that crashes, hangs or ends its process on loading does not take the program along. Libraries that
-/// somebody could have written who could not have replaced the program are refused without being run. Results are kept
-/// in the cache folder for as long as the files do not change, so an ordinary start only compares file stamps. Thread:
-/// application.
+/// Loads new and changed modules and encoder plug-ins in processes of their own before the program loads them, so
+/// that a library that crashes, hangs or ends its process on loading does not affect the program. Libraries are
+/// refused without being run if somebody could have written them who could not have replaced the program. Results
+/// are kept in the cache folder for as long as the files do not change, so an ordinary start only compares file
+/// stamps. Thread: application.
 class LibraryProbe
 {
 public:
@@ -25,7 +25,7 @@ public:
 
     /// Adds the modules in `folder`.
     void addModules(const QString& folder);
-    /// Adds the encoder plug-ins in `folder`. Symbolic links are left out: nobody loads them.
+    /// Adds the encoder plug-ins in `folder`. Symbolic links are skipped: they are never loaded.
     void addEncoders(const QString& folder);
     /// Refuses everything that did not come with the program.
     void refuseForeign() { m_OnlyOwn = true; }

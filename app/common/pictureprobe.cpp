@@ -9,13 +9,13 @@ namespace tov::app {
 
 namespace {
 
-/// The bytes from a place on, or fewer where the file ends.
+/// The bytes from an offset on; fewer at the end of the file.
 QByteArray bytesAt(QFile& file, qint64 position, int count)
 {
     return file.seek(position) ? file.read(count) : QByteArray();
 }
 
-/// The list of fields of a TIFF file is written last, and the head points to it.
+/// The list of fields of a TIFF file is written last, and the header points to it.
 bool isWholeTiff(QFile& file, const QByteArray& head)
 {
     const bool little = head.startsWith("II");

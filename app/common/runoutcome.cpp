@@ -56,7 +56,7 @@ RunWatcher::RunWatcher(FailureLog::Console console, QObject* parent) : QObject(p
             this, [this, why] { reportLoss(why); }, Qt::QueuedConnection);
     });
     auto* processor = tov::main::Overseer::getInstance()->getCommandProcessor();
-    // The file's state has to be read before the command can write it, so at once where the run begins on this thread.
+    // The file's state must be read before the command can write it, so at once on the thread that starts the run.
     connect(
         processor, &CommandProcessor::runBegins, this,
         [this](const CommandRunPointer& run) {
@@ -201,7 +201,7 @@ void RunWatcher::report(const Watched& watched, RunOutcome outcome)
 
 void RunWatcher::reportLoss(const QString& why)
 {
-    // Records name no run: with several recordings at a time it may be any of them.
+    // Records do not name a run: with several recordings at a time it may be any of them.
     for (auto& [id, watched] : m_Watched) {
         if (watched.isLost || !isRecording(*watched.run))
             continue;

@@ -24,7 +24,7 @@ struct RunOutcome
     enum class Status
     {
         Done,    ///< it ended by itself without an error, and what it wrote is complete
-        Stopped, ///< somebody stopped it; what it had written until then is complete
+        Stopped, ///< it was stopped; what it had written until then is complete
         Failed,
     };
     Status status = Status::Failed;
@@ -39,9 +39,10 @@ struct RunOutcome
     bool isDone() const { return status == Status::Done; }
 };
 
-/// Watches every run of the command processor from before it touches anything, verifies what it wrote, and reports one
-/// outcome for each. A run of a command with a parameter "filename" is one that writes a file; with "sync" it is a
-/// recording. Empty files and incomplete pictures are removed: they only look like a result. Thread: application.
+/// Watches every run of the command processor from before it touches anything, verifies what it wrote, and reports
+/// one outcome for each. A run of a command with a parameter "filename" is one that writes a file; with "sync" it
+/// is a recording. Empty files and incomplete pictures are removed, so that nobody takes them for results. Thread:
+/// application.
 class RunWatcher : public QObject
 {
     Q_OBJECT
@@ -60,7 +61,7 @@ public:
     void skipVerification();
 
 signals:
-    /// A recording can add no more frames. Once per recording, which goes on until it is stopped.
+    /// A recording can add no more frames. Emitted once per recording, which goes on until it is stopped.
     void recordingLost(const tov::main::CommandRunPointer& run, const QString& why);
     /// Once per run, after its file has been verified.
     void ended(const tov::main::CommandRunPointer& run, const tov::app::RunOutcome& outcome);

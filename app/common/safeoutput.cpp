@@ -22,7 +22,7 @@ QString systemError()
     return QString::fromLocal8Bit(std::strerror(errno));
 }
 
-/// The file that a symbolic link stands for, so that the link stays.
+/// The target of a symbolic link, so that the link stays.
 QString resolved(const QString& fileName)
 {
     const QFileInfo info(fileName);
@@ -92,7 +92,8 @@ bool SafeOutput::prepare(QString* error)
     return false;
 }
 
-/// The pictures of a list carry its name, so the encoder copies them; those of an older list that are not replaced go.
+/// Pictures are named after their list, so the encoder copies them; pictures of an older list that are not replaced
+/// are removed.
 bool SafeOutput::commitPictures(QString* error)
 {
     const QString fileName = resolved(m_FileName);

@@ -24,11 +24,11 @@ using tov::main::CommandRunPointer;
 namespace {
 
 constexpr int LongestLookMs = 1000, ShortestLookMs = 20;
-/// What a recording may write in a millisecond: 4K frames, 30 a second.
+/// Bytes that a recording may write in a millisecond: 4K at 30 frames per second.
 constexpr qint64 BytesPerMs = 1000000;
 constexpr int DefaultLimitMb = 50;
 constexpr qint64 BytesPerMb = 1000000;
-/// A chunk that is being filled waits for nobody.
+/// A chunk that is being filled is not pending.
 constexpr qint64 LeastWaitingBytes = 60 * BytesPerMb;
 
 qint64 limitBytes()
@@ -38,7 +38,7 @@ qint64 limitBytes()
     return std::clamp<qint64>(megabytes, 0, MostMb) * BytesPerMb;
 }
 
-/// Memory of the process that no file stands for.
+/// Memory of the process that is not backed by a file.
 qint64 memoryBytes()
 {
     QFile status(QStringLiteral("/proc/self/status"));
@@ -49,7 +49,7 @@ qint64 memoryBytes()
     return at < 0 ? 0 : text.mid(at + 8).trimmed().split(' ').first().toLongLong() * 1024;
 }
 
-/// What lies in temporary files that have no name; only those of the temporary folder.
+/// Bytes in unnamed files of the temporary folder.
 qint64 unnamedBytes()
 {
     qint64 bytes = 0;
@@ -74,7 +74,7 @@ SpaceWatch::SpaceWatch(QObject* parent) : QObject(parent)
     auto* processor = tov::main::Overseer::getInstance()->getCommandProcessor();
     connect(processor, &CommandProcessor::runStarted, this, [this](const CommandRunPointer& run) {
         const QString file = run->getArgument(QStringLiteral("filename"));
-        // Recordings only: a picture is one write, and says itself when the disk had no room for it.
+        // Recordings only: a picture is written at once and reports a full disk itself.
         if (file.isEmpty() || run->getArgument(QStringLiteral("sync")).isNull() || run->isFinished())
             return;
         m_Watched[run->getId()] = {run, QFileInfo(file).absolutePath()};
@@ -124,7 +124,7 @@ void SpaceWatch::measureWaiting()
         return !each.second.run->getArgument(QStringLiteral("sync")).isNull();
     };
     const qint64 files = unnamedBytes();
-    // Pictures take memory of their own.
+    // Pictures use memory of their own.
     const bool onlyRecordings = std::all_of(m_Watched.begin(), m_Watched.end(), isRecording);
     const qint64 memory = onlyRecordings ? memoryBytes() : 0;
     for (auto& each : m_Watched)

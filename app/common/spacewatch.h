@@ -10,9 +10,9 @@
 
 namespace tov::app {
 
-/// Looks after the disks that recordings fill: those of their files and of the temporary folder. When one has less room
-/// than the setting "settings/lowspacelimit" says (MB, 50 at first; 0 = never), what runs there is stopped as by Stop:
-/// what was captured is kept. Looks each second, more often the less room there is. Thread: application.
+/// Watches the disks that recordings fill: those of their files and of the temporary folder. When one has less free
+/// space than the setting "settings/lowspacelimit" (MB, initially 50; 0 = never), its recordings are stopped as by
+/// Stop: captured frames are kept. Checks every second, more often when space is low. Thread: application.
 class SpaceWatch : public QObject
 {
     Q_OBJECT
@@ -22,18 +22,18 @@ public:
     /// False when a recording into this file would be stopped at once; `error` then says why, in one line. Thread: any.
     static bool hasRoom(const QString& fileName, QString* error);
 
-    /// The room on the fuller of the disks that a run writes to, bytes; -1 = unknown, or it writes no file.
+    /// Free bytes on the fuller of the disks that a run writes to; -1 = unknown, or it writes no file.
     qint64 getRoom(quint64 run) const;
-    /// About how much waits to be encoded, bytes: what the process has in unnamed temporary files, and the memory that
-    /// it has taken since the run began, all recordings together. 0 for what is no recording.
+    /// Approximate bytes that are still to be encoded, for all recordings together: unnamed temporary files, and
+    /// the memory allocated since the run began. 0 for anything but a recording.
     qint64 getWaiting(quint64 run) const;
-    /// Both in a few words, empty where nothing is known.
+    /// Both as a short text, empty when unknown.
     QString describe(quint64 run) const;
 
 signals:
-    /// Once a run, with a sentence for the person.
+    /// Once per run, with a sentence for the user.
     void lowSpace(const QString& text);
-    /// Each second while something runs.
+    /// Every second while something runs.
     void measured();
 
 private:

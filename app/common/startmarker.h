@@ -2,7 +2,7 @@
 
 namespace tov::app {
 
-/// Tells whether the last start was completed. While the program starts, a file in the cache folder says so. Thread:
+/// Detects starts that were not completed. While the program starts, a marker file is in the cache folder. Thread:
 /// application.
 class StartMarker
 {
@@ -18,7 +18,7 @@ public:
     bool hasCrashed() const { return m_Crashed; }
     /// The start is complete.
     void finish();
-    /// As `finish`, for signal handlers: a start that was told to stop did not crash.
+    /// Like `finish`, for signal handlers: a start that was interrupted did not crash.
     static void clear() noexcept;
 
 private:

@@ -44,7 +44,7 @@ void onInterrupt(int)
 {
     const int saved = errno;
     StartMarker::clear();
-    // A third one means that the application thread is not listening any more.
+    // A third one means that the application thread does not respond.
     if (interrupts.fetch_add(1) >= 2)
         _exit(130);
     const char byte = 1;
@@ -67,7 +67,7 @@ void onQtMessage(QtMsgType type, const QMessageLogContext&, const QString& messa
     if (message.contains(QLatin1String("software rasterizer")) || message.contains(QLatin1String("XDG_RUNTIME_DIR")))
         return;
     if (message.startsWith(QLatin1String("The X11 connection broke"))) {
-        // Qt ends the process next, by way of destructors that know nothing of the threads that still run.
+        // Qt ends the process next, and runs destructors while other threads still run.
         std::fprintf(stderr, "tov: %s\n",
                      QCoreApplication::translate("tov::app",
                                                  "the display is gone (X server); what was written so far is "
@@ -87,7 +87,7 @@ void onQtMessage(QtMsgType type, const QMessageLogContext&, const QString& messa
     }
 }
 
-/// Each chunk of a recording that waits in a file has a descriptor, and many may wait.
+/// Each pending chunk in a file has a descriptor, and there may be many.
 void raiseDescriptorLimit()
 {
     constexpr rlim_t Enough = 65536;
@@ -106,8 +106,8 @@ void prepareProcess()
     QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
     ignore(SIGPIPE);
     ignore(SIGXFSZ);
-    // The session's message bus is used where there is one. Without its address the library would start a bus of its
-    // own, another program that stays when this one is gone.
+    // The session's message bus is used where there is one. Without its address the library would start a bus of
+    // its own, another program, which would outlive this one.
     if (!qEnvironmentVariableIsSet("DBUS_SESSION_BUS_ADDRESS"))
         qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:runtime=yes");
 }
@@ -179,7 +179,7 @@ void Startup::Private::watchSignals()
     struct sigaction action;
     std::memset(&action, 0, sizeof action);
     action.sa_handler = tov::app::onInterrupt;
-    // SIGHUP: the terminal or the desktop goes; what was captured is kept.
+    // SIGHUP: the terminal or the session ends; captured frames are kept.
     for (const int signal : {SIGINT, SIGTERM, SIGHUP})
         sigaction(signal, &action, nullptr);
 }

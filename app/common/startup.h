@@ -18,11 +18,11 @@ namespace tov::app {
 struct StartOptions
 {
     bool window = false;                          ///< a window will be shown; otherwise no display server is needed
-    int logLevel = 2000;                          ///< highest level of the records that standard error gets
-    QString settingsFile;                         ///< empty: the usual one
+    int logLevel = 2000;                          ///< highest level of the records written to standard error
+    QString settingsFile;                         ///< empty: the user's settings file
     bool safeMode = false;                        ///< only the product's own modules and plug-ins
     std::function<void(const QString&)> progress; ///< start-up messages; may be empty
-    std::function<bool()> afterCrash; ///< called when the start before crashed; true = safe mode now; may be empty
+    std::function<bool()> afterCrash; ///< called when the previous start crashed; true = safe mode now; may be empty
 };
 
 /// Everything that runs behind the program: Qt, the host's libraries, the modules. Made first and destroyed last in
@@ -31,15 +31,14 @@ class Startup
 {
 public:
     Startup(int& argc, char** argv, const StartOptions& options);
-    /// Stops what runs, unloads the modules, takes everything down.
+    /// Stops all runs, unloads the modules and destroys everything.
     ~Startup();
 
     tov::main::ModuleLoader& getLoader();
-    /// A file that was named for the settings and is not a settings file; usually empty. If set, changes of settings
-    /// are not saved.
+    /// The named settings file if it is not one; usually empty. If set, changes of settings are not saved.
     QString getForeignSettings() const;
-    /// Calls `function` on the application thread with the count of SIGINT, SIGTERM and SIGHUP so far, from 1. From the
-    /// second one on, if the application thread does not get round to it, the process ends by itself.
+    /// Calls `function` on the application thread with the count of SIGINT, SIGTERM and SIGHUP so far, from 1. From
+    /// the second one on, the process ends by itself if the application thread does not respond.
     void setInterruptHandler(std::function<void(int count)> function);
 
 private:
@@ -47,7 +46,7 @@ private:
     std::unique_ptr<Private> d;
 };
 
-/// Does what must precede everything in `main`: UTF-8 names whatever the locale, signals that must not kill.
+/// Must come first in `main`: sets up UTF-8 names whatever the locale, and ignores signals that must not kill.
 void prepareProcess();
 
 } // namespace tov::app

@@ -12,7 +12,7 @@ void installTranslations()
     const QLocale locale = QLocale::system();
     const auto install = [&locale](const QString& name, const QString& folder) {
         auto* translator = new QTranslator(qApp);
-        // The languages in the person's order; English needs no file and ends the search where it comes first.
+        // The languages in the user's order; English needs no file, so the search ends there.
         if (translator->load(locale, name, QStringLiteral("_"), folder))
             QCoreApplication::installTranslator(translator);
         else

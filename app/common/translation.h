@@ -2,8 +2,8 @@
 
 namespace tov::app {
 
-/// Loads the translations for the languages that the person's locale names, Qt's own among them; texts without one stay
-/// English. After the application object is made and before modules are loaded. Thread: application.
+/// Loads the translations for the languages of the user's locale, Qt's own included; texts without one stay
+/// English. Call it after the application object is created and before modules are loaded. Thread: application.
 void installTranslations();
 
 } // namespace tov::app

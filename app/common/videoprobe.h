@@ -7,11 +7,11 @@
 
 namespace tov::app {
 
-/// What a video file itself says, asked from the encoder plug-in that knows its ending (the symbol "probeVideo", see
-/// docs/encoder-plugins.md); of other files nothing is known.
+/// The contents of a video file, read by the encoder plug-in that knows its ending (the symbol "probeVideo", see
+/// docs/encoder-plugins.md); nothing is known about other files.
 struct VideoProbe
 {
-    bool asked = false;    ///< some plug-in knows such files, and came to an end
+    bool asked = false;    ///< a plug-in knows such files and has finished reading
     bool readable = false; ///< it is a video
     qint64 frames = -1;
     double seconds = 0; ///< 0 = unknown
@@ -36,7 +36,7 @@ public:
     /// Waits for the thread, which soon ends.
     ~VideoReading() override;
 
-    /// Ends early, as if nobody had known such files.
+    /// Ends early, as if no plug-in knew such files.
     void stop();
 
 signals:
