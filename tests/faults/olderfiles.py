@@ -30,9 +30,9 @@ cases = Cases(sys.argv[1], SOURCE)
 scratch = tempfile.mkdtemp(prefix='tov older ')
 
 
-def arguments(ending, name, is_long=False):
+def arguments(ending, name, is_long=False, picture_size='640x480'):
     if ending in PICTURES:
-        return ['image', cases.model, '--size', '3000x2000' if is_long else '640x480', '--quiet', '-o', name]
+        return ['image', cases.model, '--size', '3000x2000' if is_long else picture_size, '--quiet', '-o', name]
     return ['video', cases.model, '--size', '160x120', '--samples', '0', '--turntable', '30000' if is_long else '12', '--quiet',
             '-o', name]
 
@@ -158,7 +158,7 @@ def disk_cases(ending):
                 disk.fill(PAGE if is_picture and part else max(0, int(need * part) // PAGE * PAGE - PAGE))
                 older.names.add('filler')
                 older.before = older.state()
-                run = cases.run(folder, arguments(ending, older.name, is_long=is_picture))
+                run = cases.run(folder, arguments(ending, older.name, picture_size='1200x676'))
                 if run.returncode == 0:
                     return f'status 0 with {part:.0%} of the room'
                 problem = failure_problem(run.returncode, run.stderr) or older.problem()

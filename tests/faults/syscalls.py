@@ -44,7 +44,7 @@ def is_temporary(path, output, is_unnamed):
     if path == folder and is_unnamed:
         return True  # A file without a name, by O_TMPFILE.
     return (os.path.dirname(path) == folder and
-            re.fullmatch(re.escape(stem) + r'([~_]partial(-[0-9a-f]{8})?(\.\d{5})?\.\w+~?|\.' + re.escape(ending) + r'\.\w{6})',
+            re.fullmatch(re.escape(stem) + r'(\.' + re.escape(ending) + r'~joined\.\w+|[~_]partial(-[0-9a-f]{8})?(\.\d{5})?\.\w+~?|\.' + re.escape(ending) + r'\.\w{6})',
                          os.path.basename(path)) is not None)
 
 
