@@ -11,11 +11,11 @@
 
 namespace tov::scene {
 
-/// The shape of a skinned or morphed element: its vertices at rest, and what they become.
+/// The shape of a skinned or morphed element: its vertices at rest and deformed.
 class TOV_EXPORT DeformedShape
 {
 public:
-    /// Remembers the vertices of `element` as those at rest. The joints must be alive.
+    /// Stores the vertices of `element` as those at rest. The joints must exist.
     explicit DeformedShape(GeometryElement& element);
 
     typedef std::unordered_map<std::uint64_t, SceneElement*> ElementsById;

@@ -12,7 +12,7 @@ namespace tov::scene {
 
 struct Skin;
 
-/// A mesh as a reader hands it over: plain arrays, one entry per vertex. An empty array means that the mesh has none.
+/// A mesh as a reader returns it: plain arrays, one entry per vertex. An empty array means that the mesh has none.
 struct Geometry
 {
     /// What the indices mean: three, two or one per primitive.

@@ -54,7 +54,7 @@ public:
         float normal[3];
         std::uint16_t color[4]; ///< linear, 65535 = 1; multiplies the material's base colour
     };
-    /// What moves the vertices: the arrays of `Geometry`, in drawing order.
+    /// Skin and morph data: the arrays of `Geometry`, in drawing order.
     struct Deformation
     {
         std::shared_ptr<const Skin> skin; ///< null: not skinned
@@ -65,7 +65,7 @@ public:
         std::vector<float> morphWeights;
     };
 
-    /// Takes the data over. Counts must fit each other; optional arrays of another length are ignored. Thread: any.
+    /// Takes over the data. Counts must match; optional arrays of another length are ignored. Thread: any.
     GeometryElement(const QString& name, Geometry geometry);
     /// Leaves the OpenGL buffers to be freed by the next drawing. Thread: any.
     ~GeometryElement() override;
@@ -83,7 +83,7 @@ public:
     const std::vector<std::uint32_t>& getIndices() const { return m_Indices; }
     const std::vector<Chunk>& getChunks() const { return m_Chunks; }
     const Box& getBox() const { return m_Box; }
-    /// Where the vertices' coordinates count from, in the element's own coordinates. `forEachVisible` adds it.
+    /// The origin of the vertices' coordinates, in the element's own coordinates. `forEachVisible` adds it.
     const std::array<double, 3>& getOrigin() const { return m_Origin; }
     /// Skin and morph targets; null when there are none.
     const Deformation* getDeformation() const { return mp_Deformation.get(); }

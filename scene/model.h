@@ -30,13 +30,13 @@ struct AnimationChannel
         Translation,  ///< 3 values a key
         Rotation,     ///< unit quaternion x, y, z, w
         Scale,        ///< 3 values a key
-        MorphWeights, ///< as many values a key as the mesh has targets
+        MorphWeights, ///< as many values per key as the mesh has targets
     };
     enum class Interpolation : std::uint8_t
     {
         Step,
         Linear,
-        CubicSpline, ///< in-tangent, value, out-tangent a key (glTF 2.0, appendix C)
+        CubicSpline, ///< in-tangent, value, out-tangent per key (glTF 2.0, appendix C)
     };
     /// Not owned. Morph weights apply to every `GeometryElement` that is a direct child of the target.
     SceneElement* target = nullptr;

@@ -203,7 +203,7 @@ private:
     std::vector<Vector> m_Areas;          ///< per triangle: its normal, as long as twice its area
     std::vector<std::uint32_t> m_First;   ///< per place: its first entry in `m_Corners`
     std::vector<std::uint32_t> m_Corners; ///< numbers in `Geometry::indices`
-    std::vector<Vector> m_Units;          ///< of the place in work
+    std::vector<Vector> m_Units;          ///< of the current place
     std::vector<float> m_Normals;
     std::vector<std::uint32_t> m_Copies; ///< per vertex: the next copy of it, 0: none
 };

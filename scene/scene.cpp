@@ -43,7 +43,7 @@ struct Scene::Private
     SceneElement* root = nullptr; ///< owned
     std::atomic<std::uint64_t> structureRevision{0};
     Deformations deformations;               ///< guarded by drawing
-    std::atomic<bool> scalingChanged{false}; ///< since it was announced last
+    std::atomic<bool> scalingChanged{false}; ///< since the last announcement
 
     mutable std::mutex mutex;
     std::condition_variable changed;
@@ -68,7 +68,7 @@ struct Scene::Private
 
     bool isEditable(int mask) const { return !any(lockers, mask) && !any(edits, mask); }
 
-    /// Ends a lock or an edit, and lets those in that wait for it.
+    /// Ends a lock or an edit, and wakes the threads that wait for it.
     void leave(int (&counts)[Kinds], int mask)
     {
         std::vector<std::function<void()>> ready;
@@ -82,7 +82,7 @@ struct Scene::Private
             retry();
     }
 
-    /// For the time after the scene lock was released.
+    /// To be fired after the scene lock is released.
     void announceScaling()
     {
         if (scalingChanged.exchange(false))

@@ -11,7 +11,7 @@ namespace tov::scene {
 
 class SceneElement;
 
-/// A scene: a tree of elements under one root, and the lock that keeps it still.
+/// A scene: a tree of elements under one root, and the lock that keeps it from changing.
 class TOV_EXPORT Scene : public tov::util::ZReferenced
 {
 public:
@@ -24,11 +24,12 @@ public:
     /// meanwhile. Thread: application.
     void setRootNode(SceneElement* root);
 
-    /// Keeps structure, transforms and data still while somebody draws or edits; not recursive; hold it briefly. Fair:
-    /// threads get it in the order in which they asked. Taken after `SharedContext::lock`, never before. Thread: any.
+    /// Keeps structure, transforms and data from changing while a thread draws or edits; not recursive; hold it
+    /// briefly. Fair: threads get it in the order of their requests. Taken after `SharedContext::lock`, never before.
+    /// Thread: any.
     void lock();
     void unlock();
-    /// True while a `SceneLocker` keeps edits of one of these kinds (a mask of `SceneLocker::LOCKTYPE`) out, so that a
+    /// True while a `SceneLocker` blocks edits of one of these kinds (a mask of `SceneLocker::LOCKTYPE`), so that a
     /// `SceneEdit` would wait. Thread: any.
     bool isLocked(int mask) const;
 
@@ -37,9 +38,9 @@ public:
     double getGlobalScaling() const;
     /// The global scaling and the centre of what it was computed from. Thread: any.
     SceneExtent getExtent() const;
-    /// Takes a root over where there is none. The caller holds a `SceneEdit` of the structure.
+    /// Takes over a root if the scene has none. The caller holds a `SceneEdit` of the structure.
     void adoptRootNode(SceneElement* root);
-    /// Recomputes the global scaling after elements came or went. The scene lock is held by the caller. When the
+    /// Recomputes the global scaling after elements were added or removed. The caller holds the scene lock. When the
     /// scaling changes, "SCENE_GLOBALSCALING_CHANGED" is fired as soon as the lock is released, on the same thread.
     void updateGlobalScaling();
     /// Counts edits of the structure. While it stays the same, pointers to elements of the tree stay valid. Read it

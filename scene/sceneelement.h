@@ -13,7 +13,7 @@ namespace tov::scene {
 
 struct ModelData;
 
-/// A node of the scene's tree: a name, a transform, whether it is shown, and children; subclasses carry data (meshes,
+/// A node of the scene's tree: a name, a transform, a visibility flag and children; subclasses carry data (meshes,
 /// points, lines). Changed under a `SceneEdit` only, once it is in a scene.
 class TOV_EXPORT SceneElement
 {

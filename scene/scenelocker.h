@@ -8,8 +8,8 @@ namespace tov::scene {
 
 class Scene;
 
-/// Keeps kinds of edits out of a scene while drawing goes on in panels: for long work that draws the scene more than
-/// once. The "SCENE_*_LOCKED" and "_UNLOCKED" events inform code that edits. Thread: any.
+/// Blocks kinds of edits of a scene while panels continue to draw: for long work that draws the scene more than once.
+/// The "SCENE_*_LOCKED" and "_UNLOCKED" events inform code that edits. Thread: any.
 class TOV_EXPORT SceneLocker
 {
 public:
@@ -28,7 +28,7 @@ public:
     SceneLocker& operator=(const SceneLocker&) = delete;
     /// Unlocks unless `unlock` was called.
     ~SceneLocker();
-    /// Lets edits in again. Further calls do nothing.
+    /// Allows edits again. Further calls do nothing.
     void unlock();
 
 private:
@@ -36,15 +36,15 @@ private:
     LOCKTYPE m_Type;
 };
 
-/// An edit of the scene: keeps lockers and other edits of the same kinds out and holds the scene lock while it lives.
+/// An edit of the scene: blocks lockers and other edits of the same kinds, and holds the scene lock while it exists.
 /// Made by the code that edits. Thread: any.
 class TOV_EXPORT SceneEdit
 {
 public:
     /// Waits until the edit can begin; on the application thread workers are run meanwhile.
     SceneEdit(Scene* scene, SceneLocker::LOCKTYPE type);
-    /// Does not wait for lockers: when the edit cannot begin now, `hasBegun` returns false and `retry` is called once,
-    /// when another try makes sense, on the thread that made it possible. `retry` must only post.
+    /// Does not wait for lockers: when the edit cannot begin now, `hasBegun` returns false and `retry` is called once
+    /// when the edit may succeed, on the thread that released the scene. `retry` must only post.
     SceneEdit(Scene* scene, SceneLocker::LOCKTYPE type, std::function<void()> retry);
     SceneEdit(const SceneEdit&) = delete;
     SceneEdit& operator=(const SceneEdit&) = delete;

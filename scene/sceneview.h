@@ -22,7 +22,7 @@ TOV_EXPORT void forEachVisible(const SceneElement* root,
 /// The box of everything visible, in scene units; empty when there is nothing. Thread: any.
 TOV_EXPORT Box visibleBox(const SceneElement* root);
 
-/// Element to scene, through all its parents. The scene must be kept still by the caller. Thread: any.
+/// Element to scene, through all its parents. The caller must keep the scene from changing. Thread: any.
 TOV_EXPORT tov::math::Matrix4 transformToScene(const SceneElement* element);
 
 /// The middle of a box; the origin when it is empty.

@@ -6,8 +6,8 @@
 
 namespace tov::scene {
 
-/// A lock that serves threads in the order in which they asked. A plain mutex lets a loop that locks again at once
-/// starve everybody else for seconds. Not recursive. Thread: any.
+/// A lock that serves threads in the order of their requests. With a plain mutex a loop that locks again at once can
+/// starve all other threads for seconds. Not recursive. Thread: any.
 class TicketLock
 {
 public:

@@ -26,10 +26,10 @@ public:
     AdvancedTrajectoryInfo& operator=(const AdvancedTrajectoryInfo&) = delete;
     ~AdvancedTrajectoryInfo();
 
-    /// The maps; null until a list was set for the first time, never null again, and a list once handed out stays as it
-    /// is until this object dies. Owned here. Thread: any.
+    /// The maps; null until a list is set for the first time, never null again. A returned list stays unchanged until
+    /// this object is destroyed. Owned here. Thread: any.
     const MatrixMapList* getMatrixMapList() const;
-    /// Replaces the list; the position is cut to it. Thread: application.
+    /// Replaces the list; the position is limited to it. Thread: application.
     void setMatrixMapList(MatrixMapList list);
     /// Replaces the list by one that has an empty map for each frame of a motion; the motion moves the scene. Thread:
     /// application.

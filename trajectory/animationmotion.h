@@ -11,17 +11,17 @@
 
 namespace tov::trajectory {
 
-/// How long a clip plays.
+/// The duration of a clip.
 struct PlaybackOptions
 {
     double fps = 25;
     double seconds = 0;         ///< 0: as long as the clip or file
     bool repeat = false;        ///< with `seconds`: the clip is repeated instead of stretched
-    bool everyPosition = false; ///< files with times: one position a frame, times ignored
+    bool everyPosition = false; ///< files with times: one position per frame, times ignored
 };
 
-/// The values of a channel at a time, as many as a key has; rotations in unit length. Before the first and after the
-/// last key the value of that key. The channel must be valid (`findChannelProblem`). Thread: any.
+/// The values of a channel at a time, as many as a key has; rotations have unit length. Before the first and after the
+/// last key, the value of that key. The channel must be valid (`findChannelProblem`). Thread: any.
 TOV_EXPORT std::vector<double> sampled(const tov::scene::AnimationChannel& channel, double seconds);
 /// Why a channel cannot be played, or an empty text. Thread: any.
 TOV_EXPORT QString findChannelProblem(const tov::scene::AnimationChannel& channel);
@@ -30,8 +30,8 @@ TOV_EXPORT QString findChannelProblem(const tov::scene::AnimationChannel& channe
 class TOV_EXPORT AnimationMotion : public Motion
 {
 public:
-    /// The elements must be alive and kept still by the caller; later the animation notices when they go. On failure
-    /// null and one line in `error`.
+    /// The elements must exist, and the caller must keep them from changing; later the animation notices when they are
+    /// removed. On failure null and one line in `error`.
     static std::shared_ptr<const AnimationMotion> create(const tov::scene::Animation& animation,
                                                          const PlaybackOptions& options, QString* error);
     ~AnimationMotion() override;

@@ -15,10 +15,10 @@ using tov::scene::Camera;
 namespace {
 
 constexpr std::size_t MaxKeys = 100000;
-/// Steps of the table of lengths between two views, and at most altogether.
+/// Steps of the length table: between two views, and the maximum for the whole path.
 constexpr std::size_t LengthSteps = 200;
 constexpr std::size_t MaxLengthSteps = 200000;
-/// What a turn of the camera counts for in the length of the way, so that views that only turn take time.
+/// Weight of a rotation of the camera in the length of the path, so that views that only turn take time.
 constexpr double TurnShare = 0.02;
 
 QString tr(const char* text)
@@ -129,7 +129,7 @@ void CameraPath::computeTangents()
     m_Tangents.back() = slope(count - 2);
     if (!m_Options.loop)
         return;
-    // Around the loop the signs of the quaternions may have turned over once.
+    // The signs of the quaternions may flip once around the loop.
     State before = slope(count - 2);
     double cosine = 0;
     for (std::size_t k = 3; k < 7; ++k)

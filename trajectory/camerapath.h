@@ -24,11 +24,11 @@ public:
     };
     struct Options
     {
-        bool loop = false; ///< goes on from the last view to the first
-        /// Seconds of a loop, more than the time of the last view; 0: the way back takes as long as the others do on
-        /// average. Not for paths without a loop.
+        bool loop = false; ///< continues from the last view to the first
+        /// Seconds of a loop, more than the time of the last view; 0: the way back takes as long as the other segments
+        /// on average. Not for paths without a loop.
         double duration = 0;
-        bool constantSpeed = false; ///< the eye moves at one speed; the times of the views have no effect
+        bool constantSpeed = false; ///< the eye moves at constant speed; the times of the views have no effect
         Ease ease = Ease::None;     ///< not for loops
     };
 
@@ -61,11 +61,11 @@ private:
     std::vector<double> m_Times;   ///< of the knots, from 0; one more than keys in a loop
     std::vector<State> m_States;   ///< of the knots, signs of the quaternions aligned
     std::vector<State> m_Tangents; ///< of the knots
-    std::vector<double> m_Lengths; ///< of the way up to evenly spaced times
+    std::vector<double> m_Lengths; ///< length of the path up to evenly spaced times
 };
 
-/// A camera path frame by frame: without a loop from the first view to the last, both included; with a loop the first
-/// frame would follow the last.
+/// A camera path frame by frame: without a loop from the first view to the last, both included; with a loop the last
+/// frame is followed by the first.
 class TOV_EXPORT PathMotion : public Motion
 {
 public:

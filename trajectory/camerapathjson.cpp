@@ -23,7 +23,7 @@ QString tr(const char* text)
     return QCoreApplication::translate("tov::trajectory", text);
 }
 
-/// Reads `count` numbers; false when there are others or not that many.
+/// Reads an array of exactly `count` numbers; false for anything else.
 bool readNumbers(const QJsonValue& value, int count, double* numbers)
 {
     const QJsonArray array = value.toArray();
@@ -37,7 +37,7 @@ bool readNumbers(const QJsonValue& value, int count, double* numbers)
     return true;
 }
 
-/// One view: false and its problem in `reason`.
+/// Reads one view; on failure false, with the problem in `reason`.
 bool readKey(const QJsonObject& object, CameraPath::Key& key, QString& reason)
 {
     key.time = object[QLatin1String("time")].toDouble(std::nan(""));

@@ -34,7 +34,7 @@ enum class Ease
     InOut,
 };
 
-/// The share of the way at a share of the time, both from 0 to 1.
+/// The share of the path at a share of the time, both from 0 to 1.
 inline double eased(Ease ease, double share)
 {
     switch (ease) {
@@ -61,8 +61,8 @@ public:
     virtual std::optional<tov::scene::Camera> cameraAt(unsigned long frame) const;
     /// Whether `moveElements` does anything.
     virtual bool movesElements() const { return false; }
-    /// Puts the elements under `root` (null: none) into the state of a frame. `structureRevision` is that of the scene.
-    /// The caller holds a `SceneEdit` of the transforms.
+    /// Moves the elements under `root` (null: none) to their state in a frame. `structureRevision` is that of the
+    /// scene. The caller holds a `SceneEdit` of the transforms.
     virtual void moveElements(unsigned long frame, tov::scene::SceneElement* root,
                               std::uint64_t structureRevision) const;
 };

@@ -8,18 +8,19 @@
 
 namespace tov::trajectory {
 
-/// What both kinds of trajectory are: a list, which may be replaced while others read it, and the position in it.
+/// The common part of both kinds of trajectory: a list, which may be replaced while others read it, and the position in
+/// it.
 template <typename List>
 class Path
 {
 public:
-    /// The list that was set last, null before the first. It stays as it is until this object dies. Thread: any.
+    /// The latest list, null before the first one. It stays unchanged until this object is destroyed. Thread: any.
     const List* getList() const
     {
         std::lock_guard<std::mutex> guard(m_Mutex);
         return m_Lists.empty() ? nullptr : &m_Lists.back();
     }
-    /// Replaces the list; the position is cut to it. Thread: application.
+    /// Replaces the list; the position is limited to it. Thread: application.
     void setList(List list)
     {
         std::lock_guard<std::mutex> guard(m_Mutex);
@@ -37,7 +38,7 @@ public:
 private:
     std::atomic<unsigned long> m_Position{0};
     mutable std::mutex m_Mutex;
-    std::list<List> m_Lists; ///< guarded by m_Mutex; the last one counts, the others have readers
+    std::list<List> m_Lists; ///< guarded by m_Mutex; the last one is current, the others may have readers
 };
 
 } // namespace tov::trajectory

@@ -22,7 +22,7 @@ struct Pose
 TOV_EXPORT Pose decomposed(const tov::math::Matrix4& matrix);
 TOV_EXPORT tov::math::Matrix4 composed(const Pose& pose);
 
-/// The quaternion in unit length; the identity when it has no length.
+/// The quaternion scaled to unit length; the identity when its length is 0.
 TOV_EXPORT Quaternion normalized(const Quaternion& q);
 /// Spherical interpolation along the shorter way.
 TOV_EXPORT Quaternion slerp(const Quaternion& a, const Quaternion& b, double share);

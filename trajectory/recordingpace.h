@@ -7,14 +7,14 @@
 namespace tov::trajectory {
 
 /// Keeps recordings from running ahead of their encoders: each recording sets one position per frame from its capture
-/// thread, and that is where it waits while more raw frames are pending than the limit allows. The time of a recording
-/// is then that of its slowest part, and its memory does not depend on its length.
+/// thread, and waits there while more raw frames are pending than the limit allows. A recording then takes as long as
+/// its slowest part, and its memory does not depend on its length.
 class TOV_EXPORT RecordingPace
 {
 public:
     /// Called once per frame, before the frame is captured. Never waits on the application thread, or when the encoder
-    /// does not count its frames; gives up waiting when an encoder takes nothing for `StallMs`, so that a recording
-    /// whose encoder has failed can be stopped. Thread: any.
+    /// does not count its frames; stops waiting when an encoder takes nothing for `StallMs`, so that a recording whose
+    /// encoder has failed can be stopped. Thread: any.
     static void beforeFrame();
     /// The limit for frames of that size: the setting "settings/backloglimit" (MB, default 512), or three frames and
     /// one chunk, whichever is more.

@@ -17,7 +17,7 @@ Point between(const Point& a, const Point& b, double share)
     return point;
 }
 
-/// An element that only one of the maps names keeps its matrix up to the other.
+/// An element that is only in one of the maps keeps its matrix until the other one.
 MatrixMap between(const MatrixMap& a, const MatrixMap& b, double share)
 {
     MatrixMap result;
@@ -28,7 +28,7 @@ MatrixMap between(const MatrixMap& a, const MatrixMap& b, double share)
     return result;
 }
 
-/// Times of positions that have none, so that they fill `seconds`.
+/// Evenly spaced times for positions without times, so that they fill `seconds`.
 std::vector<double> evenTimes(std::size_t count, double seconds)
 {
     std::vector<double> times(count);

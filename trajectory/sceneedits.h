@@ -13,8 +13,8 @@ class SceneElement;
 
 namespace tov::trajectory {
 
-/// Makes the edits of one trajectory. On the application thread an edit that a picture keeps out is made later; only
-/// the last one is. Other threads wait.
+/// Makes the edits of one trajectory. On the application thread an edit that a picture blocks is postponed; only the
+/// latest one is made. Other threads wait.
 class SceneEdits
 {
 public:
@@ -29,7 +29,7 @@ public:
 private:
     static void tryEdit(const std::shared_ptr<std::atomic<std::uint64_t>>& latest, std::uint64_t number,
                         const Edit& edit);
-    /// Number of the newest edit; outlives this object in postponed edits.
+    /// Number of the latest edit; postponed edits keep it alive after this object is destroyed.
     std::shared_ptr<std::atomic<std::uint64_t>> m_Latest = std::make_shared<std::atomic<std::uint64_t>>(0);
 };
 

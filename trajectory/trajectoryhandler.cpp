@@ -32,7 +32,7 @@ namespace {
 /// Larger files are not trajectories.
 constexpr qint64 MaxFileSize = qint64(256) << 20;
 
-/// What a file holds: points, matrices or a camera path.
+/// The contents of a file: points, matrices or a camera path.
 struct FileContent
 {
     TimedPoints points;
@@ -84,7 +84,7 @@ struct TrajectoryHandler::Private
     std::atomic<int> mode{ModeNone};
     TrajectoryInfo plain;
     AdvancedTrajectoryInfo advanced;
-    std::shared_ptr<const Motion> camera;       ///< the part of the selection that an animation can be added to
+    std::shared_ptr<const Motion> camera;       ///< the selected motion to which an animation can be added
     std::shared_ptr<const Motion> elements;     ///< the animation of the selection
     std::shared_ptr<const Turntable> turntable; ///< the one that is selected
     QMetaObject::Connection following;          ///< to the panel that the turntable started from
@@ -94,7 +94,7 @@ TrajectoryHandler* TrajectoryHandler::getInstance()
 {
     static TrajectoryHandler* instance = [] {
         auto* handler = new TrajectoryHandler;
-        // The signals belong to the application thread, whichever thread comes first.
+        // The signals belong to the application thread, whichever thread calls first.
         if (QCoreApplication::instance())
             handler->moveToThread(QCoreApplication::instance()->thread());
         return handler;

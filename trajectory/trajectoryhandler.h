@@ -53,8 +53,8 @@ public:
     /// camera pose "t x y z qx qy qz qw" per line (camera to scene; the camera looks along +z with y down); json = a
     /// list of objects, element name to 16 numbers row by row (element to scene), "camera" being eye to scene in
     /// OpenGL's axes, with an optional "time"; a JSON object with "version" is a camera path. Files with times play in
-    /// their own time at `options.fps` unless `options.everyPosition`. On failure false, one line with the file's line
-    /// in `error`, and the selection stays. Thread: application.
+    /// their own time at `options.fps` unless `options.everyPosition`. On failure false, with one line in `error` that
+    /// names the line of the file, and the selection stays. Thread: application.
     bool openFile(const QString& fileName, const PlaybackOptions& options, QString* error);
     /// The same with every position of the file, one per frame; camera paths at 25 frames per second.
     bool openFile(const QString& fileName, QString* error);
@@ -62,7 +62,7 @@ public:
     /// the view of the active panel. Thread: application.
     bool selectTurntable(int count, QString* error);
     /// Selects a turntable that starts from the view of the active panel. When the user moves the view of a panel that
-    /// follows, the turntable goes on from there. Thread: application.
+    /// follows, the turntable continues from there. Thread: application.
     bool selectTurntable(const TurntableOptions& options, QString* error);
     /// Selects a camera path. Thread: application.
     bool selectPath(const CameraPath& path, const PlaybackOptions& options, QString* error);

@@ -10,7 +10,7 @@ namespace tov::trajectory {
 
 typedef std::array<double, 3> Point; ///< x, y, z in scene units
 
-/// A path of points; the carrier element of the scene stands at the current one.
+/// A path of points; the carrier element of the scene is at the current one.
 class TOV_EXPORT TrajectoryInfo
 {
 public:
@@ -19,10 +19,10 @@ public:
     TrajectoryInfo& operator=(const TrajectoryInfo&) = delete;
     ~TrajectoryInfo();
 
-    /// The path. A list once handed out stays as it is until this object dies, also when the path is replaced.
+    /// The path. A returned list stays unchanged until this object is destroyed, even when the path is replaced.
     /// Thread: any.
     const std::vector<Point>& getPoints() const;
-    /// Replaces the path; the position is cut to it. Thread: application.
+    /// Replaces the path; the position is limited to it. Thread: application.
     void setPoints(std::vector<Point> points);
     /// Current index. Thread: any.
     unsigned long getPosition() const;

@@ -2,7 +2,7 @@
 
 namespace tov::trajectory {
 
-/// Has the handler emit `positionChanged` on the application thread. Thread: any.
+/// Makes the handler emit `positionChanged` on the application thread. Thread: any.
 void reportPosition(unsigned long position);
 
 } // namespace tov::trajectory

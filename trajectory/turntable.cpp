@@ -20,7 +20,7 @@ double dot(const Vector3& a, const Vector3& b)
     return a[0] * b[0] + a[1] * b[1] + a[2] * b[2];
 }
 
-/// The camera after it has turned with everything around it.
+/// The camera after a rotation together with the scene around it.
 Camera turnedCamera(const Camera& camera, const tov::scene::Turning& turning, double degrees)
 {
     Camera result = camera;
@@ -44,7 +44,7 @@ Camera raised(const Camera& camera, const Vector3& center, const Vector3& axis, 
     for (std::size_t i = 0; i < 3; ++i)
         aside[i] -= along * axis[i];
     double size = std::sqrt(dot(aside, aside));
-    if (size < 1e-6) { // seen along the axis: what is up in the picture lies on the far side
+    if (size < 1e-6) { // seen along the axis: the upper side of the picture is the far side
         aside = camera.up();
         for (double& value : aside)
             value *= along > 0 ? -1 : 1;

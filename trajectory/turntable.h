@@ -7,16 +7,16 @@
 
 namespace tov::trajectory {
 
-/// What a turntable does.
+/// The options of a turntable.
 struct TurntableOptions
 {
     unsigned long frames = 100; ///< at least 1; see `frameCountOf`
     double turns = 1;           ///< any number; integers close the loop
     bool reverse = false;       ///< the scene turns to the right instead of to the left
     tov::scene::Vector3 axis = {0, 1, 0};
-    /// Degrees above the plane that is perpendicular to the axis; none: as the view is.
+    /// Degrees above the plane that is perpendicular to the axis; none: that of the view.
     std::optional<double> elevation;
-    /// Degrees of a swing to and fro about the starting view instead of turns; 0: none.
+    /// Degrees of a swing back and forth about the starting view instead of turns; 0: none.
     double swing = 0;
     Ease ease = Ease::None;
     /// The camera moves back as far as needed to keep the scene in the picture at every angle. False: the distance of
@@ -25,18 +25,18 @@ struct TurntableOptions
     double aspect = 0; ///< of the picture, width divided by height; 0: of the panel
 };
 
-/// The camera turns about the scene. With whole turns or a swing the first frame would follow the last.
+/// The camera turns about the scene. With whole turns or a swing the last frame is followed by the first.
 class TOV_EXPORT Turntable : public Motion
 {
 public:
-    /// `view` is the view that the first frame starts from, `center` a point of the axis. False options (no frames, an
-    /// axis without length, numbers that are not finite) give null and one line in `error`.
+    /// `view` is the view that the first frame starts from, `center` a point of the axis. Invalid options (no frames,
+    /// an axis without length, numbers that are not finite) give null and one line in `error`.
     static std::shared_ptr<const Turntable> create(const TurntableOptions& options, const tov::scene::Camera& view,
                                                    const tov::scene::Vector3& center, QString* error);
-    /// The same turntable from another view, which is that of `frame`; the distance stays as it is there.
+    /// The same turntable from another view, which is that of `frame`; the distance of that view is kept.
     std::shared_ptr<const Turntable> fromView(const tov::scene::Camera& view, unsigned long frame) const;
     /// The same turntable, moved back until every point under `root` is in view in every frame. `aspect` is that of the
-    /// panel. The scene must be kept still by the caller.
+    /// panel. The caller must keep the scene from changing.
     std::shared_ptr<const Turntable> keptInView(const tov::scene::SceneElement* root, double aspect,
                                                 double minimumDistance) const;
 

@@ -30,7 +30,7 @@ typedef Job<VideoRequest> VideoJob;
 
 constexpr int BytesPerPixel = 4;
 constexpr qint64 BytesPerMb = 1000000;
-/// Players do not play shorter delays as they are.
+/// Players do not honour shorter delays.
 constexpr int HighestGifFps = 50;
 constexpr int DefaultFps = 25, DefaultKbps = 1200;
 constexpr double BitsPerPixel = 0.1;

@@ -35,7 +35,8 @@ public:
     ~Startup();
 
     tov::main::ModuleLoader& getLoader();
-    /// The named settings file if it is not one; usually empty. If set, changes of settings are not saved.
+    /// The file that was named as settings file but is not one; usually empty. If set, changes of settings are not
+    /// saved.
     QString getForeignSettings() const;
     /// Calls `function` on the application thread with the count of SIGINT, SIGTERM and SIGHUP so far, from 1. From
     /// the second one on, the process ends by itself if the application thread does not respond.

@@ -95,7 +95,7 @@ void CameraHistory::go(ScenePanel* view, int step)
     if (found == m_Histories.end())
         return;
     History& history = found->second;
-    // A movement that has just been made is the first to be undone.
+    // The latest movement is undone first.
     if (history.pause->isActive()) {
         history.pause->stop();
         settle(view);

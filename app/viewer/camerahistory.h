@@ -31,7 +31,7 @@ public:
     bool canRedo(const tov::gui::ScenePanel* view) const;
     void undo(tov::gui::ScenePanel* view);
     void redo(tov::gui::ScenePanel* view);
-    /// How long a view is still before a movement counts as ended, in milliseconds (400 at first).
+    /// How long a view must be still before a movement counts as ended, in milliseconds (initially 400).
     void setPause(int milliseconds) { m_PauseMs = milliseconds; }
 
 private:

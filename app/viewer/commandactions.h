@@ -25,10 +25,10 @@ class CommandActions : public QObject
 {
     Q_OBJECT
 public:
-    /// `run` is called with the prototype that a person chose.
+    /// `run` is called with the prototype that the user chose.
     CommandActions(QMainWindow* window, std::function<void(tov::main::Command*)> run);
 
-    /// Builds menus and tool bars again. Menus of the window's own keep their places: a menu whose action carries the
+    /// Builds menus and tool bars again. The window's own menus keep their places: a menu whose action carries the
     /// dynamic property "position" is sorted by it.
     void rebuild();
     /// The settings commands by group, in order.
@@ -36,7 +36,7 @@ public:
     /// The action of a command; null when it has none.
     QAction* getAction(const QString& commandName) const;
 
-    /// Adds a menu of the window's own at a position.
+    /// Adds one of the window's own menus at a position.
     QMenu* addOwnMenu(const QString& title, int position);
 
 signals:

@@ -18,7 +18,7 @@ class CommandPalette : public QDialog
 {
     Q_OBJECT
 public:
-    /// `actions` are offered when they have a name and are enabled; doubles are left out.
+    /// `actions` are offered when they have a name and are enabled; duplicates are skipped.
     CommandPalette(const QList<QAction*>& actions, QWidget* parent);
 
     /// The action that the user chose; null after a cancel. Trigger it when the dialog has closed.

@@ -30,7 +30,7 @@ using tov::trajectory::TrajectoryHandler;
 
 namespace {
 
-/// Parameters that mean something to the window, whatever command has them.
+/// Parameters that the window knows, in any command.
 const QString FileNameParameter = QStringLiteral("filename");
 const QString SyncParameter = QStringLiteral("sync");
 const QString WidthParameter = QStringLiteral("width");
@@ -41,8 +41,8 @@ bool hasTrajectory()
     return TrajectoryHandler::getInstance()->getCount() > 0;
 }
 
-/// The missing edge of a size of which only one is given (the other is 0), in the proportion of the active view; an
-/// empty name when both or none are given. The edge is even, as most video formats need it.
+/// Completes a size of which only width or height is given (the other is 0), with the aspect ratio of the active view;
+/// an empty name when both or none are given. The result is even, because most video formats require it.
 std::pair<QString, int> missingEdge(const ParameterDialog& dialog)
 {
     const auto* view = tov::scene::Viewer::getInstance()->getActivePanel();
@@ -121,7 +121,7 @@ void CommandStarter::start(Command* prototype)
         return;
     }
     ParameterDialog dialog(prototype, mp_Window);
-    // Whoever has just opened a trajectory wants it recorded, whatever was recorded last.
+    // A user who has just opened a trajectory wants to record it, whatever was recorded last.
     ParameterPanel* sync = dialog.getPanel(SyncParameter);
     if (sync && hasTrajectory())
         sync->setText(QStringLiteral("1"));

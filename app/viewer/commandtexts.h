@@ -5,8 +5,8 @@
 
 namespace tov::viewer {
 
-/// A text that a command or its parameter brings, in the person's language where it is known: descriptions and names of
-/// parameters come untranslated, because commands are called by them.
+/// A text of a command or its parameter, in the user's language if there is a translation: descriptions and names of
+/// parameters come untranslated, because command texts use them.
 inline QString commandText(const QString& text)
 {
     return QCoreApplication::translate("Commands", text.toUtf8().constData());

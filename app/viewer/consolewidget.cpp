@@ -307,7 +307,7 @@ ConsoleWidget::ConsoleWidget(QWidget* parent)
     auto* clear = new QAction(tr("Clear"), this);
     connect(clear, &QAction::triggered, mp_Model, &LogModel::clear);
     mp_View->addActions({copy, clear});
-    // Follow the newest record unless the person has scrolled up.
+    // Follow the newest record unless the user has scrolled up.
     connect(mp_Filter, &QAbstractItemModel::rowsAboutToBeInserted, this, [this] {
         auto* bar = mp_View->verticalScrollBar();
         mp_View->setProperty("follow", bar->value() == bar->maximum());

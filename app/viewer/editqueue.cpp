@@ -18,7 +18,7 @@ EditQueue::EditQueue(QObject* parent) : QObject(parent)
     EventManager::getInstance()->registerEventFunction(
         tov::events::EventHandler::getInstance()->addEvent("Scene", "SCENE_STRUCTURE_UNLOCKED"),
         [this](const tov::main::Event*) {
-            // Fired on the thread that had kept edits out.
+            // Fired on the thread that had blocked edits.
             QMetaObject::invokeMethod(
                 this, [this] { runAll(); }, Qt::QueuedConnection);
         },

@@ -7,8 +7,8 @@
 
 namespace tov::viewer {
 
-/// Edits of the scene's structure that a person makes in the window. While a picture keeps the scene as it is, an edit
-/// would hold the whole window up; here it waits its turn instead. Thread: application.
+/// Edits of the scene's structure that the user makes in the window. While a picture locks the scene, an edit would
+/// block the whole window; here it is queued instead. Thread: application.
 class EditQueue : public QObject
 {
     Q_OBJECT
@@ -16,15 +16,14 @@ public:
     explicit EditQueue(QObject* parent = nullptr);
     ~EditQueue() override;
 
-    /// Runs `edit` under a `SceneEdit` of the structure: at once, or in order as soon as nobody keeps edits out any
-    /// more.
+    /// Runs `edit` under a `SceneEdit` of the structure: at once, or in order as soon as edits are no longer blocked.
     void submit(std::function<void()> edit);
     bool isEmpty() const { return m_Edits.empty(); }
 
 signals:
     /// An edit has to wait.
     void postponed();
-    /// One edit or more were made.
+    /// One or more edits were made.
     void edited();
 
 private:

@@ -12,7 +12,7 @@ namespace tov::viewer {
 using tov::main::Overseer;
 using tov::scene::SceneImport;
 
-/// What the reading thread and the window share. The window reads `error` and `done` after the thread has ended.
+/// State that the reading thread and the window share. The window reads `error` and `done` after the thread has ended.
 struct FileOpener::Job
 {
     QStringList models;

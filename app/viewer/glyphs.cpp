@@ -31,7 +31,7 @@ void arrowHead(QPainter& painter, const QPointF& tip, double degrees, double len
     painter.drawPolygon(QPolygonF({tip, turned(-length, -length * 0.6), turned(-length, length * 0.6)}));
 }
 
-/// The glyphs of pictures and videos, with the pen of the others.
+/// The glyphs of pictures and videos, with the same pen as the others.
 void paintCaptureGlyph(QPainter& painter, Glyph glyph, const QColor& color)
 {
     switch (glyph) {

@@ -30,7 +30,7 @@ QIcon glyphIcon(Glyph glyph);
 
 /// The program's own icon, a cube, drawn at the usual sizes.
 QIcon applicationIcon();
-/// The same into a square of the painter's, for pictures of it.
+/// The same, drawn into a square of a painter.
 void paintApplicationIcon(QPainter& painter, const QRectF& square);
 
 } // namespace tov::viewer

@@ -16,7 +16,7 @@ public:
     explicit InspectPanel(QWidget* parent = nullptr);
     ~InspectPanel() override;
 
-    /// Counts again. What is hidden counts, too.
+    /// Counts again. Hidden parts count, too.
     void refresh();
 
 protected:

@@ -17,7 +17,7 @@ class LookPanel : public QWidget
 public:
     explicit LookPanel(QWidget* parent = nullptr);
 
-    /// Shows what is in use now.
+    /// Shows the look in use.
     void refresh();
 
 signals:

@@ -178,7 +178,7 @@ void MainWindow::createSidePanels()
     connect(mp_Edits, &EditQueue::edited, mp_Inspect, &InspectPanel::refresh);
     auto* inspect = addDock(tr("Inspect"), "InspectDock", mp_Inspect, Qt::RightDockWidgetArea);
     tabifyDockWidget(look, inspect);
-    // The views have the room until the user asks for these.
+    // Hidden until the user opens them, so that the views have all the space.
     look->hide();
     inspect->hide();
 }
@@ -330,7 +330,7 @@ void MainWindow::copyViewToClipboard()
         warn(tr("There is no view to copy."));
         return;
     }
-    // As many pixels as the screen shows.
+    // The size on the screen, in device pixels.
     const QSize size = QSize(view->width(), view->height()) * view->devicePixelRatioF();
     const bool taken = ViewPicture::take(view, size, this, [this](const QImage& image) {
         QApplication::clipboard()->setImage(image);
@@ -388,7 +388,7 @@ void MainWindow::closeEvent(QCloseEvent* event)
 void MainWindow::showEvent(QShowEvent* event)
 {
     QMainWindow::showEvent(event);
-    // Keys move the view at once.
+    // Keys work in the view at once.
     if (auto* view = mp_Grid->getActivePanel())
         view->setFocus();
 }

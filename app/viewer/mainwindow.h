@@ -84,7 +84,7 @@ public slots:
     void showCommandPalette();
     void chooseFiles();
     void copyViewToClipboard();
-    /// Ask for everything about a picture or a video of the active view, then make it.
+    /// Show the export dialog for a picture or video of the active view, then make it.
     void exportPicture();
     void exportVideo();
 

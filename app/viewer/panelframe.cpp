@@ -121,7 +121,7 @@ bool PanelFrame::eventFilter(QObject* watched, QEvent* event)
     switch (event->type()) {
     case QEvent::Resize:
         mp_Guide->setGeometry(0, 0, mp_Panel->width(), mp_Panel->height());
-        // The view has its new size once this event is through.
+        // The view has its new size after this event.
         if (!m_RefitPosted) {
             m_RefitPosted = true;
             QMetaObject::invokeMethod(

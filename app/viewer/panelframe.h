@@ -10,8 +10,8 @@ class ScenePanel;
 
 namespace tov::viewer {
 
-/// The surroundings of a view: the mark of the active one, a guide that shows what a picture or video of another shape
-/// will contain, and the view's own menu. A fitted view stays fitted when its size changes. Thread: application.
+/// The frame of a view: the mark of the active one, a guide that shows what a picture or video of another shape will
+/// contain, and the view's own menu. A fitted view stays fitted when its size changes. Thread: application.
 class PanelFrame : public QFrame
 {
     Q_OBJECT
@@ -27,7 +27,7 @@ public:
     /// Width / height of the shape to show; 0 = no guide. A picture has the view's height and field of view, so a wider
     /// shape shows everything and more: the guide then says so.
     void setGuideAspect(double aspect);
-    /// What the guide encloses, in the view's coordinates; null when there is none or it does not fit in.
+    /// The rectangle of the guide, in the view's coordinates; null when there is none or it does not fit.
     QRect getGuide() const;
 
 signals:

@@ -18,7 +18,7 @@ using tov::scene::Viewer;
 
 namespace {
 
-/// Whether two views look in the same direction, the same side up.
+/// Whether two views have the same direction and orientation.
 bool showSameSide(const ScenePanel& a, const ScenePanel& b)
 {
     const auto first = a.getScaledTransformMatrix(), second = b.getScaledTransformMatrix();
@@ -163,7 +163,7 @@ void PanelGrid::closeAll()
 
 void PanelGrid::arrange()
 {
-    // Two views are side by side, four in two rows; three remain of four when one was closed.
+    // Two views are side by side, four in two rows; when one of four is closed, three remain.
     const std::vector<PanelFrame*> frames = m_Frames;
     for (PanelFrame* frame : frames)
         frame->setParent(nullptr);

@@ -15,7 +15,7 @@ namespace tov::viewer {
 
 class PanelFrame;
 
-/// One, two or four views separated by splitters; the active one is framed. Views are made and closed here only.
+/// One, two or four views separated by splitters; the active one is framed. Views are created and closed only here.
 /// Thread: application.
 class PanelGrid : public QWidget
 {
@@ -55,7 +55,7 @@ private:
     void arrange();
     void mark();
     tov::gui::ScenePanel* addPanel();
-    /// Turns a new view to a side that the first one does not show.
+    /// Turns a new view to a side that the first view does not show.
     void chooseView(tov::gui::ScenePanel* panel, std::size_t index) const;
 
     std::vector<tov::gui::ScenePanel*> m_Panels; ///< owned by their frames, closed through the viewer

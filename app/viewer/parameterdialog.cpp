@@ -164,7 +164,7 @@ ParameterDialog::ParameterDialog(tov::main::Command* prototype, QWidget* parent)
 
             auto* column = new QVBoxLayout;
             column->setSpacing(2);
-            // An editor that is no wider than it must be does not narrow the text below it.
+            // An editor of minimum width does not narrow the text below it.
             column->addWidget(editor, 0, editor->maximumWidth() < QWIDGETSIZE_MAX ? Qt::AlignLeft : Qt::Alignment());
             auto* hint = new QLabel(parameter->getDescription(), this);
             hint->setWordWrap(true);
@@ -261,7 +261,7 @@ void ParameterDialog::validate()
     for (const auto& field : m_Fields) {
         const QString problem = problemOf(*field);
         const bool wrong = !problem.isEmpty();
-        // An empty field is no mistake yet: it holds OK back, but only wrong input is marked in red.
+        // An empty field is not an error yet: it disables OK, but only wrong input is marked in red.
         const bool marked = wrong && !field->panel->getText().isEmpty();
         field->message->setText(wrong ? problem : field->parameter->getDescription());
         field->message->setStyleSheet(marked ? QStringLiteral("color: %1;").arg(red) : QString());

@@ -22,8 +22,8 @@ namespace tov::viewer {
 struct ParameterField;
 
 /// Asks for the parameters of a command: an editor for each, made by the parameter's own panel factory or by its type.
-/// It opens with the values used last (settings commands: with what is stored), marks what cannot be used at its field,
-/// and lets OK through only when the command can run. Thread: application.
+/// It opens with the values used last (settings commands: with what is stored), marks invalid values at their fields,
+/// and enables OK only when the command can run. Thread: application.
 class ParameterDialog : public QDialog
 {
     Q_OBJECT
@@ -32,7 +32,7 @@ public:
     ParameterDialog(tov::main::Command* prototype, QWidget* parent);
     ~ParameterDialog() override;
 
-    /// What was entered, by name.
+    /// The entered values, by name.
     tov::main::CommandArguments getArguments() const;
     /// The editor of a parameter; null when there is none of that name.
     tov::main::ParameterPanel* getPanel(const QString& parameterName) const;

@@ -21,7 +21,7 @@ namespace {
 
 constexpr double MetresPerInch = 0.0254;
 
-/// One channel of what lies in front: `blended` = front * alpha + background * (1 - alpha), all from 0 to 255.
+/// One channel of the foreground: `blended` = front * alpha + background * (1 - alpha), all from 0 to 255.
 int frontOf(int blended, int background, int alpha)
 {
     const double front = (blended - background * (255 - alpha) / 255.0) * 255.0 / alpha;

@@ -11,7 +11,7 @@ class ScenePanel;
 
 namespace tov::viewer {
 
-/// What a picture file of a view is to be.
+/// The requested picture file of a view.
 struct PictureRequest
 {
     QString fileName; ///< its ending is the format

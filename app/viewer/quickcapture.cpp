@@ -101,7 +101,7 @@ void QuickCapture::addTo(QToolBar* bar)
 void QuickCapture::updateAvailability()
 {
     mp_Snapshot->setEnabled(isEnabled(PictureCommand));
-    // A recording that runs can be stopped although its view cannot be recorded again.
+    // A running recording can be stopped even if its view cannot be recorded again.
     const bool isRecorded = mp_Run || mp_Recorded->isRecorded(tov::scene::Viewer::getInstance()->getActivePanel());
     mp_Record->setEnabled(isRecorded || isEnabled(VideoCommand));
     mp_Record->setChecked(isRecorded);

@@ -23,7 +23,7 @@ using tov::main::Overseer;
 
 namespace {
 
-/// How long quitting waits for what runs before it offers to leave without it.
+/// How long quitting waits for runs before it offers to quit without them.
 constexpr int QuitPatienceMs = 15000;
 
 /// A run in the user's words: the file that it makes, else its command.
@@ -64,7 +64,7 @@ bool QuitGuard::mayClose()
 void QuitGuard::quitWithoutAsking()
 {
     m_MayAsk = false;
-    // A question that is open now would wait for an answer for good.
+    // A question that is open now would never be answered.
     while (QWidget* dialog = QApplication::activeModalWidget()) {
         dialog->close();
         if (QApplication::activeModalWidget() == dialog)
@@ -131,7 +131,7 @@ void QuitGuard::offerToLeave()
         }
         m_SaveLayout();
         tovSettings().sync();
-        // A thread that never returns cannot be waited for, and what it uses must stay alive under it.
+        // A thread that never returns cannot be waited for, and what it uses must stay alive.
         std::_Exit(1);
     });
     question->open();

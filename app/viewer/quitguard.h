@@ -11,7 +11,7 @@ namespace tov::viewer {
 class FileOpener;
 
 /// Ends everything that runs before the window closes. A user is asked first; a signal or the end of the session is
-/// not, because nobody is there to answer. Thread: application.
+/// not, because there may be nobody to answer. Thread: application.
 class QuitGuard : public QObject
 {
     Q_OBJECT

@@ -186,7 +186,7 @@ void RunsBar::present(const tov::util::ZProgressDialog::Update& update)
         }
     if (update.finished)
         return;
-    // A dialog does not say whose it is: the oldest run that has nothing to show yet gets it.
+    // A dialog does not name its run: the oldest run without a dialog gets it.
     for (auto& [id, row] : m_Rows)
         if (!row->hasDialog && row->percent < 0) {
             row->hasDialog = true;

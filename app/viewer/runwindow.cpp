@@ -25,7 +25,7 @@ namespace tov::viewer {
 
 namespace {
 
-/// Keeps what is logged before there is a console to show it.
+/// Keeps the log records until there is a console to show them.
 class EarlyLog : public tov::log::LogSink
 {
 public:

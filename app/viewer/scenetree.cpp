@@ -52,7 +52,7 @@ void showBelow(SceneElement* root)
     }
 }
 
-/// Shows `kept`, what is below and what is above them, and hides the rest below `root`.
+/// Shows `kept` with their ancestors and descendants, and hides everything else below `root`.
 void showOnly(SceneElement* root, const std::vector<SceneElement*>& kept)
 {
     if (!root)
@@ -172,7 +172,7 @@ void SceneTree::addBelow(QTreeWidgetItem* parent, SceneElement* element)
 std::vector<SceneElement*> SceneTree::topmostSelected() const
 {
     std::vector<SceneElement*> selected;
-    // A selected element below another selected one is covered by it.
+    // A selected element below another selected one is removed with it.
     for (QTreeWidgetItem* item : selectedItems()) {
         bool covered = false;
         for (QTreeWidgetItem* above = item->parent(); above; above = above->parent())

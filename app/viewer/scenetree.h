@@ -33,7 +33,7 @@ public slots:
     /// Takes the selected elements out of the scene; `undoRemove` puts them back.
     void removeSelected();
     void undoRemove();
-    /// Shows only items whose name contains this text, with the items above them; an empty text shows all.
+    /// Shows only items whose name contains this text, and their ancestors; an empty text shows all.
     void setFilter(const QString& text);
 
 signals:

@@ -4,7 +4,7 @@
 
 namespace tov::viewer {
 
-/// What is seen while the program starts: its name, its version and what the modules say they do. Thread: application.
+/// The start-up screen: name and version of the program, and the modules' messages. Thread: application.
 class Splash : public QSplashScreen
 {
     Q_OBJECT

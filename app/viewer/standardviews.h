@@ -10,7 +10,7 @@
 
 namespace tov::viewer {
 
-/// The standard views of a panel in the order of menus and keys, with their names in the person's language.
+/// The standard views of a panel in the order of menus and keys, with their names in the user's language.
 inline std::array<std::pair<QString, tov::gui::ScenePanel::StandardView>, 7> standardViews()
 {
     typedef tov::gui::ScenePanel::StandardView View;

@@ -11,7 +11,7 @@ namespace tov::viewer {
 
 namespace {
 
-/// Buttons say what they do in words, and check boxes are seen on dark ground too.
+/// Buttons have texts, and check boxes are visible on a dark background, too.
 class PlainButtons : public QProxyStyle
 {
 public:
@@ -76,7 +76,7 @@ const Colors Dark = {QColor(45, 48, 54),    QColor(32, 34, 39),   QColor(52, 55,
 
 void applyTheme(const QString& name)
 {
-    // What the desktop gave at the start.
+    // The desktop's own style and palette.
     static const QString style = QApplication::style()->objectName();
     static const QPalette palette = QApplication::palette();
     const bool own = name == QLatin1String("light") || name == QLatin1String("dark");

@@ -20,7 +20,7 @@ using tov::trajectory::TrajectoryHandler;
 
 namespace {
 
-/// A click beside the handle of a slider moves it there.
+/// A click next to the handle of a slider moves the handle there.
 class JumpingSliderStyle : public QProxyStyle
 {
 public:

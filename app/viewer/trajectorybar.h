@@ -16,7 +16,7 @@ class TrajectoryBar : public QToolBar
 public:
     explicit TrajectoryBar(QWidget* parent = nullptr);
 
-    /// Opens a trajectory file; failures are shown to the person.
+    /// Opens a trajectory file; failures are shown to the user.
     bool openFile(const QString& fileName);
     void chooseFile();
 

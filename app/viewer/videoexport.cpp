@@ -40,7 +40,7 @@ bool prepareMotion(tov::gui::ScenePanel* view, const VideoRequest& request, QStr
     auto* trajectory = TrajectoryHandler::getInstance();
     switch (request.motion) {
     case VideoRequest::Motion::Turntable:
-        // Whatever the angle, everything stays in view.
+        // Everything stays in view at every angle.
         view->fitToTurn();
         return trajectory->selectTurntable(frameCount(request), error);
     case VideoRequest::Motion::Trajectory:

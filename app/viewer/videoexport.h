@@ -11,7 +11,7 @@ class ScenePanel;
 
 namespace tov::viewer {
 
-/// What a video file of a view is to be.
+/// The requested video file of a view.
 struct VideoRequest
 {
     enum class Motion

@@ -51,7 +51,7 @@ bool ViewPicture::take(ScenePanel* panel, const QSize& size, QObject* context, s
 {
     if (!panel || size.isEmpty() || !isAvailable())
         return false;
-    // What the command works on lives until its run has ended, whatever becomes of the window meanwhile.
+    // The command's data lives until its run has ended, even if the window is closed before.
     struct Job
     {
         QImage image;

@@ -16,9 +16,9 @@ namespace tov::viewer {
 namespace {
 
 constexpr int LayoutVersion = 2;
-/// The first window, where the screen has room for it.
+/// Initial size of the window, if it fits on the screen.
 const QSize PreferredSize(1280, 860);
-/// Room that the desktop needs for a frame around the window, in pixels on each side and above.
+/// Space for the desktop's frame around the window, in pixels on each side and above.
 constexpr int FrameWidth = 8;
 constexpr int FrameHeight = 40;
 
@@ -74,7 +74,7 @@ void WindowLayout::setFullScreen(bool full)
                 bar->hide();
                 m_Hidden.push_back(bar);
             }
-        // A menu bar of no height keeps its shortcuts; a hidden one loses them.
+        // A menu bar of height 0 keeps its shortcuts; a hidden one loses them.
         mp_Window->menuBar()->setMaximumHeight(0);
         mp_Window->showFullScreen();
     } else {

@@ -34,7 +34,7 @@ private:
     PanelGrid* mp_Grid;     ///< not owned
     bool m_FullScreen = false;
     bool m_WasMaximized = false;
-    std::vector<QPointer<QWidget>> m_Hidden; ///< what full screen hides
+    std::vector<QPointer<QWidget>> m_Hidden; ///< hidden in full screen mode
 };
 
 } // namespace tov::viewer

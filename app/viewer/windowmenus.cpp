@@ -112,7 +112,7 @@ void WindowMenus::addViewCounts()
         connect(grid, &PanelGrid::panelCountChanged, action,
                 [action, count](int now) { action->setChecked(now == count); });
     }
-    // A user who keeps a recording after all is shown the views that there still are.
+    // If the user keeps the recording, the menu shows the actual number of views.
     connect(group, &QActionGroup::triggered, group, [grid, group] {
         for (QAction* action : group->actions())
             if (action->data().toInt() == grid->getPanelCount())

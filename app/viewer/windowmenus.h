@@ -43,7 +43,7 @@ struct WindowParts
     std::function<std::vector<tov::main::LoadFailure>()> loadFailures;
 };
 
-/// The window's own menus (File, View, Help); the modules' menus stand between them. Thread: application.
+/// The window's own menus (File, View, Help); the modules' menus are between them. Thread: application.
 class WindowMenus : public QObject
 {
     Q_OBJECT

@@ -11,8 +11,8 @@
 namespace tov::scene {
 
 /// Merges small solid surfaces of one material into one element, because thousands of calls of OpenGL cost more than
-/// what they draw. What was merged is kept until one of its parts changes, moves, or is no longer drawn. Thread: one at
-/// a time.
+/// what they draw. A merged element is kept until one of its parts changes, moves, or is no longer drawn. Thread: one
+/// at a time.
 class Batcher
 {
 public:

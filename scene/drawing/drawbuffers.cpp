@@ -38,7 +38,7 @@ void abandonAll(const Entry& entry)
             abandoned().push_back({entry.group, name});
 }
 
-/// Size of the bound buffer. Errors would not tell it: they are for the caller of the drawing.
+/// Size of the bound buffer. OpenGL errors are not used to detect a failure: they are left for the caller.
 std::int64_t sizeOf(GLenum target)
 {
     QOpenGLContext* context = QOpenGLContext::currentContext();
@@ -55,7 +55,7 @@ std::int64_t sizeOf(GLenum target)
     return small;
 }
 
-/// Puts the values into a buffer, a new one where `name` is 0. False when OpenGL did not take them.
+/// Uploads the values into a buffer, a new one if `name` is 0. False when OpenGL did not take them.
 template <typename T>
 bool upload(GLenum target, const std::vector<T>& values, unsigned int& name)
 {

@@ -15,14 +15,14 @@ struct GeometryElement::Buffers
     /// Buffer names; 0: the element has no such data.
     struct Entry
     {
-        QPointer<QOpenGLContextGroup> group; ///< null when it is gone, and the names with it
+        QPointer<QOpenGLContextGroup> group; ///< null when the group and its names are gone
         unsigned int revision = 0;
         unsigned int vertices = 0;
         unsigned int indices = 0;
         unsigned int uv[2] = {0, 0};
         unsigned int tangents = 0;
         unsigned int edges = 0;     ///< indices of the feature edges
-        bool areEdgesKnown = false; ///< they are computed when they are first wanted
+        bool areEdgesKnown = false; ///< computed on first use
         std::size_t edgeIndexCount = 0;
     };
     std::vector<Entry> entries; ///< guarded by `mutex()`
@@ -30,8 +30,8 @@ struct GeometryElement::Buffers
     /// Guards the entries of all elements and the names to be freed.
     static std::mutex& mutex();
     /// The element's buffers in the current context's group, uploaded now if they are missing or out of date. The
-    /// upload is finished when this returns, so that every context of the group sees it. What could not be uploaded is
-    /// not kept: the names are 0, and the OpenGL error is left for the caller. Thread: the current context's.
+    /// upload is finished when this returns, so that every context of the group sees it. A failed upload is not kept:
+    /// the names are 0, and the OpenGL error is left for the caller. Thread: the current context's.
     Entry obtain(const GeometryElement& element, bool wantsEdges);
     /// Leaves the names to be freed by `collect`. Thread: any.
     void abandon();

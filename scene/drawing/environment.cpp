@@ -28,10 +28,11 @@ typedef Environment::Color Color;
 typedef Environment::Direction Direction;
 
 constexpr double Pi = 3.14159265358979323846;
-/// Directions from pole to pole at which light is sampled: for level 1, and for the rougher ones.
+/// Directions from pole to pole in which light is sampled: for level 1, and for the rougher levels.
 constexpr int FineSteps = 64;
 constexpr int CoarseSteps = 32;
-/// Rough reflections are smooth: they are computed for smaller squares and enlarged, the first two and the others.
+/// Rough reflections are smooth, so they are computed for smaller squares and enlarged: edges for the first two levels,
+/// and for the others.
 constexpr int RoughEdge = 34;
 constexpr int RoughestEdge = 18;
 /// A file larger than this is refused, as is a picture of more pixels.
@@ -78,8 +79,8 @@ struct Source
     }
 };
 
-/// The direction of a point of the octahedral square, both coordinates from -1 to 1; beyond, the square is folded over
-/// its edge.
+/// The direction of a point of the octahedral square, both coordinates from -1 to 1; outside of this range the square
+/// is folded over its edge.
 Direction octahedral(float u, float v)
 {
     if (std::fabs(u) > 1) {
@@ -127,12 +128,12 @@ std::array<Color, 9> irradianceOf(const Source& source)
     return result;
 }
 
-/// What a surface of this roughness reflects into `direction`, seen from there: the GGX lobe around it (Karis, "Real
-/// Shading in Unreal Engine 4", SIGGRAPH 2013).
+/// The light that a surface of this roughness reflects into `direction`, seen from there: the GGX lobe around it
+/// (Karis, "Real Shading in Unreal Engine 4", SIGGRAPH 2013).
 Color filtered(const Source& source, const Direction& direction, float roughness)
 {
     const float alpha2 = roughness * roughness * roughness * roughness;
-    // Light farther from the direction than this counts for less than a hundredth.
+    // Light farther from the direction than this contributes less than a hundredth.
     const float least = roughness < 0.3f ? 0.6f : 0;
     const auto [firstRow, lastRow] = source.rowsAround(direction, least);
     const std::size_t perRow = 2 * std::size_t(source.height);
@@ -248,7 +249,7 @@ bool isWhole(const QByteArray& bytes, int width, int height)
 class Panorama
 {
 public:
-    /// What is wrong with the file; empty: nothing.
+    /// The problem of the file, empty if there is none.
     QString read(const QString& fileName)
     {
         QFile file(fileName);

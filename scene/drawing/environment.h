@@ -13,12 +13,12 @@
 
 namespace tov::scene {
 
-/// Light from all directions, prefiltered for drawing. Never changed once it is made.
+/// Light from all directions, prefiltered for drawing. Immutable.
 ///
-/// `table` holds what a surface of some roughness reflects: `Levels` squares of `Edge` x `Edge` directions, the first
-/// for roughness 0, the last for roughness 1. A direction lies in a square by the octahedral mapping (Cigolle et al.,
-/// "Survey of Efficient Representations for Independent Unit Vectors", JCGT 3(2), 2014); one row of texels around the
-/// square repeats its neighbours, so that linear filtering has no seam.
+/// `table` holds the light that a surface reflects, by roughness: `Levels` squares of `Edge` x `Edge` directions, the
+/// first for roughness 0, the last for roughness 1. A direction lies in a square by the octahedral mapping (Cigolle et
+/// al., "Survey of Efficient Representations for Independent Unit Vectors", JCGT 3(2), 2014); one row of texels around
+/// the square repeats its neighbours, so that linear filtering has no seam.
 class TOV_EXPORT Environment
 {
 public:

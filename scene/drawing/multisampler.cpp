@@ -34,7 +34,7 @@ void blit(unsigned int from, unsigned int to, const std::array<int, 4>& area)
 
 void clearErrors()
 {
-    // A lost context reports errors without end.
+    // A lost context reports errors forever.
     for (int i = 0; i < 100 && functions()->glGetError() != GL_NO_ERROR; ++i) {
     }
 }
@@ -120,7 +120,7 @@ Multisampler::Multisampler(SampleBuffer& buffer, int samples, const std::array<i
         return;
     }
     m_IsActive = true;
-    // Only the colour is taken over: pictures start from an empty depth buffer.
+    // Only the colour is copied: pictures start from an empty depth buffer.
     blit(m_Target, buffer.framebuffer, area);
     gl->glBindFramebuffer(GL_FRAMEBUFFER, buffer.framebuffer);
     gl->glScissor(area[0], area[1], area[2], area[3]);
@@ -133,7 +133,7 @@ Multisampler::~Multisampler()
 {
     if (!m_IsActive)
         return;
-    // Blits obey the scissor, which is the area still.
+    // Blits obey the scissor, which is still the area.
     functions()->glDisable(GL_SCISSOR_TEST);
     blit(m_Buffer.framebuffer, m_Target, m_Area);
     functions()->glBindFramebuffer(GL_FRAMEBUFFER, m_Target);

@@ -8,7 +8,7 @@
 namespace tov::scene {
 
 /// The framebuffer with samples of one drawer, kept between frames. Framebuffer names belong to a context, so its
-/// context is remembered; what belongs to another one is not touched.
+/// context is stored; objects of another one are not touched.
 struct SampleBuffer
 {
     QPointer<QOpenGLContext> context;    ///< of the framebuffer; null when it is gone
@@ -27,9 +27,9 @@ struct SampleBuffer
     ~SampleBuffer();
 };
 
-/// While it lives, drawing goes into a buffer with samples whose part `area` (x, y, width, height in pixels) began as a
-/// copy of the bound framebuffer; at the end that part is resolved into the framebuffer, which is bound again. What
-/// lies outside of the area is undefined. Does nothing for fewer than two samples, for an empty area, or where OpenGL
+/// While it exists, drawing goes into a multisample buffer whose part `area` (x, y, width, height in pixels) starts as
+/// a copy of the bound framebuffer; at the end that part is resolved into the framebuffer, which is bound again. Pixels
+/// outside of the area are undefined. Does nothing for fewer than two samples, for an empty area, or where OpenGL
 /// refuses, which leaves no OpenGL error. Thread: the current context's.
 class Multisampler
 {

@@ -23,7 +23,7 @@ namespace {
 
 typedef GeometryElement::Vertex Vertex;
 
-/// Distance of the uniform blocks: at least what any driver wants blocks to be aligned to.
+/// Distance of the uniform blocks: at least the block alignment that any driver requires.
 constexpr std::size_t BlockAlignment = 256;
 constexpr std::size_t aligned(std::size_t bytes)
 {
@@ -61,7 +61,7 @@ float limited(float value, float low, float high, float otherwise)
 }
 
 /// For normals: the cofactors of the upper left 3 x 3 values, which is the transposed inverse times the determinant.
-/// Turned round where the matrix mirrors, so that normals stay on their side of the surface.
+/// Negated if the matrix mirrors, so that normals stay on their side of the surface.
 Matrix4 normalMatrix(const Matrix4& m)
 {
     Matrix4 result = Matrix4::identity();
@@ -155,7 +155,7 @@ Painter::Painter(const View& view, const SceneLook& look, bool isMultisampled, d
       m_Margin(marginOf(view, look)), m_WideClip(view.clipWithMargin(m_Margin)),
       m_EdgeMaterial(plainMaterial(look.edgeColor, true))
 {
-    // The studio takes some time to make.
+    // Created once, because computing the studio takes some time.
     const bool isPhysical = look.light != SceneLook::Light::None && look.light != SceneLook::Light::Headlight;
     if (isPhysical)
         m_Environment =
@@ -207,7 +207,7 @@ void Painter::addSurface(std::size_t item)
         m_Calls.push_back(makeCall(item, Content::Features, *m_EdgeMaterial));
 }
 
-/// The far sides by the farthest corner, the near sides by the nearest: so glass within glass comes between both.
+/// The far sides by the farthest corner, the near sides by the nearest: so glass within glass is drawn in between.
 void Painter::addBlended(Call call, const DrawItem& item)
 {
     const auto [nearest, farthest] = m_View.depthRange(item.element->getBox(), item.toScene);
@@ -269,7 +269,7 @@ unsigned int Painter::featuresOf(const GeometryElement& element, const Material&
         set(ShaderCoat, material.clearcoat > 0);
         set(ShaderTransmission, material.transmission > 0);
         set(ShaderTwoSided, material.doubleSided);
-        // Slivers are seen badly, so only where the winding is of no use.
+        // Inaccurate for slivers, so used only if the winding is unreliable.
         set(ShaderSeenSide, material.doubleSided && !element.doNormalsFollowWinding());
         set(ShaderTurned, m_Look.light == SceneLook::Light::Environment);
         set(ShaderTangents, material.normalTexture && !element.getTangents().empty());
@@ -285,7 +285,7 @@ unsigned int Painter::featuresOf(const GeometryElement& element, const Material&
             shared::texture(textures[i]->image, i == 0 || i == 4) == 0)
             continue;
         features |= TextureFeatures[i];
-        // One transform is applied to the vertices, and is that of the base colour.
+        // Only one transform is applied to the vertices: that of the base colour.
         if (!first)
             first = textures[0];
         if (!areAlike(*textures[0], *textures[i]))
@@ -439,7 +439,7 @@ void Painter::setBlending(const Call& call) const
     auto* gl = functions();
     const auto enable = [gl](GLenum what, bool isEnabled) { isEnabled ? gl->glEnable(what) : gl->glDisable(what); };
     enable(GL_BLEND, call.isBlended);
-    // Something translucent over something solid stays solid.
+    // A translucent surface over a solid one stays opaque.
     gl->glBlendFuncSeparate(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA, GL_ONE, GL_ONE_MINUS_SRC_ALPHA);
     gl->glDepthMask(!call.isBlended);
     enable(GL_SAMPLE_ALPHA_TO_COVERAGE, call.features & ShaderCoverage);
@@ -456,7 +456,7 @@ void Painter::setWidth(const Call& call) const
     glLineWidth(float(std::max(1.0, m_Look.lineWidth * m_View.pictureHeight)));
     glPointSize(float(std::max(1.0, m_Look.pointSize * m_View.pictureHeight)));
     gl->glEnable(GL_POINT_SPRITE);
-    // Surfaces step back behind the edges that are drawn on them.
+    // Surfaces are moved back behind the edges that are drawn on them.
     const bool isBehind = !isWide(call) && (m_Look.hasFeatureEdges || m_Look.show == SceneLook::Show::SurfaceWithEdges);
     isBehind ? gl->glEnable(GL_POLYGON_OFFSET_FILL) : gl->glDisable(GL_POLYGON_OFFSET_FILL);
     gl->glPolygonOffset(1, 1);
@@ -498,7 +498,7 @@ bool Painter::bindVertices(const Call& call, std::size_t& edgeIndexCount) const
     const bool hasColors = call.features & ShaderVertexColors;
     const bool hasUvs = call.features & (ShaderBaseTexture | ShaderSurfaceTexture | ShaderNormalTexture |
                                          ShaderOcclusionTexture | ShaderEmissiveTexture);
-    // A set that the mesh does not have is the other one.
+    // If the mesh lacks a set, the other one is used.
     const unsigned int uv0 = buffers.uv[0] != 0 ? buffers.uv[0] : buffers.uv[1];
     const unsigned int uv1 = buffers.uv[1] != 0 ? buffers.uv[1] : buffers.uv[0];
     bind(AttributePosition, buffers.vertices, 3, GL_FLOAT, sizeof(Vertex), offsetof(Vertex, position));

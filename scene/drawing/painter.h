@@ -35,8 +35,8 @@ struct UniformBuffer
 };
 
 /// Draws elements with shaders: first plans all calls of OpenGL, then sorts them, then makes them. Solids come first,
-/// sorted by program and material; what can be seen through follows from back to front, the far sides of each part
-/// before its near sides. Changes OpenGL state freely. Thread: the current context's.
+/// sorted by program and material; transparent parts follow from back to front, the far sides of each part before its
+/// near sides. Changes OpenGL state freely. Thread: the current context's.
 class Painter
 {
 public:
@@ -96,10 +96,10 @@ private:
     const SceneLook& m_Look;
     const bool m_IsMultisampled;
     const double m_LineOffset;
-    const int m_Margin; ///< pixels that points and lines reach beyond their middle
+    const int m_Margin; ///< pixels that points and lines extend from their centre
     const tov::math::Matrix4 m_WideClip;
-    std::shared_ptr<const Environment> m_Environment; ///< null: no light comes from around
-    std::shared_ptr<const Material> m_OneMaterial;    ///< in place of all others; null: none
+    std::shared_ptr<const Environment> m_Environment; ///< null: no environment light
+    std::shared_ptr<const Material> m_OneMaterial;    ///< replaces all others; null: none
     std::shared_ptr<const Material> m_EdgeMaterial;   ///< of outlines and feature edges
     std::vector<DrawItem> m_Items;
     std::vector<Call> m_Calls;

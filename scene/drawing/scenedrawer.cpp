@@ -78,7 +78,7 @@ void drawGrid(const Box& box)
     glEnd();
 }
 
-/// Whether the layers and primitives that are wanted include an element.
+/// Whether the requested layers and primitives include an element.
 bool isWanted(const GeometryElement& element, int layers, int primitives)
 {
     switch (element.getKind()) {
@@ -108,7 +108,7 @@ std::vector<DrawItem> itemsOf(const SceneElement* root, const SceneElement* only
     return items;
 }
 
-/// The pixels that can change: the viewport, as far as the scissor and the items reach. Overlays may be anywhere.
+/// The pixels that can change: the viewport, limited to the scissor and the items. Overlays may be anywhere.
 std::array<int, 4> drawingArea(const View& view, const std::vector<DrawItem>& items, const SceneLook& look,
                                bool hasOverlays)
 {
@@ -135,8 +135,8 @@ std::array<int, 4> drawingArea(const View& view, const std::vector<DrawItem>& it
     return area;
 }
 
-/// Points and lines are drawn into a larger viewport, so that those next to a tile reach into it; this keeps them out
-/// of what lies around it.
+/// Points and lines are drawn into a larger viewport, so that those next to a tile extend into it; this keeps them from
+/// drawing outside of the tile.
 void clipTo(const std::array<int, 4>& area)
 {
     glScissor(area[0], area[1], area[2], area[3]);

@@ -55,7 +55,7 @@ public:
     /// Whether the layer of grid and axes shows anything (default: no), for all drawers. Thread: any.
     static bool isGridShown();
     static void setGridShown(bool shown);
-    /// How all drawers draw, from the next call of `glDraw` on. Values out of range are limited. Thread: any.
+    /// Sets how all drawers draw, from the next call of `glDraw` on. Values out of range are limited. Thread: any.
     static SceneLook getLook();
     static void setLook(const SceneLook& look);
     /// `SceneLook::samples` alone. At start the application takes it from the setting "settings/multisampling".

@@ -142,7 +142,7 @@ vec2 uvOf(int texture)
 #define UV(texture) uvA
 #endif
 
-// The sRGB transfer function; off by less than 0.1 of 255.
+// The sRGB transfer function; the error is less than 0.1 of 255.
 vec3 encoded(vec3 c)
 {
     vec3 root = sqrt(c);
@@ -150,7 +150,7 @@ vec3 encoded(vec3 c)
     return mix(curve, 12.92 * c, vec3(lessThan(c, vec3(0.0031308))));
 }
 
-// Khronos PBR Neutral Tone Mapper: leaves colours up to 0.8 alone.
+// Khronos PBR Neutral Tone Mapper: leaves colours up to 0.8 unchanged.
 vec3 toneMapped(vec3 c)
 {
     float low = min(c.r, min(c.g, c.b));
@@ -166,7 +166,7 @@ vec3 toneMapped(vec3 c)
 )";
 
 const char FragmentLight[] = R"(
-// What comes from the environment, by direction and roughness.
+// Light from the environment, by direction and roughness.
 vec3 reflected(vec3 direction, float roughness)
 {
 #ifdef TURNED

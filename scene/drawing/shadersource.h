@@ -4,7 +4,8 @@
 
 namespace tov::scene {
 
-/// What a shader program can do; each combination in use is a program of its own, so that nothing is computed in vain.
+/// Features of a shader program; each combination in use is a program of its own, so that nothing unnecessary is
+/// computed.
 enum ShaderFeature : unsigned int
 {
     ShaderLit = 1u << 0,          ///< lit by the environment and the key light; else see `ShaderHeadlight`
@@ -53,7 +54,7 @@ enum ShaderUnit
     UnitCount
 };
 
-/// The uniform block "Frame", in the layout std140: what is the same for everything that one call draws.
+/// The uniform block "Frame", in the layout std140: values common to everything that one call draws.
 struct FrameBlock
 {
     float irradiance[10][4]; ///< quadratic form in the eye-space normal: 1, x, y, z, xx, yy, zz, xy, yz, zx
@@ -63,7 +64,7 @@ struct FrameBlock
     float view[4];           ///< x: 1 = parallel projection
 };
 
-/// The uniform block "Part", in the layout std140: what is the same for one element.
+/// The uniform block "Part", in the layout std140: values of one element.
 struct PartBlock
 {
     float clip[4][4];   ///< columns of the matrix from the vertices to clip space
@@ -76,7 +77,7 @@ struct PartBlock
     float uv[10][4];   ///< per texture: m0, m1, m2, UV set; m3, m4, m5, -
 };
 
-/// GLSL 1.30 with GL_ARB_uniform_buffer_object: what OpenGL 3.0 drivers have that give a compatibility profile.
+/// GLSL 1.30 with GL_ARB_uniform_buffer_object: supported by OpenGL 3.0 drivers with a compatibility profile.
 QByteArray vertexShader(unsigned int features);
 QByteArray fragmentShader(unsigned int features);
 

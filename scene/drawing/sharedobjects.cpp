@@ -32,7 +32,7 @@ struct Upload
 
 struct Group
 {
-    QPointer<QOpenGLContextGroup> owner;           ///< null when it is gone, and the objects with it
+    QPointer<QOpenGLContextGroup> owner;           ///< null when the group and its objects are gone
     std::map<unsigned int, unsigned int> programs; ///< by features
     std::map<std::pair<const Image*, bool>, Upload<Image>> images;
     std::map<std::uint64_t, Upload<Environment>> environments;
@@ -86,7 +86,7 @@ unsigned int compile(GLenum kind, const QByteArray& source, QByteArray& problem)
     return shader;
 }
 
-/// Sets what never changes: texture units and block bindings.
+/// Sets the constant state: texture units and block bindings.
 void bindInputs(unsigned int program)
 {
     static const char* const samplers[UnitCount] = {"environmentTable", "baseTexture",      "surfaceTexture",
@@ -133,7 +133,7 @@ unsigned int makeProgram(unsigned int features)
     return program;
 }
 
-/// The pixels in a size that the driver takes.
+/// The pixels, scaled down to the driver's limit.
 QImage fitted(const Image& image, int largest)
 {
     const QImage whole(image.pixels.data(), image.width, image.height, 4 * image.width, QImage::Format_RGBA8888);

@@ -15,7 +15,7 @@ namespace shared {
 unsigned int program(unsigned int features);
 
 /// A texture with mipmaps; one upload per image, twice only where it is used both as colours (`isSrgb`) and as numbers.
-/// Larger ones than the driver takes are scaled down. 0 when there is nothing to upload or OpenGL did not take it.
+/// Textures larger than the driver's limit are scaled down. 0 when there is nothing to upload or the upload failed.
 unsigned int texture(const std::shared_ptr<const Image>& image, bool isSrgb);
 
 /// The table of an environment.

@@ -5,7 +5,7 @@
 
 namespace tov::scene {
 
-/// From where and into what the current context draws.
+/// The view and viewport of the current context.
 struct View
 {
     /// Reads projection, model-view matrix and viewport of the current context.
@@ -24,8 +24,8 @@ struct View
 
     /// The clip matrix for a viewport that is larger by `margin` pixels on every side.
     tov::math::Matrix4 clipWithMargin(int margin) const;
-    /// Extends `bounds` (left, bottom, right, top, in pixels) by what a box covers; by everything when the box reaches
-    /// behind the eye.
+    /// Extends `bounds` (left, bottom, right, top, in pixels) by the area that a box covers; by everything when the box
+    /// extends behind the eye.
     void addBounds(const Box& box, const tov::math::Matrix4& toScene, std::array<double, 4>& bounds) const;
     /// Distances of the nearest and the farthest corner of a box from the eye, along the line of sight.
     std::array<double, 2> depthRange(const Box& box, const tov::math::Matrix4& toScene) const;
@@ -36,7 +36,7 @@ class Frustum
 {
 public:
     explicit Frustum(const tov::math::Matrix4& clip);
-    /// False only when the box lies wholly behind one plane; rounding errs towards drawing.
+    /// False only when the box lies wholly behind one plane; rounding errors only lead to drawing too much.
     bool mayShow(const Box& box) const;
 
 private:

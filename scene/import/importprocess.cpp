@@ -84,7 +84,7 @@ struct Child
     }
 };
 
-/// The importer lies next to this library, in the build tree as in the installed one.
+/// The importer is next to this library, in the build tree and in an installation.
 QByteArray importerName()
 {
     Dl_info where;
@@ -114,7 +114,7 @@ Limits limitsFor(const ReadSource& source)
             asked > 0 ? asked : LeastSeconds + qint64(source.size()) / BytesPerSecond};
 }
 
-/// A copy of a descriptor with a number above those that the process expects, so that none is overwritten on the way.
+/// A copy of a descriptor with a number above those that the process expects, so that none is overwritten.
 int highCopy(int descriptor)
 {
     const int copy = fcntl(descriptor, F_DUPFD_CLOEXEC, 16);
@@ -162,7 +162,7 @@ std::string waitForReports(int descriptor, const ReadSource& source)
                     last += bytes[i];
             }
         }
-        // Leaving ends the process.
+        // Leaving this function ends the process.
         if (source.progress && !source.progress(std::min(percent, 99)))
             throw ReadCancelled();
     }

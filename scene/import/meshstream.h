@@ -4,7 +4,7 @@
 
 /// What the importer process hands to the program in shared memory: a `Header`, then records up to `Tag::End`. A record
 /// is its tag, its struct, its name, and its arrays in the order given below. Indices refer to earlier records of that
-/// kind. Both sides are of one build, so numbers are in the machine's byte order. The program trusts none of it.
+/// kind. Both sides are from one build, so numbers are in the machine's byte order. The program trusts no value in it.
 namespace tov::scene::stream {
 
 constexpr char Magic[8] = {'t', 'o', 'v', 'm', 'o', 'd', 'e', 'l'};

@@ -9,7 +9,7 @@ namespace tov::scene {
 
 namespace {
 
-/// A number of a library; `fallback` for what is none or is not finite.
+/// A number of a library; `fallback` if it is not a finite number.
 float numberOf(const QByteArray& word, float fallback)
 {
     bool ok = false;
@@ -22,7 +22,7 @@ float unit(const QByteArray& word, float fallback)
     return std::clamp(numberOf(word, fallback), 0.0f, 1.0f);
 }
 
-/// Colours of libraries are meant for the screen, so they are sRGB. One number stands for all three.
+/// Colours of libraries are meant for the screen, so they are sRGB. A single number is used for all three.
 std::array<float, 3> colorOf(const QList<QByteArray>& words, const std::array<float, 3>& fallback)
 {
     std::array<float, 3> color = fallback;
@@ -183,7 +183,7 @@ Texture ObjMaterials::texture(const Definition& definition, const QByteArray& us
     const auto map = definition.maps.find(statement);
     if (map == definition.maps.end())
         return texture;
-    // The reader has turned v over: 1 - (s (1 - v) + o) = s v + 1 - s - o.
+    // The reader has flipped v: 1 - (s (1 - v) + o) = s v + 1 - s - o.
     const auto& [s, o] = std::tie(map->second.scale, map->second.offset);
     texture.transform = {s[0], 0, o[0], 0, s[1], 1 - s[1] - o[1]};
     if (map->second.clamp)

@@ -17,7 +17,7 @@ public:
     /// Reads a library; the last definition of a name counts.
     void read(const QByteArray& library);
     bool contains(const QString& name) const { return m_Materials.count(name) > 0; }
-    /// Notes that a material is used; only those are converted.
+    /// Marks a material as used; only used ones are converted.
     void use(const QString& name);
     /// Decodes the textures of the materials that are used.
     void convert(const ReadSource& source, QStringList& warnings);

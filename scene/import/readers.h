@@ -30,7 +30,7 @@ struct ReadSource
     const SceneImport::Progress& progress;
 
     std::size_t size() const { return std::size_t(end - begin); }
-    /// Reports how far `at` is; throws `ReadCancelled` when the user wants it to stop.
+    /// Reports the progress of `at`; throws `ReadCancelled` when the user wants it to stop.
     void report(const char* at) const;
 };
 

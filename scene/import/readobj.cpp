@@ -28,7 +28,7 @@ QString tr(const char* text)
     return QCoreApplication::translate("tov::scene", text);
 }
 
-/// Walks over the words of a text file and counts lines.
+/// Reads the words of a text file and counts lines.
 class Words
 {
 public:
@@ -221,7 +221,7 @@ T ObjReader::number(std::string_view word) const
     return value;
 }
 
-/// Indices count from 1, negative ones from the end of what has been read.
+/// Indices count from 1, negative ones from the last element read so far.
 std::uint32_t ObjReader::index(std::string_view word, std::size_t count) const
 {
     long long value = 0;

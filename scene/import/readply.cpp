@@ -369,7 +369,7 @@ void PlyReader::readHeader()
         fail(tr("the header names no format"));
 }
 
-/// What the header promises must fit into the rest of the file, before memory is taken for it.
+/// Checks that the rest of the file is large enough for what the header declares, before memory is allocated.
 void PlyReader::checkCount(const Element& element, const Body& body) const
 {
     std::size_t least = 0;

@@ -51,7 +51,7 @@ void ReadSource::report(const char* at) const
 
 std::array<double, 3> originFor(const double* position)
 {
-    // Beyond this, neighbouring numbers are a thousandth apart.
+    // Above this, neighbouring single-precision numbers are a thousandth apart.
     constexpr double Large = 10000;
     std::array<double, 3> origin = {0, 0, 0};
     if (std::max({std::abs(position[0]), std::abs(position[1]), std::abs(position[2])}) > Large)
@@ -123,7 +123,7 @@ bool isUtf16(const ReadSource& source)
            (std::memcmp(source.begin, "\xff\xfe", 2) == 0 || std::memcmp(source.begin, "\xfe\xff", 2) == 0);
 }
 
-/// The importer process unpacks what our own readers get.
+/// The importer process decompresses files for our own readers.
 SceneElement* readPacked(const ReadSource& source, const QString& suffix)
 {
     const ImportedBytes bytes = runImportProcess(source, "unpack");

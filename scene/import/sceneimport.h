@@ -22,8 +22,8 @@ public:
 
     struct Options
     {
-        /// The axis of the file that points up: "+Y", "-Y", "+Z", "-Z", "+X", "-X"; "auto" or empty: as the file or its
-        /// format says.
+        /// The upward axis of the file: "+Y", "-Y", "+Z", "-Z", "+X", "-X"; "auto" or empty: as the file or its format
+        /// specifies.
         QString modelUp;
         /// Missing textures, material libraries and animation data make reading fail; otherwise they are logged.
         bool strict = false;

@@ -24,13 +24,13 @@ public:
     /// Asks for an image. `place` names the part of the file for messages: "material 'wood'". Empty file names: none.
     /// Returns a number for `image`.
     int add(Use use, const QString& first, const QString& second, const QString& place);
-    /// Decodes what has been asked for. Throws `ReadError`, `ReadCancelled`, `std::bad_alloc`.
+    /// Decodes the requested images. Throws `ReadError`, `ReadCancelled`, `std::bad_alloc`.
     void decode(const ReadSource& source, QStringList& warnings);
     /// Null when it could not be read.
     std::shared_ptr<const Image> image(int number) const;
 
 private:
-    std::map<QByteArray, int> m_Numbers; ///< by what is asked for
+    std::map<QByteArray, int> m_Numbers; ///< by request
     QByteArray m_Lines;
     std::vector<std::shared_ptr<const Image>> m_Images;
 };

@@ -100,7 +100,7 @@ void triangulate(const std::vector<std::array<double, 3>>& corners, std::vector<
     Ring ring(points);
     std::size_t at = 1, refused = 0;
     while (ring.size() > 3) {
-        // Where no corner is left that can be cut off, or it would take too long, any one is.
+        // If no corner can be cut off, or it would take too long, any corner is used.
         if (refused < ring.size() && corners.size() <= MaxCorners && !ring.isEar(at)) {
             ++at;
             ++refused;

@@ -172,7 +172,7 @@ Matrix4 Camera::scaledMatrix(const SceneExtent& extent) const
         scale(2, 2) = scaling;
         return scale * eye;
     }
-    // Depth of the scene's centre in the middle, wherever the camera stands: only directions matter.
+    // Depth of the scene's centre in the middle, wherever the camera is: only directions matter.
     for (unsigned int axis = 0; axis < 3; ++axis)
         scale(axis, axis) = extent.scaling;
     scale(2, 3) = -OrthographicDepth - center[2] * extent.scaling;
@@ -361,8 +361,8 @@ void ViewFitter::add(const Vector3& point)
 {
     const Vector3 fromTarget = minus(point, m_Camera.target);
     const Vector3 p = transformed(m_Camera.rotation, fromTarget[0], fromTarget[1], fromTarget[2]);
-    // With perspective each point wants the camera to stand back: x - eyeX <= tanX (eyeZ - z), and so on for four
-    // sides.
+    // With perspective each point requires a minimum distance of the camera: x - eyeX <= tanX (eyeZ - z), and so on for
+    // four sides.
     const double depthX = m_Camera.orthographic ? 0 : m_TanX * p[2];
     const double depthY = m_Camera.orthographic ? 0 : m_TanY * p[2];
     m_Right = std::max(m_Right, p[0] + depthX);

@@ -22,7 +22,7 @@ enum class StandardView
     Isometric,
 };
 
-/// A view: where the camera stands, where it looks, and its lens. A plain value in scene units, so it does not depend
+/// A view: the position of the camera, its direction, and its lens. A plain value in scene units, so it does not depend
 /// on the global scaling. The camera looks along -z of the eye axes at a target, +y is up.
 struct TOV_EXPORT Camera
 {
@@ -39,7 +39,7 @@ struct TOV_EXPORT Camera
     /// `fieldOfView` set the visible height for both.
     bool orthographic = false;
 
-    /// Where the camera stands.
+    /// The position of the camera.
     Vector3 position() const;
     /// The camera's own y axis in the scene: what is up in the picture.
     Vector3 up() const;
@@ -70,18 +70,18 @@ TOV_EXPORT tov::math::Matrix4 standardRotation(StandardView view);
 TOV_EXPORT std::optional<Camera> lookAt(const Vector3& position, const Vector3& target, const Vector3& up,
                                         const Camera& lens = Camera());
 
-/// The camera that stands in a pose (eye to scene; a scale in it is ignored), with lens and distance of `like`. None
-/// when the matrix is not invertible or not finite.
+/// The camera at a pose (eye to scene; its scale is ignored), with lens and distance of `like`. Nothing when the matrix
+/// is not invertible or not finite.
 TOV_EXPORT std::optional<Camera> cameraOfPose(const tov::math::Matrix4& eyeToScene, const Camera& like = Camera());
 
-/// The camera of which `scaledMatrix` is the matrix: the inverse of `Camera::scaledMatrix`. What the matrix does not
-/// hold (the distance to the target, or the field of view of an orthographic lens) is taken from `like`. None for
-/// matrices that are not such views.
+/// The camera of which `scaledMatrix` is the matrix: the inverse of `Camera::scaledMatrix`. Values that the matrix does
+/// not hold (the distance to the target, or the field of view of an orthographic lens) are taken from `like`. Nothing
+/// for matrices that are not such views.
 TOV_EXPORT std::optional<Camera> cameraOfMatrix(const tov::math::Matrix4& scaledMatrix, const SceneExtent& extent,
                                                 const Camera& like = Camera());
 
-/// The camera of a file in the place of its element. The target is as far ahead as the centre of the scene is. None
-/// when the camera has no element or its place is not a view. The scene must be kept still by the caller.
+/// The camera of a file at its element. The target is as far ahead as the centre of the scene. Nothing when the camera
+/// has no element or the element's transform is not a view. The caller must keep the scene from changing.
 TOV_EXPORT std::optional<Camera> cameraOfFile(const FileCamera& camera, const SceneExtent& extent);
 
 /// A ray in the scene.
@@ -110,9 +110,9 @@ public:
     void add(const Vector3& point);
     bool isEmpty() const { return m_Front < m_Back; }
     /// The camera that shows all points as large as possible, its target in their middle. `minimumDistance`: room
-    /// between the eye and the nearest point. The camera as it was when there are no points.
+    /// between the eye and the nearest point. Without points, the camera is unchanged.
     Camera fitted(double minimumDistance) const;
-    /// The camera as it was, moved back along its view direction just far enough to show all points; never forward.
+    /// The unchanged camera, moved back along its view direction just far enough to show all points; never forward.
     Camera movedBack(double minimumDistance) const;
 
 private:

@@ -12,7 +12,7 @@ class ScenePanel;
 
 namespace tov::scene {
 
-/// The living panels, and which one is active. Panels enter and leave the list themselves.
+/// The existing panels, and the active one. Panels enter and leave the list themselves.
 class PanelList
 {
 public:
@@ -25,7 +25,7 @@ public:
 
     /// In order of creation. Thread: application.
     const std::vector<tov::gui::ScenePanel*>& getPanels() const { return m_Panels; }
-    /// Calls `function` for every panel; no panel enters or leaves meanwhile. Thread: any.
+    /// Calls `function` for every panel; no panel is added or removed meanwhile. Thread: any.
     void forEach(const std::function<void(tov::gui::ScenePanel&)>& function);
 
     /// Null: none. Thread: application.

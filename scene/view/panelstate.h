@@ -25,7 +25,7 @@ struct ScenePanel::Private
 
     mutable std::mutex mutex;
     tov::scene::Camera camera;                     ///< guarded by mutex
-    std::optional<tov::math::Matrix4> exactMatrix; ///< guarded by mutex; set from outside, in place of the camera
+    std::optional<tov::math::Matrix4> exactMatrix; ///< guarded by mutex; set by callers, replaces the camera
     tov::scene::SceneExtent extent;                ///< guarded by mutex; of the scene
     tov::math::Matrix4 matrix = tov::math::Matrix4::identity(); ///< guarded by mutex; made from the values above
 

@@ -190,7 +190,7 @@ void ScenePanel::fit(bool turning)
     }
     const bool hidden = fitter.isEmpty() && root &&
                         (!root->getChildren().empty() || dynamic_cast<const tov::scene::GeometryElement*>(root));
-    // Hidden elements keep their extent: they come back in their place, seen from the new side.
+    // Hidden elements keep their extent: when they are shown again, they are in their place, seen from the new side.
     if (!hidden)
         scene->updateGlobalScaling();
     scene->unlock();

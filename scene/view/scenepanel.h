@@ -11,8 +11,8 @@
 
 namespace tov::gui {
 
-/// A view of the global scene through a `Camera`. Works hidden too, with the size it was given. Thread: application,
-/// unless a method says otherwise.
+/// A view of the global scene through a `Camera`. Also works while hidden, with the size that was set. Thread:
+/// application, unless a method says otherwise.
 class TOV_EXPORT ScenePanel final : public QOpenGLWidget
 {
     Q_OBJECT
@@ -37,8 +37,7 @@ public:
     void resize(int width, int height);
     void resize(const QSize& size) { resize(size.width(), size.height()); }
 
-    /// The camera, in scene units. When a matrix was set, the camera with that view as far as there is one. Thread:
-    /// any.
+    /// The camera, in scene units. When a matrix was set, the camera closest to that view. Thread: any.
     tov::scene::Camera getCamera() const;
     /// Values out of range are clamped.
     void setCamera(const tov::scene::Camera& camera);
@@ -75,12 +74,12 @@ public:
     /// was set is singular.
     std::optional<tov::scene::Ray> rayAt(const QPointF& position) const;
 
-    /// Shows what a picture or video of another aspect (width divided by height) holds: the parts of the panel outside
-    /// are dimmed, and fitting stays inside. 0: no guide frame.
+    /// Shows what a picture or video of another aspect (width divided by height) contains: the panel outside of it is
+    /// dimmed, and fitting stays inside. 0: no guide frame.
     void setGuideAspect(double aspect);
     double getGuideAspect() const;
-    /// The rectangle of the guide frame in device-independent pixels; the whole panel without one, or where the picture
-    /// is wider than the panel.
+    /// The rectangle of the guide frame in device-independent pixels; the whole panel without a guide, or if the
+    /// picture is wider than the panel.
     QRectF getGuideFrame() const;
 
     /// Whether the trajectory's camera moves this panel (default: yes).

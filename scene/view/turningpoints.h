@@ -21,12 +21,12 @@ struct Turning
 /// A point after a turn by an angle.
 TOV_EXPORT Vector3 turnedPoint(const Turning& turning, double degrees, const Vector3& point);
 
-/// Calls `function` for every vertex of the visible elements under `root`, in scene units. The scene must be kept still
-/// by the caller. Thread: any.
+/// Calls `function` for every vertex of the visible elements under `root`, in scene units. The caller must keep the
+/// scene from changing. Thread: any.
 TOV_EXPORT void forEachPoint(const SceneElement* root, const std::function<void(const Vector3&)>& function);
 
 /// Calls `function` for points whose hull holds every vertex at every angle of the turn: each arc is covered by the
-/// corners of a polygon around it, which is at most 0.9 % larger. The scene must be kept still by the caller. Thread:
+/// corners of a polygon around it, which is at most 0.9 % larger. The caller must keep the scene from changing. Thread:
 /// any.
 TOV_EXPORT void forEachTurnedPoint(const SceneElement* root, const Turning& turning,
                                    const std::function<void(const Vector3&)>& function);

@@ -52,8 +52,8 @@ public:
     /// The only way to delete a panel: it is hidden, the next panel (or none) is announced, then it is deleted. Holds
     /// no lock. Thread: application.
     void closePanel(tov::gui::ScenePanel* panel);
-    /// Hands a camera pose (eye to scene) to every panel that follows the trajectory. Thread: any; no panel dies
-    /// meanwhile.
+    /// Passes a camera pose (eye to scene) to every panel that follows the trajectory. Thread: any; no panel is
+    /// destroyed meanwhile.
     void setTrajectoryCamera(const tov::math::Matrix<double, 4u, 4u>& eyeToScene);
     /// The same with a lens. Thread: any.
     void setTrajectoryCamera(const Camera& camera);

@@ -50,8 +50,8 @@ const uchar* StraightAlpha::convert(const uchar* bgra, int width, int height, bo
 
 void StraightAlpha::spreadColors(int width, int height)
 {
-    // Two sweeps, as for a distance map: each empty pixel takes the colour of the neighbour that is nearest to
-    // something drawn, among those that the sweep has passed.
+    // Two sweeps, as for a distance map: each empty pixel takes the colour of the neighbour nearest to a drawn pixel,
+    // among those that the sweep has passed.
     constexpr uchar Far = 255;
     m_Distance.resize(std::size_t(width) * height);
     const qint64 pixels = qint64(width) * height;

@@ -18,7 +18,7 @@ namespace tov::plugins::video {
 namespace {
 
 const QByteArray Signature("\x89PNG\r\n\x1a\n", 8);
-/// Length and type, in front of a chunk's data; the checksum behind it.
+/// Length and type before a chunk's data, the checksum after it.
 constexpr int ChunkHead = 8, ChunkTail = 4;
 constexpr int ControlBytes = 26; ///< data of a frame control chunk
 constexpr int HeaderBytes = 13;
@@ -42,7 +42,7 @@ struct Apng
     QByteArray header;       ///< of the picture: size and kind of the pixels
     quint32 plays = 0;       ///< how often the animation is repeated, 0 = for ever
     bool isPlain = false;    ///< a single frame is stored as an ordinary picture
-    QByteArray firstControl; ///< data of the first frame control chunk; made up, without a delay, for a plain picture
+    QByteArray firstControl; ///< data of the first frame control chunk; generated, without a delay, for a plain picture
 
     /// Returns the problem, empty if there was none.
     QString open(const QString& fileName)
@@ -135,7 +135,7 @@ private:
     quint32 m_Sequence = 0;
 };
 
-/// A frame's delay as a fraction of a second: in milliseconds, coarser where it is long.
+/// A frame's delay as a fraction of a second: in milliseconds, coarser for long delays.
 void setDelay(QByteArray& control, qint64 milliseconds)
 {
     qint64 denominator = 1000;
@@ -178,7 +178,7 @@ void putChunks(ApngOutput& output, const Apng& apng, bool isFirst, qint64 total,
     }
 }
 
-/// How long frames are shown, as stored; empty when no part says so.
+/// How long frames are shown, as stored; empty when no part specifies it.
 QByteArray findDelay(const std::vector<Apng>& parts)
 {
     for (const Apng& part : parts)
@@ -246,7 +246,7 @@ QString joinApngs(const QStringList& parts, const std::vector<qint64>& counts, c
         putChunks(written, apng, &apng == &apngs.front(), total, apngs.front().plays, [&](QByteArray& control) {
             if (apng.isPlain)
                 control.replace(DelayAt, DelayBytes, delay);
-            // A part's first frame replaces whatever the part before has left.
+            // A part's first frame replaces what the previous part has left.
             if (std::exchange(begins, false))
                 control[BlendAt] = 0;
         });

@@ -56,7 +56,7 @@ bool isRgb(AVPixelFormat format)
     return descriptor && (descriptor->flags & (AV_PIX_FMT_FLAG_RGB | AV_PIX_FMT_FLAG_PAL));
 }
 
-/// Full range, as JPEG has it.
+/// Full range, as in JPEG.
 bool isJpeg(AVPixelFormat format)
 {
     return format == AV_PIX_FMT_YUVJ420P;
@@ -287,7 +287,7 @@ bool FFmpegCoder::codeFrame(const uchar* bgra)
     }
     if (m_Format.alpha)
         bgra = m_Alpha.convert(bgra, job().width, job().height, !isRgb(d->codec->pix_fmt));
-    // The codec may still hold the frame before.
+    // The codec may still hold the previous frame.
     int result = av_frame_make_writable(d->frame.get());
     if (result < 0)
         return failForMemory(__LINE__, __func__, result);
@@ -344,7 +344,7 @@ bool FFmpegCoder::send(bool flush)
         ++d->packets;
         if (d->firstDts == AV_NOPTS_VALUE)
             d->firstDts = packet->dts;
-        // Decoding times begin at 0: those of codecs that reorder begin below.
+        // Decoding times begin at 0; codecs that reorder frames begin below 0.
         if (m_Format.indexed) {
             packet->pts -= d->firstDts;
             packet->dts -= d->firstDts;
@@ -372,7 +372,7 @@ void FFmpegCoder::complete()
         fail(__LINE__, __func__, QStringLiteral("The video file cannot be completed; what is in it can be played"),
              result);
     } else if (d->index && d->index->hasSamples()) {
-        // From fragments to one indexed file: the index is appended, then the head is patched. If the index does not
+        // From fragments to one indexed file: the index is appended, then the header is patched. If the index does not
         // fit on the disk, the fragments still play.
         const QByteArray index = d->index->finalIndex(TicksPerFrame, quint32(d->stream->time_base.den));
         const qint64 end = job().output->pos();

@@ -12,7 +12,7 @@ namespace tov::plugins::video {
 class FFmpegCoder : public FrameCoder
 {
 public:
-    /// `format` outlives the coder.
+    /// `format` must outlive the coder.
     explicit FFmpegCoder(const Format& format);
     ~FFmpegCoder() override;
 

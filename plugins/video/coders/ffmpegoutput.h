@@ -15,7 +15,8 @@ namespace tov::plugins::video {
 class FFmpegOutput
 {
 public:
-    /// `device` outlives this. `index`: null, or the filter for a file of fragments (then FFmpeg cannot seek).
+    /// `device` must outlive this object. `index`: null, or the filter for a file of fragments (then FFmpeg cannot
+    /// seek).
     FFmpegOutput(QIODevice* device, Mp4Index* index);
     FFmpegOutput(const FFmpegOutput&) = delete;
     FFmpegOutput& operator=(const FFmpegOutput&) = delete;

@@ -15,7 +15,7 @@ public:
     void finish(const CoderJob& job) final;
 
 protected:
-    /// `sourceFile` names the coder in the log, and outlives it.
+    /// `sourceFile` names the coder in the log, and must outlive it.
     explicit FrameCoder(const char* sourceFile) : m_SourceFile(sourceFile) {}
 
     /// Opens the output and the codec, before the first frame. False after a failure, which has been logged.
@@ -23,7 +23,7 @@ protected:
     /// Encodes a frame of `job()`'s size: 0xAARRGGBB in the machine's byte order, premultiplied. False after a failure,
     /// which has been logged.
     virtual bool codeFrame(const uchar* bgra) = 0;
-    /// Writes what is still held back, after the last frame. Not called after a failure.
+    /// Writes the frames that the codec still holds, after the last frame. Not called after a failure.
     virtual void complete() = 0;
     /// Frees the codec. Always comes at the end.
     virtual void close() = 0;

@@ -93,7 +93,7 @@ QString writeList(const QString& fileName, const std::vector<Entry>& entries)
     return QStringLiteral("cannot write '%1': %2").arg(fileName, file.errorString());
 }
 
-/// Puts a picture under a second name, as another name of the same file where the disk allows it.
+/// Gives a picture a second name: a hard link where the file system allows it, otherwise a copy.
 bool linkOrCopy(const QString& from, const QString& to)
 {
     const QString temporary = to + QLatin1Char('~');

@@ -16,7 +16,7 @@ public:
     /// Name of picture `number`, from 1, without its folder.
     QString name(qint64 number) const;
     QString path(qint64 number) const { return m_Folder + QLatin1Char('/') + name(number); }
-    /// Removes the pictures behind number `count`, which a longer recording of that name left.
+    /// Removes the pictures after number `count`, which a longer recording of that name left behind.
     void removeBehind(qint64 count) const;
 
 private:

@@ -115,7 +115,7 @@ bool FramesCoder::send(bool flush)
     return fail(__LINE__, __func__, QStringLiteral("A frame could not be encoded"), result);
 }
 
-/// Whether the list is still where it was opened: its folder may have been moved, and replaced by another one.
+/// Whether the list is still where it was opened: its folder may have been moved or replaced.
 bool FramesCoder::isListInPlace() const
 {
     const auto* list = qobject_cast<QFile*>(job().output);
@@ -133,7 +133,7 @@ bool FramesCoder::writePicture(const char* data, int size)
                         .arg(m_Names->folder()));
     const qint64 number = m_Files.size() + 1;
     const QString name = m_Names->path(number);
-    // Half a picture would look complete under its own name.
+    // An incomplete picture under its final name would look complete.
     QFile picture(name + QLatin1Char('~'));
     if (!picture.open(QIODevice::WriteOnly | QIODevice::Truncate) || picture.write(data, size) != size ||
         !picture.flush() ||

@@ -51,7 +51,7 @@ struct Gif
                    ? QString()
                    : QStringLiteral("'%1' is not a complete animated GIF").arg(fileName);
     }
-    /// What precedes the first frame: head, colours, repetition.
+    /// Everything before the first frame: header, colours, repetition.
     qint64 headEnd() const { return frames.front().begin; }
     QByteArray globalTable() const { return file.bytes(HeadBytes, tableBytes(file.byte(FlagsAt))); }
 
@@ -82,7 +82,7 @@ private:
         }
         return false;
     }
-    /// Behind a sequence of sub-blocks; negative when it is cut off.
+    /// The offset after a sequence of sub-blocks; negative when it is truncated.
     qint64 afterSubBlocks(qint64 at) const
     {
         while (file.has(at, 1) && file.byte(at) != 0)
@@ -155,7 +155,7 @@ QString retimeGif(const QString& fileName, const QString& output, const Timing& 
     qint64 shown = 0;
     for (qint64 i = 0; i < count; ++i) {
         const GifFrame& frame = gif.frames[std::size_t(i)];
-        // Frames that come too fast for players are shown longer, the next ones catch up.
+        // Frames that are too short for players are shown longer; the next ones make up for it.
         const qint64 delay = std::clamp(hundredths(timing.at(i + 1, count)) - shown, ShortestDelay, LongestDelay);
         shown += delay;
         written.put(controlWith(gif.file, frame, delay));
@@ -185,7 +185,7 @@ QString joinGifs(const QStringList& parts, const std::vector<qint64>& counts, co
     for (const Gif& gif : gifs) {
         const QByteArray table = gif.globalTable();
         for (const GifFrame& frame : gif.frames) {
-            // A frame without colours of its own uses its part's.
+            // A frame without a colour table of its own uses that of its part.
             const bool borrows = !(gif.file.byte(frame.image + ImageFlagsAt) & OwnTable);
             if (&gif == &first || !borrows || table == first.globalTable()) {
                 written.copy(gif.file, frame.begin, frame.end);

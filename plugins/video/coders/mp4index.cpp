@@ -77,7 +77,7 @@ struct EntryTable
     QByteArray bytes;
     quint32 count = 0;
 
-    /// Adds a value to the last run of equal ones, or begins a new run.
+    /// Extends the last run of equal values, or begins a new run.
     void addToRun(quint32 value)
     {
         if (count > 0 && get<quint32>(bytes, bytes.size() - 4) == value) {
@@ -96,10 +96,10 @@ struct EntryTable
     }
 };
 
-/// What is put into the preliminary index.
+/// The data that completes the index of a track.
 struct TrackIndex
 {
-    QByteArray tables;       ///< boxes of the sample table, but for the description of the codec
+    QByteArray tables;       ///< boxes of the sample table, except the description of the codec
     quint32 timeScale;       ///< ticks per second
     quint64 mediaDuration;   ///< ticks
     quint64 shownDuration;   ///< ticks
@@ -121,7 +121,7 @@ QByteArray unchanged(const Child& child)
     return box(child.type.constData(), child.contents);
 }
 
-/// The sample tables, in place of the empty ones of a file of fragments.
+/// The sample tables, which replace the empty ones of a fragmented file.
 QByteArray indexedInformation(const QByteArray& contents, const TrackIndex& track)
 {
     return rewritten(contents, [&track](const Child& child) {
@@ -147,12 +147,12 @@ QByteArray indexedMedia(const QByteArray& contents, const TrackIndex& track)
     });
 }
 
-/// Leaves out the time before the first frame is shown: what is decoded early is not shown early.
+/// Skips the time before the first frame is shown: frames are decoded early, but not shown early.
 QByteArray editList(const TrackIndex& track, quint32 movieScale)
 {
     QByteArray list(4, 0);
     put<quint32>(list, 1);
-    // Rounded up: what a list that is too short leaves out is not shown.
+    // Rounded up: frames beyond the end of the list would not be shown.
     put<quint32>(list, quint32((track.shownDuration * movieScale + track.timeScale - 1) / track.timeScale));
     put<qint32>(list, qint32(track.firstShown));
     put<quint32>(list, 0x00010000);
@@ -198,7 +198,7 @@ QByteArray Mp4Index::filter(const std::uint8_t* data, int size)
     QByteArray out;
     while (size > 0) {
         if (m_BoxLeft == 0) {
-            // The head of the next box, which may come in pieces.
+            // The header of the next box, which may arrive in pieces.
             const int wanted = std::min(size, BoxHead - m_Head.size());
             m_Head.append(reinterpret_cast<const char*>(data), wanted);
             data += wanted;
@@ -239,7 +239,7 @@ QByteArray Mp4Index::filter(const std::uint8_t* data, int size)
 
 void Mp4Index::addSample(const Sample& sample)
 {
-    // The tables of the file hold 32 bits, and times go forward.
+    // The tables of the file hold 32 bits, and times ascend.
     m_Times.push_back(
         {std::uint32_t(std::max<std::int64_t>(0, sample.dts - m_LastDts)), std::int32_t(sample.pts - sample.dts)});
     m_LastDts = sample.dts;

@@ -8,11 +8,12 @@
 
 namespace tov::plugins::video {
 
-/// Turns a growing file of fragments into one ordinary indexed file at the end, by appending an index
-/// and patching 16 bytes near the head; nothing is read back. While it grows, the file plays as fragments do.
+/// Turns a growing file of fragments into one ordinary indexed file at the end, by appending an index and patching 16
+/// bytes near the start; nothing is read back. While it grows, the file plays as fragments do.
 ///
 /// The muxer's bytes pass through `filter`, which inserts a 16-byte "free" box after the file's type. At the end that
-/// box becomes the head of one "mdat" that contains the preliminary index and all fragments, followed by `finalIndex`.
+/// box becomes the header of one "mdat" that contains the preliminary index and all fragments, followed by
+/// `finalIndex`.
 class Mp4Index
 {
 public:
@@ -32,7 +33,7 @@ public:
     /// The index for all samples, made from the preliminary one; `frameDuration` in ticks, `timeScale` in ticks per
     /// second. Empty when samples and fragments do not match.
     QByteArray finalIndex(std::int64_t frameDuration, std::uint32_t timeScale) const;
-    /// Position and contents of the patch near the head, once `finalIndex` has been written at `fileSize`.
+    /// Position and contents of the patch near the start, once `finalIndex` has been written at `fileSize`.
     std::int64_t patchPosition() const { return m_FreePosition; }
     QByteArray patch(std::int64_t fileSize) const;
 
@@ -40,7 +41,7 @@ private:
     void readFragment();
     /// How many samples each data box holds; empty when they do not fill the boxes.
     std::vector<std::uint32_t> samplesPerRange() const;
-    /// The tables that say where each sample is.
+    /// The tables of sample positions.
     QByteArray chunkTables(const std::vector<std::uint32_t>& counts) const;
 
     struct Range
@@ -49,23 +50,23 @@ private:
         std::int64_t size;
     };
 
-    QByteArray m_Head;          ///< bytes of the box head that is being collected
+    QByteArray m_Head;          ///< bytes of the box header that is being collected
     std::int64_t m_Written = 0; ///< bytes returned so far
     std::int64_t m_BoxLeft = 0; ///< bytes of the current box that are still to come
     enum class Keep
     {
         Nothing,
         Index,    ///< the preliminary index
-        Fragment, ///< the head of a fragment
+        Fragment, ///< the header of a fragment
     };
     Keep m_Keep = Keep::Nothing;       ///< what the current box is
     QByteArray m_Moov;                 ///< the preliminary index
-    QByteArray m_Moof;                 ///< the fragment head that is being collected
+    QByteArray m_Moof;                 ///< the fragment header that is being collected
     std::deque<std::uint32_t> m_Sizes; ///< of the samples, as the muxer wrote them
     std::int64_t m_FreePosition = -1;
     std::vector<Range> m_Data; ///< payloads of the fragments' data boxes
 
-    /// Kept for hours of recording: small, and not in a vector, which is copied each time it grows.
+    /// Kept for hours of recording, so it is small, and not in a vector, which is copied each time it grows.
     struct Time
     {
         std::uint32_t step; ///< of the dts, from the previous sample

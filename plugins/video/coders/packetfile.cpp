@@ -41,7 +41,7 @@ QString problemOf(const QString& fileName, const QString& what)
     return QStringLiteral("'%1' %2").arg(fileName, what);
 }
 
-/// A name with a colon is a file's, too.
+/// A name with a colon is a file name, too.
 QByteArray urlOf(const QString& fileName)
 {
     return "file:" + QFileInfo(fileName).absoluteFilePath().toUtf8();
@@ -243,7 +243,7 @@ QString PacketFile::index(PacketIndex* index)
         return problem;
     if (times.empty())
         return problemOf(m_Name, QStringLiteral("holds no frames"));
-    // Where a format stores no times, frames are shown in the order in which they are stored.
+    // If a format stores no times, frames are shown in the order in which they are stored.
     if (std::count(times.begin(), times.end(), AV_NOPTS_VALUE) > 0)
         std::iota(times.begin(), times.end(), 0);
     std::vector<qint64> order(times.size());
@@ -273,7 +273,7 @@ QString retimePackets(const QString& fileName, const QString& output, const char
     if (!timing.starts.empty() && qint64(timing.starts.size()) != count)
         return problemOf(fileName,
                          QStringLiteral("holds %1 frames instead of %2").arg(count).arg(timing.starts.size()));
-    // AVI knows one rate only, in the header; Matroska stores times in milliseconds.
+    // AVI has only one rate, in the header; Matroska stores times in milliseconds.
     const bool even = timing.starts.empty() || qstrcmp(muxer, "avi") == 0;
     const AVRational rate = even ? av_d2q(double(count) / timing.seconds, LargestFraction) : AVRational{0, 1};
     PacketOutput written;

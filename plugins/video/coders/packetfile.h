@@ -13,11 +13,11 @@ struct AVStream;
 
 namespace tov::plugins::video {
 
-/// What has to be known of a file to write its packets again.
+/// What must be known of a file to write its packets again.
 struct PacketIndex
 {
-    std::vector<qint64> shown; ///< of the n-th packet: its place in the order in which frames are shown
-    qint64 reordering = 0;     ///< packets by which decoding runs ahead of showing, at most
+    std::vector<qint64> shown; ///< of the n-th packet: its position in display order
+    qint64 reordering = 0;     ///< packets by which decoding is ahead of display, at most
     double rate = 0;           ///< frames per second
 };
 
@@ -39,7 +39,7 @@ public:
     QString read(const std::function<bool(AVPacket&)>& take);
     /// Reads every packet. Returns the problem.
     QString index(PacketIndex* index);
-    /// Frames that the file's header announces; 0 when it does not say.
+    /// Frames according to the file's header; 0 when unknown.
     qint64 announcedFrames() const;
 
 private:

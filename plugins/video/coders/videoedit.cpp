@@ -62,7 +62,7 @@ qint64 countFrames(const Container& container, const QString& fileName, const bo
     return countPackets(fileName, stop);
 }
 
-/// Gives the complete new file its name, if it holds what it must. `problem`: of writing it.
+/// Gives the new file its name if its content is right. `problem`: the problem of writing it, if any.
 QString replace(const Container& container, const QString& temporary, const QString& fileName, qint64 frames,
                 QString problem, const bool* stop)
 {
@@ -108,7 +108,7 @@ QString retimeFile(const QString& fileName, const Timing& timing, const bool* st
     if (frames <= 0)
         return isStopped(stop) ? QStringLiteral("stopped")
                                : QStringLiteral("'%1' is not a complete video").arg(fileName);
-    // The ending stays: readers go by it.
+    // The ending stays, because readers depend on it.
     const QString temporary = QStringLiteral("%1~retimed.%2").arg(fileName, QFileInfo(fileName).suffix());
     QString problem;
     switch (container->kind) {

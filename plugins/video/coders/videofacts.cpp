@@ -23,14 +23,14 @@ struct Freer
     void operator()(AVPacket* p) const { av_packet_free(&p); }
 };
 
-/// When reading ends early.
+/// Conditions under which reading ends early.
 struct ReadLimit
 {
     const bool* stop; ///< not owned; reached through std::atomic_ref
     Clock::time_point end = Clock::now() + Limit;
 };
 
-/// Not 0 once reading must end.
+/// Not 0 when reading must end.
 int isOver(void* limit)
 {
     const auto& limits = *static_cast<const ReadLimit*>(limit);
@@ -49,7 +49,7 @@ int probeVideo(const char* fileName, const bool* stop, long long* frames, double
         return -1;
     }
     raw->interrupt_callback = {isOver, &limit};
-    // A name with a colon is a file's, too. On failure the context is freed.
+    // A name with a colon is a file name, too. On failure the context is freed.
     const std::string name = std::string("file:") + fileName;
     if (avformat_open_input(&raw, name.c_str(), nullptr, nullptr) < 0)
         return isOver(&limit) ? -1 : 0;
@@ -67,7 +67,7 @@ int probeVideo(const char* fileName, const bool* stop, long long* frames, double
         return -1;
     *frames = count;
     *seconds = raw->duration == AV_NOPTS_VALUE ? 0 : double(raw->duration) / AV_TIME_BASE;
-    // The frames before a damaged end count.
+    // Frames before a damaged end are counted.
     return count > 0 || result == AVERROR_EOF ? 1 : 0;
 }
 

@@ -4,7 +4,7 @@
 
 namespace tov::plugins::video {
 
-/// The parameters of a recording, as the encoder has them at the moment.
+/// The parameters of a recording, as currently set in the encoder.
 struct CoderJob
 {
     QIODevice* output;   ///< the encoder's; open for writing only, or null

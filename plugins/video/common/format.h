@@ -19,9 +19,9 @@ struct Format
     const char* filter;      ///< filter graph between frames and encoder, or null
     std::vector<std::pair<const char*, const char*>> codecOptions;
     std::vector<std::pair<const char*, const char*>> muxerOptions;
-    int highestFps = 0; ///< faster recordings lose frames, so that they play at their own speed; 0 = any rate
-    /// Codec option for the frames that it looks ahead, and how many at most. Frames in there are lost when the program
-    /// is killed, so the coder never looks ahead more than half a second. Null: the codec's own choice.
+    int highestFps = 0; ///< faster recordings lose frames, so that they play at the right speed; 0 = any rate
+    /// Codec option for the number of look-ahead frames, and their maximum. These frames are lost when the program is
+    /// killed, so the coder never looks ahead more than half a second. Null: the codec's own choice.
     const char* lookahead = nullptr;
     int highestLookahead = 0;
 };

@@ -14,7 +14,7 @@ class LazyEncoder : public tov::grab::video::Encoder
 {
     Q_OBJECT
 public:
-    /// `format` outlives the encoder; null: numbered pictures.
+    /// `format` must outlive the encoder; null: numbered pictures.
     explicit LazyEncoder(const Format* format);
     ~LazyEncoder() override;
 

@@ -21,7 +21,7 @@ bool cleanKeys(ChannelData& channel, std::size_t valuesPerKey, const std::string
         return refuse("a channel has keys that are not finite numbers");
     if (!std::is_sorted(channel.times.begin(), channel.times.end()))
         return refuse("the times of a channel are not in order");
-    // Of keys at the same time the last one holds.
+    // The last of several keys at the same time is used.
     std::size_t kept = 0;
     for (std::size_t i = 0; i < channel.times.size(); ++i) {
         if (kept > 0 && channel.times[kept - 1] == channel.times[i])

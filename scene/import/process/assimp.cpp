@@ -65,14 +65,14 @@ void readWithAssimp(ImportJob& job)
     Assimp::Importer importer;
     importer.SetProgressHandler(new Progress);
     importer.SetIOHandler(new FolderAccess(job));
-    // Shapes that the library makes up to show skeletons, cameras and lights are none of the model's.
+    // Shapes that the library generates for skeletons, cameras and lights are not part of the model.
     importer.SetPropertyBool(AI_CONFIG_IMPORT_NO_SKELETON_MESHES, true);
     importer.SetPropertyBool(AI_CONFIG_IMPORT_COLLADA_IGNORE_UP_DIRECTION, job.keepAxes);
     constexpr unsigned int Flags = aiProcess_Triangulate | aiProcess_JoinIdenticalVertices | aiProcess_SortByPType |
                                    aiProcess_GenUVCoords | aiProcess_ValidateDataStructure;
     const aiScene* scene = importer.ReadFile(job.file.string(), Flags);
     if (!scene || !scene->mRootNode) {
-        // A lack of memory is passed on as what it is.
+        // A lack of memory is passed on unchanged.
         if (importer.GetException())
             std::rethrow_exception(importer.GetException());
         throw std::runtime_error(importer.GetErrorString());

@@ -27,7 +27,7 @@ std::uint8_t wrapOf(aiTextureMapMode mode)
     return mode == aiTextureMapMode_Mirror ? 2 : mode == aiTextureMapMode_Wrap ? 0 : 1;
 }
 
-/// The library counts v from the bottom row, the stream from the top row; `MeshData` has v turned over.
+/// The library counts v from the bottom row, the stream from the top row; `MeshData` has v flipped.
 void setTransform(const aiUVTransform& from, stream::TextureRecord& record)
 {
     const double c = std::cos(double(from.mRotation)), s = std::sin(double(from.mRotation));
@@ -62,11 +62,11 @@ float roughnessOf(float exponent)
     return std::clamp(std::pow(2 / (std::max(exponent, 0.0f) + 2), 0.25f), 0.05f, 1.0f);
 }
 
-/// True for the materials that the library makes up where the file has none.
+/// True for the materials that the library generates if the file has none.
 bool isMadeUp(const aiMaterial& material, const std::string& name)
 {
     constexpr const char* NameIn3ds = "%%%DEFAULT";
-    // That of OFF files has neither a name nor a shading model.
+    // The material of OFF files has neither a name nor a shading model.
     int shading = 0;
     const bool isBare = name.empty() && material.GetTextureCount(aiTextureType_DIFFUSE) == 0 &&
                         material.Get(AI_MATKEY_SHADING_MODEL, shading) != AI_SUCCESS && material.mNumProperties <= 2;
@@ -95,7 +95,7 @@ void AssimpMaterials::convertColors(const aiMaterial& from, stream::MaterialReco
     float opacity = 1;
     if (getNumber(from, AI_MATKEY_OPACITY, opacity))
         alpha = opacity;
-    // Exporters that mean "opaque" write 0 now and then; nobody models a part to be invisible.
+    // Some exporters write 0 for "opaque"; nobody models an invisible part.
     to.baseColor[3] = alpha > 0 && alpha <= 1 ? alpha : 1;
     if (getColor(from, AI_MATKEY_COLOR_EMISSIVE, color))
         for (unsigned int i = 0; i < 3; ++i)

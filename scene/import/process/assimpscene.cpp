@@ -30,7 +30,7 @@ std::uint16_t unit16(float value)
     return std::uint16_t(std::lround(std::clamp(value, 0.0f, 1.0f) * 65535));
 }
 
-/// Some readers of the library make colours for every mesh; none is above 0 where the file has no colours.
+/// Some readers of the library create colours for every mesh; all are 0 if the file has none.
 bool hasColors(const aiMesh& mesh)
 {
     const aiColor4D* colors = mesh.mColors[0];

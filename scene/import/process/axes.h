@@ -6,7 +6,7 @@
 
 namespace tov::importer {
 
-/// What turns a scene of the import library upright (+Y up) and, where the file says what its unit is, scales it to
+/// The transform that turns a scene of the import library upright (+Y up) and, if the file has a unit, scales it to
 /// metres. With `ImportJob::keepAxes` the axes stay as they are in the file: a rotation that the library added is
 /// undone.
 aiMatrix4x4 rootTransformOf(const aiScene& scene, const ImportJob& job);

@@ -62,7 +62,7 @@ std::optional<fs::path> ModelFolder::findAnyCase(const fs::path& relative) const
 
 std::optional<fs::path> ModelFolder::find(std::string name) const
 {
-    // Longer names are none that a file system takes.
+    // No file system accepts longer names.
     if (name.empty() || name.size() > 4000 || name.find('\0') != std::string::npos)
         return std::nullopt;
     if (name.rfind("file://", 0) == 0)

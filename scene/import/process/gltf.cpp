@@ -135,7 +135,7 @@ void Reader::writeNodes()
         const int scene = std::clamp(m_Model.defaultScene, 0, int(m_Model.scenes.size()) - 1);
         roots = m_Model.scenes[std::size_t(scene)].nodes;
     } else {
-        // Without a scene, everything is shown that is no child.
+        // Without a scene, every root node is shown.
         std::vector<bool> isChild(m_Model.nodes.size());
         for (const tinygltf::Node& node : m_Model.nodes)
             for (const int child : node.children)

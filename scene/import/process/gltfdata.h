@@ -20,7 +20,7 @@ struct Values
     std::size_t count() const { return components == 0 ? 0 : data.size() / components; }
 };
 
-/// Access to the buffers of a model. Whatever the file says is checked; throws `std::runtime_error` with one line.
+/// Access to the buffers of a model. All values of the file are checked; throws `std::runtime_error` with one line.
 class BufferReader
 {
 public:

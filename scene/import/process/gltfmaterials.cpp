@@ -143,7 +143,7 @@ void MaterialReader::convertSpecularGlossiness(const tinygltf::Value& from, cons
     const auto specular = numbersOf(from, "specularFactor", {1, 1, 1});
     to.roughness = float(1 - std::clamp(numberOf(from, "glossinessFactor", 1), 0.0, 1.0));
     to.baseColorTexture = textureOf(from, "diffuseTexture", place);
-    // What reflects more than a dielectric can (4 %) is taken for metal.
+    // Anything that reflects more than a dielectric (4 %) is treated as metal.
     constexpr float Dielectric = 0.04f;
     const bool hasMap = memberOf(from, "specularGlossinessTexture") != nullptr;
     const float strength = hasMap ? 0 : largest(specular);

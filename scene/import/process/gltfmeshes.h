@@ -13,7 +13,7 @@ public:
         : m_Model(model), m_Writer(writer), m_Buffers(buffers), m_Materials(materials)
     {}
 
-    /// The mesh of `from`, which is the node `node` of the stream; `skin`: of the stream.
+    /// The mesh of `from`, which is node `node` of the stream; `skin` is its index in the stream.
     void write(const tinygltf::Node& from, std::uint32_t node, std::uint32_t skin);
 
 private:

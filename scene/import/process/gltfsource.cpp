@@ -155,7 +155,7 @@ tinygltf::FsCallbacks callbacksFor(const ModelFolder& folder)
     return callbacks;
 }
 
-/// Finds indices that tinygltf would cut to 32 bits, so that they name another object or none.
+/// Finds indices that tinygltf would truncate to 32 bits, so that they would refer to a wrong object.
 struct IndexCheck : json::json_sax_t
 {
     bool number_unsigned(std::uint64_t value) override
@@ -204,7 +204,7 @@ bool load(std::vector<std::uint8_t> bytes, const ModelFolder& folder, tinygltf::
         return false;
     const std::string_view text(reinterpret_cast<const char*>(bytes.data()) + where.begin, where.size);
     IndexCheck check;
-    json::sax_parse(text.begin(), text.end(), &check); // tinygltf reports what else is wrong
+    json::sax_parse(text.begin(), text.end(), &check); // tinygltf reports all other problems
     const bool isCompressed = text.find("EXT_meshopt_compression") != std::string_view::npos ||
                               text.find("KHR_draco_mesh_compression") != std::string_view::npos;
     // The version of a text file is in its first member or its last; only old files are parsed for it.

@@ -39,7 +39,7 @@ DecodedImage decodePng(const std::uint8_t* bytes, std::size_t size)
     const std::unique_ptr<spng_ctx, void (*)(spng_ctx*)> context(spng_ctx_new(0), &spng_ctx_free);
     if (!context)
         throw std::bad_alloc();
-    // Text and profiles in the file are not needed, so a little is enough.
+    // Text and profiles in the file are not needed, so a small limit is enough.
     spng_set_chunk_limits(context.get(), 1 << 24, 1 << 26);
     spng_set_crc_action(context.get(), SPNG_CRC_USE, SPNG_CRC_USE);
     spng_ihdr header;
@@ -91,7 +91,7 @@ DecodedImage decodeOther(const std::uint8_t* bytes, std::size_t size)
     if (!stbi_info_from_memory(bytes, length, &width, &height, &channels))
         throw ImageError(stbi_failure_reason() ? stbi_failure_reason() : "it is damaged");
     DecodedImage image = allocate(std::uint64_t(width), std::uint64_t(height));
-    image.pixels.reset(); // stb_image takes its own
+    image.pixels.reset(); // stb_image allocates its own memory
     image.pixels.reset(stbi_load_from_memory(bytes, length, &width, &height, &channels, 4));
     if (!image.pixels || std::uint32_t(width) != image.width || std::uint32_t(height) != image.height)
         throw ImageError(stbi_failure_reason() ? stbi_failure_reason() : "it is damaged");

@@ -40,7 +40,8 @@ DecodedImage decodeImage(const std::uint8_t* bytes, std::size_t size);
 /// Halves the sides until neither is larger than `maxSide` and the pixels take at most `maxBytes`.
 void scaleDown(DecodedImage& image, std::uint32_t maxSide, std::uint64_t maxBytes);
 
-/// The images of a model: each is decoded once and written to the stream at once. What cannot be had gives a warning.
+/// The images of a model: each is decoded once and written to the stream at once. An image that cannot be read gives a
+/// warning.
 class ImageStore
 {
 public:
@@ -50,7 +51,7 @@ public:
     std::uint32_t addFile(const std::string& name, const std::string& place);
     std::uint32_t addEncoded(const std::string& name, const std::uint8_t* bytes, std::size_t size,
                              const std::string& place);
-    /// As above, without writing it; without pixels when it cannot be had.
+    /// As above, without writing it; without pixels when it cannot be read.
     DecodedImage decodeFile(const std::string& name, const std::string& place);
     DecodedImage decode(const std::string& name, const std::uint8_t* bytes, std::size_t size, const std::string& place);
     /// Takes pixels as they are; the caller has checked the size.

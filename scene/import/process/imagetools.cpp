@@ -26,7 +26,7 @@ std::uint8_t* pixelAt(const DecodedImage& image, std::uint32_t x, std::uint32_t 
     return image.pixels.get() + 4 * (std::size_t(image.width) * y + x);
 }
 
-/// The pixel of `image` at the place that (x, y) has in a picture of another size.
+/// The pixel of `image` that corresponds to (x, y) in a picture of another size.
 const std::uint8_t* samePlace(const DecodedImage& image, std::uint32_t x, std::uint32_t y, const DecodedImage& other)
 {
     return pixelAt(image, std::uint32_t(std::uint64_t(x) * image.width / other.width),

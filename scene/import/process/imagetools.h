@@ -4,7 +4,7 @@
 
 namespace tov::importer {
 
-/// True for pictures that hold directions: mostly (0.5, 0.5, 1). Files call them bump maps now and then.
+/// True for pictures that hold directions: mostly (0.5, 0.5, 1). Some files call them bump maps.
 bool looksLikeNormalMap(const DecodedImage& image);
 /// A normal map from the heights of a bump map; repeats at the sides.
 DecodedImage normalsFromHeights(const DecodedImage& heights);

@@ -1,5 +1,5 @@
-// Reads one model, or a list of images, in a process of its own: what a damaged file does to a library, it does not do
-// to the program. Opens files for reading only, and only in the model's folder; no network, no other program.
+// Reads one model, or a list of images, in a process of its own: so a damaged file that crashes a library does not
+// crash the program. Opens files for reading only, and only in the model's folder; no network, no other program.
 //
 // usage: tov-import MODE FILE MEMORY-MB SECONDS, with the descriptors of meshstream.h
 //   MODE: "auto" or "keep" (the up axis as in the file) for models; "images" for a list of images (see readers.h);

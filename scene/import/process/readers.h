@@ -27,7 +27,7 @@ struct ImportJob
 void readGltf(ImportJob& job);
 void readWithAssimp(ImportJob& job);
 /// Decodes the images that are named one per line, "name<TAB>place", in `list`: for each one an image record, of the
-/// size 0 x 0 when it cannot be had.
+/// size 0 x 0 when it cannot be read.
 void readImageList(ImportJob& job, const std::string& list);
 
 /// Makes the keys ascending and finite and checks the number of values; false and one warning when that fails.

@@ -14,7 +14,7 @@ namespace tov::importer {
 
 namespace {
 
-/// Allows what reading needs; every other system call fails.
+/// Allows the system calls that reading needs; all others fail.
 bool filterSystemCalls()
 {
     scmp_filter_ctx filter = seccomp_init(SCMP_ACT_ERRNO(EPERM));
@@ -22,7 +22,7 @@ bool filterSystemCalls()
         return false;
     int result = 0;
     const auto allow = [&](int call, std::initializer_list<scmp_arg_cmp> when = {}) {
-        // A call that this machine does not have needs no rule.
+        // A call that this machine lacks needs no rule.
         const int added = seccomp_rule_add_array(filter, SCMP_ACT_ALLOW, call, unsigned(when.size()), when.begin());
         if (added != 0 && added != -EDOM)
             result = added;

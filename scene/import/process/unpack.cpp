@@ -67,7 +67,7 @@ void appendUtf8(char32_t code, Bytes& to)
         to.push_back(std::uint8_t(0x80 | (code >> 6 * i & 0x3f)));
 }
 
-/// The Unicode Standard, section 3.9, UTF-16. Halves of pairs that stand alone are replaced.
+/// The Unicode Standard, section 3.9, UTF-16. Unpaired surrogates are replaced.
 Bytes utf8Of(const Bytes& utf16, bool isBigEndian)
 {
     const auto unitAt = [&](std::size_t at) {
