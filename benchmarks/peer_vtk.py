@@ -62,7 +62,7 @@ def window_of(model, width, height, smooth=True):
     window.SetMultiSamples(0)
     window.SetSize(width, height)
     window.AddRenderer(renderer)
-    renderer.ResetCamera()  # which also makes the angle its own again: 30 degrees
+    renderer.ResetCamera()  # which also resets the angle to the default, 30 degrees
     camera = renderer.GetActiveCamera()
     camera.Dolly(math.sin(math.atan(HALF_HEIGHT)) / math.sin(math.radians(15)))
     camera.SetViewAngle(2 * math.degrees(math.atan(HALF_HEIGHT)))
@@ -105,7 +105,7 @@ def picture(model, out, width, height, x, y, z, distance, shading, tiles):
     camera.SetFocalPoint(float(x), float(y), float(z))
     camera.SetPosition(float(x), float(y), float(z) + float(distance))
     camera.SetViewUp(0, 1, 0)
-    # Tiles of any size together show 4 % less than the camera's angle. This angle compensates for that.
+    # Tiles of any size show 4 % less than the camera's angle in total. This angle compensates for that.
     camera.SetViewAngle(48.18)
     renderer.ResetCameraClippingRange()
     large = vtkRenderLargeImage()

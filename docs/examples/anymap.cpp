@@ -45,12 +45,12 @@ protected:
 
     bool encodeChunk(QIODevice* chunk, bool) override
     {
-        // Larger frames fit into no byte array.
+        // Larger frames do not fit into a byte array.
         if (!chunk || m_Width <= 0 || m_Height <= 0 || m_Width > LargestPixels / m_Height || !chunk->seek(0))
             return true;
         const int frameBytes = m_Width * m_Height * 4;
         QByteArray frame(frameBytes, Qt::Uninitialized);
-        // A part of a frame at the end is left out.
+        // A partial frame at the end is skipped.
         while (chunk->read(frame.data(), frameBytes) == frameBytes)
             write(header() + pixels(frame));
         return true;
@@ -92,7 +92,7 @@ private:
 
     void write(const QByteArray& bytes)
     {
-        // Said once; later frames are dropped, the recording still ends as usual.
+        // Logged once; later frames are dropped, and the recording still ends as usual.
         if (m_Failed || (mp_OutputFile && mp_OutputFile->write(bytes) == bytes.size()))
             return;
         m_Failed = true;
@@ -117,7 +117,7 @@ extern "C" TOV_EXPORT bool doRegister()
         registered |= VideoEncoder::getInstance()->registerEncoder(
             create, QString::fromLatin1(format.ending),
             QCoreApplication::translate("AnymapEncoder", format.description), const_cast<Format*>(&format));
-    // One format that another plug-in already writes is no reason to give up the rest.
+    // A format that another plug-in has registered does not prevent the others.
     return registered;
 }
 

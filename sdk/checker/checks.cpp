@@ -163,7 +163,7 @@ public:
             problem(
                 QStringLiteral("the file is there after an abort; leave mp_OutputFile alone when m_Aborted is set"));
     }
-    /// At the end: nothing alive, no error where none was provoked.
+    /// At the end: no object is left, and no error was logged that was not provoked.
     void close(Errors& errors, int allowed)
     {
         const QStringList own{QStringLiteral("Encoder: Couldn't open file"),
@@ -194,7 +194,7 @@ struct Named
 {
     const char* name;
     const char* what;
-    int allowedErrors; ///< of the plug-in's own
+    int allowedErrors; ///< the plug-in's own
     std::function<void(Check&)> run;
     const char* symbol = nullptr; ///< only for plug-ins that export this; null: for all
 };

@@ -1,4 +1,4 @@
-// A whole encoder plug-in: writes YUV4MPEG2, frames without compression that every video tool reads.
+// A complete encoder plug-in: writes YUV4MPEG2, frames without compression that every video tool reads.
 
 #include "grab/video/encoder.h"
 #include "grab/video/videoencoder.h"
@@ -9,7 +9,7 @@ namespace {
 class Y4mEncoder : public tov::grab::video::Encoder
 {
 protected:
-    // Nothing is refused: a recording that cannot be written must still be able to end.
+    // Never refuses: a recording that cannot be written must still end normally.
     bool initEncoding(QIODevice*, bool) override
     {
         m_Started = m_Failed = false;
@@ -18,7 +18,7 @@ protected:
 
     bool encodeChunk(QIODevice* chunk, bool) override
     {
-        // Larger frames fit into no byte array.
+        // Larger frames do not fit into a byte array.
         const bool fits = m_Width > 0 && m_Height > 0 && m_Width <= 500000000 / m_Height;
         const int pixels = fits ? m_Width * m_Height : 0;
         if (!chunk || !mp_OutputFile || pixels == 0 || !chunk->seek(0))
@@ -45,7 +45,7 @@ protected:
     void finishEncoding() override {}
 
 private:
-    /// After the first failure (a full disk) nothing more is tried: what is there can be played.
+    /// After the first failure (a full disk) nothing more is written: the file up to here can be played.
     void write(const QByteArray& bytes) { m_Failed = m_Failed || mp_OutputFile->write(bytes) != bytes.size(); }
 
     bool m_Started = false;

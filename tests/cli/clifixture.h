@@ -15,7 +15,7 @@
 
 #include <csignal>
 
-/// The real program, run as a person or a script runs it.
+/// The real program, run as a user or a script runs it.
 namespace cli {
 
 const QString Program = QStringLiteral(TOV_BINARY_DIR "/bin/tov");
@@ -35,12 +35,12 @@ class CliTest : public testing::Test
 protected:
     QStringList withSettings(QStringList arguments) const
     {
-        // Behind the verb, before a "--".
+        // After the verb, before a "--".
         arguments.insert(arguments.isEmpty() ? 0 : 1, QStringLiteral("--settings=") + path("settings.ini"));
         return arguments;
     }
-    QString language;                 ///< of the person, e.g. "de_DE.UTF-8"
-    QMap<QString, QString> variables; ///< further ones of the environment
+    QString language;                 ///< of the user, e.g. "de_DE.UTF-8"
+    QMap<QString, QString> variables; ///< further environment variables
     Result run(const QStringList& arguments, const QByteArray& shell = QByteArray())
     {
         QProcess process;

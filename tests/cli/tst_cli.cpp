@@ -1,4 +1,4 @@
-// What holds for all verbs, and those that list and run commands.
+// Behaviour of all verbs, and the verbs that list and run commands.
 
 #include "tests/cli/clifixture.h"
 
@@ -90,12 +90,12 @@ TEST_F(CliTest, AScriptIsJudgedByItsFiles)
     expectFailure(run({"run", Cube, "-c", nothing}), 1,
                   "n.mkv was not written: a recording with sync=1 follows a trajectory");
     EXPECT_FALSE(QFile::exists(path("n.mkv"))) << "an empty file looks like a video";
-    // One that was there before does not count either, and is left as it was.
+    // An older file does not count either, and is not changed.
     write("n.mkv", "old");
     expectFailure(run({"run", Cube, "-c", nothing, "-c", "grabimage after.png 40"}), 1, "n.mkv was not written");
     EXPECT_FALSE(QFile::exists(path("after.png")));
     EXPECT_EQ(QFileInfo(path("n.mkv")).size(), 3);
-    // Where no file can be, nothing is begun: the second of these would have no end.
+    // Nothing is started if the file cannot be written: the second of these recordings would never end.
     for (const char* text : {"grabimage none/a.png 40", "GrabVideo none/a.mkv sync=0", "grabvideo none/a.mkv 64 48 0"})
         expectFailure(run({"run", Cube, "-c", text}), 1, "there is no folder");
     expectFailure(run({"run", Cube, "-c", "grabvideo m.mkv 64 48 yes"}), 1, "follows a trajectory");

@@ -14,7 +14,7 @@ const char* const Box =
     "v -1 -.5 -.25\nv 1 -.5 -.25\nv 1 .5 -.25\nv -1 .5 -.25\nv -1 -.5 .25\nv 1 -.5 .25\nv 1 .5 .25\n"
     "v -1 .5 .25\nf 1 4 3 2\nf 5 6 7 8\nf 1 2 6 5\nf 4 8 7 3\nf 1 5 8 4\nf 2 3 7 6\n";
 
-/// The rectangle of what is drawn.
+/// The bounding rectangle of the drawn pixels.
 QRect covered(const QImage& image)
 {
     QRect box;
@@ -134,7 +134,7 @@ TEST_F(OptionEffect, PicturesOverAColourEqualTheExactComposite)
         for (const char* name : {"a.png", "a.tiff", "a.webp"}) {
             const QStringList line{"image", "-q", Bunny, "--size", "160x120", "--samples", samples};
             runWell(line + QStringList{"-o", name, "--quality", "100", "--background", "transparent"});
-            // Qt's reader hands out premultiplied colours of TIFF files.
+            // Qt's reader returns premultiplied colours for TIFF files.
             run({}, QByteArray("convert ") + name + " PNG32:straight.png");
             const QImage picture(path("straight.png"));
             ASSERT_TRUE(picture.hasAlphaChannel()) << name;

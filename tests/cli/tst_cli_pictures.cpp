@@ -63,7 +63,7 @@ TEST_F(CliTest, AFullDiskLeavesNoFileThatLooksWhole)
 {
     const Result result = run({}, "ulimit -f 20; exec \"$0\" image " + Bunny.toUtf8() + " -o full.png --width 2000");
     EXPECT_EQ(result.status, 1) << result.err.toStdString();
-    // The image library has a word of its own before.
+    // The image library prints a line of its own first.
     EXPECT_TRUE(result.err.endsWith(QStringLiteral("tov: cannot write 'full.png': File too large\n")))
         << result.err.toStdString();
     EXPECT_FALSE(QFile::exists(path("full.png")));

@@ -7,11 +7,11 @@ using namespace cli;
 TEST_F(CliTest, ADiskThatRunsFullStopsARecordingAndKeepsIt)
 {
     {
-        // The file holds something once the first chunk is full.
+        // The file is not empty once the first chunk is full.
         QSettings settings(path("settings.ini"), QSettings::IniFormat);
         settings.setValue("settings/grabvideotempfilesize", "1");
     }
-    // The disks are full from when the file holds something on.
+    // The disks are full as soon as the file is not empty.
     variables = {{QStringLiteral("LD_PRELOAD"), QStringLiteral(TOV_BINARY_DIR "/tests/libfulldisk.so")},
                  {QStringLiteral("TOV_FULL_WITH"), path("low~partial.mkv")}};
     const Result result = run({"video", Cube, "-o", "low.mkv", "--size", "160x120", "--free", "60"});
@@ -22,7 +22,8 @@ TEST_F(CliTest, ADiskThatRunsFullStopsARecordingAndKeepsIt)
 
 TEST_F(CliTest, ADiskThatRunsFullWithinASecondLosesNoFrame)
 {
-    // Frames come faster than they are encoded, and wait in a temporary folder that holds little more than the limit.
+    // Frames come faster than they are encoded, and are stored in a temporary folder that holds little more than the
+    // limit.
     if (run({}, "unshare -rm true").status != 0)
         GTEST_SKIP() << "file systems cannot be mounted here, not even in a name space";
     {
@@ -30,7 +31,7 @@ TEST_F(CliTest, ADiskThatRunsFullWithinASecondLosesNoFrame)
         settings.setValue("settings/grabvideousememoryasbuffer", "0");
         settings.setValue("settings/grabvideotempfilesize", "5");
     }
-    // The leak checker cannot look at a process in a name space of its own.
+    // The leak checker cannot inspect a process in a name space of its own.
     variables = {{QStringLiteral("TMPDIR"), path("disk")},
                  {QStringLiteral("CUBE"), Cube},
                  {QStringLiteral("ASAN_OPTIONS"), qEnvironmentVariable("ASAN_OPTIONS") + ":detect_leaks=0"}};
@@ -60,7 +61,7 @@ TEST_F(CliTest, AFullDiskIsToldBeforeARecording)
 
 TEST_F(CliTest, ARecordingWithoutChunksEndsByItself)
 {
-    // Neither memory nor temporary files: nothing can be recorded, and nothing will ever end it.
+    // Neither memory nor temporary files: nothing can be recorded, and the recording would never end.
     write("settings.ini", "[settings]\ngrabvideousememoryasbuffer=false\n");
     for (const QByteArray& verb : {QByteArray("video ") + Cube.toUtf8() + " -o a.mkv --size 64x48 --turntable 3",
                                    QByteArray("video ") + Cube.toUtf8() + " -o a.mkv --size 64x48 --free 3600",
@@ -153,7 +154,7 @@ TEST_F(CliTest, CtrlCStopsARecordingAndKeepsIt)
     while (!QFile::exists(path("a~partial.mkv")) && clock.elapsed() < 30000)
         process.waitForReadyRead(10);
     ASSERT_TRUE(QFile::exists(path("a~partial.mkv")));
-    // Some frames' time.
+    // The time of several frames.
     process.waitForFinished(600);
     kill(pid_t(process.processId()), SIGINT);
     ASSERT_TRUE(process.waitForFinished(60000));

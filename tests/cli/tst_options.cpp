@@ -17,7 +17,7 @@ using namespace tov::app;
 
 namespace {
 
-/// The error of a command line; empty when it is right.
+/// The error of a command line, empty if it is valid.
 QString errorOf(const QStringList& arguments)
 {
     Options options;
@@ -179,8 +179,7 @@ TEST(Requests, WhatIsWrongIsOneLineWithTheValue)
         {video + QStringList{"--turntable", "--duration", "-2"},
          "--duration must be a time above 0, e.g. 5s (got \"-2\")"},
         {video + QStringList{"--free", "nan"}, "--free must be a time above 0, e.g. 5s (got \"nan\")"},
-        {video + QStringList{"--duration", "5"},
-         "--duration needs a motion; to record without one use --free SECONDS"},
+        {video + QStringList{"--duration", "5"}, "--duration needs a motion; to record without one use --free SECONDS"},
         {video + QStringList{"--turntable", "0"}, "--turntable must be a whole number from 1 to 10000000 (got \"0\")"},
         {video + QStringList{"--turntable", "5", "--fps", "0"},
          "--fps must be a whole number from 1 to 1000 (got \"0\")"},

@@ -26,7 +26,7 @@ QString sourceText(const QString& file)
     return QString::fromUtf8(source.readAll());
 }
 
-/// The text of the methods of that name, as they stand in a source file.
+/// The source text of the methods with that name.
 QString methodText(const QString& source, const QString& name)
 {
     const QRegularExpression form(

@@ -4,8 +4,8 @@
 
 namespace tov::test {
 
-/// Frames of an animated GIF, read block by block as the GIF89a specification has it; -1, and a failure of the test,
-/// when anything is not as it says.
+/// Frames of an animated GIF, read block by block by the rules of the GIF89a specification; -1, and a failure of the
+/// test, when the file violates them.
 int strictGifFrames(const QString& fileName);
 
 /// Frames of an animated PNG, read chunk by chunk: checksums, order, sequence numbers and announced count must be

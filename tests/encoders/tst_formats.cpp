@@ -49,7 +49,7 @@ QByteArray run(const QString& program, const QStringList& arguments)
     return process.readAllStandardOutput();
 }
 
-/// A frame of one colour with a marker that moves, as the capture writes it: B, G, R, A.
+/// A frame of one colour with a moving marker, in the format of the capture thread: B, G, R, A.
 QByteArray frame(int width, int height, const Color& color, int number = 0)
 {
     QByteArray bytes(width * height * 4, 0);
@@ -105,7 +105,7 @@ Color pixel(const QByteArray& rgba, int index)
     return {uchar(rgba[4 * index]), uchar(rgba[4 * index + 1]), uchar(rgba[4 * index + 2]), uchar(rgba[4 * index + 3])};
 }
 
-/// The hooks that only the runner calls otherwise.
+/// Gives access to the hooks that otherwise only the runner calls.
 struct Hooks : Encoder
 {
     using Encoder::encodeChunk;
@@ -133,7 +133,7 @@ std::vector<QString> everySuffix()
     return suffixes;
 }
 
-/// What has failed in this test so far.
+/// The failures of this test so far.
 int failures()
 {
     return testing::UnitTest::GetInstance()->current_test_info()->result()->total_part_count();
@@ -146,7 +146,7 @@ int errorsIn(const LogCapture& log)
                              [](const auto& record) { return record.level <= tov::log::LevelError; }));
 }
 
-/// Frames that can be decoded; -1: the file cannot be opened, or is not there.
+/// Frames that can be decoded; -1: the file cannot be opened or does not exist.
 int playableFrames(const QString& file)
 {
     if (QFileInfo(file).size() == 0)
@@ -193,12 +193,13 @@ TEST_F(FormatTest, EveryFormatHoldsEveryFrameAtItsRate)
         QProcess probe;
         probe.start(QStringLiteral("ffprobe"), {"-v", "warning", "-count_frames", "-show_streams", file});
         ASSERT_TRUE(probe.waitForFinished(60000));
-        // The reader misses the end of small flat JPEGs that all end as they should, the ffmpeg program's own as well.
+        // The reader does not find the end of small flat JPEGs although they are complete, including those of the
+        // ffmpeg program.
         QString warnings = QString::fromUtf8(probe.readAllStandardError());
         if (qstrcmp(row.suffix, "avi") == 0)
             warnings.remove(QRegularExpression(QStringLiteral("\\[mjpeg @ [^]]*\\] EOI missing, emulating\\n")));
         EXPECT_EQ(warnings.toStdString(), "");
-        // Players that jump to the middle show the frame of that time.
+        // A player that seeks to the middle shows the frame of that time.
         const auto all = decoded(file, 128, 96);
         const auto middle = decoded(file, 128, 96, {"-ss", "0.6"});
         ASSERT_EQ(all.size(), 30u);
@@ -226,7 +227,7 @@ TEST_F(FormatTest, ColoursComeBackWithinTwoOf255)
             encoder->encodeVideoChunk(chunkOf(bytes), true);
             encoder->waitForFinish();
             const QJsonObject stream = streamOf(file);
-            // Motion JPEG is what JPEG says.
+            // Motion JPEG uses the colours of JPEG.
             const bool jpeg = qstrcmp(suffix, "avi") == 0;
             EXPECT_EQ(stream["color_space"].toString(), jpeg ? "bt470bg" : "bt709");
             EXPECT_EQ(stream["color_range"].toString(), jpeg ? "pc" : "tv");
@@ -261,7 +262,7 @@ TEST_F(FormatTest, LosslessIsExactAndKeepsAlpha)
 
 TEST_F(FormatTest, TranslucentPixelsHaveNoFringeOverAnyColour)
 {
-    // What the framebuffer holds: a colour blended over the background, with its own alpha.
+    // The content of the framebuffer: a colour blended over the background, with its own alpha.
     const Color background = {38, 42, 51, 0};
     const Color color = {220, 40, 90, 255};
     QByteArray bytes = frame(64, 64, background);
@@ -301,8 +302,8 @@ TEST_F(FormatTest, TranslucentPixelsHaveNoFringeOverAnyColour)
 
 TEST_F(FormatTest, EdgesOfTransparentVideosAreClean)
 {
-    // A disc with a soft edge over an empty background, as the framebuffer holds it; then over each of four colours,
-    // against the exact composite.
+    // A disc with a soft edge over an empty background, as in the framebuffer; the decoded frame is compared with the
+    // exact composite over four colours.
     constexpr int Size = 128;
     const Color background = {38, 42, 51, 0};
     const Color color = {230, 180, 40, 255};
@@ -323,7 +324,7 @@ TEST_F(FormatTest, EdgesOfTransparentVideosAreClean)
     {
         const char* suffix;
         QStringList input;
-        double mean, worst; ///< levels of 255 that a channel may be off: near the edge on average, anywhere
+        double mean, worst; ///< largest error of a channel, in levels of 255: mean near the edge, maximum anywhere
     } rows[] = {
         {"lossless.mkv", {}, 0.5, 3},
         {"apng", {}, 0.5, 3},
@@ -364,8 +365,8 @@ TEST_F(FormatTest, EdgesOfTransparentVideosAreClean)
 
 TEST_F(FormatTest, AGifIsTransparentWhereNothingIsDrawn)
 {
-    // A disc with a soft edge that moves: what half the disc covers at least is there, in its own colour, and nothing
-    // of the frames before stays behind.
+    // A moving disc with a soft edge: pixels that the disc covers at least by half are there, in its own colour, and
+    // nothing of earlier frames is left.
     constexpr int Size = 96;
     const Color background = {38, 42, 51, 0};
     const Color color = {230, 180, 40, 255};
@@ -411,7 +412,7 @@ TEST_F(FormatTest, AGifIsTransparentWhereNothingIsDrawn)
 
 TEST_F(FormatTest, OpaqueFormatsIgnoreAlpha)
 {
-    // The colour counts, whatever stands in alpha: nothing of a picture without a model vanishes.
+    // Colours are kept whatever the alpha: a picture without a model stays complete.
     for (const char* suffix : {"mp4", "avi"}) {
         SCOPED_TRACE(suffix);
         const QString file = path(QStringLiteral("g.") + QLatin1String(suffix));
@@ -459,9 +460,9 @@ TEST_F(FormatTest, SizesRatesAndBitRatesHold)
                 {1920, 1080, 60, 100000000, 3}, {4096, 2160, 25, 20000000, 2}};
     for (const Row& row : Rows)
         for (const auto& p : rows) {
-            // A GIF counts hundredths of a second and holds 50 frames a second at most.
+            // A GIF measures time in hundredths of a second and holds at most 50 frames per second.
             const bool gif = qstrcmp(row.suffix, "gif") == 0;
-            // The HEVC coder refuses blocks below 16 pixels; recordings begin there.
+            // The HEVC coder refuses blocks below 16 pixels; recordings have at least this size.
             if (qstrcmp(row.suffix, "hevc.mp4") == 0 && p.width < 16)
                 continue;
             const int frames = gif && p.fps > 50 ? (p.frames - 1) * 50 / p.fps + 1 : p.frames;
@@ -481,7 +482,7 @@ TEST_F(FormatTest, SizesRatesAndBitRatesHold)
                         {"-v", "warning", "-count_frames", "-show_streams", "-of", "json", file});
             ASSERT_TRUE(probe.waitForFinished(60000));
             for (const QByteArray& warning : probe.readAllStandardError().split('\n'))
-                // The Motion JPEG decoder says this of flat pictures, those of the ffmpeg program among them.
+                // The Motion JPEG decoder reports this for flat pictures, including those of the ffmpeg program.
                 EXPECT_TRUE(warning.trimmed().isEmpty() || warning.contains("EOI missing, emulating"))
                     << warning.constData();
             const QJsonObject stream =
@@ -489,7 +490,7 @@ TEST_F(FormatTest, SizesRatesAndBitRatesHold)
             EXPECT_EQ(stream["width"].toInt(), p.width);
             EXPECT_EQ(stream["height"].toInt(), p.height);
             EXPECT_EQ(stream["nb_read_frames"].toString().toInt(), frames);
-            // Animated pictures have a delay a frame and no rate; what is said of theirs is a guess.
+            // Animated pictures have a delay per frame and no rate, so the reported rate is a guess.
             if (!gif && qstrcmp(row.suffix, "apng") != 0) {
                 EXPECT_EQ(stream["r_frame_rate"].toString().toStdString(),
                           QStringLiteral("%1/1").arg(p.fps).toStdString());
@@ -529,7 +530,7 @@ TEST_F(FormatTest, AFinishedMp4IsOneIndexedFileThatSeeks)
             at += qint64(size);
         }
         EXPECT_EQ(boxes, (QStringList{"ftyp", "mdat", "moov"}));
-        // A place for each fragment, not for each frame: version and flags, then the count.
+        // One offset per fragment, not per frame: version and flags, then the count.
         const int places = all.lastIndexOf("co64");
         ASSERT_GT(places, 0);
         EXPECT_EQ(all.mid(places + 8, 3), QByteArray(3, 0));
@@ -539,7 +540,7 @@ TEST_F(FormatTest, AFinishedMp4IsOneIndexedFileThatSeeks)
         EXPECT_EQ(stream["nb_frames"].toString(), "104") << "the index says so";
         EXPECT_NEAR(stream["duration"].toString().toDouble(), 4.16, 0.001);
         EXPECT_NEAR(stream["start_time"].toString().toDouble(), 0.0, 0.001);
-        // Frame 60 is the one whose marker says so: 128 / 8 = 16 places.
+        // Frame 60 has its marker at this position: 128 / 8 = 16 positions.
         const auto frames = decoded(file, 128, 96, {"-ss", "2.4"});
         ASSERT_EQ(frames.size(), 44u);
         const Color marker = pixel(frames[0], 4 * 128 + (60 % 16) * 8 + 4);
@@ -558,7 +559,7 @@ TEST_F(FormatTest, AFileThatIsCutWhileItGrowsPlaysWhatWasEncoded)
         for (int i = 0; i < 200; ++i)
             bytes += frame(128, 96, {40, 90, 160, 255}, i);
         encoder->encodeVideoChunk(chunkOf(bytes), false);
-        // What is on the disk now is what a killed process leaves.
+        // The file on disk now is what a killed process leaves.
         ASSERT_TRUE(tov::test::processUntil([&] {
             QFile growing(file);
             if (!growing.open(QIODevice::ReadOnly))
@@ -581,8 +582,8 @@ TEST_F(FormatTest, AFileThatIsCutWhileItGrowsPlaysWhatWasEncoded)
     }
 }
 
-/// Not a test of its own: the recording of the next one, in a process that can be killed. After each frame that the
-/// encoder has taken its number goes to standard output.
+/// Not a test: the recording of the next test, in a process that can be killed. It prints the number of each frame that
+/// the encoder has taken.
 TEST_F(FormatTest, DISABLED_FeedUntilKilled)
 {
     const QString file = qEnvironmentVariable("TOV_FEED");
@@ -602,8 +603,8 @@ TEST_F(FormatTest, DISABLED_FeedUntilKilled)
 
 TEST_F(FormatTest, KilledAtAnyMomentAllButTheLastSecondPlays)
 {
-    // A second, and one frame per thread of the codecs that encode whole frames on several threads, where there are
-    // more than on two cores. hq.mp4 looks further ahead.
+    // A second, and one frame per thread of the codecs that encode whole frames on several threads, if there are more
+    // than on two cores. hq.mp4 looks further ahead.
     const int more = std::max(0, QThread::idealThreadCount() * 3 / 2 - 3);
     struct
     {
@@ -788,7 +789,7 @@ TEST_F(FormatTest, AnAbortLeavesNoFile)
 
 TEST_F(FormatTest, AnOutputThatCannotBeWrittenIsLoggedOnceAndNothingPilesUp)
 {
-    // /dev/full takes nothing.
+    // Every write to /dev/full fails.
     for (const char* suffix : {"mp4", "mkv", "avi"}) {
         SCOPED_TRACE(suffix);
         const QString file = path(QStringLiteral("full.") + QLatin1String(suffix));
@@ -848,7 +849,7 @@ TEST_F(FormatTest, ADiskThatFillsUpLeavesWhatWasEncoded)
     EXPECT_GT(probe.readAllStandardOutput().trimmed().split(',').first().toInt(), 0);
 }
 
-/// Not a test of its own: a recording of the next one, run where the disk is small.
+/// Not a test: the recording of the next test, run on a small disk.
 TEST_F(FormatTest, DISABLED_FeedASmallDisk)
 {
     const QString file = qEnvironmentVariable("TOV_FEED");
@@ -882,7 +883,7 @@ TEST_F(FormatTest, OnASmallDiskWhatFitsPlaysAndOneRecordTells)
         QProcess process;
         auto environment = QProcessEnvironment::systemEnvironment();
         environment.insert(QStringLiteral("TOV_FEED"), disk + QStringLiteral("/full.") + QLatin1String(row.suffix));
-        // The leak checker cannot look at a process in a name space of its own.
+        // The leak checker cannot inspect a process in a name space of its own.
         environment.insert(QStringLiteral("ASAN_OPTIONS"),
                            qEnvironmentVariable("ASAN_OPTIONS") + QStringLiteral(":detect_leaks=0"));
         process.setProcessEnvironment(environment);
@@ -905,7 +906,7 @@ TEST_F(FormatTest, OnASmallDiskWhatFitsPlaysAndOneRecordTells)
 
 TEST_F(FormatTest, AFileThatMayNotBeWrittenIsLeftAlone)
 {
-    // Root may write anything; a file of a folder's name nobody can.
+    // Root may write any file, but nobody can write a file with the name of a folder.
     for (const Row& row : Rows) {
         SCOPED_TRACE(row.suffix);
         const QString file = path(QStringLiteral("taken.") + QLatin1String(row.suffix));
@@ -935,7 +936,7 @@ TEST_F(FormatTest, SizesThatNoVideoHasLeaveOneRecordAndNothingThatPlays)
             const QString file = path(QStringLiteral("z.") + suffix);
             std::unique_ptr<Encoder> encoder(VideoEncoder::getInstance()->getEncoder(file));
             ASSERT_TRUE(encoder);
-            // Only oddness is asked about there; what comes then finds no file.
+            // Only odd sizes are refused there; later chunks find no file.
             const bool odd = width % 2 || height % 2;
             EXPECT_EQ(encoder->setOutputParameters(file, width, height, 25, 1000000), !odd);
             EXPECT_EQ(errorsIn(log), odd ? 1 : 0) << log.text();
@@ -966,7 +967,7 @@ TEST_F(FormatTest, RatesThatNoVideoHasLeaveAWholeFileOrOneRecord)
             EXPECT_TRUE(encoder->encodeVideoChunk(
                 chunkOf(frame(64, 48, {50, 60, 70, 255}) + frame(64, 48, {60, 60, 70, 255}, 1)), true));
             encoder->waitForFinish();
-            // A GIF holds 50 frames a second.
+            // A GIF holds 50 frames per second.
             const int frames = suffix == QLatin1String("gif") && fps > 50 ? 1 : 2;
             if (errorsIn(log) == 0) {
                 EXPECT_EQ(playableFrames(file), frames);
@@ -984,7 +985,7 @@ TEST_F(FormatTest, RatesThatNoVideoHasLeaveAWholeFileOrOneRecord)
 
 TEST_F(FormatTest, FramesThatNoBufferHoldsAreRefused)
 {
-    // 2 GiB a frame: a graphics card may draw it, but no byte array holds it. A file with holes takes no room.
+    // 2 GiB per frame: a graphics card may draw it, but no byte array can hold it. A sparse file needs no disk space.
     int held = 0;
     for (const QString& suffix : everySuffix()) {
         SCOPED_TRACE(suffix.toStdString());
@@ -998,11 +999,11 @@ TEST_F(FormatTest, FramesThatNoBufferHoldsAreRefused)
         EXPECT_TRUE(encoder->encodeVideoChunk(chunk, true));
         encoder->waitForFinish();
         EXPECT_EQ(errorsIn(log), 1) << log.text();
-        // The coder of pictures says so first.
+        // The coder of pictures reports this first.
         if (suffix != QLatin1String("frames")) {
             EXPECT_TRUE(log.contains(QStringLiteral("A chunk of the recording cannot be read back"))) << log.text();
         }
-        // A list of pictures has its first line.
+        // A list of pictures contains its first line.
         EXPECT_LE(QFileInfo(file).size(), suffix == QLatin1String("frames") ? 21 : 0);
         EXPECT_LE(playableFrames(file), 0);
         held += failures() == before;

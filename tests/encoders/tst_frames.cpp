@@ -23,7 +23,7 @@ namespace {
 constexpr int Width = 32;
 constexpr int Height = 16;
 
-/// Left half: the background under alpha 0; right half: (10, 20, number) covered half or wholly.
+/// Left half: the background under alpha 0; right half: (10, 20, number) half or fully covered.
 QByteArray frame(int number, int alpha)
 {
     QByteArray bytes(Width * Height * 4, 0);
@@ -91,7 +91,7 @@ TEST_F(FramesTest, EveryFrameIsAPictureAndTheListPlays)
 
 TEST_F(FramesTest, PicturesThatALongerRecordingLeftAreRemovedAtTheEnd)
 {
-    // Similar names belong to somebody else.
+    // Files with similar names must not be touched.
     for (const char* other : {"b.00009.png", "aa.00009.png", "a.9.png", "a.00009.jpg", "a.0000x.png"}) {
         QFile file(folder.filePath(QLatin1String(other)));
         ASSERT_TRUE(file.open(QIODevice::WriteOnly));

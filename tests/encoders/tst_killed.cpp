@@ -1,4 +1,4 @@
-// Recordings whose process is killed at any moment: the partial file plays. TOV_ROUNDS: how often each format is
+// If the process of a recording is killed at any moment, the partial file plays. TOV_ROUNDS: how often each format is
 // killed.
 
 #include <QDir>
@@ -38,7 +38,7 @@ int framesIn(const QString& file)
 /// The moment at which a recording is killed.
 enum Moment
 {
-    WhileItGrows, ///< once there are that many bytes
+    WhileItGrows, ///< when the file has that many bytes
     AtTheStart,   ///< that long after the start of the program, usually before anything is written
     AtTheEnd,     ///< around the end of a short recording
     Moments,
@@ -47,7 +47,8 @@ enum Moment
 class Killed : public testing::Test
 {
 protected:
-    /// Starts the program, which records into `output`, alone in its folder; temporary files go to another.
+    /// Starts the program, which records into `output`, the only file in its folder; temporary files are in another
+    /// one.
     void start(QProcess& process, const QString& output, int frames, bool inFiles)
     {
         QFile settings(home.filePath(QStringLiteral("settings.ini")));
@@ -87,7 +88,7 @@ protected:
         } else if (moment == AtTheStart) {
             wait = random.bounded(700);
         } else {
-            // The undisturbed duration.
+            // The duration without a kill.
             QElapsedTimer clock;
             clock.start();
             ASSERT_NO_FATAL_FAILURE(start(process, output, frames, inFiles));

@@ -56,7 +56,7 @@ protected:
 
     QTemporaryDir folder;
     QString note; ///< its file
-    QString all;  ///< what was said the first time
+    QString all;  ///< the first output
     bool loaded = false;
 
     /// The output of `tov encoders`; `loaded` receives whether it had to load FFmpeg.

@@ -32,7 +32,7 @@ constexpr int Fps = 25;
 const char* const Suffixes[] = {"mp4", "mov", "mkv",  "hq.mp4",     "hevc.mp4",  "av1.mkv",      "webm",
                                 "avi", "gif", "apng", "alpha.webm", "alpha.mov", "lossless.mkv", "frames"};
 
-/// A frame as the capture writes it: a disc that moves with the number, over a background under alpha 0.
+/// A frame in the format of the capture thread: a disc that moves with the number, over a background with alpha 0.
 QByteArray frame(int number, int width = Width, int height = Height)
 {
     QByteArray bytes(width * height * 4, 0);
@@ -253,7 +253,7 @@ TEST_F(VideoEdit, TimesThatCannotBeAreRefusedAndTheFileStays)
         {file, {0, 1, 2}, 1.5, 0},
         {path(QStringLiteral("missing.mp4")), {}, 1, 0},
         {path(QStringLiteral("a.xyz")), {}, 1, -1},
-        {gif, {}, 0.3, 0}, // below two hundredths of a second a frame
+        {gif, {}, 0.3, 0}, // below two hundredths of a second per frame
     };
     const QStringList names = files();
     const QStringList before = decoded(file);

@@ -105,7 +105,7 @@ check('LC_ALL=C', makes(environment={'LC_ALL': 'C'}))
 check('an unknown locale', makes(environment={'LC_ALL': 'xx_YY'}))
 check('a missing home folder', makes(environment={'HOME': '/proc/nonexistent', 'XDG_CONFIG_HOME': '/proc/nonexistent/c'}))
 
-# With a locale that has comma decimals, results are the same byte by byte. The locale is made here.
+# With a locale that has decimal commas, results are identical byte by byte. The locale is created here.
 locales = tempfile.mkdtemp(prefix='tov locales ')
 made = subprocess.run(['localedef', '-f', 'UTF-8', '-i', 'de_DE', locales + '/de_DE.UTF-8'], capture_output=True,
                       text=True) if shutil.which('localedef') else None
@@ -216,7 +216,7 @@ def limited(verb, limit):
         if done.returncode == 0:
             count = frames_of(name)
             return None if count == (1 if verb == 'image' else 12) else f'status 0, but {count} frames'
-        # Qt ends the process when the event loop of a thread gets no file; the partial video stays.
+        # Qt ends the process when the event loop of a thread gets no file descriptor; the partial video stays.
         if 'Cannot continue without a thread pipe' in error_of(done):
             return failure_problem(done.returncode, error_of(done))
         return refused(done, name, alone=False)
@@ -434,7 +434,7 @@ def signalled(what, *numbers, ending='mkv', size='160x120', lines=(), kept=True,
 FILES = ('grabvideousememoryasbuffer=0', 'grabvideotempfilesize=1')
 for name in ('SIGINT', 'SIGTERM', 'SIGHUP'):
     signalled(name, getattr(signal, name))
-    # Encoding is slow, so frames are pending when the second one comes: the program leaves without them.
+    # Encoding is slow, so frames are pending when the second one comes: the program exits without them.
     signalled(name + ' twice, an encoder far behind', *2 * (getattr(signal, name),), ending='av1.mkv', size='640x480',
               kept=False)
 signalled('SIGSTOP, SIGCONT, SIGINT', signal.SIGSTOP, signal.SIGINT)

@@ -67,7 +67,7 @@ try:
                 return failure_problem(done.returncode, done.stderr)
             if ending in NOTHING:
                 return 'nothing was recorded, but the status is 0'
-            # The one that keeps the file appends a word of its own.
+            # The one that keeps the file appends a word to it.
             whole = FRAMES * FRAME + (len('end') if ending == 'keepsthefile' else 0)
             return None if size == whole else f'status 0, but {size} bytes are not {FRAMES} frames'
 

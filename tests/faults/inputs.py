@@ -204,7 +204,7 @@ for text in ('x' * 100000, 'grabimage "' + 'x' * 100000, 'grabimage filename=' +
         run = cases.run(folder, ['run', cases.model, '-c', text])
         return failure_problem(run.returncode, run.stderr, (1, 2))
 
-# Models that are not files, or never end.
+# Models that are not regular files, or are endless.
 for what in ('/dev/zero', 'pipe', 'folder', '/dev/full'):
     for ending in ('obj', 'ply', 'stl', 'dae'):
         @case(f'a model {ending} that is a {what}')

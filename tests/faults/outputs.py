@@ -176,7 +176,7 @@ for ending in SOME:
                         disk.fill(room)
                     name = folder + '/a.' + ending
                     run = cases.run(folder, [*LARGE, name], {'TMPDIR': disk.path})
-                    # Chunks of one frame are encoded and deleted before the next ones need the room.
+                    # Chunks of one frame are encoded and deleted before the next ones need the space.
                     if run.returncode == 0 and (megabytes == 50 or not room):
                         return 'status 0'
                     return recording_problem(run, name, ending, FRAMES)

@@ -149,7 +149,7 @@ else:
                         break
                 else:
                     return f'no recording: {lines[-6:]} {window.stderr.read()[-300:]}'
-                # Until a frame can be played.
+                # Waits until a frame can be played.
                 end = time.monotonic() + 30
                 while frames_of(video) < 1 and time.monotonic() < end:
                     time.sleep(0.1)

@@ -27,8 +27,8 @@ LATER = []
 
 CALLS = ('%network,execve,execveat,open,openat,openat2,creat,rename,renameat,renameat2,link,linkat,symlink,symlinkat,unlink,'
          'unlinkat,mkdir,mkdirat,rmdir,truncate,chmod,fchmodat,chown,fchownat,mknod,mknodat')
-# Partners of Qt and the C library: the display, the session's and the system's message bus (for screen readers and input
-# methods), the cache of names of users.
+# Services that Qt and the C library talk to: the display, the session's and the system's message bus (for screen
+# readers and input methods), the name service cache.
 PARTNERS = re.compile(r'sun_path=@?"(/tmp/\.X11-unix/X\d+|/(var/)?run/dbus/system_bus_socket|/run/user/\d+/.*|/(var/)?run/nscd/socket)"')
 PROGRAMS = re.compile(r'.*/(tov|tov-import|tov-check-encoder)$')
 # The window test checks videos with ffprobe; the program itself does not.
@@ -42,7 +42,7 @@ def is_temporary(path, output, is_unnamed):
     folder, name = os.path.split(output)
     stem, _, ending = name.partition('.')
     if path == folder and is_unnamed:
-        return True  # A file without a name, by O_TMPFILE.
+        return True  # An unnamed file, created with O_TMPFILE.
     return (os.path.dirname(path) == folder and
             re.fullmatch(re.escape(stem) + r'(\.' + re.escape(ending) + r'~joined\.\w+|[~_]partial(-[0-9a-f]{8})?(\.\d{5})?\.\w+~?|\.' + re.escape(ending) + r'\.\w{6})',
                          os.path.basename(path)) is not None)
@@ -130,7 +130,7 @@ class Watched:
                 for path in paths:
                     if not self.may_write(path, outputs, 'O_TMPFILE' in rest):
                         return 'written: ' + line
-                    # Files in a folder there are protected by that folder.
+                    # Files in such a folder are protected by the folder.
                     if self.temporary == (path if 'O_TMPFILE' in rest else os.path.dirname(path)):
                         mode = re.search(r', (0[0-7]*)\)', line)
                         if 'O_CREAT' in rest or 'O_TMPFILE' in rest:
@@ -194,7 +194,7 @@ if subprocess.run(['strace', '-qq', '-o', os.devnull, 'true'], capture_output=Tr
     sys.exit(77)
 
 
-# The check itself: a program of the same name that does one of these is reported.
+# Tests the check itself: a program of the same name that makes one of these calls is reported.
 DOORS = {
     'a socket': 'import socket; socket.socket(socket.AF_INET, socket.SOCK_STREAM)',
     'a connection': 'import socket; socket.socket(socket.AF_UNIX).connect_ex("/nowhere/socket")',

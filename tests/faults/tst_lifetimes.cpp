@@ -85,7 +85,7 @@ struct Moment
     int n;            ///< the number of that call
     bool synced;      ///< a walk of six positions; otherwise a free-running recording
     int megabytes;    ///< limit of a chunk; 0: one frame per chunk
-    bool inFrame;     ///< closing the panel waits for the frame, so the gate is opened before
+    bool inFrame;     ///< closing the panel waits for the frame, so the gate is opened first
 };
 
 const Moment Moments[] = {
@@ -229,7 +229,7 @@ protected:
         Viewer::getInstance()->closePanel(next);
         QFile::remove(name);
     }
-    /// Ends a recording and closes its panel. `early`: the gate is opened before the end; otherwise after it.
+    /// Ends a recording and closes its panel. `early`: the gate is opened first the end; otherwise after it.
     void end(const CommandRunPointer& run, ScenePanel* panel, Ending ending, bool early)
     {
         if (early)
@@ -436,7 +436,7 @@ TEST_F(Lifetimes, RandomMomentsLeaveNothingBehind)
             ++m_Count;
             continue;
         }
-        // Any call with any number, or a random delay without a gate. A walk may end before.
+        // Any call with any number, or a random delay without a gate. A walk may end earlier.
         Moment moment = Moments[below(std::size(Moments))];
         moment.megabytes = below(2) ? 0 : 50;
         moment.n = 1 + int(below(6));

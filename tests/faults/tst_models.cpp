@@ -1,4 +1,4 @@
-// Model files that are cut, changed at random, or lie about themselves: each is read or refused in one line.
+// Model files that are truncated, changed at random, or contain wrong sizes: each is read, or refused with one line.
 
 #include "kernel/main/settings.h"
 #include "scene/geometryelement.h"
@@ -93,7 +93,7 @@ const char Collada[] = R"(<?xml version="1.0"?>
 const QByteArray NoNumber = floats({std::numeric_limits<float>::quiet_NaN()});
 const QByteArray Most("\xff\xff\xff\xff", 4);
 
-/// Whole numbers of the machine's order.
+/// Integers in the machine's byte order.
 template <typename T>
 QByteArray raw(T value)
 {
@@ -143,7 +143,7 @@ Connections:  {
 }
 )";
 
-/// A LightWave object: chunks with their sizes, numbers in network order.
+/// A LightWave object: chunks with their sizes, numbers in network byte order.
 QByteArray lwo()
 {
     const auto chunk = [](const QByteArray& name, const QByteArray& bytes) {
@@ -159,7 +159,7 @@ QByteArray lwo()
     return chunk("FORM", body);
 }
 
-/// An archive whose files are stored as they are.
+/// An archive whose files are stored without compression.
 QByteArray archive(const std::vector<std::pair<QByteArray, QByteArray>>& files)
 {
     const auto sumOf = [](const QByteArray& bytes) {
@@ -197,7 +197,7 @@ QByteArray printable()
                               R"(</resources><build><item objectid="1"/></build></model>)"}});
 }
 
-/// What is wrong with what was read; empty when all numbers are finite and all indices name a vertex.
+/// The problem of a model that was read; empty when all numbers are finite and all indices refer to a vertex.
 std::string defectOf(const SceneElement& root)
 {
     std::vector<const SceneElement*> left{&root};
@@ -340,7 +340,7 @@ TEST_F(ModelFaults, CutAtEvery64thByte)
         readOrRefused(write(QStringLiteral("horse.3ds"), horse.left(size)));
     print("cut");
     EXPECT_EQ(read + refused, tried);
-    // None of these is taken for whole; the lines of a Wavefront file that are left are one.
+    // None of these is read as a complete file, except a Wavefront file, whose remaining lines are valid.
     for (const char* suffix : {"3ds", "3mf", "dae", "fbx", "glb", "gltf", "ply", "x"}) {
         EXPECT_EQ(counts[suffix][0], 0) << suffix;
         EXPECT_GE(counts[suffix][1], 5) << suffix;
@@ -355,7 +355,7 @@ TEST_F(ModelFaults, ChangedAtRandom)
 {
     std::mt19937 random(17);
     const auto below = [&random](std::size_t n) { return int(random() % std::uint32_t(n)); };
-    // Values that counts and offsets do not expect.
+    // Unexpected values for counts and offsets.
     const QByteArray odd[] = {QByteArray("\xff\xff\xff\xff", 4),
                               QByteArray("\0\0\0\x80", 4),
                               QByteArray("\xff\xff\xff\x7f", 4),
@@ -389,7 +389,7 @@ TEST_F(ModelFaults, ChangedAtRandom)
             readOrRefused(write(QLatin1String(sample.name), bytes));
         }
     print("changed");
-    // The least that is read and refused of each type, percent. An archive has checksums.
+    // Minimum share that is read and refused of each type, in percent. An archive has checksums.
     const std::map<QString, std::array<int, 2>> least{
         {"3ds", {20, 30}}, {"3mf", {0, 95}}, {"dae", {1, 80}}, {"fbx", {4, 70}}, {"glb", {2, 80}},  {"gltf", {2, 80}},
         {"lwo", {7, 60}},  {"obj", {4, 75}}, {"off", {3, 80}}, {"ply", {3, 80}}, {"stl", {15, 50}}, {"x", {1, 80}}};
@@ -430,7 +430,7 @@ TEST_F(ModelFaults, NumbersThatAreNone)
         return bytes.replace(place, old.size(), value);
     };
     const QByteArray one = floats({1});
-    // Binary: the first 1 of a coordinate is none.
+    // Binary: the first 1 is not part of a coordinate.
     EXPECT_FALSE(readOrRefused(write(QStringLiteral("n.ply"), at(ply(), one, NoNumber))));
     EXPECT_FALSE(readOrRefused(write(QStringLiteral("n.stl"), at(stl(), Triangle, NoNumber + Triangle.mid(4)))));
     EXPECT_FALSE(readOrRefused(write(QStringLiteral("n.glb"), at(glb(), Triangle, NoNumber + Triangle.mid(4)))));
@@ -441,7 +441,7 @@ TEST_F(ModelFaults, NumbersThatAreNone)
     const int vertices = cube.indexOf("\x10\x41") + 8; // chunk, size, count
     ASSERT_GT(vertices, 8);
     EXPECT_FALSE(readOrRefused(write(QStringLiteral("n.3ds"), QByteArray(cube).replace(vertices, 4, NoNumber))));
-    // Texts, and what only some formats can say.
+    // Texts, and features of some formats only.
     for (const char* odd : {"nan", "inf", "-inf", "1e999", "-nan(7)"}) {
         const QByteArray triangle = QByteArray("0 0 ") + odd + "\n1 0 0\n0 1 0\n";
         EXPECT_FALSE(readOrRefused(write(QStringLiteral("t.ply"), "ply\nformat ascii 1.0\nelement vertex 3\nproperty "
@@ -520,7 +520,7 @@ TEST_F(ModelFaults, CountsOfEveryFormatAtTheirLimits)
         readOrRefused(write(QStringLiteral("length.gltf"),
                             QByteArray(text).replace("\"byteLength\":36}]", "\"byteLength\":" + wide + "}]"))));
     const QByteArray cube = fileOf(QStringLiteral("/usr/share/glmark2/models/cube.3ds"));
-    // Sizes of chunks have 32 bits there, counts 16.
+    // Chunk sizes have 32 bits there, counts 16.
     for (const char* chunk : {"\x4d\x4d", "\x3d\x3d", "\x10\x41", "\x20\x41"})
         at("size.3ds", cube, chunk, 2, Most);
     for (const char* chunk : {"\x10\x41", "\x20\x41"})
@@ -530,7 +530,7 @@ TEST_F(ModelFaults, CountsOfEveryFormatAtTheirLimits)
     at("index.lwo", lwo(), "FACE", 6, Most);
     EXPECT_FALSE(
         readOrRefused(write(QStringLiteral("face.off"), "OFF\n3 1 0\n0 0 0\n1 0 0\n0 1 0\n" + wide + " 0 1 2\n")));
-    // Taken for the last vertex.
+    // Treated as the last vertex.
     EXPECT_TRUE(
         readOrRefused(write(QStringLiteral("index.off"), "OFF\n3 1 0\n0 0 0\n1 0 0\n0 1 0\n3 0 1 " + wide + "\n")));
     at("count.x", DirectX, "3;\n0;", 0, wide + ";\n0;");
@@ -574,8 +574,8 @@ TEST_F(ModelFaults, ReaderIsLockedIn)
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
     GTEST_SKIP() << "sanitizers need memory and calls of the system that the reader is denied otherwise";
 #endif
-    // A library in its process tries to get out when the model is read, as a file that is stronger than the reader
-    // would.
+    // A library in the importer process tries to break out of the sandbox when the model is read, as a malicious file
+    // could.
     const QString notes = folder.filePath(QStringLiteral("notes"));
     const QDir beside(notes + QStringLiteral(".d"));
     QDir(folder.path()).mkdir(QStringLiteral("notes.d"));
@@ -598,7 +598,7 @@ TEST_F(ModelFaults, ReaderIsLockedIn)
     EXPECT_EQ(fileOf(old), "old");
     EXPECT_EQ(QFileInfo(old).lastModified(), before);
 
-    // It takes all the memory that it is given.
+    // It allocates all the memory that it can get.
     QFile::remove(notes);
     qputenv("TOV_ATTEMPT_HOARD", "1");
     EXPECT_FALSE(readOrRefused(QStringLiteral("/usr/share/glmark2/models/horse.3ds")));
@@ -620,7 +620,7 @@ TEST_F(ModelFaults, ExtentsAtTheEndsOfTheRangeOfFloats)
 
 TEST_F(ModelFaults, TreesAMillionDeep)
 {
-    // Nodes within nodes; the reader has a stack of its own, in a process of its own.
+    // Deeply nested nodes; the reader runs in a process of its own, so only its stack can overflow.
     QByteArray deep = Collada;
     const QByteArray open = "<node>", close = "</node>";
     deep.replace("<node id=\"n\">", open.repeated(1000000) + "<node id=\"n\">");
@@ -670,7 +670,7 @@ TEST_F(ModelFaults, MaterialsComeFromTheModelsFolderOnly)
     for (const QByteArray& library : {QByteArray("../secret.mtl"), QFile::encodeName(secret), QByteArray("link.mtl"),
                                       QByteArray("endless.mtl"), QByteArray("/dev/zero"), QByteArray("pipe.mtl")})
         EXPECT_EQ(colorWith(library), plain) << library.constData();
-    // A model that is opened by a link has its folder where it lies.
+    // The folder of a model that is opened by a link is that of the link's target.
     ASSERT_TRUE(QFile::link(above.filePath(QStringLiteral("model/m.obj")), above.filePath(QStringLiteral("m.obj"))));
     colorWith("own.mtl");
     EXPECT_EQ(colorOf(above.filePath(QStringLiteral("m.obj"))), QColor(0, 255, 0));
@@ -782,13 +782,13 @@ TEST_F(ModelFaults, SkinsAndAnimationsThatLie)
         text.chop(1);
         return write(QStringLiteral("a.gltf"), text + more + "}");
     };
-    // Joints in a cycle, joints that are their own parents, and joints that are not there.
+    // Joints in a cycle, joints that are their own parents, and missing joints.
     EXPECT_TRUE(
         readOrRefused(with(R"("nodes":[{"mesh":0,"skin":0,"children":[1]},{"children":[2]},{"children":[1,2]}])",
                            R"(,"skins":[{"joints":[1,2]}])")))
         << last.toStdString();
     EXPECT_FALSE(readOrRefused(with(R"("nodes":[{"mesh":0,"skin":0}])", R"(,"skins":[{"joints":[7]}])")));
-    // A thousand million keys: without data, and with less data than that.
+    // A billion keys: without data, and with too little data.
     const auto keys = [&](const QByteArray& accessor) {
         QByteArray text = good;
         text.replace("\"max\":[1,1,0]}]", "\"max\":[1,1,0]}," + accessor + "]");
@@ -834,7 +834,7 @@ TEST_F(ModelFaults, CompressedModelsAreReadOrRefused)
             EXPECT_FALSE(readOrRefused(write(name, packed.left(size)))) << sample.name << " " << size;
         EXPECT_FALSE(readOrRefused(write(name, QByteArray(packed).replace(11, 4, Most)))) << sample.name;
     }
-    // The ending before ".gz" says what it is.
+    // The ending before ".gz" is the format.
     EXPECT_FALSE(readOrRefused(write(QStringLiteral("none.gz"), gzip("nothing"))));
     EXPECT_TRUE(last.contains(QLatin1String("cannot be read; known are"))) << last.toStdString();
     print("compressed");
@@ -850,7 +850,7 @@ TEST_F(ModelFaults, TextInUtf16IsReadOrRefused)
         for (int size = 2; size < 40; ++size)
             EXPECT_FALSE(readOrRefused(write(QFileInfo(QLatin1String(file)).fileName(), bytes.left(size)))) << size;
     }
-    // Halves of pairs that stand alone.
+    // Unpaired surrogates.
     EXPECT_TRUE(readOrRefused(
         write(QStringLiteral("halves.obj"),
               QByteArray("\xff\xfe#\0\0\xd8\0\xdc\0\xd8x\0\0\xdc\n\0", 16) +

@@ -46,15 +46,15 @@ TOV_EXPORT inline std::atomic<const char*> refusedThread{nullptr};
 TOV_EXPORT inline std::atomic<int (*)()> onRestart{nullptr};
 /// Called instead of `QThread::msleep` on capture threads while `onRestart` is set.
 TOV_EXPORT inline std::atomic<void (*)(unsigned long milliseconds)> onSleep{nullptr};
-/// Called before `madvise`. Null: nobody.
+/// Called before `madvise` unless null.
 TOV_EXPORT inline std::atomic<void (*)()> onMadvise{nullptr};
 
 /// Called on the calling thread before one of these calls: "create" of a context, "open" of a memory chunk on a capture
 /// thread, "bind" and "toImage" of a framebuffer object, "msleep" on a capture thread, "flush" of OpenGL, and on
-/// capture threads "lock context", "unlock context", "lock scene" and "unlock scene". Null: nobody.
+/// capture threads "lock context", "unlock context", "lock scene" and "unlock scene". Null: not used.
 TOV_EXPORT inline std::atomic<void (*)(const char* call)> onCall{nullptr};
 
-/// Called after a thread was started, before its starter goes on. Null: nobody. Not in builds with the thread
+/// Called after a thread was started, before its starter continues. Null: not used. Not in builds with the thread
 /// sanitizer.
 TOV_EXPORT inline std::atomic<void (*)()> onStarted{nullptr};
 

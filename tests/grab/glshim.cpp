@@ -21,13 +21,13 @@ typedef int GLsizei;
 #define SHIM_VARIABLE __attribute__((visibility("default")))
 
 extern "C" {
-SHIM_VARIABLE int shimMaxTextureSize = 0;    ///< what GL_MAX_TEXTURE_SIZE says; 0 = the truth
-SHIM_VARIABLE int shimIncompleteAfter = -1;  ///< framebuffers turn incomplete after so many checks; -1 = never
+SHIM_VARIABLE int shimMaxTextureSize = 0;    ///< value of GL_MAX_TEXTURE_SIZE; 0 = the real one
+SHIM_VARIABLE int shimIncompleteAfter = -1;  ///< framebuffers become incomplete after that many checks; -1 = never
 SHIM_VARIABLE int shimChecks = 0;            ///< calls of glCheckFramebufferStatus
-SHIM_VARIABLE int shimFailMakeCurrent = 0;   ///< makes eglMakeCurrent fail, but for letting go
-SHIM_VARIABLE int shimOldOpenGL = 0;         ///< OpenGL says that it is 1.4, without extensions
-SHIM_VARIABLE int shimNotThreaded = 0;       ///< Qt says that OpenGL is for the application thread only
-SHIM_VARIABLE long shimCurrentThread = 0;    ///< where a context was made current last
+SHIM_VARIABLE int shimFailMakeCurrent = 0;   ///< makes eglMakeCurrent fail, except for releasing a context
+SHIM_VARIABLE int shimOldOpenGL = 0;         ///< OpenGL reports version 1.4 without extensions
+SHIM_VARIABLE int shimNotThreaded = 0;       ///< Qt reports that OpenGL works on the application thread only
+SHIM_VARIABLE long shimCurrentThread = 0;    ///< thread on which a context was last made current
 SHIM_VARIABLE double shimFrusta[64][6] = {}; ///< arguments of the last glFrustum calls
 SHIM_VARIABLE int shimFrustumCount = 0;
 SHIM_VARIABLE int shimViewports[64][2] = {}; ///< width and height of the last glViewport calls
@@ -39,7 +39,7 @@ SHIM_VARIABLE ShimDraw shimDraws[64] = {};
 SHIM_VARIABLE int shimDrawCount = 0;
 SHIM_VARIABLE int shimLockType = 0;                 ///< of the last `SceneLocker`
 SHIM_VARIABLE void (*shimOnCursor)() = nullptr;     ///< called before an override cursor is set
-SHIM_VARIABLE void (*shimOnCursorBack)() = nullptr; ///< called before an override cursor is taken back
+SHIM_VARIABLE void (*shimOnCursorBack)() = nullptr; ///< called before an override cursor is restored
 SHIM_VARIABLE void (*shimOnDraw)() = nullptr;       ///< called before `SceneDrawer::glDraw`
 SHIM_VARIABLE ShimHooks shimHooks = {};
 }
@@ -179,7 +179,7 @@ SHIM unsigned int eglMakeCurrent(void* display, void* draw, void* read, void* co
     return real(display, draw, read, context);
 }
 
-// What the module calls of Qt and of the scene library: noted, then passed on under the same mangled name.
+// Functions of Qt and the scene library that the module calls: recorded, then forwarded under the same mangled name.
 
 /// QOpenGLFramebufferObject::QOpenGLFramebufferObject(int, int, Attachment, GLenum, GLenum)
 SHIM void _ZN24QOpenGLFramebufferObjectC1EiiNS_10AttachmentEjj(void* object, int width, int height, int attachment,

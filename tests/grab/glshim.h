@@ -13,7 +13,7 @@ struct ShimDraw
     double modelView[16];
 };
 
-/// Faults that the shim brings about and calls that it reports. Thread: any.
+/// Faults that the shim injects and calls that it reports. Thread: any.
 struct ShimHooks
 {
     int glErrors;                     ///< calls of glGetError that report "out of memory"

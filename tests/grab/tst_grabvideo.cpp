@@ -188,7 +188,7 @@ TEST_F(GrabVideoTest, TheEndOfTheCaptureCallsTheVirtualAbortAndProgressIsPassedO
 
 TEST_F(GrabVideoTest, AStopAfterThePanelWasClosedKeepsTheRecording)
 {
-    // A stop clears the flag that the closed panel has set: the later one of the two decides.
+    // A stop clears the flag that the closed panel has set: the later call wins.
     setChunks(0, true);
     activePanel();
     const QString name = file("both.raw");

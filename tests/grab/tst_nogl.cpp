@@ -1,4 +1,4 @@
-// What happens without OpenGL: the platform plug-in of this test has none.
+// Behaviour without OpenGL: the platform plug-in of this test does not support it.
 
 #include "grab/commands/grabimage.h"
 #include "grab/video/videoencoder.h"

@@ -240,7 +240,7 @@ TEST_F(SaveImageOrder, TilesAreCopiedWithoutMemoryForHelpers)
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
     GTEST_SKIP() << "the sanitizer has its own allocator";
 #endif
-    // Two tiles of one size, so that no framebuffer object is made after the first one.
+    // Two tiles of one size, so that no framebuffer object is created after the first one.
     const QImage expected = rendered(1024, 512);
     shimHooks().onCall = [](const char* call) {
         if (std::strcmp(call, "flush") == 0)

@@ -127,7 +127,7 @@ GlState glState()
 std::atomic<int> binds{0};
 GlState stateAfterFrame;
 
-/// Before the first frame sets a state of its own, before the second one reads the state.
+/// Sets a state of its own before the first frame, and reads the state before the second one.
 void useOwnState(const char* call)
 {
     if (std::strcmp(call, "bind") != 0)
@@ -364,7 +364,7 @@ TEST_F(VideoOrder, TheHelperThreadLeavesAChunkBeforeItIsHandedOver)
         isHandedOver = true;
     };
     faults::onCall = [](const char* call) {
-        // From here on the capture thread has nothing to wait for but the helper.
+        // From here on the capture thread waits for the helper only.
         if (std::strcmp(call, "unlock context") == 0)
             captureId = tov::test::threadId();
     };

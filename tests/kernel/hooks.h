@@ -4,7 +4,7 @@
 
 class QThread;
 
-/// Functions that the test program replaces, so that a test can hold a race open. Not available under ThreadSanitizer,
+/// Functions that the test program replaces, so that a test can force a race. Not available under ThreadSanitizer,
 /// which replaces the same functions.
 namespace tov::test::hooks {
 
@@ -14,13 +14,13 @@ constexpr bool Available = false;
 constexpr bool Available = true;
 #endif
 
-/// What to call when the thread that set it locks a mutex of the standard library.
+/// Functions to call when the thread that set them locks a mutex of the standard library.
 struct LockHook
 {
     std::function<void()> before;  ///< before every lock; may be empty
     std::function<void()> blocked; ///< when the mutex is locked already, before the thread waits for it; may be empty
 };
-/// Null = none. The hook's own locks call nothing.
+/// Null = none. Locks taken by the hook itself call nothing.
 extern thread_local LockHook* lockHook;
 
 /// Called instead of `QThread::start`, on the thread that calls it; `start` is the real one. Empty = none.

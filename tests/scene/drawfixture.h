@@ -15,7 +15,7 @@ using tov::math::Matrix4;
 using tov::scene::Scene;
 using tov::scene::Viewer;
 
-/// Has the global scene to draw.
+/// A test that draws the global scene.
 class SceneTest : public testing::Test
 {
 protected:

@@ -45,7 +45,7 @@ inline double encodedSrgb(double linear)
     return linear <= 0.0031308 ? 12.92 * linear : 1.055 * std::pow(linear, 1 / 2.4) - 0.055;
 }
 
-/// The material model in double precision and by the defining formulas; an opinion independent of the shaders.
+/// The material model in double precision, written from the defining formulas and independent of the shaders.
 struct MaterialModel
 {
     const tov::scene::Environment* environment = nullptr;
@@ -63,7 +63,7 @@ struct MaterialModel
     double clearcoatRoughness = 0;
     double transmission = 0;
 
-    /// What comes out of the surface, and what it mirrors.
+    /// The light that leaves the surface, and the light that it reflects.
     struct Parts
     {
         Vec inside;
@@ -151,7 +151,7 @@ struct MaterialModel
             value = std::clamp(encodedSrgb(value), 0.0, 1.0);
         return color;
     }
-    /// How much of what lies behind a point is hidden: glass hides what it mirrors, and a little more.
+    /// The opacity of a point: glass hides at least the share that it reflects.
     double opacity(const Vec& n, const Vec& toEye) const
     {
         const Vec mirror = parts(n, toEye).mirror;
@@ -179,7 +179,7 @@ private:
         const double away = 1 - std::clamp(dot(toEye, halfway), 0.0, 1.0);
         return distribution * visibility * (f0 + (1 - f0) * std::pow(away, 5));
     }
-    /// Khronos PBR Neutral Tone Mapper, as its specification has it.
+    /// Khronos PBR Neutral Tone Mapper, as in its specification.
     static Vec toneMapped(Vec c)
     {
         const double low = std::min({c[0], c[1], c[2]});

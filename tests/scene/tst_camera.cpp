@@ -255,7 +255,7 @@ TEST(Camera, FitsAnyViewAspectAndLensWithoutCropping)
                 EXPECT_GT(seen.w, 0);
                 largest = std::max({largest, std::fabs(seen.x), std::fabs(seen.y)});
             }
-            // Videos see 1.032 times less.
+            // Videos show 1.032 times less.
             EXPECT_LE(largest, 1 / 1.032) << aspect;
             EXPECT_GE(largest, 0.9) << aspect << " " << camera.orthographic;
         }
@@ -279,7 +279,7 @@ TEST(Camera, MovesBackOnlyAsFarAsNeeded)
         }
         EXPECT_LE(largest, 1 / 1.032);
         EXPECT_GE(largest, 0.95);
-        // From far away nothing moves.
+        // A distant camera changes nothing.
         camera.distance = 1000;
         ViewFitter far(camera, 1.5);
         for (const Vector3& point : points)

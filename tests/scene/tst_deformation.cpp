@@ -16,7 +16,7 @@ using tov::test::SceneTest;
 
 namespace {
 
-/// A strip along y: two vertices of the lower joint, two in between, two of the upper joint, which stands at y = 1.
+/// A strip along y: two vertices of the lower joint, two in between, two of the upper joint, which is at y = 1.
 class DeformationTest : public SceneTest
 {
 protected:
@@ -57,7 +57,7 @@ protected:
         m(1, 3) = y;
         return m;
     }
-    /// A quarter turn to the left about the joint, which stands at `y` in its parent.
+    /// A quarter turn to the left about the joint, which is at `y` in its parent.
     static Matrix4 turned(double y)
     {
         Matrix4 m = moved(0, y);
@@ -71,7 +71,7 @@ protected:
         SceneEdit guard(scene.get(), SceneLocker::LockTransforms);
         change();
     }
-    /// The vertex that is nearest to a place; drawing order is not the order of the file.
+    /// The vertex that is nearest to a point; drawing order differs from the order of the file.
     const GeometryElement::Vertex& near(float x, float y, float z = 0) const
     {
         const GeometryElement::Vertex* best = nullptr;
@@ -138,7 +138,7 @@ TEST_F(DeformationTest, NothingIsComputedWhenNothingHasMoved)
 TEST_F(DeformationTest, ThePlaceOfASkinnedElementHasNoEffect)
 {
     edit([this] { mesh->setTransform(moved(5, 0)); });
-    // In the scene the vertices stay with the joints.
+    // In the scene the vertices follow the joints.
     near(-5, 0);
     near(-4, 2);
 }
@@ -169,7 +169,7 @@ TEST_F(DeformationTest, AJointThatIsRemovedKeepsItsLastPlace)
     edit([this] { lower->setTransform(moved(0, 0.5)); });
     near(0, 0.5f);
     near(-1, 1);
-    // A mesh that is taken out and put back is still the same shape.
+    // A mesh that is removed and added again keeps its shape.
     {
         SceneEdit guard(scene.get(), SceneLocker::LockAll);
         root->takeChild(mesh);

@@ -19,7 +19,7 @@ typedef Function (*Resolver)(const char*);
 
 bool refusesSamples = false;
 int buffersToRefuse = 0;
-bool hasSmallSizes = false; ///< sizes that do not fit are cut down, as for buffers above 2 GiB
+bool hasSmallSizes = false; ///< sizes that do not fit are truncated, as for buffers above 2 GiB
 int bufferUploads = 0;
 
 Function resolved(const char* name)
@@ -32,7 +32,7 @@ void storage(GLenum target, GLsizei samples, GLenum format, GLsizei width, GLsiz
 {
     static const auto real =
         reinterpret_cast<PFNGLRENDERBUFFERSTORAGEMULTISAMPLEPROC>(resolved("glRenderbufferStorageMultisample"));
-    // A size that no driver takes: the error is a real one.
+    // A size that no driver accepts: the error is a real one.
     real(target, samples, format, refusesSamples ? -1 : width, height);
 }
 
@@ -56,7 +56,7 @@ void bufferParameter(GLenum target, GLenum name, GLint* value)
 
 } // namespace
 
-/// Stands before the system's: what Qt asks for is handed over here.
+/// Replaces the system's function, with which Qt resolves OpenGL functions.
 extern "C" __attribute__((visibility("default"))) Function eglGetProcAddress(const char* name)
 {
     if (std::strcmp(name, "glRenderbufferStorageMultisample") == 0)
@@ -172,7 +172,7 @@ TEST_F(DrawFaultsTest, ADrawerOutlivesItsContext)
     scene->setRootNode(rootOf({element(sphere(16), Material())}));
     const QImage expected = picture();
     SceneDrawer drawer(scene);
-    // The memory of contexts without a common share group is used again for the next one.
+    // The memory of a deleted context is reused for the next one, which is not in its share group.
     alignas(QOpenGLContext) unsigned char place[sizeof(QOpenGLContext)];
     for (int i = 0; i < 3; ++i) {
         auto* context = new (place) QOpenGLContext;

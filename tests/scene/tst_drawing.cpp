@@ -105,7 +105,7 @@ TEST_F(DrawingTest, EachTextureHasItsSetAndTransform)
     setLight(SceneLook::Light::None);
     Material material = unlitTexture(fourTexels());
     Geometry geometry = square();
-    // The second set is turned over from left to right.
+    // The second set is flipped horizontally.
     geometry.uv[1] = {1, 1, 0, 1, 0, 0, 1, 0};
     material.baseColorTexture.uvSet = 1;
     expectColor(texel(flat(rootOf({element(geometry, material)})), 0, 0), 30, 200, 40, "second set");
@@ -209,7 +209,7 @@ TEST_F(DrawingTest, ManySmallPartsLookAsTheyDoAlone)
         std::vector<SceneElement*> parts;
         for (int i = 0; i < 60; ++i) {
             Geometry geometry = sphere(4);
-            // A material of its own for each part keeps parts from being merged.
+            // A separate material for each part prevents merging.
             geometry.material = isShared ? material : makeMaterial(QColor(200, 120, 60));
             auto* part = new GeometryElement(QStringLiteral("part"), std::move(geometry));
             Matrix4 transform = Matrix4::identity();
@@ -250,7 +250,7 @@ TEST_F(DrawingTest, SelfIntersectingMeshesLookAsTheirTrianglesDo)
     std::mt19937 random(3);
     std::uniform_real_distribution<float> place(-0.5f, 0.5f);
     for (int round = 0; round < 8; ++round) {
-        // A closed mesh whose vertices are anywhere: with shared vertices, and with none.
+        // A closed mesh of random vertices: with shared vertices, and without.
         Geometry closed = sphere(6);
         for (float& value : closed.positions)
             value = place(random);

@@ -12,7 +12,7 @@ namespace {
 class EnvironmentTest : public testing::Test
 {
 protected:
-    /// What is wrong with a file of these bytes; empty: nothing.
+    /// The problem of a file of these bytes, empty if there is none.
     QString problemOf(const QByteArray& bytes)
     {
         const QString name = folder.filePath(QStringLiteral("%1.hdr").arg(++count));

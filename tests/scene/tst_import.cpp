@@ -358,7 +358,7 @@ TEST_F(ImportTest, UpAxisFollowsFormatAndFile)
         const double height = heightOf(file, "auto");
         EXPECT_NEAR(height, heightOf(file, "+Y"), 1e-4 * height) << file;
     }
-    // Their settings say that +Z is up.
+    // Their settings define +Z as up.
     for (const char* file : {"FBX/embedded_ascii/box.FBX", "Collada/regr01.dae"})
         EXPECT_NEAR(heightOf(file, "auto"), heightOf(file, "+Z"), 1e-4 * heightOf(file, "auto")) << file;
 }
@@ -388,7 +388,7 @@ TEST_F(ImportTest, UnitOfFbxFilesIsAppliedInMetres)
 
 TEST_F(ImportTest, TextureTransformScalesThenRotatesThenMoves)
 {
-    // The points of the texture that the corners of a square show, from the definition of KHR_texture_transform.
+    // The texture coordinates at the corners of a square, from the definition of KHR_texture_transform.
     const QString file = QStringLiteral("/usr/share/assimp/models/glTF2/textureTransform/TextureTransformTest.gltf");
     QString error;
     const std::unique_ptr<SceneElement> tree(SceneImport::readFile(file, &error));

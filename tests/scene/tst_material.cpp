@@ -17,7 +17,7 @@ constexpr int Size = 160;
 constexpr double Distance = 4;
 constexpr double HalfHeight = 0.3;
 
-/// The studio's key light as the drawer has it.
+/// The studio's key light, as in the drawer.
 const Vec KeyDirection = normalized({-0.45, 0.65, 0.612});
 constexpr double KeyStrength = 0.5;
 
@@ -41,7 +41,7 @@ protected:
         scene->setRootNode(root);
         return drawn(Size, Size, -HalfHeight, HalfHeight, -HalfHeight, HalfHeight, transform);
     }
-    /// Towards the point that a pixel shows.
+    /// Direction of the point that a pixel shows.
     static Vec ray(int x, int y)
     {
         return normalized({((x + 0.5) / Size * 2 - 1) * HalfHeight, (1 - (y + 0.5) / Size * 2) * HalfHeight, -1});
@@ -64,8 +64,8 @@ protected:
         model.keyRadiance = KeyStrength;
         return model;
     }
-    /// Mean difference in 255ths between a picture of the unit sphere and the model, over the pixels well inside
-    /// of the outline. `behind`: how bright the background is.
+    /// Mean difference in 255ths between a picture of the unit sphere and the model, over the pixels well inside of the
+    /// outline. `behind`: brightness of the background.
     static double sphereDifference(const QImage& image, const MaterialModel& model, double behind = 0)
     {
         double sum = 0;
@@ -275,7 +275,7 @@ TEST_F(MaterialTest, WhiteInEvenLightIsWhite)
     MaterialModel model;
     model.environment = even.get();
     const Vec expected = [&] {
-        // What tone mapping and encoding make of the light itself: an emissive black surface in no light.
+        // The light itself after tone mapping and encoding: an emissive black surface without light.
         MaterialModel none;
         static const Environment dark([](const auto&) { return Environment::Color{0, 0, 0}; });
         none.environment = &dark;
@@ -284,7 +284,7 @@ TEST_F(MaterialTest, WhiteInEvenLightIsWhite)
         none.emissive = {0.6, 0.6, 0.6};
         return none.shaded({0, 0, 1}, {0, 0, 1});
     }();
-    // Two per cent of the light is less than that many 255ths, encoded.
+    // Two percent of the light is less than that many 255ths after encoding.
     const double tolerance = 255 * 0.02 * 0.5 + 0.5;
     for (const float metallic : {0.0f, 1.0f})
         for (float roughness = 0; roughness <= 1.001f; roughness += 0.1f) {

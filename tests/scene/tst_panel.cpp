@@ -1,4 +1,4 @@
-// Panels: what moves their camera and what does not.
+// Panels: which calls move their camera and which do not.
 
 #include "kernel/events/eventhandler.h"
 #include "kernel/main/eventmanager.h"
@@ -89,7 +89,7 @@ TEST_F(PanelTest, FittingOnePanelLeavesTheViewOfAnotherAlone)
     const auto fitted = seen(first, {1, 1, 1});
     EXPECT_NEAR(fitted[0], before[0], 1e-9);
     EXPECT_NEAR(fitted[1], before[1], 1e-9);
-    // The next touch starts from the same view.
+    // The next interaction starts from the same view.
     first->orbit(0, 0);
     const auto touched = seen(first, {1, 1, 1});
     EXPECT_NEAR(touched[0], before[0], 1e-9);
@@ -216,7 +216,7 @@ TEST_F(PanelTest, ACameraComesBackFromItsMatrix)
         ScenePanel* other = newPanel();
         other->setScaledTransformMatrix(matrix);
         EXPECT_EQ(other->getScaledTransformMatrix(), matrix);
-        other->orbit(0, 0); // goes on from there
+        other->orbit(0, 0); // continues from there
         for (int i = 0; i < 16; ++i)
             EXPECT_NEAR(other->getScaledTransformMatrix().data()[i], matrix.data()[i],
                         1e-6 * (1 + std::fabs(matrix.data()[i])))

@@ -63,8 +63,8 @@ SceneElement* grid(int side)
 
 namespace {
 
-/// The order in which eight threads get the lock when they ask one after the other; the ninth, this one, held it before
-/// and asks again at once, as a capture does between two frames.
+/// The order in which eight threads get the lock when they request it one after the other. The ninth, this one, held it
+/// and requests it again at once, like a capture between two frames.
 template <typename Lock>
 std::vector<int> orderOfTurns(Lock& lock)
 {
@@ -79,7 +79,7 @@ std::vector<int> orderOfTurns(Lock& lock)
             order.push_back(i);
             lock.unlock();
         });
-        // The next one asks when this one waits: a thread that waits sleeps.
+        // The next one starts when this one waits: a waiting thread sleeps.
         while (id == 0 || tov::test::threadState(id) != 'S')
             std::this_thread::yield();
     }
@@ -126,7 +126,7 @@ TEST_F(SceneTest, ElementsFormATree)
     EXPECT_EQ(root.takeChild(child), child);
     EXPECT_EQ(child->getParent(), nullptr);
     delete child;
-    // As deep as a file may say.
+    // As deep as a file may be nested.
     auto* deep = new SceneElement(QString());
     SceneElement* end = deep;
     for (int i = 0; i < 200000; ++i) {
@@ -178,7 +178,7 @@ TEST_F(SceneTest, EditsWaitForLockersWhileDrawingGoesOn)
     }
     EXPECT_FALSE(edited);
     locker->unlock();
-    locker->unlock(); // once is enough, twice does no harm
+    locker->unlock(); // a second call does nothing
     locker.reset();
     editor.join();
     EXPECT_TRUE(edited);
@@ -350,7 +350,7 @@ TEST_F(SceneTest, PanelsDieInOneWay)
         [&](QObject* object) {
             ++emissions;
             order << "destroyed";
-            // The panel is whole: it still knows its matrix and its class.
+            // The panel is complete: it still has its matrix and its class.
             EXPECT_EQ(object, first);
             EXPECT_STREQ(object->metaObject()->className(), "tov::gui::ScenePanel");
             first->getScaledTransformMatrix();

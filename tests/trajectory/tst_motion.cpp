@@ -1,4 +1,4 @@
-// Turntables, camera paths and animations: judged by their numbers.
+// Turntables, camera paths and animations, checked by their values.
 
 #include "kernel/util/framebacklog.h"
 #include "scene/drawing/scenedrawer.h"
@@ -86,7 +86,7 @@ protected:
         Viewer::getInstance()->setActivePanel(panel);
         return panel;
     }
-    /// How far the scene reaches in the panel's picture: 1 is the edge.
+    /// Extent of the scene in the panel's picture: 1 is the edge.
     static double reach(const tov::gui::ScenePanel* panel)
     {
         double largest = 0;
@@ -102,7 +102,7 @@ protected:
         });
         return largest;
     }
-    /// A clip that the scene's model holds.
+    /// A clip of the scene's model.
     void addAnimation(const Animation& animation)
     {
         auto data = std::make_shared<ModelData>();
@@ -139,7 +139,7 @@ CameraPath fiveViews(CameraPath::Options options = {})
     return path;
 }
 
-/// Position, target and up: what a viewer notices.
+/// Position, target and up: the visible properties.
 std::array<double, 9> numbersOf(const Camera& camera)
 {
     const Vector3 p = camera.position(), u = camera.up();
@@ -435,7 +435,7 @@ TEST_F(MotionTest, AnimationsMoveElementsFrameByFrame)
     ASSERT_TRUE(handler()->selectAnimation(QString(), options, &error));
     handler()->setPosition(25);
     EXPECT_NEAR(carrier->getTransform()(0, 3), 1, 1e-6);
-    // The element goes: nothing else is moved, nothing breaks.
+    // The element is deleted: nothing else moves.
     {
         tov::scene::SceneEdit edit(Viewer::getInstance()->getGlobalScene().get(), SceneLocker::LockAll);
         delete carrier->getParent()->takeChild(carrier);
@@ -489,7 +489,7 @@ TEST_F(MotionTest, HostileAnimationsAreRefusedInOneLine)
     refused(nan, good, "a duration that is not a number");
     refused(-1, good, "a negative duration");
     refused(1e12, good, "a clip of 1e12 seconds");
-    // A clip without length is one frame.
+    // A clip of length 0 is one frame.
     auto still = channel(Path::Translation, Interpolation::Linear, {0}, {1, 2, 3});
     const auto motion = AnimationMotion::create({QString(), 0, {still}}, PlaybackOptions(), nullptr);
     ASSERT_TRUE(motion);
@@ -545,7 +545,7 @@ TEST_F(MotionTest, TheApplicationThreadNeverWaitsForAPicture)
         handler()->getTrajectoryInfo()->setPosition(1); // would never return
         handler()->getTrajectoryInfo()->setPosition(2);
         EXPECT_EQ(carrier->getTransform()(0, 3), 1) << "the picture keeps the scene as it is";
-        // A turntable moves no element, so it goes on.
+        // A turntable moves no element, so it continues.
         auto* panel = newPanel();
         const Matrix4 before = panel->getScaledTransformMatrix();
         ASSERT_TRUE(handler()->selectTurntable(4, nullptr));

@@ -126,7 +126,7 @@ TEST_F(TrajectoryTest, ThePlainTrajectoryMovesTheCarrierInAnyCase)
     EXPECT_EQ(at(2, 3), 6);
     EXPECT_EQ(at(0, 1), -1) << "it keeps its direction";
     EXPECT_EQ(largestDifference(element("lid")->getTransform(), Matrix4::identity()), 0);
-    // Beyond the end nothing moves.
+    // After the end nothing moves.
     info->setPosition(3);
     EXPECT_EQ(info->getPosition(), 1u);
     EXPECT_EQ(element("carrier")->getTransform()(0, 3), 4);
@@ -217,7 +217,7 @@ TEST_F(TrajectoryTest, TheTurntableTurnsOnceAboutTheCentreFromTheCurrentView)
     for (unsigned long i = 0; i < 8; ++i) {
         handler()->setPosition(i);
         const Matrix4 view = panel->getScaledTransformMatrix();
-        // The centre stays where it is in the picture, and so does the way up.
+        // The centre stays at its place in the picture, and the upward direction stays.
         const auto now = tov::scene::transformed(view, centre[0], centre[1], centre[2]);
         const auto above = tov::scene::transformed(view, centre[0], centre[1] + 1, centre[2]);
         const auto aboveAtStart = tov::scene::transformed(start, centre[0], centre[1] + 1, centre[2]);
@@ -225,7 +225,7 @@ TEST_F(TrajectoryTest, TheTurntableTurnsOnceAboutTheCentreFromTheCurrentView)
             EXPECT_NEAR(now[axis], seen[axis], 1e-6 * scaling);
             EXPECT_NEAR(above[axis], aboveAtStart[axis], 1e-6 * scaling);
         }
-        // A point beside the centre is turned by an eighth each time: what stood at angle 0 is reached at -i/8.
+        // A point next to the centre turns by an eighth each time: the point at angle 0 moves to -i/8.
         const double angle = 2 * M_PI * double(i) / 8;
         const auto beside =
             tov::scene::transformed(view, centre[0] + std::cos(angle), centre[1], centre[2] - std::sin(angle));
@@ -299,7 +299,7 @@ TEST_F(TrajectoryTest, FilesBeyondTheLimitAreRefusedUnread)
 {
     QFile file(m_Folder.filePath(QStringLiteral("huge.csv")));
     ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    ASSERT_TRUE(file.resize((qint64(256) << 20) + 1)); // takes no room on the disk
+    ASSERT_TRUE(file.resize((qint64(256) << 20) + 1)); // needs no space on the disk
     QString error;
     EXPECT_FALSE(handler()->openFile(file.fileName(), &error));
     EXPECT_TRUE(error.contains(QLatin1String("256 MiB"))) << error.toStdString();

@@ -214,7 +214,7 @@ TEST(TrajectoryReader, RubbishIsRefusedOrReadButNeverHarms)
         const bool read = round % 3 == 0   ? TrajectoryReader::readCsv(data, points, &error)
                           : round % 3 == 1 ? TrajectoryReader::readTum(data, list, &error)
                                            : TrajectoryReader::readJson(data, list, &error);
-        // Success holds something, failure says why.
+        // Success has a result, failure a reason.
         EXPECT_EQ(read, error.isEmpty());
         EXPECT_TRUE(!read || !points.empty() || !list.empty());
         refused += !read;
@@ -270,7 +270,7 @@ TEST(TrajectoryReader, FilesCutAtEvery64thByteAreReadOrRefused)
         EXPECT_TRUE(finite(list));
     }
     EXPECT_EQ(read[2], 0) << "a list without its end is none";
-    // A line that is cut may still be one, when the cut is in its last number.
+    // A truncated line may still be valid if only its last number is truncated.
     EXPECT_GE(read[0], 1);
     EXPECT_GE(read[1], 3);
     EXPECT_GT(tried - read[0] - read[1] - read[2], 100);

@@ -10,7 +10,7 @@
 #include <cstdio>
 
 #ifdef __SANITIZE_ADDRESS__
-/// Libraries stay loaded under the leak checker, so that its reports can name what the display's libraries keep.
+/// Libraries stay loaded under the leak checker, so that its reports can name the display's libraries.
 extern "C" __attribute__((visibility("default"))) int dlclose(void*)
 {
     return 0;
@@ -21,7 +21,7 @@ int main(int argc, char** argv)
 {
     testing::InitGoogleTest(&argc, argv);
     tov::app::prepareProcess();
-    // Neither settings nor small pictures nor temporary files of the tests are the user's.
+    // Tests never use the user's settings, thumbnails or temporary files.
     QTemporaryDir home;
     qputenv("XDG_CACHE_HOME", home.filePath(QStringLiteral("cache")).toUtf8());
     qputenv("XDG_CONFIG_HOME", home.filePath(QStringLiteral("config")).toUtf8());

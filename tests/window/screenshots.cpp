@@ -1,4 +1,4 @@
-// Takes pictures of the window, every dialog and the busy state, for the manual and for eyes:
+// Takes pictures of the window, every dialog and the busy state, for the manual and for inspection:
 //
 //     window_screenshots FOLDER PREFIX [light|dark]        (needs a display; scripts/screenshots starts one)
 

@@ -1,5 +1,5 @@
-// Recordings after one whose encoder went wrong, in one process. Needs plug-ins that the program does not have:
-// tests/faults lays them beside a copy, names their formats, and runs this there.
+// Recordings after one whose encoder failed, in one process. Needs plug-ins that are not part of the program:
+// tests/faults copies them next to a copy of the program, passes their formats, and runs this test there.
 
 #include "kernel/workers/overseer.h"
 #include "kernel/main/settings.h"
@@ -30,7 +30,7 @@ protected:
                            {QStringLiteral("sync"), QStringLiteral("1")}};
         QString error;
         auto* processor = tov::main::Overseer::getInstance()->getCommandProcessor();
-        // From the first position on: the one before has gone along it.
+        // From the first position: the previous recording has moved along the trajectory.
         return TrajectoryHandler::getInstance()->selectTurntable(12, &error) &&
                processor->start(QStringLiteral("grabvideo"), arguments, &error) && waitForNoRuns();
     }
@@ -42,7 +42,7 @@ TEST_F(WindowAfterFault, TheNextRecordingsAreWhole)
     if (faulty.isEmpty())
         GTEST_SKIP() << "there is no plug-in that goes wrong";
     openSample();
-    // Memory for one frame a chunk: many chunks.
+    // One frame per chunk: many chunks.
     tovSettings().setValue("settings/grabvideotempfilesize", 1);
     for (const QString& ending : faulty) {
         const bool ended = recordsToItsEnd(file("first." + ending));

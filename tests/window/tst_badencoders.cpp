@@ -1,5 +1,5 @@
-// An encoder that is slow. Needs a plug-in that the program does not have: tests/faults lays it beside a copy and runs
-// this there.
+// A slow encoder. Needs a plug-in that is not part of the program: tests/faults copies it next to a copy of the program
+// and runs this test there.
 
 #include "kernel/workers/overseer.h"
 #include "tests/window/windowfixture.h"
@@ -48,7 +48,7 @@ TEST_F(WindowBadEncoders, ASlowOneIsAborted)
     menuAction("View", "2 panels")->trigger();
     LogCapture log;
     ASSERT_TRUE(start("slow"));
-    // It has had a chunk, and is at the next.
+    // It has taken one chunk and works on the next one.
     ASSERT_TRUE(processUntil([this] { return QFileInfo(file("a.slow")).size() > 0; }, 60000));
     menuAction("View", "Close active panel")->trigger();
     EXPECT_TRUE(waitForNoRuns(60000)) << "the chunk it is at, no others";

@@ -42,7 +42,7 @@ protected:
         auto* panel = window().getPanelGrid()->getActivePanel();
         return QSize(width, int(double(panel->height()) / panel->width() * width));
     }
-    /// What a command's dialog says of a file name that it does not start with.
+    /// The message of a command's dialog for a file name other than the initial one.
     QString toldBeforeTheStart(const QString& command, const QString& name)
     {
         QString told;
@@ -126,7 +126,7 @@ TEST_F(WindowCommands, VideoDialogOpensOnTheLastFormatMp4AtFirst)
             auto* files = qobject_cast<QFileDialog*>(inner);
             EXPECT_TRUE(files->selectedNameFilter().contains("(*.mp4)")) << files->selectedNameFilter().toStdString();
             EXPECT_EQ(files->defaultSuffix(), QStringLiteral("mp4"));
-            // The person picks another format; the name gets its ending.
+            // The user picks another format; the name gets its ending.
             for (const QString& filter : files->nameFilters())
                 if (filter.contains("(*.hq.mp4)")) {
                     files->selectNameFilter(filter);
@@ -334,7 +334,7 @@ TEST_F(WindowCommands, ViewIsCopiedToTheClipboardAsItIsShown)
     const QImage shown = panel->grabFramebuffer();
     ASSERT_EQ(shown.size(), image.size());
     EXPECT_EQ(pictureDifference(image, shown), "");
-    // What the comparison is worth: it notices a view turned a little, an object that is gone, and an empty picture.
+    // Tests the comparison: it detects a slightly turned view, a missing object, and an empty picture.
     panel->orbit(3, 0);
     EXPECT_NE(pictureDifference(image, panel->grabFramebuffer()), "");
     panel->orbit(-3, 0);

@@ -1,4 +1,4 @@
-// The other dialogs, and that menus come from descriptors alone.
+// The other dialogs; menus are built from descriptors alone.
 
 #include "app/viewer/commandactions.h"
 #include "app/viewer/dialogs.h"
@@ -24,7 +24,7 @@ using tov::main::MenuAndToolbarManager;
 
 namespace {
 
-/// A command of a module that the window has never heard of.
+/// A command of a module that is unknown to the window.
 class Late : public tov::main::Command
 {
 public:
@@ -154,7 +154,7 @@ TEST_F(WindowDialogs, TranslationReachesMenusAndDialogs)
     QStringList menus;
     for (QAction* action : window.menuBar()->actions())
         menus << action->text().remove(QLatin1Char('&'));
-    // The module was loaded without the translation: what it brings keeps the language it was loaded in.
+    // The module was loaded without the translation, so its texts stay in the language at loading time.
     EXPECT_EQ(menus, QStringList({"Datei", "Ansicht", "Grab", "Hilfe"}));
     auto* prototype =
         tov::main::Overseer::getInstance()->getCommandProcessor()->getPrimaryCommand(QStringLiteral("grabimage"));

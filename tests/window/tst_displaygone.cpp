@@ -1,5 +1,5 @@
-// A recording in the window while the display goes. tests/faults starts the display, runs this there and ends the
-// display.
+// A recording in the window whose display disappears. tests/faults starts the display, runs this test on it and ends
+// the display.
 
 #include "tests/window/windowfixture.h"
 

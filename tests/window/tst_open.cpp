@@ -201,7 +201,7 @@ TEST_F(WindowOpen, ASmallPictureShowsTheFilesOwnModelAndIsNoRun)
     QSignalSpy began(tov::main::Overseer::getInstance()->getCommandProcessor(),
                      &tov::main::CommandProcessor::runStarted);
     QFile::remove(tov::viewer::RecentFiles::getThumbnailFile(sample("crane.obj")));
-    // Something large is in the scene already; the second small picture is the same as the first.
+    // A large model is already in the scene; the second thumbnail is the same as the first.
     window().openFiles({bad("wall.obj", "v 0 0 0\nv 1000 0 0\nv 0 1000 0\nf 1 2 3\n")});
     ASSERT_TRUE(processUntil([this] { return !window().isOpening(); }));
     openSample("crane.obj");

@@ -255,7 +255,7 @@ TEST_F(WindowPanels, LayoutIsKept)
     EXPECT_TRUE(window().findChild<QDockWidget*>("ConsoleDock")->isHidden());
     EXPECT_FALSE(window().findChild<QDockWidget*>("SceneDock")->isHidden());
     EXPECT_EQ(window().size(), QSize(1000, 700));
-    // What cannot be read is no layout.
+    // Unreadable data is not a layout.
     tovSettings().setValue("window/state", QByteArray("nonsense"));
     tovSettings().setValue("window/geometry", QByteArray("nonsense"));
     tovSettings().setValue("window/panels", QByteArray("nonsense"));
@@ -273,7 +273,7 @@ TEST_F(WindowPanels, AFittedViewStaysFittedWhenItsSizeChanges)
     const Matrix4 narrow = panel()->getScaledTransformMatrix();
     menuAction("View", "Fit to view")->trigger();
     EXPECT_TRUE(same(narrow, panel()->getScaledTransformMatrix()));
-    // A view that the user has moved is left alone.
+    // A view that the user has moved is not changed.
     panel()->orbit(20, 5);
     const Matrix4 moved = panel()->getScaledTransformMatrix();
     window().resize(1000, 700);
@@ -383,7 +383,7 @@ TEST_F(WindowPanels, CameraMovementsAreUndoneAndRedone)
     EXPECT_TRUE(same(second, panel()->getScaledTransformMatrix()));
     menuAction("View", "Redo camera movement")->trigger();
     EXPECT_TRUE(same(second, panel()->getScaledTransformMatrix())) << "nothing is left to redo";
-    // A new movement takes the place of what could be redone.
+    // A new movement replaces the movements that could be redone.
     menuAction("View", "Undo camera movement")->trigger();
     panel()->orbit(0, 10);
     menuAction("View", "Undo camera movement")->trigger();
@@ -438,7 +438,7 @@ TEST_F(WindowPanels, OnePartIsIsolatedAndAllAreShownAgain)
                 return false;
         return tree->topLevelItemCount() > 0;
     }));
-    // The search shows the part and what is above it.
+    // The search shows the part and its ancestors.
     auto* search = window().findChild<QLineEdit*>("TreeSearch");
     search->setText(name);
     int shown = 0, all = 0;

@@ -1,4 +1,4 @@
-// Recordings: started in the window, stopped, left, crowded.
+// Recordings: started and stopped in the window, running at exit, several at once.
 
 #include "app/viewer/consolewidget.h"
 #include "app/viewer/noticebar.h"
@@ -87,7 +87,7 @@ TEST_F(WindowRecordings, RoomAndWhatWaitsForTheEncoderAreShown)
         tovSettings().setValue("settings/grabvideotempfilesize", 10);
         QString error;
         ASSERT_TRUE(TrajectoryHandler::getInstance()->selectTurntable(1000, &error));
-        // Captured faster than it is encoded, and stopped once that is seen.
+        // Captured faster than it is encoded, and stopped when frames are pending.
         window().getConsole()->submit(
             QString("grabvideo filename=\"%1\" width=800 height=600 sync=1").arg(file("behind.av1.mkv")));
         const auto shown = [this] {
@@ -109,7 +109,7 @@ TEST_F(WindowRecordings, RoomAndWhatWaitsForTheEncoderAreShown)
 TEST_F(WindowRecordings, ARecordingWithoutChunksIsToldAtOnce)
 {
     openSample();
-    // Neither memory nor temporary files: no file can be made there.
+    // Neither memory nor temporary files: no file can be created there.
     tovSettings().setValue("settings/grabvideousememoryasbuffer", false);
     tovSettings().setValue("settings/lowspacelimit", 0);
     const QByteArray before = qgetenv("TMPDIR");

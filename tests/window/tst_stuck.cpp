@@ -1,5 +1,5 @@
-// An encoder that never comes back, in the window. Needs a plug-in that the program does not have: tests/faults lays it
-// beside a copy and runs this there.
+// An encoder that never returns, in the window. Needs a plug-in that is not part of the program: tests/faults copies it
+// next to a copy of the program and runs this test there.
 
 #include "app/viewer/noticebar.h"
 #include "app/viewer/runsbar.h"

@@ -26,7 +26,7 @@ void WindowTest::SetUp()
     tovSettings().clear();
     // Pictures and recordings without a dialog go into the test's own folder.
     tovSettings().setValue(QStringLiteral("window/capturefolder"), m_Folder.path());
-    // Small chunks, so that a recording's file is there soon.
+    // Small chunks, so that a recording's file exists soon.
     tovSettings().setValue(QStringLiteral("settings/grabvideotempfilesize"), QStringLiteral("1"));
     restart();
 }
@@ -99,7 +99,7 @@ void WindowTest::triggerWithDialog(QAction* action, const QString& dialog,
 {
     ASSERT_NE(action, nullptr);
     ASSERT_TRUE(action->isEnabled()) << action->text().toStdString() << " is disabled";
-    // A dialog that never comes must not block the test for good: the limit closes whatever is open.
+    // A dialog that never opens must not block the test forever: after the limit every open dialog is closed.
     QTimer limit;
     limit.setSingleShot(true);
     QObject::connect(&limit, &QTimer::timeout, [] {
@@ -146,7 +146,7 @@ bool WindowTest::showsSomething(const QImage& image)
 void WindowTest::drag(QWidget* widget, Qt::MouseButton button, QPoint from, QPoint to)
 {
     QTest::mousePress(widget, button, {}, from);
-    // QTest::mouseMove holds no button down.
+    // QTest::mouseMove does not hold a button down.
     QMouseEvent move(QEvent::MouseMove, to, widget->mapToGlobal(to), Qt::NoButton, button, {});
     QApplication::sendEvent(widget, &move);
     QTest::mouseRelease(widget, button, {}, to);
@@ -164,7 +164,7 @@ bool WindowTest::record(const QString& fileName, const QString& rest)
     if (runs().size() != before + 1)
         return false;
     const auto run = runs().back();
-    // The encoder makes the file when the first full chunk has come.
+    // The encoder creates the file when it gets the first full chunk.
     return processUntil([&] { return QFileInfo(fileName).size() > 0 || run->isFinished(); }) && !run->isFinished();
 }
 
@@ -172,7 +172,7 @@ bool WindowTest::waitForNoRuns(int limitMs)
 {
     return processUntil([] { return runs().empty(); }, limitMs) &&
            processUntil([done = std::make_shared<bool>(false), posted = false]() mutable {
-               // The signal of the end is queued behind it.
+               // The signal of the end is queued after it.
                if (!posted) {
                    posted = true;
                    QTimer::singleShot(0, qApp, [done] { *done = true; });

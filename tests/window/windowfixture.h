@@ -20,7 +20,7 @@
 
 namespace tov::test {
 
-/// A window as it is at the first start, shown and active; nothing is left of it and of the scene afterwards.
+/// A window as at the first start, shown and active; it and the scene are removed afterwards.
 class WindowTest : public testing::Test
 {
 protected:
@@ -37,15 +37,15 @@ protected:
 
     /// The action of a command, found in the menus by its text.
     QAction* menuAction(const QString& menu, const QString& text) const;
-    /// Triggers an action once control is back in the event loop, then calls `inDialog` with the modal dialog that
-    /// opens, of that object name or class name. Returns after the dialog has closed.
+    /// Triggers an action from the event loop, then calls `inDialog` with the modal dialog of that object name or class
+    /// name that opens. Returns after the dialog has closed.
     void triggerWithDialog(QAction* action, const QString& dialog, const std::function<void(QWidget*)>& inDialog);
-    /// Calls `inDialog` with the next modal dialog of that name as soon as it is there.
+    /// Calls `inDialog` with the next modal dialog of that name as soon as it is open.
     void onDialog(const QString& dialog, const std::function<void(QWidget*)>& inDialog);
     /// Types into a dialog's field, found by object name.
     static void type(QWidget* dialog, const QString& field, const QString& text);
     static QPushButton* button(QWidget* dialog, const QString& text);
-    /// Whether a picture shows anything before its background.
+    /// Whether a picture shows anything in front of its background.
     static bool showsSomething(const QImage& image);
 
     /// Drags within a widget with a button held down.

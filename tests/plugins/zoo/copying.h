@@ -2,7 +2,7 @@
 
 #include "grab/video/encoder.h"
 
-/// A whole small encoder: copies every chunk to the output file as it is.
+/// A complete small encoder: copies every chunk to the output file as it is.
 class Copying : public tov::grab::video::Encoder
 {
 protected:
@@ -17,7 +17,7 @@ protected:
     void finishEncoding() override {}
 };
 
-/// What makes one, as plug-ins register it.
+/// The factory that plug-ins register.
 inline tov::grab::video::Encoder* createCopying(void*)
 {
     return new Copying;

@@ -1,4 +1,4 @@
-// Throws wherever it is called.
+// Throws in every function.
 
 #include "grab/video/videoencoder.h"
 #include "kernel/modules/informationobject.h"
