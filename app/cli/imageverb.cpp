@@ -58,7 +58,7 @@ bool checkFormat(const ImageJob& job, QString* error)
     const QString given =
         job.request.output.isStandardOutput() ? job.request.output.format : QFileInfo(job.plan.output).suffix();
     *error = given.isEmpty()
-                 ? tr("'%1' has no ending that names a picture format; known formats: %2")
+                 ? tr("'%1' does not end in a known picture format; known formats: %2")
                        .arg(job.plan.output, known.join(QStringLiteral(", ")))
                  : tr("unknown picture format '%1'; known formats: %2").arg(given, known.join(QStringLiteral(", ")));
     return false;

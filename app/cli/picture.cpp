@@ -186,7 +186,7 @@ std::optional<tov::math::Matrix4> readStoredView(const QString& fileName, QStrin
     }
     if (isMatrix)
         return matrix;
-    *error = tr("'%1' holds no view; pictures that tov image wrote as png or jpg do").arg(fileName);
+    *error = tr("'%1' contains no view; only png and jpg files written by tov image do").arg(fileName);
     return std::nullopt;
 }
 

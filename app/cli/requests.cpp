@@ -224,7 +224,7 @@ void readOutput(OptionReader& reader, OutputRequest& output)
     if (output.isStandardOutput() && output.format.isEmpty())
         reader.fail(tr("-o - needs --format, e.g. --format png"));
     if (!output.isStandardOutput() && !output.format.isEmpty())
-        reader.fail(tr("--format is for -o -; the ending of a file is its format"));
+        reader.fail(tr("--format is only for -o -; for files the ending selects the format"));
     if (output.isStandardOutput() && reader.has("json"))
         reader.fail(tr("-o - and --json both need standard output"));
 }

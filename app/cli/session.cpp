@@ -78,7 +78,7 @@ Session::Session(const Options& options, Reporter& reporter, int& argc, char** a
 {
     m_Startup.setInterruptHandler([this](int count) { interrupt(count); });
     if (!m_Startup.getForeignSettings().isEmpty())
-        m_Reporter.warning(tr("%1 is not a settings file and is left alone; settings are valid for this call only")
+        m_Reporter.warning(tr("%1 is not a settings file and is not changed; settings are valid for this call only")
                                .arg(m_Startup.getForeignSettings()));
     else
         tov::main::useTemporarySettings(); // settings of one call must not become the user's

@@ -79,7 +79,7 @@ bool checkEnding(const VideoJob& job, QString* error)
     else if (!endingOf(job).isEmpty())
         return true;
     else if (!job.request.output.isStandardOutput() && QFileInfo(job.plan.output).suffix().isEmpty())
-        *error = tr("'%1' has no ending that names a video format; known formats: %2")
+        *error = tr("'%1' does not end in a known video format; known formats: %2")
                      .arg(job.plan.output, known.join(QStringLiteral(", ")));
     else
         *error = tr("unknown video format '%1'; known formats: %2")

@@ -195,7 +195,7 @@ private:
             return false;
         // Not stored: on a loaded machine a good library may take as long.
         if (!trial.candidate.own || isAsleep(trial.process->processId()))
-            m_Probe.m_Refused[trial.candidate.fileName] = tr("it did not come back when it was tried");
+            m_Probe.m_Refused[trial.candidate.fileName] = tr("it did not return when it was tried");
         trial.process->kill();
         trial.process->waitForFinished(WaitMs * 100);
         return true;
@@ -205,8 +205,9 @@ private:
         const Candidate& candidate = trial.candidate;
         if (*trial.notStarted || wasKilled(*trial.process)) {
             // Not the library's fault, so the result is not stored.
-            refuse(candidate, tr("it could not be tried, the machine is short of processes or memory; it is tried at "
-                                 "the next start"));
+            refuse(candidate,
+                   tr("it could not be tried because the machine is short of processes or memory; it is tried at "
+                      "the next start"));
             return;
         }
         const QString problem = findTrialProblem(*trial.process);

@@ -158,7 +158,7 @@ void Startup::Private::openSettings(const QString& fileName)
     foreignSettings = tov::main::settingsFile();
     tov::main::useEmptySettings();
     Logger::log(tov::log::LevelError, "app/startup", __LINE__, __func__, nullptr,
-                QStringLiteral("'%1' is no settings file and is left alone").arg(foreignSettings));
+                QStringLiteral("'%1' is not a settings file and is not changed").arg(foreignSettings));
 }
 
 void Startup::Private::watchSignals()

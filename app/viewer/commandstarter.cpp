@@ -61,7 +61,7 @@ std::pair<QString, int> missingEdge(const ParameterDialog& dialog)
 QString adviceFor(const ParameterDialog& dialog)
 {
     if (dialog.getPanel(SyncParameter) && dialog.getText(SyncParameter) != QLatin1String("0") && !hasTrajectory())
-        return CommandStarter::tr("No trajectory is open, so a synchronised recording would hold no frames. Open one "
+        return CommandStarter::tr("No trajectory is open, so a synchronised recording would have no frames. Open one "
                                   "first (File > Open trajectory), or switch \"sync\" off.");
     const auto [name, pixels] = missingEdge(dialog);
     if (name == HeightParameter)

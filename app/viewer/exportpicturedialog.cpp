@@ -190,8 +190,7 @@ void ExportPictureDialog::validate()
     if (mp_File->text().isEmpty())
         problem = tr("A file name is needed.");
     else if (!PictureExport::suffixes().contains(suffix))
-        problem =
-            tr("The ending of the name is the format: %1.").arg(PictureExport::suffixes().join(QStringLiteral(", ")));
+        problem = tr("The ending selects the format: %1.").arg(PictureExport::suffixes().join(QStringLiteral(", ")));
     else
         tov::app::checkOutputFolder(mp_File->text(), &problem);
     const QSize size = mp_Size->getSize();

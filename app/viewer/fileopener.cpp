@@ -78,7 +78,7 @@ void FileOpener::start(const std::shared_ptr<Job>& job)
     connect(mp_Thread, &QThread::finished, this, [this, job] { end(job); });
     mp_Thread->start();
     if (!mp_Thread->isRunning() && !mp_Thread->isFinished()) {
-        job->error = tr("%1: the system has no thread left to read it with").arg(job->models.first());
+        job->error = tr("%1: cannot be read, the system has no free thread").arg(job->models.first());
         end(job);
     }
 }

@@ -71,7 +71,7 @@ MainWindow::MainWindow(const tov::main::ModuleLoader* loader, QWidget* parent)
     setAcceptDrops(true);
     setDockNestingEnabled(true);
     connect(mp_Edits, &EditQueue::postponed, this, [this] {
-        statusBar()->showMessage(tr("The scene stays as it is until the picture is done; the change follows then."),
+        statusBar()->showMessage(tr("The scene is locked until the picture is done; the change is made then."),
                                  StatusMs);
     });
     createCentre();

@@ -115,14 +115,14 @@ void QuitGuard::offerToLeave()
         tovSettings().sync();
         std::_Exit(1);
     }
-    auto* question = new QMessageBox(
-        QMessageBox::Warning, tr("Quit"),
-        tr("Something does not end. Wait for it, or quit without it? What it has not written yet is lost."),
-        QMessageBox::NoButton, mp_Window);
+    auto* question =
+        new QMessageBox(QMessageBox::Warning, tr("Quit"),
+                        tr("Some work does not end. Wait for it, or quit anyway? Unsaved results are lost."),
+                        QMessageBox::NoButton, mp_Window);
     question->setObjectName(QStringLiteral("LeaveQuestion"));
     question->setAttribute(Qt::WA_DeleteOnClose);
     auto* wait = question->addButton(tr("Wait"), QMessageBox::RejectRole);
-    auto* leave = question->addButton(tr("Quit without it"), QMessageBox::DestructiveRole);
+    auto* leave = question->addButton(tr("Quit anyway"), QMessageBox::DestructiveRole);
     question->setDefaultButton(wait);
     connect(question, &QMessageBox::finished, this, [this, question, leave] {
         if (question->clickedButton() != static_cast<QAbstractButton*>(leave)) {

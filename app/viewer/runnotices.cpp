@@ -71,10 +71,9 @@ void RunNotices::warnOfMissingTrajectory(const CommandRunPointer& run)
     if (!RunWatcher::isRecording(*run) || run->getArgument(QStringLiteral("sync")) == QLatin1String("0") ||
         TrajectoryHandler::getInstance()->getCount() > 0)
         return;
-    mp_Notices->showMessage(
-        NoticeBar::Kind::Warning,
-        tr("No trajectory is open, so a recording that is synchronised with it holds no frames. Open one with "
-           "File > Open trajectory, or record with \"sync\" off."));
+    mp_Notices->showMessage(NoticeBar::Kind::Warning,
+                            tr("No trajectory is open, so a synchronised recording has no frames. Open one with "
+                               "File > Open trajectory, or record with \"sync\" off."));
 }
 
 void RunNotices::showOutcome(const CommandRunPointer& run, const RunOutcome& outcome)

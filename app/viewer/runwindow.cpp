@@ -73,9 +73,9 @@ int runWindow(const tov::app::Options& options, int& argc, char** argv)
     start.afterCrash = [&setAppearance] {
         setAppearance();
         QMessageBox question(QMessageBox::Warning, QCoreApplication::translate("tov::viewer", "tov crashed"),
-                             QCoreApplication::translate(
-                                 "tov::viewer", "tov crashed when it was started last. Start now without modules "
-                                                "and plug-ins that are not part of it?"));
+                             QCoreApplication::translate("tov::viewer",
+                                                         "tov crashed at its last start. Start now without modules "
+                                                         "and plug-ins that are not part of it?"));
         question.setObjectName(QStringLiteral("SafeModeQuestion"));
         auto* safe = question.addButton(QCoreApplication::translate("tov::viewer", "Start in safe mode"),
                                         QMessageBox::AcceptRole);

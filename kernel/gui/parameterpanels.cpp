@@ -102,8 +102,7 @@ public:
         if (name.isEmpty() || m_Endings.isEmpty() || !endingOf(name).isEmpty())
             return QString();
         const QString example = m_Endings.contains(m_DefaultEnding) ? m_DefaultEnding : m_Endings.first();
-        return QCoreApplication::translate("FilePanel", "The ending of the name says the format, for instance %1.")
-            .arg(example);
+        return QCoreApplication::translate("FilePanel", "The ending selects the format, for instance %1.").arg(example);
     }
     bool isReplaceAgreed() const override { return m_Saves && !m_Agreed.isEmpty() && m_Agreed == mp_Edit->text(); }
 

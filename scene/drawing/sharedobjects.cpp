@@ -124,7 +124,7 @@ unsigned int makeProgram(unsigned int features)
     GLint isLinked = 0;
     gl->glGetProgramiv(program, GL_LINK_STATUS, &isLinked);
     if (!isLinked) {
-        logProblem("the OpenGL driver refuses a shader program: " + problem.simplified());
+        logProblem("the OpenGL driver rejects a shader program: " + problem.simplified());
         gl->glDeleteProgram(program);
         return 0;
     }

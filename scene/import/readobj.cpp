@@ -231,7 +231,7 @@ std::uint32_t ObjReader::index(std::string_view word, std::size_t count) const
     if (value < 0)
         value += (long long)(count) + 1;
     if (value < 1 || value > (long long)(count))
-        fail(tr("the index %1 is out of range, there are %2").arg(text(word), QString::number(count)));
+        fail(tr("the index %1 is out of range; there are %2").arg(text(word), QString::number(count)));
     return std::uint32_t(value - 1);
 }
 

@@ -298,7 +298,7 @@ std::string_view PlyReader::nextLine()
     const auto* newline = static_cast<const char*>(std::memchr(mp_At, '\n', std::size_t(m_Source.end - mp_At)));
     // Header lines are short; a file without line feeds is another format.
     if (!newline || newline - first > 4096)
-        throw ReadError(tr("line %1: this is not a header of a PLY file").arg(m_LineNumber + 1));
+        throw ReadError(tr("line %1: not a valid PLY header line").arg(m_LineNumber + 1));
     mp_At = newline + 1;
     ++m_LineNumber;
     return std::string_view(first, std::size_t(newline - first));
@@ -366,7 +366,7 @@ void PlyReader::readHeader()
             readProperty(words);
     }
     if (!m_HasFormat)
-        fail(tr("the header names no format"));
+        fail(tr("the header has no format line"));
 }
 
 /// Checks that the rest of the file is large enough for what the header declares, before memory is allocated.
@@ -377,7 +377,7 @@ void PlyReader::checkCount(const Element& element, const Body& body) const
         least += m_Format == Format::Ascii ? 2 : sizeOf(property.isList ? property.countType : property.type);
     if (element.count > 0 &&
         (element.properties.empty() || element.count > body.left() / std::max<std::size_t>(1, least) + 1))
-        throw ReadError(tr("the header promises %1 of \"%2\", but the file is too short for them")
+        throw ReadError(tr("the header declares %1 of \"%2\", but the file is too short for them")
                             .arg(QString::number(element.count), QString::fromStdString(element.name)));
 }
 
@@ -446,14 +446,14 @@ void PlyReader::readList(const Property& property, bool isFace, Body& body)
     const double count = body.read(property.countType);
     const std::size_t least = m_Format == Format::Ascii ? 2 : sizeOf(property.type);
     if (!(count >= 0) || count > double(body.left() / least + 1))
-        throw ReadError(tr("a list promises more entries than the file holds"));
+        throw ReadError(tr("a list declares more entries than the file contains"));
     const bool isPolygon = isFace && (property.name == "vertex_indices" || property.name == "vertex_index");
     for (std::size_t k = 0; k < std::size_t(count); ++k) {
         const double value = body.read(property.type);
         if (!isPolygon)
             continue;
         if (!(value >= 0) || value >= double(m_VertexCount))
-            throw ReadError(tr("a face names the vertex %1, there are %2")
+            throw ReadError(tr("a face refers to vertex %1, but there are only %2")
                                 .arg(QString::number(value), QString::number(m_VertexCount)));
         m_Polygon.push_back(std::uint32_t(value));
     }

@@ -140,7 +140,7 @@ SceneElement* readStl(const ReadSource& source)
         if (source.size() < BinaryHeader)
             throw ReadError(tr("the file is too short for an STL file"));
         if (std::size_t(count) > (source.size() - BinaryHeader) / BinaryTriangle)
-            throw ReadError(tr("the header promises %1 triangles, but the file is too short for them").arg(count));
+            throw ReadError(tr("the header declares %1 triangles, but the file is too short for them").arg(count));
         readBinary(source, welder, count);
     }
     checkFinite(welder.geometry.positions);

@@ -190,7 +190,7 @@ SceneElement* SceneImport::readFile(const QString& fileName, const Options& opti
         std::unique_ptr<SceneElement> tree(isOwn && (isGzip || isUtf16(source)) ? readPacked(source, suffix)
                                                                                 : readSource(source, suffix, isAuto));
         if (!hasShape(tree.get()))
-            return fail(tr("there is nothing in it that can be shown"));
+            return fail(tr("it contains nothing to show"));
         if (!tree->getModelData())
             tree->setModelData(std::make_shared<ModelData>());
         ModelData& data = *tree->getModelData();

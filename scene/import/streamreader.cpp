@@ -357,7 +357,7 @@ void StreamReader::readMesh()
         throw ReadError(tr("a coordinate is not a finite number"));
     for (const std::uint32_t index : geometry.indices)
         if (index >= record.vertices)
-            throw ReadError(tr("a face names a vertex that is not there"));
+            throw ReadError(tr("a face refers to a missing vertex"));
     if (record.material != None) {
         if (record.material >= m_Materials.size())
             failIncomplete();
@@ -369,7 +369,7 @@ void StreamReader::readMesh()
         geometry.skin = m_Data->skins[record.skin];
         for (const std::uint16_t joint : geometry.joints)
             if (joint >= geometry.skin->joints.size())
-                throw ReadError(tr("a vertex names a joint that is not there"));
+                throw ReadError(tr("a vertex refers to a missing joint"));
     }
     SceneElement* parent = elementAt(record.node);
     if (geometry.indices.empty())

@@ -272,7 +272,7 @@ const std::vector<Named> Checks = {
              c.wantFile();
          }
      }},
-    {"several", "chunks in memory and in files, an empty one between", 0,
+    {"several", "chunks in memory and in files, an empty one in between", 0,
      [](Check& c) {
          if (auto encoder = c.make()) {
              c.give(*encoder, frames(2), false);
@@ -420,7 +420,7 @@ const std::vector<Named> Checks = {
              encoder->waitForFinish();
          }
      }},
-    {"filling", "a disk that fills up on the way", 1,
+    {"filling", "a disk that fills up during the recording", 1,
      [](Check& c) {
          // Random pixels, so that no format stays below the limit.
          const rlimit limit{20000, 20000};
@@ -432,7 +432,7 @@ const std::vector<Named> Checks = {
              encoder->waitForFinish();
          }
      }},
-    {"abort3", "an abort while a full disk refuses everything", 1,
+    {"abort3", "an abort while the disk is full", 1,
      [](Check& c) {
          if (!QFile::link(QStringLiteral("/dev/full"), c.fileName()))
              std::abort();
@@ -466,7 +466,7 @@ const std::vector<Named> Checks = {
              c.wantFile();
          }
      }},
-    {"rates", "rates of 0, below 0 and beyond measure", 1000,
+    {"rates", "rates of 0, negative and extremely large", 1000,
      [](Check& c) {
          const std::pair<int, int> rows[] = {{0, 0}, {-5, -1}, {1000, 2147483647}, {1, 100}, {2147483647, 1}};
          for (const auto& [fps, rate] : rows)
@@ -475,7 +475,7 @@ const std::vector<Named> Checks = {
                  encoder->waitForFinish();
              }
      }},
-    {"nosize", "no size, and sizes below 0", 1000,
+    {"nosize", "zero and negative sizes", 1000,
      [](Check& c) {
          for (const int size : {0, -2})
              if (auto encoder = c.make(size, size)) {
@@ -483,7 +483,7 @@ const std::vector<Named> Checks = {
                  encoder->waitForFinish();
              }
      }},
-    {"retime", "other times for a finished file", 0, retimeClip, "retimeVideo"},
+    {"retime", "retiming a finished file", 0, retimeClip, "retimeVideo"},
     {"join", "two recordings joined", 0, joinClips, "joinVideos"},
 };
 

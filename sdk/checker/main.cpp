@@ -48,7 +48,7 @@ Answer ask(const QStringList& arguments)
     } else if (!process.waitForFinished(limitMs()) && process.state() != QProcess::NotRunning) {
         process.kill();
         process.waitForFinished();
-        answer.death = QStringLiteral("it does not come back within %1 s; a hook must return, also after an abort")
+        answer.death = QStringLiteral("it does not return within %1 s; a hook must return, also after an abort")
                            .arg(limitMs() / 1000);
     } else if (process.exitStatus() != QProcess::NormalExit) {
         answer.death = QStringLiteral("it crashes (%1); run the plug-in under a debugger or with -fsanitize=address")

@@ -147,7 +147,7 @@ TEST_F(CliTest, AFileThatIsNoSettingsIsLeftAlone)
         QFile file(path("file"));
         ASSERT_TRUE(file.open(QIODevice::ReadOnly));
         const bool foreign = content != settings;
-        EXPECT_EQ(result.err.contains(QStringLiteral("is not a settings file and is left alone")), foreign)
+        EXPECT_EQ(result.err.contains(QStringLiteral("is not a settings file and is not changed")), foreign)
             << result.err.toStdString();
         if (foreign)
             EXPECT_EQ(file.readAll(), content);

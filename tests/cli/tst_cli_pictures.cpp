@@ -36,7 +36,7 @@ TEST_F(CliTest, PicturesThatCannotBeMade)
     write("locked.png", "x");
     const std::pair<QStringList, const char*> rows[] = {
         {{"-o", "a.xyz"}, "unknown picture format 'xyz'; known formats: "},
-        {{"-o", "noending"}, "has no ending that names a picture format"},
+        {{"-o", "noending"}, "does not end in a known picture format"},
         {{"-o", "missing/a.png"}, "there is no folder"},
         {{"-o", "folder.png"}, "folder.png is a folder; name a file"},
         {{"-o", "/dev/full"}, "is not a regular file"},
@@ -98,8 +98,8 @@ TEST_F(CliTest, ModelsThatCannotBeRead)
         {"rubbish.stl", "cannot be opened"},
         {"rubbish.3ds", "cannot be opened"},
         {"rubbish.glb", "cannot be opened"},
-        {"short.ply", "the header promises 1000 of \"vertex\", but the file is too short for them"},
-        {"huge.ply", "the header promises 4294967295 of \"vertex\""},
+        {"short.ply", "the header declares 1000 of \"vertex\", but the file is too short for them"},
+        {"huge.ply", "the header declares 4294967295 of \"vertex\""},
         {"index.obj", "line 4: the index 9 is out of range, there are 3"},
         {"word.obj", "line 1: \"zero\" is no number"},
         {"nan.obj", "line 1: \"nan\" is no number"},

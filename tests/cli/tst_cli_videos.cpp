@@ -107,7 +107,7 @@ TEST_F(CliTest, VideosThatCannotBeMade)
     write("bad.csv", "1,2,3\n4,five,6\n");
     const std::pair<QStringList, const char*> rows[] = {
         {{"-o", "a.xyz", "--turntable", "3"}, "unknown video format 'xyz'; known formats: "},
-        {{"-o", "noending", "--turntable", "3"}, "has no ending that names a video format"},
+        {{"-o", "noending", "--turntable", "3"}, "does not end in a known video format"},
         {{"-o", "missing/a.mp4", "--turntable", "3"}, "there is no folder"},
         {{"-o", "a.mp4", "--turntable", "3", "--size", "40000x64"}, "cannot be drawn here: the limit is"},
         {{"-o", "a.mp4", "--trajectory", "none.csv"}, "there is no such file"},

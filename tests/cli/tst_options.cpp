@@ -169,7 +169,7 @@ TEST(Requests, WhatIsWrongIsOneLineWithTheValue)
         {image + QStringList{"--max-memory", "lots"},
          "--max-memory must be an amount such as 800M or 2G (got \"lots\")"},
         {{"image", "a.obj", "-o", "-"}, "-o - needs --format, e.g. --format png"},
-        {image + QStringList{"--format", "png"}, "--format is for -o -; the ending of a file is its format"},
+        {image + QStringList{"--format", "png"}, "--format is only for -o -; for files the ending selects the format"},
         {{"run"}, "run needs a script, or -c TEXT"},
         {video, "video needs one of --turntable, --trajectory, --animation, --path and --free"},
         {video + QStringList{"--turntable", "5", "--free", "2"},

@@ -656,8 +656,9 @@ TEST_F(FormatTest, RemaindersAreDroppedWithOneRecord)
     encoder->encodeVideoChunk(chunkOf(frame(64, 48, {1, 2, 3, 255}) + QByteArray(100, 'x')), false);
     encoder->encodeVideoChunk(chunkOf(frame(64, 48, {1, 2, 3, 255})), true);
     encoder->waitForFinish();
-    EXPECT_EQ(
-        log.withMessage(QStringLiteral("The last 100 bytes of a chunk are no whole frame and are dropped")).size(), 1u)
+    EXPECT_EQ(log.withMessage(QStringLiteral("The last 100 bytes of a chunk are not a complete frame and are dropped"))
+                  .size(),
+              1u)
         << log.text();
     EXPECT_EQ(streamOf(file)["nb_read_frames"].toString(), "2");
 }
@@ -764,8 +765,7 @@ TEST_F(FormatTest, WhatComesAfterTheLastChunkIsDroppedWithOneRecord)
         for (const bool isLast : {false, true})
             EXPECT_TRUE((encoder.get()->*&Hooks::encodeChunk)(chunk.get(), isLast));
         (encoder.get()->*&Hooks::finishEncoding)();
-        EXPECT_EQ(log.withMessage(QStringLiteral("What comes after the last frame is dropped")).size(), 1u)
-            << log.text();
+        EXPECT_EQ(log.withMessage(QStringLiteral("Data after the last frame is dropped")).size(), 1u) << log.text();
         EXPECT_EQ(errors(), 1) << log.text();
         encoder->waitForFinish();
         EXPECT_EQ(bytes(), whole);

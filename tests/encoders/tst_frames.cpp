@@ -67,7 +67,8 @@ TEST_F(FramesTest, EveryFrameIsAPictureAndTheListPlays)
         EXPECT_TRUE(encoder->encodeVideoChunk(chunkOf(frame(200, 255) + "rest"), true));
         encoder->waitForFinish();
         EXPECT_EQ(
-            log.withMessage(QStringLiteral("The last 4 bytes of a chunk are no whole frame and are dropped")).size(),
+            log.withMessage(QStringLiteral("The last 4 bytes of a chunk are not a complete frame and are dropped"))
+                .size(),
             1u);
         QProcess probe;
         probe.start(QStringLiteral("ffprobe"), {"-v", "error", "-count_frames", "-show_entries",

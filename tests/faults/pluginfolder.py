@@ -104,7 +104,7 @@ SPOILED_CODERS = [
     ('that is a text', lambda name: write(name, b'text\n' * 1000), 'invalid ELF header'),
     ('that ends its process', replace('startexits'), 'ended its process'),
 ]
-HANGING_CODERS = ('that hangs', replace('starthangs'), 'did not come back')
+HANGING_CODERS = ('that hangs', replace('starthangs'), 'did not return')
 OPEN_CODERS = ('that everybody may change', lambda name: os.chmod(name, 0o666), 'everybody may change it')
 
 
@@ -258,11 +258,11 @@ try:
         # The program's own libraries are loaded anyway, others are tried again at the next start.
         write(copy.home + '/libexec/tov-check-encoder', b'#!/bin/sh\nwhile :; do :; done\n')
         shutil.copy(ZOO + 'rawcopy.so', copy.plugins)
-        return copy.judge(['rawcopy.so'], texts=['did not come back'])
+        return copy.judge(['rawcopy.so'], texts=['did not return'])
 
     for name, text in (('needsabsent', 'libabsent.so'), ('undefined', 'nobodyHasThis'),
                        ('otherabi', 'tovGrabEncoderAbi0'), ('startexits', 'ended its process'),
-                       ('startthrows', 'crashed when it was tried'), ('starthangs', 'did not come back')):
+                       ('startthrows', 'crashed when it was tried'), ('starthangs', 'did not return')):
         @case(name)
         def _(copy):
             shutil.copy(ZOO + name + '.so', copy.plugins)
@@ -270,7 +270,7 @@ try:
 
     for name, text in (('needsabsent', 'libabsent.so'), ('undefined', 'nobodyHasThis'),
                        ('startexits', 'ended its process'), ('startthrows', 'crashed when it was tried'),
-                       ('starthangs', 'did not come back'), ('rawcopy', 'it exports no "getFactory"')):
+                       ('starthangs', 'did not return'), ('rawcopy', 'it exports no "getFactory"')):
         @case(name + ' as a module')
         def _(copy):
             shutil.copy(ZOO + name + '.so', copy.modules)
@@ -283,7 +283,7 @@ try:
         for name in names:
             shutil.copy(ZOO + 'starthangs.so', copy.plugins + name)
         shutil.copy(ZOO + 'starthangs.so', copy.modules)
-        return copy.judge([*names, copy.modules + 'starthangs.so'], texts=['did not come back'])
+        return copy.judge([*names, copy.modules + 'starthangs.so'], texts=['did not return'])
 
     @case('the result of a trial is remembered until the file changes')
     def _(copy):

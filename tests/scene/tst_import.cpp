@@ -173,7 +173,7 @@ TEST_F(ImportTest, PlyPromisesAreHeldAgainstTheFile)
     EXPECT_NE(refusal(write("c.ply", start + "element vertex 1\n" + xyz +
                                          "element face 1\nproperty list uchar int vertex_indices\nend_header\n" +
                                          floats({0, 0, 0}) + QByteArray("\x03\xff\xff\xff\xff\0\0\0\0\0\0\0\0", 13)))
-                  .find("a face names the vertex"),
+                  .find("a face refers to vertex"),
               std::string::npos);
     EXPECT_NE(refusal(write("d.ply", "ply\nformat ascii 1.0\nelement vertex 1\nproperty float x\nend_header\n0\n"))
                   .find("no x, y and z"),

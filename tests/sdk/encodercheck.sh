@@ -46,7 +46,7 @@ noencoder|the factory returned no encoder
 overreads|it crashes
 crashes|it crashes
 exits|it ended the process with status 7
-hangs|it does not come back
+hangs|it does not return
 writesnothing|nothing was written
 keepsthefile|the file is there after an abort
 complainsoften|one fault was logged more than once

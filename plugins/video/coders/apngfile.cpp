@@ -190,11 +190,11 @@ QByteArray findDelay(const std::vector<Apng>& parts)
 QString findDifference(const Apng& first, const Apng& part)
 {
     if (part.header != first.header)
-        return QStringLiteral("has another size or another kind of pixels than the first part");
+        return QStringLiteral("differs from the first part in size or pixel format");
     // Pictures with a palette have one each, an animation has one altogether.
     for (const Chunk& chunk : part.chunks)
         if (chunk.type == "PLTE" || chunk.type == "tRNS")
-            return QStringLiteral("has a palette, such parts cannot be joined");
+            return QStringLiteral("has a palette; parts with palettes cannot be joined");
     return QString();
 }
 

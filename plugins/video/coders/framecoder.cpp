@@ -98,7 +98,7 @@ void FrameCoder::codeFrames(QIODevice* chunk)
             return;
         if (m_Finished) {
             // The file is complete; a second header after it would corrupt it.
-            fail(__LINE__, __func__, QStringLiteral("What comes after the last frame is dropped"));
+            fail(__LINE__, __func__, QStringLiteral("Data after the last frame is dropped"));
             break;
         }
         if (!ensureOpen() || !codeFrame(frame))
@@ -108,9 +108,9 @@ void FrameCoder::codeFrames(QIODevice* chunk)
     if (reader.failed())
         fail(__LINE__, __func__, QStringLiteral("A chunk of the recording cannot be read back"));
     else if (reader.remainder() > 0 && !m_Failed && !std::exchange(m_RemainderLogged, true))
-        Logger::log(
-            tov::log::LevelError, m_SourceFile, __LINE__, __func__, nullptr,
-            QStringLiteral("The last %1 bytes of a chunk are no whole frame and are dropped").arg(reader.remainder()));
+        Logger::log(tov::log::LevelError, m_SourceFile, __LINE__, __func__, nullptr,
+                    QStringLiteral("The last %1 bytes of a chunk are not a complete frame and are dropped")
+                        .arg(reader.remainder()));
 }
 
 void FrameCoder::end()

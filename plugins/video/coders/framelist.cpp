@@ -169,9 +169,9 @@ QString joinLists(const QStringList& parts, const std::vector<qint64>& counts, c
             return QStringLiteral("'%1' lists %2 pictures instead of %3")
                 .arg(parts[int(i)], QString::number(lists[i].entries.size()), QString::number(counts[i]));
         if (lists[i].pictureHead != lists.front().pictureHead)
-            return QStringLiteral("'%1' has pictures of another size than the first part").arg(parts[int(i)]);
+            return QStringLiteral("'%1' differs from the first part in picture size").arg(parts[int(i)]);
         if (std::abs(lists[i].entries.front().seconds - lists.front().entries.front().seconds) > 1e-6)
-            return QStringLiteral("'%1' has another frame rate than the first part").arg(parts[int(i)]);
+            return QStringLiteral("'%1' differs from the first part in frame rate").arg(parts[int(i)]);
     }
     const PictureNames names(finalName);
     std::vector<Entry> entries;

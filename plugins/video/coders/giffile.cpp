@@ -177,7 +177,7 @@ QString joinGifs(const QStringList& parts, const std::vector<qint64>& counts, co
             return QStringLiteral("'%1' holds %2 frames instead of %3")
                 .arg(parts[int(i)], QString::number(gif.frames.size()), QString::number(counts[i]));
         if (gif.file.bytes(6, 4) != gifs.front().file.bytes(6, 4))
-            return QStringLiteral("'%1' has another size than the first part").arg(parts[int(i)]);
+            return QStringLiteral("'%1' differs from the first part in size").arg(parts[int(i)]);
     }
     const Gif& first = gifs.front();
     GifOutput written(output);

@@ -163,7 +163,7 @@ QString findDifference(const AVStream& first, const AVStream& other)
 {
     const AVCodecParameters &a = *first.codecpar, &b = *other.codecpar;
     if (a.codec_id != b.codec_id || a.codec_tag != b.codec_tag)
-        return QStringLiteral("has another codec than the first part");
+        return QStringLiteral("differs from the first part in codec");
     if (a.width != b.width || a.height != b.height)
         return QStringLiteral("has %1 x %2 pixels, the first part has %3 x %4")
             .arg(b.width)
@@ -171,10 +171,10 @@ QString findDifference(const AVStream& first, const AVStream& other)
             .arg(a.width)
             .arg(a.height);
     if (a.format != b.format || a.color_space != b.color_space || a.color_range != b.color_range)
-        return QStringLiteral("has another pixel format than the first part");
+        return QStringLiteral("differs from the first part in pixel format");
     if (a.extradata_size != b.extradata_size ||
         (a.extradata_size > 0 && std::memcmp(a.extradata, b.extradata, std::size_t(a.extradata_size)) != 0))
-        return QStringLiteral("was encoded with other settings than the first part");
+        return QStringLiteral("differs from the first part in codec settings");
     return QString();
 }
 
@@ -316,7 +316,7 @@ QString joinPackets(const QStringList& parts, const std::vector<qint64>& counts,
         else if (!difference.isEmpty())
             problem = problemOf(parts[i], difference);
         else if (std::abs(index.rate / indexes.front().rate - 1) > RateTolerance)
-            problem = problemOf(parts[i], QStringLiteral("has %1 frames a second, the first part has %2")
+            problem = problemOf(parts[i], QStringLiteral("has %1 frames per second, the first part has %2")
                                               .arg(index.rate)
                                               .arg(indexes.front().rate));
         total += count;

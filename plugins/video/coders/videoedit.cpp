@@ -137,7 +137,7 @@ QString joinFiles(const QStringList& parts, const std::vector<qint64>& counts, c
         return QStringLiteral("there are no parts to join");
     for (const QString& part : parts)
         if (QFileInfo(part).completeSuffix().section(QLatin1Char('.'), -1) != QFileInfo(output).suffix())
-            return QStringLiteral("'%1' has another format than '%2'").arg(part, output);
+            return QStringLiteral("'%1' and '%2' have different formats").arg(part, output);
     qint64 frames = 0;
     for (const QString& part : parts) {
         const qint64 count = countFrames(*container, part, stop);

@@ -14,7 +14,7 @@ bool cleanKeys(ChannelData& channel, std::size_t valuesPerKey, const std::string
     if (channel.times.empty() || valuesPerKey == 0)
         return refuse("a channel has no keys");
     if (channel.values.size() != channel.times.size() * valuesPerKey)
-        return refuse("a channel has another number of values than its keys need");
+        return refuse("a channel has the wrong number of values for its keys");
     const auto isFinite = [](auto value) { return std::isfinite(value); };
     if (!std::all_of(channel.times.begin(), channel.times.end(), isFinite) ||
         !std::all_of(channel.values.begin(), channel.values.end(), isFinite))

@@ -98,7 +98,7 @@ void AssimpScene::writeNodeChannels(const aiNodeAnim& from, double perSecond, co
 {
     const auto node = m_NodeByName.find(from.mNodeName.C_Str());
     if (node == m_NodeByName.end()) {
-        m_Writer.addWarning(place + " moves the node '" + from.mNodeName.C_Str() + "', which is not there");
+        m_Writer.addWarning(place + " moves the node '" + from.mNodeName.C_Str() + "', which does not exist");
         return;
     }
     const std::uint32_t index = node->second;

@@ -226,7 +226,7 @@ bool Reader::readChannel(const tinygltf::Animation& animation, const tinygltf::A
     if (channel.sampler < 0 || std::size_t(channel.sampler) >= animation.samplers.size() || channel.target_node < 0)
         return false;
     if (std::size_t(channel.target_node) >= m_Nodes.size())
-        throw std::runtime_error(place + " moves a node that is not there");
+        throw std::runtime_error(place + " moves a missing node");
     data.node = m_Nodes[std::size_t(channel.target_node)];
     if (data.node == stream::None)
         return false; // not part of the scene

@@ -94,7 +94,7 @@ void checkRange(const BufferReader::Bytes& bytes, std::size_t offset, std::size_
         return;
     if (offset > bytes.size || element > bytes.size - offset ||
         (count - 1) > (bytes.size - offset - element) / std::max<std::size_t>(stride, 1))
-        fail("an accessor goes beyond its buffer view");
+        fail("an accessor exceeds its buffer view");
 }
 
 } // namespace
@@ -110,10 +110,10 @@ BufferReader::Bytes BufferReader::rawBytes(int buffer, std::size_t offset, std::
                                            const std::string& what) const
 {
     if (buffer < 0 || std::size_t(buffer) >= m_Model.buffers.size())
-        fail(what + " names the buffer " + std::to_string(buffer) + ", which is not there");
+        fail(what + " refers to the buffer " + std::to_string(buffer) + ", which does not exist");
     const auto& data = m_Model.buffers[std::size_t(buffer)].data;
     if (offset > data.size() || length > data.size() - offset)
-        fail(what + " goes beyond its buffer");
+        fail(what + " exceeds its buffer");
     return {data.data() + offset, length, 0};
 }
 
@@ -214,7 +214,7 @@ void BufferReader::putSparse(const tinygltf::Accessor& accessor, Values& values)
         const std::size_t at =
             wholeAt(indices.data + sparse.indices.byteOffset + i * indexSize, sparse.indices.componentType);
         if (at >= accessor.count)
-            fail("a sparse accessor names an element that is not there");
+            fail("a sparse accessor refers to a missing element");
         for (std::size_t c = 0; c < values.components; ++c)
             values.data[at * values.components + c] =
                 numberAt(data.data + sparse.values.byteOffset + i * element + c * size, accessor.componentType,

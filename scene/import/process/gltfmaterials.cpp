@@ -96,7 +96,7 @@ stream::TextureRecord MaterialReader::textureAt(int index, int uvSet, const tiny
     if (index < 0)
         return record;
     if (std::size_t(index) >= m_Model.textures.size()) {
-        m_Writer.addWarning(place + " names the texture " + std::to_string(index) + ", which is not there");
+        m_Writer.addWarning(place + " refers to the texture " + std::to_string(index) + ", which does not exist");
         return record;
     }
     const tinygltf::Texture& texture = m_Model.textures[std::size_t(index)];
@@ -224,7 +224,7 @@ std::uint32_t MaterialReader::material(int index)
         const tinygltf::Material& from = m_Model.materials[std::size_t(index)];
         result = m_Writer.addMaterial(convert(from, label("material", index, from.name)), from.name);
     } else {
-        m_Writer.addWarning("a mesh names the material " + std::to_string(index) + ", which is not there");
+        m_Writer.addWarning("a mesh refers to the material " + std::to_string(index) + ", which does not exist");
     }
     m_Known.emplace(index, result);
     return result;

@@ -233,7 +233,7 @@ void MeshReader::write(const tinygltf::Node& from, std::uint32_t node, std::uint
     if (from.mesh < 0)
         return;
     if (std::size_t(from.mesh) >= m_Model.meshes.size())
-        fail("a node names the mesh " + std::to_string(from.mesh) + ", which is not there");
+        fail("a node refers to the mesh " + std::to_string(from.mesh) + ", which does not exist");
     const tinygltf::Mesh& mesh = m_Model.meshes[std::size_t(from.mesh)];
     for (const tinygltf::Primitive& primitive : mesh.primitives) {
         Source source{primitive, {}, {}, false};

@@ -47,8 +47,8 @@ Bytes inflated(const Bytes& packed)
         used += offered - stream.avail_in;
         filled += room - stream.avail_out;
         if (state != Z_OK && state != Z_STREAM_END)
-            throw std::runtime_error(used == packed.size() ? "the compressed data end too early"
-                                                           : "the compressed data are damaged");
+            throw std::runtime_error(used == packed.size() ? "the compressed data ends too early"
+                                                           : "the compressed data is damaged");
     }
     bytes.resize(filled);
     return bytes;
