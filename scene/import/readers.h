@@ -1,7 +1,7 @@
 #pragma once
 
 #include "scene/geometryelement.h"
-#include "scene/import/sceneimport.h"
+#include "scene/import/readprogress.h"
 
 #include <QByteArray>
 #include <QString>
@@ -27,7 +27,7 @@ struct ReadSource
     QString fileName;
     const char* begin;
     const char* end;
-    const SceneImport::Progress& progress;
+    const ReadProgress& progress;
 
     std::size_t size() const { return std::size_t(end - begin); }
     /// Reports the progress of `at`; throws `ReadCancelled` when the user wants it to stop.

@@ -15,9 +15,6 @@
 #include <QFile>
 #include <QFileInfo>
 
-#include <algorithm>
-#include <array>
-#include <cmath>
 #include <cstring>
 #include <memory>
 
@@ -42,30 +39,6 @@ bool hasShape(const SceneElement* element)
 }
 
 } // namespace
-
-void ReadSource::report(const char* at) const
-{
-    if (progress && !progress(int(double(at - begin) / double(size() ? size() : 1) * 99)))
-        throw ReadCancelled();
-}
-
-std::array<double, 3> originFor(const double* position)
-{
-    // Above this, neighbouring single-precision numbers are a thousandth apart.
-    constexpr double Large = 10000;
-    std::array<double, 3> origin = {0, 0, 0};
-    if (std::max({std::abs(position[0]), std::abs(position[1]), std::abs(position[2])}) > Large)
-        for (std::size_t i = 0; i < 3; ++i)
-            origin[i] = std::floor(position[i]);
-    return origin;
-}
-
-void checkFinite(const std::vector<float>& values)
-{
-    for (const float value : values)
-        if (!std::isfinite(value))
-            throw ReadError(tr("a coordinate is not a finite number"));
-}
 
 QStringList SceneImport::getSuffixes()
 {

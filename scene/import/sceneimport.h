@@ -1,12 +1,11 @@
 #pragma once
 
 #include "kernel/main/export.h"
+#include "scene/import/readprogress.h"
 
 #include <QCoreApplication>
 #include <QString>
 #include <QStringList>
-
-#include <functional>
 
 namespace tov::scene {
 
@@ -17,8 +16,7 @@ class TOV_EXPORT SceneImport
 {
     Q_DECLARE_TR_FUNCTIONS(tov::scene::SceneImport)
 public:
-    /// Percent 0 to 100; return false to cancel. Called on the importing thread.
-    typedef std::function<bool(int percent)> Progress;
+    typedef ReadProgress Progress;
 
     struct Options
     {
