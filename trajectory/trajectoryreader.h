@@ -40,9 +40,9 @@ public:
     static bool readJson(const QByteArray& data, MatrixMapList& list, QString* error);
 };
 
-/// Replaces the values by those of the frames when there are times and the options want them: frame i shows the time
-/// i / fps, positions between two times are interpolated (matrices by translation, rotation and scale), and there are
-/// as many frames as the file lasts. False and one line in `error` for more than `MaxFrames` frames, and for times that
+/// If there are times and the options use them, replaces the values by those of the frames: frame i shows the time i /
+/// fps, positions between two times are interpolated (matrices by translation, rotation and scale), and the frames
+/// cover the duration of the file. False and one line in `error` for more than `MaxFrames` frames, and for times that
 /// do not ascend. Thread: any.
 TOV_EXPORT bool resample(TimedPoints& points, const PlaybackOptions& options, QString* error);
 TOV_EXPORT bool resample(TimedMaps& maps, const PlaybackOptions& options, QString* error);

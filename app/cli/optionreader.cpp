@@ -72,7 +72,7 @@ void OptionReader::readWord(const char* option, const QStringList& words, QStrin
         return;
     const QString word = text(option);
     if (!words.contains(word))
-        fail(tr("--%1: there is no \"%2\"; there are %3")
+        fail(tr("--%1: unknown value \"%2\"; known values: %3")
                  .arg(QLatin1String(option), word, words.join(QStringLiteral(", "))));
     else
         value = word;

@@ -32,7 +32,7 @@ QString expanded(const QString& pattern, const QString& name, const QString& vie
         } else if (key == QLatin1String("n")) {
             text += QString::number(number);
         } else {
-            *error = tr("-o: there is no {%1}; there are {name}, {view} and {n}").arg(key);
+            *error = tr("-o: unknown placeholder {%1}; known: {name}, {view} and {n}").arg(key);
             return QString();
         }
     }

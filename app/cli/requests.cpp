@@ -41,7 +41,7 @@ void readViewNames(OptionReader& reader, const Options& options, QStringList& vi
     for (const QString& list : options.values.at(QStringLiteral("view")))
         for (const QString& name : list.split(QLatin1Char(','))) {
             if (!viewNames().contains(name))
-                reader.fail(tr("--view: there is no view \"%1\"; there are %2")
+                reader.fail(tr("--view: unknown view \"%1\"; known views: %2")
                                 .arg(name, viewNames().join(QStringLiteral(", "))));
             views << name;
         }

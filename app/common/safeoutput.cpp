@@ -36,7 +36,7 @@ bool synchronize(const QString& fileName)
     const int file = open(QFile::encodeName(fileName).constData(), O_RDONLY | O_CLOEXEC);
     if (file < 0)
         return false;
-    // Some file systems cannot synchronise, which is no failure.
+    // Some file systems cannot synchronise, which is not a failure.
     const bool isDone = fsync(file) == 0 || errno == EINVAL || errno == EROFS;
     const int reason = errno;
     close(file);

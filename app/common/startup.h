@@ -25,7 +25,7 @@ struct StartOptions
     std::function<bool()> afterCrash; ///< called when the previous start crashed; true = safe mode now; may be empty
 };
 
-/// Everything that runs behind the program: Qt, the host's libraries, the modules. Made first and destroyed last in
+/// The run-time environment of the program: Qt, the host's libraries, the modules. Created first and destroyed last in
 /// `main`, on the application thread.
 class Startup
 {

@@ -17,9 +17,9 @@ struct VideoProbe
     double seconds = 0; ///< 0 = unknown
 };
 
-/// Makes a finished video play for `seconds`, its frames evenly spaced, without encoding it again. Asks the encoder
+/// Makes a finished video play for `seconds`, its frames evenly spaced, without encoding it again. Uses the encoder
 /// plug-in that knows the file's ending (the symbol "retimeVideo"). False when none does or it fails; the file is then
-/// as it was. Thread: any.
+/// unchanged. Thread: any.
 bool retimeVideo(const QString& fileName, qint64 frames, double seconds);
 
 /// Copies a finished video to another name of the same format, with the files that belong to it (the symbol

@@ -6,7 +6,7 @@
 namespace tov::viewer {
 
 /// A text of a command or its parameter, in the user's language if there is a translation: descriptions and names of
-/// parameters come untranslated, because command texts use them.
+/// parameters are passed untranslated, because command texts use them.
 inline QString commandText(const QString& text)
 {
     return QCoreApplication::translate("Commands", text.toUtf8().constData());

@@ -105,8 +105,8 @@ void MainWindow::createCentre()
     mp_Grid = new PanelGrid(centre);
     mp_Notices = new NoticeBar(centre);
     mp_Runs = new RunsBar(centre);
-    // Notices and runs lie over the views: they come and go, and must not change the views' shape, which is the shape
-    // of pictures.
+    // Notices and runs are overlays: they appear and disappear without changing the views' shape, which is the shape of
+    // pictures.
     auto* layout = new QGridLayout(centre);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(mp_Grid, 0, 0);

@@ -95,7 +95,7 @@ QPointer<QLabel> NoticeBar::showFile(const QString& text, const QString& fileNam
 {
     QWidget* row = add(Kind::Information, text);
     auto* layout = static_cast<QHBoxLayout*>(row->layout());
-    // Some styles leave no room beside the text of a button.
+    // Some styles leave no space next to the text of a button.
     const auto widen = [](QPushButton* button) {
         button->setMinimumWidth(button->fontMetrics().horizontalAdvance(button->text()) + 24);
     };

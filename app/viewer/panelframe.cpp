@@ -17,7 +17,7 @@ namespace tov::viewer {
 
 using tov::gui::ScenePanel;
 
-/// Lies over the view and passes every event on to it.
+/// Covers the view and passes every event on to it.
 class PanelFrame::Guide : public QWidget
 {
 public:

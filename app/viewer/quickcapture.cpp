@@ -44,7 +44,7 @@ bool isEnabled(const QString& command)
     return prototype && !prototype->isDisabled();
 }
 
-/// What the screen shows of a view, in pixels; even, as most video formats need it.
+/// The size of a view on the screen, in pixels; even, as most video formats need it.
 QSize pixelsOf(const ScenePanel& view)
 {
     const auto even = [](double length) { return std::max(2, 2 * int(std::lround(length / 2))); };

@@ -20,7 +20,7 @@ namespace {
 constexpr int ShowAfterMs = 200;
 constexpr qint64 StopPatienceMs = 10000;
 
-/// A run in the user's words: the file that it makes, else what its command says.
+/// A run in the user's words: the file that it makes, else the command's status text.
 QString describe(const tov::main::CommandRun& run)
 {
     const QString fileName = QFileInfo(run.getArgument(QStringLiteral("filename"))).fileName();

@@ -20,7 +20,7 @@ public:
         QString name;
         QSize size;
     };
-    /// Presets that suit pictures or videos; `viewSize` is what the screen shows of the view.
+    /// Presets that suit pictures or videos; `viewSize` is the size of the view on the screen.
     static std::vector<Preset> picturePresets(const QSize& viewSize);
     static std::vector<Preset> videoPresets(const QSize& viewSize);
 

@@ -25,7 +25,7 @@ public:
     static bool isAvailable();
 
     /// Draws what `panel` shows now into an image of `size` pixels and calls `done` with it from the event loop, unless
-    /// `context` is gone by then. False, and nothing is called, when pictures are not available.
+    /// `context` has been destroyed. False, and nothing is called, when pictures are not available.
     static bool take(tov::gui::ScenePanel* panel, const QSize& size, QObject* context,
                      std::function<void(const QImage&)> done);
 };

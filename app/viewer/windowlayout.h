@@ -23,7 +23,7 @@ public:
     void save() const;
     /// Without a stored layout the window gets a size that fits on the screen.
     void restore();
-    /// Hides every bar and dock and fills the screen, or brings everything back as it was.
+    /// Hides every bar and dock and fills the screen, or restores everything.
     void setFullScreen(bool full);
     bool isFullScreen() const { return m_FullScreen; }
 

@@ -24,7 +24,7 @@ class QuickCapture;
 class RecentFiles;
 class TrajectoryBar;
 
-/// What the menus act on. All of it must outlive the menus.
+/// The objects that the menus act on. They must outlive the menus.
 struct WindowParts
 {
     QMainWindow* window;

@@ -111,7 +111,8 @@ bool isTrustedGroup(gid_t group, const ProgramWriters& program)
     return false;
 }
 
-/// What is wrong with one path above or at the library; empty when those who can write it could replace the program.
+/// The problem of the library's path or of a folder above it; empty when only users who could replace the program can
+/// write it.
 QString findPathProblem(const QString& path, bool isFolder, const ProgramWriters& program)
 {
     const std::optional<Writers> writers = findWriters(path);

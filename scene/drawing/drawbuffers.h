@@ -33,9 +33,9 @@ struct GeometryElement::Buffers
     /// upload is finished when this returns, so that every context of the group sees it. A failed upload is not kept:
     /// the names are 0, and the OpenGL error is left for the caller. Thread: the current context's.
     Entry obtain(const GeometryElement& element, bool wantsEdges);
-    /// Leaves the names to be freed by `collect`. Thread: any.
+    /// Queues the names to be freed by `collect`. Thread: any.
     void abandon();
-    /// Leaves a buffer that belongs to no element to be freed by `collect`; 0 is ignored. Thread: any.
+    /// Queues a buffer that belongs to no element, to be freed by `collect`; 0 is ignored. Thread: any.
     static void abandon(const QPointer<QOpenGLContextGroup>& group, unsigned int name);
     /// The same for a renderbuffer.
     static void abandonRenderbuffer(const QPointer<QOpenGLContextGroup>& group, unsigned int name);

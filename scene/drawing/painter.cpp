@@ -207,7 +207,8 @@ void Painter::addSurface(std::size_t item)
         m_Calls.push_back(makeCall(item, Content::Features, *m_EdgeMaterial));
 }
 
-/// The far sides by the farthest corner, the near sides by the nearest: so glass within glass is drawn in between.
+/// Far sides are sorted by the farthest corner, near sides by the nearest, so that glass within glass is drawn in
+/// between.
 void Painter::addBlended(Call call, const DrawItem& item)
 {
     const auto [nearest, farthest] = m_View.depthRange(item.element->getBox(), item.toScene);

@@ -100,7 +100,7 @@ TEST_F(CliTest, ModelsThatCannotBeRead)
         {"rubbish.glb", "cannot be opened"},
         {"short.ply", "the header declares 1000 of \"vertex\", but the file is too short for them"},
         {"huge.ply", "the header declares 4294967295 of \"vertex\""},
-        {"index.obj", "line 4: the index 9 is out of range, there are 3"},
+        {"index.obj", "line 4: the index 9 is out of range; there are 3"},
         {"word.obj", "line 1: \"zero\" is no number"},
         {"nan.obj", "line 1: \"nan\" is no number"},
         {"model.xyz", "files of the type \"xyz\" cannot be read"},

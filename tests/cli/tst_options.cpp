@@ -145,7 +145,7 @@ TEST(Requests, WhatIsWrongIsOneLineWithTheValue)
         {image + QStringList{"--size", "0x5"},
          "--size must be a size such as 1280x720, at most 65535x65535 (got \"0x5\")"},
         {image + QStringList{"--view", "front,up"},
-         "--view: there is no view \"up\"; there are front, back, left, right, top, bottom, iso"},
+         "--view: unknown view \"up\"; known views: front, back, left, right, top, bottom, iso"},
         {image + QStringList{"--view", "front", "--like", "b.png"},
          "only one of --view, --camera, --like, --position and --transform can be given"},
         {image + QStringList{"--background", "reddish"},
@@ -160,11 +160,12 @@ TEST(Requests, WhatIsWrongIsOneLineWithTheValue)
         {image + QStringList{"--fov", "0"}, "--fov must be a number from 1 to 150 (got \"0\")"},
         {image + QStringList{"--zoom", "inf"}, "--zoom must be a number from 1e-06 to 1e+06 (got \"inf\")"},
         {image + QStringList{"--position", "1,2"}, "--position must be three numbers, e.g. 1,0,-2.5 (got \"1,2\")"},
-        {image + QStringList{"--light", "sun"}, "--light: there is no \"sun\"; there are studio, headlight, none"},
+        {image + QStringList{"--light", "sun"},
+         "--light: unknown value \"sun\"; known values: studio, headlight, none"},
         {image + QStringList{"--show", "all"},
-         "--show: there is no \"all\"; there are surface, edges, wireframe, points"},
+         "--show: unknown value \"all\"; known values: surface, edges, wireframe, points"},
         {image + QStringList{"--model-up", "Y"},
-         "--model-up: there is no \"Y\"; there are +X, -X, +Y, -Y, +Z, -Z, auto"},
+         "--model-up: unknown value \"Y\"; known values: +X, -X, +Y, -Y, +Z, -Z, auto"},
         {image + QStringList{"--quality", "101"}, "--quality must be a whole number from 0 to 100 (got \"101\")"},
         {image + QStringList{"--max-memory", "lots"},
          "--max-memory must be an amount such as 800M or 2G (got \"lots\")"},
@@ -254,7 +255,7 @@ TEST(Results, ArePlannedByViewAndModel)
     EXPECT_EQ(error, "two results have the name 'a.png'; use {name}, {view} or {n} in -o");
     output.pattern = QStringLiteral("{model}.png");
     EXPECT_TRUE(planResults({"a.obj"}, {}, output, number, &error).empty());
-    EXPECT_EQ(error, "-o: there is no {model}; there are {name}, {view} and {n}");
+    EXPECT_EQ(error, "-o: unknown placeholder {model}; known: {name}, {view} and {n}");
 }
 
 TEST(JobLines, AreSplitLikeAShellDoes)

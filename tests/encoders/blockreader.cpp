@@ -64,7 +64,7 @@ int gifFrames(Bytes& bytes)
     for (;;) {
         const int kind = bytes.byte();
         if (kind == 0x3b) {
-            require(bytes.atEnd(), "bytes behind the trailer");
+            require(bytes.atEnd(), "bytes after the trailer");
             require(!controlled, "a control extension without an image");
             return frames;
         }
@@ -139,7 +139,7 @@ int apngFrames(Bytes& bytes)
             require(frames == 1, "the picture is the first frame");
             hasPicture = hasData = true;
         } else if (type == "IEND") {
-            require(bytes.atEnd(), "bytes behind the end");
+            require(bytes.atEnd(), "bytes after the end");
             require(hasData && announced == frames, "announced frames");
             return frames;
         }

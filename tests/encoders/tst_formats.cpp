@@ -537,7 +537,7 @@ TEST_F(FormatTest, AFinishedMp4IsOneIndexedFileThatSeeks)
         EXPECT_GE(all.at(places + 11), 5);
         EXPECT_LE(all.at(places + 11), 104 / 4);
         const QJsonObject stream = streamOf(file);
-        EXPECT_EQ(stream["nb_frames"].toString(), "104") << "the index says so";
+        EXPECT_EQ(stream["nb_frames"].toString(), "104") << "according to the index";
         EXPECT_NEAR(stream["duration"].toString().toDouble(), 4.16, 0.001);
         EXPECT_NEAR(stream["start_time"].toString().toDouble(), 0.0, 0.001);
         // Frame 60 has its marker at this position: 128 / 8 = 16 positions.
@@ -979,7 +979,7 @@ TEST_F(FormatTest, RatesThatNoVideoHasLeaveAWholeFileOrOneRecord)
             held += failures() == before;
             QFile::remove(file);
         }
-    std::printf("rates that no video has: %d of %d, %d of them whole files\n", held,
+    std::printf("impossible rates: %d of %d, %d of them complete files\n", held,
                 int(everySuffix().size() * std::size(rates)), whole);
 }
 

@@ -48,7 +48,7 @@ protected:
     void SetUp() override
     {
         if (!qEnvironmentVariableIsEmpty("LD_PRELOAD"))
-            GTEST_SKIP() << "with a library preloaded nothing is remembered";
+            GTEST_SKIP() << "with a preloaded library nothing is cached";
         // The process that tries new plug-ins writes the cache already.
         all = encoders(&loaded);
         ASSERT_FALSE(note.isEmpty());

@@ -159,7 +159,8 @@ protected:
         return prototype;
     }
     static int contexts() { return tov::scene::_GlobalContext()->glContext()->shareGroup()->shares().size(); }
-    /// False while a thread of a command exists. Qt reports its end a moment before it and its descriptors are gone.
+    /// False while a thread of a command exists. Qt reports its end a moment before the thread and its descriptors are
+    /// released.
     static bool isQuiet()
     {
         for (const std::string& name : tov::test::threadNames())
@@ -216,7 +217,7 @@ protected:
         EXPECT_EQ(QFileInfo::exists(name), done);
         if (done) {
             EXPECT_EQ(QFileInfo(name).size(), m_Journal.totalSize());
-            EXPECT_EQ(m_Journal.totalSize() % (32 * 32 * 4), 0) << "whole frames only";
+            EXPECT_EQ(m_Journal.totalSize() % (32 * 32 * 4), 0) << "complete frames only";
         }
         {
             std::lock_guard<std::mutex> guard(m_Journal.mutex);

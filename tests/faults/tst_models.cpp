@@ -219,7 +219,7 @@ std::string defectOf(const SceneElement& root)
             if (index >= part->getVertices().size())
                 return "an index names no vertex";
         if (part->getIndices().empty() || part->getIndices().size() % std::size_t(part->getKind()) != 0)
-            return "a primitive is not whole";
+            return "a primitive is not complete";
     }
     return std::string();
 }

@@ -565,7 +565,7 @@ TEST_F(EncoderTest, AbortRemovesOnlyFiles)
     encoder.abortEncoding();
     EXPECT_TRUE(log.records().empty()) << log.text();
     ASSERT_EQ(encoder.calls.size(), 1u);
-    EXPECT_FALSE(encoder.calls[0].isLast) << "closed, all the same";
+    EXPECT_FALSE(encoder.calls[0].isLast) << "closed nevertheless";
     EXPECT_FALSE(encoder.hasOutput());
 }
 
@@ -592,7 +592,7 @@ TEST_F(EncoderTest, AbortAfterTheEndRemovesNothing)
     encoder.waitForFinish();
     LogCapture log;
     encoder.abortEncoding();
-    EXPECT_TRUE(QFile::exists(path("a.bin"))) << "there is no output any more to remove";
+    EXPECT_TRUE(QFile::exists(path("a.bin"))) << "no output is left to remove";
     EXPECT_TRUE(encoder.aborted());
     EXPECT_TRUE(log.records().empty()) << log.text();
     EXPECT_EQ(encoder.taken("finish").size(), 2u) << "once a clean-up";

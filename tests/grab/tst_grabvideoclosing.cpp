@@ -71,7 +71,7 @@ TEST_F(GrabVideoClosing, RecordingsEndAtRandomMomentsAndLeaveNothing)
     // OpenGL allocates resources for the process during the first recording.
     std::size_t threadsBefore = 0, descriptorsBefore = 0;
     int contextsBefore = 0;
-    // A thread of Qt reports its end a moment before it and its descriptors are gone.
+    // Qt reports the end of a thread a moment before the thread and its descriptors are released.
     const auto quiet = [] {
         for (const std::string& name : tov::test::threadNames())
             if (name == "Command" || name == "Grabber" || name == "SyncedGrabber" || name == "QThread")

@@ -206,7 +206,7 @@ TEST(ModuleLibrary, RegistersEventsAndCommandsInTheSpecifiedOrder)
     }
     steps().clear();
     recycleFactory();
-    EXPECT_EQ(steps().size(), 1u) << "the factory takes back what it registered";
+    EXPECT_EQ(steps().size(), 1u) << "the factory unregisters its resources";
     library.unload();
     const QString unregistered = QStringLiteral("unregister resources 2");
     EXPECT_EQ(steps(), (std::vector<Step>{{unregistered, before + 107}, {unregistered, before + 107}}));
@@ -337,7 +337,7 @@ TEST(ModuleLibrary, StartingLoadsTheEncodersAndTheModulesEndUnloadsThem)
     EXPECT_FALSE(isLoaded());
     std::vector<bool> loadedAtMessage;
     module->initialize([&](const QString&) { loadedAtMessage.push_back(isLoaded()); });
-    EXPECT_EQ(loadedAtMessage, (std::vector<bool>{false, false})) << "both messages come before";
+    EXPECT_EQ(loadedAtMessage, (std::vector<bool>{false, false})) << "both messages precede";
     EXPECT_TRUE(isLoaded());
     module->finalize();
     EXPECT_TRUE(isLoaded()) << "nothing ends before the module does";
@@ -469,7 +469,7 @@ TEST(ModuleLoading, TheModuleCanBeUnloadedDuringARecordingAndAPicture)
                 const bool exists = QFile::exists(file);
                 EXPECT_TRUE(exists || moment != Finished);
                 if (video) {
-                    EXPECT_EQ(QFileInfo(file).size() % (64 * 48 * 4), 0) << "whole frames only";
+                    EXPECT_EQ(QFileInfo(file).size() % (64 * 48 * 4), 0) << "complete frames only";
                 } else if (exists) {
                     EXPECT_EQ(QImage(file).width(), 3000);
                 }

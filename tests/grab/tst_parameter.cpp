@@ -175,7 +175,7 @@ TEST_F(ParameterTest, CastStringAndTakeValueFromFreeTheOldValueOnlyWhenOwned)
     ASSERT_TRUE(parameter.castString(QStringLiteral("x")));
     auto* second = static_cast<Counted*>(parameter.getValuePointer());
     EXPECT_NE(second, first);
-    EXPECT_EQ(Counted::alive, 2) << "the old one is left alone";
+    EXPECT_EQ(Counted::alive, 2) << "the old one is not changed";
     other.setValuePointer(new Counted);
     parameter.takeValueFrom(&other);
     EXPECT_EQ(Counted::alive, 3);
@@ -231,7 +231,7 @@ TEST_F(ParameterTest, TheBoundMemberEqualsTheValueAfterEveryOperation)
     CountedParameter parameter = makeCounted();
     Counted* member = new Counted;
     parameter.bindTo(&member);
-    EXPECT_EQ(parameter.getValuePointer(), member) << "what the member holds becomes the value";
+    EXPECT_EQ(parameter.getValuePointer(), member) << "the value of the member becomes the value";
     EXPECT_TRUE(parameter.hasValue());
     ASSERT_TRUE(parameter.castString(QStringLiteral("x")));
     EXPECT_EQ(parameter.getValuePointer(), member);
@@ -342,7 +342,7 @@ TEST_F(ParameterTest, AThrowingDeletionInsideAConversionKeepsTheOldValue)
     EXPECT_EQ(parameter.getValuePointer(), value);
     ASSERT_EQ(log.records().size(), 1u);
     EXPECT_EQ(log.records()[0].line, 87);
-    EXPECT_EQ(Counted::alive, 1) << "the new value is not left behind";
+    EXPECT_EQ(Counted::alive, 1) << "the new value is not leaked";
     delete value;
 }
 

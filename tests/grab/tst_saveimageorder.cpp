@@ -1,4 +1,4 @@
-// The order of what `saveImage` does, and what it survives.
+// The order of the steps of `saveImage`, and the failures that it survives.
 
 #include "grab/commands/grabimage.h"
 #include "kernel/commands/commandprocessor.h"

@@ -264,7 +264,7 @@ TEST_F(RegistryTest, AMissingDependencyIsALoadFailure)
         << message.toStdString();
     EXPECT_TRUE(message.contains(QStringLiteral("libabsent.so"))) << message.toStdString();
     expectRecord(log.records()[0], "refreshPlugins", message);
-    EXPECT_EQ(keys().size(), 2) << "the good one is used all the same";
+    EXPECT_EQ(keys().size(), 2) << "the good one is used nevertheless";
 }
 
 TEST_F(RegistryTest, FilesAreLoadedByNameCaseInsensitively)

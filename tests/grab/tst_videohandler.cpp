@@ -360,7 +360,7 @@ TEST_F(VideoHandlerTest, AClosedPanelEndsTheCaptureAfterTheFrame)
     handler.stopGrabbing();
     const auto chunks = m_Journal.seen();
     EXPECT_TRUE(chunks.back().isLast);
-    EXPECT_EQ(m_Journal.totalSize() % (32 * 24 * 4), 0) << "whole frames only";
+    EXPECT_EQ(m_Journal.totalSize() % (32 * 24 * 4), 0) << "complete frames only";
     EXPECT_TRUE(m_Log.withMessage(QStringLiteral("Could not make OpenGL context current!")).empty());
 }
 

@@ -1,4 +1,4 @@
-// The order of what a recording does, and what it does when threads, OpenGL or memory fail.
+// The order of the steps of a recording, and its behaviour when threads, OpenGL or memory fail.
 
 #include "grab/videohandler.h"
 

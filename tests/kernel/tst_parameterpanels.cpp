@@ -53,14 +53,14 @@ TEST(FileParameterPanel, NamesNeedAnEndingOfTheDialog)
         EXPECT_TRUE(editor.takes(QString::fromLatin1(name))) << name;
     for (const char* name : {"a", "a.", "mp4", ".mp4", "/tmp/.hq.mp4x", "a.mp", "a.png", "a.mp4/b"})
         EXPECT_FALSE(editor.takes(QString::fromLatin1(name))) << name;
-    EXPECT_EQ(editor.panel->getProblem(), "The ending of the name says the format, for instance .mp4.");
+    EXPECT_EQ(editor.panel->getProblem(), "The ending selects the format, for instance .mp4.");
 }
 
 TEST(FileParameterPanel, WithoutADefaultTheExampleIsTheFirstEnding)
 {
     FileEditor editor({"Old films (*.avi)", "Raw (*.raw)"});
     EXPECT_FALSE(editor.takes(QStringLiteral("a")));
-    EXPECT_EQ(editor.panel->getProblem(), "The ending of the name says the format, for instance .avi.");
+    EXPECT_EQ(editor.panel->getProblem(), "The ending selects the format, for instance .avi.");
 }
 
 TEST(FileParameterPanel, ADialogForAllFilesAcceptsAnyName)

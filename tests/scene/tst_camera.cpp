@@ -106,7 +106,7 @@ TEST(Camera, AzimuthElevationAndRollAreRelativeToAView)
     expectNear(camera.position(), {0, 1, 0}, 1e-12);
     Camera rolled;
     rolled.orbit(0, 0, 90);
-    // The picture turns counter-clockwise: what was up is on the left.
+    // The picture turns counter-clockwise: what was at the top is on the left.
     const auto above = transformed(rolled.rotation, 0, 1, 0);
     expectNear(above, {-1, 0, 0}, 1e-12);
 }
@@ -304,7 +304,7 @@ TEST(Camera, RaysGoThroughWhatTheyPointAt)
             for (std::size_t i = 0; i < 3; ++i)
                 square += std::pow(ray->origin[i] + along * ray->direction[i] - point[i], 2);
             EXPECT_LT(std::sqrt(square), 1e-6);
-            EXPECT_GT(along, 0) << "the ray goes forwards";
+            EXPECT_GT(along, 0) << "the ray points forwards";
         }
     }
     EXPECT_FALSE(rayThrough(Matrix4(), 0, 0, 1));

@@ -154,7 +154,7 @@ TEST_F(DrawFaultsTest, AnUploadThatFailsIsTriedAgain)
         EXPECT_GT(covered(picture()), 100) << refused;
         const int uploads = bufferUploads;
         picture();
-        EXPECT_EQ(bufferUploads, uploads) << "what was uploaded is kept";
+        EXPECT_EQ(bufferUploads, uploads) << "uploaded buffers are kept";
     }
 }
 

@@ -273,7 +273,7 @@ TEST_F(DrawingTest, SmoothEdgesFadeIntoTheBackground)
     setLight(SceneLook::Light::None, 4);
     scene->setRootNode(rootOf({element(sphere(32), Material())}));
     QImage picture = drawn(Size, Size, -0.5, 0.5, -0.5, 0.5, at(3), 3, 7, {}, QColor(40, 80, 120, 0));
-    // What the framebuffer holds is not divided by alpha.
+    // The content of the framebuffer is not divided by alpha.
     ASSERT_TRUE(picture.reinterpretAsFormat(QImage::Format_ARGB32));
     int partial = 0;
     for (int y = 0; y < Size; ++y)

@@ -123,11 +123,11 @@ TEST_F(ImportTest, ObjErrorsNameTheLine)
 {
     EXPECT_EQ(refusal(write("a.obj", "v 0 0\n")), " cannot be opened: line 1: a number is missing");
     EXPECT_EQ(refusal(write("b.obj", "v 0 0 0\nf 1 2 3\n")),
-              " cannot be opened: line 2: the index 2 is out of range, there are 1");
+              " cannot be opened: line 2: the index 2 is out of range; there are 1");
     EXPECT_EQ(refusal(write("c.obj", "v 0 0 0\nv 0 0 0\nf 1 2\n")),
               " cannot be opened: line 3: a face needs three vertices");
     EXPECT_EQ(refusal(write("d.obj", "v 0 0 0\n\nf 0 0 0\n")),
-              " cannot be opened: line 3: the index 0 is out of range, there are 1");
+              " cannot be opened: line 3: the index 0 is out of range; there are 1");
     EXPECT_EQ(refusal(write("e.obj", "v 1e99 0 0\n")), " cannot be opened: line 1: \"1e99\" is not a number");
 }
 

@@ -258,7 +258,7 @@ TEST_F(PanelTest, TheGuideFrameDimsOnlyWhatIsOutside)
     for (int x = 0; x < 200; ++x)
         changed += guided.pixel(x, 50) != plain.pixel(x, 50);
     EXPECT_NEAR(changed, 100, 1) << "up to the edge of the frame";
-    // The next drawing is not disturbed by what the frame was drawn with.
+    // The next drawing is not affected by the state that the frame was drawn with.
     panel->setGuideAspect(0);
     EXPECT_EQ(panel->grabFramebuffer(), plain);
 }

@@ -171,7 +171,7 @@ TEST_F(SceneTest, EditsWaitForLockersWhileDrawingGoesOn)
         SceneEdit edit(scene.get(), SceneLocker::LockTransforms);
         edited = true;
     });
-    // Drawing takes the scene lock, which nobody holds.
+    // Drawing takes the scene lock, which is not held.
     for (int i = 0; i < 50; ++i) {
         scene->lock();
         scene->unlock();
@@ -436,6 +436,6 @@ TEST_F(SceneTest, TheCameraTurnsMovesAndZooms)
     panel->orbit(0, 0);
     for (int i = 0; i < 16; ++i)
         EXPECT_NEAR(panel->getScaledTransformMatrix().data()[i], front.data()[i], 1e-6)
-            << "the camera goes on from there";
+            << "the camera continues from there";
     Viewer::getInstance()->closePanel(panel);
 }

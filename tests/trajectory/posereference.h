@@ -27,7 +27,7 @@ struct PoseReference
     std::function<ReferencePose(double seconds)> poseAt;
 };
 
-/// glTF 2.0: the first animation of a file whose buffers are beside it or inside.
+/// glTF 2.0: the first animation of a file whose buffers are next to it or embedded.
 PoseReference gltfReference(const QString& fileName);
 /// Biovision hierarchy: the joints, at the frames of the file.
 PoseReference bvhReference(const QString& fileName);

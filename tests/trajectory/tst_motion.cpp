@@ -207,7 +207,7 @@ TEST_F(MotionTest, TurntablesNeverCropTheModel)
                     handler()->setPosition(i);
                     largest = std::max(largest, reach(panel));
                 }
-                EXPECT_LE(largest, 1 / 1.032) << "videos see a little less than pictures";
+                EXPECT_LE(largest, 1 / 1.032) << "videos show a little less than pictures";
                 EXPECT_GE(largest, 0.9) << "no farther than needed";
                 Viewer::getInstance()->closePanel(panel);
             }
@@ -544,7 +544,7 @@ TEST_F(MotionTest, TheApplicationThreadNeverWaitsForAPicture)
         SceneLocker picture(scene.get(), SceneLocker::LockAll);
         handler()->getTrajectoryInfo()->setPosition(1); // would never return
         handler()->getTrajectoryInfo()->setPosition(2);
-        EXPECT_EQ(carrier->getTransform()(0, 3), 1) << "the picture keeps the scene as it is";
+        EXPECT_EQ(carrier->getTransform()(0, 3), 1) << "the picture keeps the scene unchanged";
         // A turntable moves no element, so it continues.
         auto* panel = newPanel();
         const Matrix4 before = panel->getScaledTransformMatrix();
@@ -552,7 +552,8 @@ TEST_F(MotionTest, TheApplicationThreadNeverWaitsForAPicture)
         handler()->setPosition(1);
         EXPECT_GT(difference(panel->getScaledTransformMatrix(), before), 0.1);
     }
-    EXPECT_TRUE(processUntil([&] { return carrier->getTransform()(0, 3) == 7; })) << "the last position is made up for";
+    EXPECT_TRUE(processUntil([&] { return carrier->getTransform()(0, 3) == 7; }))
+        << "the last position is set afterwards";
 }
 
 TEST_F(MotionTest, ASceneThatIsLoadedLaterIsPutInPlace)

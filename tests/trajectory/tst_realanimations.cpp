@@ -120,7 +120,7 @@ protected:
         std::for_each(pose.joints.begin(), pose.joints.end(), add);
         return std::hypot(box.high[0] - box.low[0], box.high[1] - box.low[1], box.high[2] - box.low[2]);
     }
-    /// Adds up how far a reference moves, so that a model that stands still is noticed.
+    /// Adds up how far a reference moves, so that a model that does not move is detected.
     static double travel(const ReferencePose& a, const ReferencePose& b)
     {
         double way = 0;

@@ -149,7 +149,7 @@ TEST_F(TrajectoryTest, AShorterPathCutsThePosition)
     const auto& before = info->getPoints();
     info->setPoints({{0, 0, 0}});
     EXPECT_EQ(info->getPosition(), 0u);
-    EXPECT_EQ(before.size(), 3u) << "a list once handed out stays as it is";
+    EXPECT_EQ(before.size(), 3u) << "a returned list stays unchanged";
     EXPECT_EQ(info->getPoints().size(), 1u);
     auto* advanced = handler()->getAdvancedTrajectoryInfo();
     advanced->setMatrixMapList(MatrixMapList(5));

@@ -40,7 +40,7 @@ TEST_F(WindowAfterFault, TheNextRecordingsAreWhole)
 {
     const QStringList faulty = qEnvironmentVariable("TOV_FAULTY").split(',', Qt::SkipEmptyParts);
     if (faulty.isEmpty())
-        GTEST_SKIP() << "there is no plug-in that goes wrong";
+        GTEST_SKIP() << "no failing plug-in was found";
     openSample();
     // One frame per chunk: many chunks.
     tovSettings().setValue("settings/grabvideotempfilesize", 1);

@@ -19,7 +19,7 @@ protected:
     void SetUp() override
     {
         if (!QFile::exists(QCoreApplication::applicationDirPath() + QStringLiteral("/plugins/video/troublesome.so")))
-            GTEST_SKIP() << "there are no plug-ins that go wrong";
+            GTEST_SKIP() << "no failing plug-ins were found";
         WindowTest::SetUp();
     }
     void TearDown() override

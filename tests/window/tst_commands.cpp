@@ -160,7 +160,7 @@ TEST_F(WindowCommands, WrongInputIsMarkedAtItsField)
         bool marked = false;
         for (auto* label : dialog->findChildren<QLabel*>())
             marked = marked || (label->text().contains(".png") && label->styleSheet().contains("color"));
-        EXPECT_TRUE(marked) << "nothing says what is wrong with the name";
+        EXPECT_TRUE(marked) << "no message explains the problem of the name";
         type(dialog, "filename", file("picture.PNG"));
         EXPECT_TRUE(ok->isEnabled());
         QTest::keyClick(dialog, Qt::Key_Escape);
@@ -379,7 +379,7 @@ TEST_F(WindowCommands, SceneChangesWaitForALargePicture)
     ASSERT_TRUE(processUntil([] { return runs().empty() || runs().front()->getText() == "Building tiles"; }));
     ASSERT_FALSE(runs().empty()) << "the picture was done too early to tell anything";
     tree->topLevelItem(0)->setCheckState(0, Qt::Unchecked);
-    EXPECT_FALSE(runs().empty()) << "the window stood still until the picture was done";
+    EXPECT_FALSE(runs().empty()) << "the window was blocked until the picture was done";
     ASSERT_TRUE(waitForNoRuns());
     auto* panel = window().getPanelGrid()->getActivePanel();
     EXPECT_TRUE(processUntil([&] { return !showsSomething(panel->grabFramebuffer()); }))
@@ -445,7 +445,7 @@ TEST_F(WindowCommands, AntiAliasingChangesAtOnce)
     triggerWithDialog(menuAction("File", "Preferences"), "PreferencesDialog", [&](QWidget* dialog) {
         auto* samples = dialog->findChild<QComboBox*>("Samples");
         ASSERT_NE(samples, nullptr);
-        EXPECT_EQ(samples->currentData().toInt(), before) << "the dialog shows what is in use";
+        EXPECT_EQ(samples->currentData().toInt(), before) << "the dialog shows the values in use";
         samples->setCurrentIndex(samples->findData(before == 8 ? 2 : 8));
         dialog->close();
     });

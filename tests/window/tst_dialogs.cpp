@@ -176,7 +176,7 @@ TEST_F(WindowDialogs, PaletteIsChangedAtOnce)
         palette->setCurrentIndex(palette->findData("dark"));
         EXPECT_LT(QApplication::palette().color(QPalette::Window).lightness(), 100);
         EXPECT_GT(QApplication::palette().color(QPalette::WindowText).lightness(), 180);
-        EXPECT_LT(window().palette().color(QPalette::Window).lightness(), 100) << "what is open changes, too";
+        EXPECT_LT(window().palette().color(QPalette::Window).lightness(), 100) << "open widgets change, too";
         palette->setCurrentIndex(palette->findData("light"));
         EXPECT_GT(QApplication::palette().color(QPalette::Window).lightness(), 180);
         palette->setCurrentIndex(palette->findData(QString()));

@@ -14,7 +14,7 @@ TEST_F(WindowDisplayGone, ARecordingRunsUntilThen)
 {
     const QString video = qEnvironmentVariable("TOV_RECORD_TO");
     if (video.isEmpty())
-        GTEST_SKIP() << "nobody is there to end the display";
+        GTEST_SKIP() << "no process will end the display";
     openSample();
     ASSERT_TRUE(record(video, QStringLiteral(" width=160 height=120 sync=0")));
     std::puts("recording");

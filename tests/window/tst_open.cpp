@@ -125,7 +125,7 @@ TEST_F(WindowOpen, BadFilesAreToldAndTheSceneStays)
         EXPECT_EQ(window().getSceneTree()->topLevelItemCount(), elements);
         EXPECT_EQ(TrajectoryHandler::getInstance()->getCount(), 0u);
     }
-    EXPECT_EQ(tov::viewer::RecentFiles::getFiles().size(), 1) << "a file that could not be opened is no recent file";
+    EXPECT_EQ(tov::viewer::RecentFiles::getFiles().size(), 1) << "a file that could not be opened is not a recent file";
 }
 
 TEST_F(WindowOpen, RecentFilesKeepASmallPictureAndOpenAgain)
@@ -156,7 +156,7 @@ TEST_F(WindowOpen, OpeningCanBeStopped)
     window().cancelOpening();
     ASSERT_TRUE(processUntil([this] { return !window().isOpening(); }));
     EXPECT_EQ(window().getSceneTree()->topLevelItemCount(), 0);
-    EXPECT_TRUE(window().getNotices()->getTexts().isEmpty()) << "a stop is no failure";
+    EXPECT_TRUE(window().getNotices()->getTexts().isEmpty()) << "a stop is not a failure";
 }
 
 TEST_F(WindowOpen, ASignalWhileLoadingClosesTheWindowWithoutAQuestion)

@@ -75,7 +75,7 @@ TEST_F(WindowPanels, MouseOrbitsPansAndZooms)
     EXPECT_NEAR(orbited(2, 3), fitted(2, 3), std::abs(fitted(2, 3)) * 0.6);
     drag(panel(), Qt::RightButton, QPoint(100, 100), QPoint(160, 100));
     const Matrix4 panned = panel()->getScaledTransformMatrix();
-    EXPECT_GT(panned(0, 3), orbited(0, 3)) << "what is seen follows the pointer to the right";
+    EXPECT_GT(panned(0, 3), orbited(0, 3)) << "the picture follows the pointer to the right";
     EXPECT_NEAR(panned(1, 3), orbited(1, 3), 1e-6);
     EXPECT_EQ(panelsWithMenuShown(), 0) << "a drag with the right button asks for no menu";
     const double before = distance();

@@ -20,7 +20,7 @@ class WindowStuck : public WindowTest
 TEST_F(WindowStuck, AnEncoderThatHangsIsToldAndTheWindowCanBeLeft)
 {
     if (!QFile::exists(QCoreApplication::applicationDirPath() + QStringLiteral("/plugins/video/misbehaves.so")))
-        GTEST_SKIP() << "there is no plug-in that hangs";
+        GTEST_SKIP() << "no hanging plug-in was found";
     openSample();
     tov::main::CommandArguments arguments;
     arguments.named = {{QStringLiteral("filename"), file("stuck.hangs")},

@@ -239,7 +239,7 @@ QString joinApngs(const QStringList& parts, const std::vector<qint64>& counts, c
     }
     const QByteArray delay = findDelay(apngs);
     if (delay.isEmpty())
-        return QStringLiteral("'%1' does not say how long its frame is shown").arg(parts.front());
+        return QStringLiteral("'%1' has no duration for its frame").arg(parts.front());
     ApngOutput written(output);
     for (const Apng& apng : apngs) {
         bool begins = true;

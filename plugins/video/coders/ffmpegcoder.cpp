@@ -354,9 +354,10 @@ bool FFmpegCoder::send(bool flush)
             d->index->addSample({packet->pts, packet->dts, (packet->flags & AV_PKT_FLAG_KEY) != 0});
         result = av_interleaved_write_frame(d->muxer.get(), packet);
         if (result < 0 || d->output->failed())
-            return fail(__LINE__, __func__,
-                        QStringLiteral("The video file cannot be written any further; what is in it can be played"),
-                        result < 0 ? result : AVERROR(EIO));
+            return fail(
+                __LINE__, __func__,
+                QStringLiteral("The video file cannot be written any further; its content so far can be played"),
+                result < 0 ? result : AVERROR(EIO));
     }
 }
 
@@ -369,7 +370,7 @@ void FFmpegCoder::complete()
     if (result >= 0 && d->output->failed())
         result = AVERROR(EIO);
     if (result < 0) {
-        fail(__LINE__, __func__, QStringLiteral("The video file cannot be completed; what is in it can be played"),
+        fail(__LINE__, __func__, QStringLiteral("The video file cannot be completed; its content so far can be played"),
              result);
     } else if (d->index && d->index->hasSamples()) {
         // From fragments to one indexed file: the index is appended, then the header is patched. If the index does not

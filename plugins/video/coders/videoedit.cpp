@@ -134,7 +134,7 @@ QString joinFiles(const QStringList& parts, const std::vector<qint64>& counts, c
     if (!container)
         return QStringLiteral("'%1' has an unknown format").arg(output);
     if (parts.isEmpty() || (!counts.empty() && counts.size() != std::size_t(parts.size())))
-        return QStringLiteral("there are no parts to join");
+        return QStringLiteral("no parts to join were given");
     for (const QString& part : parts)
         if (QFileInfo(part).completeSuffix().section(QLatin1Char('.'), -1) != QFileInfo(output).suffix())
             return QStringLiteral("'%1' and '%2' have different formats").arg(part, output);
