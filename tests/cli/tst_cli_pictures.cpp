@@ -101,8 +101,8 @@ TEST_F(CliTest, ModelsThatCannotBeRead)
         {"short.ply", "the header declares 1000 of \"vertex\", but the file is too short for them"},
         {"huge.ply", "the header declares 4294967295 of \"vertex\""},
         {"index.obj", "line 4: the index 9 is out of range; there are 3"},
-        {"word.obj", "line 1: \"zero\" is no number"},
-        {"nan.obj", "line 1: \"nan\" is no number"},
+        {"word.obj", "line 1: \"zero\" is not a number"},
+        {"nan.obj", "line 1: \"nan\" is not a number"},
         {"model.xyz", "files of the type \"xyz\" cannot be read"},
     };
     for (const auto& [name, text] : rows) {

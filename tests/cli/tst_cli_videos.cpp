@@ -111,7 +111,7 @@ TEST_F(CliTest, VideosThatCannotBeMade)
         {{"-o", "missing/a.mp4", "--turntable", "3"}, "there is no folder"},
         {{"-o", "a.mp4", "--turntable", "3", "--size", "40000x64"}, "cannot be drawn here: the limit is"},
         {{"-o", "a.mp4", "--trajectory", "none.csv"}, "there is no such file"},
-        {{"-o", "a.mp4", "--trajectory", "bad.csv"}, "line 2: \"five\" is no number"},
+        {{"-o", "a.mp4", "--trajectory", "bad.csv"}, "line 2: \"five\" is not a number"},
     };
     for (const auto& [arguments, text] : rows) {
         SCOPED_TRACE(arguments.join(QLatin1Char(' ')).toStdString());
