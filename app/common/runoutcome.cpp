@@ -172,11 +172,11 @@ void RunWatcher::verifyVideo(const Watched& watched, const RunOutcome& outcome)
 void RunWatcher::finishVideo(const Watched& watched, RunOutcome outcome, const VideoProbe& probe)
 {
     const QString fileName = fileNameOf(*watched.run);
-    if (probe.asked) {
+    if (probe.isKnown) {
         outcome.frames = probe.frames;
         outcome.seconds = probe.seconds;
     }
-    const bool isPlayable = !probe.asked || (probe.readable && probe.frames != 0);
+    const bool isPlayable = !probe.isKnown || (probe.readable && probe.frames != 0);
     if (isPlayable) {
         outcome.files = QStringList(fileName);
         const QSize size(watched.run->getArgument(QStringLiteral("width")).toInt(),

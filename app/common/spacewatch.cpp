@@ -79,7 +79,7 @@ SpaceWatch::SpaceWatch(QObject* parent) : QObject(parent)
             return;
         m_Watched[run->getId()] = {run, QFileInfo(file).absolutePath()};
         m_Watched[run->getId()].memoryBefore = memoryBytes();
-        m_SinceTold.invalidate();
+        m_SinceReport.invalidate();
         look();
     });
     connect(processor, &CommandProcessor::runFinished, this, [this](const CommandRunPointer& run) {
@@ -152,20 +152,20 @@ void SpaceWatch::look()
                 continue;
             if (watched.room < 0 || room < watched.room)
                 watched.room = room;
-            if (watched.told || limit <= 0)
+            if (watched.hasReported || limit <= 0)
                 continue;
             if (room >= limit) {
                 nextMs = std::min(nextMs, (room - limit) / BytesPerMs);
                 continue;
             }
-            watched.told = true;
+            watched.hasReported = true;
             watched.run->stop();
             emit lowSpace(tr("%1 has only %2 left: the recording was stopped, what was captured is kept.")
                               .arg(folder, QLocale().formattedDataSize(room)));
         }
     }
-    if (!m_SinceTold.isValid() || m_SinceTold.elapsed() >= LongestLookMs) {
-        m_SinceTold.start();
+    if (!m_SinceReport.isValid() || m_SinceReport.elapsed() >= LongestLookMs) {
+        m_SinceReport.start();
         measureWaiting();
         emit measured();
     }

@@ -44,13 +44,13 @@ private:
         qint64 room = -1;
         qint64 waiting = 0;
         qint64 memoryBefore = 0;
-        bool told = false;
+        bool hasReported = false;
     };
     void look();
     void measureWaiting();
 
     QTimer m_Clock;
-    QElapsedTimer m_SinceTold;            ///< since `measured`
+    QElapsedTimer m_SinceReport;          ///< since `measured`
     std::map<quint64, Watched> m_Watched; ///< by run
 };
 

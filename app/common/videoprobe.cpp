@@ -50,7 +50,7 @@ VideoProbe read(const QString& fileName, const bool* stop)
         "probeVideo", QStringLiteral("read '") + fileName + QLatin1Char('\''), [&](ProbeFunction* function) {
             return function(QFile::encodeName(fileName).constData(), stop, &frames, &seconds);
         });
-    probe.asked = result >= 0;
+    probe.isKnown = result >= 0;
     probe.readable = result > 0;
     if (probe.readable) {
         probe.frames = frames;

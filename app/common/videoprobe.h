@@ -11,7 +11,7 @@ namespace tov::app {
 /// docs/encoder-plugins.md); nothing is known about other files.
 struct VideoProbe
 {
-    bool asked = false;    ///< a plug-in knows such files and has finished reading
+    bool isKnown = false;  ///< a plug-in knows such files and has finished reading
     bool readable = false; ///< it is a video
     qint64 frames = -1;
     double seconds = 0; ///< 0 = unknown

@@ -309,7 +309,8 @@ void MainWindow::openTrajectory(const QString& fileName)
 
 void MainWindow::showViews(int count)
 {
-    mp_Recorded->closeAfterRecording(mp_Grid->getPanelsBeyond(count), [this, count] { mp_Grid->setPanelCount(count); });
+    mp_Recorded->closeAfterRecording(mp_Grid->getPanelsToClose(count),
+                                     [this, count] { mp_Grid->setPanelCount(count); });
 }
 
 void MainWindow::closeView(ScenePanel* view)

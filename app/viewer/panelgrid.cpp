@@ -86,7 +86,7 @@ void PanelGrid::chooseView(ScenePanel* panel, std::size_t index) const
         panel->setStandardView(View::Isometric);
 }
 
-std::vector<ScenePanel*> PanelGrid::getPanelsBeyond(int count) const
+std::vector<ScenePanel*> PanelGrid::getPanelsToClose(int count) const
 {
     if (count >= getPanelCount())
         return {};

@@ -31,7 +31,7 @@ public:
     tov::gui::ScenePanel* getActivePanel() const;
     void setActivePanel(tov::gui::ScenePanel* panel);
     /// The views that `setPanelCount` would close.
-    std::vector<tov::gui::ScenePanel*> getPanelsBeyond(int count) const;
+    std::vector<tov::gui::ScenePanel*> getPanelsToClose(int count) const;
     /// Closes one view; the others take its room. With the last one, none is active.
     void closePanel(tov::gui::ScenePanel* panel);
     /// Shows in every view what a picture of this shape (width / height) contains; 0 = no guide.

@@ -109,9 +109,9 @@ Limits limitsFor(const ReadSource& source)
 {
     const qint64 size = qint64(source.size() >> 20) + 1;
     const qint64 physical = qint64(sysconf(_SC_PHYS_PAGES)) * sysconf(_SC_PAGESIZE) >> 20;
-    const qint64 asked = qEnvironmentVariableIntValue("TOV_IMPORT_SECONDS");
+    const qint64 requested = qEnvironmentVariableIntValue("TOV_IMPORT_SECONDS");
     return {std::min(std::max(physical, LeastMegabytes), LeastMegabytes + MegabytesPerMegabyte * size),
-            asked > 0 ? asked : LeastSeconds + qint64(source.size()) / BytesPerSecond};
+            requested > 0 ? requested : LeastSeconds + qint64(source.size()) / BytesPerSecond};
 }
 
 /// A copy of a descriptor with a number above those that the process expects, so that none is overwritten.

@@ -169,7 +169,7 @@ TEST_F(CliTest, ASizeBelowZeroCostsNoFile)
     }
 }
 
-TEST_F(CliTest, AFreeRecordingOfAScriptIsSaidToBeEndless)
+TEST_F(CliTest, AFreeRecordingOfAScriptIsReportedAsEndless)
 {
     const Result result = run({}, "\"$0\" run \"" + Cube.toUtf8() +
                                       "\" -c 'grabvideo a.mkv 64 48 0' & tov=$!; "

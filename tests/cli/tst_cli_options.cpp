@@ -80,7 +80,7 @@ TEST_F(OptionEffect, AFittedModelIsNeverCropped)
     }
 }
 
-TEST_F(OptionEffect, APictureCanBeMadeAgainLarger)
+TEST_F(OptionEffect, APictureCanBeReproducedAtALargerSize)
 {
     picture({"--azimuth", "33", "--elevation", "21", "--fov", "70"});
     ASSERT_TRUE(QFile::rename(path("p.png"), path("first.png")));
@@ -161,7 +161,7 @@ TEST_F(OptionEffect, PicturesOverAColourEqualTheExactComposite)
     }
 }
 
-TEST_F(OptionEffect, VideosHaveTheRateLengthAndBitRateThatWereAskedFor)
+TEST_F(OptionEffect, VideosHaveTheRequestedRateLengthAndBitRate)
 {
     const QStringList line{"video", Cube, "-o", "a.mkv", "--size", "64x48"};
     runWell(line + QStringList{"--turntable", "--duration", "1.5s", "--fps", "12"});

@@ -59,7 +59,7 @@ TEST_F(CliTest, APictureThatDoesNotFitIntoMemoryIsRefused)
     EXPECT_FALSE(QFile::exists(path("a.png")));
 }
 
-TEST_F(CliTest, AFullDiskLeavesNoFileThatLooksWhole)
+TEST_F(CliTest, AFullDiskLeavesNoFileThatLooksComplete)
 {
     const Result result = run({}, "ulimit -f 20; exec \"$0\" image " + Bunny.toUtf8() + " -o full.png --width 2000");
     EXPECT_EQ(result.status, 1) << result.err.toStdString();

@@ -43,7 +43,7 @@ TEST_F(CliTest, ADiskThatRunsFullWithinASecondLosesNoFrame)
     EXPECT_TRUE(QFile::exists(path("full~partial.av1.mkv")));
 }
 
-TEST_F(CliTest, AFullDiskIsToldBeforeARecording)
+TEST_F(CliTest, AFullDiskIsReportedBeforeARecording)
 {
     {
         QSettings settings(path("settings.ini"), QSettings::IniFormat);
@@ -120,22 +120,22 @@ TEST_F(CliTest, VideosThatCannotBeMade)
     }
 }
 
-TEST_F(CliTest, ATrajectoryThatMovesNothingIsTold)
+TEST_F(CliTest, ATrajectoryThatMovesNothingIsReported)
 {
     write("points.csv", "x,y,z\n0,0,0\n1,0,0\n");
     write("camera.json", R"([{"camera": [1,0,0,0, 0,1,0,0, 0,0,1,0, 0,0,0,1]}])");
     write("other.json", R"([{"nobody": [1,0,0,0, 0,1,0,0, 0,0,1,0, 0,0,0,1]}])");
-    const auto said = [this](const QString& model, const char* trajectory) {
+    const auto isReported = [this](const QString& model, const char* trajectory) {
         const Result result =
             run({"video", model, "-o", "a.mkv", "--size", "64x48", "--trajectory", QLatin1String(trajectory)});
         EXPECT_EQ(result.status, 0) << result.err.toStdString();
         return result.err.contains(QStringLiteral("the trajectory moves nothing"));
     };
-    EXPECT_TRUE(said(Cube, "points.csv"));
-    EXPECT_TRUE(said(Cube, "other.json"));
-    EXPECT_FALSE(said(Cube, "camera.json"));
+    EXPECT_TRUE(isReported(Cube, "points.csv"));
+    EXPECT_TRUE(isReported(Cube, "other.json"));
+    EXPECT_FALSE(isReported(Cube, "camera.json"));
     const QString crane = QStringLiteral(TOV_SOURCE_DIR "/samples/crane.obj");
-    EXPECT_FALSE(said(crane, "points.csv"));
+    EXPECT_FALSE(isReported(crane, "points.csv"));
 }
 
 TEST_F(CliTest, CtrlCStopsARecordingAndKeepsIt)

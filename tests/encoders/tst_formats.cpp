@@ -693,7 +693,7 @@ TEST_F(FormatTest, EveryFrameIsReportedAsTakenWhateverHappensToIt)
     FrameBacklog::clear();
 }
 
-TEST_F(FormatTest, VeryShortRecordingsAreWhole)
+TEST_F(FormatTest, VeryShortRecordingsAreComplete)
 {
     for (const char* suffix : {"mp4", "hevc.mp4"})
         for (const auto& [width, height] : {std::pair(16, 16), std::pair(64, 48), std::pair(130, 98)})
@@ -736,7 +736,7 @@ TEST_F(FormatTest, NothingAtAllIsHarmless)
     }
 }
 
-TEST_F(FormatTest, WhatComesAfterTheLastChunkIsDroppedWithOneRecord)
+TEST_F(FormatTest, ChunksAfterTheLastAreDroppedWithOneRecord)
 {
     std::vector<QString> suffixes{QStringLiteral("frames")};
     for (const Row& row : Rows)
@@ -951,7 +951,7 @@ TEST_F(FormatTest, SizesThatNoVideoHasLeaveOneRecordAndNothingThatPlays)
     std::printf("sizes that no video has: %d of %d\n", held, int(everySuffix().size() * std::size(sizes)));
 }
 
-TEST_F(FormatTest, RatesThatNoVideoHasLeaveAWholeFileOrOneRecord)
+TEST_F(FormatTest, ImpossibleRatesGiveACompleteFileOrOneRecord)
 {
     constexpr int Most = std::numeric_limits<int>::max(), Least = std::numeric_limits<int>::min();
     const std::pair<int, int> rates[] = {{0, 0},          {-5, -1},   {Least, 1000000}, {25, Least},

@@ -179,7 +179,7 @@ int blocksIn(const QString& file, int otherwise)
 
 } // namespace
 
-TEST_F(VideoEdit, ARetimedFilePlaysAsLongAsToldAndKeepsItsFrames)
+TEST_F(VideoEdit, ARetimedFileHasTheRequestedDurationAndKeepsItsFrames)
 {
     constexpr int Count = 30;
     for (const char* suffix : Suffixes)

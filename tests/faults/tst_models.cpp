@@ -37,8 +37,8 @@ namespace {
 /// Changed copies of each file; TOV_MUTATIONS for more.
 int mutations()
 {
-    const int asked = qEnvironmentVariableIntValue("TOV_MUTATIONS");
-    return asked > 0 ? asked : 120;
+    const int requested = qEnvironmentVariableIntValue("TOV_MUTATIONS");
+    return requested > 0 ? requested : 120;
 }
 
 QByteArray floats(std::initializer_list<float> values)
@@ -399,7 +399,7 @@ TEST_F(ModelFaults, ChangedAtRandom)
             EXPECT_GE(100 * count[i], least.at(suffix)[i] * (count[0] + count[1])) << qPrintable(suffix) << " " << i;
 }
 
-TEST_F(ModelFaults, CountsBeyondMeasure)
+TEST_F(ModelFaults, HugeCounts)
 {
     for (const char* count : {"4294967295", "-1", "99999999999999999999", "2147483648"}) {
         EXPECT_FALSE(

@@ -45,8 +45,8 @@ bool onCaptureThread()
 
 void tell(const char* call)
 {
-    if (const auto told = onCall.load())
-        told(call);
+    if (const auto callback = onCall.load())
+        callback(call);
 }
 
 bool takeOne(std::atomic<int>& count)
@@ -127,8 +127,8 @@ extern "C" TOV_EXPORT void glFlush()
 extern "C" TOV_EXPORT int madvise(void* address, std::size_t bytes, int advice) noexcept
 {
     static const auto real = next<int (*)(void*, std::size_t, int)>("madvise");
-    if (const auto told = onMadvise.load())
-        told();
+    if (const auto callback = onMadvise.load())
+        callback();
     return real(address, bytes, advice);
 }
 
@@ -167,8 +167,8 @@ void tov::scene::Scene::unlock()
 int QTime::restart()
 {
     static const auto real = next<int (*)(QTime*)>("_ZN5QTime7restartEv");
-    const auto told = onRestart.load();
-    return told && onCaptureThread() ? told() : real(this);
+    const auto callback = onRestart.load();
+    return callback && onCaptureThread() ? callback() : real(this);
 }
 
 bool QOpenGLContext::create()
@@ -258,8 +258,8 @@ void QThread::msleep(unsigned long milliseconds)
     static const auto real = next<void (*)(unsigned long)>("_ZN7QThread6msleepEm");
     if (onCaptureThread()) {
         tell("msleep");
-        if (const auto told = onSleep.load())
-            return told(milliseconds);
+        if (const auto callback = onSleep.load())
+            return callback(milliseconds);
     }
     real(milliseconds);
 }
@@ -286,7 +286,7 @@ void QThread::start(Priority priority)
     refusesThread = refused && (*refused ? objectName().endsWith(QLatin1String(refused)) : objectName().isEmpty());
     real(this, priority);
     refusesThread = false;
-    if (const auto told = onStarted.load())
-        told();
+    if (const auto callback = onStarted.load())
+        callback();
 }
 #endif

@@ -217,7 +217,7 @@ TEST_F(VideoChunks, TemporaryFilesAreRemovedWithTheirChunks)
     }
 }
 
-TEST_F(VideoChunks, AFirstChunkThatFailsHandsNothingOver)
+TEST_F(VideoChunks, AFailedFirstChunkIsNotEncoded)
 {
     setChunks(50, false);
     qputenv("TMPDIR", "/proc/self");
@@ -322,7 +322,7 @@ TEST_F(VideoChunks, ARecordingStoppedAfterARotationEndsWithAnEmptyChunk)
     EXPECT_TRUE(chunks[1].isLast);
 }
 
-TEST_F(VideoChunks, AFailedWriteDropsTheRestOfTheFrameAndTheRecordingGoesOn)
+TEST_F(VideoChunks, AFailedWriteDropsTheRestOfTheFrameAndTheRecordingContinues)
 {
     setChunks(50, false);
     const int frame = 128 * 64 * 4; // more than the buffer of a file

@@ -71,7 +71,7 @@ protected:
 
 } // namespace
 
-TEST_F(Png, EveryFormatComesBackTheSame)
+TEST_F(Png, EveryFormatIsReadBackUnchanged)
 {
     for (int format = QImage::Format_Mono; format < QImage::NImageFormats; ++format)
         for (const QSize& size : {QSize(1, 1), QSize(3, 2), QSize(130, 97), QSize(700, 1200)}) {

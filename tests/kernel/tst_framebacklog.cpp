@@ -71,15 +71,15 @@ TEST_F(FrameBacklogTest, TheStopFunctionEndsTheWait)
 {
     FrameBacklog::captured(1, 1000);
     std::atomic<bool> stop{false};
-    std::atomic<int> asked{0};
+    std::atomic<int> stopCalls{0};
     bool below = true;
     std::thread waiter([&] {
         below = FrameBacklog::waitUntilBelow(10, [&] {
-            ++asked;
+            ++stopCalls;
             return stop.load();
         });
     });
-    while (asked < 3) // called repeatedly although no frame is taken
+    while (stopCalls < 3) // called repeatedly although no frame is taken
         std::this_thread::yield();
     stop = true;
     waiter.join();

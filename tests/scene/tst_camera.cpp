@@ -161,7 +161,7 @@ TEST(Camera, BothLensesShowTheTargetsPlaneInTheSameSize)
     }
 }
 
-TEST(Camera, TheWholeSceneLiesBetweenThePlanesFromAnyDistance)
+TEST(Camera, TheSceneIsBetweenThePlanesFromAnyDistance)
 {
     for (Camera camera : cameras())
         for (const double distance : {6.5, 30.0, 500.0, 1e6}) {

@@ -158,7 +158,7 @@ TEST_F(DeformationTest, MorphTargetsAreBlended)
     near(0, 0);
 }
 
-TEST_F(DeformationTest, AJointThatIsRemovedKeepsItsLastPlace)
+TEST_F(DeformationTest, ARemovedJointKeepsItsLastMatrix)
 {
     edit([this] { upper->setTransform(turned(1)); });
     {

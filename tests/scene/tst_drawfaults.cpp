@@ -112,7 +112,7 @@ protected:
 
 } // namespace
 
-TEST_F(DrawFaultsTest, WithoutABufferWithSamplesTheDrawingGoesOnWithout)
+TEST_F(DrawFaultsTest, WithoutAMultisampleBufferDrawingContinues)
 {
     scene->setRootNode(rootOf({element(sphere(16), Material())}));
     setSamples(0);
@@ -158,7 +158,7 @@ TEST_F(DrawFaultsTest, AnUploadThatFailsIsTriedAgain)
     }
 }
 
-TEST_F(DrawFaultsTest, SizesBeyondAnIntegerAreCompared)
+TEST_F(DrawFaultsTest, SizesAboveTheIntegerRangeAreCompared)
 {
     setSamples(0);
     scene->setRootNode(rootOf({element(sphere(16), Material())}));

@@ -287,7 +287,7 @@ TEST_F(DrawingTest, SmoothEdgesFadeIntoTheBackground)
     EXPECT_GT(partial, 50);
 }
 
-TEST_F(DrawingTest, TilesAreTheWholePicture)
+TEST_F(DrawingTest, TilesEqualTheUntiledPicture)
 {
     SceneLook look;
     look.samples = 4;

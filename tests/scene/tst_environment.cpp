@@ -47,7 +47,7 @@ protected:
 
 } // namespace
 
-TEST_F(EnvironmentTest, AWholePictureIsRead)
+TEST_F(EnvironmentTest, ACompletePictureIsRead)
 {
     EXPECT_EQ(problemOf(coded(64, 32)), QString());
     EXPECT_EQ(problemOf(header(4, 2) + QByteArray(4 * 4 * 2, char(128))), QString()) << "rows without runs";

@@ -142,7 +142,7 @@ TEST_F(MaterialTest, ClearcoatIsAsTheModelHasIt)
         }
 }
 
-TEST_F(MaterialTest, TransmissionShowsWhatLiesBehind)
+TEST_F(MaterialTest, TransmissionShowsTheBackground)
 {
     setLight(SceneLook::Light::Studio);
     for (const float transmission : {0.5f, 1.0f}) {
@@ -156,7 +156,7 @@ TEST_F(MaterialTest, TransmissionShowsWhatLiesBehind)
     }
 }
 
-TEST_F(MaterialTest, OcclusionDarkensWhatComesFromAround)
+TEST_F(MaterialTest, OcclusionDarkensEnvironmentLight)
 {
     setLight(SceneLook::Light::Studio);
     Material material = materialOf(0.5f, 0.4f, {0.7f, 0.7f, 0.7f, 1});

@@ -79,7 +79,7 @@ protected:
 
 } // namespace
 
-TEST_F(PanelTest, FittingOnePanelLeavesTheViewOfAnotherAlone)
+TEST_F(PanelTest, FittingOnePanelDoesNotChangeAnother)
 {
     ScenePanel* first = newPanel();
     ScenePanel* second = newPanel();
@@ -205,7 +205,7 @@ TEST_F(PanelTest, ThePanelStillPansZoomsAndPicksWithEveryLens)
     }
 }
 
-TEST_F(PanelTest, ACameraComesBackFromItsMatrix)
+TEST_F(PanelTest, ACameraIsRestoredFromItsMatrix)
 {
     ScenePanel* panel = newPanel();
     for (const bool orthographic : {false, true}) {

@@ -162,7 +162,7 @@ TEST_F(SceneTest, GeometryIsReorderedWithoutLoss)
     EXPECT_NEAR(area, 1.0, 1e-4) << "every triangle once, with its winding";
 }
 
-TEST_F(SceneTest, EditsWaitForLockersWhileDrawingGoesOn)
+TEST_F(SceneTest, EditsWaitForLockersWhileDrawingContinues)
 {
     scene->setRootNode(grid(2));
     auto locker = std::make_unique<SceneLocker>(scene.get(), SceneLocker::LockAll);
@@ -367,7 +367,7 @@ TEST_F(SceneTest, PanelsDieInOneWay)
     EXPECT_TRUE(viewer->getPanels().empty());
 }
 
-TEST_F(SceneTest, AFittedSceneFillsTheViewAndLiesBetweenThePlanes)
+TEST_F(SceneTest, AFittedSceneFillsTheViewBetweenThePlanes)
 {
     QString error;
     auto* tree = SceneImport::readFile(Bunny, &error);
@@ -401,7 +401,7 @@ TEST_F(SceneTest, AFittedSceneFillsTheViewAndLiesBetweenThePlanes)
     Viewer::getInstance()->closePanel(panel);
 }
 
-TEST_F(SceneTest, WhatIsHiddenComesBackInView)
+TEST_F(SceneTest, HiddenElementsReappearInView)
 {
     scene->setRootNode(grid(4));
     auto* panel = new ScenePanel;

@@ -295,7 +295,7 @@ TEST_F(TrajectoryTest, BadFilesAreRefusedAndTheSelectionStays)
     EXPECT_FALSE(handler()->openFile(QString(), nullptr));
 }
 
-TEST_F(TrajectoryTest, FilesBeyondTheLimitAreRefusedUnread)
+TEST_F(TrajectoryTest, FilesAboveTheLimitAreRefusedUnread)
 {
     QFile file(m_Folder.filePath(QStringLiteral("huge.csv")));
     ASSERT_TRUE(file.open(QIODevice::WriteOnly));

@@ -117,8 +117,8 @@ int main(int argc, char** argv)
     options.window = true;
     options.logLevel = 2000;
     options.settingsFile = home.filePath(QStringLiteral("settings.ini"));
-    QStringList said;
-    options.progress = [&said](const QString& message) { said << message; };
+    QStringList messages;
+    options.progress = [&messages](const QString& message) { messages << message; };
     int count = 1;
     tov::app::Startup startup(count, argv, options);
     QApplication::setWindowIcon(tov::viewer::applicationIcon());
@@ -128,7 +128,7 @@ int main(int argc, char** argv)
     {
         tov::viewer::Splash splash;
         splash.show();
-        for (const QString& message : said)
+        for (const QString& message : messages)
             splash.say(message);
         save(&splash, "splash");
     }

@@ -36,7 +36,7 @@ protected:
     }
 };
 
-TEST_F(WindowAfterFault, TheNextRecordingsAreWhole)
+TEST_F(WindowAfterFault, TheNextRecordingsAreComplete)
 {
     const QStringList faulty = qEnvironmentVariable("TOV_FAULTY").split(',', Qt::SkipEmptyParts);
     if (faulty.isEmpty())

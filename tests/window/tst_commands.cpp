@@ -43,19 +43,19 @@ protected:
         return QSize(width, int(double(panel->height()) / panel->width() * width));
     }
     /// The message of a command's dialog for a file name other than the initial one.
-    QString toldBeforeTheStart(const QString& command, const QString& name)
+    QString messageBeforeTheStart(const QString& command, const QString& name)
     {
-        QString told;
+        QString message;
         triggerWithDialog(menuAction("Grab", command), "ParameterDialog", [&](QWidget* dialog) {
             type(dialog, "filename", file(name));
             onDialog("QMessageBox", [&](QWidget* box) {
-                told = qobject_cast<QMessageBox*>(box)->text();
+                message = qobject_cast<QMessageBox*>(box)->text();
                 onDialog("ParameterDialog", [&](QWidget* again) { QTest::keyClick(again, Qt::Key_Escape); });
                 QTest::keyClick(box, Qt::Key_Return);
             });
             QTest::keyClick(dialog, Qt::Key_Return);
         });
-        return told;
+        return message;
     }
 };
 
@@ -218,22 +218,22 @@ TEST_F(WindowCommands, AFileIsReplacedOnlyWhenAgreed)
     EXPECT_EQ(QImageReader(name).size().width(), 200);
 }
 
-TEST_F(WindowCommands, ADiskWithoutRoomIsToldBeforeARecording)
+TEST_F(WindowCommands, AFullDiskIsReportedBeforeARecording)
 {
     openSample();
     // More than any disk has.
     tovSettings().setValue("settings/lowspacelimit", qlonglong(1) << 40);
-    const QString told = toldBeforeTheStart("Video", "low.mp4");
-    EXPECT_TRUE(told.startsWith("nothing was recorded")) << told.toStdString();
+    const QString message = messageBeforeTheStart("Video", "low.mp4");
+    EXPECT_TRUE(message.startsWith("nothing was recorded")) << message.toStdString();
     EXPECT_FALSE(QFile::exists(file("low.mp4")));
     tovSettings().remove("settings/lowspacelimit");
 }
 
-TEST_F(WindowCommands, AFolderThatIsNotThereIsToldBeforeTheStart)
+TEST_F(WindowCommands, AMissingFolderIsReportedBeforeTheStart)
 {
     openSample();
-    const QString told = toldBeforeTheStart("Image", "absent/picture.png");
-    EXPECT_TRUE(told.contains("there is no folder")) << told.toStdString();
+    const QString message = messageBeforeTheStart("Image", "absent/picture.png");
+    EXPECT_TRUE(message.contains("there is no folder")) << message.toStdString();
     EXPECT_TRUE(runs().empty());
 }
 
@@ -350,7 +350,7 @@ TEST_F(WindowCommands, ViewIsCopiedToTheClipboardAsItIsShown)
     EXPECT_NE(pictureDifference(blank, blank), "");
 }
 
-TEST_F(WindowCommands, AFailedPictureIsToldWithItsReason)
+TEST_F(WindowCommands, AFailedPictureIsReportedWithItsReason)
 {
     openSample();
     window().getConsole()->submit(QString("grabimage filename=\"%1\" width=1").arg(file("small.png")));

@@ -10,7 +10,7 @@ using namespace tov::test;
 class WindowDisplayGone : public WindowTest
 {};
 
-TEST_F(WindowDisplayGone, ARecordingRunsUntilThen)
+TEST_F(WindowDisplayGone, ARecordingRunsUntilTheDisplayIsGone)
 {
     const QString video = qEnvironmentVariable("TOV_RECORD_TO");
     if (video.isEmpty())

@@ -96,7 +96,7 @@ TEST_F(WindowOpen, DroppedTextFileOfPosesIsATrajectory)
     EXPECT_TRUE(window().getNotices()->getTexts().isEmpty());
 }
 
-TEST_F(WindowOpen, BadFilesAreToldAndTheSceneStays)
+TEST_F(WindowOpen, BadFilesAreReportedAndTheSceneStays)
 {
     drop({QUrl::fromLocalFile(sample("crane.obj"))});
     const int elements = window().getSceneTree()->topLevelItemCount();

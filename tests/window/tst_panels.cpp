@@ -330,7 +330,7 @@ TEST_F(WindowPanels, TheViewsMenuHasNoStrayShortcuts)
     menu->close();
 }
 
-TEST_F(WindowPanels, AClickOnTheSliderGoesThereAndAKeyStepsByOne)
+TEST_F(WindowPanels, AClickOnTheSliderJumpsAndAKeyStepsByOne)
 {
     openSample();
     auto* bar = window().getTrajectoryBar();
@@ -450,7 +450,7 @@ TEST_F(WindowPanels, OnePartIsIsolatedAndAllAreShownAgain)
     EXPECT_GT(shown, 0);
 }
 
-TEST_F(WindowPanels, ARemovedPartComesBackByUndo)
+TEST_F(WindowPanels, UndoRestoresARemovedPart)
 {
     openSample();
     auto* tree = window().getSceneTree();

@@ -47,7 +47,7 @@ TEST_F(WindowRecordings, DialogRecordsAlongTheTrajectory)
     EXPECT_TRUE(processUntil([this] { return noticeContains("12 frames"); }));
 }
 
-TEST_F(WindowRecordings, WithoutATrajectoryThePersonIsToldAtOnce)
+TEST_F(WindowRecordings, AMissingTrajectoryIsReportedAtOnce)
 {
     openSample();
     QString advice;
@@ -106,7 +106,7 @@ TEST_F(WindowRecordings, RoomAndWhatWaitsForTheEncoderAreShown)
     tovSettings().remove("settings/grabvideotempfilesize");
 }
 
-TEST_F(WindowRecordings, ARecordingWithoutChunksIsToldAtOnce)
+TEST_F(WindowRecordings, ARecordingWithoutChunksIsReportedAtOnce)
 {
     openSample();
     // Neither memory nor temporary files: no file can be created there.

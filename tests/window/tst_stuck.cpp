@@ -17,7 +17,7 @@ using namespace tov::test;
 class WindowStuck : public WindowTest
 {};
 
-TEST_F(WindowStuck, AnEncoderThatHangsIsToldAndTheWindowCanBeLeft)
+TEST_F(WindowStuck, AHangingEncoderIsReportedAndTheWindowCanBeClosed)
 {
     if (!QFile::exists(QCoreApplication::applicationDirPath() + QStringLiteral("/plugins/video/misbehaves.so")))
         GTEST_SKIP() << "no hanging plug-in was found";

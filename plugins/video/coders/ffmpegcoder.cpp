@@ -92,8 +92,8 @@ bool FFmpegCoder::isAvailable(const Format& format)
 
 int FFmpegCoder::framesPerSecond() const
 {
-    const int asked = job().fps > 0 ? std::min(job().fps, HighestFps) : DefaultFps;
-    return m_Format.highestFps > 0 ? std::min(asked, m_Format.highestFps) : asked;
+    const int requested = job().fps > 0 ? std::min(job().fps, HighestFps) : DefaultFps;
+    return m_Format.highestFps > 0 ? std::min(requested, m_Format.highestFps) : requested;
 }
 
 bool FFmpegCoder::open()
