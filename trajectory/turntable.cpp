@@ -100,7 +100,7 @@ std::shared_ptr<const Turntable> Turntable::fromView(const Camera& view, unsigne
 std::shared_ptr<const Turntable> Turntable::keptInView(const tov::scene::SceneElement* root, double aspect,
                                                        double minimumDistance) const
 {
-    // The camera turns by an angle as the scene turns by its negative.
+    // Rotating the camera by an angle equals rotating the scene by the negative angle.
     double low = 0, high = 0;
     if (m_Options.swing != 0) {
         high = std::fabs(m_Options.swing) / 2;

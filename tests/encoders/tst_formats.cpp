@@ -576,7 +576,7 @@ TEST_F(FormatTest, AFileThatIsCutWhileItGrowsPlaysWhatWasEncoded)
                                                     "stream=nb_read_frames", "-of", "csv=p=0", copy});
             probe.waitForFinished(20000);
             return probe.readAllStandardOutput().trimmed().split(',').first().toInt() >= 75;
-        })) << "three seconds never became playable";
+        })) << "the file never had three playable seconds";
         encoder->abortEncoding();
         EXPECT_FALSE(QFile::exists(file));
     }
@@ -1003,7 +1003,7 @@ TEST_F(FormatTest, FramesThatNoBufferHoldsAreRefused)
         if (suffix != QLatin1String("frames")) {
             EXPECT_TRUE(log.contains(QStringLiteral("A chunk of the recording cannot be read back"))) << log.text();
         }
-        // A list of pictures contains its first line.
+        // The file of a list of pictures already contains its first line.
         EXPECT_LE(QFileInfo(file).size(), suffix == QLatin1String("frames") ? 21 : 0);
         EXPECT_LE(playableFrames(file), 0);
         held += failures() == before;

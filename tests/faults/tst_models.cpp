@@ -334,7 +334,7 @@ TEST_F(ModelFaults, CutAtEvery64thByte)
         for (int size = 0; size < sample.bytes.size(); size += sample.bytes.size() < 400 ? 8 : 64)
             readOrRefused(write(QLatin1String(sample.name), sample.bytes.left(size)));
     const QByteArray horse = fileOf(QStringLiteral("/usr/share/glmark2/models/horse.3ds"));
-    // Every 64th byte takes minutes.
+    // Testing every 64th byte would take minutes.
     const int step = qEnvironmentVariableIsSet("TOV_MUTATIONS") ? 64 : 704;
     for (int size = 0; size < horse.size(); size += step)
         readOrRefused(write(QStringLiteral("horse.3ds"), horse.left(size)));

@@ -134,7 +134,7 @@ TEST_F(VideoChunks, TheLargestLimitIs4294Megabytes)
 
 TEST_F(VideoChunks, BufferMemoryCountsAsFree)
 {
-    // Together just above the limit of 50 MB, alone both below.
+    // The sum is just above the limit of 50 MB, each one is below.
     faults::freePages = 6000;
     faults::bufferPages = 50000000 / 4096 + 1 - 6000;
     EXPECT_TRUE(record(1, 32, 16).at(0).isBuffer);

@@ -168,7 +168,7 @@ TEST_F(ImportTest, PlyPromisesAreHeldAgainstTheFile)
     EXPECT_NE(refusal(write("b.ply", start + "element vertex 1\n" + xyz +
                                          "element face 1\nproperty list uint int vertex_indices\nend_header\n" +
                                          floats({0, 0, 0}) + QByteArray("\xff\xff\xff\xff", 4)))
-                  .find("more entries than the file holds"),
+                  .find("more entries than the file contains"),
               std::string::npos);
     EXPECT_NE(refusal(write("c.ply", start + "element vertex 1\n" + xyz +
                                          "element face 1\nproperty list uchar int vertex_indices\nend_header\n" +

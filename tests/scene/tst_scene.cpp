@@ -395,7 +395,7 @@ TEST_F(SceneTest, AFittedSceneFillsTheViewBetweenThePlanes)
                 }
             });
             EXPECT_LE(std::max(widest, highest), 1.0) << "all in view";
-            EXPECT_GE(std::max(widest, highest), 0.9) << "and not smaller than need be";
+            EXPECT_GE(std::max(widest, highest), 0.9) << "and not smaller than necessary";
         }
     }
     Viewer::getInstance()->closePanel(panel);

@@ -18,8 +18,8 @@ struct ReferencePose
     std::vector<QVector3D> vertices;    ///< in any order; empty: not compared
 };
 
-/// A second opinion on an animation: computed from the numbers in the file, without the importer, the scene or the
-/// animation classes.
+/// An independent evaluation of an animation, computed from the numbers in the file without the importer, the scene or
+/// the animation classes.
 struct PoseReference
 {
     double fps = 1; ///< the rate at which frames fall on the times to compare

@@ -47,7 +47,7 @@ void WindowTest::restart()
 
 void WindowTest::TearDown()
 {
-    EXPECT_EQ(m_OpenDialogWaits, 0) << "a dialog that was waited for never came";
+    EXPECT_EQ(m_OpenDialogWaits, 0) << "an expected dialog did not open";
     Overseer::getInstance()->getCommandProcessor()->stopAll();
     EXPECT_TRUE(waitForNoRuns());
     mp_Window.reset();

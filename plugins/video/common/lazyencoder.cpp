@@ -52,7 +52,7 @@ bool LazyEncoder::encodeChunk(QIODevice* chunk, bool isLast)
 
 void LazyEncoder::dropFrames(const QIODevice* chunk) const
 {
-    // The recording waits for the frames that it has captured.
+    // The recording waits until its captured frames are taken.
     const qint64 frameBytes = qint64(m_Width) * m_Height * 4;
     if (chunk && frameBytes > 0)
         tov::util::FrameBacklog::taken(chunk->size() / frameBytes, chunk->size());
