@@ -207,7 +207,7 @@ bool savePicture(const QImage& image, const QString& fileName, const QString& fo
         // With a buffer, commit would not notice that the last bytes could not be written.
         isSaved = file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) &&
                   write(image, file, format, quality, &reason) && file.isComplete() && file.commit();
-        // A short write gives no reason; the next write reports it.
+        // A short write does not set a reason; the next write reports it.
         if (!isSaved && file.isOpen() && file.error() == QFileDevice::NoError)
             file.write("", 1);
         if (!isSaved && (reason.isEmpty() || file.error() != QFileDevice::NoError))

@@ -504,7 +504,7 @@ TEST_F(GrabImageTest, TheProgrammaticFormFillsTheCallersImage)
         EXPECT_TRUE(set->at(i)->getDefaultParameterForDefaultGUI().isNull());
         EXPECT_EQ(set->at(i)->getParameterPanelFactory(), nullptr);
         EXPECT_TRUE(*set->at(i)->getType() == *types[i]);
-        EXPECT_FALSE(set->at(i)->deletesOnSet()) << "it does not own what it points to";
+        EXPECT_FALSE(set->at(i)->deletesOnSet()) << "it does not own the value";
     }
     EXPECT_EQ(set->at(0)->getValuePointer(), &image);
     EXPECT_EQ(set->at(1)->getValuePointer(), &transform);

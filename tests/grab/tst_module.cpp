@@ -458,7 +458,7 @@ TEST(ModuleLoading, TheModuleCanBeUnloadedDuringARecordingAndAPicture)
                 if (panelFirst)
                     viewer->closePanel(panel);
                 loader.reset();
-                EXPECT_TRUE(run->isFinished()) << "nothing of the module runs any more";
+                EXPECT_TRUE(run->isFinished()) << "no code of the module is running";
                 EXPECT_TRUE(processor->getRuns().empty());
                 EXPECT_EQ(dlopen(ModuleFile, RTLD_NOW | RTLD_NOLOAD), nullptr) << "unloaded";
                 run.reset();
