@@ -29,8 +29,8 @@ public:
     void addEncoders(const QString& folder);
     /// Refuses everything that did not come with the program.
     void refuseForeign() { m_OnlyOwn = true; }
-    /// Tries what is new, several libraries at a time and for 4.5 seconds at most, and sets the application object's
-    /// property `tov::util::RefusedLibraries`.
+    /// Tries new libraries, several at a time and for 4.5 seconds at most, and sets the application object's property
+    /// `tov::util::RefusedLibraries`.
     void run();
 
 private:

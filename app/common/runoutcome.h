@@ -23,13 +23,13 @@ struct RunOutcome
 {
     enum class Status
     {
-        Done,    ///< it ended by itself without an error, and what it wrote is complete
-        Stopped, ///< it was stopped; what it had written until then is complete
+        Done,    ///< it ended by itself without an error, and its output is complete
+        Stopped, ///< it was stopped; its output so far is complete
         Failed,
     };
     Status status = Status::Failed;
     QString reason;     ///< why it failed, one line; empty otherwise
-    QStringList files;  ///< what the run wrote and can be opened, also after a failure
+    QStringList files;  ///< files of the run that can be opened, also after a failure
     QSize size;         ///< pixels; invalid when unknown
     qint64 frames = -1; ///< of a video; -1 = unknown, or a picture
     double seconds = 0; ///< how long the video plays; 0 = unknown, or a picture

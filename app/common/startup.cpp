@@ -80,7 +80,7 @@ void onQtMessage(QtMsgType type, const QMessageLogContext&, const QString& messa
     const int level = type == QtCriticalMsg || type == QtFatalMsg ? tov::log::LevelError : tov::log::LevelInformation;
     Logger::log(level, "qt", 0, "", nullptr, message);
     if (type == QtFatalMsg) {
-        // The log's own thread would come too late.
+        // The log's own thread would be too late.
         std::fprintf(stderr, "tov: %s\n", tov::log::escaped(message).toLocal8Bit().constData());
         std::fflush(stderr);
         _exit(1);

@@ -26,7 +26,7 @@ namespace {
 /// How long quitting waits for runs before it offers to quit without them.
 constexpr int QuitPatienceMs = 15000;
 
-/// A run in the user's words: the file that it makes, else its command.
+/// Description of a run: its output file, else its command.
 QString describe(const tov::main::CommandRunPointer& run)
 {
     const QString fileName = run->getArgument(QStringLiteral("filename"));
@@ -96,7 +96,7 @@ void QuitGuard::stopAll()
     m_Closing = true;
     Overseer::getInstance()->getCommandProcessor()->stopAll();
     mp_Opener->cancel();
-    mp_Window->statusBar()->showMessage(tr("Finishing what is running ..."));
+    mp_Window->statusBar()->showMessage(tr("Finishing running work ..."));
     QTimer::singleShot(QuitPatienceMs, this, &QuitGuard::offerToLeave);
 }
 

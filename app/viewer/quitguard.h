@@ -10,14 +10,14 @@ namespace tov::viewer {
 
 class FileOpener;
 
-/// Ends everything that runs before the window closes. A user is asked first; a signal or the end of the session is
-/// not, because there may be nobody to answer. Thread: application.
+/// Ends all runs before the window closes. A user is asked first; a signal or the end of the session is not, because
+/// there may be nobody to answer. Thread: application.
 class QuitGuard : public QObject
 {
     Q_OBJECT
 public:
-    /// `window` is closed again when all runs have ended; `saveLayout` is called before the program is left with
-    /// something still running. Both arguments must outlive the guard.
+    /// `window` is closed again when all runs have ended; `saveLayout` is called before the program exits with work
+    /// still running. Both arguments must outlive the guard.
     QuitGuard(QMainWindow* window, FileOpener* opener, std::function<void()> saveLayout);
 
     /// True when the window may close now. Otherwise the user refused, or the window will close by itself later.

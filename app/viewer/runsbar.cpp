@@ -20,7 +20,7 @@ namespace {
 constexpr int ShowAfterMs = 200;
 constexpr qint64 StopPatienceMs = 10000;
 
-/// A run in the user's words: the file that it makes, else the command's status text.
+/// Description of a run: its output file, else the command's status text.
 QString describe(const tov::main::CommandRun& run)
 {
     const QString fileName = QFileInfo(run.getArgument(QStringLiteral("filename"))).fileName();
@@ -132,7 +132,7 @@ RunsBar::Row* RunsBar::addRow(const QString& text, std::function<void()> stop)
     row->hint = new QLabel(row->widget);
     row->hint->setObjectName(QStringLiteral("RoomLabel"));
     row->hint->setMinimumWidth(100);
-    row->hint->setToolTip(tr("Free space on the disk that it writes to, and about how much waits to be encoded"));
+    row->hint->setToolTip(tr("Free space on the disk of the output, and approximate amount of data to be encoded"));
     row->stop = new QPushButton(tr("Stop"), row->widget);
     row->stop->setObjectName(QStringLiteral("StopButton"));
     row->stop->setAutoDefault(false);

@@ -14,9 +14,9 @@ class QVBoxLayout;
 
 namespace tov::viewer {
 
-/// Shows what is running: a row each with its file, progress, time left and a Stop button; hidden while nothing runs.
-/// Runs shorter than a fifth of a second are not shown. Progress dialogs that commands open are shown in their rows.
-/// Thread: application.
+/// Shows the runs: a row for each with its file, progress, time left and a Stop button; hidden while nothing runs. Runs
+/// shorter than a fifth of a second are not shown. Progress dialogs that commands open are shown in their rows. Thread:
+/// application.
 class RunsBar : public QWidget
 {
     Q_OBJECT

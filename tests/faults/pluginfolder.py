@@ -249,7 +249,7 @@ try:
 
     @case('a link to a library that hangs')
     def _(copy):
-        # Links are not loaded, so nobody runs their targets.
+        # Links are not loaded, so their targets are never run.
         os.symlink(ZOO + 'starthangs.so', copy.plugins + 'link.so')
         return copy.judge() or ('its target was run' if copy.first_start > 4 else None)
 

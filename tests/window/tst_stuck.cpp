@@ -37,7 +37,7 @@ TEST_F(WindowStuck, AHangingEncoderIsReportedAndTheWindowCanBeClosed)
     QTest::qWait(1000);
     stop->click();
     EXPECT_TRUE(processUntil([this] { return noticeContains("an encoder that hangs never ends"); }, 30000));
-    // Other work goes on meanwhile.
+    // Other work continues meanwhile.
     tov::main::CommandArguments picture;
     picture.named = {{QStringLiteral("filename"), file("beside.png")},
                      {QStringLiteral("width"), QStringLiteral("300")}};

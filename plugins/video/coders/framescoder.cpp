@@ -128,9 +128,10 @@ bool FramesCoder::isListInPlace() const
 bool FramesCoder::writePicture(const char* data, int size)
 {
     if (!isListInPlace())
-        return fail(__LINE__, __func__,
-                    QStringLiteral("The list of pictures is no longer in '%1', so they cannot be written next to it")
-                        .arg(m_Names->folder()));
+        return fail(
+            __LINE__, __func__,
+            QStringLiteral("The list of pictures is no longer in '%1', so no pictures can be written next to it")
+                .arg(m_Names->folder()));
     const qint64 number = m_Files.size() + 1;
     const QString name = m_Names->path(number);
     // An incomplete picture under its final name would look complete.

@@ -31,7 +31,7 @@ public:
     }
 };
 
-/// Files of the model's folder, for reading; the model itself from memory where it was unpacked.
+/// Read access to the files of the model's folder; an unpacked model is read from memory.
 class FolderAccess : public Assimp::DefaultIOSystem
 {
 public:

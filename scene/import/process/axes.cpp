@@ -24,7 +24,7 @@ aiMatrix4x4 upFromZ()
     return aiMatrix4x4(1, 0, 0, 0, 0, 0, 1, 0, 0, -1, 0, 0, 0, 0, 0, 1);
 }
 
-/// Row `row` of the rotation takes its value from the axis that the settings of an FBX file name.
+/// Sets row `row` of the rotation to the axis that the settings of an FBX file specify.
 bool setRow(const aiMetadata& settings, const std::string& axis, unsigned int row, aiMatrix4x4& matrix)
 {
     int from = -1, sign = 1;

@@ -15,7 +15,7 @@ struct ImportJob
 {
     std::filesystem::path file;         ///< without ".gz" for compressed ones
     std::string suffix;                 ///< lower case, no dot
-    std::vector<std::uint8_t> unpacked; ///< what the file holds, where it had to be unpacked; see unpack.h
+    std::vector<std::uint8_t> unpacked; ///< the unpacked content of the file, if it was packed; see unpack.h
     bool keepAxes = false;              ///< leave the up axis as it is in the file
     ModelFolder folder;
     StreamWriter& writer;
