@@ -78,7 +78,7 @@ public:
     const std::vector<float>& getTangents() const { return m_Tangents; }
     /// False when all vertices are white and opaque.
     bool hasVertexColors() const { return m_HasColors; }
-    /// Whether the normals of nearly all triangles point to the side from which they turn counter-clockwise.
+    /// Whether the normals of nearly all triangles point to the side from which the triangle is counter-clockwise.
     bool doNormalsFollowWinding() const { return m_NormalsFollowWinding; }
     const std::vector<std::uint32_t>& getIndices() const { return m_Indices; }
     const std::vector<Chunk>& getChunks() const { return m_Chunks; }

@@ -21,7 +21,7 @@ public:
     }
     void setOption(ImageOption option, const QVariant& value) override
     {
-        // The meaning of Qt's own writer: quality 100 = fastest, 0 = smallest; the ratio is the zlib level.
+        // As in Qt's own writer: quality 100 = fastest, 0 = smallest; the ratio is the zlib level.
         if (option == Quality && value.toInt() >= 0 && !m_LevelGiven)
             m_Options.level = (100 - qMin(value.toInt(), 100)) * 9 / 91;
         else if (option == CompressionRatio && value.toInt() >= 0) {

@@ -24,7 +24,7 @@ unsigned int environmentTexture(const std::shared_ptr<const Environment>& enviro
 /// How a texture is sampled; 0: as the texture object says.
 unsigned int sampler(const Texture& texture);
 
-/// Frees the textures of images that are gone.
+/// Frees the textures of images that no longer exist.
 void collect();
 
 } // namespace shared

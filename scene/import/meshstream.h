@@ -98,7 +98,7 @@ struct MaterialRecord
     std::uint32_t nameLength = 0;
 };
 
-/// Then the name. The first node has no parent, every other one an earlier one.
+/// Then the name. The first node has no parent; the parent of every other node precedes it.
 struct NodeRecord
 {
     double transform[16]; ///< row by row

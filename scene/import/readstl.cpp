@@ -112,7 +112,7 @@ void readText(const ReadSource& source, Welder& welder)
                 throw ReadError(tr("line %1: a facet has %2 corners instead of 3").arg(line).arg(corners));
             corners = 0;
         } else if (next == "solid") {
-            skipLine(); // a name of any words follows
+            skipLine(); // followed by a name, which may have several words
         } else if (next == "endsolid") {
             skipLine();
             ended = true;
