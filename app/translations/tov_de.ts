@@ -5,7 +5,7 @@
     <name>Command</name>
     <message>
         <source>%1 takes %2 arguments at most, %3 were given</source>
-        <translation>%1 nimmt höchstens %2 Argumente, %3 wurden angegeben</translation>
+        <translation>%1 hat höchstens %2 Argumente, angegeben sind %3</translation>
     </message>
     <message>
         <source>%1 has no parameter &quot;%2&quot;; it has: %3</source>
@@ -17,11 +17,11 @@
     </message>
     <message>
         <source>%1: the value of &quot;%2&quot; cannot be used: %3</source>
-        <translation>%1: Der Wert von „%2“ ist nicht verwendbar: %3</translation>
+        <translation>%1: Der Wert von „%2“ ist unzulässig: %3</translation>
     </message>
     <message>
         <source>%1: the value of &quot;%2&quot; cannot be used</source>
-        <translation>%1: Der Wert von „%2“ ist nicht verwendbar</translation>
+        <translation>%1: Der Wert von „%2“ ist unzulässig</translation>
     </message>
     <message>
         <source>%1: the argument &quot;%2&quot; is missing</source>
@@ -32,7 +32,7 @@
     <name>CommandLine</name>
     <message>
         <source>scene to eye, 16 numbers row by row, instead of --view</source>
-        <translation>Szene nach Auge, 16 Zahlen zeilenweise, statt --view</translation>
+        <translation>Szene zu Auge, 16 Zahlen zeilenweise, anstelle von --view</translation>
     </message>
     <message>
         <source>settings file to use instead of the user&apos;s own</source>
@@ -60,7 +60,7 @@
     </message>
     <message>
         <source>there is no display for a window; tov image, video and run work without one (tov --help)</source>
-        <translation>es gibt keine Anzeige für ein Fenster; tov image, video und run kommen ohne aus (tov --help)</translation>
+        <translation>es gibt keine Anzeige für das Fenster; tov image, video und run brauchen keine (tov --help)</translation>
     </message>
     <message>
         <source>Output</source>
@@ -319,7 +319,7 @@
     </message>
     <message>
         <source>the quote at column %1 is not closed</source>
-        <translation>das Anführungszeichen in Spalte %1 wird nicht geschlossen</translation>
+        <translation>das Anführungszeichen in Spalte %1 ist nicht geschlossen</translation>
     </message>
     <message>
         <source>&quot;%1&quot; has no name before &quot;=&quot;</source>
@@ -342,7 +342,7 @@
     <name>Commands</name>
     <message>
         <source>Grabs an image of the scene</source>
-        <translation>Macht ein Bild der Szene</translation>
+        <translation>Nimmt ein Bild der Szene auf</translation>
     </message>
     <message>
         <source>Grabs a video of the active view</source>
@@ -350,11 +350,11 @@
     </message>
     <message>
         <source>Sets the video settings</source>
-        <translation>Stellt die Videoaufnahme ein</translation>
+        <translation>Ändert die Videoeinstellungen</translation>
     </message>
     <message>
         <source>Offers picture and video grabbing of the scene</source>
-        <translation>Bietet Bild- und Videoaufnahme der Szene</translation>
+        <translation>Bilder und Videos der Szene aufnehmen</translation>
     </message>
     <message>
         <source>filename</source>
@@ -374,7 +374,7 @@
     </message>
     <message>
         <source>max. tempfile-size (MB)</source>
-        <translation>max. Zwischenstück (MB)</translation>
+        <translation>Max. Blockgröße (MB)</translation>
     </message>
     <message>
         <source>fps</source>
@@ -432,7 +432,7 @@
     </message>
     <message>
         <source>Grabbing image with %1 dpi</source>
-        <translation>Bild mit %1 dpi wird gemacht</translation>
+        <translation>Bild wird mit %1 dpi aufgenommen</translation>
     </message>
     <message>
         <source>Video</source>
@@ -468,7 +468,7 @@
     </message>
     <message>
         <source>RAW-Video grabbing started</source>
-        <translation>Aufnahme der Rohbilder läuft</translation>
+        <translation>Rohvideo wird aufgenommen</translation>
     </message>
     <message>
         <source>Selected width or height is to small (min. 16)</source>
@@ -492,11 +492,11 @@
     </message>
     <message>
         <source>The max. filesize of a temp. encoding chunk</source>
-        <translation>Höchste Größe eines Zwischenstücks</translation>
+        <translation>Größte temporäre Blockdatei beim Kodieren</translation>
     </message>
     <message>
         <source>Frames per second</source>
-        <translation>Bilder je Sekunde</translation>
+        <translation>Bilder pro Sekunde</translation>
     </message>
     <message>
         <source>Target bitrate in kbps</source>
@@ -504,19 +504,19 @@
     </message>
     <message>
         <source>If enabled (1=true, 0=false) memory will be used first to buffer temporary data</source>
-        <translation>Wenn eingeschaltet (1=wahr, 0=falsch), wird zuerst Arbeitsspeicher für Zwischendaten benutzt</translation>
+        <translation>Wenn eingeschaltet (1=wahr, 0=falsch), werden Daten zuerst im Arbeitsspeicher gepuffert</translation>
     </message>
     <message>
         <source>You can not grab videos with size %1 x %2 because your max. texture size is %3</source>
-        <translation>Videos der Größe %1 x %2 sind nicht möglich, die größte Textur ist %3</translation>
+        <translation>Videos mit %1 x %2 Pixeln sind nicht möglich, weil Texturen höchstens %3 Pixel groß sein können</translation>
     </message>
     <message>
         <source>No encoder for file &apos;%1&apos; found</source>
-        <translation>Für die Datei „%1“ gibt es keinen Kodierer</translation>
+        <translation>Für die Datei „%1“ gibt es keinen Encoder</translation>
     </message>
     <message>
         <source>Could not create OpenGL context!</source>
-        <translation>OpenGL-Kontext konnte nicht angelegt werden!</translation>
+        <translation>Der OpenGL-Kontext konnte nicht erstellt werden!</translation>
     </message>
     <message>
         <source>Current OpenGL context is invalid!</source>
@@ -524,19 +524,19 @@
     </message>
     <message>
         <source>Could not determine the maximum texture size</source>
-        <translation>Die größte Texturgröße ließ sich nicht ermitteln</translation>
+        <translation>Die maximale Texturgröße konnte nicht ermittelt werden</translation>
     </message>
     <message>
         <source>Your OpenGL implementation doesn&apos;t support framebuffer objects</source>
-        <translation>Dieses OpenGL kennt keine Framebuffer-Objekte</translation>
+        <translation>Diese OpenGL-Implementierung unterstützt keine Framebuffer-Objekte</translation>
     </message>
     <message>
         <source>Couldn&apos;t bind FBO to OpenGL context</source>
-        <translation>Das Framebuffer-Objekt ließ sich nicht an den OpenGL-Kontext binden</translation>
+        <translation>Das FBO konnte nicht an den OpenGL-Kontext gebunden werden</translation>
     </message>
     <message>
         <source>Picture couldn&apos;t be grabbed by FBO</source>
-        <translation>Das Bild ließ sich nicht aus dem Framebuffer-Objekt lesen</translation>
+        <translation>Das Bild konnte nicht aus dem FBO gelesen werden</translation>
     </message>
     <message>
         <source>Couldn&apos;t write %1 bytes to temporary file</source>
@@ -544,7 +544,7 @@
     </message>
     <message>
         <source>There is no thread to record video &apos;%1&apos; with</source>
-        <translation>Es gibt keinen Thread, um das Video „%1“ aufzunehmen</translation>
+        <translation>Das Video „%1“ kann nicht aufgenommen werden: kein Thread verfügbar</translation>
     </message>
     <message>
         <source>cannot read &apos;%1&apos;</source>
@@ -645,7 +645,7 @@
     </message>
     <message>
         <source>there is no option %1</source>
-        <translation>es gibt keine Option %1</translation>
+        <translation>die Option %1 gibt es nicht</translation>
     </message>
     <message>
         <source>%1 has no option %2</source>
@@ -657,11 +657,11 @@
     </message>
     <message>
         <source>%1 takes no value</source>
-        <translation>%1 nimmt keinen Wert</translation>
+        <translation>%1 hat keinen Wert</translation>
     </message>
     <message>
         <source>tov shows 3D scenes and makes pictures and videos of them.</source>
-        <translation>tov zeigt 3D-Szenen und macht Bilder und Videos davon.</translation>
+        <translation>tov zeigt 3D-Szenen und erzeugt Bilder und Videos davon.</translation>
     </message>
     <message>
         <source>opens the window</source>
@@ -677,7 +677,7 @@
     </message>
     <message>
         <source>%1 cannot be read as a script: %2</source>
-        <translation>%1 lässt sich nicht als Skript lesen: %2</translation>
+        <translation>%1 kann nicht als Skript gelesen werden: %2</translation>
     </message>
     <message>
         <source>it is a folder</source>
@@ -685,7 +685,7 @@
     </message>
     <message>
         <source>there is no command to run</source>
-        <translation>es gibt keinen Befehl auszuführen</translation>
+        <translation>es gibt keinen Befehl zum Ausführen</translation>
     </message>
     <message>
         <source>%1, line %2: the script ends here</source>
@@ -705,7 +705,7 @@
     </message>
     <message>
         <source>%1 takes no file</source>
-        <translation>%1 nimmt keine Datei</translation>
+        <translation>%1 hat keine Datei als Argument</translation>
     </message>
     <message>
         <source>video needs a model</source>
@@ -713,7 +713,7 @@
     </message>
     <message>
         <source>%1 is a folder; name a file</source>
-        <translation>%1 ist ein Ordner; bitte eine Datei nennen</translation>
+        <translation>%1 ist ein Ordner; eine Datei angeben</translation>
     </message>
     <message>
         <source>%1 cannot be written: there is no folder %2</source>
@@ -725,19 +725,19 @@
     </message>
     <message>
         <source>it crashed when it was tried (%1); it is tried again when the file changes</source>
-        <translation>beim Ausprobieren abgestürzt (%1); wird wieder versucht, wenn sich die Datei ändert</translation>
+        <translation>ist beim Test abgestürzt (%1); der Test wird wiederholt, sobald sich die Datei ändert</translation>
     </message>
     <message>
         <source>it ended its process when it was tried (status %1); it is tried again when the file changes</source>
-        <translation>hat beim Ausprobieren seinen Prozess beendet (Status %1); wird wieder versucht, wenn sich die Datei ändert</translation>
+        <translation>hat beim Test seinen Prozess beendet (Status %1); der Test wird wiederholt, sobald sich die Datei ändert</translation>
     </message>
     <message>
         <source>%1 was not written: a recording with sync=1 follows a trajectory, and there is none; give --trajectory or --turntable, or sync=0</source>
-        <translation>%1 wurde nicht geschrieben: eine Aufnahme mit sync=1 folgt einer Trajektorie, und es gibt keine; bitte --trajectory oder --turntable angeben, oder sync=0</translation>
+        <translation>%1 wurde nicht geschrieben: Eine Aufnahme mit sync=1 folgt einer Trajektorie, es gibt aber keine; --trajectory, --turntable oder sync=0 angeben</translation>
     </message>
     <message>
         <source>there is neither a verb nor a file named &quot;%1&quot;</source>
-        <translation>weder ein Verb noch eine Datei heißt „%1“</translation>
+        <translation>es gibt weder ein Verb noch eine Datei namens „%1“</translation>
     </message>
     <message>
         <source>it is larger than 16 MiB</source>
@@ -745,11 +745,11 @@
     </message>
     <message>
         <source>the display is gone (X server); what was written so far is kept</source>
-        <translation>die Anzeige ist weg (X-Server); was bisher geschrieben wurde, bleibt erhalten</translation>
+        <translation>die Verbindung zur Anzeige (X-Server) ist abgebrochen; was bisher geschrieben wurde, bleibt erhalten</translation>
     </message>
     <message>
         <source>Recording freely; Ctrl-C ends it and keeps what was captured.</source>
-        <translation>Freie Aufnahme; Strg-C beendet sie und behält, was aufgenommen ist.</translation>
+        <translation>Freie Aufnahme; Strg+C stoppt sie und behält, was aufgenommen wurde.</translation>
     </message>
     <message>
         <source>cannot read &apos;%1&apos;: %2</source>
@@ -1229,7 +1229,7 @@
     <name>tov::app::Session</name>
     <message>
         <source>Stopping; press Ctrl-C again to leave at once.</source>
-        <translation>Wird beendet; noch einmal Strg-C bricht sofort ab.</translation>
+        <translation>Wird gestoppt; noch einmal Strg+C beendet das Programm sofort.</translation>
     </message>
     <message>
         <source>Reading</source>
@@ -1252,11 +1252,11 @@
     <name>tov::app::SpaceWatch</name>
     <message>
         <source>%1 has only %2 left: the recording was stopped, what was captured is kept.</source>
-        <translation>%1 hat nur noch %2 frei: Die Aufnahme wurde beendet, Aufgenommenes bleibt erhalten.</translation>
+        <translation>Auf %1 sind nur noch %2 frei: Die Aufnahme wurde gestoppt und bleibt erhalten.</translation>
     </message>
     <message>
         <source>nothing was recorded: %1 has only %2 left, recordings stop below %3</source>
-        <translation>nichts aufgenommen: %1 hat nur noch %2 frei, unter %3 enden Aufnahmen</translation>
+        <translation>nichts aufgenommen: Auf %1 sind nur noch %2 frei, Aufnahmen stoppen unter %3</translation>
     </message>
     <message>
         <source>%1 free</source>
@@ -1264,14 +1264,14 @@
     </message>
     <message>
         <source>%1, %2 waiting</source>
-        <translation>%1, %2 warten</translation>
+        <translation>%1, %2 ausstehend</translation>
     </message>
 </context>
 <context>
     <name>tov::main::CommandProcessor</name>
     <message>
         <source>There is no command &quot;%1&quot;: no module is loaded</source>
-        <translation>Den Befehl „%1“ gibt es nicht: Kein Modul ist geladen</translation>
+        <translation>Den Befehl „%1“ gibt es nicht: Es ist kein Modul geladen</translation>
     </message>
     <message>
         <source>There is no command &quot;%1&quot;; there are: %2</source>
@@ -1279,7 +1279,7 @@
     </message>
     <message>
         <source>%1 cannot run now: it is disabled</source>
-        <translation>%1 geht gerade nicht: Der Befehl ist ausgeschaltet</translation>
+        <translation>%1 ist zurzeit deaktiviert</translation>
     </message>
     <message>
         <source>%1 is still running</source>
@@ -1291,11 +1291,11 @@
     </message>
     <message>
         <source>There is more than one command</source>
-        <translation>Es ist mehr als ein Befehl</translation>
+        <translation>Der Text enthält mehr als einen Befehl</translation>
     </message>
     <message>
         <source>%1 is not registered</source>
-        <translation>%1 ist nicht angemeldet</translation>
+        <translation>%1 ist nicht registriert</translation>
     </message>
 </context>
 <context>
@@ -1314,11 +1314,11 @@
     </message>
     <message>
         <source>the header promises %1 triangles, but the file is too short for them</source>
-        <translation>der Kopf verspricht %1 Dreiecke, aber dafür ist die Datei zu kurz</translation>
+        <translation>laut Kopf gibt es %1 Dreiecke, dafür ist die Datei aber zu kurz</translation>
     </message>
     <message>
         <source>the part of the program that reads such files is missing (%1)</source>
-        <translation>der Teil des Programms, der solche Dateien liest, fehlt (%1)</translation>
+        <translation>der Programmteil für solche Dateien fehlt (%1)</translation>
     </message>
     <message>
         <source>a process cannot be started: %1</source>
@@ -1330,7 +1330,7 @@
     </message>
     <message>
         <source>reading it took more than %1 s of processor time; it may be damaged (TOV_IMPORT_SECONDS allows more)</source>
-        <translation>das Lesen brauchte mehr als %1 s Rechenzeit; vielleicht ist sie beschädigt (TOV_IMPORT_SECONDS erlaubt mehr)</translation>
+        <translation>das Lesen hat mehr als %1 s Rechenzeit gebraucht; vielleicht ist sie beschädigt (TOV_IMPORT_SECONDS erlaubt mehr)</translation>
     </message>
     <message>
         <source>it is damaged: the importer process crashed</source>
@@ -1474,7 +1474,7 @@
     </message>
     <message>
         <source>files of the type &quot;%1&quot; cannot be read; known are %2</source>
-        <translation>Dateien der Art „%1“ sind nicht lesbar; bekannt sind %2</translation>
+        <translation>Dateien vom Typ „%1“ können nicht gelesen werden; bekannt sind %2</translation>
     </message>
     <message>
         <source>it is empty</source>
@@ -1482,11 +1482,11 @@
     </message>
     <message>
         <source>there is nothing in it that can be shown</source>
-        <translation>sie enthält nichts, was gezeigt werden kann</translation>
+        <translation>sie enthält nichts Darstellbares</translation>
     </message>
     <message>
         <source>stopped</source>
-        <translation>beendet</translation>
+        <translation>abgebrochen</translation>
     </message>
     <message>
         <source>there is not enough memory for it</source>
@@ -1656,7 +1656,7 @@
     </message>
     <message>
         <source>A turntable starts from a view: open a panel first</source>
-        <translation>Ein Drehteller geht von einer Ansicht aus: bitte erst eine öffnen</translation>
+        <translation>Ein Drehteller geht von einer Ansicht aus: Öffnen Sie zuerst eine</translation>
     </message>
     <message>
         <source>unknown type &quot;%1&quot;; known types: csv, tum, txt, json</source>
@@ -1687,11 +1687,11 @@
     </message>
     <message>
         <source>position %1: an object is expected</source>
-        <translation>Stellung %1: Ein Objekt wird erwartet</translation>
+        <translation>Position %1: Objekt erwartet</translation>
     </message>
     <message>
         <source>position %1: &quot;%2&quot; has %3 numbers instead of 16</source>
-        <translation>Stellung %1: „%2“ hat %3 Zahlen statt 16</translation>
+        <translation>Position %1: „%2“ hat %3 Zahlen statt 16</translation>
     </message>
     <message>
         <source>position %1: the times do not ascend</source>
@@ -1749,15 +1749,15 @@
     </message>
     <message>
         <source>tov crashed when it was started last. Start now without modules and plug-ins that are not part of it?</source>
-        <translation>Beim letzten Start ist tov abgestürzt. Jetzt ohne Module und Plug-ins starten, die nicht dazugehören?</translation>
+        <translation>Beim letzten Start ist tov abgestürzt. Jetzt ohne zusätzliche Module und Plugins starten?</translation>
     </message>
     <message>
         <source>Start in safe mode</source>
-        <translation>Abgesichert starten</translation>
+        <translation>Im abgesicherten Modus starten</translation>
     </message>
     <message>
         <source>Start as usual</source>
-        <translation>Wie gewohnt starten</translation>
+        <translation>Normal starten</translation>
     </message>
 </context>
 <context>
@@ -1772,7 +1772,7 @@
     </message>
     <message>
         <source>&lt;p&gt;Drawn by: %1&lt;br&gt;Qt %2, built with %3&lt;/p&gt;</source>
-        <translation>&lt;p&gt;Gezeichnet von: %1&lt;br&gt;Qt %2, gebaut mit %3&lt;/p&gt;</translation>
+        <translation>&lt;p&gt;Renderer: %1&lt;br&gt;Qt %2, erstellt mit %3&lt;/p&gt;</translation>
     </message>
 </context>
 <context>
@@ -1795,11 +1795,11 @@
     </message>
     <message>
         <source>Author</source>
-        <translation>Urheber</translation>
+        <translation>Autor</translation>
     </message>
     <message>
         <source>Could not be loaded</source>
-        <translation>Konnte nicht geladen werden</translation>
+        <translation>Nicht geladen</translation>
     </message>
 </context>
 <context>
@@ -1863,7 +1863,7 @@
     </message>
     <message>
         <source>Information</source>
-        <translation>Hinweis</translation>
+        <translation>Information</translation>
     </message>
     <message>
         <source>Copy</source>
@@ -2219,7 +2219,7 @@
     </message>
     <message>
         <source>Opening was stopped.</source>
-        <translation>Das Öffnen wurde beendet.</translation>
+        <translation>Das Öffnen wurde abgebrochen.</translation>
     </message>
     <message>
         <source>%1 opened.</source>
@@ -2231,7 +2231,7 @@
     </message>
     <message>
         <source>Only files of this computer can be opened.</source>
-        <translation>Nur Dateien dieses Rechners können geöffnet werden.</translation>
+        <translation>Es können nur lokale Dateien geöffnet werden.</translation>
     </message>
     <message>
         <source>The scene stays as it is until the picture is done; the change follows then.</source>
@@ -2327,11 +2327,11 @@
     <name>tov::viewer::ParameterDialog</name>
     <message>
         <source>A value is needed here.</source>
-        <translation>Hier wird ein Wert gebraucht.</translation>
+        <translation>Hier fehlt ein Wert.</translation>
     </message>
     <message>
         <source>&quot;%1&quot; cannot be used here.</source>
-        <translation>„%1“ ist hier nicht verwendbar.</translation>
+        <translation>„%1“ ist hier nicht zulässig.</translation>
     </message>
 </context>
 <context>
@@ -2377,7 +2377,7 @@
     </message>
     <message>
         <source>As the desktop</source>
-        <translation>Wie die Arbeitsumgebung</translation>
+        <translation>Wie der Desktop</translation>
     </message>
     <message>
         <source>Light</source>
@@ -2486,7 +2486,7 @@ Aufnahmen werden gestoppt und behalten, was aufgenommen wurde; Bilder werden fer
     </message>
     <message>
         <source>Clear this list</source>
-        <translation>Diese Liste leeren</translation>
+        <translation>Liste leeren</translation>
     </message>
 </context>
 <context>
@@ -2569,7 +2569,7 @@ Die Aufnahme stoppen und behalten?</translation>
     </message>
     <message>
         <source>Stopping ...</source>
-        <translation>Wird beendet ...</translation>
+        <translation>Wird gestoppt ...</translation>
     </message>
     <message>
         <source>Running for</source>
@@ -2635,11 +2635,11 @@ Die Aufnahme stoppen und behalten?</translation>
     </message>
     <message>
         <source>What</source>
-        <translation>Was</translation>
+        <translation>Aktion</translation>
     </message>
     <message>
         <source>How</source>
-        <translation>Wie</translation>
+        <translation>Eingabe</translation>
     </message>
     <message>
         <source>Turn the view</source>
@@ -2647,7 +2647,7 @@ Die Aufnahme stoppen und behalten?</translation>
     </message>
     <message>
         <source>Left button, arrow keys, Ctrl + wheel</source>
-        <translation>Linke Taste, Pfeiltasten, Strg + Rad</translation>
+        <translation>Linke Maustaste, Pfeiltasten, Strg + Mausrad</translation>
     </message>
     <message>
         <source>Move the view</source>
@@ -2655,15 +2655,15 @@ Die Aufnahme stoppen und behalten?</translation>
     </message>
     <message>
         <source>Middle or right button, Shift + left button, Shift + wheel</source>
-        <translation>Mittlere oder rechte Taste, Umschalt + linke Taste, Umschalt + Rad</translation>
+        <translation>Mittlere oder rechte Maustaste, Umschalt + linke Maustaste, Umschalt + Mausrad</translation>
     </message>
     <message>
         <source>Zoom at the pointer</source>
-        <translation>Am Zeiger vergrößern</translation>
+        <translation>Am Mauszeiger zoomen</translation>
     </message>
     <message>
         <source>Wheel, two fingers, + and -</source>
-        <translation>Rad, zwei Finger, + und -</translation>
+        <translation>Mausrad, zwei Finger, + und -</translation>
     </message>
     <message>
         <source>The panel&apos;s own menu</source>
@@ -2744,11 +2744,11 @@ Die Aufnahme stoppen und behalten?</translation>
     </message>
     <message>
         <source>Positions of one turn:</source>
-        <translation>Stellungen einer Umdrehung:</translation>
+        <translation>Positionen pro Umdrehung:</translation>
     </message>
     <message>
         <source>Previous position</source>
-        <translation>Vorige Stellung</translation>
+        <translation>Vorherige Position</translation>
     </message>
     <message>
         <source>Play</source>
@@ -2756,15 +2756,15 @@ Die Aufnahme stoppen und behalten?</translation>
     </message>
     <message>
         <source>Next position</source>
-        <translation>Nächste Stellung</translation>
+        <translation>Nächste Position</translation>
     </message>
     <message>
         <source>Loop</source>
-        <translation>Wiederholen</translation>
+        <translation>Endlosschleife</translation>
     </message>
     <message>
         <source>Begin again at the first position after the last</source>
-        <translation>Nach der letzten Stellung bei der ersten beginnen</translation>
+        <translation>Nach der letzten Position von vorn beginnen</translation>
     </message>
     <message>
         <source>Camera follows</source>
@@ -2776,7 +2776,7 @@ Die Aufnahme stoppen und behalten?</translation>
     </message>
     <message>
         <source>Pause</source>
-        <translation>Anhalten</translation>
+        <translation>Pause</translation>
     </message>
     <message>
         <source>%1 of %2</source>
