@@ -24,7 +24,9 @@
 
 #include <QAction>
 #include <QApplication>
+#include <QDockWidget>
 #include <QElapsedTimer>
+#include <QFileInfo>
 #include <QLineEdit>
 #include <QMenu>
 #include <QMenuBar>
@@ -34,6 +36,7 @@
 
 #include <cstdio>
 #include <functional>
+#include <utility>
 
 namespace {
 
@@ -144,6 +147,11 @@ int main(int argc, char** argv)
     auto* grid = window.getPanelGrid();
     grid->getActivePanel()->setStandardView(ScenePanel::StandardView::Isometric);
     save(&window, "window");
+    auto* look = window.findChild<QDockWidget*>(QStringLiteral("LookDock"));
+    look->show();
+    look->raise();
+    save(&window, "look");
+    look->hide();
 
     grid->setPanelCount(4);
     const ScenePanel::StandardView views[] = {ScenePanel::StandardView::Isometric, ScenePanel::StandardView::Front,
@@ -154,9 +162,23 @@ int main(int argc, char** argv)
     save(&window, "panels");
     grid->setActivePanel(grid->getPanels()[0]);
     grid->setPanelCount(1);
+    wait([&] { return 2 * grid->getPanels()[0]->height() > grid->height(); });
     grid->setGuideAspect(1);
     save(&window, "guide");
     grid->setGuideAspect(0);
+
+    for (const auto& [action, name] :
+         {std::pair("ExportPictureAction", "export-picture"), std::pair("ExportVideoAction", "export-video")})
+        dialogOf(window.findChild<QAction*>(QString::fromLatin1(action)), [name = name](QWidget* dialog) {
+            auto* file = dialog->findChild<QLineEdit*>(QStringLiteral("FileName"));
+            if (file)
+                file->setText(QFileInfo(file->text()).fileName());
+            // The preview is drawn by a timer.
+            QElapsedTimer clock;
+            clock.start();
+            wait([&] { return clock.elapsed() > 1200; });
+            save(dialog, name);
+        });
 
     auto* actions = window.getActions();
     const QString picture = home.filePath(QStringLiteral("crane.png"));
