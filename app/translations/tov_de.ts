@@ -1348,6 +1348,10 @@
         <source>the importer&apos;s output is incomplete</source>
         <translation>die Ausgabe des Importprozesses ist unvollständig</translation>
     </message>
+    <message>
+        <source>it is empty</source>
+        <translation>sie ist leer</translation>
+    </message>
 </context>
 <context>
     <name>tov::scene::Body</name>
