@@ -103,10 +103,6 @@
         <translation>Allgemein</translation>
     </message>
     <message>
-        <source>file to write; its ending is the format; - = standard output</source>
-        <translation>Zieldatei; die Endung bestimmt das Format; - = Standardausgabe</translation>
-    </message>
-    <message>
         <source>format for -o -, e.g. png, mkv</source>
         <translation>Format für -o -, z. B. png, mkv</translation>
     </message>
@@ -310,6 +306,10 @@
         <source>lists modules, plug-ins, and what could not be loaded</source>
         <translation>listet Module und Plugins auf und was nicht geladen werden konnte</translation>
     </message>
+    <message>
+        <source>file to write; its ending selects the format; - = standard output</source>
+        <translation>Zieldatei; die Endung bestimmt das Format; - = Standardausgabe</translation>
+    </message>
 </context>
 <context>
     <name>CommandParser</name>
@@ -396,8 +396,8 @@
         <translation>Datei wählen</translation>
     </message>
     <message>
-        <source>The ending of the name says the format, for instance %1.</source>
-        <translation>Die Endung des Namens bestimmt das Format, zum Beispiel %1.</translation>
+        <source>The ending selects the format, for instance %1.</source>
+        <translation>Die Endung bestimmt das Format, zum Beispiel %1.</translation>
     </message>
 </context>
 <context>
@@ -808,10 +808,6 @@
         <translation>ein GIF zeigt höchstens 100 Bilder pro Sekunde (angegeben: --fps %1)</translation>
     </message>
     <message>
-        <source>&apos;%1&apos; has no ending that names a picture format; known formats: %2</source>
-        <translation>„%1“ hat keine Endung eines Bildformats; bekannte Formate: %2</translation>
-    </message>
-    <message>
         <source>unknown picture format &apos;%1&apos;; known formats: %2</source>
         <translation>unbekanntes Bildformat „%1“; bekannte Formate: %2</translation>
     </message>
@@ -928,24 +924,12 @@
         <translation>tov VERB --help zeigt alle Optionen eines Verbs. Status: 0 fertig, 1 fehlgeschlagen, 2 falscher Aufruf, 130 abgebrochen.</translation>
     </message>
     <message>
-        <source>-o: there is no {%1}; there are {name}, {view} and {n}</source>
-        <translation>-o: {%1} gibt es nicht; möglich sind {name}, {view} und {n}</translation>
-    </message>
-    <message>
         <source>two results have the name &apos;%1&apos;; use {name}, {view} or {n} in -o</source>
         <translation>zwei Ergebnisse heißen „%1“; in -o {name}, {view} oder {n} verwenden</translation>
     </message>
     <message>
-        <source>&apos;%1&apos; holds no view; pictures that tov image wrote as png or jpg do</source>
-        <translation>„%1“ enthält keine Ansicht; nur Bilder, die tov image als png oder jpg geschrieben hat, enthalten eine</translation>
-    </message>
-    <message>
         <source>cannot write &apos;%1&apos;: %2</source>
         <translation>„%1“ kann nicht geschrieben werden: %2</translation>
-    </message>
-    <message>
-        <source>--view: there is no view &quot;%1&quot;; there are %2</source>
-        <translation>--view: Die Ansicht „%1“ gibt es nicht; möglich sind %2</translation>
     </message>
     <message>
         <source>--transform needs 16 finite numbers, row by row, in one argument</source>
@@ -1004,10 +988,6 @@
         <translation>-o - braucht --format, z. B. --format png</translation>
     </message>
     <message>
-        <source>--format is for -o -; the ending of a file is its format</source>
-        <translation>--format gilt nur für -o -; bei Dateien bestimmt die Endung das Format</translation>
-    </message>
-    <message>
         <source>-o - and --json both need standard output</source>
         <translation>-o - und --json brauchen beide die Standardausgabe</translation>
     </message>
@@ -1054,10 +1034,6 @@
     <message>
         <source>no video encoder is loaded, so no video can be written; see tov modules</source>
         <translation>kein Video-Encoder geladen, daher kann kein Video geschrieben werden; siehe tov modules</translation>
-    </message>
-    <message>
-        <source>&apos;%1&apos; has no ending that names a video format; known formats: %2</source>
-        <translation>„%1“ hat keine Endung eines Videoformats; bekannte Formate: %2</translation>
     </message>
     <message>
         <source>unknown video format &apos;%1&apos;; known formats: %2</source>
@@ -1107,6 +1083,30 @@
         <source>%1 is not a regular file</source>
         <translation>%1 ist keine gewöhnliche Datei</translation>
     </message>
+    <message>
+        <source>&apos;%1&apos; does not end in a known picture format; known formats: %2</source>
+        <translation>„%1“ hat keine Endung eines Bildformats; bekannte Formate: %2</translation>
+    </message>
+    <message>
+        <source>-o: unknown placeholder {%1}; known: {name}, {view} and {n}</source>
+        <translation>-o: unbekannter Platzhalter {%1}; bekannt sind {name}, {view} und {n}</translation>
+    </message>
+    <message>
+        <source>&apos;%1&apos; contains no view; only png and jpg files written by tov image do</source>
+        <translation>„%1“ enthält keine Ansicht; nur png- und jpg-Dateien von tov image enthalten eine</translation>
+    </message>
+    <message>
+        <source>--view: unknown view &quot;%1&quot;; known views: %2</source>
+        <translation>--view: unbekannte Ansicht „%1“; bekannte Ansichten: %2</translation>
+    </message>
+    <message>
+        <source>--format is only for -o -; for files the ending selects the format</source>
+        <translation>--format gilt nur für -o -; bei Dateien bestimmt die Endung das Format</translation>
+    </message>
+    <message>
+        <source>&apos;%1&apos; does not end in a known video format; known formats: %2</source>
+        <translation>„%1“ hat keine Endung eines Videoformats; bekannte Formate: %2</translation>
+    </message>
 </context>
 <context>
     <name>tov::app::LibraryProbe</name>
@@ -1122,11 +1122,11 @@
         <translation>die Zeit für den Test reichte nicht; er wird beim nächsten Start nachgeholt</translation>
     </message>
     <message>
-        <source>it did not come back when it was tried</source>
+        <source>it did not return when it was tried</source>
         <translation>antwortet beim Test nicht</translation>
     </message>
     <message>
-        <source>it could not be tried, the machine is short of processes or memory; it is tried at the next start</source>
+        <source>it could not be tried because the machine is short of processes or memory; it is tried at the next start</source>
         <translation>konnte nicht getestet werden, weil Prozesse oder Speicher knapp sind; der Test wird beim nächsten Start nachgeholt</translation>
     </message>
 </context>
@@ -1145,16 +1145,16 @@
         <translation>--%1 muss eine Zeit über 0 sein, z. B. 5s (angegeben: „%2“)</translation>
     </message>
     <message>
-        <source>--%1: there is no &quot;%2&quot;; there are %3</source>
-        <translation>--%1: „%2“ gibt es nicht; möglich sind %3</translation>
-    </message>
-    <message>
         <source>--%1 must be three numbers, e.g. 1,0,-2.5 (got &quot;%2&quot;)</source>
         <translation>--%1 muss aus drei Zahlen bestehen, z. B. 1,0,-2.5 (angegeben: „%2“)</translation>
     </message>
     <message>
         <source>--%1 must be a size such as 1280x720, at most 65535x65535 (got &quot;%2&quot;)</source>
         <translation>--%1 muss eine Größe wie 1280x720 sein, höchstens 65535x65535 (angegeben: „%2“)</translation>
+    </message>
+    <message>
+        <source>--%1: unknown value &quot;%2&quot;; known values: %3</source>
+        <translation>--%1: unbekannter Wert „%2“; bekannte Werte: %3</translation>
     </message>
 </context>
 <context>
@@ -1236,16 +1236,16 @@
         <translation>Lesen</translation>
     </message>
     <message>
-        <source>%1 is not a settings file and is left alone; settings are valid for this call only</source>
-        <translation>%1 ist keine Einstellungsdatei und bleibt unverändert; Einstellungen gelten nur für diesen Aufruf</translation>
-    </message>
-    <message>
         <source>the trajectory moves nothing: the scene has no element named &quot;carrier&quot;</source>
         <translation>die Trajektorie bewegt nichts: Die Szene hat kein Element namens „carrier“</translation>
     </message>
     <message>
         <source>the trajectory moves nothing: it neither names an element of the scene nor the camera</source>
         <translation>die Trajektorie bewegt nichts: Sie nennt weder ein Element der Szene noch die Kamera</translation>
+    </message>
+    <message>
+        <source>%1 is not a settings file and is not changed; settings are valid for this call only</source>
+        <translation>%1 ist keine Einstellungsdatei und bleibt unverändert; Einstellungen gelten nur für diesen Aufruf</translation>
     </message>
 </context>
 <context>
@@ -1313,10 +1313,6 @@
         <translation>die Datei ist zu kurz für eine STL-Datei</translation>
     </message>
     <message>
-        <source>the header promises %1 triangles, but the file is too short for them</source>
-        <translation>laut Kopf gibt es %1 Dreiecke, dafür ist die Datei aber zu kurz</translation>
-    </message>
-    <message>
         <source>the part of the program that reads such files is missing (%1)</source>
         <translation>der Programmteil für solche Dateien fehlt (%1)</translation>
     </message>
@@ -1351,6 +1347,10 @@
     <message>
         <source>it is empty</source>
         <translation>sie ist leer</translation>
+    </message>
+    <message>
+        <source>the header declares %1 triangles, but the file is too short for them</source>
+        <translation>laut Kopf gibt es %1 Dreiecke, dafür ist die Datei aber zu kurz</translation>
     </message>
 </context>
 <context>
@@ -1387,10 +1387,6 @@
         <translation>„%1“ ist kein Index</translation>
     </message>
     <message>
-        <source>the index %1 is out of range, there are %2</source>
-        <translation>der Index %1 ist zu groß, es gibt %2</translation>
-    </message>
-    <message>
         <source>a face needs three vertices</source>
         <translation>eine Fläche braucht drei Eckpunkte</translation>
     </message>
@@ -1406,6 +1402,10 @@
         <source>&quot;%1&quot; is not a statement of a Wavefront OBJ file</source>
         <translation>„%1“ ist keine Anweisung einer Wavefront-OBJ-Datei</translation>
     </message>
+    <message>
+        <source>the index %1 is out of range; there are %2</source>
+        <translation>der Index %1 liegt außerhalb des Bereichs; es gibt %2</translation>
+    </message>
 </context>
 <context>
     <name>tov::scene::PlyReader</name>
@@ -1416,10 +1416,6 @@
     <message>
         <source>the file ends inside its header</source>
         <translation>die Datei endet in ihrem Kopf</translation>
-    </message>
-    <message>
-        <source>line %1: this is not a header of a PLY file</source>
-        <translation>Zeile %1: Das ist kein Kopf einer PLY-Datei</translation>
     </message>
     <message>
         <source>the format &quot;%1&quot; is unknown</source>
@@ -1438,14 +1434,6 @@
         <translation>die Datei beginnt nicht mit „ply“</translation>
     </message>
     <message>
-        <source>the header names no format</source>
-        <translation>der Kopf nennt kein Format</translation>
-    </message>
-    <message>
-        <source>the header promises %1 of &quot;%2&quot;, but the file is too short for them</source>
-        <translation>laut Kopf gibt es %1 „%2“, dafür ist die Datei aber zu kurz</translation>
-    </message>
-    <message>
         <source>there are more vertices than can be shown</source>
         <translation>es gibt mehr Eckpunkte, als dargestellt werden können</translation>
     </message>
@@ -1454,12 +1442,24 @@
         <translation>die Eckpunkte haben kein x, y und z</translation>
     </message>
     <message>
-        <source>a list promises more entries than the file holds</source>
+        <source>line %1: not a valid PLY header line</source>
+        <translation>Zeile %1: ungültige Zeile im PLY-Kopf</translation>
+    </message>
+    <message>
+        <source>the header has no format line</source>
+        <translation>im Kopf fehlt die Zeile mit dem Format</translation>
+    </message>
+    <message>
+        <source>the header declares %1 of &quot;%2&quot;, but the file is too short for them</source>
+        <translation>laut Kopf gibt es %1 „%2“, dafür ist die Datei aber zu kurz</translation>
+    </message>
+    <message>
+        <source>a list declares more entries than the file contains</source>
         <translation>eine Liste soll mehr Einträge haben, als die Datei enthält</translation>
     </message>
     <message>
-        <source>a face names the vertex %1, there are %2</source>
-        <translation>eine Fläche verweist auf den Eckpunkt %1, es gibt %2</translation>
+        <source>a face refers to vertex %1, but there are only %2</source>
+        <translation>eine Fläche verweist auf den Eckpunkt %1, es gibt aber nur %2</translation>
     </message>
 </context>
 <context>
@@ -1485,10 +1485,6 @@
         <translation>sie ist leer</translation>
     </message>
     <message>
-        <source>there is nothing in it that can be shown</source>
-        <translation>sie enthält nichts Darstellbares</translation>
-    </message>
-    <message>
         <source>stopped</source>
         <translation>abgebrochen</translation>
     </message>
@@ -1499,6 +1495,10 @@
     <message>
         <source>it is not a regular file</source>
         <translation>sie ist keine gewöhnliche Datei</translation>
+    </message>
+    <message>
+        <source>it contains nothing to show</source>
+        <translation>sie enthält nichts Darstellbares</translation>
     </message>
 </context>
 <context>
@@ -1512,16 +1512,16 @@
         <translation>eine Koordinate ist keine endliche Zahl</translation>
     </message>
     <message>
-        <source>a face names a vertex that is not there</source>
-        <translation>eine Fläche verweist auf einen Eckpunkt, den es nicht gibt</translation>
-    </message>
-    <message>
-        <source>a vertex names a joint that is not there</source>
-        <translation>ein Eckpunkt verweist auf ein Gelenk, das es nicht gibt</translation>
-    </message>
-    <message>
         <source>the camera &apos;%1&apos; has no usable field of view</source>
         <translation>die Kamera „%1“ hat keinen brauchbaren Bildwinkel</translation>
+    </message>
+    <message>
+        <source>a face refers to a missing vertex</source>
+        <translation>eine Fläche verweist auf einen fehlenden Eckpunkt</translation>
+    </message>
+    <message>
+        <source>a vertex refers to a missing joint</source>
+        <translation>ein Eckpunkt verweist auf ein fehlendes Gelenk</translation>
     </message>
 </context>
 <context>
@@ -1752,16 +1752,16 @@
         <translation>tov ist abgestürzt</translation>
     </message>
     <message>
-        <source>tov crashed when it was started last. Start now without modules and plug-ins that are not part of it?</source>
-        <translation>Beim letzten Start ist tov abgestürzt. Jetzt ohne zusätzliche Module und Plugins starten?</translation>
-    </message>
-    <message>
         <source>Start in safe mode</source>
         <translation>Im abgesicherten Modus starten</translation>
     </message>
     <message>
         <source>Start as usual</source>
         <translation>Normal starten</translation>
+    </message>
+    <message>
+        <source>tov crashed at its last start. Start now without modules and plug-ins that are not part of it?</source>
+        <translation>Beim letzten Start ist tov abgestürzt. Jetzt ohne zusätzliche Module und Plugins starten?</translation>
     </message>
 </context>
 <context>
@@ -1827,10 +1827,6 @@
 <context>
     <name>tov::viewer::CommandStarter</name>
     <message>
-        <source>No trajectory is open, so a synchronised recording would hold no frames. Open one first (File &gt; Open trajectory), or switch &quot;sync&quot; off.</source>
-        <translation>Es ist keine Trajektorie geöffnet, eine synchronisierte Aufnahme wäre daher leer. Öffnen Sie zuerst eine (Datei &gt; Trajektorie öffnen), oder schalten Sie „Synchron“ aus.</translation>
-    </message>
-    <message>
         <source>The height follows from the shape of the view: %1 pixels.</source>
         <translation>Die Höhe ergibt sich aus dem Seitenverhältnis der Ansicht: %1 Pixel.</translation>
     </message>
@@ -1849,6 +1845,10 @@
     <message>
         <source>Replace</source>
         <translation>Ersetzen</translation>
+    </message>
+    <message>
+        <source>No trajectory is open, so a synchronised recording would have no frames. Open one first (File &gt; Open trajectory), or switch &quot;sync&quot; off.</source>
+        <translation>Es ist keine Trajektorie geöffnet, eine synchronisierte Aufnahme wäre daher leer. Öffnen Sie zuerst eine (Datei &gt; Trajektorie öffnen), oder schalten Sie „Synchron“ aus.</translation>
     </message>
 </context>
 <context>
@@ -1941,10 +1941,6 @@
         <translation>Geben Sie einen Dateinamen an.</translation>
     </message>
     <message>
-        <source>The ending of the name is the format: %1.</source>
-        <translation>Die Endung bestimmt das Format: %1.</translation>
-    </message>
-    <message>
         <source>%1 megapixels, %2 MB of memory while it is drawn</source>
         <translation>%1 Megapixel, %2 MB Speicher beim Zeichnen</translation>
     </message>
@@ -1955,6 +1951,10 @@
     <message>
         <source>Replace</source>
         <translation>Ersetzen</translation>
+    </message>
+    <message>
+        <source>The ending selects the format: %1.</source>
+        <translation>Die Endung bestimmt das Format: %1.</translation>
     </message>
 </context>
 <context>
@@ -2077,8 +2077,8 @@
         </translation>
     </message>
     <message>
-        <source>%1: the system has no thread left to read it with</source>
-        <translation>%1: Das System kann keinen Thread zum Lesen starten</translation>
+        <source>%1: cannot be read, the system has no free thread</source>
+        <translation>%1: kann nicht gelesen werden, das System hat keinen freien Thread</translation>
     </message>
 </context>
 <context>
@@ -2238,10 +2238,6 @@
         <translation>Es können nur lokale Dateien geöffnet werden.</translation>
     </message>
     <message>
-        <source>The scene stays as it is until the picture is done; the change follows then.</source>
-        <translation>Die Szene bleibt unverändert, bis das Bild fertig ist; danach folgt die Änderung.</translation>
-    </message>
-    <message>
         <source>Search parts</source>
         <translation>Teile suchen</translation>
     </message>
@@ -2291,6 +2287,10 @@
     <message>
         <source>Pictures are not available here. See Help &gt; About modules for the reason.</source>
         <translation>Bilder sind hier nicht verfügbar. Den Grund nennt Hilfe &gt; Über Module.</translation>
+    </message>
+    <message>
+        <source>The scene is locked until the picture is done; the change is made then.</source>
+        <translation>Die Szene ist gesperrt, bis das Bild fertig ist; danach folgt die Änderung.</translation>
     </message>
 </context>
 <context>
@@ -2466,19 +2466,19 @@ Aufnahmen werden gestoppt und behalten, was aufgenommen wurde; Bilder werden fer
         <translation>Fertigstellen und beenden</translation>
     </message>
     <message>
-        <source>Finishing what is running ...</source>
-        <translation>Laufende Arbeiten werden fertiggestellt ...</translation>
-    </message>
-    <message>
-        <source>Something does not end. Wait for it, or quit without it? What it has not written yet is lost.</source>
-        <translation>Eine Arbeit endet nicht. Weiter warten oder trotzdem beenden? Was noch nicht geschrieben ist, geht verloren.</translation>
-    </message>
-    <message>
         <source>Wait</source>
         <translation>Warten</translation>
     </message>
     <message>
-        <source>Quit without it</source>
+        <source>Finishing running work ...</source>
+        <translation>Laufende Arbeiten werden fertiggestellt ...</translation>
+    </message>
+    <message>
+        <source>Some work does not end. Wait for it, or quit anyway? Unsaved results are lost.</source>
+        <translation>Eine Arbeit endet nicht. Warten oder trotzdem beenden? Nicht gespeicherte Ergebnisse gehen verloren.</translation>
+    </message>
+    <message>
+        <source>Quit anyway</source>
         <translation>Trotzdem beenden</translation>
     </message>
 </context>
@@ -2529,10 +2529,6 @@ Die Aufnahme stoppen und behalten?</translation>
         <translation>, fertig in %1</translation>
     </message>
     <message>
-        <source>No trajectory is open, so a recording that is synchronised with it holds no frames. Open one with File &gt; Open trajectory, or record with &quot;sync&quot; off.</source>
-        <translation>Es ist keine Trajektorie geöffnet, eine synchronisierte Aufnahme ist daher leer. Öffnen Sie eine mit Datei &gt; Trajektorie öffnen, oder schalten Sie „Synchron“ aus.</translation>
-    </message>
-    <message>
         <source>%1 is not complete: %2</source>
         <translation>%1 ist unvollständig: %2</translation>
     </message>
@@ -2551,6 +2547,10 @@ Die Aufnahme stoppen und behalten?</translation>
     <message>
         <source>&quot;%1&quot; was asked to stop and has not ended yet. A picture is finished first; an encoder that hangs never ends. You can go on working.</source>
         <translation>„%1“ soll stoppen, läuft aber noch. Ein Bild wird zuerst fertiggestellt; ein hängender Encoder endet nie. Sie können weiterarbeiten.</translation>
+    </message>
+    <message>
+        <source>No trajectory is open, so a synchronised recording has no frames. Open one with File &gt; Open trajectory, or record with &quot;sync&quot; off.</source>
+        <translation>Es ist keine Trajektorie geöffnet, eine synchronisierte Aufnahme ist daher leer. Öffnen Sie eine mit Datei &gt; Trajektorie öffnen, oder schalten Sie „Synchron“ aus.</translation>
     </message>
 </context>
 <context>
@@ -2596,7 +2596,7 @@ Die Aufnahme stoppen und behalten?</translation>
         <translation>Bild %1</translation>
     </message>
     <message>
-        <source>Free space on the disk that it writes to, and about how much waits to be encoded</source>
+        <source>Free space on the disk of the output, and approximate amount of data to be encoded</source>
         <translation>Freier Platz auf dem Ziellaufwerk und ungefähre Menge, die noch kodiert werden muss</translation>
     </message>
 </context>
