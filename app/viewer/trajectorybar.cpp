@@ -4,12 +4,14 @@
 #include "kernel/main/settings.h"
 #include "scene/view/scenepanel.h"
 #include "scene/view/viewer.h"
+#include "trajectory/animationmotion.h"
 #include "trajectory/trajectoryhandler.h"
 
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QInputDialog>
 #include <QLabel>
+#include <QMenu>
 #include <QProxyStyle>
 #include <QSlider>
 #include <QToolButton>
@@ -48,6 +50,7 @@ TrajectoryBar::TrajectoryBar(QWidget* parent) : QToolBar(tr("Trajectory"), paren
         if (accepted && !TrajectoryHandler::getInstance()->selectTurntable(count, &error))
             emit failed(error);
     });
+    addAnimationMenu();
     addSeparator();
     mp_Back = addAction(glyphIcon(Glyph::Previous), tr("Previous position"));
     mp_Play = addAction(glyphIcon(Glyph::Play), tr("Play"));
@@ -107,6 +110,44 @@ TrajectoryBar::TrajectoryBar(QWidget* parent) : QToolBar(tr("Trajectory"), paren
         play ? m_Clock.start() : m_Clock.stop();
     });
     refresh();
+}
+
+void TrajectoryBar::addAnimationMenu()
+{
+    auto* animations = new QMenu(tr("Animations"), this);
+    animations->setObjectName(QStringLiteral("AnimationMenu"));
+    connect(animations, &QMenu::aboutToShow, this, [this, animations] { listAnimations(animations); });
+    auto* choose = new QToolButton(this);
+    choose->setText(tr("Animations"));
+    choose->setToolTip(tr("Play an animation of the models in the scene"));
+    choose->setMenu(animations);
+    choose->setPopupMode(QToolButton::InstantPopup);
+    addWidget(choose);
+}
+
+void TrajectoryBar::listAnimations(QMenu* menu)
+{
+    menu->clear();
+    const QStringList names = TrajectoryHandler::getInstance()->getAnimationNames();
+    for (const QString& name : names) {
+        QString label = name.isEmpty() ? tr("Without a name") : name;
+        label.replace(QLatin1Char('&'), QLatin1String("&&"));
+        connect(menu->addAction(label), &QAction::triggered, this, [this, name] { playAnimation(name); });
+    }
+    if (names.isEmpty())
+        menu->addAction(tr("No animations"))->setEnabled(false);
+}
+
+void TrajectoryBar::playAnimation(const QString& name)
+{
+    tov::trajectory::PlaybackOptions options;
+    options.fps = 1000.0 / m_Clock.interval();
+    QString error;
+    if (!TrajectoryHandler::getInstance()->selectAnimation(name, options, &error)) {
+        emit failed(error);
+        return;
+    }
+    mp_Play->setChecked(true);
 }
 
 void TrajectoryBar::step(int by)

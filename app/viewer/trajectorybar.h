@@ -5,11 +5,12 @@
 
 class QAction;
 class QLabel;
+class QMenu;
 class QSlider;
 
 namespace tov::viewer {
 
-/// Opens, steps and plays the selected trajectory. Thread: application.
+/// Chooses, steps and plays a trajectory: a file, a turntable or an animation of the scene. Thread: application.
 class TrajectoryBar : public QToolBar
 {
     Q_OBJECT
@@ -25,6 +26,10 @@ signals:
 
 private:
     void refresh();
+    void addAnimationMenu();
+    /// Fills a menu with the animations of the scene; choosing one plays it.
+    void listAnimations(QMenu* menu);
+    void playAnimation(const QString& name);
     void step(int by);
 
     QAction* mp_Play;

@@ -7,6 +7,7 @@
 #include "app/viewer/scenetree.h"
 #include "app/viewer/trajectorybar.h"
 #include "kernel/main/settings.h"
+#include "scene/import/sceneimport.h"
 #include "scene/view/scenepanel.h"
 #include "scene/view/viewer.h"
 #include "tests/window/windowfixture.h"
@@ -241,6 +242,25 @@ TEST_F(WindowPanels, TrajectoryBarStepsPlaysAndLoops)
     EXPECT_TRUE(play->isChecked());
     play->trigger();
     EXPECT_FALSE(play->isChecked());
+}
+
+TEST_F(WindowPanels, AnimationsOfTheSceneAreListedAndPlayed)
+{
+    auto* bar = window().getTrajectoryBar();
+    auto* menu = bar->findChild<QMenu*>("AnimationMenu");
+    ASSERT_TRUE(menu);
+    emit menu->aboutToShow();
+    ASSERT_EQ(menu->actions().size(), 1);
+    EXPECT_FALSE(menu->actions().first()->isEnabled()) << "the scene has none";
+    QString error;
+    ASSERT_TRUE(tov::scene::SceneImport::addFiles({QStringLiteral(TOV_SOURCE_DIR "/samples/arm.gltf")}, &error))
+        << error.toStdString();
+    emit menu->aboutToShow();
+    ASSERT_EQ(menu->actions().size(), 1);
+    EXPECT_EQ(menu->actions().first()->text(), TrajectoryHandler::getInstance()->getAnimationNames().first());
+    menu->actions().first()->trigger();
+    EXPECT_GT(TrajectoryHandler::getInstance()->getCount(), 1u);
+    EXPECT_TRUE(processUntil([] { return TrajectoryHandler::getInstance()->getPosition() > 0; })) << "nothing plays";
 }
 
 TEST_F(WindowPanels, LayoutIsKept)
