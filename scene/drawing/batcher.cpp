@@ -2,6 +2,7 @@
 
 #include "scene/sceneview.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 
@@ -35,6 +36,8 @@ std::uint64_t signatureOf(const Parts& parts)
     std::uint64_t hash = parts.size();
     for (const DrawItem* part : parts) {
         hash = mixed(mixed(hash, part->element->getId()), part->element->getRevision());
+        // Colours go into the vertices, and materials may be exchanged.
+        hash = mixed(hash, reinterpret_cast<std::uintptr_t>(part->element->getMaterial().get()));
         std::uint64_t values[16];
         static_assert(sizeof values == sizeof part->toScene);
         std::memcpy(values, part->toScene.data(), sizeof values);
@@ -68,8 +71,29 @@ Matrix4 forNormals(const Matrix4& m)
     return result;
 }
 
-void append(Geometry& geometry, const DrawItem& part)
+/// Whether the material is a colour and a few numbers, and the colour fits into vertices.
+bool isBakeable(const Material& material)
 {
+    const auto isShare = [](float value) { return value >= 0 && value <= 1; };
+    return material.alphaMode == Material::AlphaMode::Opaque && !material.baseColorTexture &&
+           !material.metallicRoughnessTexture && !material.normalTexture && !material.occlusionTexture &&
+           !material.emissiveTexture &&
+           std::all_of(material.baseColor.begin(), material.baseColor.begin() + 3, isShare);
+}
+
+/// All that counts of such a material but its colour.
+std::array<float, 10> numbersOf(const Material& material)
+{
+    return {material.metallic,           material.roughness,   material.emissive[0],        material.emissive[1],
+            material.emissive[2],        material.clearcoat,   material.clearcoatRoughness, material.indexOfRefraction,
+            float(material.doubleSided), float(material.unlit)};
+}
+
+void append(Geometry& geometry, const DrawItem& part, bool isBaked)
+{
+    std::array<float, 3> factor = {1, 1, 1};
+    if (isBaked)
+        std::copy_n(part.element->getMaterial()->baseColor.begin(), 3, factor.begin());
     const auto& element = *part.element;
     const auto first = std::uint32_t(geometry.vertexCount());
     const bool isMirrored = tov::math::volumeScaleOf(part.toScene) < 0;
@@ -80,7 +104,9 @@ void append(Geometry& geometry, const DrawItem& part)
             geometry.positions.push_back(float(at[axis] - geometry.origin[axis]));
         const auto normal = turned(normals, vertex.normal, isMirrored ? -1 : 1);
         geometry.normals.insert(geometry.normals.end(), normal.begin(), normal.end());
-        geometry.colors.insert(geometry.colors.end(), std::begin(vertex.color), std::end(vertex.color));
+        for (std::size_t c = 0; c < 3; ++c)
+            geometry.colors.push_back(std::uint16_t(std::lround(float(vertex.color[c]) * factor[c])));
+        geometry.colors.push_back(vertex.color[3]);
     }
     for (int set = 0; set < 2; ++set) {
         const auto& uv = element.getTextureCoordinates(set);
@@ -100,17 +126,39 @@ void append(Geometry& geometry, const DrawItem& part)
     }
 }
 
-std::unique_ptr<GeometryElement> mergedElement(const Parts& parts)
+} // namespace
+
+std::unique_ptr<GeometryElement> Batcher::mergedElement(const Parts& parts, bool isBaked)
 {
     Geometry geometry;
     geometry.origin = transformed(parts.front()->toScene, 0, 0, 0);
     for (const DrawItem* part : parts)
-        append(geometry, *part);
+        append(geometry, *part, isBaked);
     geometry.material = parts.front()->element->getMaterial();
+    if (isBaked) {
+        auto white = std::make_shared<Material>(*geometry.material);
+        white->baseColor = {1, 1, 1, 1};
+        geometry.material = std::move(white);
+    }
     return std::make_unique<GeometryElement>(QString(), std::move(geometry));
 }
 
-} // namespace
+Batcher::Key Batcher::keyOf(const GeometryElement& element)
+{
+    Key key;
+    key.lacks = {element.getTextureCoordinates(0).empty(), element.getTextureCoordinates(1).empty(),
+                 element.getTangents().empty()};
+    const Material& material = *element.getMaterial();
+    const auto numbers = numbersOf(material);
+    // Numbers that are none have no order.
+    const bool areNumbers =
+        std::all_of(numbers.begin(), numbers.end(), [](float value) { return std::isfinite(value); });
+    if (isBakeable(material) && areNumbers)
+        key.numbers = numbers;
+    else
+        key.material = &material;
+    return key;
+}
 
 std::vector<DrawItem> Batcher::merged(const std::vector<DrawItem>& items)
 {
@@ -119,9 +167,7 @@ std::vector<DrawItem> Batcher::merged(const std::vector<DrawItem>& items)
     for (const DrawItem& item : items) {
         const auto& element = *item.element;
         if (isSmall(element))
-            groups[Key(element.getMaterial().get(), element.getTextureCoordinates(0).empty(),
-                       element.getTextureCoordinates(1).empty(), element.getTangents().empty())]
-                .push_back(&item);
+            groups[keyOf(element)].push_back(&item);
         else
             result.push_back(item);
     }
@@ -135,7 +181,7 @@ std::vector<DrawItem> Batcher::merged(const std::vector<DrawItem>& items)
         Batch batch = std::move(m_Batches[key]);
         const std::uint64_t signature = signatureOf(parts);
         if (!batch.element || batch.signature != signature)
-            batch.element = mergedElement(parts);
+            batch.element = mergedElement(parts, !key.material);
         batch.signature = signature;
         result.push_back({batch.element.get(), translation(batch.element->getOrigin())});
         kept[key] = std::move(batch);

@@ -2,6 +2,7 @@
 
 #include "scene/drawing/painter.h"
 
+#include <array>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -10,9 +11,9 @@
 
 namespace tov::scene {
 
-/// Merges small solid surfaces of one material into one element, because thousands of calls of OpenGL cost more than
-/// what they draw. A merged element is kept until one of its parts changes, moves, or is no longer drawn. Thread: one
-/// at a time.
+/// Merges small solid surfaces into one element, because thousands of calls of OpenGL cost more than what they draw:
+/// those of one material, and those whose materials have no textures and differ in colour only. A merged element is
+/// kept until one of its parts changes, moves, or is no longer drawn. Thread: one at a time.
 class Batcher
 {
 public:
@@ -20,13 +21,26 @@ public:
     std::vector<DrawItem> merged(const std::vector<DrawItem>& items);
 
 private:
-    /// Material, and which optional arrays the elements have.
-    typedef std::tuple<const Material*, bool, bool, bool> Key;
+    /// What the parts of a batch have in common.
+    struct Key
+    {
+        const Material* material = nullptr; ///< null: the numbers below, and colours go into the vertices
+        std::array<float, 10> numbers{};
+        std::array<bool, 3> lacks{}; ///< which optional arrays the elements do not have
+
+        bool operator<(const Key& other) const
+        {
+            return std::tie(material, numbers, lacks) < std::tie(other.material, other.numbers, other.lacks);
+        }
+    };
     struct Batch
     {
         std::uint64_t signature = 0; ///< of parts and places
         std::unique_ptr<GeometryElement> element;
     };
+    static Key keyOf(const GeometryElement& element);
+    static std::unique_ptr<GeometryElement> mergedElement(const std::vector<const DrawItem*>& parts, bool isBaked);
+
     std::map<Key, Batch> m_Batches;
 };
 

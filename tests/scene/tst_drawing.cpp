@@ -204,13 +204,22 @@ TEST_F(DrawingTest, ManySmallPartsLookAsTheyDoAlone)
     std::mt19937 random(7);
     std::uniform_real_distribution<double> place(-0.6, 0.6);
     const auto material = makeMaterial(QColor(200, 120, 60));
-    const auto makeRoot = [&](bool isShared) {
+    enum class Materials
+    {
+        One,
+        Coloured, ///< one for each part, that differ in colour
+        Apart,    ///< as coloured, and too different to be merged
+    };
+    const auto makeRoot = [&](Materials materials, bool isColorful) {
         random.seed(7);
         std::vector<SceneElement*> parts;
         for (int i = 0; i < 60; ++i) {
             Geometry geometry = sphere(4);
-            // A separate material for each part prevents merging.
-            geometry.material = isShared ? material : makeMaterial(QColor(200, 120, 60));
+            auto own = std::make_shared<Material>(*material);
+            if (isColorful)
+                own->baseColor = {float(i % 7) / 7, float(i % 5) / 5, float(i % 3) / 3, 1};
+            own->metallic = materials == Materials::Apart ? 1e-6f * float(i) : 0.0f;
+            geometry.material = materials == Materials::One ? material : own;
             auto* part = new GeometryElement(QStringLiteral("part"), std::move(geometry));
             Matrix4 transform = Matrix4::identity();
             for (unsigned int axis = 0; axis < 3; ++axis) {
@@ -224,13 +233,16 @@ TEST_F(DrawingTest, ManySmallPartsLookAsTheyDoAlone)
         }
         return rootOf(parts);
     };
-    const QImage merged = flat(makeRoot(true)), alone = flat(makeRoot(false));
-    int different = 0;
-    for (int y = 0; y < Size; ++y)
-        for (int x = 0; x < Size; ++x)
-            different += std::abs(qGreen(merged.pixel(x, y)) - qGreen(alone.pixel(x, y))) > 2;
-    EXPECT_GT(covered(merged), 1000);
-    EXPECT_LE(different, Size * Size / 1000) << "edges may differ by rounding";
+    for (const bool isColorful : {false, true}) {
+        const QImage merged = flat(makeRoot(isColorful ? Materials::Coloured : Materials::One, isColorful));
+        const QImage alone = flat(makeRoot(Materials::Apart, isColorful));
+        int different = 0;
+        for (int y = 0; y < Size; ++y)
+            for (int x = 0; x < Size; ++x)
+                different += std::abs(qGreen(merged.pixel(x, y)) - qGreen(alone.pixel(x, y))) > 2;
+        EXPECT_GT(covered(merged), 1000);
+        EXPECT_LE(different, Size * Size / 1000) << "edges may differ by rounding";
+    }
 }
 
 TEST_F(DrawingTest, FarFromTheOriginShapesStayAsTheyAre)
