@@ -37,8 +37,10 @@ struct SceneLook
     std::optional<QColor> color;  ///< one colour for everything, in place of all materials
     QColor edgeColor = QColor(20, 22, 26);
     double pointSize = 1.0 / 270; ///< diameter of a point, as a share of the picture's height
-    double lineWidth = 1.0 / 720; ///< width of a line, as a share of the picture's height
-    int samples = 0;              ///< per pixel, for smooth edges: 0 (off) or 2 to 8
+    /// Width of a line, as a share of the picture's height; at least a pixel, at most what the driver draws
+    /// (GL_ALIASED_LINE_WIDTH_RANGE; common are 10 to 255 pixels).
+    double lineWidth = 1.0 / 720;
+    int samples = 0; ///< per pixel, for smooth edges: 0 (off) or 2 to 8
 };
 
 } // namespace tov::scene
