@@ -150,7 +150,7 @@ Batcher::Key Batcher::keyOf(const GeometryElement& element)
                  element.getTangents().empty()};
     const Material& material = *element.getMaterial();
     const auto numbers = numbersOf(material);
-    // Numbers that are none have no order.
+    // What is not a number has no order.
     const bool areNumbers =
         std::all_of(numbers.begin(), numbers.end(), [](float value) { return std::isfinite(value); });
     if (isBakeable(material) && areNumbers)
