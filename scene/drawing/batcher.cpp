@@ -162,14 +162,21 @@ Batcher::Key Batcher::keyOf(const GeometryElement& element)
 
 std::vector<DrawItem> Batcher::merged(const std::vector<DrawItem>& items)
 {
-    std::map<Key, Parts> groups;
+    // Groups keep the order of the scene: keys hold addresses, whose order differs from run to run.
+    std::map<Key, std::size_t> numbers;
+    std::vector<std::pair<Key, Parts>> groups;
     std::vector<DrawItem> result;
     for (const DrawItem& item : items) {
         const auto& element = *item.element;
-        if (isSmall(element))
-            groups[keyOf(element)].push_back(&item);
-        else
+        if (!isSmall(element)) {
             result.push_back(item);
+            continue;
+        }
+        const Key key = keyOf(element);
+        const auto [found, isNew] = numbers.try_emplace(key, groups.size());
+        if (isNew)
+            groups.push_back({key, {}});
+        groups[found->second].second.push_back(&item);
     }
     std::map<Key, Batch> kept;
     for (const auto& [key, parts] : groups) {

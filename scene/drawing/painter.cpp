@@ -167,6 +167,8 @@ Painter::Painter(const View& view, const SceneLook& look, bool isMultisampled, d
 void Painter::add(const DrawItem& item)
 {
     const auto& element = *item.element;
+    // Numbered before culling, so that every tile draws in the same order.
+    m_MaterialNumbers.try_emplace(element.getMaterial().get(), m_MaterialNumbers.size());
     const bool isSurface = element.getKind() == Geometry::Kind::Surfaces;
     const Frustum frustum((isSurface && m_Look.show == SceneLook::Show::Surface ? m_View.clip : m_WideClip) *
                           item.toScene);
@@ -230,6 +232,7 @@ Painter::Call Painter::makeCall(std::size_t item, Content content, const Materia
     Call call{};
     call.element = &element;
     call.material = &material;
+    call.materialNumber = m_MaterialNumbers.at(element.getMaterial().get());
     call.content = content;
     call.item = item;
     call.part = m_Parts.size();
@@ -378,7 +381,7 @@ void Painter::draw(UniformBuffer& uniforms)
             return b.isBlended;
         if (a.isBlended)
             return a.depth > b.depth;
-        return std::tie(a.features, a.material) < std::tie(b.features, b.material);
+        return std::tie(a.features, a.materialNumber) < std::tie(b.features, b.materialNumber);
     });
     uploadBlocks(uniforms);
     auto* gl = functions();

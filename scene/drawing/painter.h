@@ -9,6 +9,7 @@
 #include <QPointer>
 
 #include <cstddef>
+#include <map>
 #include <vector>
 
 namespace tov::scene {
@@ -65,6 +66,7 @@ private:
     {
         const GeometryElement* element;
         const Material* material;
+        std::size_t materialNumber;
         Content content;
         Sides sides;
         unsigned int features;
@@ -101,6 +103,9 @@ private:
     std::shared_ptr<const Environment> m_Environment; ///< null: no environment light
     std::shared_ptr<const Material> m_OneMaterial;    ///< replaces all others; null: none
     std::shared_ptr<const Material> m_EdgeMaterial;   ///< of outlines and feature edges
+    /// Materials by first appearance. Surfaces in the same place are decided by the order of drawing, which must not
+    /// depend on addresses.
+    std::map<const Material*, std::size_t> m_MaterialNumbers;
     std::vector<DrawItem> m_Items;
     std::vector<Call> m_Calls;
     std::vector<PartBlock> m_Parts;
