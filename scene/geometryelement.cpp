@@ -1,7 +1,5 @@
 #include "scene/geometryelement.h"
 
-#include "scene/deformation.h"
-#include "scene/drawing/drawbuffers.h"
 #include "scene/normals.h"
 
 #include <algorithm>
@@ -185,7 +183,7 @@ private:
 };
 
 GeometryElement::GeometryElement(const QString& name, Geometry geometry)
-    : SceneElement(name), mp_Buffers(new Buffers), m_Kind(geometry.kind), m_Origin(geometry.origin)
+    : SceneElement(name), m_Kind(geometry.kind), m_Origin(geometry.origin)
 {
     // Vertex colours without a material show as they are.
     setMaterial(!geometry.material && !geometry.colors.empty() ? makeMaterial(Qt::white) : geometry.material);
@@ -196,10 +194,7 @@ GeometryElement::GeometryElement(const QString& name, Geometry geometry)
     compareNormals();
 }
 
-GeometryElement::~GeometryElement()
-{
-    mp_Buffers->abandon();
-}
+GeometryElement::~GeometryElement() = default;
 
 void GeometryElement::setMaterial(std::shared_ptr<const Material> material)
 {

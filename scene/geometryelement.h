@@ -110,9 +110,9 @@ public:
 
     /// The drawer's buffers for this element; used by the drawer only.
     struct Buffers;
-    std::unique_ptr<Buffers> mp_Buffers;
+    mutable std::shared_ptr<Buffers> mp_Buffers;
     /// The vertices at rest of a deformed element that has been in a scene; used by the scene only.
-    std::unique_ptr<DeformedShape> mp_Shape;
+    std::shared_ptr<DeformedShape> mp_Shape;
 
 private:
     class Ordering;

@@ -3,7 +3,8 @@
 #include "kernel/workers/overseer.h"
 #include "scene/globalscene.h"
 #include "scene/scene.h"
-#include "trajectory/trajectoryhandler.h"
+
+#include <QCoreApplication>
 
 namespace tov::trajectory {
 
@@ -30,7 +31,7 @@ void SceneEdits::tryEdit(const std::shared_ptr<std::atomic<std::uint64_t>>& late
     const auto scene = tov::scene::_GlobalScene();
     const auto retry = [latest, number, edit] {
         QMetaObject::invokeMethod(
-            TrajectoryHandler::getInstance(), [latest, number, edit] { tryEdit(latest, number, edit); },
+            QCoreApplication::instance(), [latest, number, edit] { tryEdit(latest, number, edit); },
             Qt::QueuedConnection);
     };
     SceneEdit guard(scene.get(), SceneLocker::LockTransforms, retry);

@@ -89,8 +89,15 @@ std::mutex& GeometryElement::Buffers::mutex()
 
 Entry GeometryElement::Buffers::obtain(const GeometryElement& element, bool wantsEdges)
 {
-    QOpenGLContext* context = QOpenGLContext::currentContext();
     std::lock_guard<std::mutex> guard(mutex());
+    if (!element.mp_Buffers)
+        element.mp_Buffers = std::make_shared<Buffers>();
+    return element.mp_Buffers->update(element, wantsEdges);
+}
+
+Entry GeometryElement::Buffers::update(const GeometryElement& element, bool wantsEdges)
+{
+    QOpenGLContext* context = QOpenGLContext::currentContext();
     entries.erase(std::remove_if(entries.begin(), entries.end(), [](const Entry& entry) { return !entry.group; }),
                   entries.end());
     auto known = entries.begin();
@@ -123,12 +130,11 @@ Entry GeometryElement::Buffers::obtain(const GeometryElement& element, bool want
     return entry;
 }
 
-void GeometryElement::Buffers::abandon()
+GeometryElement::Buffers::~Buffers()
 {
     std::lock_guard<std::mutex> guard(mutex());
     for (const Entry& entry : entries)
         abandonAll(entry);
-    entries.clear();
 }
 
 void GeometryElement::Buffers::abandon(const QPointer<QOpenGLContextGroup>& group, unsigned int name)

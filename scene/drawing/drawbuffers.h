@@ -32,9 +32,12 @@ struct GeometryElement::Buffers
     /// The element's buffers in the current context's group, uploaded now if they are missing or out of date. The
     /// upload is finished when this returns, so that every context of the group sees it. A failed upload is not kept:
     /// the names are 0, and the OpenGL error is left for the caller. Thread: the current context's.
-    Entry obtain(const GeometryElement& element, bool wantsEdges);
+    static Entry obtain(const GeometryElement& element, bool wantsEdges);
+    Buffers() = default;
+    Buffers(const Buffers&) = delete;
+    Buffers& operator=(const Buffers&) = delete;
     /// Queues the names to be freed by `collect`. Thread: any.
-    void abandon();
+    ~Buffers();
     /// Queues a buffer that belongs to no element, to be freed by `collect`; 0 is ignored. Thread: any.
     static void abandon(const QPointer<QOpenGLContextGroup>& group, unsigned int name);
     /// The same for a renderbuffer.
@@ -42,6 +45,10 @@ struct GeometryElement::Buffers
     /// Frees abandoned names of the current context's group, and forgets those of groups that are gone. Thread: the
     /// current context's.
     static void collect();
+
+private:
+    /// The mutex is held.
+    Entry update(const GeometryElement& element, bool wantsEdges);
 };
 
 } // namespace tov::scene

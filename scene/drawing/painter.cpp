@@ -484,7 +484,7 @@ void Painter::bindTextures(const Call& call)
 bool Painter::bindVertices(const Call& call, std::size_t& edgeIndexCount) const
 {
     auto* gl = functions();
-    const auto buffers = call.element->mp_Buffers->obtain(*call.element, call.content == Content::Features);
+    const auto buffers = GeometryElement::Buffers::obtain(*call.element, call.content == Content::Features);
     if (buffers.vertices == 0)
         return false;
     edgeIndexCount = buffers.edgeIndexCount;

@@ -19,6 +19,9 @@ QString tr(const char* text)
     return QCoreApplication::translate("tov::scene", text);
 }
 
+/// Groups of four joints per vertex; real models have up to four.
+constexpr std::uint32_t MaxJointGroups = 64;
+
 [[noreturn]] void failIncomplete()
 {
     throw ReadError(tr("the importer's output is incomplete"));
@@ -278,6 +281,9 @@ void StreamReader::readSkin()
 
 void StreamReader::readMorphs(const MeshRecord& record, Geometry& geometry)
 {
+    // Without vertices a target takes no bytes, so their number would have no limit.
+    if (record.morphTargets > 0 && record.vertices == 0)
+        failIncomplete();
     for (std::uint32_t i = 0; i < record.morphTargets; ++i) {
         Geometry::MorphTarget target;
         target.positions = m_Cursor.takeMany<float>(record.vertices, 3);
@@ -331,8 +337,10 @@ void StreamReader::readMeshArrays(const MeshRecord& record, Geometry& geometry)
     for (std::vector<float>* values : {&geometry.normals, &geometry.tangents, &geometry.uv[0], &geometry.uv[1]})
         if (!areFinite(*values))
             values->clear();
+    if (record.jointGroups > MaxJointGroups)
+        throw ReadError(tr("a vertex has too many joints"));
     if (record.jointGroups > 0) {
-        geometry.jointGroups = int(std::min(record.jointGroups, 1u << 16));
+        geometry.jointGroups = int(record.jointGroups);
         geometry.joints = m_Cursor.takeMany<std::uint16_t>(record.vertices, 4 * std::uint64_t(record.jointGroups));
         geometry.weights = m_Cursor.takeMany<float>(record.vertices, 4 * std::uint64_t(record.jointGroups));
         normalizeWeights(geometry);

@@ -2,18 +2,18 @@
 
 #include "scene/drawing/scenedrawer.h"
 #include "scene/view/camera.h"
-#include "scene/view/scenepanel.h"
 
 #include <QPoint>
 
 #include <atomic>
+#include <memory>
 #include <mutex>
 #include <optional>
 
 namespace tov::gui {
 
 /// The state of a panel, for the units that implement it: scenepanel (camera), panelinput, paneldrawing.
-struct ScenePanel::Private
+struct PanelState
 {
     QPoint lastMouse;
     std::unique_ptr<tov::scene::SceneDrawer> drawer;

@@ -28,7 +28,7 @@ constexpr double FarthestTarget = 9;
 
 } // namespace
 
-ScenePanel::ScenePanel(QWidget* parent) : QOpenGLWidget(parent), d(new Private)
+ScenePanel::ScenePanel(QWidget* parent) : QOpenGLWidget(parent), d(new PanelState)
 {
     setFocusPolicy(Qt::StrongFocus);
     setMouseTracking(false);

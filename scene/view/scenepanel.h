@@ -11,6 +11,8 @@
 
 namespace tov::gui {
 
+struct PanelState;
+
 /// A view of the global scene through a `Camera`. Also works while hidden, with the size that was set. Thread:
 /// application, unless a method says otherwise.
 class TOV_EXPORT ScenePanel final : public QOpenGLWidget
@@ -120,8 +122,7 @@ private:
     void updateSize();
     void drawScene();
     void drawGuideFrame();
-    struct Private;
-    std::unique_ptr<Private> d;
+    std::unique_ptr<PanelState> d;
 };
 
 } // namespace tov::gui

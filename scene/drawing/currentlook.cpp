@@ -1,6 +1,7 @@
-#include "scene/drawing/scenelook.h"
+// The look that all drawers share.
 
 #include "scene/drawing/scenedrawer.h"
+#include "scene/drawing/scenelook.h"
 
 #include <algorithm>
 #include <cmath>
