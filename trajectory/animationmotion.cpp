@@ -147,6 +147,9 @@ std::shared_ptr<const AnimationMotion> AnimationMotion::create(const tov::scene:
     };
     if (!std::isfinite(animation.duration) || animation.duration < 0)
         return fail(tr("its duration is not a number"));
+    if (options.start > animation.duration)
+        return fail(tr("it lasts %1 s, so it has no position at %2 s")
+                        .arg(QString::number(animation.duration), QString::number(options.start)));
     const double seconds = options.seconds > 0 ? options.seconds : animation.duration;
     std::shared_ptr<AnimationMotion> motion(new AnimationMotion);
     motion->m_Count = frameCountOf(seconds, options.fps);
@@ -185,8 +188,9 @@ double AnimationMotion::timeAt(unsigned long frame) const
     if (!(length > 0))
         return 0;
     if (m_Options.repeat)
-        return std::fmod(seconds, length);
-    return std::min(seconds * length / m_Options.seconds, length);
+        return std::fmod(m_Options.start + seconds, length);
+    const double stretch = m_Options.seconds == length ? 1 : length / m_Options.seconds;
+    return std::min(m_Options.start + seconds * stretch, length);
 }
 
 void AnimationMotion::bind(SceneElement* root) const

@@ -60,6 +60,15 @@ QByteArray readAll(const QFileInfo& info, QString* reason)
     return data;
 }
 
+bool setEase(CameraPath& path, Ease ease, QString* reason)
+{
+    if (ease == Ease::None)
+        return true;
+    CameraPath::Options options = path.getOptions();
+    options.ease = ease;
+    return CameraPath::create(path.getKeys(), options, path, reason);
+}
+
 /// Reads by suffix; false and the reason on failure.
 bool readContent(const QString& suffix, const QByteArray& data, const PlaybackOptions& options, FileContent& content,
                  QString* reason)
@@ -68,7 +77,7 @@ bool readContent(const QString& suffix, const QByteArray& data, const PlaybackOp
         return TrajectoryReader::readCsv(data, content.points, reason) && resample(content.points, options, reason);
     if (suffix == QLatin1String("json") && data.trimmed().startsWith('{')) {
         CameraPath path;
-        if (CameraPath::fromJson(data, path, reason))
+        if (CameraPath::fromJson(data, path, reason) && setEase(path, options.ease, reason))
             content.path = PathMotion::create(path, options.fps, options.seconds, reason);
         return content.path != nullptr;
     }
@@ -302,6 +311,12 @@ void TrajectoryHandler::rebaseTurntable(const tov::gui::ScenePanel& panel)
     if (d->elements)
         motion = std::make_shared<CombinedMotion>(motion, d->elements);
     d->advanced.changeMotion(motion);
+}
+
+void TrajectoryHandler::selectCameraMotion(std::shared_ptr<const Motion> motion)
+{
+    select(motion);
+    d->camera = std::move(motion);
 }
 
 bool TrajectoryHandler::selectPath(const CameraPath& path, const PlaybackOptions& options, QString* error)

@@ -66,6 +66,8 @@ public:
     bool selectTurntable(const TurntableOptions& options, QString* error);
     /// Selects a camera path. Thread: application.
     bool selectPath(const CameraPath& path, const PlaybackOptions& options, QString* error);
+    /// Selects a motion of the camera that the caller has made. Thread: application.
+    void selectCameraMotion(std::shared_ptr<const Motion> motion);
     /// Selects an animation of a model in the global scene by its name (in any case; empty: the first one). Thread:
     /// application.
     bool selectAnimation(const QString& name, const PlaybackOptions& options, QString* error);

@@ -145,7 +145,8 @@ bool makeImage(Session& session, const ImageJob& job)
     clock.start();
     reporter.started(job.plan.output);
     if (!session.showModels(job.plan.models, request.view.modelUp) ||
-        !session.showView(request.view, job.plan.view, false))
+        !session.showView(request.view, job.plan.view, false) ||
+        (request.motion.animation && !session.selectMotion(request.motion, request.view, 1)))
         return false;
     tov::math::Matrix4 transform;
     QImage image = draw(session, job, transform);

@@ -1,10 +1,16 @@
 #include "app/cli/optionreader.h"
 
-#include "app/cli/requests.h"
+#include "app/cli/valuetext.h"
 
 #include <cmath>
 
 namespace tov::app {
+
+namespace {
+
+constexpr double LongestSeconds = 1e6;
+
+} // namespace
 
 void OptionReader::fail(const QString& message)
 {
@@ -56,12 +62,22 @@ void OptionReader::readDegrees(const char* option, double least, double most, do
 
 void OptionReader::readSeconds(const char* option, double& value)
 {
-    constexpr double Longest = 1e6;
+    double seconds = 0;
     if (!has(option))
         return;
-    double seconds = 0;
-    if (!tov::app::readSeconds(text(option), seconds) || seconds > Longest)
+    if (!tov::app::readSeconds(text(option), seconds) || seconds <= 0 || seconds > LongestSeconds)
         fail(tr("--%1 must be a time above 0, e.g. 5s (got \"%2\")").arg(QLatin1String(option), text(option)));
+    else
+        value = seconds;
+}
+
+void OptionReader::readTime(const char* option, double& value)
+{
+    double seconds = 0;
+    if (!has(option))
+        return;
+    if (!tov::app::readSeconds(text(option), seconds) || seconds > LongestSeconds)
+        fail(tr("--%1 must be a time, e.g. 0.5s (got \"%2\")").arg(QLatin1String(option), text(option)));
     else
         value = seconds;
 }

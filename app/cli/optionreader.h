@@ -26,7 +26,10 @@ public:
     void readNumber(const char* option, double least, double most, double& value);
     /// The same with an optional unit.
     void readDegrees(const char* option, double least, double most, double& value);
+    /// A time above 0 in seconds.
     void readSeconds(const char* option, double& value);
+    /// A time from 0 on in seconds.
+    void readTime(const char* option, double& value);
     /// One of a list of words.
     void readWord(const char* option, const QStringList& words, QString& value);
     /// "x,y,z"

@@ -17,7 +17,7 @@ const char* const ViewGroup = QT_TRANSLATE_NOOP("CommandLine", "View");
 const char* const LookGroup = QT_TRANSLATE_NOOP("CommandLine", "Look");
 const char* const SizeGroup = QT_TRANSLATE_NOOP("CommandLine", "Size");
 const char* const PictureGroup = QT_TRANSLATE_NOOP("CommandLine", "Picture");
-const char* const MotionGroup = QT_TRANSLATE_NOOP("CommandLine", "Motion (one of the first five)");
+const char* const MotionGroup = QT_TRANSLATE_NOOP("CommandLine", "Motion");
 const char* const VideoGroup = QT_TRANSLATE_NOOP("CommandLine", "Video");
 const char* const BatchGroup = QT_TRANSLATE_NOOP("CommandLine", "Many results");
 const char* const CommandGroup = QT_TRANSLATE_NOOP("CommandLine", "Commands");
@@ -84,25 +84,32 @@ const OptionSpec Options[] = {
      QT_TRANSLATE_NOOP("CommandLine", "of JPEG and WEBP (default 90)")},
 
     {"turntable", 0, OptionValue::Number, "[N]", "video run", MotionGroup,
-     QT_TRANSLATE_NOOP("CommandLine", "turn the camera once around the model, N frames per turn")},
+     QT_TRANSLATE_NOOP("CommandLine", "turn the camera around the model, in N frames (default 5 s)")},
     {"trajectory", 0, Required, "FILE", "video run", MotionGroup,
      QT_TRANSLATE_NOOP("CommandLine", "follow a trajectory (csv tum txt json)")},
-    {"animation", 0, OptionValue::Name, "[NAME]", "video run", MotionGroup,
-     QT_TRANSLATE_NOOP("CommandLine", "play an animation of the model file (default: the first)")},
     {"path", 0, Required, "FILE", "video run", MotionGroup,
      QT_TRANSLATE_NOOP("CommandLine", "follow a camera path (json)")},
     {"free", 0, Required, "SECONDS", "video", MotionGroup,
-     QT_TRANSLATE_NOOP("CommandLine", "record without a motion, in real time")},
+     QT_TRANSLATE_NOOP("CommandLine", "record the view in real time, as many frames as the machine can make")},
+    {"animation", 0, OptionValue::Name, "[NAME]", "image video run", MotionGroup,
+     QT_TRANSLATE_NOOP("CommandLine",
+                       "play an animation of the model (default: the first), also with --turntable or --path")},
+    {"time", 0, Required, "SECONDS", "image", MotionGroup,
+     QT_TRANSLATE_NOOP("CommandLine", "moment of the animation (default 0)")},
     {"duration", 0, Required, "SECONDS", "video run", MotionGroup,
      QT_TRANSLATE_NOOP("CommandLine", "length of the video, exactly")},
+    {"repeat", 0, None, "", "video run", MotionGroup,
+     QT_TRANSLATE_NOOP("CommandLine", "repeat an animation or trajectory for the duration, instead of stretching it")},
+    {"every-position", 0, None, "", "video run", MotionGroup,
+     QT_TRANSLATE_NOOP("CommandLine", "one position of the trajectory per frame, whatever its times")},
     {"turns", 0, Required, "X", "video run", MotionGroup,
      QT_TRANSLATE_NOOP("CommandLine", "turns of the turntable (default 1)")},
+    {"swing", 0, Required, "DEGREES", "video run", MotionGroup,
+     QT_TRANSLATE_NOOP("CommandLine", "swing to and fro by that angle instead of turning")},
     {"axis", 0, Required, "AXIS", "video run", MotionGroup,
      QT_TRANSLATE_NOOP("CommandLine", "of the turntable: up x y z or X,Y,Z (default up)")},
     {"ease", 0, None, "", "video run", MotionGroup,
-     QT_TRANSLATE_NOOP("CommandLine", "start and end the turntable slowly")},
-    {"every-position", 0, None, "", "video run", MotionGroup,
-     QT_TRANSLATE_NOOP("CommandLine", "one frame per position of the trajectory, whatever its times")},
+     QT_TRANSLATE_NOOP("CommandLine", "start and end a turntable or path slowly")},
 
     {"fps", 0, Required, "N", "video run", VideoGroup,
      QT_TRANSLATE_NOOP("CommandLine", "frames per second (default: the setting, 25)")},

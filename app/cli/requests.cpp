@@ -1,6 +1,8 @@
 #include "app/cli/requests.h"
 
+#include "app/cli/motionreader.h"
 #include "app/cli/optionreader.h"
+#include "app/cli/valuetext.h"
 
 #include <QCoreApplication>
 #include <QRegularExpression>
@@ -17,7 +19,6 @@ constexpr int MostSamples = 8;
 constexpr int MostPixels = 200000; ///< of a picture's edge
 constexpr int LeastKbps = 100, MostKbps = 2000000;
 constexpr int MostFps = 1000;
-constexpr int MostPositions = 10000000;
 constexpr double LeastFieldOfView = 1, MostFieldOfView = 150; ///< degrees
 const QSize PictureSize(1920, 1080), VideoSize(1280, 720);
 
@@ -155,62 +156,6 @@ void readView(OptionReader& reader, const Options& options, ViewRequest& view)
         reader.fail(tr("only one of --view, --camera, --like, --position and --transform can be given"));
 }
 
-void readMotion(OptionReader& reader, MotionRequest& motion)
-{
-    typedef MotionRequest::Kind Kind;
-    const std::pair<const char*, Kind> kinds[] = {{"turntable", Kind::Turntable},
-                                                  {"trajectory", Kind::Trajectory},
-                                                  {"animation", Kind::Animation},
-                                                  {"path", Kind::Path},
-                                                  {"free", Kind::Free}};
-    for (const auto& [option, kind] : kinds) {
-        if (!reader.has(option))
-            continue;
-        if (motion.kind != Kind::None)
-            reader.fail(tr("only one of --turntable, --trajectory, --animation, --path and --free can be given"));
-        motion.kind = kind;
-    }
-    if (motion.kind == Kind::Turntable && !reader.text("turntable").isEmpty())
-        reader.readInt("turntable", 1, MostPositions, motion.positions);
-    motion.file = motion.kind == Kind::Trajectory ? reader.text("trajectory") : reader.text("path");
-    motion.name = reader.text("animation");
-    if (reader.has("duration")) {
-        double seconds = 0;
-        reader.readSeconds("duration", seconds);
-        motion.seconds = seconds;
-    }
-    if (motion.kind == Kind::Free) {
-        double seconds = 0;
-        reader.readSeconds("free", seconds);
-        if (motion.seconds)
-            reader.fail(tr("--free has its own length; leave out --duration"));
-        motion.seconds = seconds;
-    }
-    if (motion.positions > 0 && motion.seconds)
-        reader.fail(tr("give either the frames of --turntable or --duration"));
-    reader.readNumber("turns", -1000, 1000, motion.turns);
-    if (motion.turns == 0)
-        reader.fail(tr("--turns must not be 0"));
-    motion.axis = reader.text("axis");
-    if (reader.has("axis") && motion.axis.contains(QLatin1Char(','))) {
-        std::optional<std::array<double, 3>> axis;
-        reader.readVector("axis", axis);
-        if (axis && (*axis)[0] == 0 && (*axis)[1] == 0 && (*axis)[2] == 0)
-            reader.fail(tr("--axis must not be 0,0,0"));
-    } else {
-        reader.readWord("axis", {"up", "x", "y", "z"}, motion.axis);
-    }
-    motion.isEased = reader.has("ease");
-    motion.everyPosition = reader.has("every-position");
-    for (const char* option : {"turns", "axis", "ease"})
-        if (reader.has(option) && motion.kind != Kind::Turntable)
-            reader.fail(tr("--%1 belongs to --turntable").arg(QLatin1String(option)));
-    if (motion.everyPosition && (motion.kind != Kind::Trajectory || motion.seconds))
-        reader.fail(tr("--every-position belongs to --trajectory without --duration"));
-    if (motion.kind == Kind::None && reader.has("duration"))
-        reader.fail(tr("--duration needs a motion; to record without one use --free SECONDS"));
-}
-
 void readOutput(OptionReader& reader, OutputRequest& output)
 {
     output.pattern = reader.text("output");
@@ -238,6 +183,17 @@ bool finish(const OptionReader& reader, QString* error)
 
 } // namespace
 
+bool turnsUpright(const MotionRequest& motion)
+{
+    return motion.kind == MotionRequest::Kind::Turntable && motion.swing == 0 &&
+           (motion.axis.isEmpty() || motion.axis == QLatin1String("up") || motion.axis == QLatin1String("y"));
+}
+
+bool isFitted(const ViewRequest& view)
+{
+    return view.camera.isEmpty() && view.like.isEmpty() && !view.transform && !view.position && !view.target;
+}
+
 bool readImageRequest(const Options& options, ImageRequest& request, QString* error)
 {
     OptionReader reader(options);
@@ -250,6 +206,7 @@ bool readImageRequest(const Options& options, ImageRequest& request, QString* er
     readView(reader, options, request.view);
     reader.readInt("dpi", 1, 100000, request.dpi);
     reader.readInt("quality", 0, 100, request.quality);
+    readStill(reader, request.motion);
     request.size = PictureSize;
     if (reader.has("width") && reader.has("size"))
         reader.fail(tr("give either --size or --width"));
@@ -289,7 +246,7 @@ bool readVideoRequest(const Options& options, VideoRequest& request, QString* er
         reader.fail(tr("a video must have at least 16 x 16 pixels (got %1 x %2)")
                         .arg(QString::number(request.size.width()), QString::number(request.size.height())));
     readMotion(reader, request.motion);
-    if (request.motion.kind == MotionRequest::Kind::None)
+    if (request.motion.kind == MotionRequest::Kind::None && !request.motion.animation)
         reader.fail(tr("video needs one of --turntable, --trajectory, --animation, --path and --free"));
     reader.readInt("fps", 1, MostFps, request.fps);
     reader.readInt("bitrate", LeastKbps, MostKbps, request.bitrate);
@@ -310,56 +267,6 @@ bool readRunRequest(const Options& options, RunRequest& request, QString* error)
     else
         request.script = request.models.takeLast();
     return finish(reader, error);
-}
-
-bool readSize(const QString& text, QSize& size)
-{
-    static const QRegularExpression form(QStringLiteral("^(\\d{1,5})[xX](\\d{1,5})$"));
-    constexpr int Most = 65535;
-    const auto match = form.match(text);
-    if (!match.hasMatch())
-        return false;
-    const int width = match.captured(1).toInt(), height = match.captured(2).toInt();
-    if (width < 1 || height < 1 || width > Most || height > Most)
-        return false;
-    size = QSize(width, height);
-    return true;
-}
-
-bool readSeconds(const QString& text, double& seconds)
-{
-    static const QRegularExpression form(QStringLiteral("^\\s*([0-9.eE+-]+?)\\s*(ms|s|sec|min|h)?\\s*$"));
-    const auto match = form.match(text);
-    bool isNumber = false;
-    double value = match.captured(1).toDouble(&isNumber);
-    const QString unit = match.captured(2);
-    if (unit == QLatin1String("ms"))
-        value /= 1000;
-    else if (unit == QLatin1String("min"))
-        value *= 60;
-    else if (unit == QLatin1String("h"))
-        value *= 3600;
-    if (!isNumber || !std::isfinite(value) || value <= 0)
-        return false;
-    seconds = value;
-    return true;
-}
-
-bool readBytes(const QString& text, qint64& bytes)
-{
-    static const QRegularExpression form(QStringLiteral("^\\s*([0-9.]+)\\s*([KMGT]?)(i?)B?\\s*$"),
-                                         QRegularExpression::CaseInsensitiveOption);
-    const auto match = form.match(text);
-    bool isNumber = false;
-    double value = match.captured(1).toDouble(&isNumber);
-    const double base = match.captured(3).isEmpty() ? 1000 : 1024;
-    const QString unit = match.captured(2).toUpper();
-    if (!unit.isEmpty())
-        value *= std::pow(base, QStringLiteral("KMGT").indexOf(unit) + 1);
-    if (!isNumber || !(value >= 1) || value > 1e18)
-        return false;
-    bytes = qint64(value);
-    return true;
 }
 
 } // namespace tov::app

@@ -50,28 +50,36 @@ struct ViewRequest
     QSize panel = QSize(1280, 720); ///< shape of the view when no size is given
 };
 
-/// What moves in a video.
+/// What moves in a video, or the moment of an animation that a picture shows.
 struct MotionRequest
 {
+    /// What moves the camera, or everything that a file says.
     enum class Kind
     {
         None,
         Turntable,
         Trajectory,
-        Animation,
         Path,
         Free,
     };
     Kind kind = Kind::None;
-    int positions = 0;             ///< of one turn of the turntable; 0 = from the duration
-    QString file;                  ///< of a trajectory or path
-    QString name;                  ///< of an animation; empty = the first
-    std::optional<double> seconds; ///< exact length; for `Free` the time to record
+    std::optional<QString> animation; ///< of the model, on its own or with a turntable or path; empty = the first
+    int positions = 0;                ///< of the turntable; 0 = from the duration
+    QString file;                     ///< of a trajectory or path
+    std::optional<double> seconds;    ///< exact length; for `Free` the time to record
     double turns = 1;
-    QString axis; ///< empty = up
+    double swing = 0; ///< degrees; 0 = the turntable turns
+    QString axis;     ///< of the turntable: "x", "y", "z" or "X,Y,Z"; empty or "up" = up
     bool isEased = false;
-    bool everyPosition = false; ///< one frame per position, whatever the times of the file
+    bool isRepeated = false;         ///< with `seconds`: repeated instead of stretched
+    bool takesEveryPosition = false; ///< of a trajectory, whatever its times
+    std::optional<double> time;      ///< seconds of the animation, for pictures
 };
+
+/// True when the model turns about its upright axis all the way round, so that the view has to fit every side.
+bool turnsUpright(const MotionRequest& motion);
+/// True when the view is fitted to the model, rather than given.
+bool isFitted(const ViewRequest& view);
 
 /// Where results go.
 struct OutputRequest
@@ -90,6 +98,7 @@ struct ImageRequest
 {
     QStringList models;
     ViewRequest view;
+    MotionRequest motion; ///< an animation at a time, or nothing
     OutputRequest output;
     QSize size;       ///< pixels
     int dpi = 0;      ///< 0 = not stored
@@ -122,13 +131,5 @@ struct RunRequest
 bool readImageRequest(const Options& options, ImageRequest& request, QString* error);
 bool readVideoRequest(const Options& options, VideoRequest& request, QString* error);
 bool readRunRequest(const Options& options, RunRequest& request, QString* error);
-
-/// Reads "WxH" with both from 1 to 65535. Thread: any.
-bool readSize(const QString& text, QSize& size);
-/// Reads a time such as "5", "5s", "500ms", "2min" into seconds. Thread: any.
-bool readSeconds(const QString& text, double& seconds);
-/// Reads an amount such as "800M", "2G", "1500000" into bytes; K, M, G, T are powers of 1000, Ki to Ti of 1024.
-/// Thread: any.
-bool readBytes(const QString& text, qint64& bytes);
 
 } // namespace tov::app

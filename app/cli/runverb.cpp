@@ -2,6 +2,7 @@
 #include "app/cli/verbs.h"
 #include "app/common/filesnapshot.h"
 #include "kernel/commands/commandparser.h"
+#include "kernel/main/settings.h"
 #include "scene/view/scenepanel.h"
 #include "trajectory/trajectoryhandler.h"
 
@@ -163,11 +164,11 @@ int runScript(const Options& options, int& argc, char** argv)
     if (const int status = readCommands(request, reporter, commands); status != ExitDone)
         return status;
     Session session(options, reporter, argc, argv);
-    const bool isTurning = request.motion.kind == MotionRequest::Kind::Turntable;
-    const int fps = request.fps > 0 ? request.fps : DefaultFps;
+    const int fps = request.fps > 0 ? request.fps
+                                    : tovSettings().value(QStringLiteral("settings/grabvideofps"), DefaultFps).toInt();
     if (!session.showModels(request.models, request.view.modelUp) ||
-        !session.showView(request.view, request.view.views.value(0), isTurning) ||
-        !session.selectMotion(request.motion, fps))
+        !session.showView(request.view, request.view.views.value(0), turnsUpright(request.motion)) ||
+        !session.selectMotion(request.motion, request.view, fps))
         return session.wasInterrupted() ? ExitInterrupted : ExitFailed;
     for (const CommandText& command : commands) {
         const bool isDone = runCommand(session, command);

@@ -1,5 +1,6 @@
 #include "app/cli/session.h"
 
+#include "app/cli/motionsetup.h"
 #include "app/cli/viewsetup.h"
 #include "kernel/commands/command.h"
 #include "kernel/gui/zprogressdialog.h"
@@ -10,9 +11,7 @@
 #include "scene/view/scenepanel.h"
 #include "scene/view/viewer.h"
 #include "trajectory/advancedtrajectoryinfo.h"
-#include "trajectory/animationmotion.h"
 #include "trajectory/trajectoryhandler.h"
-#include "trajectory/turntable.h"
 
 #include <QEventLoop>
 
@@ -44,31 +43,6 @@ StartOptions startOptions(const Options& options, Reporter& reporter)
         return false;
     };
     return start;
-}
-
-/// The direction of an axis that `readVideoRequest` has accepted: a name, or three numbers.
-tov::scene::Vector3 axisOf(const QString& text)
-{
-    if (text == QLatin1String("x"))
-        return {1, 0, 0};
-    if (text == QLatin1String("z"))
-        return {0, 0, 1};
-    const QStringList numbers = text.split(QLatin1Char(','));
-    if (numbers.size() == 3)
-        return {numbers[0].toDouble(), numbers[1].toDouble(), numbers[2].toDouble()};
-    return {0, 1, 0};
-}
-
-tov::trajectory::TurntableOptions turntableOf(const MotionRequest& motion, int fps)
-{
-    constexpr double DefaultSeconds = 5;
-    tov::trajectory::TurntableOptions options;
-    options.frames = motion.positions > 0 ? static_cast<unsigned long>(motion.positions)
-                                          : tov::trajectory::frameCountOf(motion.seconds.value_or(DefaultSeconds), fps);
-    options.turns = motion.turns;
-    options.axis = axisOf(motion.axis);
-    options.ease = motion.isEased ? tov::trajectory::Ease::InOut : tov::trajectory::Ease::None;
-    return options;
 }
 
 } // namespace
@@ -125,6 +99,8 @@ bool Session::showModels(const QStringList& files, const QString& modelUp)
 {
     QString error;
     QStringList warnings;
+    TrajectoryHandler::getInstance()->selectMode(TrajectoryHandler::ModeNone);
+    m_RestPose.restore();
     const bool isShown = m_Models.show(files, modelUp, m_Reporter.isStrict(), &error, warnings, [this](int percent) {
         m_Reporter.progress(tr("Reading"), percent);
         QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
@@ -152,35 +128,23 @@ bool Session::showView(const ViewRequest& view, const QString& name, bool isTurn
     return true;
 }
 
-bool Session::selectMotion(const MotionRequest& motion, int fps)
+bool Session::selectMotion(const MotionRequest& motion, const ViewRequest& view, int fps)
 {
-    typedef MotionRequest::Kind Kind;
-    auto* handler = TrajectoryHandler::getInstance();
-    tov::trajectory::PlaybackOptions playback;
-    playback.fps = fps;
-    playback.seconds = motion.seconds.value_or(0);
-    playback.everyPosition = motion.everyPosition;
     QString error;
-    bool isSelected = true;
-    switch (motion.kind) {
-    case Kind::None:
-    case Kind::Free:
-        handler->selectMode(TrajectoryHandler::ModeNone);
-        break;
-    case Kind::Turntable:
-        isSelected = handler->selectTurntable(turntableOf(motion, fps), &error);
-        break;
-    case Kind::Animation:
-        isSelected = handler->selectAnimation(motion.name, playback, &error);
-        break;
-    case Kind::Path:
-    case Kind::Trajectory:
-        isSelected = handler->openFile(motion.file, playback, &error);
-        if (isSelected)
-            warnIfNothingMoves();
-        break;
+    m_RestPose.capture();
+    if (motion.animation && motion.kind != MotionRequest::Kind::Path && isFitted(view)) {
+        if (!fitAnimation(*mp_Panel, motion, &error))
+            return m_Reporter.fail(error);
+        if (view.zoom != 1)
+            mp_Panel->zoom(view.zoom);
+        m_RestPose.restore();
+        m_RestPose.capture();
     }
-    return isSelected || m_Reporter.fail(error);
+    if (!selectTrajectory(motion, view, fps, &error))
+        return m_Reporter.fail(error);
+    if (motion.kind == MotionRequest::Kind::Trajectory)
+        warnIfNothingMoves();
+    return true;
 }
 
 void Session::warnIfNothingMoves()

@@ -4,6 +4,7 @@
 #include "app/cli/options.h"
 #include "app/cli/reporter.h"
 #include "app/cli/requests.h"
+#include "app/cli/restpose.h"
 #include "app/common/runoutcome.h"
 #include "app/common/spacewatch.h"
 #include "app/common/startup.h"
@@ -37,8 +38,8 @@ public:
     /// Gives the hidden panel a view, and makes it the active one; false (reported) on failure.
     bool showView(const ViewRequest& view, const QString& name, bool isTurning);
     tov::gui::ScenePanel* getPanel() const { return mp_Panel; }
-    /// Selects the trajectory for a motion; false (reported) on failure.
-    bool selectMotion(const MotionRequest& motion, int fps);
+    /// Selects what a motion asks for; false (reported) on failure.
+    bool selectMotion(const MotionRequest& motion, const ViewRequest& view, int fps);
 
     typedef std::function<void(const tov::main::CommandRunPointer&)> RunFunction;
     /// Runs a command by name to its end and returns its outcome. Progress is shown meanwhile; `onStart` is called once
@@ -63,6 +64,7 @@ private:
     Reporter& m_Reporter;
     Startup m_Startup;
     ModelStore m_Models;
+    RestPose m_RestPose; ///< of the models, while a motion is selected
     std::unique_ptr<RunWatcher> mp_Watcher;
     std::unique_ptr<SpaceWatch> mp_Space;
     tov::gui::ScenePanel* mp_Panel = nullptr; ///< closed in the destructor

@@ -250,10 +250,9 @@ bool makeVideo(Session& session, const VideoJob& job)
     const VideoRequest& request = job.request;
     Reporter& reporter = session.getReporter();
     reporter.started(job.plan.output);
-    const bool isTurning = request.motion.kind == MotionRequest::Kind::Turntable;
     if (!session.showModels(job.plan.models, request.view.modelUp) ||
-        !session.showView(request.view, job.plan.view, isTurning) ||
-        !session.selectMotion(request.motion, rateOf(request)) || !configure(session, request))
+        !session.showView(request.view, job.plan.view, turnsUpright(request.motion)) ||
+        !session.selectMotion(request.motion, request.view, rateOf(request)) || !configure(session, request))
         return false;
     const QString ending = endingOf(job);
     SafeOutput output(

@@ -76,25 +76,18 @@ std::vector<FileCamera> fileCameras()
 
 bool useFileCamera(ScenePanel& panel, const ViewRequest& view, QString* error)
 {
-    QStringList names;
-    for (const FileCamera& camera : fileCameras()) {
-        names << camera.name;
-        if (camera.name != view.camera)
-            continue;
-        if (panel.setFileCamera(camera)) {
-            if (view.fieldOfView)
-                panel.setFieldOfView(*view.fieldOfView);
-            if (view.isOrthographic)
-                panel.setOrthographic(true);
-            return true;
-        }
-        *error = tr("--camera: \"%1\" has no usable position").arg(view.camera);
+    const auto file = findFileCamera(view.camera, error);
+    if (!file)
         return false;
-    }
-    *error = names.isEmpty() ? tr("--camera: the model has no cameras")
-                             : tr("--camera: there is no camera \"%1\"; there are %2")
-                                   .arg(view.camera, names.join(QStringLiteral(", ")));
-    return false;
+    const auto scene = tov::scene::Viewer::getInstance()->getGlobalScene();
+    scene->lock();
+    const auto camera = cameraOfFile(*file, view, scene->getExtent());
+    scene->unlock();
+    if (camera)
+        panel.setCamera(*camera);
+    else
+        *error = tr("--camera: \"%1\" has no usable position").arg(view.camera);
+    return camera.has_value();
 }
 
 /// Looks from a position at the target of the request, or else at the panel's.
@@ -128,6 +121,34 @@ void moveRelative(ScenePanel& panel, const ViewRequest& view)
 
 } // namespace
 
+std::optional<FileCamera> findFileCamera(const QString& name, QString* error)
+{
+    QStringList names;
+    for (const FileCamera& camera : fileCameras()) {
+        if (camera.name == name)
+            return camera;
+        names << camera.name;
+    }
+    *error = names.isEmpty()
+                 ? tr("--camera: the model has no cameras")
+                 : tr("--camera: there is no camera \"%1\"; there are %2").arg(name, names.join(QStringLiteral(", ")));
+    return std::nullopt;
+}
+
+std::optional<Camera> cameraOfFile(const FileCamera& file, const ViewRequest& view,
+                                   const tov::scene::SceneExtent& extent)
+{
+    auto camera = tov::scene::cameraOfFile(file, extent);
+    if (!camera)
+        return std::nullopt;
+    if (view.fieldOfView)
+        camera->fieldOfView = *view.fieldOfView;
+    camera->orthographic = camera->orthographic || view.isOrthographic;
+    camera->orbit(view.azimuth, view.elevation, view.roll);
+    camera->distance /= view.zoom;
+    return camera;
+}
+
 bool applyLook(const ViewRequest& view, QString* error)
 {
     tov::scene::SceneLook look = SceneDrawer::getLook();
@@ -160,9 +181,7 @@ bool applyView(ScenePanel& panel, const ViewRequest& view, const QString& name, 
         return true;
     }
     if (!view.camera.isEmpty()) {
-        if (!useFileCamera(panel, view, error))
-            return false;
-        moveRelative(panel, view);
+        return useFileCamera(panel, view, error);
     } else if (view.position) {
         if (!lookFrom(panel, *view.position, view, error))
             return false;

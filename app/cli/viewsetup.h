@@ -1,6 +1,10 @@
 #pragma once
 
 #include "app/cli/requests.h"
+#include "scene/model.h"
+#include "scene/view/camera.h"
+
+#include <optional>
 
 namespace tov::gui {
 class ScenePanel;
@@ -12,8 +16,16 @@ namespace tov::app {
 /// Thread: application.
 bool applyLook(const ViewRequest& view, QString* error);
 
-/// Gives the panel the view of a request. `name` is one of `view.views`, or empty; `isTurning` leaves room for a
-/// camera that turns about the scene. On failure false with one line in `error`. Thread: application.
+/// The camera of that name in the files of the scene. None with one line in `error` when there is none. Thread:
+/// application.
+std::optional<tov::scene::FileCamera> findFileCamera(const QString& name, QString* error);
+/// Where a camera of a file stands now, with the changes of the request (angles, zoom, lens). None when its place is
+/// not a view. The scene must be kept still by the caller. Thread: any.
+std::optional<tov::scene::Camera> cameraOfFile(const tov::scene::FileCamera& file, const ViewRequest& view,
+                                               const tov::scene::SceneExtent& extent);
+
+/// Gives the panel the view of a request. `name` is one of `view.views`, or empty; `isTurning` makes room for a camera
+/// that turns about the scene. On failure false with one line in `error`. Thread: application.
 bool applyView(tov::gui::ScenePanel& panel, const ViewRequest& view, const QString& name, bool isTurning,
                QString* error);
 

@@ -174,20 +174,32 @@ TEST(Requests, WhatIsWrongIsOneLineWithTheValue)
         {{"run"}, "run needs a script, or -c TEXT"},
         {video, "video needs one of --turntable, --trajectory, --animation, --path and --free"},
         {video + QStringList{"--turntable", "5", "--free", "2"},
-         "only one of --turntable, --trajectory, --animation, --path and --free can be given"},
+         "only one of --turntable, --trajectory, --path and --free can be given"},
         {video + QStringList{"--turntable", "5", "--duration", "2"},
          "give either the frames of --turntable or --duration"},
         {video + QStringList{"--turntable", "--duration", "-2"},
          "--duration must be a time above 0, e.g. 5s (got \"-2\")"},
         {video + QStringList{"--free", "nan"}, "--free must be a time above 0, e.g. 5s (got \"nan\")"},
-        {video + QStringList{"--duration", "5"}, "--duration needs a motion; to record without one use --free SECONDS"},
-        {video + QStringList{"--turntable", "0"}, "--turntable must be a whole number from 1 to 10000000 (got \"0\")"},
+        {video + QStringList{"--duration", "5"},
+         "--duration and --ease need a motion; to record without one use --free SECONDS"},
+        {video + QStringList{"--turntable", "0"}, "--turntable must be a whole number from 1 to 1000000 (got \"0\")"},
         {video + QStringList{"--turntable", "5", "--fps", "0"},
          "--fps must be a whole number from 1 to 1000 (got \"0\")"},
         {video + QStringList{"--turntable", "5", "--bitrate", "5"},
          "--bitrate must be a whole number from 100 to 2000000 (got \"5\")"},
         {video + QStringList{"--turntable", "--axis", "0,0,0"}, "--axis must not be 0,0,0"},
         {video + QStringList{"--free", "2", "--turns", "2"}, "--turns belongs to --turntable"},
+        {video + QStringList{"--turntable", "--swing", "30", "--turns", "2"},
+         "--swing is smooth and has no turns; leave out --turns and --ease"},
+        {video + QStringList{"--trajectory", "t.csv", "--animation=walk"},
+         "--animation can be combined with --turntable or --path, not with --trajectory or --free"},
+        {video + QStringList{"--animation=walk", "--repeat"},
+         "--repeat needs --duration, and --animation or --trajectory"},
+        {video + QStringList{"--trajectory", "t.tum", "--every-position", "--duration", "2"},
+         "--every-position belongs to --trajectory, without --duration"},
+        {video + QStringList{"--animation=walk", "--ease"}, "--ease belongs to --turntable or --path"},
+        {image + QStringList{"--time", "2"}, "--time belongs to --animation"},
+        {image + QStringList{"--animation=walk", "--time", "-1"}, "--time must be a time, e.g. 0.5s (got \"-1\")"},
         {video + QStringList{"--turntable", "5", "--size", "15x64"},
          "a video must have at least 16 x 16 pixels (got 15 x 64)"},
     };
@@ -234,7 +246,12 @@ TEST(Requests, ViewsMotionsAndOutputsAreRead)
     EXPECT_TRUE(video.motion.isEased);
     EXPECT_EQ(videoOf({"--turntable", "7"}).motion.positions, 7);
     EXPECT_EQ(videoOf({"--free", "500ms"}).motion.seconds, 0.5);
-    EXPECT_EQ(videoOf({"--animation", "walk"}).motion.name, "walk");
+    const MotionRequest walk = videoOf({"--animation", "walk", "--duration", "3", "--repeat", "--turntable"}).motion;
+    EXPECT_EQ(walk.animation, QString("walk"));
+    EXPECT_EQ(walk.kind, MotionRequest::Kind::Turntable);
+    EXPECT_TRUE(walk.isRepeated);
+    EXPECT_EQ(videoOf({"--turntable", "--swing", "30deg"}).motion.swing, 30);
+    EXPECT_TRUE(videoOf({"--trajectory", "t.tum", "--every-position"}).motion.takesEveryPosition);
     EXPECT_EQ(videoOf({"--path", "p.json"}).motion.file, "p.json");
 }
 

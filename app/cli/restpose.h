@@ -1,0 +1,34 @@
+#pragma once
+
+#include "kernel/math/matrix.h"
+
+#include <vector>
+
+namespace tov::scene {
+class GeometryElement;
+class SceneElement;
+} // namespace tov::scene
+
+namespace tov::app {
+
+/// The transforms and shapes of the scene before a motion changes them. The elements must outlive it. Thread:
+/// application.
+class RestPose
+{
+public:
+    /// Takes the scene as it is now.
+    void capture();
+    /// Puts everything back, and forgets it.
+    void restore();
+
+private:
+    struct Shape
+    {
+        tov::scene::GeometryElement* element;
+        std::vector<float> weights; ///< of the morph targets
+    };
+    std::vector<std::pair<tov::scene::SceneElement*, tov::math::Matrix4>> m_Transforms;
+    std::vector<Shape> m_Shapes;
+};
+
+} // namespace tov::app
