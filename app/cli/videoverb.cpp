@@ -1,12 +1,15 @@
 #include "app/cli/batch.h"
 #include "app/cli/checks.h"
+#include "app/cli/picture.h"
 #include "app/cli/session.h"
 #include "app/cli/verbs.h"
 #include "app/cli/videoformats.h"
 #include "app/common/safeoutput.h"
 #include "app/common/videoprobe.h"
 #include "kernel/main/settings.h"
+#include "scene/drawing/scenedrawer.h"
 #include "scene/view/scenepanel.h"
+#include "scene/view/viewer.h"
 #include "trajectory/trajectoryhandler.h"
 
 #include <QCoreApplication>
@@ -22,6 +25,7 @@
 namespace tov::app {
 
 using tov::main::CommandArguments;
+using tov::scene::SceneDrawer;
 using tov::trajectory::TrajectoryHandler;
 
 namespace {
@@ -89,6 +93,28 @@ bool checkEnding(const VideoJob& job, QString* error)
     return false;
 }
 
+/// Formats that store transparency.
+bool hasVideoAlpha(const QString& ending)
+{
+    static const QStringList endings{QStringLiteral("alpha.webm"),   QStringLiteral("alpha.mov"),
+                                     QStringLiteral("lossless.mkv"), QStringLiteral("apng"),
+                                     QStringLiteral("gif"),          QStringLiteral("frames")};
+    return endings.contains(ending);
+}
+
+bool checkBackground(const VideoJob& job, QString* error)
+{
+    const Background::Kind kind = job.request.view.background.kind;
+    if (kind == Background::Kind::Gradient)
+        *error = tr("a video has no background of two colours; give --background one colour");
+    else if (kind == Background::Kind::Transparent && !hasVideoAlpha(endingOf(job)))
+        *error = tr("%1 has no transparency; use alpha.webm, alpha.mov or lossless.mkv, or a --background colour")
+                     .arg(endingOf(job));
+    else
+        return true;
+    return false;
+}
+
 /// Everything that can be checked before any model is read.
 bool checkJob(const VideoJob& job, QString* error)
 {
@@ -102,7 +128,7 @@ bool checkJob(const VideoJob& job, QString* error)
         *error = tr("'%1' exists already").arg(job.plan.output);
         return false;
     }
-    return checkVideoSize(endingOf(job), evenSize(request.size), rateOf(request), error);
+    return checkBackground(job, error) && checkVideoSize(endingOf(job), evenSize(request.size), rateOf(request), error);
 }
 
 /// Megabytes of a chunk: about three frames, so that the encoder can start early.
@@ -264,7 +290,10 @@ bool makeVideo(Session& session, const VideoJob& job)
     QString error;
     if (!output.prepare(&error))
         return reporter.fail(error);
+    const QColor initial = SceneDrawer(tov::scene::Viewer::getInstance()->getGlobalScene()).getBackgroundColor();
+    SceneDrawer::setBackgroundColor(drawnBackground(request.view.background, hasVideoAlpha(ending), initial));
     RunOutcome outcome = record(session, request, output.getTemporaryName());
+    SceneDrawer::setBackgroundColor(initial);
     if (session.wasInterrupted() || !outcome.isDone() || !checkFrames(reporter, job, outcome))
         return reject(session, job, output, outcome);
     if (request.motion.kind == MotionRequest::Kind::Free && outcome.frames > 0 &&

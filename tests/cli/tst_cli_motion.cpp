@@ -12,7 +12,7 @@ namespace {
 const QString Samples = QStringLiteral(TOV_SOURCE_DIR "/samples/");
 const QString Arm = Samples + "arm.gltf";
 const QString Crane = Samples + "crane.obj";
-const QStringList Small{"--size", "96x72", "--background", "#405060"};
+const QStringList Small{"--size", "96x72"};
 
 /// The largest difference between two pixels of the pictures; 255 when their sizes differ.
 int largestDifference(const QImage& a, const QImage& b)
@@ -23,8 +23,10 @@ int largestDifference(const QImage& a, const QImage& b)
     for (int y = 0; y < a.height(); ++y)
         for (int x = 0; x < a.width(); ++x) {
             const QRgb p = a.pixel(x, y), q = b.pixel(x, y);
-            most = std::max(
-                {most, std::abs(qRed(p) - qRed(q)), std::abs(qGreen(p) - qGreen(q)), std::abs(qBlue(p) - qBlue(q))});
+            most = std::max(most, std::abs(qAlpha(p) - qAlpha(q)));
+            if (qAlpha(p) > 0)
+                most = std::max({most, std::abs(qRed(p) - qRed(q)), std::abs(qGreen(p) - qGreen(q)),
+                                 std::abs(qBlue(p) - qBlue(q))});
         }
     return most;
 }
@@ -166,4 +168,19 @@ TEST_F(MotionTest, FilesOfPosesPlayInTheirOwnTime)
     EXPECT_GT(largestDifference(timed[4], timed[5]), 20);
     EXPECT_EQ(largestDifference(timed[5], timed[7]), 0);
     EXPECT_EQ(record({Crane, "--trajectory", "late.tum", "--every-position"}).size(), 4u);
+}
+
+TEST_F(MotionTest, VideosHaveTheBackgroundThatWasAskedFor)
+{
+    runWell(QStringList{"video", "-q", Arm, "-o", "b.hq.mp4", "--turntable", "2", "--background", "#c08040"} + Small);
+    QProcess process;
+    process.start("ffmpeg", {"-v", "error", "-y", "-i", path("b.hq.mp4"), "-frames:v", "1", path("b.png")});
+    ASSERT_TRUE(process.waitForFinished(60000));
+    const QRgb corner = QImage(path("b.png")).pixel(2, 2);
+    EXPECT_NEAR(qRed(corner), 0xc0, 3);
+    EXPECT_NEAR(qGreen(corner), 0x80, 3);
+    EXPECT_NEAR(qBlue(corner), 0x40, 3);
+    const QStringList line{"video", Arm, "-o", "c.mp4", "--turntable", "2", "--background"};
+    expectFailure(run(line + QStringList{"red..blue"}), 1, "a video has no background of two colours");
+    expectFailure(run(line + QStringList{"transparent"}), 1, "mp4 has no transparency; use alpha.webm");
 }
