@@ -1,7 +1,6 @@
 #include "app/cli/motionreader.h"
 
 #include "app/cli/optionreader.h"
-#include "app/cli/requests.h"
 
 #include <QCoreApplication>
 
@@ -111,6 +110,12 @@ void readStill(OptionReader& reader, MotionRequest& motion)
     } else if (reader.has("time")) {
         reader.fail(tr("--time belongs to --animation"));
     }
+}
+
+bool turnsUpright(const MotionRequest& motion)
+{
+    return motion.kind == MotionRequest::Kind::Turntable && motion.swing == 0 &&
+           (motion.axis.isEmpty() || motion.axis == QLatin1String("up") || motion.axis == QLatin1String("y"));
 }
 
 } // namespace tov::app

@@ -1,9 +1,41 @@
 #pragma once
 
+#include <QString>
+
+#include <optional>
+
 namespace tov::app {
 
 class OptionReader;
-struct MotionRequest;
+
+/// What moves in a video, or the moment of an animation that a picture shows.
+struct MotionRequest
+{
+    /// What moves the camera, or everything that a file says.
+    enum class Kind
+    {
+        None,
+        Turntable,
+        Trajectory,
+        Path,
+        Free,
+    };
+    Kind kind = Kind::None;
+    std::optional<QString> animation; ///< of the model, on its own or with a turntable or path; empty = the first
+    int positions = 0;                ///< of the turntable; 0 = from the duration
+    QString file;                     ///< of a trajectory or path
+    std::optional<double> seconds;    ///< exact length; for `Free` the time to record
+    double turns = 1;
+    double swing = 0; ///< degrees; 0 = the turntable turns
+    QString axis;     ///< of the turntable: "x", "y", "z" or "X,Y,Z"; empty or "up" = up
+    bool isEased = false;
+    bool isRepeated = false;         ///< with `seconds`: repeated instead of stretched
+    bool takesEveryPosition = false; ///< of a trajectory, whatever its times
+    std::optional<double> time;      ///< seconds of the animation, for pictures
+};
+
+/// True when the model turns about its upright axis all the way round, so that the view has to fit every side.
+bool turnsUpright(const MotionRequest& motion);
 
 /// Reads the options of a motion; what is wrong with them is noted in `reader`. Thread: any.
 void readMotion(OptionReader& reader, MotionRequest& motion);

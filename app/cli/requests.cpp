@@ -183,12 +183,6 @@ bool finish(const OptionReader& reader, QString* error)
 
 } // namespace
 
-bool turnsUpright(const MotionRequest& motion)
-{
-    return motion.kind == MotionRequest::Kind::Turntable && motion.swing == 0 &&
-           (motion.axis.isEmpty() || motion.axis == QLatin1String("up") || motion.axis == QLatin1String("y"));
-}
-
 bool isFitted(const ViewRequest& view)
 {
     return view.camera.isEmpty() && view.like.isEmpty() && !view.transform && !view.position && !view.target;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/cli/motionreader.h"
 #include "app/cli/options.h"
 #include "kernel/math/matrix.h"
 
@@ -50,34 +51,6 @@ struct ViewRequest
     QSize panel = QSize(1280, 720); ///< shape of the view when no size is given
 };
 
-/// What moves in a video, or the moment of an animation that a picture shows.
-struct MotionRequest
-{
-    /// What moves the camera, or everything that a file says.
-    enum class Kind
-    {
-        None,
-        Turntable,
-        Trajectory,
-        Path,
-        Free,
-    };
-    Kind kind = Kind::None;
-    std::optional<QString> animation; ///< of the model, on its own or with a turntable or path; empty = the first
-    int positions = 0;                ///< of the turntable; 0 = from the duration
-    QString file;                     ///< of a trajectory or path
-    std::optional<double> seconds;    ///< exact length; for `Free` the time to record
-    double turns = 1;
-    double swing = 0; ///< degrees; 0 = the turntable turns
-    QString axis;     ///< of the turntable: "x", "y", "z" or "X,Y,Z"; empty or "up" = up
-    bool isEased = false;
-    bool isRepeated = false;         ///< with `seconds`: repeated instead of stretched
-    bool takesEveryPosition = false; ///< of a trajectory, whatever its times
-    std::optional<double> time;      ///< seconds of the animation, for pictures
-};
-
-/// True when the model turns about its upright axis all the way round, so that the view has to fit every side.
-bool turnsUpright(const MotionRequest& motion);
 /// True when the view is fitted to the model, rather than given.
 bool isFitted(const ViewRequest& view);
 
