@@ -5,6 +5,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QRegularExpression>
 
 #include <cerrno>
 #include <cstring>
@@ -52,10 +53,13 @@ QStringList picturesOf(const QString& fileName)
     if (!fileName.endsWith(QLatin1String(".frames"), Qt::CaseInsensitive) || !list.open(QIODevice::ReadOnly) ||
         !list.readLine().startsWith("ffconcat"))
         return pictures;
+    // Only names that our encoder gives: a list that somebody wrote may name other files.
+    static const QRegularExpression numbered(QStringLiteral("^.*\\.[0-9]{5,}\\.png$"));
     while (!list.atEnd()) {
         const QByteArray line = list.readLine().trimmed();
-        if (line.startsWith("file ") && !line.contains('/'))
-            pictures << QString::fromLatin1(line.mid(5));
+        const QString name = QString::fromLatin1(line.mid(5));
+        if (line.startsWith("file ") && !line.contains('/') && numbered.match(name).hasMatch())
+            pictures << name;
     }
     return pictures;
 }
