@@ -83,10 +83,6 @@
         <translation>Bild</translation>
     </message>
     <message>
-        <source>Motion (one of the first five)</source>
-        <translation>Bewegung (eine der ersten fünf)</translation>
-    </message>
-    <message>
         <source>Video</source>
         <translation>Video</translation>
     </message>
@@ -203,24 +199,12 @@
         <translation>von JPEG und WEBP (Vorgabe 90)</translation>
     </message>
     <message>
-        <source>turn the camera once around the model, N frames per turn</source>
-        <translation>Kamera einmal um das Modell drehen, N Bilder pro Umdrehung</translation>
-    </message>
-    <message>
         <source>follow a trajectory (csv tum txt json)</source>
         <translation>einer Trajektorie folgen (csv tum txt json)</translation>
     </message>
     <message>
-        <source>play an animation of the model file (default: the first)</source>
-        <translation>eine Animation der Modelldatei abspielen (Vorgabe: die erste)</translation>
-    </message>
-    <message>
         <source>follow a camera path (json)</source>
         <translation>einem Kamerapfad folgen (json)</translation>
-    </message>
-    <message>
-        <source>record without a motion, in real time</source>
-        <translation>ohne Bewegung in Echtzeit aufnehmen</translation>
     </message>
     <message>
         <source>length of the video, exactly</source>
@@ -233,14 +217,6 @@
     <message>
         <source>of the turntable: up x y z or X,Y,Z (default up)</source>
         <translation>des Drehtellers: up x y z oder X,Y,Z (Vorgabe up)</translation>
-    </message>
-    <message>
-        <source>start and end the turntable slowly</source>
-        <translation>den Drehteller langsam anfahren und abbremsen</translation>
-    </message>
-    <message>
-        <source>one frame per position of the trajectory, whatever its times</source>
-        <translation>ein Bild pro Position der Trajektorie, unabhängig von ihren Zeiten</translation>
     </message>
     <message>
         <source>frames per second (default: the setting, 25)</source>
@@ -309,6 +285,42 @@
     <message>
         <source>file to write; its ending selects the format; - = standard output</source>
         <translation>Zieldatei; die Endung bestimmt das Format; - = Standardausgabe</translation>
+    </message>
+    <message>
+        <source>Motion</source>
+        <translation>Bewegung</translation>
+    </message>
+    <message>
+        <source>turn the camera around the model, in N frames (default 5 s)</source>
+        <translation>die Kamera um das Modell drehen, in N Bildern (Vorgabe 5 s)</translation>
+    </message>
+    <message>
+        <source>record the view in real time, as many frames as the machine can make</source>
+        <translation>die Ansicht in Echtzeit aufnehmen, mit so vielen Bildern, wie der Rechner schafft</translation>
+    </message>
+    <message>
+        <source>play an animation of the model (default: the first), also with --turntable or --path</source>
+        <translation>eine Animation des Modells abspielen (Vorgabe: die erste), auch mit --turntable oder --path</translation>
+    </message>
+    <message>
+        <source>moment of the animation (default 0)</source>
+        <translation>Zeitpunkt der Animation (Vorgabe 0)</translation>
+    </message>
+    <message>
+        <source>repeat an animation or trajectory for the duration, instead of stretching it</source>
+        <translation>Animation oder Trajektorie über die Dauer wiederholen statt dehnen</translation>
+    </message>
+    <message>
+        <source>one position of the trajectory per frame, whatever its times</source>
+        <translation>eine Position der Trajektorie pro Bild, unabhängig von ihren Zeiten</translation>
+    </message>
+    <message>
+        <source>swing to and fro by that angle instead of turning</source>
+        <translation>um diesen Winkel hin- und herschwenken statt drehen</translation>
+    </message>
+    <message>
+        <source>start and end a turntable or path slowly</source>
+        <translation>Drehung oder Pfad langsam beginnen und beenden</translation>
     </message>
 </context>
 <context>
@@ -948,10 +960,6 @@
         <translation>von --view, --camera, --like, --position und --transform ist nur eines möglich</translation>
     </message>
     <message>
-        <source>only one of --turntable, --trajectory, --animation, --path and --free can be given</source>
-        <translation>von --turntable, --trajectory, --animation, --path und --free ist nur eines möglich</translation>
-    </message>
-    <message>
         <source>--free has its own length; leave out --duration</source>
         <translation>--free legt die Länge selbst fest; --duration weglassen</translation>
     </message>
@@ -970,14 +978,6 @@
     <message>
         <source>--%1 belongs to --turntable</source>
         <translation>--%1 gehört zu --turntable</translation>
-    </message>
-    <message>
-        <source>--every-position belongs to --trajectory without --duration</source>
-        <translation>--every-position gehört zu --trajectory ohne --duration</translation>
-    </message>
-    <message>
-        <source>--duration needs a motion; to record without one use --free SECONDS</source>
-        <translation>--duration braucht eine Bewegung; ohne Bewegung mit --free SEKUNDEN aufnehmen</translation>
     </message>
     <message>
         <source>--max-memory must be an amount such as 800M or 2G (got &quot;%1&quot;)</source>
@@ -1107,6 +1107,42 @@
         <source>&apos;%1&apos; does not end in a known video format; known formats: %2</source>
         <translation>„%1“ hat keine Endung eines Videoformats; bekannte Formate: %2</translation>
     </message>
+    <message>
+        <source>only one of --turntable, --trajectory, --path and --free can be given</source>
+        <translation>nur eine der Optionen --turntable, --trajectory, --path und --free kann angegeben werden</translation>
+    </message>
+    <message>
+        <source>--animation can be combined with --turntable or --path, not with --trajectory or --free</source>
+        <translation>--animation kann mit --turntable oder --path kombiniert werden, nicht mit --trajectory oder --free</translation>
+    </message>
+    <message>
+        <source>--repeat needs --duration, and --animation or --trajectory</source>
+        <translation>--repeat braucht --duration und dazu --animation oder --trajectory</translation>
+    </message>
+    <message>
+        <source>--every-position belongs to --trajectory, without --duration</source>
+        <translation>--every-position gehört zu --trajectory, ohne --duration</translation>
+    </message>
+    <message>
+        <source>--swing is smooth and has no turns; leave out --turns and --ease</source>
+        <translation>--swing verläuft weich und hat keine Umdrehungen; --turns und --ease weglassen</translation>
+    </message>
+    <message>
+        <source>--duration and --ease need a motion; to record without one use --free SECONDS</source>
+        <translation>--duration und --ease brauchen eine Bewegung; ohne Bewegung mit --free SEKUNDEN aufnehmen</translation>
+    </message>
+    <message>
+        <source>--ease belongs to --turntable or --path</source>
+        <translation>--ease gehört zu --turntable oder --path</translation>
+    </message>
+    <message>
+        <source>--time belongs to --animation</source>
+        <translation>--time gehört zu --animation</translation>
+    </message>
+    <message>
+        <source>%1 is a trajectory, not a camera path; use --trajectory</source>
+        <translation>%1 ist eine Trajektorie, kein Kamerapfad; --trajectory verwenden</translation>
+    </message>
 </context>
 <context>
     <name>tov::app::LibraryProbe</name>
@@ -1155,6 +1191,10 @@
     <message>
         <source>--%1: unknown value &quot;%2&quot;; known values: %3</source>
         <translation>--%1: unbekannter Wert „%2“; bekannte Werte: %3</translation>
+    </message>
+    <message>
+        <source>--%1 must be a time, e.g. 0.5s (got &quot;%2&quot;)</source>
+        <translation>--%1 muss eine Zeit sein, z. B. 0.5s (angegeben: „%2“)</translation>
     </message>
 </context>
 <context>
@@ -1523,6 +1563,10 @@
         <source>a vertex refers to a missing joint</source>
         <translation>ein Eckpunkt verweist auf ein fehlendes Gelenk</translation>
     </message>
+    <message>
+        <source>a vertex has too many joints</source>
+        <translation>ein Eckpunkt hat zu viele Gelenke</translation>
+    </message>
 </context>
 <context>
     <name>tov::trajectory</name>
@@ -1600,6 +1644,10 @@
     <message>
         <source>it moves nothing</source>
         <translation>sie bewegt nichts</translation>
+    </message>
+    <message>
+        <source>it lasts %1 s, so it has no position at %2 s</source>
+        <translation>sie dauert %1 s und hat daher bei %2 s keine Position</translation>
     </message>
 </context>
 <context>
@@ -2797,6 +2845,22 @@ Die Aufnahme stoppen und behalten?</translation>
     <message>
         <source>Trajectories (*.csv *.tum *.txt *.json);;All files (*)</source>
         <translation>Trajektorien (*.csv *.tum *.txt *.json);;Alle Dateien (*)</translation>
+    </message>
+    <message>
+        <source>Animations</source>
+        <translation>Animationen</translation>
+    </message>
+    <message>
+        <source>Play an animation of the models in the scene</source>
+        <translation>Eine Animation der Modelle in der Szene abspielen</translation>
+    </message>
+    <message>
+        <source>Without a name</source>
+        <translation>Ohne Namen</translation>
+    </message>
+    <message>
+        <source>No animations</source>
+        <translation>Keine Animationen</translation>
     </message>
 </context>
 <context>
