@@ -48,7 +48,7 @@ int main(int argc, char** argv)
         if (!tov::main::CommandParser::parse(QString::fromLocal8Bit(argv[i]), commands, &error))
             return 2;
         // Each recording starts at the first position.
-        if (!session.selectMotion(motion, Fps))
+        if (!session.selectMotion(motion, view, Fps))
             return 1;
         for (const auto& command : commands)
             runCommand(session, command);
