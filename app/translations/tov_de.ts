@@ -1143,6 +1143,14 @@
         <source>%1 is a trajectory, not a camera path; use --trajectory</source>
         <translation>%1 ist eine Trajektorie, kein Kamerapfad; --trajectory verwenden</translation>
     </message>
+    <message>
+        <source>a video has no background of two colours; give --background one colour</source>
+        <translation>ein Video hat keinen Hintergrund aus zwei Farben; --background mit einer Farbe angeben</translation>
+    </message>
+    <message>
+        <source>%1 has no transparency; use alpha.webm, alpha.mov or lossless.mkv, or a --background colour</source>
+        <translation>%1 hat keine Transparenz; alpha.webm, alpha.mov oder lossless.mkv verwenden oder eine Farbe mit --background angeben</translation>
+    </message>
 </context>
 <context>
     <name>tov::app::LibraryProbe</name>

@@ -239,7 +239,9 @@ TEST_F(RealAnimations, BendingSkeletonOfAnFbxFile)
     const double heights[] = {91.66661, 100.8689, 125.0783, 160.8924, 204.6355, 252.3699, 300.1284,
                               344.2932, 381.9461, 411.0055, 430.0514, 437.8554, 438.5016, 438.5016,
                               438.5016, 438.5016, 438.5016, 438.5016, 438.5016};
-    const double left = -3642.014, right = 3479.132, size = right - left;
+    // The file is in centimetres, which the reader turns into metres.
+    constexpr double Metre = 0.01;
+    const double left = -3642.014 * Metre, right = 3479.132 * Metre, size = right - left;
     const auto motion = play(1 / 0.045);
     ASSERT_TRUE(motion) << "the animation was not read";
     unsigned long frame = 0;
@@ -249,6 +251,6 @@ TEST_F(RealAnimations, BendingSkeletonOfAnFbxFile)
         const Box box = visibleBox(scene()->getRootNode());
         EXPECT_NEAR(box.low[0], left, Tolerance * size);
         EXPECT_NEAR(box.high[0], right, Tolerance * size);
-        EXPECT_NEAR(box.high[1], height, Tolerance * size);
+        EXPECT_NEAR(box.high[1], height * Metre, Tolerance * size);
     }
 }
