@@ -162,7 +162,7 @@ TEST_F(WindowDialogs, TranslationReachesMenusAndDialogs)
     QStringList labels;
     for (auto* label : dialog.findChildren<QLabel*>())
         labels << label->text();
-    EXPECT_TRUE(labels.contains("Macht ein Bild der Szene")) << labels.join(" | ").toStdString();
+    EXPECT_TRUE(labels.contains("Nimmt ein Bild der Szene auf")) << labels.join(" | ").toStdString();
     EXPECT_TRUE(labels.contains("Breite:"));
     QCoreApplication::removeTranslator(&german);
 }
