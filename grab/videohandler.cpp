@@ -2,6 +2,7 @@
 
 #include "grab/render/applicationthread.h"
 #include "grab/render/frame.h"
+#include "grab/render/glerror.h"
 #include "grab/render/offscreentarget.h"
 #include "grab/render/pageprefaulter.h"
 #include "grab/video/encoder.h"
@@ -443,6 +444,8 @@ void VideoHandler::grabPicture(QIODevice* chunk)
         m_Mutex.unlock();
         return;
     }
+    // Errors of earlier work; those from here on belong to this frame.
+    render::clearGlErrors();
     tov::scene::SceneElement* root = Viewer::getInstance()->getGlobalScene()->getRootNode();
     SavedGlState state;
     const QImage picture = renderFrame(root);

@@ -11,6 +11,7 @@
 #include "grab/module/modulegrab.h"
 #include "grab/render/applicationthread.h"
 #include "grab/render/frame.h"
+#include "grab/render/glerror.h"
 #include "grab/render/offscreentarget.h"
 #include "grab/video/outputfile.h"
 #include "kernel/gui/fileparameterpanelfactory.h"
@@ -263,6 +264,8 @@ bool renderTiles(QImage& target, const TileGrid& grid, SceneDrawer& drawer, tov:
         showProgress(grid.progressAt(i));
         const Tile tile = grid.at(i);
         QOpenGLFramebufferObject& framebuffer = offscreen.framebuffer(tile.width, tile.height);
+        // Errors of earlier work; those from here on belong to this tile.
+        render::clearGlErrors();
         if (!framebuffer.bind()) {
             Logger::log(ErrorLevel, SourceFile, __LINE__, function, nullptr, "Couldn't bind framebuffer object!");
             return false;

@@ -13,7 +13,6 @@ namespace tov::grab::render {
 
 void setDrawingState(const tov::scene::SceneDrawer& drawer)
 {
-    clearGlErrors();
     const QColor background = drawer.getBackgroundColor();
     glClearColor(float(background.redF()), float(background.greenF()), float(background.blueF()), 0.0f);
     glShadeModel(GL_SMOOTH);

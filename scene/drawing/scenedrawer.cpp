@@ -18,6 +18,8 @@
 #include <array>
 #include <atomic>
 #include <cmath>
+#include <limits>
+#include <new>
 
 namespace tov::scene {
 
@@ -170,6 +172,18 @@ void drawOverlays(const std::vector<DrawItem>& items, const View& view, const Sc
     }
 }
 
+/// Leaves GL_OUT_OF_MEMORY behind, as a driver without memory does, so that the caller drops the frame. No driver has
+/// a buffer of that size.
+void raiseOutOfMemory()
+{
+    auto* gl = QOpenGLContext::currentContext()->functions();
+    GLuint buffer = 0;
+    gl->glGenBuffers(1, &buffer);
+    gl->glBindBuffer(GL_ARRAY_BUFFER, buffer);
+    gl->glBufferData(GL_ARRAY_BUFFER, std::numeric_limits<GLsizeiptr>::max(), nullptr, GL_STATIC_DRAW);
+    gl->glDeleteBuffers(1, &buffer);
+}
+
 } // namespace
 
 struct SceneDrawer::Private
@@ -210,6 +224,16 @@ void SceneDrawer::resize(int width, int height)
 
 void SceneDrawer::glDraw(SceneElement* root, SceneElement* second, const Matrix4& transform, double lineOffset,
                          int layers, int primitives)
+{
+    try {
+        drawScene(root, second, transform, lineOffset, layers, primitives);
+    } catch (const std::bad_alloc&) {
+        raiseOutOfMemory();
+    }
+}
+
+void SceneDrawer::drawScene(SceneElement* root, SceneElement* second, const Matrix4& transform, double lineOffset,
+                            int layers, int primitives)
 {
     GeometryElement::Buffers::collect();
     shared::collect();

@@ -150,7 +150,7 @@ else:
             open(locales + '/flight.tum', 'w', encoding='ascii') as some:
         some.writelines([line for line in flight if line[0] != '#'][:4])
     check('comma decimals: a video along a file of decimals', same('a.lossless.mkv', [
-        'video', CUBE, '-o', 'a.lossless.mkv', '--trajectory', locales + '/flight.tum', '--size', '160x120'], pixels))
+        'video', CUBE, '-o', 'a.lossless.mkv', '--trajectory', locales + '/flight.tum', '--every-position', '--size', '160x120'], pixels))
 
     @case('comma decimals: a command text with decimals is refused in every locale')
     def _(folder):

@@ -18,7 +18,7 @@ from faultcases import Cases, failure_problem, frames_of, recording_problem, set
 POSITIONS = 300
 cases = Cases(*sys.argv[1:3])
 case = cases.case
-VIDEO = ['video', cases.model, '--size', '64x64', '--quiet', '-o', 'a.mkv', '--trajectory']
+VIDEO = ['video', cases.model, '--size', '64x64', '--quiet', '-o', 'a.mkv', '--every-position', '--trajectory']
 TURN = [[1, 0, 0, 0], [0, 1, 0, 0], [0, 0, 1, 5], [0, 0, 0, 1]]
 GOOD = {
     'csv': '\n'.join(f'{i * 0.01},0,0' for i in range(POSITIONS)) + '\n',

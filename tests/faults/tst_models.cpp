@@ -310,6 +310,7 @@ TEST_F(ModelFaults, SamplesAreReadAsTheyAre)
     const std::map<QString, QString> models{{"ac", "AC/Wuson.ac"},
                                             {"ase", "ASE/ThreeCubesGreen.ASE"},
                                             {"b3d", "B3D/WusonBlitz.b3d"},
+                                            {"bvh", "BVH/01_01.bvh"},
                                             {"blend", "BLEND/box.blend"},
                                             {"cob", "COB/spider_6_6.cob"},
                                             {"dxf", "DXF/wuson.dxf"},
