@@ -281,7 +281,6 @@ unsigned int Painter::featuresOf(const GeometryElement& element, const Material&
     const unsigned int useful = isPhysical ? ~0u
                                 : isShaded ? ShaderBaseTexture | ShaderEmissiveTexture
                                            : ShaderBaseTexture;
-    const Texture* first = nullptr;
     const auto textures = texturesOf(material);
     const bool hasUvs = !element.getTextureCoordinates(0).empty() || !element.getTextureCoordinates(1).empty();
     for (std::size_t i = 0; i < textures.size() && hasUvs; ++i) {
@@ -290,8 +289,6 @@ unsigned int Painter::featuresOf(const GeometryElement& element, const Material&
             continue;
         features |= TextureFeatures[i];
         // Only one transform is applied to the vertices: that of the base colour.
-        if (!first)
-            first = textures[0];
         if (!areAlike(*textures[0], *textures[i]))
             features |= ShaderSeveralUvs;
     }
