@@ -3,8 +3,11 @@
 #include "app/cli/options.h"
 #include "app/cli/outputname.h"
 #include "app/cli/reporter.h"
+#include "app/cli/session.h"
+#include "app/cli/verbs.h"
 
 #include <QCoreApplication>
+#include <QFileInfo>
 #include <QSet>
 
 #include <vector>
@@ -79,6 +82,32 @@ bool collectJobs(const Options& options, bool (*read)(const Options&, Request&, 
             jobs.push_back({request, plan, describeOptions(line.options)});
     }
     return true;
+}
+
+/// Makes the results of the jobs that `check` accepts, and returns the exit status. Results that exist already and may
+/// be skipped are named; with --strict the first failure is the last job. Thread: application.
+template <typename Request>
+int runJobs(const std::vector<Job<Request>>& jobs, Session& session, Reporter& reporter,
+            bool (*check)(const Job<Request>&, QString*), bool (*make)(Session&, const Job<Request>&))
+{
+    std::vector<const Job<Request>*> open;
+    for (const Job<Request>& job : jobs) {
+        QString error;
+        if (job.request.output.skipsExisting && QFileInfo::exists(job.plan.output))
+            reporter.note(QCoreApplication::translate("tov::app", "%1 exists already").arg(job.plan.output));
+        else if (check(job, &error))
+            open.push_back(&job);
+        else
+            reporter.fail(error);
+    }
+    for (const Job<Request>* job : open) {
+        if (reporter.isStrict() && reporter.hasReportedFailure())
+            break;
+        make(session, *job);
+        if (session.wasInterrupted())
+            return ExitInterrupted;
+    }
+    return reporter.hasReportedFailure() ? ExitFailed : ExitDone;
 }
 
 } // namespace tov::app

@@ -183,24 +183,7 @@ int runImage(const Options& options, int& argc, char** argv)
         return isUsage ? ExitUsage : ExitFailed;
     Session session(options, reporter, argc, argv);
     session.leaveAtFirstInterrupt();
-    std::vector<const ImageJob*> open;
-    for (const ImageJob& job : jobs) {
-        QString error;
-        if (job.request.output.skipsExisting && QFileInfo::exists(job.plan.output))
-            reporter.note(tr("%1 exists already").arg(job.plan.output));
-        else if (checkJob(job, &error))
-            open.push_back(&job);
-        else
-            reporter.fail(error);
-    }
-    for (const ImageJob* job : open) {
-        if (reporter.isStrict() && reporter.hasReportedFailure())
-            break;
-        makeImage(session, *job);
-        if (session.wasInterrupted())
-            return ExitInterrupted;
-    }
-    return reporter.hasReportedFailure() ? ExitFailed : ExitDone;
+    return runJobs(jobs, session, reporter, checkJob, makeImage);
 }
 
 } // namespace tov::app

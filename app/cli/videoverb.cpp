@@ -316,24 +316,7 @@ int runVideo(const Options& options, int& argc, char** argv)
     if (!collectJobs(options, readVideoRequest, reporter, jobs, isUsage))
         return isUsage ? ExitUsage : ExitFailed;
     Session session(options, reporter, argc, argv);
-    std::vector<const VideoJob*> open;
-    for (const VideoJob& job : jobs) {
-        QString error;
-        if (job.request.output.skipsExisting && QFileInfo::exists(job.plan.output))
-            reporter.note(tr("%1 exists already").arg(job.plan.output));
-        else if (checkJob(job, &error))
-            open.push_back(&job);
-        else
-            reporter.fail(error);
-    }
-    for (const VideoJob* job : open) {
-        if (reporter.isStrict() && reporter.hasReportedFailure())
-            break;
-        makeVideo(session, *job);
-        if (session.wasInterrupted())
-            return ExitInterrupted;
-    }
-    return reporter.hasReportedFailure() ? ExitFailed : ExitDone;
+    return runJobs(jobs, session, reporter, checkJob, makeVideo);
 }
 
 } // namespace tov::app
