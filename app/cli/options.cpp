@@ -78,13 +78,8 @@ bool readOption(const QStringList& arguments, int& index, Options& options, QStr
 
 QString optionLine(const OptionSpec& option)
 {
-    QString left = QStringLiteral("  ");
-    if (option.shortName != 0)
-        left += QStringLiteral("-%1, ").arg(QLatin1Char(option.shortName));
-    left += QStringLiteral("--") + QLatin1String(option.name);
-    if (option.value != OptionValue::None)
-        left += QLatin1Char(' ') + QLatin1String(option.placeholder);
-    return left.leftJustified(HelpColumn) + QLatin1Char(' ') + trTable(option.help) + QLatin1Char('\n');
+    return (QStringLiteral("  ") + optionUsage(option)).leftJustified(HelpColumn) + QLatin1Char(' ') +
+           trTable(option.help) + QLatin1Char('\n');
 }
 
 /// The options of a verb under the headings of their groups.

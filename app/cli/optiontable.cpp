@@ -31,7 +31,7 @@ constexpr auto Required = OptionValue::Required;
 
 const OptionSpec Options[] = {
     {"output", 'o', Required, "OUT", Outputs, OutputGroup,
-     QT_TRANSLATE_NOOP("CommandLine", "file to write; its ending selects the format; - = standard output")},
+     QT_TRANSLATE_NOOP("CommandLine", "file to write; its ending selects the format; - = standard output"), "FILE"},
     {"format", 0, Required, "F", Outputs, OutputGroup,
      QT_TRANSLATE_NOOP("CommandLine", "format for -o -, e.g. png, mkv")},
     {"no-clobber", 0, None, "", Outputs, OutputGroup,
@@ -40,7 +40,8 @@ const OptionSpec Options[] = {
      QT_TRANSLATE_NOOP("CommandLine", "skip results that exist already")},
 
     {"view", 0, Required, "NAME[,NAME...]", Views, ViewGroup,
-     QT_TRANSLATE_NOOP("CommandLine", "front back left right top bottom iso (default front)")},
+     QT_TRANSLATE_NOOP("CommandLine", "front back left right top bottom iso (default front)"),
+     "front back left right top bottom iso"},
     {"camera", 0, Required, "NAME", Views, ViewGroup, QT_TRANSLATE_NOOP("CommandLine", "a camera of the model file")},
     {"azimuth", 0, Required, "DEGREES", Views, ViewGroup,
      QT_TRANSLATE_NOOP("CommandLine", "turn the view to the right")},
@@ -57,14 +58,15 @@ const OptionSpec Options[] = {
     {"transform", 0, Required, "'m00 ... m33'", Views, ViewGroup,
      QT_TRANSLATE_NOOP("CommandLine", "scene to eye, 16 numbers row by row, instead of --view")},
     {"like", 0, Required, "PICTURE", Views, ViewGroup,
-     QT_TRANSLATE_NOOP("CommandLine", "the view stored in a picture that tov made")},
+     QT_TRANSLATE_NOOP("CommandLine", "the view stored in a picture that tov made"), "FILE"},
     {"model-up", 0, Required, "AXIS", "image video run info", ViewGroup,
-     QT_TRANSLATE_NOOP("CommandLine", "upward axis of the model: +X -X +Y -Y +Z -Z auto")},
+     QT_TRANSLATE_NOOP("CommandLine", "upward axis of the model: +X -X +Y -Y +Z -Z auto"), "+X -X +Y -Y +Z -Z auto"},
 
     {"light", 0, Required, "NAME", Views, LookGroup,
-     QT_TRANSLATE_NOOP("CommandLine", "studio headlight none FILE.hdr (default studio)")},
+     QT_TRANSLATE_NOOP("CommandLine", "studio headlight none FILE.hdr (default studio)"), "studio headlight none FILE"},
     {"show", 0, Required, "NAME", Views, LookGroup,
-     QT_TRANSLATE_NOOP("CommandLine", "surface edges wireframe points (default surface)")},
+     QT_TRANSLATE_NOOP("CommandLine", "surface edges wireframe points (default surface)"),
+     "surface edges wireframe points"},
     {"background", 0, Required, "COLOUR", Views, LookGroup,
      QT_TRANSLATE_NOOP("CommandLine",
                        "transparent, a colour, or 'TOP..BOTTOM' (default: transparent where the format allows)")},
@@ -86,9 +88,9 @@ const OptionSpec Options[] = {
     {"turntable", 0, OptionValue::Number, "[N]", "video run", MotionGroup,
      QT_TRANSLATE_NOOP("CommandLine", "turn the camera around the model, in N frames (default 5 s)")},
     {"trajectory", 0, Required, "FILE", "video run", MotionGroup,
-     QT_TRANSLATE_NOOP("CommandLine", "follow a trajectory (csv tum txt json)")},
+     QT_TRANSLATE_NOOP("CommandLine", "follow a trajectory (csv tum txt json)"), "FILE"},
     {"path", 0, Required, "FILE", "video run", MotionGroup,
-     QT_TRANSLATE_NOOP("CommandLine", "follow a camera path (json)")},
+     QT_TRANSLATE_NOOP("CommandLine", "follow a camera path (json)"), "FILE"},
     {"free", 0, Required, "SECONDS", "video", MotionGroup,
      QT_TRANSLATE_NOOP("CommandLine", "record the view in real time, as many frames as the machine can make")},
     {"animation", 0, OptionValue::Name, "[NAME]", "image video run", MotionGroup,
@@ -107,7 +109,7 @@ const OptionSpec Options[] = {
     {"swing", 0, Required, "DEGREES", "video run", MotionGroup,
      QT_TRANSLATE_NOOP("CommandLine", "swing to and fro by that angle instead of turning")},
     {"axis", 0, Required, "AXIS", "video run", MotionGroup,
-     QT_TRANSLATE_NOOP("CommandLine", "of the turntable: up x y z or X,Y,Z (default up)")},
+     QT_TRANSLATE_NOOP("CommandLine", "of the turntable: up x y z or X,Y,Z (default up)"), "up x y z"},
     {"ease", 0, None, "", "video run", MotionGroup,
      QT_TRANSLATE_NOOP("CommandLine", "start and end a turntable or path slowly")},
 
@@ -119,17 +121,17 @@ const OptionSpec Options[] = {
     {"each", 0, None, "", Outputs, BatchGroup,
      QT_TRANSLATE_NOOP("CommandLine", "one result per model, instead of all models in one scene")},
     {"jobs", 0, Required, "FILE", Outputs, BatchGroup,
-     QT_TRANSLATE_NOOP("CommandLine", "a file with the arguments of one result per line; - = standard input")},
+     QT_TRANSLATE_NOOP("CommandLine", "a file with the arguments of one result per line; - = standard input"), "FILE"},
     {"max-memory", 0, Required, "SIZE", Outputs, BatchGroup,
      QT_TRANSLATE_NOOP("CommandLine", "memory limit, e.g. 800M or 2G")},
 
     {"command", 'c', Required, "TEXT", "run", CommandGroup,
      QT_TRANSLATE_NOOP("CommandLine", "command text to run; may be repeated")},
     {"check", 0, Required, "FILE.so", "encoders", CommandGroup,
-     QT_TRANSLATE_NOOP("CommandLine", "test an encoder plug-in and report")},
+     QT_TRANSLATE_NOOP("CommandLine", "test an encoder plug-in and report"), "FILE"},
 
     {"settings", 0, Required, "FILE", "*", GeneralGroup,
-     QT_TRANSLATE_NOOP("CommandLine", "settings file to use instead of the user's own")},
+     QT_TRANSLATE_NOOP("CommandLine", "settings file to use instead of the user's own"), "FILE"},
     {"safe-mode", 0, None, "", "*", GeneralGroup,
      QT_TRANSLATE_NOOP("CommandLine", "load only modules and plug-ins that are part of the program")},
     {"strict", 0, None, "", "*", GeneralGroup,
@@ -167,6 +169,15 @@ Table<OptionSpec> optionTable()
 Table<VerbSpec> verbTable()
 {
     return {Verbs, std::size(Verbs)};
+}
+
+QString optionUsage(const OptionSpec& option)
+{
+    QString usage = option.shortName != 0 ? QStringLiteral("-%1, ").arg(QLatin1Char(option.shortName)) : QString();
+    usage += QStringLiteral("--") + QLatin1String(option.name);
+    if (option.value != OptionValue::None)
+        usage += QLatin1Char(' ') + QLatin1String(option.placeholder);
+    return usage;
 }
 
 bool isOptionOf(const OptionSpec& option, const QString& verb)

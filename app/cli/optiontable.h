@@ -21,10 +21,11 @@ struct OptionSpec
     const char* name; ///< without the dashes
     char shortName;   ///< 0 = none
     OptionValue value;
-    const char* placeholder; ///< of the value in the help; empty without a value
-    const char* verbs;       ///< separated by blanks; "*" = all, and the window
-    const char* group;       ///< heading in the help, untranslated
-    const char* help;        ///< not translated
+    const char* placeholder;  ///< of the value in the help; empty without a value
+    const char* verbs;        ///< separated by blanks; "*" = all, and the window
+    const char* group;        ///< heading in the help, untranslated
+    const char* help;         ///< not translated
+    const char* choices = ""; ///< values that the shell completes, separated by blanks; FILE = file names
 };
 
 /// One row of the table of verbs.
@@ -50,6 +51,8 @@ struct Table
 Table<OptionSpec> optionTable();
 Table<VerbSpec> verbTable();
 
+/// How an option is written, e.g. "-o, --output OUT". Thread: any.
+QString optionUsage(const OptionSpec& option);
 /// True when the option exists for the verb; an empty verb is the window. Thread: any.
 bool isOptionOf(const OptionSpec& option, const QString& verb);
 /// Null when there is none. Thread: any.

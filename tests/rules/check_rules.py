@@ -19,7 +19,8 @@ CLEAN = {
     "tests/rules/spelling.txt": "",
     "kernel/value.h": "#pragma once\n\n/// The answer.\nint value();\n",
     "kernel/value.cpp": '#include "kernel/value.h"\n\nint value()\n{\n    return 42;\n}\n',
-    "README.md": "# Tree\n\nSee [the source](kernel/value.cpp).\n",
+    "README.md": "# Tree\n\nSee [the source](kernel/value.cpp) and `--view top`.\n",
+    "app/cli/optiontable.cpp": 'const Option options[] = {\n    {"view", 0, "NAME"},\n};\n',
 }
 LONG = "int grow(int start)\n{\n" + "    ++start;\n" * 80 + "    return start;\n}\n"
 NESTED = ("int nest(int a)\n{\n" + "".join("    " * (depth + 1) + f"if (a > {depth})\n" for depth in range(9)) + "    " * 10 +
@@ -40,6 +41,8 @@ VIOLATIONS = [
     ("arguments", "kernel/value.cpp", 'auto text = tr("%1: %2").arg(fileName).arg(reason);\n'),
     ("spelling", "kernel/value.cpp", "// Rec" "ieves the value.\n"),
     ("links", "README.md", "See [the manual](docs/manual.md).\n"),
+    ("options", "README.md", "Use `--views top`.\n"),
+    ("options", "README.md", "# Tree\n\n    tov image a.obj --veiw top\n"),
     ("mutants", "tests/mutants/wrong-answer.patch", MUTANT),
 ]
 
