@@ -1,20 +1,18 @@
 #include "grab/video/videoencoder.h"
 
 #include "grab/video/encoder.h"
+#include "grab/video/pluginfile.h"
 #include "grab/video/pluginname.h"
 #include "kernel/log/logger.h"
 #include "kernel/modules/informationobject.h"
 #include "kernel/modules/module.h"
 #include "kernel/modules/modulemanager.h"
 #include "kernel/workers/overseer.h"
-#include "kernel/util/elffile.h"
-#include "kernel/util/libraryfile.h"
 
 #include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
 #include <QLibrary>
-#include <QVariantMap>
 
 #include <exception>
 
@@ -44,19 +42,6 @@ QList<AdditionalInformation>* informationList(const char* function)
 QString deepCopy(const QString& text)
 {
     return QString(text.constData(), text.size());
-}
-
-/// Why a plug-in must not be loaded: it is damaged, or the program refuses it. Empty if it may be loaded.
-QString findPluginProblem(const QFileInfo& file)
-{
-    const QString problem = tov::util::findElfProblem(file.absoluteFilePath());
-    if (!problem.isEmpty())
-        return problem;
-    return QCoreApplication::instance()
-        ->property(tov::util::RefusedLibraries)
-        .toMap()
-        .value(file.canonicalFilePath())
-        .toString();
 }
 
 /// Calls a function of a plug-in. An exception gives one record and counts as false.

@@ -1,5 +1,6 @@
-// The check of libraries before they are loaded.
+// The checks of libraries before they are loaded: the program's, and the module's for encoder plug-ins.
 
+#include "grab/video/pluginfile.h"
 #include "kernel/util/elffile.h"
 
 #include <QBuffer>
@@ -10,6 +11,9 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
     QBuffer file(&bytes);
     // Unbuffered, so that every read beyond the end is detected.
     file.open(QIODevice::ReadOnly | QIODevice::Unbuffered);
-    tov::util::findElfProblem(file);
+    const bool accepted = tov::util::findElfProblem(file).isEmpty();
+    file.seek(0);
+    if (tov::grab::video::findIncompletePart(file).isEmpty() != accepted)
+        __builtin_trap();
     return 0;
 }

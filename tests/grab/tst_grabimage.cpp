@@ -200,7 +200,7 @@ TEST_F(GrabImageTest, ReportsItsProgressUnderTheWaitCursor)
     EXPECT_EQ(QGuiApplication::overrideCursor(), nullptr);
 }
 
-TEST_F(GrabImageTest, VirtualFunctionsHaveTheSpecifiedOrder)
+TEST_F(GrabImageTest, VirtualFunctionsStartWithDestructorsParametersAndWidgetThenCloneAbortExecute)
 {
     void** table = *reinterpret_cast<void***>(static_cast<Command*>(command));
     const auto symbol = [table](int slot) {

@@ -171,7 +171,7 @@ bool ModuleFactory::registerPrimaryCommand(Command* (*create)())
 }
 
 // The first test: a library that stays loaded would not register again.
-TEST(ModuleLibrary, RegistersEventsAndCommandsInTheSpecifiedOrder)
+TEST(ModuleLibrary, RegistersEventsThenVideoSettingsAndPictureCommandThenResources)
 {
     EventHandler::getInstance()->recordDeclarations(true);
     const auto before = EventHandler::getInstance()->getDeclarations().size();
@@ -348,7 +348,7 @@ TEST(ModuleLibrary, StartingLoadsTheEncodersAndTheModulesEndUnloadsThem)
     QFile::remove(plugin);
 }
 
-TEST(ModuleLibrary, VirtualFunctionsHaveTheSpecifiedOrder)
+TEST(ModuleLibrary, VirtualFunctionsEndWithCanBeLoadedInitializeFinalize)
 {
     QLibrary library(QString::fromLatin1(ModuleFile));
     ASSERT_TRUE(library.load());

@@ -408,7 +408,7 @@ Result callSlot(AbstractParameter* object, int slot, Arguments... arguments)
 
 } // namespace
 
-TEST_F(ParameterTest, VirtualFunctionsHaveTheSpecifiedOrder)
+TEST_F(ParameterTest, VirtualFunctionsStartWithDestructorsThenConversionsThenAssignments)
 {
     auto* parameter = new Parameter<int>(QStringLiteral("n"), QString());
     const QString text = QStringLiteral("6");

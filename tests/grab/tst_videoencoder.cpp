@@ -2,14 +2,18 @@
 #include "grab/video/videoencoder.h"
 
 #include "grab/video/encoder.h"
+#include "grab/video/pluginfile.h"
 #include "kernel/modules/informationobject.h"
 #include "kernel/modules/module.h"
+#include "kernel/util/libraryfile.h"
 #include "tests/support/logcapture.h"
 
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QLibrary>
+#include <QVariantMap>
 
 #include <gtest/gtest.h>
 
@@ -329,6 +333,24 @@ TEST_F(RegistryTest, ALibraryTruncatedAnywhereIsALoadFailure)
             QStringLiteral("Loading of video encoder plugin: 'cut' failed with error: ")));
         EXPECT_TRUE(keys().isEmpty());
     }
+}
+
+TEST_F(RegistryTest, APlugInThatTheProgramRefusesIsALoadFailure)
+{
+    EXPECT_STREQ(tov::grab::video::RefusedPlugins, tov::util::RefusedLibraries);
+    lay("rawcopy");
+    const QString file = QFileInfo(folder + QStringLiteral("rawcopy.so")).canonicalFilePath();
+    QCoreApplication::instance()->setProperty(tov::util::RefusedLibraries,
+                                              QVariantMap{{file, QStringLiteral("not wanted")}});
+    LogCapture log;
+    registry().refreshPlugins();
+    QCoreApplication::instance()->setProperty(tov::util::RefusedLibraries, QVariant());
+    ASSERT_EQ(log.records().size(), 1u) << log.text();
+    EXPECT_EQ(log.records()[0].message,
+              QStringLiteral("Loading of video encoder plugin: 'rawcopy' failed with error: %1: not wanted").arg(file));
+    EXPECT_TRUE(keys().isEmpty());
+    registry().refreshPlugins();
+    EXPECT_FALSE(keys().isEmpty());
 }
 
 TEST_F(RegistryTest, LinksHiddenFilesAndSubdirectoriesAreSkipped)
