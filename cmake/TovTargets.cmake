@@ -19,6 +19,7 @@ function(tov_add_video_encoder name)
     BUILD_RPATH "$ORIGIN/../../modules;$ORIGIN/../../../lib"
     INSTALL_RPATH "$ORIGIN/../../modules;$ORIGIN/../../../lib")
   target_include_directories(${name} PRIVATE ${CMAKE_SOURCE_DIR})
+  target_compile_definitions(${name} PRIVATE TOV_VERSION="${PROJECT_VERSION}")
   target_link_libraries(${name} PRIVATE grab ${ARG_LIBS})
   set_property(GLOBAL APPEND PROPERTY TOV_VIDEO_ENCODERS ${name})
 endfunction()

@@ -16,7 +16,7 @@ TEST_F(CliTest, HelpAndVersion)
         EXPECT_EQ(one.status, 0);
         EXPECT_TRUE(one.out.startsWith(QStringLiteral("tov ") + QLatin1String(verb)));
     }
-    EXPECT_EQ(run({"--version"}).out, "tov 0.1.0\n");
+    EXPECT_EQ(run({"--version"}).out, "tov " TOV_VERSION "\n");
 }
 
 TEST_F(CliTest, LocaleBringsTheLanguage)

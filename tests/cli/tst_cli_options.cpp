@@ -85,7 +85,7 @@ TEST_F(OptionEffect, APictureCanBeReproducedAtALargerSize)
     picture({"--azimuth", "33", "--elevation", "21", "--fov", "70"});
     ASSERT_TRUE(QFile::rename(path("p.png"), path("first.png")));
     const QImage first(path("first.png"));
-    EXPECT_EQ(first.text("Software"), "tov 0.1.0");
+    EXPECT_EQ(first.text("Software"), "tov " TOV_VERSION);
     EXPECT_EQ(first.text("tov:models"), "box.obj");
     EXPECT_TRUE(first.text("tov:options").contains("--azimuth='33'")) << first.text("tov:options").toStdString();
     EXPECT_EQ(picture({"--like", "first.png"}), first);

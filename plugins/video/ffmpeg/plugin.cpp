@@ -67,7 +67,7 @@ extern "C" TOV_EXPORT tov::main::AdditionalInformation getInfos()
     return {QStringLiteral("FFmpeg encoders"),
             QStringLiteral("Video formats by the FFmpeg libraries") +
                 (missing.isEmpty() ? QString() : QStringLiteral("; missing here:") + missing),
-            QStringLiteral("0.1.0"), QStringLiteral("the tov developers")};
+            QStringLiteral(TOV_VERSION), QStringLiteral("the tov developers")};
 }
 
 /// Reads a finished file; see docs/encoder-plugins.md.

@@ -43,5 +43,5 @@ extern "C" TOV_EXPORT QStringList getDependencies()
 extern "C" TOV_EXPORT tov::main::AdditionalInformation getInfos()
 {
     return {QStringLiteral("Numbered pictures"), QStringLiteral("A PNG for every frame, and a list that players open"),
-            QStringLiteral("0.1.0"), QStringLiteral("the tov developers")};
+            QStringLiteral(TOV_VERSION), QStringLiteral("the tov developers")};
 }
