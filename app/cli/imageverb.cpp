@@ -76,7 +76,7 @@ bool checkJob(const ImageJob& job, QString* error)
         return false;
     }
     const QString format = formatOf(job);
-    if (request.view.background.kind == Background::Kind::Transparent && !hasPictureAlpha(format)) {
+    if (request.view.look.background.kind == Background::Kind::Transparent && !hasPictureAlpha(format)) {
         *error = tr("%1 has no transparency; use png, tiff or webp, or a --background colour").arg(format);
         return false;
     }
@@ -115,7 +115,7 @@ QImage draw(Session& session, const ImageJob& job, tov::math::Matrix4& transform
 {
     const ImageRequest& request = job.request;
     const QColor initial = SceneDrawer(tov::scene::Viewer::getInstance()->getGlobalScene()).getBackgroundColor();
-    SceneDrawer::setBackgroundColor(drawnBackground(request.view.background, hasPictureAlpha(formatOf(job)), initial));
+    SceneDrawer::setBackgroundColor(drawnBackground(request.view.look.background, hasPictureAlpha(formatOf(job)), initial));
     QImage image(request.size, QImage::Format_ARGB32);
     RunOutcome outcome;
     if (image.isNull()) {
@@ -153,7 +153,7 @@ bool makeImage(Session& session, const ImageJob& job)
     if (image.isNull())
         return false;
     const QString format = formatOf(job);
-    finishPicture(image, request.view.background, hasPictureAlpha(format));
+    finishPicture(image, request.view.look.background, hasPictureAlpha(format));
     if (request.dpi > 0) {
         image.setDotsPerMeterX(qRound(request.dpi * InchesPerMeter));
         image.setDotsPerMeterY(qRound(request.dpi * InchesPerMeter));

@@ -12,6 +12,11 @@ constexpr double LongestSeconds = 1e6;
 
 } // namespace
 
+QStringList OptionReader::texts(const char* option) const
+{
+    return has(option) ? m_Options.values.at(QLatin1String(option)) : QStringList();
+}
+
 void OptionReader::fail(const QString& message)
 {
     if (m_Error.isEmpty())
@@ -33,10 +38,14 @@ void OptionReader::readInt(const char* option, int least, int most, int& value)
 
 void OptionReader::readNumber(const char* option, double least, double most, double& value)
 {
-    if (!has(option))
-        return;
+    if (has(option))
+        readNumberIn(text(option), option, least, most, value);
+}
+
+void OptionReader::readNumberIn(const QString& numberText, const char* option, double least, double most, double& value)
+{
     bool isNumber = false;
-    const double number = text(option).toDouble(&isNumber);
+    const double number = numberText.toDouble(&isNumber);
     if (!isNumber || !std::isfinite(number) || number < least || number > most)
         fail(tr("--%1 must be a number from %2 to %3 (got \"%4\")")
                  .arg(QLatin1String(option), QString::number(least), QString::number(most), text(option)));
@@ -52,12 +61,17 @@ void OptionReader::readDegrees(const char* option, double least, double most, do
     for (const char* unit : {"degrees", "deg", "\xc2\xb0"})
         if (number.endsWith(QString::fromUtf8(unit)))
             number.chop(QString::fromUtf8(unit).size());
-    Options one;
-    one.values[QLatin1String(option)] << number;
-    OptionReader reader(one);
-    reader.readNumber(option, least, most, value);
-    if (reader.hasFailed())
-        fail(reader.getError());
+    readNumberIn(number, option, least, most, value);
+}
+
+void OptionReader::readPercent(const char* option, double least, double most, double& value)
+{
+    if (!has(option))
+        return;
+    QString number = text(option).trimmed();
+    if (number.endsWith(QLatin1Char('%')))
+        number.chop(1);
+    readNumberIn(number, option, least, most, value);
 }
 
 void OptionReader::readSeconds(const char* option, double& value)

@@ -19,6 +19,8 @@ public:
 
     bool has(const char* option) const { return m_Options.has(QLatin1String(option)); }
     QString text(const char* option) const { return m_Options.value(QLatin1String(option)); }
+    /// All values of an option that may be repeated.
+    QStringList texts(const char* option) const;
 
     /// A whole number from `least` to `most`.
     void readInt(const char* option, int least, int most, int& value);
@@ -26,6 +28,8 @@ public:
     void readNumber(const char* option, double least, double most, double& value);
     /// The same with an optional unit.
     void readDegrees(const char* option, double least, double most, double& value);
+    /// A number of percent, with or without the sign.
+    void readPercent(const char* option, double least, double most, double& value);
     /// A time above 0 in seconds.
     void readSeconds(const char* option, double& value);
     /// A time from 0 on in seconds.
@@ -43,6 +47,8 @@ public:
     QString getError() const { return m_Error; }
 
 private:
+    void readNumberIn(const QString& numberText, const char* option, double least, double most, double& value);
+
     const Options& m_Options;
     QString m_Error;
 };

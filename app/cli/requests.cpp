@@ -15,7 +15,6 @@ namespace tov::app {
 
 namespace {
 
-constexpr int MostSamples = 8;
 constexpr int MostPixels = 200000; ///< of a picture's edge
 constexpr int LeastKbps = 100, MostKbps = 2000000;
 constexpr int MostFps = 1000;
@@ -100,25 +99,6 @@ void readTransform(OptionReader& reader, std::optional<tov::math::Matrix4>& tran
         transform = matrix;
 }
 
-void readBackground(OptionReader& reader, Background& background)
-{
-    if (!reader.has("background"))
-        return;
-    const QString text = reader.text("background");
-    if (text == QLatin1String("transparent")) {
-        background.kind = Background::Kind::Transparent;
-        return;
-    }
-    const int dots = text.indexOf(QLatin1String(".."));
-    background.kind = dots < 0 ? Background::Kind::Plain : Background::Kind::Gradient;
-    background.top = QColor(dots < 0 ? text : text.left(dots));
-    background.bottom = dots < 0 ? background.top : QColor(text.mid(dots + 2));
-    if (!background.top.isValid() || !background.bottom.isValid())
-        reader.fail(tr("--background: \"%1\" is not a colour; use e.g. white, '#204060', 'white..skyblue' or "
-                       "transparent")
-                        .arg(text));
-}
-
 void readView(OptionReader& reader, const Options& options, ViewRequest& view)
 {
     readViewNames(reader, options, view.views);
@@ -139,16 +119,7 @@ void readView(OptionReader& reader, const Options& options, ViewRequest& view)
     }
     view.isOrthographic = reader.has("orthographic");
     reader.readWord("model-up", {"+X", "-X", "+Y", "-Y", "+Z", "-Z", "auto"}, view.modelUp);
-    view.light = reader.text("light");
-    if (reader.has("light") && !view.light.endsWith(QLatin1String(".hdr"), Qt::CaseInsensitive))
-        reader.readWord("light", {"studio", "headlight", "none"}, view.light);
-    reader.readWord("show", {"surface", "edges", "wireframe", "points"}, view.show);
-    readBackground(reader, view.background);
-    if (reader.has("samples")) {
-        int samples = 0;
-        reader.readInt("samples", 0, MostSamples, samples);
-        view.samples = samples;
-    }
+    readLook(reader, view.look);
     reader.readSize("panel", view.panel);
     const int bases = int(!view.views.isEmpty()) + int(!view.camera.isEmpty()) + int(!view.like.isEmpty()) +
                       int(view.transform.has_value()) + int(view.position.has_value());

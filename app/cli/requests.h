@@ -1,10 +1,10 @@
 #pragma once
 
+#include "app/cli/lookreader.h"
 #include "app/cli/motionreader.h"
 #include "app/cli/options.h"
 #include "kernel/math/matrix.h"
 
-#include <QColor>
 #include <QSize>
 #include <QString>
 #include <QStringList>
@@ -14,22 +14,7 @@
 
 namespace tov::app {
 
-/// What is behind the model.
-struct Background
-{
-    enum class Kind
-    {
-        Default, ///< transparent where the format has transparency, else the background of the settings
-        Transparent,
-        Plain,
-        Gradient, ///< from `top` to `bottom`
-    };
-    Kind kind = Kind::Default;
-    QColor top;
-    QColor bottom;
-};
-
-/// From where and how the scene is seen.
+/// From where the scene is seen, and how it is drawn.
 struct ViewRequest
 {
     typedef std::array<double, 3> Vector;
@@ -44,10 +29,7 @@ struct ViewRequest
     std::optional<double> fieldOfView; ///< degrees
     bool isOrthographic = false;
     QString modelUp; ///< empty = auto
-    QString light;   ///< empty = default
-    QString show;    ///< empty = default
-    Background background;
-    std::optional<int> samples;     ///< per pixel, 0 = off
+    LookRequest look;
     QSize panel = QSize(1280, 720); ///< shape of the view when no size is given
 };
 

@@ -1,6 +1,7 @@
 #include "app/cli/session.h"
 
 #include "app/cli/motionsetup.h"
+#include "app/cli/looksetup.h"
 #include "app/cli/viewsetup.h"
 #include "kernel/commands/command.h"
 #include "kernel/gui/zprogressdialog.h"
@@ -117,7 +118,7 @@ bool Session::showModels(const QStringList& files, const QString& modelUp)
 bool Session::showView(const ViewRequest& view, const QString& name, bool isTurning)
 {
     QString error;
-    if (!applyLook(view, &error))
+    if (!applyLook(view.look, &error))
         return m_Reporter.fail(error);
     if (!mp_Panel)
         mp_Panel = new tov::gui::ScenePanel;

@@ -104,7 +104,7 @@ bool hasVideoAlpha(const QString& ending)
 
 bool checkBackground(const VideoJob& job, QString* error)
 {
-    const Background::Kind kind = job.request.view.background.kind;
+    const Background::Kind kind = job.request.view.look.background.kind;
     if (kind == Background::Kind::Gradient)
         *error = tr("a video has no background of two colours; give --background one colour");
     else if (kind == Background::Kind::Transparent && !hasVideoAlpha(endingOf(job)))
@@ -291,7 +291,7 @@ bool makeVideo(Session& session, const VideoJob& job)
     if (!output.prepare(&error))
         return reporter.fail(error);
     const QColor initial = SceneDrawer(tov::scene::Viewer::getInstance()->getGlobalScene()).getBackgroundColor();
-    SceneDrawer::setBackgroundColor(drawnBackground(request.view.background, hasVideoAlpha(ending), initial));
+    SceneDrawer::setBackgroundColor(drawnBackground(request.view.look.background, hasVideoAlpha(ending), initial));
     RunOutcome outcome = record(session, request, output.getTemporaryName());
     SceneDrawer::setBackgroundColor(initial);
     if (session.wasInterrupted() || !outcome.isDone() || !checkFrames(reporter, job, outcome))

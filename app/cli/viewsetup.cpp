@@ -1,8 +1,6 @@
 #include "app/cli/viewsetup.h"
 
 #include "app/cli/picture.h"
-#include "kernel/main/settings.h"
-#include "scene/drawing/scenedrawer.h"
 #include "scene/model.h"
 #include "scene/scene.h"
 #include "scene/sceneelement.h"
@@ -18,13 +16,9 @@ namespace tov::app {
 using tov::gui::ScenePanel;
 using tov::scene::Camera;
 using tov::scene::FileCamera;
-using tov::scene::SceneDrawer;
 using tov::scene::Vector3;
-typedef tov::scene::SceneLook Look;
 
 namespace {
-
-constexpr int DefaultSamples = 4;
 
 QString tr(const char* text)
 {
@@ -41,25 +35,6 @@ ScenePanel::StandardView standardView(const QString& name)
         if (name == QLatin1String(known))
             return view;
     return View::Front;
-}
-
-Look::Show showNamed(const QString& name)
-{
-    if (name == QLatin1String("edges"))
-        return Look::Show::SurfaceWithEdges;
-    if (name == QLatin1String("wireframe"))
-        return Look::Show::Wireframe;
-    return name == QLatin1String("points") ? Look::Show::Points : Look::Show::Surface;
-}
-
-/// Any other name is a file.
-Look::Light lightNamed(const QString& name)
-{
-    if (name.isEmpty() || name == QLatin1String("studio"))
-        return Look::Light::Studio;
-    if (name == QLatin1String("headlight"))
-        return Look::Light::Headlight;
-    return name == QLatin1String("none") ? Look::Light::None : Look::Light::Environment;
 }
 
 /// The cameras of the files in the scene.
@@ -147,23 +122,6 @@ std::optional<Camera> cameraOfFile(const FileCamera& file, const ViewRequest& vi
     camera->orbit(view.azimuth, view.elevation, view.roll);
     camera->distance /= view.zoom;
     return camera;
-}
-
-bool applyLook(const ViewRequest& view, QString* error)
-{
-    tov::scene::SceneLook look = SceneDrawer::getLook();
-    look.samples =
-        view.samples.value_or(tovSettings().value(QStringLiteral("settings/multisampling"), DefaultSamples).toInt());
-    look.show = showNamed(view.show);
-    look.environment.reset();
-    look.light = lightNamed(view.light);
-    if (look.light == Look::Light::Environment) {
-        look.environment = tov::scene::Environment::read(view.light, error);
-        if (!look.environment)
-            return false;
-    }
-    SceneDrawer::setLook(look);
-    return true;
 }
 
 bool applyView(ScenePanel& panel, const ViewRequest& view, const QString& name, bool isTurning, QString* error)

@@ -12,10 +12,6 @@ class ScenePanel;
 
 namespace tov::app {
 
-/// Sets how all drawers of the process draw: samples, light, what is shown. On failure false with one line in `error`.
-/// Thread: application.
-bool applyLook(const ViewRequest& view, QString* error);
-
 /// The camera of that name in the files of the scene. None with one line in `error` when there is none. Thread:
 /// application.
 std::optional<tov::scene::FileCamera> findFileCamera(const QString& name, QString* error);

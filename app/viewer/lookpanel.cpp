@@ -38,6 +38,23 @@ void select(QComboBox* box, Value value)
     box->setCurrentIndex(box->findData(int(value)));
 }
 
+/// The share in a field of percent; `current` if the field shows it, because the field rounds.
+double shareIn(const QDoubleSpinBox* box, double current)
+{
+    return qFuzzyCompare(box->value(), QString::number(current * 100, 'f', box->decimals()).toDouble())
+               ? current
+               : box->value() / 100;
+}
+
+void showColor(QPushButton* button, const QColor& color)
+{
+    QPixmap swatch(32, 16);
+    swatch.fill(color);
+    button->setIcon(QIcon(swatch));
+    button->setIconSize(swatch.size());
+    button->setText(color.name());
+}
+
 } // namespace
 
 LookPanel::LookPanel(QWidget* parent) : QWidget(parent)
@@ -74,6 +91,14 @@ void LookPanel::createFields()
     mp_Flat->setObjectName(QStringLiteral("Flat"));
     for (QCheckBox* box : {mp_Edges, mp_Flat})
         connect(box, &QCheckBox::toggled, this, &LookPanel::apply);
+    mp_PointSize = createShare(QStringLiteral("PointSize"));
+    mp_LineWidth = createShare(QStringLiteral("LineWidth"));
+    mp_IsOneColor = new QCheckBox(tr("One colour for everything"), this);
+    mp_IsOneColor->setObjectName(QStringLiteral("IsOneColor"));
+    connect(mp_IsOneColor, &QCheckBox::toggled, this, &LookPanel::apply);
+    mp_Color = new QPushButton(this);
+    mp_Color->setObjectName(QStringLiteral("Color"));
+    connect(mp_Color, &QPushButton::clicked, this, &LookPanel::chooseColor);
     mp_Background = new QPushButton(this);
     mp_Background->setObjectName(QStringLiteral("Background"));
     connect(mp_Background, &QPushButton::clicked, this, &LookPanel::chooseBackground);
@@ -85,6 +110,19 @@ void LookPanel::createFields()
         connect(box, QOverload<int>::of(&QComboBox::currentIndexChanged), this, &LookPanel::apply);
 }
 
+/// A field for a share of the picture's height, in percent.
+QDoubleSpinBox* LookPanel::createShare(const QString& name)
+{
+    auto* box = new QDoubleSpinBox(this);
+    box->setObjectName(name);
+    box->setRange(0.05, 20);
+    box->setDecimals(2);
+    box->setSingleStep(0.05);
+    box->setSuffix(tr(" % of the height"));
+    connect(box, QOverload<double>::of(&QDoubleSpinBox::valueChanged), this, &LookPanel::apply);
+    return box;
+}
+
 void LookPanel::arrange()
 {
     auto* form = new QFormLayout;
@@ -93,6 +131,10 @@ void LookPanel::arrange()
     form->addRow(tr("Show:"), mp_Show);
     form->addRow(QString(), mp_Edges);
     form->addRow(QString(), mp_Flat);
+    form->addRow(tr("Points:"), mp_PointSize);
+    form->addRow(tr("Lines:"), mp_LineWidth);
+    form->addRow(QString(), mp_IsOneColor);
+    form->addRow(tr("Colour:"), mp_Color);
     form->addRow(tr("Background:"), mp_Background);
     form->addRow(tr("Anti-aliasing:"), mp_Samples);
     auto* standard = new QPushButton(tr("Reset"), this);
@@ -110,16 +152,20 @@ void LookPanel::refresh()
     select(mp_Light, look.light);
     select(mp_Show, look.show);
     select(mp_Samples, look.samples);
-    const QSignalBlocker exposure(mp_Exposure), edges(mp_Edges), flat(mp_Flat);
+    const QSignalBlocker exposure(mp_Exposure), edges(mp_Edges), flat(mp_Flat), points(mp_PointSize),
+        lines(mp_LineWidth), oneColor(mp_IsOneColor);
     mp_Exposure->setValue(look.exposure);
     mp_Exposure->setEnabled(look.light != SceneLook::Light::None);
     mp_Edges->setChecked(look.hasFeatureEdges);
     mp_Flat->setChecked(look.isFlat);
-    QPixmap swatch(32, 16);
-    swatch.fill(background());
-    mp_Background->setIcon(QIcon(swatch));
-    mp_Background->setIconSize(swatch.size());
-    mp_Background->setText(background().name());
+    mp_PointSize->setValue(look.pointSize * 100);
+    mp_LineWidth->setValue(look.lineWidth * 100);
+    mp_IsOneColor->setChecked(look.color.has_value());
+    if (look.color)
+        m_OneColor = *look.color;
+    mp_Color->setEnabled(look.color.has_value());
+    showColor(mp_Color, m_OneColor);
+    showColor(mp_Background, background());
 }
 
 void LookPanel::apply()
@@ -130,6 +176,10 @@ void LookPanel::apply()
     look.hasFeatureEdges = mp_Edges->isChecked();
     look.isFlat = mp_Flat->isChecked();
     look.samples = mp_Samples->currentData().toInt();
+    look.pointSize = shareIn(mp_PointSize, look.pointSize);
+    look.lineWidth = shareIn(mp_LineWidth, look.lineWidth);
+    look.color = mp_IsOneColor->isChecked() ? std::optional<QColor>(m_OneColor) : std::nullopt;
+    mp_Color->setEnabled(mp_IsOneColor->isChecked());
     SceneDrawer::setLook(look);
     tovSettings().setValue(SamplesKey, look.samples);
     Viewer::getInstance()->redraw();
@@ -166,6 +216,16 @@ void LookPanel::chooseBackground()
     tovSettings().setValue(BackgroundKey, color.name());
     refresh();
     Viewer::getInstance()->redraw();
+}
+
+void LookPanel::chooseColor()
+{
+    const QColor color = QColorDialog::getColor(m_OneColor, this, tr("Colour"));
+    if (!color.isValid())
+        return;
+    m_OneColor = color;
+    showColor(mp_Color, color);
+    apply();
 }
 
 void LookPanel::reset()

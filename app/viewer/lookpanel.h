@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QColor>
 #include <QWidget>
 
 class QCheckBox;
@@ -30,6 +31,8 @@ private:
     void apply();
     void chooseLight(int index);
     void chooseBackground();
+    void chooseColor();
+    QDoubleSpinBox* createShare(const QString& name);
     void reset();
 
     QComboBox* mp_Light = nullptr;
@@ -37,6 +40,11 @@ private:
     QComboBox* mp_Show = nullptr;
     QCheckBox* mp_Edges = nullptr;
     QCheckBox* mp_Flat = nullptr;
+    QDoubleSpinBox* mp_PointSize = nullptr;
+    QDoubleSpinBox* mp_LineWidth = nullptr;
+    QCheckBox* mp_IsOneColor = nullptr;
+    QPushButton* mp_Color = nullptr;
+    QColor m_OneColor = QColor(176, 184, 192); ///< kept while it is not used
     QPushButton* mp_Background = nullptr;
     QComboBox* mp_Samples = nullptr;
 };

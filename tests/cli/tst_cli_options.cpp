@@ -25,6 +25,15 @@ QRect covered(const QImage& image)
     return box;
 }
 
+int coveredPixels(const QImage& image)
+{
+    int count = 0;
+    for (int y = 0; y < image.height(); ++y)
+        for (int x = 0; x < image.width(); ++x)
+            count += qAlpha(image.pixel(x, y)) > 127;
+    return count;
+}
+
 int difference(QRgb a, QRgb b)
 {
     return std::max({std::abs(qRed(a) - qRed(b)), std::abs(qGreen(a) - qGreen(b)), std::abs(qBlue(a) - qBlue(b))});
@@ -126,6 +135,69 @@ TEST_F(OptionEffect, LightAndShowChangeWhatIsDrawn)
     for (const char* show : {"edges", "wireframe", "points"})
         EXPECT_NE(picture({"--view", "iso", "--show", show}), studio) << show;
     expectFailure(run({"image", "box.obj", "-o", "q.png", "--light", "absent.hdr"}), 1, "absent.hdr");
+}
+
+TEST_F(OptionEffect, OneColourReplacesAllMaterials)
+{
+    const QImage red = picture({"--light", "none", "--color", "#ff0000", "--samples", "0"});
+    EXPECT_EQ(red.pixel(red.width() / 2, red.height() / 2), qRgb(255, 0, 0));
+    expectFailure(run({"image", "box.obj", "-o", "q.png", "--color", "reddish"}), 2, "--color: \"reddish\"");
+}
+
+TEST_F(OptionEffect, ExposureMultipliesTheLight)
+{
+    const auto brightness = [this](const char* exposure) {
+        const QImage image = picture({"--light", "headlight", "--exposure", exposure});
+        return qRed(image.pixel(image.width() / 2, image.height() / 2));
+    };
+    EXPECT_LT(brightness("0.5"), brightness("1"));
+    EXPECT_EQ(brightness("0"), 0);
+    expectFailure(run({"image", "box.obj", "-o", "q.png", "--exposure", "-1"}), 2, "--exposure must be a number");
+}
+
+TEST_F(OptionEffect, OpacityMakesAPartTransparent)
+{
+    write("two.obj", QByteArray("o left\nv 0 0 0\nv 1 0 0\nv 1 1 0\nv 0 1 0\nf 1 2 3 4\n"
+                                "o right\nv 1 0 0\nv 2 0 0\nv 2 1 0\nv 1 1 0\nf 5 6 7 8\n"));
+    const auto alphas = [this](const QStringList& more) {
+        runWell(QStringList{"image", "two.obj", "-o", "two.png", "--size", "200x100", "--light", "none"} + more);
+        const QImage image(path("two.png"));
+        return QPair<int, int>(qAlpha(image.pixel(75, 50)), qAlpha(image.pixel(125, 50)));
+    };
+    EXPECT_EQ(alphas({}), qMakePair(255, 255));
+    EXPECT_EQ(alphas({"--opacity", "left=0.4", "--opacity", "right=0.8"}), qMakePair(102, 204));
+    expectFailure(run({"image", "two.obj", "-o", "q.png", "--opacity", "middle=0.4"}), 1,
+                  "--opacity: there is no part \"middle\"");
+    expectFailure(run({"image", "two.obj", "-o", "q.png", "--opacity", "left=2"}), 2, "--opacity needs a part");
+}
+
+TEST_F(OptionEffect, FlatTrianglesAndFeatureEdgesChangeWhatIsDrawn)
+{
+    const auto bunny = [this](const QStringList& more) {
+        runWell(QStringList{"image", Bunny, "-o", "bunny.png", "--size", "200x150"} + more);
+        return QImage(path("bunny.png"));
+    };
+    EXPECT_NE(bunny({"--flat"}), bunny({}));
+    EXPECT_NE(picture({"--view", "iso", "--feature-edges"}), picture({"--view", "iso"}));
+}
+
+TEST_F(OptionEffect, PointSizeAndLineWidthAreSharesOfTheHeight)
+{
+    write("dot.ply", "ply\nformat ascii 1.0\nelement vertex 2\nproperty float x\nproperty float y\nproperty float z\n"
+                     "end_header\n0 0 0\n1 0 0\n");
+    const auto pointHeight = [this](const QStringList& more, int height) {
+        runWell(QStringList{"image", "dot.ply", "-o", "dot.png", "--light", "none", "--samples", "0", "--size",
+                            QString("%1x%1").arg(height)} +
+                more);
+        const QImage image(path("dot.png"));
+        return covered(image.copy(0, 0, image.width() / 2, image.height())).height();
+    };
+    EXPECT_NEAR(pointHeight({"--point-size", "10"}, 100), 10, 1);
+    EXPECT_NEAR(pointHeight({"--point-size", "10%"}, 200), 20, 1);
+    const QStringList frame{"--view", "front", "--show", "wireframe", "--light", "none"};
+    EXPECT_GT(coveredPixels(picture(frame + QStringList{"--line-width", "4"})),
+              2 * coveredPixels(picture(frame + QStringList{"--line-width", "1"})));
+    expectFailure(run({"image", "box.obj", "-o", "q.png", "--line-width", "90"}), 2, "--line-width must be a number");
 }
 
 TEST_F(OptionEffect, PicturesOverAColourEqualTheExactComposite)

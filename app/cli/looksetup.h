@@ -1,0 +1,11 @@
+#pragma once
+
+#include "app/cli/lookreader.h"
+
+namespace tov::app {
+
+/// Sets how all drawers of the process draw, and the opacity of the parts of the scene. On failure false with one line
+/// in `error`. Thread: application.
+bool applyLook(const LookRequest& look, QString* error);
+
+} // namespace tov::app
