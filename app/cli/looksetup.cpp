@@ -84,12 +84,16 @@ bool applyOpacities(const LookRequest& look, QString* error)
 
 } // namespace
 
+int samplesOf(const LookRequest& look)
+{
+    return look.samples.value_or(tovSettings().value(QStringLiteral("settings/multisampling"), DefaultSamples).toInt());
+}
+
 bool applyLook(const LookRequest& request, QString* error)
 {
     const Look usual;
     Look look = SceneDrawer::getLook();
-    look.samples =
-        request.samples.value_or(tovSettings().value(QStringLiteral("settings/multisampling"), DefaultSamples).toInt());
+    look.samples = samplesOf(request);
     look.show = showNamed(request.show);
     look.exposure = request.exposure;
     look.isFlat = request.isFlat;

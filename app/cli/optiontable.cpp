@@ -19,6 +19,7 @@ const char* const SizeGroup = QT_TRANSLATE_NOOP("CommandLine", "Size");
 const char* const PictureGroup = QT_TRANSLATE_NOOP("CommandLine", "Picture");
 const char* const MotionGroup = QT_TRANSLATE_NOOP("CommandLine", "Motion");
 const char* const VideoGroup = QT_TRANSLATE_NOOP("CommandLine", "Video");
+const char* const PartsGroup = QT_TRANSLATE_NOOP("CommandLine", "Many machines");
 const char* const BatchGroup = QT_TRANSLATE_NOOP("CommandLine", "Many results");
 const char* const CommandGroup = QT_TRANSLATE_NOOP("CommandLine", "Commands");
 const char* const GeneralGroup = QT_TRANSLATE_NOOP("CommandLine", "General");
@@ -130,6 +131,15 @@ const OptionSpec Options[] = {
      QT_TRANSLATE_NOOP("CommandLine", "frames per second (default: the setting, 25)")},
     {"bitrate", 0, Required, "KBPS", "video", VideoGroup,
      QT_TRANSLATE_NOOP("CommandLine", "kbit/s, 100 to 2000000 (default: 0.1 bit per pixel, at least the setting)")},
+
+    {"part", 0, Required, "I/N", "video", PartsGroup,
+     QT_TRANSLATE_NOOP("CommandLine", "record part I of N parts, into the folder OUT.parts")},
+    {"parts", 0, Required, "N", "video", PartsGroup,
+     QT_TRANSLATE_NOOP("CommandLine", "record the parts that are missing, then join all N parts")},
+    {"keep-parts", 0, None, "", "video", PartsGroup,
+     QT_TRANSLATE_NOOP("CommandLine", "do not remove the parts after joining them")},
+    {"status", 0, None, "", "video", PartsGroup,
+     QT_TRANSLATE_NOOP("CommandLine", "with --parts: only show which parts are done, running and missing")},
 
     {"each", 0, None, "", Outputs, BatchGroup,
      QT_TRANSLATE_NOOP("CommandLine", "one result per model, instead of all models in one scene")},

@@ -31,6 +31,8 @@ public:
     bool fail(const QString& message);
     /// A finished result, in words.
     void result(const RunOutcome& outcome);
+    /// An object of a verb of its own; only with --json.
+    void print(const QJsonObject& object);
     /// `percent` -1 = busy; `count` of `unit` are 100 %, 0 = unknown.
     void progress(const QString& text, int percent, qint64 count = 0);
     void setProgressRemark(const QString& remark) { m_Line.setRemark(remark); }
@@ -44,8 +46,6 @@ public:
     bool isJson() const { return m_IsJson; }
 
 private:
-    void print(const QJsonObject& object);
-
     const bool m_IsQuiet, m_IsJson, m_IsStrict;
     ProgressLine m_Line;
     QElapsedTimer m_SinceProgress;

@@ -215,6 +215,7 @@ bool readVideoRequest(const Options& options, VideoRequest& request, QString* er
         reader.fail(tr("video needs one of --turntable, --trajectory, --animation, --path and --free"));
     reader.readInt("fps", 1, MostFps, request.fps);
     reader.readInt("bitrate", LeastKbps, MostKbps, request.bitrate);
+    readParts(reader, request.parts);
     return finish(reader, error);
 }
 

@@ -3,6 +3,7 @@
 #include "app/cli/lookreader.h"
 #include "app/cli/motionreader.h"
 #include "app/cli/options.h"
+#include "app/cli/partplan.h"
 #include "kernel/math/matrix.h"
 
 #include <QSize>
@@ -66,6 +67,7 @@ struct VideoRequest
     ViewRequest view;
     OutputRequest output;
     MotionRequest motion;
+    PartRequest parts;
     QSize size;      ///< pixels; videos are made even
     int fps = 0;     ///< 0 = the setting
     int bitrate = 0; ///< kbit/s; 0 = from size and rate

@@ -1,6 +1,10 @@
 #include "app/cli/batch.h"
 #include "app/cli/checks.h"
+#include "app/cli/looksetup.h"
+#include "app/cli/partkey.h"
+#include "app/cli/partrun.h"
 #include "app/cli/picture.h"
+#include "app/cli/scenedigest.h"
 #include "app/cli/session.h"
 #include "app/cli/verbs.h"
 #include "app/cli/videoformats.h"
@@ -8,6 +12,7 @@
 #include "app/common/videoprobe.h"
 #include "kernel/main/settings.h"
 #include "scene/drawing/scenedrawer.h"
+#include "scene/scene.h"
 #include "scene/view/scenepanel.h"
 #include "scene/view/viewer.h"
 #include "trajectory/trajectoryhandler.h"
@@ -20,6 +25,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <map>
 #include <memory>
 
 namespace tov::app {
@@ -50,11 +56,19 @@ QSize evenSize(const QSize& size)
     return QSize((size.width() + 1) & ~1, (size.height() + 1) & ~1);
 }
 
+/// A setting as the user left it: recordings change settings, and one call may make several.
+QString userSetting(const char* key, const QString& initial)
+{
+    static std::map<QString, QString> known;
+    const QString name = QLatin1String(key);
+    if (!known.count(name))
+        known[name] = tovSettings().value(name, initial).toString();
+    return known[name];
+}
+
 int rateOf(const VideoRequest& request)
 {
-    if (request.fps > 0)
-        return request.fps;
-    return tovSettings().value(QStringLiteral("settings/grabvideofps"), DefaultFps).toInt();
+    return request.fps > 0 ? request.fps : userSetting("settings/grabvideofps", QString::number(DefaultFps)).toInt();
 }
 
 /// kbit/s: enough for the size and the rate, and at least the setting.
@@ -62,7 +76,7 @@ int bitrateOf(const VideoRequest& request)
 {
     if (request.bitrate > 0)
         return request.bitrate;
-    const int setting = tovSettings().value(QStringLiteral("settings/grabvideokbps"), DefaultKbps).toInt();
+    const int setting = userSetting("settings/grabvideokbps", QString::number(DefaultKbps)).toInt();
     const QSize size = evenSize(request.size);
     return std::max(setting, int(BitsPerPixel * size.width() * size.height() * rateOf(request) / 1000));
 }
@@ -128,6 +142,11 @@ bool checkJob(const VideoJob& job, QString* error)
         *error = tr("'%1' exists already").arg(job.plan.output);
         return false;
     }
+    if (request.parts.isShared() && endingOf(job) == QLatin1String("gif") && rateOf(request) > HighestGifFps) {
+        *error = tr("a gif in parts plays at most %1 frames per second (got --fps %2)")
+                     .arg(QString::number(HighestGifFps), QString::number(rateOf(request)));
+        return false;
+    }
     return checkBackground(job, error) && checkVideoSize(endingOf(job), evenSize(request.size), rateOf(request), error);
 }
 
@@ -143,19 +162,17 @@ bool configure(Session& session, const VideoRequest& request)
 {
     auto& settings = tovSettings();
     const QSize size = evenSize(request.size);
-    const auto setting = [&settings](const char* key, const QString& initial) {
-        return settings.value(QLatin1String(key), initial).toString();
-    };
-    qint64 backlog = settings.value(QStringLiteral("settings/backloglimit"), DefaultBacklogMb).toLongLong();
+    qint64 backlog = userSetting("settings/backloglimit", QString::number(DefaultBacklogMb)).toLongLong();
     const qint64 available = availableMemory(request.output.maxMemory) / BytesPerMb;
     // Half of the available memory: the encoder needs some as well.
     if (available > 0)
         backlog = std::min(backlog, std::max<qint64>(1, available / 2));
     settings.setValue(QStringLiteral("settings/backloglimit"), backlog);
     CommandArguments arguments;
-    arguments.positional = QStringList{setting("settings/grabvideotempfilesize", QString::number(chunkMegabytes(size))),
-                                       QString::number(rateOf(request)), QString::number(bitrateOf(request)),
-                                       setting("settings/grabvideousememoryasbuffer", QStringLiteral("1"))};
+    const QString rate = QString::number(rateOf(request)), bitrate = QString::number(bitrateOf(request));
+    arguments.positional =
+        QStringList{userSetting("settings/grabvideotempfilesize", QString::number(chunkMegabytes(size))), rate, bitrate,
+                    userSetting("settings/grabvideousememoryasbuffer", QStringLiteral("1"))};
     const RunOutcome outcome = session.run(QStringLiteral("setvideosettings"), arguments);
     return outcome.isDone() || session.getReporter().fail(outcome.reason);
 }
@@ -271,14 +288,71 @@ bool reject(Session& session, const VideoJob& job, SafeOutput& output, const Run
     return session.getReporter().fail(text);
 }
 
+QColor initialBackground()
+{
+    return SceneDrawer(tov::scene::Viewer::getInstance()->getGlobalScene()).getBackgroundColor();
+}
+
+/// Records the selected motion in front of the background of the request, and verifies the frames.
+RunOutcome recordScene(Session& session, const VideoJob& job, const QString& fileName)
+{
+    const QColor initial = initialBackground();
+    SceneDrawer::setBackgroundColor(
+        drawnBackground(job.request.view.look.background, hasVideoAlpha(endingOf(job)), initial));
+    RunOutcome outcome = record(session, job.request, fileName);
+    SceneDrawer::setBackgroundColor(initial);
+    if (outcome.isDone() && !session.wasInterrupted() && !checkFrames(session.getReporter(), job, outcome))
+        outcome.status = RunOutcome::Status::Failed;
+    return outcome;
+}
+
+/// Shows what the request asks for, and sets everything that the recording reads; false (reported) on failure.
+bool prepareScene(Session& session, const VideoJob& job)
+{
+    const VideoRequest& request = job.request;
+    return session.showView(request.view, job.plan.view, turnsUpright(request.motion)) &&
+           session.selectMotion(request.motion, request.view, rateOf(request)) && configure(session, request);
+}
+
+/// Makes what a request for parts asks for. The models are shown, and nothing has moved them.
+bool makeSharedVideo(Session& session, const VideoJob& job)
+{
+    const VideoRequest& request = job.request;
+    RecordingFacts facts;
+    facts.scene = sceneDigest(tov::scene::Viewer::getInstance()->getGlobalScene()->getRootNode());
+    facts.view = job.plan.view;
+    facts.ending = endingOf(job);
+    facts.background = drawnBackground(request.view.look.background, hasVideoAlpha(facts.ending), initialBackground());
+    facts.fps = rateOf(request);
+    facts.kbps = bitrateOf(request);
+    facts.samples = samplesOf(request.view.look);
+    SharedRecording recording;
+    recording.output = job.plan.output;
+    recording.ending = facts.ending;
+    recording.request = request.parts;
+    recording.size = evenSize(request.size);
+    recording.fps = facts.fps;
+    recording.record = [&](const QString& fileName) { return recordScene(session, job, fileName); };
+    recording.findKey = [&](QString* error) { return partKey(request, facts, error); };
+    QString error;
+    // Before the files are read: if one of them is changed later, the key changes, too.
+    recording.key = recording.findKey(&error);
+    if (recording.key.isEmpty())
+        return session.getReporter().fail(error);
+    return prepareScene(session, job) && makeParts(session, recording);
+}
+
 bool makeVideo(Session& session, const VideoJob& job)
 {
     const VideoRequest& request = job.request;
     Reporter& reporter = session.getReporter();
-    reporter.started(job.plan.output);
-    if (!session.showModels(job.plan.models, request.view.modelUp) ||
-        !session.showView(request.view, job.plan.view, turnsUpright(request.motion)) ||
-        !session.selectMotion(request.motion, request.view, rateOf(request)) || !configure(session, request))
+    if (!request.parts.isShared())
+        reporter.started(job.plan.output);
+    if (!session.showModels(job.plan.models, request.view.modelUp))
+        return false;
+    if (request.parts.isShared())
+        return makeSharedVideo(session, job);
+    if (!prepareScene(session, job))
         return false;
     const QString ending = endingOf(job);
     SafeOutput output(
@@ -290,11 +364,8 @@ bool makeVideo(Session& session, const VideoJob& job)
     QString error;
     if (!output.prepare(&error))
         return reporter.fail(error);
-    const QColor initial = SceneDrawer(tov::scene::Viewer::getInstance()->getGlobalScene()).getBackgroundColor();
-    SceneDrawer::setBackgroundColor(drawnBackground(request.view.look.background, hasVideoAlpha(ending), initial));
-    RunOutcome outcome = record(session, request, output.getTemporaryName());
-    SceneDrawer::setBackgroundColor(initial);
-    if (session.wasInterrupted() || !outcome.isDone() || !checkFrames(reporter, job, outcome))
+    RunOutcome outcome = recordScene(session, job, output.getTemporaryName());
+    if (session.wasInterrupted() || !outcome.isDone())
         return reject(session, job, output, outcome);
     if (request.motion.kind == MotionRequest::Kind::Free && outcome.frames > 0 &&
         retimeVideo(output.getTemporaryName(), outcome.frames, *request.motion.seconds))

@@ -45,8 +45,9 @@ bool synchronize(const QString& fileName)
     return isDone;
 }
 
-/// The pictures that a list of frames names, which are next to it; nothing for other files.
-QStringList picturesOf(const QString& fileName)
+} // namespace
+
+QStringList listedPictures(const QString& fileName)
 {
     QStringList pictures;
     QFile list(fileName);
@@ -63,8 +64,6 @@ QStringList picturesOf(const QString& fileName)
     }
     return pictures;
 }
-
-} // namespace
 
 QString longestEnding(const QString& fileName, const QStringList& endings)
 {
@@ -102,12 +101,12 @@ bool SafeOutput::commitPictures(QString* error)
 {
     const QString fileName = resolved(m_FileName);
     const QDir folder = QFileInfo(fileName).dir();
-    const QStringList older = picturesOf(fileName);
+    const QStringList older = listedPictures(fileName);
     if (!copyVideo(m_TemporaryName, fileName)) {
         *error = tr("cannot write '%1'; the result is in '%2'").arg(m_FileName, m_TemporaryName);
         return false;
     }
-    const QStringList pictures = picturesOf(fileName);
+    const QStringList pictures = listedPictures(fileName);
     for (const QString& picture : older)
         if (!pictures.contains(picture))
             QFile::remove(folder.filePath(picture));
@@ -128,7 +127,7 @@ bool SafeOutput::commit(QString* error)
 
 void SafeOutput::discard()
 {
-    for (const QString& picture : picturesOf(m_TemporaryName))
+    for (const QString& picture : listedPictures(m_TemporaryName))
         QFile::remove(QFileInfo(m_TemporaryName).dir().filePath(picture));
     QFile::remove(m_TemporaryName);
 }

@@ -10,6 +10,10 @@ namespace tov::app {
 /// Thread: any.
 QString longestEnding(const QString& fileName, const QStringList& endings);
 
+/// The names of the pictures that a list of frames (the format "frames") names, which are next to it; nothing for other
+/// files. Names that our encoder does not give are left out. Thread: any.
+QStringList listedPictures(const QString& fileName);
+
 /// A file that is written under a temporary name in the same folder and gets its own name when it is complete, so that
 /// an older file of that name is never touched by a run that fails or is killed. What a killed run had written stays
 /// under the temporary name: "film~partial.mp4" for "film.mp4". Thread: application.

@@ -70,15 +70,27 @@ bool retimeVideo(const QString& fileName, qint64 frames, double seconds)
                }) > 0;
 }
 
+bool joinVideos(const QStringList& parts, const std::vector<qint64>& counts, const QString& output, const bool* stop)
+{
+    const QByteArray target = QFile::encodeName(output);
+    std::vector<QByteArray> names;
+    for (const QString& part : parts)
+        names.push_back(QFile::encodeName(part));
+    std::vector<const char*> pointers;
+    for (const QByteArray& name : names)
+        pointers.push_back(name.constData());
+    const std::vector<long long> frames(counts.begin(), counts.end());
+    return callPlugins<JoinFunction>("joinVideos", QStringLiteral("join '") + output + QLatin1Char('\''),
+                                     [&](JoinFunction* function) {
+                                         return function(pointers.data(), frames.empty() ? nullptr : frames.data(),
+                                                         int(pointers.size()), target.constData(), stop);
+                                     }) > 0;
+}
+
 bool copyVideo(const QString& from, const QString& to)
 {
     const bool neverStops = false;
-    const QByteArray source = QFile::encodeName(from), target = QFile::encodeName(to);
-    const char* const parts[] = {source.constData()};
-    return callPlugins<JoinFunction>("joinVideos", QStringLiteral("copy '") + from + QLatin1Char('\''),
-                                     [&](JoinFunction* function) {
-                                         return function(parts, nullptr, 1, target.constData(), &neverStops);
-                                     }) > 0;
+    return joinVideos({from}, {}, to, &neverStops);
 }
 
 VideoReading::VideoReading(const QString& fileName, QObject* parent) : QObject(parent)

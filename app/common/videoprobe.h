@@ -2,8 +2,10 @@
 
 #include <QObject>
 #include <QString>
+#include <QStringList>
 
 #include <thread>
+#include <vector>
 
 namespace tov::app {
 
@@ -21,6 +23,12 @@ struct VideoProbe
 /// plug-in that knows the file's ending (the symbol "retimeVideo"). False when none does or it fails; the file is then
 /// unchanged. Thread: any.
 bool retimeVideo(const QString& fileName, qint64 frames, double seconds);
+
+/// Joins videos of one format, recorded with the same settings, without encoding them again (the symbol "joinVideos").
+/// `counts`: the frames of each part. The parts are checked before anything is written; `output` appears once it is
+/// complete. `stop` (reached through std::atomic_ref) ends the work early. False when no loaded plug-in can; the log
+/// has the reason. Thread: any.
+bool joinVideos(const QStringList& parts, const std::vector<qint64>& counts, const QString& output, const bool* stop);
 
 /// Copies a finished video to another name of the same format, with the files that belong to it (the symbol
 /// "joinVideos"). The copy appears once it is complete. False when no loaded plug-in can. Thread: any.

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "app/cli/requests.h"
+
+#include <QByteArray>
+#include <QColor>
+#include <QString>
+
+namespace tov::app {
+
+/// What decides about the frames of a recording and how they are stored. The machine and the places of files do not.
+struct RecordingFacts
+{
+    QByteArray scene; ///< see `sceneDigest`
+    QString view;     ///< the name of the standard view
+    QColor background;
+    QString ending; ///< the format
+    int fps = 0;
+    int kbps = 0;
+    int samples = 0;
+};
+
+/// Names a recording that is shared out: 32 hexadecimal digits, equal for equal recordings in equally many parts and
+/// different when a frame, its time or its coding can differ. Files that the request names (trajectory, path, light,
+/// stored view) count by content. Empty, with one line in `error`, when one of them cannot be read. Thread: any.
+QString partKey(const VideoRequest& request, const RecordingFacts& facts, QString* error);
+
+} // namespace tov::app

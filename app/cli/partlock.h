@@ -1,0 +1,47 @@
+#pragma once
+
+#include <QCoreApplication>
+#include <QString>
+
+#include <optional>
+
+namespace tov::app {
+
+/// Keeps other processes, on this and on other machines, from the same work: a lock on a file. The system releases it
+/// when the process ends in whatever way, so no lock is ever left behind. Thread: any, one at a time.
+class PartLock
+{
+    Q_DECLARE_TR_FUNCTIONS(tov::app::PartLock)
+public:
+    /// Who holds a lock, and since when.
+    struct Holder
+    {
+        QString host;
+        qint64 process = 0;
+        qint64 since = 0; ///< seconds since the epoch, by the clock of the holder
+    };
+    enum class Result
+    {
+        Acquired,
+        Busy, ///< another process holds it
+        Failed,
+    };
+
+    PartLock() = default;
+    PartLock(const PartLock&) = delete;
+    PartLock& operator=(const PartLock&) = delete;
+    /// Releases the lock and removes its file.
+    ~PartLock();
+
+    /// Tries to get the lock, and does not wait for it. Unless it is acquired, `error` is set to one line that says who
+    /// holds it, or why there can be no lock.
+    Result acquire(const QString& fileName, QString* error);
+    /// The process that holds the lock now; none when it is free.
+    static std::optional<Holder> findHolder(const QString& fileName);
+
+private:
+    QString m_FileName;
+    int m_Descriptor = -1; ///< -1 = not acquired
+};
+
+} // namespace tov::app

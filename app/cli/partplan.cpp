@@ -1,0 +1,71 @@
+#include "app/cli/partplan.h"
+
+#include "app/cli/optionreader.h"
+
+#include <QCoreApplication>
+#include <QStringList>
+
+#include <algorithm>
+
+namespace tov::app {
+
+namespace {
+
+constexpr int MostParts = 100000;
+
+QString tr(const char* text)
+{
+    return QCoreApplication::translate("tov::app", text);
+}
+
+void readPart(OptionReader& reader, PartRequest& request)
+{
+    const QString text = reader.text("part");
+    const QStringList numbers = text.split(QLatin1Char('/'));
+    bool isPart = false, isCount = false;
+    request.part = numbers.first().toInt(&isPart);
+    request.count = numbers.value(1).toInt(&isCount);
+    if (numbers.size() != 2 || !isPart || !isCount)
+        reader.fail(tr("--part must be a part and the number of parts, such as 3/8 (got \"%1\")").arg(text));
+    else if (request.count < 1 || request.count > MostParts)
+        reader.fail(tr("--part %1: the number of parts must be from 1 to %2").arg(text, QString::number(MostParts)));
+    else if (request.part < 1 || request.part > request.count)
+        reader.fail(tr("--part %1: the part must be from 1 to %2").arg(text, QString::number(request.count)));
+}
+
+} // namespace
+
+void readParts(OptionReader& reader, PartRequest& request)
+{
+    if (reader.has("part") && reader.has("parts"))
+        reader.fail(tr("give either --part or --parts"));
+    for (const char* option : {"keep-parts", "status"})
+        if (reader.has(option) && !reader.has("parts"))
+            reader.fail(tr("--%1 belongs to --parts").arg(QLatin1String(option)));
+    request.keepsParts = reader.has("keep-parts");
+    request.showsStatus = reader.has("status");
+    if (reader.has("parts"))
+        reader.readInt("parts", 1, MostParts, request.count);
+    else if (reader.has("part"))
+        readPart(reader, request);
+    if (!request.isShared())
+        return;
+    if (reader.has("free"))
+        reader.fail(tr("a --free recording cannot be made in parts"));
+    if (reader.text("output") == QLatin1String("-"))
+        reader.fail(tr("a recording in parts cannot go to standard output"));
+}
+
+PartRange rangeOfPart(int part, int parts, qint64 positions)
+{
+    const qint64 first = (part - 1) * positions / parts;
+    return {first, part * positions / parts - first};
+}
+
+double estimateSecondsLeft(double perFrame, qint64 missing, int running, double longest)
+{
+    const double unassigned = perFrame * double(missing) / std::max(running, 1);
+    return std::max(longest, 0.0) + unassigned;
+}
+
+} // namespace tov::app
