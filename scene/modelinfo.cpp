@@ -36,7 +36,7 @@ public:
 private:
     void addPart(const GeometryElement& part)
     {
-        ++m_Info.parts;
+        m_Info.partNames << part.getName();
         const std::uint64_t primitives = part.getIndices().size() / std::size_t(part.getKind());
         (part.getKind() == Geometry::Kind::Surfaces ? m_Info.triangles
          : part.getKind() == Geometry::Kind::Lines  ? m_Info.lines

@@ -13,7 +13,7 @@ namespace tov::scene {
 
 class SceneElement;
 
-/// What a loaded file contains, for `tov info` and panels.
+/// What a loaded file contains.
 class TOV_EXPORT ModelInfo
 {
 public:
@@ -37,7 +37,7 @@ public:
 
     QString fileName;
     std::size_t nodes = 0; ///< elements without geometry
-    std::size_t parts = 0; ///< elements with geometry
+    QStringList partNames; ///< of the elements with geometry, in the order of the file
     std::uint64_t triangles = 0;
     std::uint64_t lines = 0;
     std::uint64_t points = 0;

@@ -1,8 +1,9 @@
-#include "app/cli/modelinfo.h"
+#include "app/cli/infotext.h"
 #include "app/cli/optionreader.h"
 #include "app/cli/session.h"
 #include "app/cli/verbs.h"
 #include "scene/import/sceneimport.h"
+#include "scene/modelinfo.h"
 #include "scene/sceneelement.h"
 
 #include <QCoreApplication>
@@ -39,10 +40,10 @@ int runInfo(const Options& options, int& argc, char** argv)
                 break;
             continue;
         }
-        const ModelInfo info = collectModelInfo(file, *root);
+        const tov::scene::ModelInfo info(*root);
         const QString text = reporter.isJson()
-                                 ? QString::fromUtf8(QJsonDocument(toJson(info)).toJson(QJsonDocument::Compact))
-                                 : describe(info).join(QLatin1Char('\n'));
+                                 ? QString::fromUtf8(QJsonDocument(toJson(file, info)).toJson(QJsonDocument::Compact))
+                                 : describe(file, info).join(QLatin1Char('\n'));
         std::fprintf(stdout, "%s\n", text.toLocal8Bit().constData());
     }
     return reporter.hasReportedFailure() ? ExitFailed : ExitDone;

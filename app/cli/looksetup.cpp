@@ -76,7 +76,7 @@ bool applyOpacities(const LookRequest& look, QString* error)
     setOpacityBelow(root, 1);
     for (const auto& [name, opacity] : look.opacities)
         if (!setOpacityOf(root, name, float(opacity))) {
-            *error = tr("--opacity: there is no part \"%1\"").arg(name);
+            *error = tr("--opacity: there is no part \"%1\"; tov info lists the parts").arg(name);
             return false;
         }
     return true;

@@ -125,7 +125,7 @@ TEST_F(CliTest, InfoTellsWhatAModelContains)
     const QJsonObject info = events(runWell({"info", "two.obj", "--json"}), "result").value(0);
     EXPECT_EQ(info["triangles"].toInt(), 3);
     EXPECT_EQ(info["size"].toArray(), (QJsonArray{2, 3, 4}));
-    EXPECT_TRUE(runWell({"info", "two.obj"}).out.contains("triangles:   3"));
+    EXPECT_TRUE(runWell({"info", "two.obj"}).out.contains("triangles:     3"));
     const Result failure = run({"info", "absent.obj", "two.obj"});
     EXPECT_EQ(failure.status, 1);
     EXPECT_TRUE(failure.out.contains("two.obj"));

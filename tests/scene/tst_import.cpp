@@ -467,7 +467,7 @@ TEST_F(ImportTest, ModelInfoCountsWhatAFileHolds)
     ASSERT_TRUE(tree) << error.toStdString();
     const ModelInfo info(*tree);
     EXPECT_EQ(info.fileName, file);
-    EXPECT_EQ(info.parts, 2u);
+    EXPECT_EQ(info.partNames.size(), 2u);
     EXPECT_EQ(info.triangles, 2u);
     EXPECT_EQ(info.lines, 1u);
     EXPECT_EQ(info.high, (std::array<double, 3>{2, 3, 0}));
