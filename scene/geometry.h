@@ -50,6 +50,7 @@ struct Geometry
     std::vector<MorphTarget> morphTargets;
     std::vector<float> morphWeights; ///< one per target: the weights at rest
 
+    /// The number of vertices.
     std::size_t vertexCount() const { return positions.size() / 3; }
 };
 

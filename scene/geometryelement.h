@@ -19,7 +19,9 @@ struct Box
     std::array<double, 3> low = {1e300, 1e300, 1e300};
     std::array<double, 3> high = {-1e300, -1e300, -1e300};
 
+    /// True until a point is added.
     bool isEmpty() const { return low[0] > high[0]; }
+    /// Extends the box to a point x, y, z.
     template <typename T>
     void add(const T* point)
     {
@@ -70,7 +72,9 @@ public:
     /// Leaves the OpenGL buffers to be freed by the next drawing. Thread: any.
     ~GeometryElement() override;
 
+    /// Surfaces, lines or points.
     Geometry::Kind getKind() const { return m_Kind; }
+    /// The vertices, in drawing order.
     const std::vector<Vertex>& getVertices() const { return m_Vertices; }
     /// Texture coordinates of set 0 or 1, u and v for each vertex; empty: none.
     const std::vector<float>& getTextureCoordinates(int set) const { return m_Uv[set]; }
@@ -80,8 +84,11 @@ public:
     bool hasVertexColors() const { return m_HasColors; }
     /// Whether the normals of nearly all triangles point to the side from which the triangle is counter-clockwise.
     bool doNormalsFollowWinding() const { return m_NormalsFollowWinding; }
+    /// The vertices of each primitive, in drawing order.
     const std::vector<std::uint32_t>& getIndices() const { return m_Indices; }
+    /// The chunks, which cover all indices in order.
     const std::vector<Chunk>& getChunks() const { return m_Chunks; }
+    /// The box of all vertices, relative to the origin.
     const Box& getBox() const { return m_Box; }
     /// The origin of the vertices' coordinates, in the element's own coordinates. `forEachVisible` adds it.
     const std::array<double, 3>& getOrigin() const { return m_Origin; }
@@ -90,6 +97,7 @@ public:
 
     /// The current weights of the morph targets; the shape follows when the `SceneEdit` ends.
     const std::vector<float>& getMorphWeights() const { return m_MorphWeights; }
+    /// Sets the weights of the morph targets, one per target.
     void setMorphWeights(std::vector<float> weights) { m_MorphWeights = std::move(weights); }
 
     /// Never null.
@@ -98,6 +106,7 @@ public:
     void setMaterial(std::shared_ptr<const Material> material);
     /// Multiplies the alpha of the material; from 0 to 1.
     float getOpacity() const { return m_Opacity; }
+    /// Sets the factor of the material's alpha, from 0 to 1.
     void setOpacity(float opacity);
     /// Whether anything can be seen through it: the material blends, or the opacity is below 1.
     bool isTransparent() const;

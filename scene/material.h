@@ -51,6 +51,7 @@ struct Texture
     Filter minFilter = Filter::LinearMipmapLinear;
     Filter magFilter = Filter::Linear; ///< `Nearest` or `Linear`
 
+    /// False when there is no texture.
     explicit operator bool() const { return image != nullptr; }
 };
 
@@ -98,6 +99,7 @@ TOV_EXPORT QColor displayColor(const Material& material);
 
 /// The sRGB transfer function (IEC 61966-2-1), for values from 0 to 1. Thread: any.
 TOV_EXPORT float linearFromSrgb(float encoded);
+/// The inverse of `linearFromSrgb`. Thread: any.
 TOV_EXPORT float srgbFromLinear(float linear);
 
 /// An 8-bit sRGB value as a linear one of 16 bits, for `Geometry::colors`. Thread: any.

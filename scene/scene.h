@@ -28,6 +28,7 @@ public:
     /// briefly. Fair: threads get it in the order of their requests. Taken after `SharedContext::lock`, never before.
     /// Thread: any.
     void lock();
+    /// Releases the lock. Thread: the one that holds it.
     void unlock();
     /// True while a `SceneLocker` blocks edits of one of these kinds (a mask of `SceneLocker::LOCKTYPE`), so that a
     /// `SceneEdit` would wait. Thread: any.

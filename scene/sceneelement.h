@@ -26,17 +26,26 @@ public:
 
     /// Unique in the process; an element that was deleted is never mistaken for a later one at the same address.
     std::uint64_t getId() const { return m_Id; }
+    /// The name, as the file gives it; need not be unique.
     QString getName() const { return m_Name; }
+    /// Renames the element.
     void setName(const QString& name) { m_Name = name; }
     /// Element to parent.
     const tov::math::Matrix<double, 4u, 4u>& getTransform() const { return m_Transform; }
+    /// Places the element relative to its parent.
     void setTransform(const tov::math::Matrix<double, 4u, 4u>& transform) { m_Transform = transform; }
+    /// False when the element and everything below it are hidden.
     bool isVisible() const { return m_Visible; }
+    /// Shows or hides the element and everything below it.
     void setVisible(bool visible) { m_Visible = visible; }
+    /// True when the user has selected the element.
     bool isSelected() const { return m_Selected; }
+    /// Selects or deselects the element.
     void setSelected(bool selected) { m_Selected = selected; }
 
+    /// The parent; null for a root.
     SceneElement* getParent() const { return mp_Parent; }
+    /// The children, owned by this element, in the order in which they were added.
     const std::vector<SceneElement*>& getChildren() const { return m_Children; }
     /// Takes ownership of a child.
     void addChild(SceneElement* child);
@@ -47,6 +56,7 @@ public:
 
     /// What the file of this tree holds besides elements; null for elements that are not the root of a file.
     const std::shared_ptr<ModelData>& getModelData() const { return mp_ModelData; }
+    /// Sets what the file of this tree holds besides elements.
     void setModelData(std::shared_ptr<ModelData> data) { mp_ModelData = std::move(data); }
 
 private:

@@ -12,6 +12,7 @@ struct SceneExtent
     Vector3 center = {0, 0, 0};
     double scaling = 1; ///< brings the scene to a radius of 1000
 
+    /// The radius about the centre that the scaling was computed from, in scene units.
     double radius() const { return 1000 / scaling; }
 };
 

@@ -11,12 +11,14 @@ namespace tov::scene {
 class TicketLock
 {
 public:
+    /// Waits for its turn: threads get the lock in the order of their calls.
     void lock()
     {
         std::unique_lock<std::mutex> guard(m_Mutex);
         const std::uint64_t ticket = m_Next++;
         m_Changed.wait(guard, [this, ticket] { return m_Serving == ticket; });
     }
+    /// Gives the lock to the thread that has waited longest.
     void unlock()
     {
         {

@@ -38,6 +38,7 @@ public:
     void changeMotion(std::shared_ptr<const Motion> motion);
     /// Null: there is a list of matrices. Thread: any.
     std::shared_ptr<const Motion> getMotion() const;
+    /// The current position, from 0. Thread: any.
     unsigned long getPosition() const;
     /// Moves the elements and the camera of the panels that follow; beyond the end nothing moves. Moving elements is an
     /// edit of the scene's transforms, which takes the scene lock itself. While a picture is being made it is postponed

@@ -36,9 +36,12 @@ public:
     static bool create(std::vector<Key> keys, const Options& options, CameraPath& path, QString* error);
     /// Reads the JSON form; docs/manual.md describes it.
     static bool fromJson(const QByteArray& data, CameraPath& path, QString* error);
+    /// The path as a file; `fromJson` reads it back.
     QByteArray toJson() const;
 
+    /// The keys, by ascending time.
     const std::vector<Key>& getKeys() const { return m_Keys; }
+    /// How the path is played.
     const Options& getOptions() const { return m_Options; }
     /// Seconds from the first view to the last, or around the loop. 0 for a path that is empty or has one view.
     double duration() const { return m_Duration; }

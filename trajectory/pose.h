@@ -20,6 +20,7 @@ struct Pose
 /// The parts of a matrix. A mirrored matrix gets a negative scale in x; shear is lost. Thread: any, as for all
 /// functions here.
 TOV_EXPORT Pose decomposed(const tov::math::Matrix4& matrix);
+/// The matrix of a pose; the reverse of `decomposed`.
 TOV_EXPORT tov::math::Matrix4 composed(const Pose& pose);
 
 /// The quaternion scaled to unit length; the identity when its length is 0.

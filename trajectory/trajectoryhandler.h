@@ -33,6 +33,7 @@ public:
         ModeAdvanced = 1, ///< `getAdvancedTrajectoryInfo`
     };
 
+    /// The handler of the process; never null. Thread: any.
     static TrajectoryHandler* getInstance();
 
     /// A value of `Mode`; any other value means that none is selected. Thread: any.
@@ -41,10 +42,12 @@ public:
     void selectMode(int mode);
     /// Never null. Thread: any.
     TrajectoryInfo* getTrajectoryInfo() const;
+    /// Never null. Thread: any.
     AdvancedTrajectoryInfo* getAdvancedTrajectoryInfo() const;
 
     /// Number of positions of the selected trajectory, 0 when none is. Thread: any.
     unsigned long getCount() const;
+    /// The current position of the selected trajectory, from 0; 0 when none is selected. Thread: any.
     unsigned long getPosition() const;
     /// Moves the selected trajectory. Thread: any.
     void setPosition(unsigned long position);

@@ -31,12 +31,15 @@ public:
     /// "x,y,z" or "t,x,y,z" per line; blanks and semicolons separate as well; "#" begins a comment; a heading is
     /// skipped.
     static bool readCsv(const QByteArray& data, TimedPoints& points, QString* error);
+    /// The points alone, without their times.
     static bool readCsv(const QByteArray& data, std::vector<Point>& points, QString* error);
     /// "t x y z qx qy qz qw" per line, camera to scene; "#" begins a comment.
     static bool readTum(const QByteArray& data, TimedMaps& maps, QString* error);
+    /// The poses alone, without their times.
     static bool readTum(const QByteArray& data, MatrixMapList& list, QString* error);
     /// A list of objects: element name to 16 numbers row by row, and "time" to seconds (all of them or none).
     static bool readJson(const QByteArray& data, TimedMaps& maps, QString* error);
+    /// The matrices alone, without their times.
     static bool readJson(const QByteArray& data, MatrixMapList& list, QString* error);
 };
 
@@ -45,6 +48,7 @@ public:
 /// cover the duration of the file. False and one line in `error` for more than `MaxFrames` frames, and for times that
 /// do not ascend. Thread: any.
 TOV_EXPORT bool resample(TimedPoints& points, const PlaybackOptions& options, QString* error);
+/// The same for matrices.
 TOV_EXPORT bool resample(TimedMaps& maps, const PlaybackOptions& options, QString* error);
 
 } // namespace tov::trajectory

@@ -44,6 +44,7 @@ public:
     std::optional<tov::scene::Camera> cameraAt(unsigned long frame) const override;
     /// Degrees by which the camera has turned at a frame; frame `frameCount` is the one after the last.
     double angleAt(unsigned long frame) const;
+    /// The options that `create` was given.
     const TurntableOptions& getOptions() const { return m_Options; }
 
 private:

@@ -32,6 +32,7 @@ public:
     /// The factory of this library. Needs no lock: libraries are loaded on one thread. Thread: application.
     static ModuleGrabFactory* getInstance();
 
+    /// Registers the module's resources. Thread: application.
     ModuleGrabFactory();
     /// Unregisters the resources and clears the instance.
     ~ModuleGrabFactory() override;

@@ -46,6 +46,7 @@ public:
     bool makeCurrent();
     /// The framebuffer object of that size, in pixels; a new one is made only when the size changes.
     QOpenGLFramebufferObject& framebuffer(int width, int height);
+    /// Deletes the framebuffer object, if there is one. The context must be current.
     void deleteFramebuffer();
     /// Releases the context and destroys the surface. Delete the framebuffer object before.
     void release();

@@ -57,14 +57,18 @@ public:
 
     /// Disables or enables the command in all menus; the last call wins. Only posts. Thread: any, under any lock.
     void disableCommand(bool disable);
+    /// True after `disableCommand(true)`. Thread: any.
     bool isDisabled() const;
     /// Reports progress in percent, -1 = busy. Only posts. Thread: any, under any lock.
     void updateProcessed(int percent);
+    /// The last reported progress in percent, -1 = busy. Thread: any.
     int getProcessed() const;
     /// Reports the current activity. Only posts. Thread: any, under any lock.
     void updateText(const QString& text);
+    /// The last reported activity. Thread: any.
     QString getText() const;
 
+    /// Name and description; owned by the command, never null. Thread: any.
     const CommandDescriptor* getDescriptor() const;
     /// Null when the command is not shown in the window.
     const CommandGUIDescriptor* getGUIDescriptor() const;
@@ -77,26 +81,34 @@ public:
     void addParameterSet(ParameterSet* set);
     /// The identifier of the current set (0 when there is no set).
     int getCurrentParameterSetId() const;
+    /// Selects a set by its identifier, which need not exist.
     void setCurrentParameterSetId(int id);
     /// The first set whose identifier is the current one; null when there is none.
     ParameterSet* getCurrentParameterSet() const;
 
     /// 0, or the error of `setParameters`.
     int getErrorState() const;
+    /// Replaces the error of `setParameters`; 0 = none.
     void setErrorState(int state);
     /// True when a change of settings is to be announced by an event (the default).
     bool announcesChanges() const;
+    /// Sets whether a change of settings is announced.
     void setAnnouncesChanges(bool announces);
+    /// How the processor runs the command, a value of `InstanceMode`.
     int getInstanceMode() const;
+    /// Sets how the processor runs the command; call it before the command is registered.
     void setInstanceMode(int mode);
     /// True when the command can be undone (the default).
     bool isUndoable() const;
+    /// Sets whether the command can be undone.
     void setUndoable(bool undoable);
     /// True when macros record the command (the default).
     bool isRecordedInMacros() const;
+    /// Sets whether macros record the command.
     void setRecordedInMacros(bool recorded);
     /// True when the processor deletes the object after its only run (mode 0).
     bool isOneShot() const;
+    /// Sets whether the processor deletes the object after its only run.
     void setOneShot(bool oneShot);
 
 protected:

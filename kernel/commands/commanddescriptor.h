@@ -18,6 +18,7 @@ public:
     ~CommandDescriptor();
     /// The word that calls the command in the command language; lower case.
     QString getName() const { return m_Name; }
+    /// What the command does, in one line for the user.
     QString getDescription() const { return m_Description; }
 
 private:
@@ -42,10 +43,15 @@ public:
     CommandGUIDescriptor& operator=(const CommandGUIDescriptor&) = delete;
     ~CommandGUIDescriptor();
 
+    /// A value of `Flag`.
     int getFlag() const { return m_Flag; }
+    /// The menu or the tab of the settings dialog.
     QString getGroup() const { return m_Group; }
+    /// The place within the group.
     MenuAndToolbarManager::Position getPosition() const { return m_Position; }
+    /// The word that calls the command in the command language.
     QString getCommandName() const { return m_CommandName; }
+    /// The text of the menu entry or button.
     QString getLabel() const { return m_Label; }
     /// Null when the command has none.
     const QIcon* getIcon() const { return mp_Icon.get(); }

@@ -67,9 +67,11 @@ signals:
     /// Emitted before the command executes. Unlike the other signals it is emitted directly, on the thread that starts
     /// the run.
     void runBegins(const tov::main::CommandRunPointer& run);
+    /// A run has started; emitted on the application thread.
     void runStarted(const tov::main::CommandRunPointer& run);
     /// Text or progress changed.
     void runChanged(const tov::main::CommandRunPointer& run);
+    /// A run has ended; emitted on the application thread, after the last `runChanged` of the run.
     void runFinished(const tov::main::CommandRunPointer& run);
     /// A primary command was enabled or disabled.
     void commandEnabledChanged(const QString& name, bool enabled);

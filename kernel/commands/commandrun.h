@@ -22,7 +22,9 @@ public:
     CommandRun& operator=(const CommandRun&) = delete;
     ~CommandRun();
 
+    /// The number of the run, unique in the process.
     quint64 getId() const;
+    /// The word that calls the command in the command language.
     QString getCommandName() const;
     /// The time before the run did anything, in milliseconds since the epoch.
     qint64 getStartTime() const;
@@ -33,6 +35,7 @@ public:
     QString getText() const;
     /// The last reported progress in percent, -1 = busy.
     int getProcessed() const;
+    /// True once `execute` has returned.
     bool isFinished() const;
     /// True when `stop` was called before the run ended.
     bool isStopped() const;

@@ -11,7 +11,9 @@ namespace tov::main {
 class ProcessorPosts
 {
 public:
+    /// Reports that a command was enabled or disabled.
     static void enabledChanged(quint64 command, bool enabled);
+    /// Reports the progress in percent (-1 = busy) or, with `hasText`, the text of a running command.
     static void changed(quint64 command, int percent, const QString& text, bool hasText);
     /// Drops the reports of a command that is being destroyed.
     static void forget(quint64 command);

@@ -25,6 +25,7 @@ struct EventDeclaration
 class TOV_EXPORT EventHandler
 {
 public:
+    /// The registry of the process; never null.
     static EventHandler* getInstance();
 
     /// Declares an event type and returns its number. The same category and name always give the same number.

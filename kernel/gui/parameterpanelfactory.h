@@ -19,7 +19,9 @@ public:
     virtual ~ParameterPanel();
     /// The widget; owned by its parent widget once it has one, else by the panel's user.
     virtual QWidget* getWidget() = 0;
+    /// The value as the command language writes it.
     virtual QString getText() const = 0;
+    /// Shows a value that is given as text.
     virtual void setText(const QString& text) = 0;
     /// Why the text cannot be used, as a sentence for the user; empty when the editor finds no problem.
     virtual QString getProblem() const { return QString(); }

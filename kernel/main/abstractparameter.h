@@ -35,9 +35,11 @@ public:
     virtual void deleteValue() = 0;
     /// Shares the value of another parameter of the same type; anything else is ignored.
     virtual void takeValueFrom(AbstractParameter* other) = 0;
+    /// True while there is a value.
     virtual bool hasValue() = 0;
     /// Addresses and name for diagnosis, ending with a line feed.
     virtual QString toDebugString() = 0;
+    /// The value; null when there is none. Owned as `deletesOnSet` says.
     virtual void* getValuePointer() = 0;
     /// Replaces the value; the type must be right, see `assignTyped`.
     virtual void setValuePointer(void* value) = 0;
@@ -46,13 +48,20 @@ public:
 
     /// With `true` the parameter drops values without freeing them. A new parameter frees them.
     void disableDeleteOnSet(bool disable) { m_DeleteOnSet = !disable; }
+    /// True when the parameter owns its value.
     bool deletesOnSet() const { return m_DeleteOnSet; }
 
+    /// The name of the argument in the command language.
     QString getName() const { return m_Name; }
+    /// What the argument means, in one line for the user.
     QString getDescription() const { return m_Description; }
+    /// The default of the command language; empty = none.
     QString getDefaultText() const { return m_DefaultText; }
+    /// True when the command language requires a value or a default.
     bool isMandatory() const { return m_Mandatory; }
+    /// The type of the value; see `isSameType`.
     const std::type_info* getType() const { return mp_Type; }
+    /// The conversion between text and value; null for parameters that hold text.
     tov::util::ZPointer<CastClass> getCastClass() const { return mp_CastClass; }
 
     /// The value that dialogs propose and that a command text uses when it omits the argument. Null = none. Settings
@@ -62,6 +71,7 @@ public:
         std::lock_guard<std::mutex> guard(m_GUIDefaultMutex);
         m_GUIDefault = text;
     }
+    /// What `setDefaultParameterForDefaultGUI` set last. Thread: any.
     QString getDefaultParameterForDefaultGUI() const
     {
         std::lock_guard<std::mutex> guard(m_GUIDefaultMutex);
@@ -69,6 +79,7 @@ public:
     }
     /// The editor for dialogs; not owned.
     void setParameterPanelFactory(ParameterPanelFactory* factory) { mp_PanelFactory = factory; }
+    /// The editor for dialogs; not owned, may be null.
     ParameterPanelFactory* getParameterPanelFactory() const { return mp_PanelFactory; }
 
 protected:

@@ -14,6 +14,7 @@ namespace tov::main {
 class TOV_EXPORT CastClassManager
 {
 public:
+    /// The manager of the process; never null.
     static CastClassManager* getInstance();
     /// A new cast class for the type; null when the type is unknown. Hold it through `ZPointer`.
     CastClass* createCastClassForType(const std::type_info* type) const;

@@ -13,7 +13,9 @@ public:
     explicit Event(EventType type, void* sender = nullptr, void* data = nullptr)
         : m_Type(type), mp_Sender(sender), mp_Data(data)
     {}
+    /// The number that `EventHandler::addEvent` returned.
     EventType getType() const { return m_Type; }
+    /// The object that fired the event; may be null.
     void* getSender() const { return mp_Sender; }
     /// The event's data; its type depends on the event type ("SCENEPANEL_CHANGED": a `tov::gui::ScenePanel*`,
     /// null when no panel is active).

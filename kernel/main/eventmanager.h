@@ -17,6 +17,7 @@ class TOV_EXPORT EventManager
 public:
     typedef boost::function<void(const Event*)> EventFunction;
 
+    /// The manager of the process; never null.
     static EventManager* getInstance();
 
     /// Calls `function` for every event of `type` (from `sender` only, unless null) until the owner's functions are
@@ -29,11 +30,13 @@ public:
     /// functions is running or will be called, and all copies of them are destroyed, except those that are being called
     /// further up the calling thread's own stack.
     void unregisterAllEventFunctionsOf(Command* owner);
+    /// The same for owners that are not commands.
     void unregisterAllEventFunctionsOf(const void* owner);
 
     /// Calls the functions registered for the event's type, in order of registration. Exceptions of a function are
     /// caught and logged.
     void fireEvent(const Event& event);
+    /// The same for a pointer, which must not be null.
     void fireEvent(const Event* event);
 
 private:

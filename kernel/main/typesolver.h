@@ -14,6 +14,7 @@ public:
     /// Otherwise the value is converted through its text, and the local parameter owns the result; false when that
     /// fails. The caller finally calls `deleteValue` on the local parameter. Thread: any.
     static bool solve(AbstractParameter* local, AbstractParameter* provided);
+    /// The same for a local parameter that is not a pointer.
     static bool solve(AbstractParameter& local, AbstractParameter* provided) { return solve(&local, provided); }
 };
 

@@ -10,11 +10,14 @@ template <typename T, unsigned int Rows, unsigned int Columns>
 class Matrix
 {
 public:
+    /// An element, counted from 0; indices are not checked.
     T& operator()(unsigned int row, unsigned int column) { return m_Values[row * Columns + column]; }
+    /// An element, counted from 0; indices are not checked.
     const T& operator()(unsigned int row, unsigned int column) const { return m_Values[row * Columns + column]; }
 
     /// The values row by row. OpenGL expects columns: see `transposed`.
     T* data() { return m_Values; }
+    /// The values row by row.
     const T* data() const { return m_Values; }
 
     /// The identity (ones on the diagonal).
@@ -36,6 +39,7 @@ public:
         return result;
     }
 
+    /// The matrix product: applies `right` first, then this one.
     template <unsigned int Other>
     Matrix<T, Rows, Other> operator*(const Matrix<T, Columns, Other>& right) const
     {

@@ -28,9 +28,13 @@ public:
 
     /// The module's name, under which the module manager finds it. Thread: application.
     QString getName() const;
+    /// What the module does, in one line. Thread: any.
     QString getDescription() const;
+    /// The module's icon; may be null. Thread: application.
     QIcon getIcon() const;
+    /// The module's manual; empty when there is none. Thread: any.
     QUrl getHelpUrl() const;
+    /// The module's web page; empty when there is none. Thread: any.
     QUrl getHomeUrl() const;
 
     /// Further records, one per plug-in of the module; the module fills and clears the list. Thread: application.

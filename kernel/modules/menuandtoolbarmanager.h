@@ -19,8 +19,10 @@ public:
     {
     public:
         Position(int position = 0) : m_Position(position) {}
+        /// The number by which neighbours are sorted.
         int value() const { return m_Position; }
         bool operator==(const Position& other) const = default;
+        /// True when this place comes first.
         bool operator<(const Position& other) const { return m_Position < other.m_Position; }
 
     private:

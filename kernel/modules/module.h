@@ -45,6 +45,7 @@ public:
     /// Ends the module's work before its commands and the module itself are destroyed.
     virtual void finalize() = 0;
 
+    /// The module's description; owned by the factory.
     InformationObject* getInformationObject() const;
     /// The prototypes, in registration order, owned by the module.
     const std::vector<Command*>& getCommands() const;

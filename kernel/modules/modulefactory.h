@@ -34,7 +34,9 @@ public:
     /// Adds the creation function of a command; called while the library is loaded. Order is kept. Always true, so that
     /// it can initialise a static.
     bool registerPrimaryCommand(Command* (*create)());
+    /// The creation functions of the commands, in the order of registration.
     const std::vector<Command* (*)()>& getPrimaryCommands() const;
+    /// The module's description; owned by the factory.
     InformationObject* getInformationObject() const;
 
 protected:

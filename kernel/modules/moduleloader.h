@@ -37,7 +37,9 @@ public:
     /// library unloaded; modules in reverse order of loading.
     void unloadAll();
 
+    /// The loaded modules, in the order of loading; owned by the loader.
     const std::vector<Module*>& getModules() const;
+    /// The libraries that could not be loaded, each with the reason.
     const std::vector<LoadFailure>& getFailures() const;
 
 private:

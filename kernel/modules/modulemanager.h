@@ -14,6 +14,7 @@ class Module;
 class TOV_EXPORT ModuleManager
 {
 public:
+    /// The manager of the process; never null.
     static ModuleManager* getInstance();
     /// The module of that name, or null. The newest one when several have it.
     Module* getModule(const QString& name) const;

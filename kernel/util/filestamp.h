@@ -19,6 +19,7 @@ public:
     /// The current state of `fileName`.
     explicit FileStamp(const QString& fileName);
 
+    /// The name that the stamp was taken of.
     QString fileName() const { return m_FileName; }
     /// True when the name existed.
     bool exists() const { return m_Exists; }
@@ -28,7 +29,9 @@ public:
     qint64 size() const { return m_Size; }
     /// Time of the last write, in nanoseconds since the epoch.
     qint64 modifiedNs() const { return m_ModifiedNs; }
+    /// The inode number; 0 when the name did not exist.
     ino_t inode() const { return m_Inode; }
+    /// The number of the device with the file; 0 when the name did not exist.
     dev_t device() const { return m_Device; }
 
     /// True when the file is now another one, was written to, appeared or disappeared. A write that restores the time

@@ -16,12 +16,15 @@ public:
     ZReferenced(const ZReferenced&) = delete;
     ZReferenced& operator=(const ZReferenced&) = delete;
 
+    /// Counts one more owner.
     void addReference() const { m_References.fetch_add(1, std::memory_order_relaxed); }
+    /// Counts one owner less, and deletes the object after the last one.
     void releaseReference() const
     {
         if (m_References.fetch_sub(1, std::memory_order_acq_rel) == 1)
             delete this;
     }
+    /// The number of owners, for tests and diagnosis.
     int referenceCount() const { return m_References.load(); }
 
 protected:
@@ -42,16 +45,22 @@ public:
     ZPointer(ZPointer&& other) noexcept : mp_Object(std::exchange(other.mp_Object, nullptr)) {}
     ~ZPointer() { release(); }
 
+    /// Shares the other pointer's object and releases the own one.
     ZPointer& operator=(ZPointer other) noexcept
     {
         std::swap(mp_Object, other.mp_Object);
         return *this;
     }
 
+    /// The object, still owned by the pointers; may be null.
     T* get() const { return mp_Object; }
+    /// The object; must not be null.
     T* operator->() const { return mp_Object; }
+    /// The object; must not be null.
     T& operator*() const { return *mp_Object; }
+    /// False for null.
     explicit operator bool() const { return mp_Object != nullptr; }
+    /// True when both point to the same object.
     bool operator==(const ZPointer& other) const { return mp_Object == other.mp_Object; }
 
 private:

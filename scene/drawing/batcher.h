@@ -29,6 +29,7 @@ private:
         std::array<float, 10> numbers{};
         std::array<bool, 3> lacks{}; ///< which optional arrays the elements do not have
 
+        /// Any order, for the map.
         bool operator<(const Key& other) const
         {
             return std::tie(material, numbers, lacks) < std::tie(other.material, other.numbers, other.lacks);

@@ -39,6 +39,7 @@ public:
     Multisampler& operator=(const Multisampler&) = delete;
     ~Multisampler();
 
+    /// True while drawing goes into the multisample buffer.
     bool isActive() const { return m_IsActive; }
 
 private:

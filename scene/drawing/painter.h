@@ -45,7 +45,9 @@ public:
     /// nearer.
     Painter(const View& view, const SceneLook& look, bool isMultisampled, double lineOffset);
 
+    /// Adds an element, which must outlive `draw`.
     void add(const DrawItem& item);
+    /// Draws everything that was added; `uniforms` holds the numbers of all calls.
     void draw(UniformBuffer& uniforms);
 
 private:

@@ -54,13 +54,16 @@ public:
     static void setBackgroundColor(const QColor& color);
     /// Whether the layer of grid and axes shows anything (default: no), for all drawers. Thread: any.
     static bool isGridShown();
+    /// Shows or hides grid and axes for all drawers. Thread: any.
     static void setGridShown(bool shown);
-    /// Sets how all drawers draw, from the next call of `glDraw` on. Values out of range are limited. Thread: any.
+    /// How all drawers draw. Thread: any.
     static SceneLook getLook();
+    /// Sets how all drawers draw, from the next call of `glDraw` on; values out of range are limited. Thread: any.
     static void setLook(const SceneLook& look);
     /// `SceneLook::samples` alone. At start the application takes it from the setting "settings/multisampling".
     /// Thread: any.
     static int getMultisampling();
+    /// Sets `SceneLook::samples` alone. Thread: any.
     static void setMultisampling(int samples);
 
     /// Sets the viewport of the current context to (0, 0, width, height), in pixels. Thread: the current context's.

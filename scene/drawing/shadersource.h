@@ -79,6 +79,7 @@ struct PartBlock
 
 /// GLSL 1.30 with GL_ARB_uniform_buffer_object: supported by OpenGL 3.0 drivers with a compatibility profile.
 QByteArray vertexShader(unsigned int features);
+/// The fragment shader that goes with the vertex shader of the same features.
 QByteArray fragmentShader(unsigned int features);
 
 } // namespace tov::scene

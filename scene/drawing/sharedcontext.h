@@ -20,6 +20,7 @@ public:
     QOpenGLContext* glContext() const;
     /// Orders drawing of several threads. Fair, not recursive; taken before `Scene::lock`. Thread: any.
     void lock();
+    /// Releases the lock. Thread: the one that holds it.
     void unlock();
 
     /// Takes over the context and the surface on which it can be made current. Thread: application.

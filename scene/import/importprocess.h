@@ -19,7 +19,9 @@ public:
     ImportedBytes& operator=(const ImportedBytes&) = delete;
     ~ImportedBytes();
 
+    /// The bytes; they stay valid as long as this object.
     const char* data() const { return mp_Data; }
+    /// The number of bytes.
     std::size_t size() const { return m_Size; }
 
 private:

@@ -16,6 +16,7 @@ class ObjMaterials
 public:
     /// Reads a library; the last definition of a name counts.
     void read(const QByteArray& library);
+    /// Whether a material of that name was read.
     bool contains(const QString& name) const { return m_Materials.count(name) > 0; }
     /// Marks a material as used; only used ones are converted.
     void use(const QString& name);

@@ -29,6 +29,7 @@ struct ReadSource
     const char* end;
     const ReadProgress& progress;
 
+    /// The size in bytes.
     std::size_t size() const { return std::size_t(end - begin); }
     /// Reports the progress of `at`; throws `ReadCancelled` when the user wants it to stop.
     void report(const char* at) const;
@@ -36,7 +37,9 @@ struct ReadSource
 
 /// Each reads one format into a new tree, which the caller owns; throws `ReadError`.
 SceneElement* readObj(const ReadSource& source);
+/// PLY, text and binary.
 SceneElement* readPly(const ReadSource& source);
+/// STL, text and binary.
 SceneElement* readStl(const ReadSource& source);
 
 /// Throws when a coordinate is not a finite number.

@@ -30,10 +30,12 @@ public:
     /// Reads a file into a new tree, which the caller owns. Its root has a `ModelData`. On failure null and one line in
     /// `error` that says what is wrong with which file. Makes no OpenGL call. Thread: any.
     static SceneElement* readFile(const QString& fileName, QString* error, const Progress& progress = Progress());
+    /// The same with options. Thread: any.
     static SceneElement* readFile(const QString& fileName, const Options& options, QString* error,
                                   const Progress& progress = Progress());
     /// Reads files into the global scene, next to what is there; all or nothing. Thread: application or command.
     static bool addFiles(const QStringList& fileNames, QString* error, const Progress& progress = Progress());
+    /// The same with options. Thread: application or command.
     static bool addFiles(const QStringList& fileNames, const Options& options, QString* error,
                          const Progress& progress = Progress());
     /// True for the values that `Options::modelUp` takes. Thread: any.

@@ -107,7 +107,9 @@ public:
     /// `camera` gives direction and lens, `aspect` is width divided by height.
     ViewFitter(const Camera& camera, double aspect);
 
+    /// Adds a point in scene units.
     void add(const Vector3& point);
+    /// True until a point is added.
     bool isEmpty() const { return m_Front < m_Back; }
     /// The camera that shows all points as large as possible, its target in their middle. `minimumDistance`: room
     /// between the eye and the nearest point. Without points, the camera is unchanged.

@@ -16,6 +16,7 @@ namespace tov::scene {
 class PanelList
 {
 public:
+    /// The list of the process; never null. Thread: any.
     static PanelList* getInstance();
 
     /// Thread: application.

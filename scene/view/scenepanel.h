@@ -33,10 +33,13 @@ public:
 
     /// Size in device-independent pixels, at least 1. Thread: any.
     int width() const;
+    /// Height in device-independent pixels, at least 1. Thread: any.
     int height() const;
+    /// Width and height. Thread: any.
     QSize size() const { return QSize(width(), height()); }
     /// As `QWidget::resize`; a hidden panel has the new size immediately, too.
     void resize(int width, int height);
+    /// The same for a size.
     void resize(const QSize& size) { resize(size.width(), size.height()); }
 
     /// The camera, in scene units. When a matrix was set, the camera closest to that view. Thread: any.
@@ -54,9 +57,11 @@ public:
     /// The vertical field of view in degrees, from `Camera::MinFieldOfView` to `Camera::MaxFieldOfView`. The camera
     /// moves so that the plane of the target keeps its size.
     void setFieldOfView(double degrees);
+    /// The vertical field of view in degrees. Thread: any.
     double getFieldOfView() const { return getCamera().fieldOfView; }
     /// Parallel instead of perspective projection; the plane of the target keeps its size.
     void setOrthographic(bool orthographic);
+    /// True for parallel projection. Thread: any.
     bool isOrthographic() const { return getCamera().orthographic; }
 
     /// Moves the camera so that everything visible fills the panel, or the guide frame.
@@ -79,6 +84,7 @@ public:
     /// Shows what a picture or video of another aspect (width divided by height) contains: the panel outside of it is
     /// dimmed, and fitting stays inside. 0: no guide frame.
     void setGuideAspect(double aspect);
+    /// The aspect of the guide frame; 0: no guide frame.
     double getGuideAspect() const;
     /// The rectangle of the guide frame in device-independent pixels; the whole panel without a guide, or if the
     /// picture is wider than the panel.
@@ -86,6 +92,7 @@ public:
 
     /// Whether the trajectory's camera moves this panel (default: yes).
     bool followsTrajectory() const;
+    /// Sets whether the trajectory's camera moves this panel.
     void setFollowsTrajectory(bool follows);
     /// Camera pose from a trajectory: a matrix eye to scene; the lens stays. Ignored unless the panel follows.
     /// Thread: any.

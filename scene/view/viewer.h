@@ -22,6 +22,7 @@ struct Camera;
 class TOV_EXPORT Viewer
 {
 public:
+    /// The viewer of the process; never null. Thread: any.
     static Viewer* getInstance();
 
     /// Creates the shared context and determines what OpenGL can do. Returns false (logged) without usable OpenGL;
@@ -42,6 +43,7 @@ public:
 
     /// All living panels, in order of creation. Thread: application.
     std::vector<tov::gui::ScenePanel*> getPanels() const;
+    /// The panel that commands use; null when there is none. Thread: application.
     tov::gui::ScenePanel* getActivePanel() const;
     /// Makes a panel the active one (null: none) and fires "SCENEPANEL_CHANGED" when that changes something.
     /// Thread: application.

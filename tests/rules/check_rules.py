@@ -32,6 +32,7 @@ MUTANT = ("Preset: release\nTest: tst_value\nFilter: *\n\n--- a/kernel/value.cpp
 VIOLATIONS = [
     ("format", "kernel/value.cpp", "int  value( ) { return 42; }\n"),
     ("length", "kernel/long.cpp", LONG),
+    ("docs", "kernel/value.h", "#pragma once\n\n/// A value.\nclass Value\n{\npublic:\n    int get() const;\n};\n"),
     ("complexity", "kernel/value.cpp", '#include "kernel/value.h"\n\n' + NESTED),
     ("cycles", "kernel/value.h", '#pragma once\n\n#include "kernel/other.h"\n'),
     ("language", "kernel/value.cpp", "// Looked up anew each time.\n"),

@@ -11,7 +11,9 @@ namespace tov::plugins::video {
 class FrameCoder : public Coder
 {
 public:
+    /// Encodes the frames of a chunk, which may be null; see `Coder`.
     void codeChunk(const CoderJob& job, QIODevice* chunk, bool isLast) final;
+    /// Completes the file, or removes it after an abort; see `Coder`.
     void finish(const CoderJob& job) final;
 
 protected:
@@ -32,6 +34,7 @@ protected:
     /// Whether a recording without frames also writes a file.
     virtual bool writesEmptyFile() const { return false; }
 
+    /// The recording that is being encoded.
     const CoderJob& job() const { return m_Job; }
     /// Logs the first problem and stops everything that follows; `averror` is FFmpeg's, or 0. Always false.
     bool fail(int line, const char* function, const QString& what, int averror = 0);

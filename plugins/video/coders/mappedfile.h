@@ -22,11 +22,17 @@ public:
                    : QStringLiteral("cannot read '%1': %2")
                          .arg(fileName, opened && m_Size == 0 ? QStringLiteral("it is empty") : m_File.errorString());
     }
+    /// The name that was given to `open`.
     QString name() const { return m_File.fileName(); }
+    /// The size in bytes.
     qint64 size() const { return m_Size; }
+    /// The bytes; they stay valid as long as this object.
     const uchar* data() const { return mp_Data; }
+    /// Whether the file has `bytes` bytes from position `at` on.
     bool has(qint64 at, qint64 bytes) const { return at >= 0 && bytes >= 0 && at <= m_Size && bytes <= m_Size - at; }
+    /// The byte at a position.
     uchar byte(qint64 at) const { return has(at, 1) ? mp_Data[at] : 0; }
+    /// The four bytes at a position as a number, the highest byte first.
     quint32 bigEndian32(qint64 at) const { return has(at, 4) ? qFromBigEndian<quint32>(mp_Data + at) : 0; }
     /// A copy of some bytes; empty when the file does not have them.
     QByteArray bytes(qint64 at, qint64 count) const

@@ -27,7 +27,9 @@ public:
 
     /// Takes the next bytes that the muxer writes, returns the bytes to be written to the file instead.
     QByteArray filter(const std::uint8_t* data, int size);
+    /// Adds the times of the packet that goes into the muxer next.
     void addSample(const Sample& sample);
+    /// True after the first `addSample`.
     bool hasSamples() const { return !m_Times.empty(); }
 
     /// The index for all samples, made from the preliminary one; `frameDuration` in ticks, `timeScale` in ticks per
@@ -35,6 +37,7 @@ public:
     QByteArray finalIndex(std::int64_t frameDuration, std::uint32_t timeScale) const;
     /// Position and contents of the patch near the start, once `finalIndex` has been written at `fileSize`.
     std::int64_t patchPosition() const { return m_FreePosition; }
+    /// The bytes of that patch.
     QByteArray patch(std::int64_t fileSize) const;
 
 private:

@@ -33,6 +33,7 @@ public:
 
     /// Returns the problem, empty if there was none.
     QString open(const QString& fileName);
+    /// The video stream of the open file.
     const AVStream& stream() const { return *mp_Stream; }
     /// Calls `take` for each packet of the video stream, which it may change, until it returns false. Returns the
     /// problem.
@@ -53,6 +54,7 @@ private:
 /// and do not verify it.
 QString retimePackets(const QString& fileName, const QString& output, const char* muxer, const Timing& timing,
                       const bool* stop);
+/// As `joinFiles`; `muxer` is FFmpeg's name of the format, `stop` ends it early.
 QString joinPackets(const QStringList& parts, const std::vector<qint64>& counts, const QString& output,
                     const char* muxer, const bool* stop);
 /// Frames in a file; negative when it cannot be read.

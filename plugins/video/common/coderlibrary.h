@@ -24,6 +24,7 @@ struct CoderFunctions
     /// Changes the times of a finished file, and joins files; see docs/encoder-plugins.md. 1: done; 0: it failed, and
     /// the reason was logged.
     int (*retimeVideo)(const char* fileName, const bool* stop, const double* starts, long long count, double seconds);
+    /// Joins files without encoding again; result as for `retimeVideo`.
     int (*joinVideos)(const char* const* parts, const long long* counts, int partCount, const char* output,
                       const bool* stop);
 };

@@ -19,6 +19,7 @@ public:
     /// The file that a model means by a name: as written, with backslashes as separators, in other letter case, with
     /// the folders left out, or in a folder "textures".
     std::optional<std::filesystem::path> find(std::string name) const;
+    /// The folder, links resolved.
     const std::filesystem::path& path() const { return m_Folder; }
 
 private:
@@ -27,6 +28,7 @@ private:
     std::filesystem::path m_Folder;
 };
 
+/// The text with the letters A to Z in lower case.
 std::string lower(std::string text);
 
 /// The whole file; empty when it cannot be read.

@@ -17,6 +17,7 @@ struct Values
 {
     std::vector<float> data;
     std::size_t components = 0; ///< per element
+    /// The number of elements.
     std::size_t count() const { return components == 0 ? 0 : data.size() / components; }
 };
 
@@ -28,6 +29,7 @@ public:
 
     /// Normalised integers become fractions; sparse values are put in.
     Values values(int accessor);
+    /// The values of an accessor of integers.
     std::vector<std::uint32_t> indices(int accessor);
 
     struct Bytes
@@ -51,7 +53,9 @@ private:
 
 /// Members of an extension, with defaults for what is missing or of another type.
 double numberOf(const tinygltf::Value& object, const char* key, double fallback);
+/// The member as an index; -1 when it is missing.
 int indexOf(const tinygltf::Value& object, const char* key);
+/// The member as a list of numbers.
 std::vector<double> numbersOf(const tinygltf::Value& object, const char* key, std::vector<double> fallback);
 /// The member as an object; null when there is none.
 const tinygltf::Value* memberOf(const tinygltf::Value& object, const char* key);

@@ -21,6 +21,7 @@ struct ImageError : std::runtime_error
 
 struct FreeDeleter
 {
+    /// Frees what stb_image or another C library has allocated.
     void operator()(void* data) const { std::free(data); }
 };
 
@@ -31,6 +32,7 @@ struct DecodedImage
     std::uint32_t height = 0;
     std::unique_ptr<std::uint8_t, FreeDeleter> pixels;
 
+    /// The size of the pixels in bytes.
     std::uint64_t bytes() const { return std::uint64_t(4) * width * height; }
 };
 
@@ -49,10 +51,12 @@ public:
 
     /// The index in the stream, or `stream::None`. `place` says where the file names the image: "material 'x'".
     std::uint32_t addFile(const std::string& name, const std::string& place);
+    /// The same for an image in memory; `name` is for warnings.
     std::uint32_t addEncoded(const std::string& name, const std::uint8_t* bytes, std::size_t size,
                              const std::string& place);
     /// As above, without writing it; without pixels when it cannot be read.
     DecodedImage decodeFile(const std::string& name, const std::string& place);
+    /// The same for an image in memory.
     DecodedImage decode(const std::string& name, const std::uint8_t* bytes, std::size_t size, const std::string& place);
     /// Takes pixels as they are; the caller has checked the size.
     std::uint32_t addDecoded(const std::string& name, DecodedImage image);

@@ -20,11 +20,13 @@ struct ImportJob
     ModelFolder folder;
     StreamWriter& writer;
 
+    /// The content of the file, unpacked; empty when it cannot be read.
     std::vector<std::uint8_t> content() const { return unpacked.empty() ? readWholeFile(file) : unpacked; }
 };
 
 /// Each writes one model to the stream; throws `std::exception` with one line.
 void readGltf(ImportJob& job);
+/// Reads every format that has no reader of its own.
 void readWithAssimp(ImportJob& job);
 /// Decodes the images that are named one per line, "name<TAB>place", in `list`: for each one an image record, of the
 /// size 0 x 0 when it cannot be read.

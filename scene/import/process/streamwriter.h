@@ -61,14 +61,20 @@ public:
     /// Each returns the index that later records refer to.
     std::uint32_t addImage(const std::string& name, std::uint32_t width, std::uint32_t height,
                            const std::uint8_t* pixels);
+    /// Adds a material; the textures of `record` refer to images that were added before.
     std::uint32_t addMaterial(stream::MaterialRecord record, const std::string& name);
     /// `transform`: row by row.
     std::uint32_t addNode(const std::string& name, std::uint32_t parent, const double* transform);
+    /// Adds a skin; `inverseBind`: 16 numbers per joint, row by row.
     std::uint32_t addSkin(const std::vector<std::uint32_t>& joints, const std::vector<double>& inverseBind);
 
+    /// Adds a mesh to its node.
     void addMesh(const MeshData& mesh);
+    /// Adds an animation; its channels refer to nodes that were added before.
     void addAnimation(const std::string& name, const std::vector<ChannelData>& channels);
+    /// Adds a camera to the node that `record` names.
     void addCamera(stream::CameraRecord record, const std::string& name);
+    /// Adds a light to the node that `record` names.
     void addLight(stream::LightRecord record, const std::string& name);
     /// The first lines of a kind matter; after 100 warnings the rest is only counted.
     void addWarning(const std::string& text);
