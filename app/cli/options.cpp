@@ -135,7 +135,7 @@ QString helpText(const QString& verb)
     if (const VerbSpec* spec = findVerb(verb))
         return QLatin1String(spec->usage) + QLatin1Char('\n') + trTable(spec->help) + QStringLiteral("\n\n") +
                optionLines(verb);
-    QString text = tr("tov shows 3D scenes and makes pictures and videos of them.") + QStringLiteral("\n\n");
+    QString text = tr("tov shows 3D scenes and makes pictures and videos of them") + QStringLiteral("\n\n");
     text += QStringLiteral("  tov [FILE...]").leftJustified(HelpColumn) + QLatin1Char(' ') + tr("opens the window") +
             QLatin1Char('\n');
     for (const VerbSpec& entry : verbTable())

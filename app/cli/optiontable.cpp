@@ -179,7 +179,7 @@ const VerbSpec Verbs[] = {
      QT_TRANSLATE_NOOP("CommandLine", "lists the commands with their parameters and defaults")},
     {"encoders", "tov encoders [--check FILE.so]", false, QT_TRANSLATE_NOOP("CommandLine", "lists the video formats")},
     {"modules", "tov modules", false,
-     QT_TRANSLATE_NOOP("CommandLine", "lists modules, plug-ins, and what could not be loaded")},
+     QT_TRANSLATE_NOOP("CommandLine", "lists modules, plug-ins, and what cannot be loaded")},
 };
 
 } // namespace

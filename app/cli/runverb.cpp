@@ -138,7 +138,7 @@ bool runCommand(Session& session, const CommandText& command)
     QTimer endless;
     endless.setSingleShot(true);
     QObject::connect(&endless, &QTimer::timeout, &endless, [&reporter] {
-        reporter.note(tr("Recording freely; Ctrl-C ends it and keeps what was captured."));
+        reporter.note(tr("Recording freely; Ctrl-C ends it and keeps what was captured"));
     });
     const RunOutcome outcome = session.run(command.name, command.arguments, [&](const tov::main::CommandRunPointer&) {
         if (isCommand(command, "grabvideo") && !followsTrajectory(command))

@@ -40,7 +40,7 @@ StartOptions startOptions(const Options& options, Reporter& reporter)
     start.safeMode = options.has(QStringLiteral("safe-mode"));
     start.afterCrash = [&reporter] {
         reporter.note(QCoreApplication::translate(
-            "tov::app", "Note: the previous start crashed; --safe-mode loads only what is part of the program."));
+            "tov::app", "Note: the previous start crashed; --safe-mode loads only what is part of the program"));
         return false;
     };
     return start;
@@ -85,7 +85,7 @@ void Session::interrupt(int count)
     m_Interrupts = count;
     if (count == 1 && !m_LeavesAtOnce) {
         if (mp_Current)
-            m_Reporter.note(tr("Stopping; press Ctrl-C again to leave at once."));
+            m_Reporter.note(tr("Stopping; press Ctrl-C again to leave at once"));
         Overseer::getInstance()->getCommandProcessor()->stopAll();
         mp_Watcher->skipVerification();
         return;

@@ -29,7 +29,7 @@ std::optional<std::map<QString, QString>> listedFormats()
                 formats.emplace(QString::fromUtf8(entry[0]).toLower(), QString::fromUtf8(entry[1]));
         } catch (...) {
             tov::log::Logger::log(tov::log::LevelError, "app/videoformats", __LINE__, __func__, nullptr,
-                                  QStringLiteral("The plug-in '%1' failed to list its formats").arg(plugin.fileName()));
+                                  QStringLiteral("The plug-in '%1' did not list its formats").arg(plugin.fileName()));
             return std::nullopt;
         }
     }

@@ -232,7 +232,7 @@ bool checkFrames(Reporter& reporter, const VideoJob& job, RunOutcome& outcome)
         return true;
     if (endingOf(job) == QLatin1String("gif") && rateOf(job.request) > HighestGifFps && outcome.frames > 0 &&
         outcome.frames < positions) {
-        reporter.note(tr("Note: a gif plays at most %1 frames per second; frames were left out to keep its speed.")
+        reporter.note(tr("Note: a gif plays at most %1 frames per second; frames were left out to keep its speed")
                           .arg(HighestGifFps));
         return true;
     }
@@ -279,7 +279,7 @@ bool reject(Session& session, const VideoJob& job, SafeOutput& output, const Run
         output.discard();
     if (session.wasInterrupted()) {
         if (isKept)
-            session.getReporter().note(tr("Interrupted; what was recorded is in '%1'.").arg(output.getTemporaryName()));
+            session.getReporter().note(tr("Interrupted; what was recorded is in '%1'").arg(output.getTemporaryName()));
         return false;
     }
     QString text = tr("cannot make '%1': %2").arg(job.plan.output, outcome.reason);

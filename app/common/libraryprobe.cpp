@@ -206,7 +206,7 @@ private:
         if (*trial.notStarted || wasKilled(*trial.process)) {
             // Not the library's fault, so the result is not stored.
             refuse(candidate,
-                   tr("it could not be tried because the machine is short of processes or memory; it is tried at "
+                   tr("it cannot be tried because the machine is short of processes or memory; it is tried at "
                       "the next start"));
             return;
         }

@@ -160,7 +160,7 @@ void SpaceWatch::look()
             }
             watched.hasReported = true;
             watched.run->stop();
-            emit lowSpace(tr("%1 has only %2 left: the recording was stopped, what was captured is kept.")
+            emit lowSpace(tr("%1 has only %2 left: the recording was stopped, what was captured is kept")
                               .arg(folder, QLocale().formattedDataSize(room)));
         }
     }

@@ -32,7 +32,7 @@ int callPlugins(const char* symbol, const QString& task, Call call)
                 return result;
         } catch (...) {
             tov::log::Logger::log(tov::log::LevelError, "app/videoprobe", __LINE__, symbol, nullptr,
-                                  QStringLiteral("The plug-in '%1' failed to %2").arg(plugin.fileName(), task));
+                                  QStringLiteral("The plug-in '%1' cannot %2").arg(plugin.fileName(), task));
         }
     }
     return -1;

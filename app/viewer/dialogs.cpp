@@ -60,7 +60,7 @@ AboutModulesDialog::AboutModulesDialog(const std::vector<tov::main::LoadFailure>
         item->setExpanded(true);
     }
     if (!failures.empty()) {
-        auto* item = new QTreeWidgetItem(tree, {tr("Could not be loaded")});
+        auto* item = new QTreeWidgetItem(tree, {tr("Cannot be loaded")});
         for (const auto& failure : failures)
             new QTreeWidgetItem(item, {failure.fileName, failure.reason});
         item->setExpanded(true);

@@ -44,7 +44,7 @@ struct ModuleLoader::Private
     {
         failures.push_back({fileName, reason});
         tov::log::Logger::log(tov::log::LevelError, "main/moduleloader", __LINE__, "loadFile", nullptr,
-                              QStringLiteral("The module %1 could not be loaded: %2").arg(fileName, reason));
+                              QStringLiteral("The module %1 cannot be loaded: %2").arg(fileName, reason));
         return nullptr;
     }
 
@@ -129,9 +129,9 @@ Module* ModuleLoader::loadFile(const QString& fileName, const Module::Progress& 
             }
         }
     } catch (const std::exception& e) {
-        problem = QStringLiteral("it failed to start: %1").arg(QString::fromLocal8Bit(e.what()));
+        problem = QStringLiteral("it did not start: %1").arg(QString::fromLocal8Bit(e.what()));
     } catch (...) {
-        problem = QStringLiteral("it failed to start");
+        problem = QStringLiteral("it did not start");
     }
     if (!problem.isEmpty()) {
         if (entry.module)

@@ -401,7 +401,7 @@ const std::vector<Named> Checks = {
              c.wantNoFile();
          }
      }},
-    {"nooutput", "an output that could not be opened", 1,
+    {"nooutput", "an output that cannot be opened", 1,
      [](Check& c) {
          if (auto encoder = c.make(Width, Height, Fps, BitsPerSecond,
                                    QFileInfo(c.fileName()).path() + "/missing/" + QFileInfo(c.fileName()).fileName())) {

@@ -149,6 +149,6 @@ TEST_F(FramesTest, AListThatCannotBeWrittenIsLoggedOnce)
     EXPECT_TRUE(encoder->encodeVideoChunk(chunkOf(frame(0, 255)), false));
     EXPECT_TRUE(encoder->encodeVideoChunk(chunkOf(frame(1, 255)), true));
     encoder->waitForFinish();
-    EXPECT_EQ(log.withMessage(QStringLiteral("The list of pictures could not be written")).size(), 1u) << log.text();
+    EXPECT_EQ(log.withMessage(QStringLiteral("The list of pictures cannot be written")).size(), 1u) << log.text();
     EXPECT_FALSE(log.contains(QStringLiteral("Couldn't encode chunk!"))) << "later chunks would pile up";
 }

@@ -49,7 +49,7 @@ try:
     def _(copy):
         os.chown(copy.modules + 'libgrab.so', 0, 12345)
         os.chmod(copy.modules + 'libgrab.so', 0o775)
-        return copy.judge(texts=['libgrab.so could not be loaded: the group 12345 may change it'], formats=0, status=1)
+        return copy.judge(texts=['libgrab.so cannot be loaded: the group 12345 may change it'], formats=0, status=1)
 
     @case('a folder that a group may change')
     def _(copy):

@@ -69,7 +69,7 @@ bool FramesCoder::open()
     d->codec->thread_count = std::clamp(QThread::idealThreadCount(), 1, MaximumThreads);
     const int result = avcodec_open2(d->codec.get(), encoder, nullptr);
     if (result < 0)
-        return fail(__LINE__, __func__, QStringLiteral("The PNG encoder could not be opened"), result);
+        return fail(__LINE__, __func__, QStringLiteral("The PNG encoder cannot be opened"), result);
     return writeList(listHead());
 }
 
@@ -112,7 +112,7 @@ bool FramesCoder::send(bool flush)
     }
     if (result == AVERROR(EAGAIN) || result == AVERROR_EOF)
         return true;
-    return fail(__LINE__, __func__, QStringLiteral("A frame could not be encoded"), result);
+    return fail(__LINE__, __func__, QStringLiteral("A frame cannot be encoded"), result);
 }
 
 /// Whether the list is still where it was opened: its folder may have been moved or replaced.
@@ -142,7 +142,7 @@ bool FramesCoder::writePicture(const char* data, int size)
         const QString error =
             picture.error() == QFile::NoError ? QString::fromLocal8Bit(std::strerror(errno)) : picture.errorString();
         picture.remove();
-        return fail(__LINE__, __func__, QStringLiteral("Picture '%1' could not be written: %2").arg(name, error));
+        return fail(__LINE__, __func__, QStringLiteral("The picture '%1' cannot be written: %2").arg(name, error));
     }
     m_Files << name;
     return writeList(listEntry(m_Names->name(number), 1.0 / d->codec->time_base.den));
@@ -153,7 +153,7 @@ bool FramesCoder::writeList(const QByteArray& text)
     auto* file = qobject_cast<QFile*>(job().output);
     if (file && file->write(text) == text.size() && file->flush())
         return true;
-    return fail(__LINE__, __func__, QStringLiteral("The list of pictures could not be written"));
+    return fail(__LINE__, __func__, QStringLiteral("The list of pictures cannot be written"));
 }
 
 void FramesCoder::complete()
