@@ -44,7 +44,7 @@ struct Texture
     std::shared_ptr<const Image> image; ///< null: no texture
     int uvSet = 0;                      ///< 0 or 1
     /// u' = m[0] u + m[1] v + m[2], v' = m[3] u + m[4] v + m[5]. v = 0 is the top row of the image, as in glTF; readers
-    /// of formats that count from the bottom turn the coordinates over.
+    /// of formats that count from the bottom flip v.
     std::array<float, 6> transform = {1, 0, 0, 0, 1, 0};
     Wrap wrapU = Wrap::Repeat;
     Wrap wrapV = Wrap::Repeat;

@@ -27,9 +27,9 @@ struct AnimationChannel
 {
     enum class Path : std::uint8_t
     {
-        Translation,  ///< 3 values a key
+        Translation,  ///< 3 values per key
         Rotation,     ///< unit quaternion x, y, z, w
-        Scale,        ///< 3 values a key
+        Scale,        ///< 3 values per key
         MorphWeights, ///< as many values per key as the mesh has targets
     };
     enum class Interpolation : std::uint8_t

@@ -61,7 +61,7 @@ private:
     std::vector<Key> m_Keys;
     Options m_Options;
     double m_Duration = 0;
-    std::vector<double> m_Times;   ///< of the knots, from 0; one more than keys in a loop
+    std::vector<double> m_Times;   ///< of the knots, from 0; a loop has one knot more than keys
     std::vector<State> m_States;   ///< of the knots, signs of the quaternions aligned
     std::vector<State> m_Tangents; ///< of the knots
     std::vector<double> m_Lengths; ///< length of the path up to evenly spaced times

@@ -115,7 +115,8 @@ QImage draw(Session& session, const ImageJob& job, tov::math::Matrix4& transform
 {
     const ImageRequest& request = job.request;
     const QColor initial = SceneDrawer(tov::scene::Viewer::getInstance()->getGlobalScene()).getBackgroundColor();
-    SceneDrawer::setBackgroundColor(drawnBackground(request.view.look.background, hasPictureAlpha(formatOf(job)), initial));
+    SceneDrawer::setBackgroundColor(
+        drawnBackground(request.view.look.background, hasPictureAlpha(formatOf(job)), initial));
     QImage image(request.size, QImage::Format_ARGB32);
     RunOutcome outcome;
     if (image.isNull()) {

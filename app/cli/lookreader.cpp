@@ -45,7 +45,7 @@ void readColor(OptionReader& reader, std::optional<QColor>& color)
         reader.fail(tr("--color: \"%1\" is not a colour; use e.g. white or '#204060'").arg(reader.text("color")));
 }
 
-/// A number of percent, with or without the sign.
+/// A percentage, with or without the percent sign.
 void readPercent(OptionReader& reader, const char* option, std::optional<double>& value)
 {
     if (!reader.has(option))

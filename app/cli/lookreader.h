@@ -11,7 +11,7 @@ namespace tov::app {
 
 class OptionReader;
 
-/// What is behind the model.
+/// The background of a picture or video.
 struct Background
 {
     enum class Kind
@@ -41,7 +41,7 @@ struct LookRequest
     std::optional<int> samples; ///< per pixel, 0 = off
 };
 
-/// Reads the options of the look; what is wrong with them is noted in `reader`. Opens no file. Thread: any.
+/// Reads the options of the look; errors are kept in `reader`. Opens no file. Thread: any.
 void readLook(OptionReader& reader, LookRequest& look);
 
 } // namespace tov::app

@@ -11,7 +11,7 @@ class OptionReader;
 /// What moves in a video, or the moment of an animation that a picture shows.
 struct MotionRequest
 {
-    /// What moves the camera, or everything that a file says.
+    /// The motion of the camera, or of everything that a trajectory file moves.
     enum class Kind
     {
         None,
@@ -37,7 +37,7 @@ struct MotionRequest
 /// True when the model turns about its upright axis all the way round, so that the view has to fit every side.
 bool turnsUpright(const MotionRequest& motion);
 
-/// Reads the options of a motion; what is wrong with them is noted in `reader`. Thread: any.
+/// Reads the options of a motion; errors are kept in `reader`. Thread: any.
 void readMotion(OptionReader& reader, MotionRequest& motion);
 /// Reads the options of a picture of an animation.
 void readStill(OptionReader& reader, MotionRequest& motion);

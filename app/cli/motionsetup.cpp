@@ -119,7 +119,7 @@ bool selectTurntable(const MotionRequest& motion, const ViewRequest& view, doubl
     options.swing = motion.swing;
     options.axis = axisOf(motion.axis);
     options.ease = motion.isEased ? Ease::InOut : Ease::None;
-    // Whoever zooms in wants to see a part.
+    // A view that was zoomed in shows a part of the model on purpose.
     options.keepInView = view.zoom <= 1;
     return TrajectoryHandler::getInstance()->selectTurntable(options, error);
 }

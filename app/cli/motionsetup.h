@@ -11,7 +11,7 @@ namespace tov::app {
 struct MotionRequest;
 struct ViewRequest;
 
-// How a motion reaches the scene. The panel is the active one and shows the view. On failure false with one line in
+// Applies a motion to the scene. The panel is the active one and shows the view. On failure false with one line in
 // `error`. Thread: application.
 
 /// Moves the camera of a standard view back so that the animation of the request stays in the picture. Leaves the scene

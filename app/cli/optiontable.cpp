@@ -121,7 +121,7 @@ const OptionSpec Options[] = {
     {"turns", 0, Required, "X", "video run", MotionGroup,
      QT_TRANSLATE_NOOP("CommandLine", "turns of the turntable (default 1)")},
     {"swing", 0, Required, "DEGREES", "video run", MotionGroup,
-     QT_TRANSLATE_NOOP("CommandLine", "swing to and fro by that angle instead of turning")},
+     QT_TRANSLATE_NOOP("CommandLine", "swing back and forth by that angle instead of turning")},
     {"axis", 0, Required, "AXIS", "video run", MotionGroup,
      QT_TRANSLATE_NOOP("CommandLine", "of the turntable: up x y z or X,Y,Z (default up)"), "up x y z"},
     {"ease", 0, None, "", "video run", MotionGroup,

@@ -50,7 +50,7 @@ public:
 
     /// True once SIGINT, SIGTERM or SIGHUP was received.
     bool wasInterrupted() const { return m_Interrupts > 0; }
-    /// For work that cannot be stopped softly (pictures): the first interrupt ends the process.
+    /// For work that cannot be stopped in between (pictures): the first interrupt ends the process.
     void leaveAtFirstInterrupt() { m_LeavesAtOnce = true; }
 
     Startup& getStartup() { return m_Startup; }

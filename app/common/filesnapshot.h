@@ -14,7 +14,7 @@ bool checkOutputFolder(const QString& fileName, QString* error);
 class FileSnapshot
 {
 public:
-    /// Of no file.
+    /// The state of a file that does not exist.
     FileSnapshot() = default;
     explicit FileSnapshot(const QString& fileName);
     /// True when there is a regular file now that is new or has been written to. False as well when the folder has

@@ -29,7 +29,7 @@ QString fileNameOf(const CommandRun& run)
 
 } // namespace
 
-/// Passes on what shows that a recording is lost, from the logging thread.
+/// Passes on the records that show that a recording is lost, from the logging thread.
 class RunWatcher::LossSink : public tov::log::LogSink
 {
 public:

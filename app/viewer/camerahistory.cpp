@@ -53,7 +53,7 @@ void CameraHistory::settle(ScenePanel* view)
     const Camera now = view->getCamera();
     if (isSame(now, history.states[history.current]))
         return;
-    // A new movement ends what could be redone.
+    // A new movement clears the movements that could be redone.
     history.states.resize(history.current + 1);
     history.states.push_back(now);
     if (history.states.size() > MaxStates)

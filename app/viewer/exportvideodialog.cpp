@@ -68,7 +68,7 @@ void ExportVideoDialog::createFields()
     if (positions > 0)
         mp_Motion->addItem(tr("The open trajectory, %n positions", nullptr, int(positions)),
                            int(VideoRequest::Motion::Trajectory));
-    mp_Motion->addItem(tr("The view as I move it, until I stop"), int(VideoRequest::Motion::Free));
+    mp_Motion->addItem(tr("The view as you move it, until you stop"), int(VideoRequest::Motion::Free));
     connect(mp_Motion, QOverload<int>::of(&QComboBox::currentIndexChanged), this, &ExportVideoDialog::validate);
     mp_Seconds = new QDoubleSpinBox(this);
     mp_Seconds->setObjectName(QStringLiteral("Seconds"));

@@ -407,7 +407,7 @@ void MainWindow::dropEvent(QDropEvent* event)
         if (url.isLocalFile())
             files << url.toLocalFile();
     if (files.isEmpty()) {
-        warn(tr("Only files of this computer can be opened."));
+        warn(tr("Only local files can be opened."));
         return;
     }
     event->acceptProposedAction();

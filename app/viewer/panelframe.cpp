@@ -30,7 +30,7 @@ public:
 
     double aspect = 0;
 
-    /// The part of the panel that a shape of this aspect holds: as high as the panel.
+    /// The part of the panel that a picture of this aspect contains; it has the height of the panel.
     QRect area() const
     {
         if (!(aspect > 0))

@@ -24,7 +24,7 @@ using tov::main::ParameterPanel;
 
 struct ParameterField
 {
-    AbstractParameter* parameter = nullptr; ///< the command's
+    AbstractParameter* parameter = nullptr; ///< owned by the command
     std::unique_ptr<ParameterPanel> panel;
     QLabel* message = nullptr; ///< child of the dialog
 };

@@ -33,13 +33,13 @@ struct VideoFormat
 {
     QString name;
     QString ending;  ///< without a dot
-    bool hasBitRate; ///< the bit rate setting counts
+    bool hasBitRate; ///< uses the bit rate setting
     bool hasTransparency;
 };
 
 /// The presets whose encoders are installed. Thread: application.
 std::vector<VideoFormat> videoFormats();
-/// Frames that a request records; 0 when only its end will tell.
+/// Frames that a request records; 0 when that is not known in advance.
 int frameCount(const VideoRequest& request);
 
 /// Stores rate and bit rate as settings, prepares the motion and starts the recording of the active view. False, with

@@ -114,7 +114,7 @@ public:
         try {
             Overseer::getInstance()->transmitWorker(mp_Restoring);
         } catch (const std::bad_alloc&) {
-            // Not even memory for an entry in the queue. The cursor is the least problem then.
+            // There is no memory for an entry in the queue, so the cursor stays.
         }
     }
 
@@ -260,7 +260,7 @@ bool renderTiles(QImage& target, const TileGrid& grid, SceneDrawer& drawer, tov:
 {
     const char* const function = "saveImage";
     for (qint64 i = 0; i < grid.count(); ++i) {
-        // Before the tile is drawn, so the dialog never shows 100. Whoever shows the value may also replace the image.
+        // Before the tile is drawn, so the dialog never shows 100. The receiver of the value may replace the image.
         showProgress(grid.progressAt(i));
         const Tile tile = grid.at(i);
         QOpenGLFramebufferObject& framebuffer = offscreen.framebuffer(tile.width, tile.height);

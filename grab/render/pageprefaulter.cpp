@@ -17,7 +17,7 @@ PagePrefaulter::PagePrefaulter()
     try {
         m_Thread = std::thread([this] { work(); });
     } catch (const std::exception&) {
-        // No thread or no memory for one: the class works without.
+        // Without a thread the page faults happen when the frame is written.
     }
 }
 

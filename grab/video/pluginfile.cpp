@@ -38,7 +38,7 @@ QString findIncompletePart(QIODevice& file)
         return QStringLiteral("invalid ELF header");
     if (header.e_type != ET_DYN || header.e_phentsize != sizeof(Elf64_Phdr))
         return QStringLiteral("not a shared library");
-    // The section table is at the end of the file, so it is what a short file lacks first.
+    // The section table is at the end of the file, so any truncation affects it.
     bool complete =
         (header.e_shnum == 0 || isInside(file, header.e_shoff, quint64(header.e_shnum) * header.e_shentsize)) &&
         isInside(file, header.e_phoff, quint64(header.e_phnum) * sizeof(Elf64_Phdr));

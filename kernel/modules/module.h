@@ -57,7 +57,7 @@ protected:
     GUIDescriptions m_GUIDescriptions;
 
 private:
-    InformationObject* mp_Information; ///< the factory's
+    InformationObject* mp_Information; ///< owned by the factory
     std::vector<Command*> m_Commands;  ///< owned
 };
 

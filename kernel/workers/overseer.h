@@ -12,8 +12,8 @@ namespace tov::main {
 class CommandProcessor;
 class Worker;
 
-/// The host's centre: the application thread, its queue of workers, and the command processor. It works from the first
-/// `getInstance` (which must be on the application thread, after the QCoreApplication was created) until
+/// The centre of the host: the application thread, its queue of workers, and the command processor. It works from the
+/// first `getInstance` (which must be on the application thread, after the QCoreApplication was created) until
 /// `destroyInstance`. The object itself is never destroyed; afterwards it drops all workers.
 class TOV_EXPORT Overseer
 {

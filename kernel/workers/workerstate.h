@@ -11,7 +11,7 @@ struct WorkerState
 {
     bool creatorKeepsOwnership = false;
     bool waited = false;
-    std::atomic<int> references{1}; ///< the queue's (or creator's), and the waiter's
+    std::atomic<int> references{1}; ///< one of the queue or the creator, one of the waiter
     std::mutex mutex;
     std::condition_variable changed;
     bool finished = false;  ///< guarded by mutex

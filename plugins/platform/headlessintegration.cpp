@@ -70,7 +70,7 @@ EGLDisplay deviceDisplay(PFNEGLGETPLATFORMDISPLAYEXTPROC getDisplay, const char*
     if (!queryDevices(count, devices.data(), &count))
         return EGL_NO_DISPLAY;
     for (EGLint i = 0; i < count; ++i) {
-        // Software rendering belongs to the other platform.
+        // The surfaceless platform is used for software rendering.
         if (hasExtension(queryString(devices[std::size_t(i)], EGL_EXTENSIONS), "EGL_MESA_device_software"))
             continue;
         const EGLDisplay display = getDisplay(EGL_PLATFORM_DEVICE_EXT, devices[std::size_t(i)], nullptr);

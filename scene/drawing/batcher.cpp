@@ -81,7 +81,7 @@ bool isBakeable(const Material& material)
            std::all_of(material.baseColor.begin(), material.baseColor.begin() + 3, isShare);
 }
 
-/// All that counts of such a material but its colour.
+/// The properties of such a material, except its colour.
 std::array<float, 10> numbersOf(const Material& material)
 {
     return {material.metallic,           material.roughness,   material.emissive[0],        material.emissive[1],
@@ -150,7 +150,7 @@ Batcher::Key Batcher::keyOf(const GeometryElement& element)
                  element.getTangents().empty()};
     const Material& material = *element.getMaterial();
     const auto numbers = numbersOf(material);
-    // What is not a number has no order.
+    // NaN has no order.
     const bool areNumbers =
         std::all_of(numbers.begin(), numbers.end(), [](float value) { return std::isfinite(value); });
     if (isBakeable(material) && areNumbers)

@@ -268,7 +268,7 @@ public:
                 .arg(fileName, QString::number(m_Width), QString::number(m_Height));
         // The decoder does not notice where the data ends.
         if (!isWhole(bytes, m_Width, m_Height))
-            return QObject::tr("'%1' is cut off").arg(fileName);
+            return QObject::tr("'%1' is truncated").arg(fileName);
         m_Pixels.reset(stbi_loadf_from_memory(data, bytes.size(), &m_Width, &m_Height, &channels, 3));
         return m_Pixels ? QString() : QObject::tr("'%1' is damaged").arg(fileName);
     }

@@ -54,7 +54,7 @@ void copyColumns(const Matrix4& from, float (&to)[Columns][Rows])
             to[c][r] = float(from(r, c));
 }
 
-/// A number of a material that may be anything.
+/// A number of a material, which files may set to any value.
 float limited(float value, float low, float high, float otherwise)
 {
     return std::isfinite(value) ? std::clamp(value, low, high) : otherwise;

@@ -74,9 +74,9 @@ public:
     /// `lineOffset` moves lines towards the eye by that share of the depth range. `layers`: mask of `Layer`;
     /// `primitives`: mask of `Primitive`. Elements are culled chunk by chunk against the current frustum. Needs
     /// OpenGL 3.0 with GL_ARB_uniform_buffer_object and GL_ARB_sampler_objects. Light and materials are those of
-    /// `SceneLook`; without GL_LIGHTING the base colours are drawn. Alpha is blended apart (ONE, ONE_MINUS_SRC_ALPHA),
-    /// so that glass over a solid stays opaque. Without memory it leaves GL_OUT_OF_MEMORY behind. The caller must keep
-    /// the scene from changing. Thread: the current context's.
+    /// `SceneLook`; without GL_LIGHTING the base colours are drawn. Alpha is blended separately (ONE,
+    /// ONE_MINUS_SRC_ALPHA), so that glass over a solid stays opaque. Without memory it leaves GL_OUT_OF_MEMORY behind.
+    /// The caller must keep the scene from changing. Thread: the current context's.
     void glDraw(SceneElement* root, SceneElement* second, const tov::math::Matrix<double, 4u, 4u>& transform,
                 double lineOffset, int layers, int primitives);
 

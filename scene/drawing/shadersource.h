@@ -27,7 +27,7 @@ enum ShaderFeature : unsigned int
     ShaderRoundPoints = 1u << 16,
     ShaderCoverage = 1u << 17, ///< edges of masks and points become coverage of samples
     ShaderSeenSide = 1u << 18, ///< with `ShaderTwoSided`: by the triangle as it is seen, not by its winding
-    ShaderAlpha = 1u << 19,    ///< the alpha of texture and vertices counts
+    ShaderAlpha = 1u << 19,    ///< uses the alpha of texture and vertices
 };
 
 /// Vertex attributes, by location.

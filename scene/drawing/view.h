@@ -19,7 +19,7 @@ struct View
     tov::math::Matrix4 eye;
     bool isParallel = false;
     int viewport[4] = {};
-    /// Of the whole picture in pixels, of which the viewport may be a tile: the projection of a tile is narrower.
+    /// Height in pixels of the whole picture. The viewport may be a tile of it: the projection of a tile is narrower.
     double pictureHeight = 0;
 
     /// The clip matrix for a viewport that is larger by `margin` pixels on every side.

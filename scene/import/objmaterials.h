@@ -22,7 +22,7 @@ public:
     void use(const QString& name);
     /// Decodes the textures of the materials that are used.
     void convert(const ReadSource& source, QStringList& warnings);
-    /// Null for materials that are not there. After `convert`.
+    /// Null for unknown materials. Call it after `convert`.
     std::shared_ptr<const Material> material(const QString& name) const;
 
 private:

@@ -11,7 +11,7 @@
 
 namespace tov::scene {
 
-/// What is wrong with a file. Does not leave this library.
+/// The problem of a file. Caught inside this library.
 struct ReadError : std::runtime_error
 {
     explicit ReadError(const QString& message) : std::runtime_error(message.toStdString()) {}
@@ -21,7 +21,7 @@ struct ReadError : std::runtime_error
 struct ReadCancelled
 {};
 
-/// A file in memory and who is informed about the progress.
+/// A file in memory and the receiver of progress reports.
 struct ReadSource
 {
     QString fileName;

@@ -188,7 +188,7 @@ std::vector<std::string> wordsOf(std::string_view line)
     return words;
 }
 
-/// Where a vertex property goes.
+/// The value that a vertex property sets.
 enum Slot
 {
     SlotX,

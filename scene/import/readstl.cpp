@@ -34,7 +34,7 @@ struct PositionHash
     }
 };
 
-/// Joins equal corners, so that smooth normals can be made: the format stores each triangle apart.
+/// Joins equal corners, so that smooth normals can be made: the format stores each triangle separately.
 class Welder
 {
 public:

@@ -126,12 +126,12 @@ TEST_F(CliTest, SettingsOfTheLocaleDoNotMatter)
               0);
 }
 
-TEST_F(CliTest, WithoutADisplayTheWindowSaysSo)
+TEST_F(CliTest, WithoutADisplayTheWindowReportsIt)
 {
     expectFailure(run({}), 1, "there is no display for a window");
 }
 
-TEST_F(CliTest, AFileThatIsNoSettingsIsLeftAlone)
+TEST_F(CliTest, AFileThatIsNotASettingsFileIsNotChanged)
 {
     const QByteArray notes = "what to do\nv 1 2 3\n", model = [] {
         QFile file(Cube);
@@ -156,7 +156,7 @@ TEST_F(CliTest, AFileThatIsNoSettingsIsLeftAlone)
     }
 }
 
-TEST_F(CliTest, ASizeBelowZeroCostsNoFile)
+TEST_F(CliTest, ANegativeSizeDestroysNoFile)
 {
     for (const char* text :
          {"grabvideo a.mkv -100 100 1", "grabvideo a.mkv 100 -100 1", "grabvideo a.mkv width=0 height=-5"}) {

@@ -27,7 +27,7 @@ const QStringList Small{"--size", "64x48"};
 
 } // namespace
 
-TEST_F(CliTest, ViewsAndModelsGiveAResultEach)
+TEST_F(CliTest, EachViewAndModelGivesAResult)
 {
     runWell(QStringList{"image", Cube, Bunny, "--each", "--view", "front,top", "-o", "{name}-{view}-{n}.png"} + Small);
     for (const char* name : {"cube-front-1.png", "cube-top-2.png", "bunny-front-3.png", "bunny-top-4.png"})
@@ -119,7 +119,7 @@ TEST_F(CliTest, StrictMakesWarningsFailures)
     EXPECT_TRUE(warnings[0]["text"].toString().startsWith("the trajectory moves nothing"));
 }
 
-TEST_F(CliTest, InfoTellsWhatAModelContains)
+TEST_F(CliTest, InfoListsWhatAModelContains)
 {
     write("two.obj", "o a\nv 0 0 0\nv 2 0 0\nv 0 3 0\nf 1 2 3\no b\nv 0 0 4\nv 2 0 4\nv 0 3 4\nf 4 5 6\nf 6 5 4\n");
     const QJsonObject info = events(runWell({"info", "two.obj", "--json"}), "result").value(0);

@@ -128,7 +128,7 @@ TEST_F(MotionTest, TheNextResultShowsTheModelAtRest)
     EXPECT_NE(QImage(path("moved.png")), rest);
 }
 
-TEST_F(MotionTest, TurntablesTurnAsTheyAreTold)
+TEST_F(MotionTest, TurntablesFollowTheirOptions)
 {
     const auto frames = record({Crane, "--turntable", "8"});
     ASSERT_EQ(frames.size(), 8u);
@@ -145,7 +145,7 @@ TEST_F(MotionTest, TurntablesTurnAsTheyAreTold)
     EXPECT_GT(largestDifference(eased[1], frames[1]), 50);
     EXPECT_LE(largestDifference(eased[4], frames[4]), 8) << "half the way at half the time";
     const auto swing = record({Crane, "--turntable", "8", "--swing", "60"});
-    EXPECT_LE(largestDifference(swing[1], swing[3]), 8) << "to and fro";
+    EXPECT_LE(largestDifference(swing[1], swing[3]), 8) << "back and forth";
     EXPECT_GT(largestDifference(swing[2], swing[6]), 50);
 }
 
@@ -170,7 +170,7 @@ TEST_F(MotionTest, FilesOfPosesPlayInTheirOwnTime)
     EXPECT_EQ(record({Crane, "--trajectory", "late.tum", "--every-position"}).size(), 4u);
 }
 
-TEST_F(MotionTest, VideosHaveTheBackgroundThatWasAskedFor)
+TEST_F(MotionTest, VideosHaveTheRequestedBackground)
 {
     runWell(QStringList{"video", "-q", Arm, "-o", "b.hq.mp4", "--turntable", "2", "--background", "#c08040"} + Small);
     QProcess process;

@@ -149,7 +149,7 @@ TEST_F(CliTest, ATransformIsUsedAsItIs)
     EXPECT_NE(QImage(path("a.png")), behind);
 }
 
-TEST_F(CliTest, ASmallPictureThatTheDiskDidNotTakeIsNone)
+TEST_F(CliTest, ASmallPictureThatWasNotWrittenIsAFailure)
 {
     // It fits into a buffer, so that the writer reports success.
     for (const QByteArray& verb : {QByteArray("image ") + Bunny.toUtf8() + " -o a.bmp --width 16",

@@ -87,7 +87,7 @@ TEST_F(CliTest, AVideoSteppedAlongATurntable)
     EXPECT_FALSE(settings.contains(QStringLiteral("settings/grabvideofps"))) << "the rates of one call are not kept";
 }
 
-TEST_F(CliTest, AFastGifLeavesFramesOutAndSaysSo)
+TEST_F(CliTest, AFastGifLeavesFramesOutAndReportsIt)
 {
     const Result result = run({"video", Cube, "-o", "a.gif", "--size", "64x48", "--turntable", "12", "--fps", "60"});
     EXPECT_EQ(result.status, 0);

@@ -125,7 +125,7 @@ TEST(Options, OptionalValuesAreTakenOnlyWhereTheyFit)
     EXPECT_EQ(optionsOf({"video", "--animation=walk", "a.obj"}).value("animation"), "walk");
 }
 
-TEST(Requests, WhatIsWrongIsOneLineWithTheValue)
+TEST(Requests, ErrorsAreOneLineWithTheValue)
 {
     const QStringList image{"image", "a.obj", "-o", "a.png"}, video{"video", "a.obj", "-o", "a.mp4"};
     const std::pair<QStringList, const char*> rows[] = {

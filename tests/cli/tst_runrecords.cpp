@@ -50,7 +50,7 @@ LogRecord record(const char* file, const char* function, int level = LevelError)
 
 } // namespace
 
-TEST(RunRecords, LostRecordingsAreLoggedWhereTheyAreLookedFor)
+TEST(RunRecords, LostRecordingsAreLoggedAsTheProgramExpects)
 {
     const struct
     {
@@ -71,7 +71,7 @@ TEST(RunRecords, LostRecordingsAreLoggedWhereTheyAreLookedFor)
     }
 }
 
-TEST(RunRecords, EncodersLogUnderTheFolderThatIsLookedFor)
+TEST(RunRecords, EncodersLogUnderTheExpectedFolder)
 {
     const QRegularExpression form(QStringLiteral("SourceFile = \"plugins/video/"));
     for (const char* file : {"plugins/video/coders/ffmpegcoder.cpp", "plugins/video/coders/framescoder.cpp",

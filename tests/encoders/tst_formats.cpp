@@ -869,7 +869,7 @@ TEST_F(FormatTest, DISABLED_FeedASmallDisk)
     EXPECT_EQ(errors, 1) << log.text();
 }
 
-TEST_F(FormatTest, OnASmallDiskWhatFitsPlaysAndOneRecordTells)
+TEST_F(FormatTest, OnASmallDiskWhatFitsPlaysAndOneErrorIsLogged)
 {
     QProcess allowed;
     allowed.start(QStringLiteral("unshare"), {"-rm", "true"});

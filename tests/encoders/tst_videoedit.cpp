@@ -229,7 +229,7 @@ TEST_F(VideoEdit, AStallInTheMiddleStaysWhereItWas)
     }
 }
 
-TEST_F(VideoEdit, TimesThatCannotBeAreRefusedAndTheFileStays)
+TEST_F(VideoEdit, ImpossibleTimesAreRefusedAndTheFileStays)
 {
     const QString file = path(QStringLiteral("a.mp4"));
     const QString gif = path(QStringLiteral("a.gif"));
@@ -269,7 +269,7 @@ TEST_F(VideoEdit, TimesThatCannotBeAreRefusedAndTheFileStays)
     EXPECT_EQ(decoded(file), before);
 }
 
-TEST_F(VideoEdit, JoinedPartsAreWhatTheyWereApart)
+TEST_F(VideoEdit, JoinedPartsEqualTheSeparateParts)
 {
     const int counts[] = {1, 26, 11};
     for (const char* suffix : Suffixes) {

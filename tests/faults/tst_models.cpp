@@ -423,7 +423,7 @@ TEST_F(ModelFaults, HugeCounts)
     print("counts");
 }
 
-TEST_F(ModelFaults, NumbersThatAreNone)
+TEST_F(ModelFaults, TextsThatAreNotNumbers)
 {
     const auto at = [](QByteArray bytes, const QByteArray& old, const QByteArray& value) {
         const int place = bytes.indexOf(old);
@@ -570,7 +570,7 @@ TEST_F(ModelFaults, MaterialsCutAtEvery64thByte)
     print("materials");
 }
 
-TEST_F(ModelFaults, ReaderIsLockedIn)
+TEST_F(ModelFaults, TheReaderIsSandboxed)
 {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
     GTEST_SKIP() << "sanitizers need memory and calls of the system that the reader is denied otherwise";
@@ -677,7 +677,7 @@ TEST_F(ModelFaults, MaterialsComeFromTheModelsFolderOnly)
     EXPECT_EQ(colorOf(above.filePath(QStringLiteral("m.obj"))), QColor(0, 255, 0));
 }
 
-TEST_F(ModelFaults, AFileThatTakesTooLongIsGivenUp)
+TEST_F(ModelFaults, AFileThatTakesTooLongIsRefused)
 {
     qputenv("TOV_IMPORT_SECONDS", "1");
     // The import library cuts a polygon into triangles in a time that grows with the square of its corners.
@@ -774,7 +774,7 @@ TEST_F(ModelFaults, CutImagesInsideAModelCostOneWarning)
     }
 }
 
-TEST_F(ModelFaults, SkinsAndAnimationsThatLie)
+TEST_F(ModelFaults, SkinsAndAnimationsWithWrongReferences)
 {
     const QByteArray good = gltf("data:application/octet-stream;base64," + Triangle.toBase64());
     const auto with = [&](const QByteArray& nodes, const QByteArray& more) {
@@ -917,7 +917,7 @@ TEST_F(ModelFaults, AnimationsThatAreWrongCostOneWarning)
     EXPECT_EQ(cycle->getModelData()->warnings.size(), 2);
 }
 
-TEST_F(ModelFaults, ReadingApartCanBeStopped)
+TEST_F(ModelFaults, ReadingInTheImporterProcessCanBeStopped)
 {
     QString error;
     int calls = 0;

@@ -364,7 +364,7 @@ TEST_F(GrabVideoTest, AShortListIsARangeError)
     EXPECT_THROW(command.execute(), std::out_of_range);
 }
 
-TEST_F(GrabVideoTest, OtherParameterSetsAreLeftAlone)
+TEST_F(GrabVideoTest, OtherParameterSetsAreIgnored)
 {
     activePanel();
     GrabVideo command;

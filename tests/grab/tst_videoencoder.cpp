@@ -367,7 +367,7 @@ TEST_F(RegistryTest, LinksHiddenFilesAndSubdirectoriesAreSkipped)
     EXPECT_TRUE(log.records().empty()) << log.text();
 }
 
-TEST_F(RegistryTest, ExceptionsOfAPlugInAreFenced)
+TEST_F(RegistryTest, ExceptionsOfAPlugInAreCaught)
 {
     lay("throws");
     LogCapture log;

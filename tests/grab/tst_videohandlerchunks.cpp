@@ -74,7 +74,7 @@ TEST_F(VideoChunks, TheDefaultsHandOverAfter41FramesOf640x480)
     EXPECT_EQ(chunks[1].size, 2 * 1228800);
 }
 
-TEST_F(VideoChunks, ALimitBelowAFrameGivesAFrameAChunk)
+TEST_F(VideoChunks, ALimitBelowAFrameGivesOneFramePerChunk)
 {
     setChunks(1, true);
     const auto chunks = record(3, 640, 480);
@@ -93,7 +93,7 @@ TEST_F(VideoChunks, ALimitThatIsReachedExactlyIsFull)
     EXPECT_EQ(chunks[1].size, 1000000);
 }
 
-TEST_F(VideoChunks, ALimitOfZeroGivesAnEmptyChunkThenAFrameAChunk)
+TEST_F(VideoChunks, ALimitOfZeroGivesAnEmptyChunkThenOneFramePerChunk)
 {
     setChunks(0, true);
     const auto chunks = record(3, 32, 16);

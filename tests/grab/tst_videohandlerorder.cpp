@@ -270,7 +270,7 @@ TEST_F(VideoOrder, AFatalErrorOfAFrameDropsThatFrame)
     EXPECT_EQ(m_Log.withMessage(QStringLiteral("Picture couldn't be grabbed by FBO")).size(), 1u) << m_Log.text();
 }
 
-TEST_F(VideoOrder, AnotherThreadMayAskWhetherItRecords)
+TEST_F(VideoOrder, AnotherThreadMayQueryWhetherItRecords)
 {
     VideoHandler handler;
     ASSERT_TRUE(handler.startGrabbing(file("asked.raw"), 32, 16, newPanel()));

@@ -156,7 +156,7 @@ TEST_F(Png, QualityAndCompressionAreUnderstood)
     EXPECT_EQ(sizeWith([](QImageWriter& w) { w.setCompression(9); }), smallest);
 }
 
-TEST_F(Png, ADeviceThatTakesNoMoreIsAFailure)
+TEST_F(Png, AFullDeviceIsAFailure)
 {
     const QImage image = drawing(800, 600);
     EXPECT_FALSE(image.save(QStringLiteral("/dev/full"), "png"));
@@ -174,7 +174,7 @@ TEST_F(Png, ADeviceThatTakesNoMoreIsAFailure)
     EXPECT_FALSE(QImage().save(path("null.png")));
 }
 
-TEST_F(Png, ReadingIsStillQts)
+TEST_F(Png, ReadingIsLeftToQt)
 {
     const QString file = path("r.png");
     ASSERT_TRUE(drawing(50, 40).save(file));

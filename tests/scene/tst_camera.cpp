@@ -310,7 +310,7 @@ TEST(Camera, RaysGoThroughWhatTheyPointAt)
     EXPECT_FALSE(rayThrough(Matrix4(), 0, 0, 1));
 }
 
-TEST(Camera, CamerasOfFilesStandWhereTheirElementDoes)
+TEST(Camera, CamerasOfFilesAreAtTheirElement)
 {
     SceneElement root(QStringLiteral("root"));
     auto* arm = new SceneElement(QStringLiteral("arm"));

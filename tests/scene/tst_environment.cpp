@@ -71,8 +71,8 @@ TEST_F(EnvironmentTest, APictureThatIsCutAnywhereIsRefused)
 {
     const QByteArray whole = coded(64, 32);
     for (const int missing : {1, 7, 12, 13, 200})
-        EXPECT_EQ(problemOf(whole.left(whole.size() - missing)), QStringLiteral("'FILE' is cut off")) << missing;
-    EXPECT_EQ(problemOf(header(4, 2) + QByteArray(4 * 4 * 2 - 1, char(128))), QStringLiteral("'FILE' is cut off"));
+        EXPECT_EQ(problemOf(whole.left(whole.size() - missing)), QStringLiteral("'FILE' is truncated")) << missing;
+    EXPECT_EQ(problemOf(header(4, 2) + QByteArray(4 * 4 * 2 - 1, char(128))), QStringLiteral("'FILE' is truncated"));
 }
 
 TEST_F(EnvironmentTest, SizesOutOfRangeAreRefused)

@@ -159,7 +159,7 @@ TEST_F(ImportTest, PlyInEveryEncoding)
     EXPECT_EQ(cloud.kind, Geometry::Kind::Points);
 }
 
-TEST_F(ImportTest, PlyPromisesAreHeldAgainstTheFile)
+TEST_F(ImportTest, PlyHeadersAreCheckedAgainstTheFile)
 {
     const QByteArray start = "ply\nformat binary_little_endian 1.0\n";
     const QByteArray xyz = "property float x\nproperty float y\nproperty float z\n";

@@ -102,7 +102,7 @@ Material materialOf(float metallic, float roughness, const std::array<float, 4>&
 
 } // namespace
 
-TEST_F(MaterialTest, SpheresAreAsTheModelHasThem)
+TEST_F(MaterialTest, SpheresMatchTheModel)
 {
     setLight(SceneLook::Light::Studio);
     const std::array<float, 4> colors[] = {{1, 1, 1, 1}, {0.8f, 0.1f, 0.05f, 1}, {0.02f, 0.02f, 0.03f, 1}};
@@ -116,7 +116,7 @@ TEST_F(MaterialTest, SpheresAreAsTheModelHasThem)
             }
 }
 
-TEST_F(MaterialTest, EmissiveAndRefractionAreAsTheModelHasThem)
+TEST_F(MaterialTest, EmissiveAndRefractionMatchTheModel)
 {
     setLight(SceneLook::Light::Studio);
     Material material = materialOf(0, 0.2f, {0.1f, 0.2f, 0.3f, 1});
@@ -126,7 +126,7 @@ TEST_F(MaterialTest, EmissiveAndRefractionAreAsTheModelHasThem)
     EXPECT_LT(sphereDifference(image, modelOf(material)), 1.0);
 }
 
-TEST_F(MaterialTest, ClearcoatIsAsTheModelHasIt)
+TEST_F(MaterialTest, ClearcoatMatchesTheModel)
 {
     setLight(SceneLook::Light::Studio);
     for (const float coat : {0.5f, 1.0f})
@@ -358,7 +358,7 @@ TEST_F(MaterialTest, MirroredElementsAreLitAsTheyStand)
     }
 }
 
-TEST_F(MaterialTest, NumbersThatAreNoneDoNoHarm)
+TEST_F(MaterialTest, NonFiniteNumbersDoNoHarm)
 {
     const float odd[] = {std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::infinity(),
                          -std::numeric_limits<float>::infinity(), -1e30f, 1e30f};
@@ -378,7 +378,7 @@ TEST_F(MaterialTest, NumbersThatAreNoneDoNoHarm)
     }
 }
 
-TEST_F(MaterialTest, TwoPicturesAreTheSameBits)
+TEST_F(MaterialTest, TwoPicturesAreIdentical)
 {
     setLight(SceneLook::Light::Studio);
     const Material material = materialOf(0.7f, 0.35f, {0.5f, 0.6f, 0.7f, 1});

@@ -94,7 +94,7 @@ std::vector<int> orderOfTurns(Lock& lock)
 
 } // namespace
 
-TEST(Locks, ServeInTheOrderOfAsking)
+TEST(Locks, ServeInTheOrderOfRequests)
 {
     const std::vector<int> fair{0, 1, 2, 3, 4, 5, 6, 7, 8};
     TicketLock lock;
@@ -234,7 +234,7 @@ TEST_F(SceneTest, CullingChangesNothing)
     EXPECT_EQ(covered(drawn(64, 64, -0.5, 0.5, -0.5, 0.5, at(-1.5))), 0) << "behind the eye";
 }
 
-TEST_F(SceneTest, LayersPrimitivesAndVisibilityAreObeyed)
+TEST_F(SceneTest, LayersPrimitivesAndVisibilityAreRespected)
 {
     scene->setRootNode(grid(4));
     EXPECT_GT(covered(drawn(64, 64, -0.5, 0.5, -0.5, 0.5, at(1.5), 3, 7)), 0);
@@ -248,7 +248,7 @@ TEST_F(SceneTest, LayersPrimitivesAndVisibilityAreObeyed)
     EXPECT_EQ(covered(drawn(64, 64, -0.5, 0.5, -0.5, 0.5, at(1.5), 3, 7)), plain) << "pictures show no selection";
 }
 
-TEST_F(SceneTest, DrawingPutsTheStateBack)
+TEST_F(SceneTest, DrawingRestoresTheState)
 {
     scene->setRootNode(grid(4));
     drawn(64, 64, -0.5, 0.5, -0.5, 0.5, at(1.5), 65535, 7, [] {
@@ -329,7 +329,7 @@ TEST_F(SceneTest, MultisamplingSoftensEdgesOnly)
     EXPECT_EQ(soft.pixel(32, 32), hard.pixel(32, 32));
 }
 
-TEST_F(SceneTest, PanelsDieInOneWay)
+TEST_F(SceneTest, PanelsAnnounceTheirEndOnceAndComplete)
 {
     auto* viewer = Viewer::getInstance();
     auto* first = new ScenePanel;

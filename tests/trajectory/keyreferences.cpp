@@ -1,4 +1,4 @@
-// Poses of formats that store one pose a key.
+// Poses of formats that store one pose per key.
 
 #include "tests/trajectory/posereference.h"
 

@@ -141,7 +141,7 @@ TEST_F(TrajectoryTest, WithoutACarrierThePositionStillMoves)
     EXPECT_EQ(info->getPosition(), 1u);
 }
 
-TEST_F(TrajectoryTest, AShorterPathCutsThePosition)
+TEST_F(TrajectoryTest, AShorterPathLimitsThePosition)
 {
     auto* info = handler()->getTrajectoryInfo();
     info->setPoints({{1, 2, 3}, {4, 5, 6}, {7, 8, 9}});
@@ -185,7 +185,7 @@ TEST_F(TrajectoryTest, TheAdvancedTrajectoryMovesNamedElementsAndFollowingPanels
     EXPECT_NEAR(view(3, 3), 1, 1e-12);
 }
 
-TEST_F(TrajectoryTest, ACameraWithoutAnInverseIsLeftAside)
+TEST_F(TrajectoryTest, ACameraWithoutAnInverseIsIgnored)
 {
     auto* panel = newPanel();
     const Matrix4 before = panel->getScaledTransformMatrix();

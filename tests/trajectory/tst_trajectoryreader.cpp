@@ -52,7 +52,7 @@ bool startsWith(const std::string& text, const char* beginning)
 
 } // namespace
 
-TEST(TrajectoryReader, CsvHoldsAPointALine)
+TEST(TrajectoryReader, CsvHasOnePointPerLine)
 {
     const std::vector<Point> expected{{1, 2, 3}, {-4.5, 0, 1e3}};
     EXPECT_EQ(csv("1,2,3\n-4.5,0,1e3\n"), expected);
@@ -91,7 +91,7 @@ TEST(TrajectoryReader, AFileWithoutPointsIsRefused)
     EXPECT_FALSE(tumError("# nothing\n").empty());
 }
 
-TEST(TrajectoryReader, ErrorsMayBeLeftAside)
+TEST(TrajectoryReader, ErrorsMayBeIgnored)
 {
     std::vector<Point> points;
     MatrixMapList list;
@@ -101,7 +101,7 @@ TEST(TrajectoryReader, ErrorsMayBeLeftAside)
     EXPECT_FALSE(TrajectoryReader::readJson("[1]", list, nullptr));
 }
 
-TEST(TrajectoryReader, TumHoldsACameraPoseALine)
+TEST(TrajectoryReader, TumHasOneCameraPosePerLine)
 {
     MatrixMapList list;
     QString error;
@@ -189,7 +189,7 @@ TEST(TrajectoryReader, DeepNestingIsRefused)
     EXPECT_FALSE(jsonError(QByteArray("[") + QByteArray(100000, '[') + QByteArray(100000, ']') + "]").empty());
 }
 
-TEST(TrajectoryReader, RubbishIsRefusedOrReadButNeverHarms)
+TEST(TrajectoryReader, RandomBytesAreRefusedOrReadWithoutHarm)
 {
     std::mt19937 random(7u);
     const QByteArray seeds[3] = {"x,y,z\n1,2,3\n4,5,6\n7.5,-8,9e2\n", "0 1 2 3 0 0 0 1\n1 2 3 4 0 0 1 0\n",
@@ -269,7 +269,7 @@ TEST(TrajectoryReader, FilesCutAtEvery64thByteAreReadOrRefused)
         judge(2, TrajectoryReader::readJson(jsonFile.left(size), list, &error), error);
         EXPECT_TRUE(finite(list));
     }
-    EXPECT_EQ(read[2], 0) << "a list without its end is none";
+    EXPECT_EQ(read[2], 0) << "a truncated list is refused";
     // A truncated line may still be valid if only its last number is truncated.
     EXPECT_GE(read[0], 1);
     EXPECT_GE(read[1], 3);

@@ -63,7 +63,7 @@ bool wait(const std::function<bool()>& condition, int limitMs = 30000)
     clock.start();
     while (!condition()) {
         if (clock.elapsed() > limitMs) {
-            std::fputs("waited in vain\n", stderr);
+            std::fputs("timed out\n", stderr);
             failed = true;
             return false;
         }

@@ -237,7 +237,7 @@ TEST_F(WindowCommands, AMissingFolderIsReportedBeforeTheStart)
     EXPECT_TRUE(runs().empty());
 }
 
-TEST_F(WindowCommands, ConsoleMakesAPictureAndTellsMistakes)
+TEST_F(WindowCommands, ConsoleMakesAPictureAndReportsMistakes)
 {
     openSample();
     auto* line = window().getConsole()->getCommandLine();
@@ -427,7 +427,7 @@ TEST_F(WindowCommands, TheCompletionListDoesNotCoverTheLine)
     EXPECT_FALSE(list->isVisible());
 }
 
-TEST_F(WindowCommands, InformationLeavesByItselfAndWarningsStay)
+TEST_F(WindowCommands, InformationDisappearsByItselfAndWarningsStay)
 {
     auto* notices = window().getNotices();
     notices->setLifetime(20);

@@ -135,7 +135,7 @@ TEST_F(WindowDialogs, PreferencesHoldTheSettingsCommands)
     });
 }
 
-TEST_F(WindowDialogs, SplashShowsWhatModulesSay)
+TEST_F(WindowDialogs, SplashShowsTheModulesMessages)
 {
     tov::viewer::Splash splash;
     splash.show();

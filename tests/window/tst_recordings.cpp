@@ -79,7 +79,7 @@ TEST_F(WindowRecordings, StopButtonEndsARecordingThatThenPlays)
     EXPECT_FALSE(window().getRuns()->isVisible());
 }
 
-TEST_F(WindowRecordings, RoomAndWhatWaitsForTheEncoderAreShown)
+TEST_F(WindowRecordings, FreeSpaceAndPendingFramesAreShown)
 {
     openSample();
     for (const bool memory : {false, true}) {
@@ -161,7 +161,7 @@ TEST_F(WindowRecordings, AViewThatIsRecordedClosesOnlyAfterAQuestion)
     EXPECT_GT(countFrames(file("asked.mp4")), 5) << "what was captured is kept";
 }
 
-TEST_F(WindowRecordings, FewerViewsAskForARecordedOneToo)
+TEST_F(WindowRecordings, ReducingTheViewsAsksAboutARecordedOneToo)
 {
     openSample();
     menuAction("View", "2 views")->trigger();

@@ -72,12 +72,12 @@ struct FFmpegCoder::Pipeline
     Owned<AVCodecContext> codec;
     Owned<SwsContext> scaler;
     Owned<AVFilterGraph> graph;
-    AVFilterContext* source = nullptr; ///< the graph's
-    AVFilterContext* sink = nullptr;   ///< the graph's
+    AVFilterContext* source = nullptr; ///< owned by the graph
+    AVFilterContext* sink = nullptr;   ///< owned by the graph
     Owned<AVFrame> frame;              ///< in the encoder's (or filter's) format
     Owned<AVFrame> filtered;
     Owned<AVPacket> packet;
-    AVStream* stream = nullptr; ///< the muxer's
+    AVStream* stream = nullptr; ///< owned by the muxer
     qint64 packets = 0;         ///< received from the codec so far
     qint64 firstDts = AV_NOPTS_VALUE;
 };

@@ -43,7 +43,7 @@ public:
 private:
     QFile m_File;
     qint64 m_Size = 0;
-    const uchar* mp_Data = nullptr; ///< the file's
+    const uchar* mp_Data = nullptr; ///< owned by the file
 };
 
 } // namespace tov::plugins::video

@@ -130,7 +130,7 @@ private:
 
     QString m_Name;
     AVFormatContext* mp_Context = nullptr;
-    AVStream* mp_Stream = nullptr; ///< the context's
+    AVStream* mp_Stream = nullptr; ///< owned by the context
 };
 
 /// Copies the packets of one file; its frames are shown from `ticks[first]` on.

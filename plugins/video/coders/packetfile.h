@@ -13,7 +13,7 @@ struct AVStream;
 
 namespace tov::plugins::video {
 
-/// What must be known of a file to write its packets again.
+/// The facts about a file that are needed to write its packets again.
 struct PacketIndex
 {
     std::vector<qint64> shown; ///< of the n-th packet: its position in display order
@@ -47,7 +47,7 @@ private:
     const bool* m_Stop;
     QString m_Name;
     AVFormatContext* mp_Context = nullptr;
-    AVStream* mp_Stream = nullptr; ///< the context's
+    AVStream* mp_Stream = nullptr; ///< owned by the context
 };
 
 /// `retimeFile` and `joinFiles` for formats that FFmpeg's muxers write; `muxer` is FFmpeg's name. They write `output`

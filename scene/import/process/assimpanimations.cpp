@@ -8,7 +8,7 @@ namespace tov::importer {
 
 namespace {
 
-/// For files that do not say: 3D Studio counts 30 frames a second, for others it is the library's own value.
+/// The default for files without a rate: 3D Studio has 30 frames per second; for others it is the library's own value.
 double defaultTicksPerSecond(const std::string& suffix)
 {
     return suffix == "3ds" ? 30 : 25;

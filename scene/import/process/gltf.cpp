@@ -110,7 +110,7 @@ void Reader::addTree(int root, bool isShown)
         const auto [index, parent] = open.back();
         open.pop_back();
         if (index < 0 || std::size_t(index) >= m_Model.nodes.size())
-            throw std::runtime_error("the node " + std::to_string(index) + " is not there");
+            throw std::runtime_error("the node " + std::to_string(index) + " does not exist");
         std::uint32_t& element = m_Nodes[std::size_t(index)];
         const tinygltf::Node& node = m_Model.nodes[std::size_t(index)];
         if (element != stream::None) {
@@ -159,7 +159,7 @@ std::uint32_t Reader::skin(int index)
     if (index < 0)
         return stream::None;
     if (std::size_t(index) >= m_Model.skins.size())
-        throw std::runtime_error("the skin " + std::to_string(index) + " is not there");
+        throw std::runtime_error("the skin " + std::to_string(index) + " does not exist");
     std::uint32_t& known = m_Skins[std::size_t(index)];
     if (known != stream::None)
         return known;
@@ -167,7 +167,7 @@ std::uint32_t Reader::skin(int index)
     std::vector<std::uint32_t> joints;
     for (const int joint : from.joints) {
         if (joint < 0 || std::size_t(joint) >= m_Nodes.size())
-            throw std::runtime_error("a joint of " + label("skin", index, from.name) + " is not there");
+            throw std::runtime_error("a joint of " + label("skin", index, from.name) + " does not exist");
         joints.push_back(m_Nodes[std::size_t(joint)]);
     }
     std::vector<double> inverseBind;

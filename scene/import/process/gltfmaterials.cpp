@@ -37,7 +37,7 @@ std::uint8_t minFilterOf(int filter)
     }
 }
 
-/// KHR_texture_transform: scale, then rotation against the clock as one sees the texture, then offset.
+/// KHR_texture_transform: scale, then counter-clockwise rotation of the texture, then offset.
 void applyTransform(const tinygltf::Value& extension, stream::TextureRecord& record)
 {
     const auto offset = numbersOf(extension, "offset", {0, 0}), scale = numbersOf(extension, "scale", {1, 1});

@@ -13,7 +13,7 @@
 
 namespace tov::importer {
 
-/// What is wrong with an image, in one line.
+/// The problem of an image, in one line.
 struct ImageError : std::runtime_error
 {
     using std::runtime_error::runtime_error;

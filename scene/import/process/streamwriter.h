@@ -76,7 +76,7 @@ public:
     void addCamera(stream::CameraRecord record, const std::string& name);
     /// Adds a light to the node that `record` names.
     void addLight(stream::LightRecord record, const std::string& name);
-    /// The first lines of a kind matter; after 100 warnings the rest is only counted.
+    /// A text is written once; after 100 warnings the rest is only counted.
     void addWarning(const std::string& text);
     /// Marks the stream as complete.
     void finish();

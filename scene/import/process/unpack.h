@@ -6,7 +6,7 @@
 
 namespace tov::importer {
 
-/// What a file holds once it is decompressed (gzip) and, where it begins with a byte order mark of UTF-16, converted to
+/// The content of a file, decompressed (gzip) and, where it begins with a byte order mark of UTF-16, converted to
 /// UTF-8. Throws `std::runtime_error` for damaged data and for more than 4 GiB.
 std::vector<std::uint8_t> unpackFile(const std::filesystem::path& file);
 
