@@ -3,6 +3,7 @@
 #include "kernel/main/settings.h"
 #include "scene/drawing/scenedrawer.h"
 #include "scene/geometryelement.h"
+#include "scene/import/environmentfile.h"
 #include "scene/scene.h"
 #include "scene/scenelocker.h"
 #include "scene/view/viewer.h"
@@ -104,7 +105,7 @@ bool applyLook(const LookRequest& request, QString* error)
     look.environment.reset();
     look.light = lightNamed(request.light);
     if (look.light == Look::Light::Environment) {
-        look.environment = tov::scene::Environment::read(request.light, error);
+        look.environment = tov::scene::readEnvironment(request.light, error);
         if (!look.environment)
             return false;
     }

@@ -3,6 +3,7 @@
 #include "kernel/main/settings.h"
 #include "scene/drawing/scenedrawer.h"
 #include "scene/drawing/scenelook.h"
+#include "scene/import/environmentfile.h"
 #include "scene/view/viewer.h"
 
 #include <QCheckBox>
@@ -194,7 +195,7 @@ void LookPanel::chooseLight(int index)
             QFileDialog::getOpenFileName(this, tr("Environment picture"), QString(), tr("Radiance pictures (*.hdr)"));
         QString error;
         if (!fileName.isEmpty())
-            look.environment = tov::scene::Environment::read(fileName, &error);
+            look.environment = tov::scene::readEnvironment(fileName, &error);
         if (!error.isEmpty())
             emit failed(error);
         if (fileName.isEmpty() || !error.isEmpty()) {

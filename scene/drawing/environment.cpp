@@ -1,24 +1,8 @@
 #include "scene/drawing/environment.h"
 
-#include <QByteArray>
-#include <QDateTime>
-#include <QFile>
-#include <QFileInfo>
-#include <QObject>
-
-#define STB_IMAGE_STATIC
-#define STB_IMAGE_IMPLEMENTATION
-#define STBI_ONLY_HDR
-#define STBI_NO_STDIO
-#define STBI_MAX_DIMENSIONS 16384
-#include <stb/stb_image.h>
-
 #include <algorithm>
 #include <atomic>
 #include <cmath>
-#include <map>
-#include <mutex>
-#include <new>
 
 namespace tov::scene {
 
@@ -35,9 +19,6 @@ constexpr int CoarseSteps = 32;
 /// and for the others.
 constexpr int RoughEdge = 34;
 constexpr int RoughestEdge = 18;
-/// A file larger than this is refused, as is a picture of more pixels.
-constexpr qint64 MaxFileBytes = 256 << 20;
-constexpr qint64 MaxPixels = 64 << 20;
 /// Brighter light would show as single pixels in rough reflections.
 constexpr float MaxRadiance = 1000;
 
@@ -207,100 +188,6 @@ Color studioRadiance(const Direction& d)
             base * 1.03f + key * 0.96f + fill * 1.03f + back * 1.03f};
 }
 
-/// The end of a row of run-length coded pixels that begins at `at`; -1 when the data end before.
-qint64 endOfRow(const QByteArray& bytes, qint64 at, int width)
-{
-    at += 4;
-    for (int component = 0; component < 4; ++component)
-        for (int x = 0; x < width;) {
-            if (at >= bytes.size())
-                return -1;
-            const int count = uchar(bytes[int(at)]);
-            const bool isRun = count > 128;
-            x += isRun ? count - 128 : std::max(count, 1);
-            at += isRun ? 2 : 1 + count;
-        }
-    return at <= bytes.size() ? at : -1;
-}
-
-/// Whether a Radiance file holds all its rows. They follow the line with the size, which follows an empty line.
-bool isWhole(const QByteArray& bytes, int width, int height)
-{
-    const int header = bytes.indexOf("\n\n");
-    const int line = header < 0 ? -1 : bytes.indexOf('\n', header + 2);
-    if (line < 0)
-        return false;
-    qint64 at = line + 1;
-    const auto isCoded = [&bytes, width](qint64 row) {
-        return row + 4 <= bytes.size() && bytes[int(row)] == 2 && bytes[int(row + 1)] == 2 &&
-               uchar(bytes[int(row + 2)]) * 256 + uchar(bytes[int(row + 3)]) == width;
-    };
-    if (width < 8 || width >= 32768 || !isCoded(at))
-        return bytes.size() - at >= qint64(4) * width * height;
-    for (int row = 0; row < height; ++row) {
-        at = isCoded(at) ? endOfRow(bytes, at, width) : -1;
-        if (at < 0)
-            return false;
-    }
-    return true;
-}
-
-/// A Radiance picture around the scene.
-class Panorama
-{
-public:
-    /// The problem of the file, empty if there is none.
-    QString read(const QString& fileName)
-    {
-        QFile file(fileName);
-        if (!QFileInfo(fileName).isFile() || !file.open(QIODevice::ReadOnly))
-            return QObject::tr("cannot read '%1'").arg(fileName);
-        if (file.size() > MaxFileBytes)
-            return QObject::tr("'%1' is larger than %2 MB").arg(fileName, QString::number(MaxFileBytes >> 20));
-        const QByteArray bytes = file.readAll();
-        const auto* data = reinterpret_cast<const stbi_uc*>(bytes.constData());
-        int channels = 0;
-        if (!stbi_is_hdr_from_memory(data, bytes.size()) ||
-            !stbi_info_from_memory(data, bytes.size(), &m_Width, &m_Height, &channels))
-            return QObject::tr("'%1' is not a Radiance picture").arg(fileName);
-        if (m_Width < 2 || m_Height < 1 || qint64(m_Width) * m_Height > MaxPixels)
-            return QObject::tr("'%1' is %2 x %3 pixels, which is out of range")
-                .arg(fileName, QString::number(m_Width), QString::number(m_Height));
-        // The decoder does not notice where the data ends.
-        if (!isWhole(bytes, m_Width, m_Height))
-            return QObject::tr("'%1' is truncated").arg(fileName);
-        m_Pixels.reset(stbi_loadf_from_memory(data, bytes.size(), &m_Width, &m_Height, &channels, 3));
-        return m_Pixels ? QString() : QObject::tr("'%1' is damaged").arg(fileName);
-    }
-    /// The mean around a direction, over about a hundredth of the picture's height.
-    Color at(const Direction& d) const
-    {
-        const double x = (std::atan2(double(d[0]), -double(d[2])) / (2 * Pi) + 0.5) * m_Width;
-        const double y = std::acos(std::clamp(double(d[1]), -1.0, 1.0)) / Pi * m_Height;
-        const int reach = std::max(0, m_Height / 128 - 1) / 2;
-        double sum[3] = {};
-        for (int v = -reach; v <= reach; ++v)
-            for (int u = -reach; u <= reach; ++u) {
-                const int row = std::clamp(int(y) + v, 0, m_Height - 1);
-                const int column = ((int(x) + u) % m_Width + m_Width) % m_Width;
-                const float* pixel =
-                    m_Pixels.get() + 3 * (std::size_t(row) * std::size_t(m_Width) + std::size_t(column));
-                for (std::size_t c = 0; c < 3; ++c)
-                    sum[c] += std::isfinite(pixel[c]) ? double(pixel[c]) : 0.0;
-            }
-        const double count = double(2 * reach + 1) * double(2 * reach + 1);
-        return {float(sum[0] / count), float(sum[1] / count), float(sum[2] / count)};
-    }
-
-private:
-    struct Free
-    {
-        void operator()(float* pixels) const { stbi_image_free(pixels); }
-    };
-    int m_Width = 0, m_Height = 0;
-    std::unique_ptr<float, Free> m_Pixels;
-};
-
 } // namespace
 
 Environment::Environment(const std::function<Color(const Direction&)>& radiance) : m_Id(++lastId)
@@ -331,34 +218,6 @@ std::shared_ptr<const Environment> Environment::studio()
 {
     static const auto instance = std::make_shared<const Environment>(studioRadiance);
     return instance;
-}
-
-std::shared_ptr<const Environment> Environment::read(const QString& fileName, QString* error)
-{
-    static std::mutex mutex;
-    static std::map<QString, std::weak_ptr<const Environment>> known;
-    const QFileInfo info(fileName);
-    const QString key = QStringLiteral("%1\n%2\n%3")
-                            .arg(info.canonicalFilePath(), QString::number(info.size()),
-                                 info.lastModified().toString(Qt::ISODateWithMs));
-    std::lock_guard<std::mutex> guard(mutex);
-    if (auto old = known[key].lock())
-        return old;
-    try {
-        Panorama panorama;
-        const QString problem = panorama.read(fileName);
-        if (problem.isEmpty()) {
-            auto made = std::make_shared<const Environment>([&](const Direction& d) { return panorama.at(d); });
-            known[key] = made;
-            return made;
-        }
-        if (error)
-            *error = problem;
-    } catch (const std::bad_alloc&) {
-        if (error)
-            *error = QObject::tr("not enough memory");
-    }
-    return nullptr;
 }
 
 } // namespace tov::scene

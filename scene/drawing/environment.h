@@ -2,8 +2,6 @@
 
 #include "kernel/main/export.h"
 
-#include <QString>
-
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -28,9 +26,6 @@ public:
     static constexpr int Edge = 128;
     static constexpr int Levels = 6;
 
-    /// Reads a Radiance picture (.hdr; equirectangular, the centre of the picture is -z, up is +y). Null and `error`
-    /// when it cannot be read. The result is cached for the file's name, size and time. Thread: any.
-    static std::shared_ptr<const Environment> read(const QString& fileName, QString* error);
     /// The built-in studio, in the camera's axes. Thread: any.
     static std::shared_ptr<const Environment> studio();
     /// Filters the light that comes from each direction. Thread: any.

@@ -50,6 +50,16 @@ struct Header
     std::uint32_t complete; ///< 1 once everything has been written
 };
 
+/// All that the importer process writes for an environment picture, instead of a stream. Then `width` x `height` x 3
+/// floats: linear red, green, blue, top row first.
+struct PanoramaHeader
+{
+    std::uint32_t width;
+    std::uint32_t height;
+};
+/// The most pixels of an environment picture.
+constexpr std::uint64_t MaxPanoramaPixels = std::uint64_t(64) << 20;
+
 /// Then the name and `width` x `height` x 4 bytes: red, green, blue, alpha, top row first. An image that cannot be
 /// decoded has the size 0 x 0.
 struct ImageRecord

@@ -1,4 +1,4 @@
-#include "scene/drawing/environment.h"
+#include "scene/import/environmentfile.h"
 
 #include <QFile>
 #include <QTemporaryDir>
@@ -20,7 +20,7 @@ protected:
         EXPECT_TRUE(file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size());
         file.close();
         QString problem;
-        const auto environment = Environment::read(name, &problem);
+        const auto environment = readEnvironment(name, &problem);
         EXPECT_EQ(environment == nullptr, !problem.isEmpty());
         EXPECT_FALSE(problem.contains('\n')) << problem.toStdString();
         return problem.replace(name, QStringLiteral("FILE"));
@@ -60,7 +60,7 @@ TEST_F(EnvironmentTest, EvenLightStaysEvenAtEveryRoughness)
     ASSERT_TRUE(file.open(QIODevice::WriteOnly));
     file.write(coded(64, 32));
     file.close();
-    const auto environment = Environment::read(name, nullptr);
+    const auto environment = readEnvironment(name, nullptr);
     ASSERT_NE(environment, nullptr);
     for (const float value : environment->getTable())
         ASSERT_NEAR(value, 1, 1e-3);
@@ -71,8 +71,10 @@ TEST_F(EnvironmentTest, APictureThatIsCutAnywhereIsRefused)
 {
     const QByteArray whole = coded(64, 32);
     for (const int missing : {1, 7, 12, 13, 200})
-        EXPECT_EQ(problemOf(whole.left(whole.size() - missing)), QStringLiteral("'FILE' is truncated")) << missing;
-    EXPECT_EQ(problemOf(header(4, 2) + QByteArray(4 * 4 * 2 - 1, char(128))), QStringLiteral("'FILE' is truncated"));
+        EXPECT_EQ(problemOf(whole.left(whole.size() - missing)), QStringLiteral("cannot read 'FILE': it is truncated"))
+            << missing;
+    EXPECT_EQ(problemOf(header(4, 2) + QByteArray(4 * 4 * 2 - 1, char(128))),
+              QStringLiteral("cannot read 'FILE': it is truncated"));
 }
 
 TEST_F(EnvironmentTest, SizesOutOfRangeAreRefused)
@@ -84,8 +86,8 @@ TEST_F(EnvironmentTest, SizesOutOfRangeAreRefused)
 
 TEST_F(EnvironmentTest, TextAndMissingFilesAreRefused)
 {
-    EXPECT_EQ(problemOf("this is no picture\n"), QStringLiteral("'FILE' is not a Radiance picture"));
+    EXPECT_EQ(problemOf("this is no picture\n"), QStringLiteral("cannot read 'FILE': it is not a Radiance picture"));
     QString problem;
-    EXPECT_EQ(Environment::read(folder.filePath(QStringLiteral("none.hdr")), &problem), nullptr);
+    EXPECT_EQ(readEnvironment(folder.filePath(QStringLiteral("none.hdr")), &problem), nullptr);
     EXPECT_TRUE(problem.startsWith(QStringLiteral("cannot read '"))) << problem.toStdString();
 }

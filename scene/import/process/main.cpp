@@ -4,8 +4,10 @@
 // usage: tov-import MODE FILE MEMORY-MB SECONDS, with the descriptors of meshstream.h
 //   MODE: "auto" or "keep" (the up axis as in the file) for models; "images" for a list of images (see readers.h);
 //   "unpack": only the bytes of a compressed or UTF-16 file (see unpack.h), without a stream
+//   "panorama": only the pixels of an environment picture (see panorama.h), without a stream
 
 #include "scene/import/meshstream.h"
+#include "scene/import/process/panorama.h"
 #include "scene/import/process/readers.h"
 #include "scene/import/process/report.h"
 #include "scene/import/process/sandbox.h"
@@ -39,6 +41,10 @@ std::string readDescriptor(int descriptor)
 void import(const std::string& mode, std::filesystem::path file)
 {
     ModelFolder folder(file);
+    if (mode == "panorama") {
+        readPanorama(file);
+        return;
+    }
     std::vector<std::uint8_t> unpacked;
     if (mode != "images" && isPacked(file))
         unpacked = unpackFile(file);
