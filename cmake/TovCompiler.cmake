@@ -14,6 +14,8 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
   add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-fno-gnu-unique>)
 endif()
 add_compile_definitions(QT_NO_CAST_TO_ASCII QT_NO_URL_CAST_FROM_STRING)
+# No build ID: it is a hash that includes debug information, so that stripped files would depend on the folder they were built in.
+add_link_options(-Wl,--build-id=none)
 add_link_options(-Wl,-z,relro,-z,now,-z,noexecstack -Wl,--as-needed)
 
 set(TOV_SANITIZE "" CACHE STRING "Sanitizers to build with, e.g. address,undefined or thread")

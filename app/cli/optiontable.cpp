@@ -153,6 +153,8 @@ const OptionSpec Options[] = {
     {"check", 0, Required, "FILE.so", "encoders", CommandGroup,
      QT_TRANSLATE_NOOP("CommandLine", "test an encoder plug-in and report"), "FILE"},
 
+    {"reuse", 0, None, "", "", GeneralGroup,
+     QT_TRANSLATE_NOOP("CommandLine", "open the files in a window that is open already, if there is one")},
     {"settings", 0, Required, "FILE", "*", GeneralGroup,
      QT_TRANSLATE_NOOP("CommandLine", "settings file to use instead of the user's own"), "FILE"},
     {"safe-mode", 0, None, "", "*", GeneralGroup,

@@ -22,7 +22,7 @@ struct OptionSpec
     char shortName;   ///< 0 = none
     OptionValue value;
     const char* placeholder;  ///< of the value in the help; empty without a value
-    const char* verbs;        ///< separated by blanks; "*" = all, and the window
+    const char* verbs;        ///< separated by blanks; "*" = all, and the window; "" = the window
     const char* group;        ///< heading in the help, untranslated
     const char* help;         ///< not translated
     const char* choices = ""; ///< values that the shell completes, separated by blanks; FILE = file names

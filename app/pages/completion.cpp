@@ -108,7 +108,9 @@ QString fishOption(const OptionSpec& option)
 {
     QString line = QStringLiteral("complete -c tov");
     const QStringList verbs = verbsOf(option);
-    if (!verbs.isEmpty())
+    if (isOptionOf(option, QString()) && !verbs.isEmpty())
+        line += QStringLiteral(" -n __fish_use_subcommand");
+    else if (!verbs.isEmpty())
         line += QStringLiteral(" -n '__fish_seen_subcommand_from %1'").arg(verbs.join(QLatin1Char(' ')));
     if (option.shortName != 0)
         line += QStringLiteral(" -s ") + QLatin1Char(option.shortName);
@@ -138,6 +140,8 @@ QStringList fixedValues(const OptionSpec& option)
 QStringList verbsOf(const OptionSpec& option)
 {
     const QString verbs = QLatin1String(option.verbs);
+    if (verbs.isEmpty())
+        return {QStringLiteral("window")};
     return verbs == QLatin1String("*") ? QStringList() : verbs.split(QLatin1Char(' '));
 }
 

@@ -22,7 +22,7 @@ QString optionTables();
 bool completesFiles(const OptionSpec& option);
 /// The fixed values that the shell completes. Thread: any.
 QStringList fixedValues(const OptionSpec& option);
-/// The names of the verbs that have the option; empty when all have it. Thread: any.
+/// The names of the verbs that have the option, "window" for the window; empty when all have it. Thread: any.
 QStringList verbsOf(const OptionSpec& option);
 
 } // namespace tov::app

@@ -7,6 +7,7 @@
 #include "app/viewer/glyphs.h"
 #include "app/viewer/mainwindow.h"
 #include "app/viewer/panelgrid.h"
+#include "app/viewer/runninginstance.h"
 #include "app/viewer/splash.h"
 #include "app/viewer/theme.h"
 #include "kernel/main/settings.h"
@@ -56,6 +57,11 @@ int runWindow(const tov::app::Options& options, int& argc, char** argv)
             "CommandLine", "there is no display for a window; tov image, video and run work without one (tov --help)"));
         return 1;
     }
+    if (options.has(QStringLiteral("reuse"))) {
+        const QCoreApplication application(argc, argv);
+        if (RunningInstance::openInRunningWindow(options.files))
+            return 0;
+    }
     tov::app::StartOptions start;
     start.window = true;
     start.logLevel = options.has(QStringLiteral("verbose")) ? 1000000 : 0;
@@ -100,6 +106,8 @@ int runWindow(const tov::app::Options& options, int& argc, char** argv)
     startup.setInterruptHandler([&window](int) { window.quitWithoutAsking(); });
     window.getConsole()->getModel()->addRecords(early->take());
     early.reset();
+    const RunningInstance* instance = new RunningInstance(&window);
+    QObject::connect(instance, &RunningInstance::filesRequested, &window, &MainWindow::openFiles);
     window.show();
     if (splash)
         splash->finish(&window);

@@ -9,6 +9,7 @@
 #include <QBuffer>
 #include <QFile>
 #include <QFileInfo>
+#include <QRegularExpression>
 #include <QTemporaryFile>
 
 #include <atomic>
@@ -216,6 +217,24 @@ long long countFrames(const QString& fileName)
     return probe && probe(QFile::encodeName(fileName).constData(), &stop, &count, &seconds) == 1 ? count : -1;
 }
 
+typedef int (*Probe)(const char*, const bool*, long long*, double*);
+typedef int (*Retime)(const char*, const bool*, const double*, long long, double);
+typedef int (*Join)(const char* const*, const long long*, int, const char*, const bool*);
+
+/// A file next to the clip that holds no video.
+QByteArray writeGarbage(const Check& c)
+{
+    QFile file(QFileInfo(c.fileName()).path() + QStringLiteral("/garbage.") + QFileInfo(c.fileName()).completeSuffix());
+    if (!file.open(QIODevice::WriteOnly) || file.write("no video") < 0)
+        std::abort();
+    return QFile::encodeName(file.fileName());
+}
+
+QByteArray otherEnding(const Check& c)
+{
+    return QFile::encodeName(c.fileName() + QStringLiteral(".unknownformat"));
+}
+
 void recordClip(Check& c, const QString& name, int count)
 {
     if (auto encoder = c.make(Width, Height, Fps, BitsPerSecond, name)) {
@@ -224,9 +243,27 @@ void recordClip(Check& c, const QString& name, int count)
     }
 }
 
+void probeClip(Check& c)
+{
+    const bool stop = false;
+    const auto probe = pluginFunction<Probe>("probeVideo");
+    recordClip(c, c.fileName(), 3);
+    long long count = 0;
+    double seconds = -1;
+    if (probe(QFile::encodeName(c.fileName()).constData(), &stop, &count, &seconds) != 1)
+        c.problem(QStringLiteral("probeVideo does not return 1 for a file that the plug-in has just written"));
+    else if (count != 3)
+        c.problem(QStringLiteral("probeVideo found %1 frames of 3").arg(count));
+    else if (!(seconds >= 0))
+        c.problem(QStringLiteral("probeVideo left the length at %1 s; 0 means unknown").arg(seconds));
+    if (probe(writeGarbage(c).constData(), &stop, &count, &seconds) != 0)
+        c.problem(QStringLiteral("probeVideo does not return 0 for a file that holds no video"));
+    if (probe(otherEnding(c).constData(), &stop, &count, &seconds) != -1)
+        c.problem(QStringLiteral("probeVideo does not return -1 for a file ending that the plug-in does not know"));
+}
+
 void retimeClip(Check& c)
 {
-    typedef int (*Retime)(const char*, const bool*, const double*, long long, double);
     const bool stop = false;
     const double starts[] = {0, 0.1, 2};
     const QByteArray name = QFile::encodeName(c.fileName());
@@ -240,11 +277,14 @@ void retimeClip(Check& c)
     const long long count = countFrames(c.fileName());
     if (count >= 0 && count != 3)
         c.problem(QStringLiteral("retimeVideo made %1 frames of 3").arg(count));
+    if (retime(writeGarbage(c).constData(), &stop, nullptr, 0, 3) != 0)
+        c.problem(QStringLiteral("retimeVideo does not return 0 for a file that holds no video"));
+    if (retime(otherEnding(c).constData(), &stop, nullptr, 0, 3) != -1)
+        c.problem(QStringLiteral("retimeVideo does not return -1 for a file ending that the plug-in does not know"));
 }
 
 void joinClips(Check& c)
 {
-    typedef int (*Join)(const char* const*, const long long*, int, const char*, const bool*);
     const bool stop = false;
     const QFileInfo info(c.fileName());
     const QString ending = info.completeSuffix();
@@ -255,7 +295,15 @@ void joinClips(Check& c)
     const QByteArray firstName = QFile::encodeName(first), secondName = QFile::encodeName(second);
     const char* const parts[] = {firstName.constData(), secondName.constData()};
     const long long counts[] = {3, 2};
-    if (pluginFunction<Join>("joinVideos")(parts, counts, 2, QFile::encodeName(c.fileName()).constData(), &stop) != 1)
+    const auto join = pluginFunction<Join>("joinVideos");
+    const long long wrong[] = {3, 7};
+    if (join(parts, wrong, 2, QFile::encodeName(c.fileName()).constData(), &stop) != 0)
+        c.problem(QStringLiteral("joinVideos does not return 0 for a part with fewer frames than it must have"));
+    if (QFile::exists(c.fileName()))
+        c.problem(QStringLiteral("joinVideos wrote a file although a part was incomplete"));
+    if (join(parts, counts, 2, otherEnding(c).constData(), &stop) != -1)
+        c.problem(QStringLiteral("joinVideos does not return -1 for a file ending that the plug-in does not know"));
+    if (join(parts, counts, 2, QFile::encodeName(c.fileName()).constData(), &stop) != 1)
         c.problem(QStringLiteral("joinVideos does not return 1 for files that the plug-in has just written"));
     c.wantFile();
     const long long count = countFrames(c.fileName());
@@ -483,8 +531,10 @@ const std::vector<Named> Checks = {
                  encoder->waitForFinish();
              }
      }},
-    {"retime", "retiming a finished file", 0, retimeClip, "retimeVideo"},
-    {"join", "two recordings joined", 0, joinClips, "joinVideos"},
+    // One message for each file that is refused.
+    {"probe", "reading a finished file, and one that holds no video", 1, probeClip, "probeVideo"},
+    {"retime", "retiming a finished file", 1, retimeClip, "retimeVideo"},
+    {"join", "two recordings joined", 1, joinClips, "joinVideos"},
 };
 
 void print(const QString& line)
@@ -493,12 +543,24 @@ void print(const QString& line)
     std::fflush(stdout);
 }
 
+/// Why the system refuses to load the plug-in, with advice if it was built for another version.
+QString explainLoadError(const QString& reason)
+{
+    const QRegularExpressionMatch match =
+        QRegularExpression(QStringLiteral("undefined symbol: tovGrabEncoderAbi(\\d+)")).match(reason);
+    return match.hasMatch()
+               ? QStringLiteral("it was built for version %1 of the encoder interface, which this program does "
+                                "not have: build it again with the headers of tov " TOV_VERSION " (%2)")
+                     .arg(match.captured(1), reason)
+               : QStringLiteral("it cannot be loaded: %1").arg(reason);
+}
+
 /// Loads the plug-in and lets it register. False, with an error message, when it cannot be used.
 bool load(const QString& file)
 {
     pluginLibrary = dlopen(QFile::encodeName(QFileInfo(file).absoluteFilePath()).constData(), RTLD_NOW | RTLD_LOCAL);
     if (!pluginLibrary) {
-        print(QStringLiteral("problem it cannot be loaded: %1").arg(QString::fromLocal8Bit(dlerror())));
+        print(QStringLiteral("problem ") + explainLoadError(QString::fromLocal8Bit(dlerror())));
         return false;
     }
     // Reported first, because loading a dependency may fail.

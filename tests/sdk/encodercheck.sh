@@ -17,11 +17,15 @@ expect() { # STATUS TEXT FILE [CHOSEN FORMAT LINES]
   fi
 }
 expect 0 "25 of 25 checks passed" "$build/bin/plugins/video/frames.so"
-expect 0 "339 of 339 checks passed" "$build/bin/plugins/video/ffmpeg.so"
+expect 0 "352 of 352 checks passed" "$build/bin/plugins/video/ffmpeg.so"
 expect 1 'it exports no function "doRegister"' "$build/tests/zoo/noregister.so"
 expect 1 "doRegister returned false" "$build/tests/zoo/refuses.so"
 expect 1 "an exception left doRegister" "$build/tests/zoo/throws.so"
 expect 1 "the same file extension twice" "$build/tests/zoo/twice.so"
+expect 1 "it was built for version 0 of the encoder interface" "$build/tests/zoo/otherabi.so"
+expect 1 "probeVideo found 1 frames of 3" "$build/tests/zoo/wrongfunctions.so"
+expect 1 "retimeVideo does not return 0 for a file that holds no video" "$build/tests/zoo/wrongfunctions.so"
+expect 1 "joinVideos wrote a file although a part was incomplete" "$build/tests/zoo/wrongfunctions.so"
 expect 1 "libabsent.so" "$build/tests/zoo/needsabsent.so"
 expect 1 "raw: a full disk: encodeChunk returned false" "$build/tests/zoo/rawcopy.so"
 expect 2 "no such file" "$build/tests/zoo/nothing.so"
