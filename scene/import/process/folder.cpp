@@ -13,6 +13,24 @@ namespace {
 
 /// Entries of a folder that are compared by name in another letter case.
 constexpr int MaxEntries = 10000;
+/// The most folders of a name that are tried.
+constexpr std::size_t MaxTail = 8;
+
+std::vector<std::string> partsOf(const fs::path& path)
+{
+    std::vector<std::string> parts;
+    for (const fs::path& part : path)
+        parts.push_back(part.string());
+    return parts;
+}
+
+fs::path joined(const std::vector<std::string>& parts, std::size_t first)
+{
+    fs::path path;
+    for (std::size_t i = first; i < parts.size(); ++i)
+        path /= parts[i];
+    return path;
+}
 
 } // namespace
 
@@ -69,8 +87,15 @@ std::optional<fs::path> ModelFolder::find(std::string name) const
         name.erase(0, 7);
     std::string slashes = name;
     std::replace(slashes.begin(), slashes.end(), '\\', '/');
-    const fs::path base = fs::path(slashes).filename();
-    for (const fs::path& candidate : {fs::path(name), fs::path(slashes), base, "textures" / base, "Textures" / base}) {
+    std::vector<fs::path> candidates{name, slashes};
+    // The folders of the machine on which the model was made, the outermost left out first.
+    const std::vector<std::string> parts = partsOf(slashes);
+    for (std::size_t first = std::max<std::size_t>(1, parts.size() - std::min(parts.size(), MaxTail));
+         first < parts.size(); ++first)
+        candidates.push_back(joined(parts, first));
+    if (!parts.empty())
+        candidates.push_back(fs::path("textures") / parts.back());
+    for (const fs::path& candidate : candidates) {
         if (candidate.empty())
             continue;
         if (candidate.is_absolute()) {
