@@ -30,6 +30,7 @@ public:
     PartFolder(const QString& output, const QString& ending, const QString& key, int parts);
 
     QString path() const { return m_Path; }
+    QString getKey() const { return m_Key; }
     QString videoName(int part) const;
     QString lockName(int part) const;
     /// Of the process that joins the parts.

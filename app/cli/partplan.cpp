@@ -39,9 +39,11 @@ void readParts(OptionReader& reader, PartRequest& request)
 {
     if (reader.has("part") && reader.has("parts"))
         reader.fail(tr("give either --part or --parts"));
-    for (const char* option : {"keep-parts", "status"})
-        if (reader.has(option) && !reader.has("parts"))
-            reader.fail(tr("--%1 belongs to --parts").arg(QLatin1String(option)));
+    if (reader.has("status") && !reader.has("parts"))
+        reader.fail(tr("--status belongs to --parts"));
+    // Scripts give the same options to the parts and to the call that joins them.
+    if (reader.has("keep-parts") && !reader.has("parts") && !reader.has("part"))
+        reader.fail(tr("--keep-parts belongs to --part or --parts"));
     request.keepsParts = reader.has("keep-parts");
     request.showsStatus = reader.has("status");
     if (reader.has("parts"))

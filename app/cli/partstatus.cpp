@@ -118,7 +118,8 @@ void printLines(const QString& output, const std::vector<PartState>& states, con
     }
 }
 
-QJsonObject objectOf(const QString& output, const std::vector<PartState>& states, const Summary& summary)
+QJsonObject objectOf(const QString& output, const QString& key, const std::vector<PartState>& states,
+                     const Summary& summary)
 {
     QJsonArray parts;
     int part = 0;
@@ -136,6 +137,7 @@ QJsonObject objectOf(const QString& output, const std::vector<PartState>& states
     }
     QJsonObject object{{QStringLiteral("event"), QStringLiteral("status")},
                        {QStringLiteral("output"), output},
+                       {QStringLiteral("key"), key},
                        {QStringLiteral("done"), summary.done},
                        {QStringLiteral("running"), summary.running},
                        {QStringLiteral("missing"), summary.missing},
@@ -152,7 +154,7 @@ void printPartStatus(Reporter& reporter, const QString& output, const PartFolder
     const std::vector<PartState> states = readStates(folder, parts, positions);
     const Summary summary = summarize(states);
     if (reporter.isJson())
-        reporter.print(objectOf(output, states, summary));
+        reporter.print(objectOf(output, folder.getKey(), states, summary));
     else
         printLines(output, states, summary);
 }
