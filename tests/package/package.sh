@@ -80,8 +80,10 @@ step "program installed"
 
 models=/usr/share/doc/tov/samples
 check "the version" contains "tov ${version%%-*}" as_user tov --version
-check "a picture" as_user tov image $models/crane.obj -o /tmp/a.png --size 640x480 --view iso
-check "its size" contains "640,480" ffprobe -v error -show_entries stream=width,height -of csv=p=0 "$root/tmp/a.png"
+command=$(sed -n 's/^    tov /tov /p' docs/install.md)
+check "the command of the installation page" contains "-o" echo "$command"
+check "a picture" user_shell "cd /tmp && $command"
+check "its size" contains "1920,1080" ffprobe -v error -show_entries stream=width,height -of csv=p=0 "$root/tmp/crane.png"
 step "first picture"
 check "a model of the importer" as_user tov image $models/glass.gltf -o /tmp/b.png --size 320x240
 check "pictures in TIFF and WEBP" user_shell "tov image $models/crane.obj -o /tmp/a.tiff && tov image $models/crane.obj -o /tmp/a.webp"

@@ -49,6 +49,7 @@ VIOLATIONS = [
     ("arguments", "kernel/value.cpp", 'auto text = tr("%1: %2").arg(fileName).arg(reason);\n'),
     ("spelling", "kernel/value.cpp", "// Rec" "ieves the value.\n"),
     ("links", "README.md", "See [the manual](docs/manual.md).\n"),
+    ("links", "README.md", "# Tree\n\nSee [below](#leaves).\n"),
     ("options", "README.md", "Use `--views top`.\n"),
     ("options", "README.md", "# Tree\n\n    tov image a.obj --veiw top\n"),
     ("mutants", "tests/mutants/wrong-answer.patch", MUTANT),
