@@ -5,7 +5,8 @@ tov=$1 model=$2
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
 export TOV_SETTINGS=$folder/settings.ini
-common=(--size 640x360 --turntable 100 --bitrate 1200 --quiet)
+# A colour, because the reference would have transparency otherwise.
+common=(--size 640x360 --turntable 100 --bitrate 1200 --background white --quiet)
 "$tov" video "$model" -o "$folder/reference.lossless.mkv" "${common[@]}"
 psnr() { # FILE [MATRIX RANGE]
   ffmpeg -hide_banner -i "$1" -i "$folder/reference.lossless.mkv" -lavfi \
@@ -36,3 +37,9 @@ row av1.mkv mkv -c:v libaom-av1 -cpu-used 8 -usage realtime -row-mt 1 -b:v 1200k
 matrix=bt601 range=pc
 to709=(-vf "scale=out_color_matrix=bt601:out_range=pc:flags=accurate_rnd+full_chroma_int+bicubic,format=yuvj420p")
 row avi avi -c:v mjpeg -qscale 2 -huffman optimal
+# Formats without a counterpart.
+for suffix in gif apng alpha.webm alpha.mov lossless.mkv; do
+  "$tov" video "$model" -o "$folder/ours.$suffix" "${common[@]}"
+  printf '%-12s %8s %10s %8s   %10s\n' "$suffix" "$(psnr "$folder/ours.$suffix")" - - \
+    $(($(stat -c %s "$folder/ours.$suffix") / 1000))
+done
