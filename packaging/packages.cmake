@@ -35,5 +35,5 @@ set(CPACK_DEBIAN_TOV-DEV_DESCRIPTION "encoder plug-ins for tov: headers and temp
 Headers, a CMake package, a template and an example for plug-ins that add
 video formats to tov.")
 # The package of the program must have the same version: the layout of the encoder class is part of the interface.
-set(CPACK_DEBIAN_TOV-DEV_PACKAGE_DEPENDS "tov (= ${PROJECT_VERSION}), qtbase5-dev, cmake, g++")
+set(CPACK_DEBIAN_TOV-DEV_PACKAGE_DEPENDS "tov (= ${PROJECT_VERSION}), qtbase5-dev, cmake, make | ninja-build, g++")
 include(CPack)

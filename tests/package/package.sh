@@ -111,8 +111,8 @@ step "upgraded"
 
 check "apt removes the program" in_root apt-get purge -y --autoremove tov
 rm "$root"/root/*.deb
-left() { find "$root" -xdev -path "$root/tmp" -prune -o -regextype egrep -regex '.*/(tov|_tov|libtov|org\.tov)[^/]*' -print | tee /dev/stderr; }
-check "nothing of it is left" test -z "$(left)"
+left() { find "$root" -xdev -path "$root/tmp" -prune -o -regextype egrep -regex '.*/(tov|_tov|libtov|org\.tov)[^/]*' -print; }
+check "nothing of it is left" bash -c "echo '$(left)'; test -z '$(left)'"
 step "removed"
 
 cp "$build"/packages/*.deb "$root/root/"
