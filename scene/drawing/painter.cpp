@@ -32,6 +32,9 @@ constexpr std::size_t aligned(std::size_t bytes)
 constexpr std::size_t FrameBytes = aligned(sizeof(FrameBlock));
 constexpr std::size_t PartBytes = aligned(sizeof(PartBlock));
 
+/// A part that is drawn as points has at least this many, if it has as many vertices.
+constexpr std::size_t LeastSketchPoints = 500;
+
 /// The key light of the studio, in eye axes: up to the left of the camera.
 constexpr float KeyDirection[3] = {-0.45f, 0.65f, 0.612f};
 constexpr float KeyStrength = 0.5f;
@@ -164,6 +167,12 @@ Painter::Painter(const View& view, const SceneLook& look, bool isMultisampled, d
         m_OneMaterial = plainMaterial(*look.color, false);
 }
 
+void Painter::sketch(std::size_t vertexStep, double pixels)
+{
+    m_SketchStep = std::max<std::size_t>(1, vertexStep);
+    m_SketchPixels = pixels;
+}
+
 void Painter::add(const DrawItem& item)
 {
     const auto& element = *item.element;
@@ -177,7 +186,7 @@ void Painter::add(const DrawItem& item)
     m_Items.push_back(item);
     const std::size_t number = m_Items.size() - 1;
     if (isSurface) {
-        addSurface(number);
+        m_SketchStep > 1 ? addSketch(number) : addSurface(number);
         return;
     }
     Call call = makeCall(number, Content::Primitives, m_OneMaterial ? *m_OneMaterial : *element.getMaterial());
@@ -209,6 +218,17 @@ void Painter::addSurface(std::size_t item)
         m_Calls.push_back(makeCall(item, Content::Features, *m_EdgeMaterial));
 }
 
+void Painter::addSketch(std::size_t item)
+{
+    const auto& element = *m_Items[item].element;
+    Call call = makeCall(item, Content::Vertices, m_OneMaterial ? *m_OneMaterial : *element.getMaterial());
+    call.isBlended = false;
+    call.features &= ~unsigned(ShaderRoundPoints | ShaderCoverage);
+    // Small parts are not thinned out.
+    call.vertexStep = std::clamp<std::size_t>(element.getVertices().size() / LeastSketchPoints, 1, m_SketchStep);
+    m_Calls.push_back(call);
+}
+
 /// Far sides are sorted by the farthest corner, near sides by the nearest, so that glass within glass is drawn in
 /// between.
 void Painter::addBlended(Call call, const DrawItem& item)
@@ -236,6 +256,7 @@ Painter::Call Painter::makeCall(std::size_t item, Content content, const Materia
     call.content = content;
     call.item = item;
     call.part = m_Parts.size();
+    call.vertexStep = 1;
     call.isMirrored = tov::math::volumeScaleOf(m_View.eye * m_Items[item].toScene) < 0;
     const bool isEdge = &material == m_EdgeMaterial.get();
     call.isBlended = !isEdge && (element.getOpacity() < 1 || material.alphaMode == Material::AlphaMode::Blend ||
@@ -455,7 +476,8 @@ void Painter::setWidth(const Call& call) const
     gl->glViewport(v[0] - margin, v[1] - margin, v[2] + 2 * margin, v[3] + 2 * margin);
     glPolygonMode(GL_FRONT_AND_BACK, call.content == Content::Outlines ? GL_LINE : GL_FILL);
     glLineWidth(float(std::max(1.0, m_Look.lineWidth * m_View.pictureHeight)));
-    glPointSize(float(std::max(1.0, m_Look.pointSize * m_View.pictureHeight)));
+    const bool isSketch = m_SketchStep > 1 && call.content == Content::Vertices;
+    glPointSize(float(std::max(1.0, isSketch ? m_SketchPixels : m_Look.pointSize * m_View.pictureHeight)));
     gl->glEnable(GL_POINT_SPRITE);
     // Surfaces are moved back behind the edges that are drawn on them.
     const bool isBehind = !isWide(call) && (m_Look.hasFeatureEdges || m_Look.show == SceneLook::Show::SurfaceWithEdges);
@@ -485,14 +507,15 @@ bool Painter::bindVertices(const Call& call, std::size_t& edgeIndexCount) const
     if (buffers.vertices == 0)
         return false;
     edgeIndexCount = buffers.edgeIndexCount;
-    const auto bind = [gl](unsigned int attribute, unsigned int buffer, int size, GLenum type, std::size_t stride,
-                           std::size_t from) {
+    const auto bind = [gl, &call](unsigned int attribute, unsigned int buffer, int size, GLenum type,
+                                  std::size_t stride, std::size_t from) {
         if (buffer == 0) {
             gl->glDisableVertexAttribArray(attribute);
             return;
         }
         gl->glBindBuffer(GL_ARRAY_BUFFER, buffer);
-        gl->glVertexAttribPointer(attribute, size, type, type == GL_UNSIGNED_SHORT, GLsizei(stride), offset(from));
+        gl->glVertexAttribPointer(attribute, size, type, type == GL_UNSIGNED_SHORT, GLsizei(stride * call.vertexStep),
+                                  offset(from));
         gl->glEnableVertexAttribArray(attribute);
     };
     const bool isLit = call.features & (ShaderLit | ShaderHeadlight);
@@ -511,6 +534,14 @@ bool Painter::bindVertices(const Call& call, std::size_t& edgeIndexCount) const
     bind(AttributeTangent, call.features & ShaderTangents ? buffers.tangents : 0, 4, GL_FLOAT, 4 * sizeof(float), 0);
     gl->glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, call.content == Content::Features ? buffers.edges : buffers.indices);
     return true;
+}
+
+/// Every `step`-th vertex of a range is a point.
+void Painter::drawVertices(std::size_t first, std::size_t count, std::size_t step)
+{
+    const std::size_t begin = (first + step - 1) / step, end = (first + count + step - 1) / step;
+    if (begin < end)
+        functions()->glDrawArrays(GL_POINTS, GLint(begin), GLsizei(end - begin));
 }
 
 /// Neighbouring chunks that may show go into one call.
@@ -535,7 +566,7 @@ void Painter::drawChunks(const Call& call) const
             vertices += chunks[i].vertexCount;
         }
         if (call.content == Content::Vertices)
-            gl->glDrawArrays(GL_POINTS, GLint(first.firstVertex), GLsizei(vertices));
+            drawVertices(first.firstVertex, vertices, call.vertexStep);
         else
             gl->glDrawElements(mode, GLsizei(indices), GL_UNSIGNED_INT,
                                offset(first.firstIndex * sizeof(std::uint32_t)));

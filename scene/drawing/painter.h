@@ -45,6 +45,9 @@ public:
     /// nearer.
     Painter(const View& view, const SceneLook& look, bool isMultisampled, double lineOffset);
 
+    /// From now on surfaces are added as points, one for each `vertexStep` vertices, `pixels` wide: a quick sketch.
+    void sketch(std::size_t vertexStep, double pixels);
+
     /// Adds an element, which must outlive `draw`.
     void add(const DrawItem& item);
     /// Draws everything that was added; `uniforms` holds the numbers of all calls.
@@ -72,7 +75,8 @@ private:
         Content content;
         Sides sides;
         unsigned int features;
-        std::size_t part; ///< number of its block
+        std::size_t part;       ///< number of its block
+        std::size_t vertexStep; ///< of `Content::Vertices`: every how many vertices there is a point
         std::size_t item;
         bool isMirrored;
         bool isBlended;
@@ -80,6 +84,7 @@ private:
     };
 
     void addSurface(std::size_t item);
+    void addSketch(std::size_t item);
     void addBlended(Call call, const DrawItem& item);
     Call makeCall(std::size_t item, Content content, const Material& material);
     bool isWide(const Call& call) const;
@@ -93,6 +98,7 @@ private:
     void bindTextures(const Call& call);
     bool bindVertices(const Call& call, std::size_t& edgeIndexCount) const;
     void drawChunks(const Call& call) const;
+    static void drawVertices(std::size_t first, std::size_t count, std::size_t step);
     void make(const Call& call);
     void uploadBlocks(UniformBuffer& uniforms) const;
 
@@ -111,6 +117,8 @@ private:
     std::vector<DrawItem> m_Items;
     std::vector<Call> m_Calls;
     std::vector<PartBlock> m_Parts;
+    std::size_t m_SketchStep = 1; ///< 1: surfaces are not sketched
+    double m_SketchPixels = 0;
     unsigned int m_Program = 0;
     const Material* mp_BoundMaterial = nullptr;
     unsigned int m_BoundFeatures = 0;

@@ -137,6 +137,39 @@ std::array<int, 4> drawingArea(const View& view, const std::vector<DrawItem>& it
     return area;
 }
 
+/// Scenes with fewer triangles are never sketched.
+constexpr std::size_t LeastSketchTriangles = 300000;
+/// About as many points as are drawn in a tenth of the time of those triangles.
+constexpr std::size_t SketchPoints = 80000;
+
+/// How a scene is sketched: every how many vertices there is a point (1: not at all), and its size.
+struct Sketch
+{
+    std::size_t step = 1;
+    double pixels = 1;
+};
+
+Sketch sketchOf(const View& view, const std::vector<DrawItem>& items)
+{
+    std::size_t triangles = 0, vertices = 0;
+    std::array<double, 4> bounds = {1e9, 1e9, -1e9, -1e9};
+    for (const DrawItem& item : items) {
+        if (item.element->getKind() != Geometry::Kind::Surfaces)
+            continue;
+        triangles += item.element->getIndices().size() / 3;
+        vertices += item.element->getVertices().size();
+        view.addBounds(item.element->getBox(), item.toScene, bounds);
+    }
+    if (triangles < LeastSketchTriangles)
+        return {};
+    const double width = std::clamp(bounds[2] - bounds[0], 1.0, double(view.viewport[2]));
+    const double height = std::clamp(bounds[3] - bounds[1], 1.0, double(view.viewport[3]));
+    const std::size_t step = (vertices + SketchPoints - 1) / SketchPoints;
+    // Half of the points are on the far side; the others overlap, so that the surface has no holes.
+    const double perPoint = width * height * double(step) / double(std::max<std::size_t>(1, vertices));
+    return {step, std::clamp(2.7 * std::sqrt(perPoint), 1.0, 16.0)};
+}
+
 /// Points and lines are drawn into a larger viewport, so that those next to a tile extend into it; this keeps them from
 /// drawing outside of the tile.
 void clipTo(const std::array<int, 4>& area)
@@ -192,6 +225,8 @@ struct SceneDrawer::Private
     UniformBuffer uniforms;
     SampleBuffer samples;
     Batcher batcher;
+    bool isSketching = false;
+    bool hasSketched = false;
 };
 
 SceneDrawer::SceneDrawer(const tov::util::ZPointer<Scene>& scene) : d(new Private{scene, {}, {}, {}}) {}
@@ -215,6 +250,16 @@ bool SceneDrawer::isGridShown()
 void SceneDrawer::setGridShown(bool shown)
 {
     gridShown = shown;
+}
+
+void SceneDrawer::setSketching(bool isSketching)
+{
+    d->isSketching = isSketching;
+}
+
+bool SceneDrawer::hasSketched() const
+{
+    return d->hasSketched;
 }
 
 void SceneDrawer::resize(int width, int height)
@@ -250,10 +295,15 @@ void SceneDrawer::drawScene(SceneElement* root, SceneElement* second, const Matr
         if (isWanted(*item.element, layers, primitives))
             wanted.push_back(item);
     wanted = d->batcher.merged(wanted);
+    const Sketch sketch = d->isSketching ? sketchOf(view, wanted) : Sketch();
+    d->hasSketched = sketch.step > 1;
+    if (d->hasSketched)
+        look.samples = 0;
     const bool hasOverlays = layers & (LayerSelection | LayerGrid);
     const std::array<int, 4> area = drawingArea(view, wanted, look, hasOverlays);
     const Multisampler multisampler(d->samples, look.samples, area);
     Painter painter(view, look, multisampler.isActive(), lineOffset);
+    painter.sketch(sketch.step, sketch.pixels);
     for (const DrawItem& item : wanted)
         painter.add(item);
     clipTo(area);

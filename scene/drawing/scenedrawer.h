@@ -66,6 +66,12 @@ public:
     /// Sets `SceneLook::samples` alone. Thread: any.
     static void setMultisampling(int samples);
 
+    /// Whether scenes with many triangles are sketched with points, for a view that is being turned. Only this drawer;
+    /// the default is no. Thread: the current context's.
+    void setSketching(bool isSketching);
+    /// True when the last `glDraw` has drawn a sketch. Thread: the current context's.
+    bool hasSketched() const;
+
     /// Sets the viewport of the current context to (0, 0, width, height), in pixels. Thread: the current context's.
     void resize(int width, int height);
 

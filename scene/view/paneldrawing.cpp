@@ -5,6 +5,7 @@
 #include "scene/view/scenepanel.h"
 
 #include <QOpenGLContext>
+#include <QElapsedTimer>
 #include <QPainter>
 #include <QResizeEvent>
 
@@ -40,6 +41,9 @@ void ScenePanel::drawScene()
     const int pixelsHigh = std::max(1, int(std::lround(QOpenGLWidget::height() * ratio)));
     shared->lock();
     scene->lock();
+    QElapsedTimer clock;
+    clock.start();
+    d->drawer->setSketching(d->isMoving && d->frameMs > d->sketchAfterMs);
     const QColor background = d->drawer->getBackgroundColor();
     glClearColor(float(background.redF()), float(background.greenF()), float(background.blueF()), 1.0f);
     glShadeModel(GL_SMOOTH);
@@ -58,7 +62,10 @@ void ScenePanel::drawScene()
     glEnable(GL_LIGHT0);
     d->drawer->glDraw(scene->getRootNode(), nullptr, getScaledTransformMatrix(), 0.0, SceneDrawer::LayersOfPanel,
                       SceneDrawer::AllPrimitives);
-    glFlush();
+    // Drivers that draw in software would otherwise do so later.
+    glFinish();
+    if (!d->drawer->hasSketched())
+        d->frameMs = double(clock.nsecsElapsed()) / 1e6;
     scene->unlock();
     shared->unlock();
 }

@@ -4,6 +4,7 @@
 #include "scene/view/camera.h"
 
 #include <QPoint>
+#include <QTimer>
 
 #include <atomic>
 #include <memory>
@@ -18,6 +19,10 @@ struct PanelState
     QPoint lastMouse;
     std::unique_ptr<tov::scene::SceneDrawer> drawer;
     double guideAspect = 0;
+    bool isMoving = false;  ///< the camera was moved a moment ago
+    QTimer stillTimer;      ///< ends `isMoving`
+    double frameMs = 0;     ///< how long the last complete frame took
+    int sketchAfterMs = 80; ///< see `ScenePanel::setSketchAfter`
 
     std::atomic<bool> follows{true};
     std::atomic<int> width{640};

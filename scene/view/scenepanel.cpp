@@ -25,6 +25,8 @@ namespace {
 /// Limits of the distance between eye and target, as shares of the scene's radius.
 constexpr double NearestTarget = 0.002;
 constexpr double FarthestTarget = 9;
+/// The camera stands still when it has not moved for this time.
+constexpr int StillMs = 250;
 
 } // namespace
 
@@ -33,6 +35,12 @@ ScenePanel::ScenePanel(QWidget* parent) : QOpenGLWidget(parent), d(new PanelStat
     setFocusPolicy(Qt::StrongFocus);
     setMouseTracking(false);
     resize(640, 480);
+    d->stillTimer.setSingleShot(true);
+    d->stillTimer.setInterval(StillMs);
+    connect(&d->stillTimer, &QTimer::timeout, this, [this] {
+        d->isMoving = false;
+        update();
+    });
     PanelList::getInstance()->add(this);
     setCamera(Camera());
 }
@@ -80,8 +88,22 @@ void ScenePanel::setCamera(const Camera& camera)
         d->matrix = d->camera.scaledMatrix(d->extent);
         d->exactMatrix.reset();
     }
+    noteMove();
     update();
     emit viewChanged();
+}
+
+void ScenePanel::noteMove()
+{
+    if (!isVisible())
+        return;
+    d->isMoving = true;
+    d->stillTimer.start();
+}
+
+void ScenePanel::setSketchAfter(int ms)
+{
+    d->sketchAfterMs = ms;
 }
 
 void ScenePanel::updateScaling()

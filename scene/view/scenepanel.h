@@ -90,6 +90,10 @@ public:
     /// picture is wider than the panel.
     QRectF getGuideFrame() const;
 
+    /// While the camera moves, scenes of many triangles are sketched with points if a complete frame takes longer than
+    /// this (default: 80 ms). The complete frame follows a quarter of a second after the last move.
+    void setSketchAfter(int ms);
+
     /// Whether the trajectory's camera moves this panel (default: yes).
     bool followsTrajectory() const;
     /// Sets whether the trajectory's camera moves this panel.
@@ -127,6 +131,7 @@ private:
     void zoomAt(const QPointF& position, double factor);
     void fit(bool turning);
     void updateSize();
+    void noteMove();
     void drawScene();
     void drawGuideFrame();
     std::unique_ptr<PanelState> d;

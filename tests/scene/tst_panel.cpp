@@ -11,6 +11,8 @@
 #include "scene/view/viewer.h"
 #include "tests/scene/drawfixture.h"
 
+#include <QCoreApplication>
+#include <QElapsedTimer>
 #include <QImage>
 #include <QSignalSpy>
 
@@ -261,6 +263,47 @@ TEST_F(PanelTest, TheGuideFrameDimsOnlyWhatIsOutside)
     // The next drawing is not affected by the state that the frame was drawn with.
     panel->setGuideAspect(0);
     EXPECT_EQ(panel->grabFramebuffer(), plain);
+}
+
+TEST_F(PanelTest, LargeScenesAreSketchedOnlyWhileTheCameraMoves)
+{
+    // A wavy surface of 320,000 triangles.
+    constexpr int Side = 400;
+    Geometry geometry;
+    for (int y = 0; y <= Side; ++y)
+        for (int x = 0; x <= Side; ++x)
+            geometry.positions.insert(geometry.positions.end(), {x * 2.0f / Side - 1, y * 2.0f / Side - 1,
+                                                                 0.1f * std::sin(x * 0.1f) * std::cos(y * 0.1f)});
+    for (std::uint32_t y = 0; y < Side; ++y)
+        for (std::uint32_t x = 0; x < Side; ++x) {
+            const std::uint32_t at = y * (Side + 1) + x;
+            geometry.indices.insert(geometry.indices.end(),
+                                    {at, at + 1, at + Side + 1, at + 1, at + Side + 2, at + Side + 1});
+        }
+    auto* root = new SceneElement(QStringLiteral("root"));
+    root->addChild(new GeometryElement(QStringLiteral("surface"), std::move(geometry)));
+    scene->setRootNode(root);
+    ScenePanel* panel = newPanel(400, 300);
+    panel->setSketchAfter(0);
+    panel->show();
+    const QImage before = panel->grabFramebuffer();
+    panel->orbit(20, 10);
+    const QImage sketch = panel->grabFramebuffer();
+    const auto covered = [&before](const QImage& image) {
+        int count = 0;
+        for (int y = 0; y < image.height(); ++y)
+            for (int x = 0; x < image.width(); ++x)
+                count += image.pixel(x, y) != before.pixel(0, 0);
+        return count;
+    };
+    QImage complete = sketch;
+    QElapsedTimer waiting;
+    for (waiting.start(); complete == sketch && waiting.elapsed() < 20000; complete = panel->grabFramebuffer())
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+    EXPECT_NE(complete, sketch) << "the complete frame follows";
+    EXPECT_NE(before, complete);
+    EXPECT_NEAR(covered(sketch), covered(complete), 0.05 * covered(complete)) << "no holes, and the same outline";
+    EXPECT_EQ(panel->grabFramebuffer(), complete);
 }
 
 TEST_F(PanelTest, OrthographicPicturesShowParallelEdges)
