@@ -26,6 +26,8 @@ pixels in width and videos of turntables, animations and camera paths, in
 its window and from the command line, with or without a screen.")
 # What the program loads at run time: the drivers and Qt's pictures in TIFF and WEBP.
 set(CPACK_DEBIAN_TOV_PACKAGE_DEPENDS "libegl1, libgl1-mesa-dri, libegl-mesa0, qt5-image-formats-plugins")
+# The sandbox of thumbnails.
+set(CPACK_DEBIAN_TOV_PACKAGE_RECOMMENDS bubblewrap)
 set(CPACK_DEBIAN_TOV_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_BINARY_DIR}/lib ${CMAKE_BINARY_DIR}/bin/modules)
 
