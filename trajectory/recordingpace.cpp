@@ -2,10 +2,12 @@
 
 #include "kernel/main/settings.h"
 #include "kernel/util/framebacklog.h"
+#include "kernel/util/processmemory.h"
 #include "kernel/workers/overseer.h"
 
 #include <QElapsedTimer>
 #include <QSettings>
+#include <QThread>
 
 #include <algorithm>
 #include <atomic>
@@ -18,19 +20,92 @@ namespace {
 
 std::atomic<int> recordings{0};
 constexpr qint64 Megabyte = 1000000;
-constexpr qint64 DefaultLimit = 512, DefaultChunk = 50; // MB
+constexpr qint64 DefaultChunkMb = 50;
+constexpr unsigned long PollMs = 5;
+
+/// Notices that an encoder no longer makes progress.
+class Stall
+{
+public:
+    Stall() { m_Since.start(); }
+    void noteProgress() { m_Since.restart(); }
+    bool isReached() const { return m_Since.hasExpired(RecordingPace::StallMs); }
+
+private:
+    QElapsedTimer m_Since;
+};
 
 /// One capture thread. The counters start at 0 with the first of the recordings that run at the same time.
-struct Recording
+class Recording
 {
+public:
     Recording()
     {
         if (recordings++ == 0)
             FrameBacklog::clear();
     }
     ~Recording() { --recordings; }
-    qint64 uncounted = 0; ///< frames that were captured before their size was known
+    void beforeFrame();
+
+private:
+    void waitForMemory();
+    void waitForEncoder(FrameBacklog::Amount taken);
+
+    qint64 m_Uncounted = 0;     ///< frames that were captured before their size was known
+    qint64 m_MemoryBefore = -1; ///< bytes of the process after the first frame; -1 = there was none yet
 };
+
+void Recording::beforeFrame()
+{
+    ++m_Uncounted;
+    const auto taken = FrameBacklog::totalTaken();
+    // The size of a frame is known once the encoder has taken one.
+    if (taken.frames == 0)
+        waitForMemory();
+    else
+        waitForEncoder(taken);
+}
+
+/// The first frame uploads the model, and a codec has memory of its own: neither belongs to pending frames. A codec's
+/// shows when nothing is freed although the limit is reached.
+void Recording::waitForMemory()
+{
+    qint64 memory = tov::util::allocatedMemory();
+    if (m_Uncounted <= 2)
+        m_MemoryBefore = memory;
+    const qint64 limit = RecordingPace::limitBytes(0);
+    qint64 least = memory;
+    Stall stall;
+    while (memory - m_MemoryBefore >= limit && FrameBacklog::totalTaken().frames == 0) {
+        if (stall.isReached()) {
+            m_MemoryBefore = memory - limit / 2;
+            return;
+        }
+        QThread::msleep(PollMs);
+        memory = tov::util::allocatedMemory();
+        if (memory <= least - Megabyte) {
+            least = memory;
+            stall.noteProgress();
+        }
+    }
+}
+
+void Recording::waitForEncoder(FrameBacklog::Amount taken)
+{
+    const qint64 frameBytes = taken.bytes / taken.frames;
+    FrameBacklog::captured(m_Uncounted, m_Uncounted * frameBytes);
+    m_Uncounted = 0;
+    Stall stall;
+    qint64 seen = taken.frames;
+    FrameBacklog::waitUntilBelow(RecordingPace::limitBytes(frameBytes), [&] {
+        const qint64 now = FrameBacklog::totalTaken().frames;
+        if (now != seen) {
+            seen = now;
+            stall.noteProgress();
+        }
+        return stall.isReached();
+    });
+}
 
 } // namespace
 
@@ -42,8 +117,9 @@ qint64 RecordingPace::limitBytes(qint64 frameBytes)
         return (isNumber && value > 0 && value < 1000000 ? value : preset) * Megabyte;
     };
     // Frames in the chunk that is being filled cannot be taken.
-    const qint64 least = megabytes("settings/grabvideotempfilesize", DefaultChunk) + 3 * frameBytes;
-    return std::max(megabytes("settings/backloglimit", DefaultLimit), least);
+    const qint64 chunk = megabytes("settings/grabvideotempfilesize", DefaultChunkMb);
+    const qint64 least = frameBytes > 0 ? chunk + 3 * frameBytes : 2 * chunk;
+    return std::max(megabytes("settings/backloglimit", DefaultLimitMb), least);
 }
 
 void RecordingPace::beforeFrame()
@@ -51,24 +127,7 @@ void RecordingPace::beforeFrame()
     if (tov::main::Overseer::getInstance()->isApplicationThread())
         return;
     thread_local Recording recording;
-    ++recording.uncounted;
-    const auto taken = FrameBacklog::totalTaken();
-    if (taken.frames == 0)
-        return; // the size of a frame is known once the encoder has taken one
-    const qint64 frameBytes = taken.bytes / taken.frames;
-    FrameBacklog::captured(recording.uncounted, recording.uncounted * frameBytes);
-    recording.uncounted = 0;
-    QElapsedTimer still;
-    still.start();
-    qint64 seen = taken.frames;
-    FrameBacklog::waitUntilBelow(limitBytes(frameBytes), [&] {
-        const qint64 now = FrameBacklog::totalTaken().frames;
-        if (now != seen) {
-            seen = now;
-            still.restart();
-        }
-        return still.hasExpired(StallMs);
-    });
+    recording.beforeFrame();
 }
 
 } // namespace tov::trajectory

@@ -8,19 +8,22 @@ namespace tov::trajectory {
 
 /// Keeps recordings from running ahead of their encoders: each recording sets one position per frame from its capture
 /// thread, and waits there while more raw frames are pending than the limit allows. A recording then takes as long as
-/// its slowest part, and its memory does not depend on its length.
+/// its slowest part, and its memory does not depend on its length. Until an encoder has counted a frame, or when it
+/// never counts, the memory that the process has gained since the first frame is compared with the limit instead.
 class TOV_EXPORT RecordingPace
 {
 public:
-    /// Called once per frame, before the frame is captured. Never waits on the application thread, or when the encoder
-    /// does not count its frames; stops waiting when an encoder takes nothing for `StallMs`, so that a recording whose
-    /// encoder has failed can be stopped. Thread: any.
+    /// Called once per frame, before the frame is captured. Never waits on the application thread. Stops waiting when
+    /// an encoder takes nothing for `StallMs`, so that a recording whose encoder has failed can be stopped. Thread:
+    /// any.
     static void beforeFrame();
-    /// The limit for frames of that size: the setting "settings/backloglimit" (MB, default 512), or three frames and
-    /// one chunk, whichever is more.
+    /// The limit for frames of that size (0 = unknown): the setting "settings/backloglimit" (MB, default
+    /// `DefaultLimitMb`), or three frames and one chunk, whichever is more.
     static qint64 limitBytes(qint64 frameBytes);
 
     static constexpr int StallMs = 10000;
+    /// Enough for encoding and capture to overlap: a larger limit makes no recording faster.
+    static constexpr qint64 DefaultLimitMb = 128;
 };
 
 } // namespace tov::trajectory

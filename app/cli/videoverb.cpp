@@ -15,6 +15,7 @@
 #include "scene/scene.h"
 #include "scene/view/scenepanel.h"
 #include "scene/view/viewer.h"
+#include "trajectory/recordingpace.h"
 #include "trajectory/trajectoryhandler.h"
 
 #include <QCoreApplication>
@@ -32,6 +33,7 @@ namespace tov::app {
 
 using tov::main::CommandArguments;
 using tov::scene::SceneDrawer;
+using tov::trajectory::RecordingPace;
 using tov::trajectory::TrajectoryHandler;
 
 namespace {
@@ -44,7 +46,6 @@ constexpr qint64 BytesPerMb = 1000000;
 constexpr int HighestGifFps = 50;
 constexpr int DefaultFps = 25, DefaultKbps = 1200;
 constexpr double BitsPerPixel = 0.1;
-constexpr qint64 DefaultBacklogMb = 512;
 
 QString tr(const char* text)
 {
@@ -162,7 +163,7 @@ bool configure(Session& session, const VideoRequest& request)
 {
     auto& settings = tovSettings();
     const QSize size = evenSize(request.size);
-    qint64 backlog = userSetting("settings/backloglimit", QString::number(DefaultBacklogMb)).toLongLong();
+    qint64 backlog = userSetting("settings/backloglimit", QString::number(RecordingPace::DefaultLimitMb)).toLongLong();
     const qint64 available = availableMemory(request.output.maxMemory) / BytesPerMb;
     // Half of the available memory: the encoder needs some as well.
     if (available > 0)

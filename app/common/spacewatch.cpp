@@ -1,7 +1,8 @@
 #include "app/common/spacewatch.h"
 
-#include "kernel/workers/overseer.h"
 #include "kernel/main/settings.h"
+#include "kernel/util/processmemory.h"
+#include "kernel/workers/overseer.h"
 
 #include <QDir>
 #include <QFile>
@@ -38,17 +39,6 @@ qint64 limitBytes()
     return std::clamp<qint64>(megabytes, 0, MostMb) * BytesPerMb;
 }
 
-/// Memory of the process that is not backed by a file.
-qint64 memoryBytes()
-{
-    QFile status(QStringLiteral("/proc/self/status"));
-    if (!status.open(QIODevice::ReadOnly))
-        return 0;
-    const QByteArray text = status.readAll();
-    const int at = text.indexOf("RssAnon:");
-    return at < 0 ? 0 : text.mid(at + 8).trimmed().split(' ').first().toLongLong() * 1024;
-}
-
 /// Bytes in unnamed files of the temporary folder.
 qint64 unnamedBytes()
 {
@@ -78,7 +68,7 @@ SpaceWatch::SpaceWatch(QObject* parent) : QObject(parent)
         if (file.isEmpty() || run->getArgument(QStringLiteral("sync")).isNull() || run->isFinished())
             return;
         m_Watched[run->getId()] = {run, QFileInfo(file).absolutePath()};
-        m_Watched[run->getId()].memoryBefore = memoryBytes();
+        m_Watched[run->getId()].memoryBefore = tov::util::processMemory();
         m_SinceReport.invalidate();
         look();
     });
@@ -126,7 +116,7 @@ void SpaceWatch::measureWaiting()
     const qint64 files = unnamedBytes();
     // Pictures use memory of their own.
     const bool onlyRecordings = std::all_of(m_Watched.begin(), m_Watched.end(), isRecording);
-    const qint64 memory = onlyRecordings ? memoryBytes() : 0;
+    const qint64 memory = onlyRecordings ? tov::util::processMemory() : 0;
     for (auto& each : m_Watched)
         each.second.waiting = isRecording(each) ? files + std::max<qint64>(0, memory - each.second.memoryBefore) : 0;
 }

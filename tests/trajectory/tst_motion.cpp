@@ -22,6 +22,7 @@
 
 #include <cmath>
 #include <limits>
+#include <mutex>
 #include <thread>
 
 using namespace tov::trajectory;
@@ -570,13 +571,47 @@ TEST_F(MotionTest, ASceneThatIsLoadedLaterIsPutInPlace)
     EXPECT_TRUE(processUntil([&] { return load->getTransform()(0, 3) == 5; }));
 }
 
+TEST_F(MotionTest, WithoutACountTheMemoryOfTheProcessIsLimited)
+{
+    constexpr std::size_t FrameBytes = 8000000;
+    constexpr int FrameCount = 60;
+    using Frame = std::vector<char>;
+    handler()->getTrajectoryInfo()->setPoints(std::vector<Point>(FrameCount));
+    std::mutex mutex;
+    std::vector<Frame> pending; // guarded by mutex
+    std::size_t most = 0;       // guarded by mutex
+    std::atomic<bool> isOver{false};
+    std::thread capture([&] {
+        for (unsigned long i = 0; i < FrameCount; ++i) {
+            TrajectoryHandler::getInstance()->getTrajectoryInfo()->setPosition(i);
+            Frame frame(FrameBytes, 1);
+            std::lock_guard<std::mutex> guard(mutex);
+            pending.push_back(std::move(frame));
+            most = std::max(most, pending.size());
+        }
+        isOver = true;
+    });
+    // The encoder takes a frame once capture waits, and counts none. Waiting begins one frame after the limit, because
+    // the first frame is not counted.
+    const std::size_t limit = std::size_t(RecordingPace::limitBytes(0)) / FrameBytes + 1;
+    EXPECT_TRUE(processUntil([&] {
+        std::lock_guard<std::mutex> guard(mutex);
+        if (pending.size() >= limit)
+            pending.pop_back();
+        return isOver.load();
+    }));
+    capture.join();
+    EXPECT_GE(most, limit);
+    EXPECT_LE(most, limit + 3);
+}
+
 TEST_F(MotionTest, CaptureThreadsWaitForTheEncoder)
 {
     using tov::util::FrameBacklog;
     handler()->getTrajectoryInfo()->setPoints(std::vector<Point>(1000));
     constexpr qint64 FrameBytes = 40000000;
     const qint64 limit = RecordingPace::limitBytes(FrameBytes);
-    EXPECT_GE(limit, 512000000);
+    EXPECT_GE(limit, RecordingPace::DefaultLimitMb * 1000000);
     std::atomic<int> captured{0};
     std::atomic<bool> started{false};
     std::thread capture([&] {
