@@ -1,6 +1,7 @@
 #include "app/cli/checks.h"
 
-#include "app/common/filesnapshot.h"
+#include "app/common/outputcheck.h"
+#include "kernel/util/processmemory.h"
 #include "scene/view/viewer.h"
 
 #include <QCoreApplication>
@@ -94,15 +95,21 @@ qint64 availableMemory(qint64 limit)
     const qint64 machine = kilobytesAfter(readAll(QStringLiteral("/proc/meminfo")), "MemAvailable:");
     qint64 available = std::min(machine < 0 ? std::numeric_limits<qint64>::max() : machine, cgroupLeaves());
     if (limit > 0) {
-        const qint64 used = kilobytesAfter(readAll(QStringLiteral("/proc/self/status")), "RssAnon:");
-        available = std::min(available, std::max<qint64>(0, limit - std::max<qint64>(0, used)));
+        available = std::min(available, std::max<qint64>(0, limit - tov::util::processMemory()));
     }
     return available == std::numeric_limits<qint64>::max() ? 0 : std::max<qint64>(1, available);
 }
 
 bool checkOutput(const QString& fileName, QString* error)
 {
-    return checkOutputFolder(fileName, error);
+    if (!checkOutputFolder(fileName, error))
+        return false;
+    // A result is made next to the file that it replaces.
+    const QFileInfo folder(QFileInfo(linkTarget(fileName)).absolutePath());
+    if (isNamedPipe(fileName) || folder.isWritable())
+        return true;
+    *error = tr("%1 cannot be written: no files can be made in the folder %2").arg(fileName, folder.filePath());
+    return false;
 }
 
 bool checkPictureSize(const QString& format, const QSize& size, QString* error)

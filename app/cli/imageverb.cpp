@@ -1,8 +1,10 @@
 #include "app/cli/batch.h"
 #include "app/cli/checks.h"
 #include "app/cli/picture.h"
+#include "app/cli/pictureoutput.h"
 #include "app/cli/session.h"
 #include "app/cli/verbs.h"
+#include "app/common/outputcheck.h"
 #include "app/common/safeoutput.h"
 #include "kernel/main/parameter.h"
 #include "kernel/main/parameterset.h"
@@ -71,7 +73,7 @@ bool checkJob(const ImageJob& job, QString* error)
     const bool isFile = !request.output.isStandardOutput();
     if ((isFile && !checkOutput(job.plan.output, error)) || !checkFormat(job, error))
         return false;
-    if (isFile && request.output.keepsExisting && QFileInfo::exists(job.plan.output)) {
+    if (isFile && request.output.keepsExisting && !isNamedPipe(job.plan.output) && QFileInfo::exists(job.plan.output)) {
         *error = tr("'%1' exists already").arg(job.plan.output);
         return false;
     }
@@ -145,6 +147,11 @@ bool makeImage(Session& session, const ImageJob& job)
     QElapsedTimer clock;
     clock.start();
     reporter.started(job.plan.output);
+    const QString format = formatOf(job);
+    PictureOutput output(request.output, job.plan.output, format);
+    QString error;
+    if (!output.prepare(&error))
+        return reporter.fail(error);
     if (!session.showModels(job.plan.models, request.view.modelUp) ||
         !session.showView(request.view, job.plan.view, false) ||
         (request.motion.animation && !session.selectMotion(request.motion, request.view, 1)))
@@ -153,15 +160,13 @@ bool makeImage(Session& session, const ImageJob& job)
     QImage image = draw(session, job, transform);
     if (image.isNull())
         return false;
-    const QString format = formatOf(job);
     finishPicture(image, request.view.look.background, hasPictureAlpha(format));
     if (request.dpi > 0) {
         image.setDotsPerMeterX(qRound(request.dpi * InchesPerMeter));
         image.setDotsPerMeterY(qRound(request.dpi * InchesPerMeter));
     }
     storePictureFacts(image, job.plan.models, transform, job.options);
-    QString error;
-    if (!savePicture(image, job.plan.output, format, request.quality, &error))
+    if (!output.save(image, request.quality, &error))
         return reporter.fail(error);
     RunOutcome outcome;
     outcome.status = RunOutcome::Status::Done;

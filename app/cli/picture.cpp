@@ -1,22 +1,16 @@
 #include "app/cli/picture.h"
 
-#include <QBuffer>
 #include <QCoreApplication>
-#include <QFile>
 #include <QFileInfo>
 #include <QImageReader>
-#include <QImageWriter>
-#include <QSaveFile>
 
 #include <cmath>
-#include <cstdio>
 
 namespace tov::app {
 
 namespace {
 
 const char* const ViewKey = "tov:view";
-constexpr int DefaultQuality = 90;
 constexpr int MatrixCells = 16;
 
 QString tr(const char* text)
@@ -75,50 +69,10 @@ void makeStraight(QImage& image)
     }
 }
 
-/// A file that records whether a write was short: neither the TIFF writer nor `commit` reports that.
-class PictureFile : public QSaveFile
-{
-public:
-    explicit PictureFile(const QString& fileName) : QSaveFile(fileName) {}
-    bool isComplete() const { return m_IsComplete; }
-
-protected:
-    qint64 writeData(const char* data, qint64 length) override
-    {
-        const qint64 written = QSaveFile::writeData(data, length);
-        m_IsComplete = m_IsComplete && written == length;
-        return written;
-    }
-
-private:
-    bool m_IsComplete = true;
-};
-
 bool isTransparent(const Background& background, bool hasAlpha)
 {
     return background.kind == Background::Kind::Transparent ||
            (background.kind == Background::Kind::Default && hasAlpha);
-}
-
-bool write(const QImage& image, QIODevice& device, const QString& format, int quality, QString* reason)
-{
-    QImageWriter writer(&device, format.toLatin1());
-    if (quality >= 0)
-        writer.setQuality(quality);
-    else if (format != QLatin1String("png"))
-        writer.setQuality(DefaultQuality);
-    if (format.startsWith(QLatin1String("tif")))
-        writer.setCompression(1); // LZW: lossless and read everywhere
-    if (writer.write(image))
-        return true;
-    *reason = writer.errorString();
-    return false;
-}
-
-bool writeStandardOutput(const QByteArray& bytes)
-{
-    return std::fwrite(bytes.constData(), 1, std::size_t(bytes.size()), stdout) == std::size_t(bytes.size()) &&
-           std::fflush(stdout) == 0;
 }
 
 } // namespace
@@ -188,34 +142,6 @@ std::optional<tov::math::Matrix4> readStoredView(const QString& fileName, QStrin
         return matrix;
     *error = tr("'%1' contains no view; only png and jpg files written by tov image do").arg(fileName);
     return std::nullopt;
-}
-
-bool savePicture(const QImage& image, const QString& fileName, const QString& format, int quality, QString* error)
-{
-    QString reason;
-    bool isSaved = false;
-    if (fileName == QLatin1String("-")) {
-        QBuffer buffer;
-        buffer.open(QIODevice::WriteOnly);
-        isSaved = write(image, buffer, format, quality, &reason);
-        if (isSaved && !writeStandardOutput(buffer.data())) {
-            isSaved = false;
-            reason = qt_error_string(errno);
-        }
-    } else {
-        PictureFile file(fileName);
-        // With a buffer, commit would not notice that the last bytes could not be written.
-        isSaved = file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) &&
-                  write(image, file, format, quality, &reason) && file.isComplete() && file.commit();
-        // A short write does not set a reason; the next write reports it.
-        if (!isSaved && file.isOpen() && file.error() == QFileDevice::NoError)
-            file.write("", 1);
-        if (!isSaved && (reason.isEmpty() || file.error() != QFileDevice::NoError))
-            reason = file.errorString();
-    }
-    if (!isSaved)
-        *error = tr("cannot write '%1': %2").arg(fileName, reason);
-    return isSaved;
 }
 
 } // namespace tov::app

@@ -27,8 +27,4 @@ void storePictureFacts(QImage& image, const QStringList& models, const tov::math
 /// Thread: any.
 std::optional<tov::math::Matrix4> readStoredView(const QString& fileName, QString* error);
 
-/// Writes the picture to a file, which keeps its old content unless everything was written; "-" is standard output.
-/// `quality` -1 = the format's default. On failure false with one line in `error`. Thread: any.
-bool savePicture(const QImage& image, const QString& fileName, const QString& format, int quality, QString* error);
-
 } // namespace tov::app

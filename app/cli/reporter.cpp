@@ -110,7 +110,8 @@ void Reporter::result(const RunOutcome& outcome)
     if (outcome.size.isValid())
         text +=
             tr(" %1 x %2 pixels,").arg(QString::number(outcome.size.width()), QString::number(outcome.size.height()));
-    text += tr(" %1 kB").arg((outcome.bytes + BytesPerKb - 1) / BytesPerKb);
+    if (outcome.bytes > 0)
+        text += tr(" %1 kB").arg((outcome.bytes + BytesPerKb - 1) / BytesPerKb);
     if (outcome.frames >= 0)
         text += tr(", %1 frames").arg(outcome.frames);
     note(text);

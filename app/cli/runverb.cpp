@@ -1,6 +1,6 @@
 #include "app/cli/session.h"
 #include "app/cli/verbs.h"
-#include "app/common/filesnapshot.h"
+#include "app/common/outputcheck.h"
 #include "kernel/commands/commandparser.h"
 #include "kernel/main/settings.h"
 #include "scene/view/scenepanel.h"

@@ -17,6 +17,7 @@ namespace tov::app {
 using tov::main::CommandProcessor;
 using tov::main::CommandRun;
 using tov::main::CommandRunPointer;
+using tov::util::FileStamp;
 
 namespace {
 
@@ -89,6 +90,14 @@ void RunWatcher::skipVerification()
         reading->stop();
 }
 
+/// Whether there is a regular file now that is new or has been written to. Not when the folder has been replaced by
+/// another one: the files in it are not ours.
+bool RunWatcher::isWritten(const Watched& watched)
+{
+    return FileStamp(watched.before.fileName()).isRegularFile() && watched.before.hasChanged() &&
+           watched.folderBefore.isSameFileAs(FileStamp(watched.folderBefore.fileName()));
+}
+
 void RunWatcher::begin(const CommandRunPointer& run)
 {
     if (m_Watched.count(run->getId()))
@@ -98,7 +107,8 @@ void RunWatcher::begin(const CommandRunPointer& run)
     Watched watched;
     watched.isAlone = m_Watched.empty();
     watched.run = run;
-    watched.before = FileSnapshot(fileNameOf(*run));
+    watched.before = FileStamp(fileNameOf(*run));
+    watched.folderBefore = FileStamp(QFileInfo(fileNameOf(*run)).absolutePath());
     watched.clock.start();
     m_Watched.emplace(run->getId(), watched);
 }
@@ -123,8 +133,14 @@ void RunWatcher::finish(const CommandRunPointer& run)
         return;
     }
     const QFileInfo file(fileNameOf(*run));
-    if (!watched.before.hasChanged() || file.size() == 0) {
-        if (watched.before.hasChanged())
+    // A pipe cannot be read back.
+    if (watched.before.exists() && !watched.before.isRegularFile()) {
+        outcome.files = QStringList(fileNameOf(*run));
+        report(watched, outcome);
+        return;
+    }
+    if (!isWritten(watched) || file.size() == 0) {
+        if (isWritten(watched))
             QFile::remove(file.canonicalFilePath());
         outcome.status = RunOutcome::Status::Failed;
         if (outcome.reason.isEmpty())

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "app/common/filesnapshot.h"
 #include "app/common/runrecords.h"
 #include "kernel/commands/commandprocessor.h"
+#include "kernel/util/filestamp.h"
 
 #include <QElapsedTimer>
 #include <QMetaType>
@@ -71,12 +71,14 @@ private:
     struct Watched
     {
         tov::main::CommandRunPointer run;
-        FileSnapshot before;
+        tov::util::FileStamp before;
+        tov::util::FileStamp folderBefore; ///< of the file
         QElapsedTimer clock;
         bool isAlone = true; ///< no other run at the same time, so every error belongs to this one
         bool isLost = false;
     };
 
+    static bool isWritten(const Watched& watched);
     void begin(const tov::main::CommandRunPointer& run);
     void finish(const tov::main::CommandRunPointer& run);
     void verifyPicture(const Watched& watched, RunOutcome& outcome) const;

@@ -1,5 +1,6 @@
 #include "app/common/safeoutput.h"
 
+#include "app/common/outputcheck.h"
 #include "app/common/videoprobe.h"
 
 #include <QDir>
@@ -8,8 +9,11 @@
 #include <QRegularExpression>
 
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace tov::app {
@@ -21,14 +25,6 @@ const char* const PartialMark = "~partial";
 QString systemError()
 {
     return QString::fromLocal8Bit(std::strerror(errno));
-}
-
-/// The target of a symbolic link, so that the link stays.
-QString resolved(const QString& fileName)
-{
-    const QFileInfo info(fileName);
-    const QString target = info.isSymLink() ? info.canonicalFilePath() : QString();
-    return target.isEmpty() ? fileName : target;
 }
 
 /// Puts the file on the disk before it replaces another one.
@@ -43,6 +39,47 @@ bool synchronize(const QString& fileName)
     close(file);
     errno = reason;
     return isDone;
+}
+
+/// True when the name still belongs to the open file.
+bool isNameOf(const QByteArray& name, int file)
+{
+    struct stat named, opened;
+    return fstat(file, &opened) == 0 && stat(name.constData(), &named) == 0 && named.st_dev == opened.st_dev &&
+           named.st_ino == opened.st_ino;
+}
+
+/// False when another process has locked the file. Some file systems have no locks; then nobody has.
+bool lock(int file)
+{
+    return flock(file, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK;
+}
+
+/// The new file keeps the permissions of the one that it replaces.
+void copyPermissions(const QByteArray& from, const QByteArray& to)
+{
+    constexpr mode_t Permissions = 07777;
+    struct stat status;
+    if (stat(from.constData(), &status) == 0 && S_ISREG(status.st_mode))
+        chmod(to.constData(), status.st_mode & Permissions);
+}
+
+/// Renames a file unless the new name is taken (errno is then EEXIST). Not all file systems can do that in one step.
+bool renameToFreeName(const QByteArray& from, const QByteArray& to)
+{
+    if (renameat2(AT_FDCWD, from.constData(), AT_FDCWD, to.constData(), RENAME_NOREPLACE) == 0)
+        return true;
+    if (errno != EINVAL && errno != ENOSYS)
+        return false;
+    return link(from.constData(), to.constData()) == 0 && unlink(from.constData()) == 0;
+}
+
+void removePictures(const QString& listFile, const QStringList& pictures, const QStringList& kept)
+{
+    const QDir folder = QFileInfo(listFile).dir();
+    for (const QString& picture : pictures)
+        if (!kept.contains(picture))
+            QFile::remove(folder.filePath(picture));
 }
 
 } // namespace
@@ -75,60 +112,94 @@ QString longestEnding(const QString& fileName, const QStringList& endings)
     return longest;
 }
 
-SafeOutput::SafeOutput(const QString& fileName, const QString& ending) : m_FileName(fileName)
+SafeOutput::SafeOutput(const QString& fileName, const QString& ending, Older older)
+    : m_FileName(fileName), m_Target(linkTarget(fileName)), m_Older(older)
 {
-    const QFileInfo info(resolved(fileName));
+    const QFileInfo info(m_Target);
     const QString name = info.fileName();
     // Everything after the first dot counts as the format.
     QString base = name.left(name.size() - ending.size() - 1).replace(QLatin1Char('.'), QLatin1Char('_'));
     m_TemporaryName = info.dir().filePath(base + QLatin1String(PartialMark) + QLatin1Char('.') + ending);
 }
 
+SafeOutput::~SafeOutput()
+{
+    if (m_Lock >= 0)
+        close(m_Lock);
+}
+
+bool SafeOutput::openTemporary(QString* error)
+{
+    constexpr mode_t ReadAndWrite = 0666;
+    const QByteArray name = QFile::encodeName(m_TemporaryName);
+    // The file may be renamed by its writer between the opening and the locking.
+    do {
+        if (m_Lock >= 0)
+            close(m_Lock);
+        m_Lock = open(name.constData(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, ReadAndWrite);
+        if (m_Lock < 0) {
+            *error = tr("cannot write '%1': '%2': %3").arg(m_FileName, m_TemporaryName, systemError());
+            return false;
+        }
+        if (!lock(m_Lock)) {
+            *error = tr("cannot write '%1': another process is writing it").arg(m_FileName);
+            close(m_Lock);
+            m_Lock = -1;
+            return false;
+        }
+    } while (!isNameOf(name, m_Lock));
+    return true;
+}
+
 bool SafeOutput::prepare(QString* error)
 {
-    if (!QFileInfo::exists(m_TemporaryName))
+    if (!openTemporary(error))
+        return false;
+    removePictures(m_TemporaryName, listedPictures(m_TemporaryName), {});
+    if (ftruncate(m_Lock, 0) == 0)
         return true;
-    discard();
-    if (!QFileInfo::exists(m_TemporaryName))
-        return true;
-    *error = tr("cannot write '%1': '%2' cannot be removed").arg(m_FileName, m_TemporaryName);
+    *error = tr("cannot write '%1': '%2': %3").arg(m_FileName, m_TemporaryName, systemError());
     return false;
 }
 
-/// Pictures are named after their list, so the encoder copies them; pictures of an older list that are not replaced
-/// are removed.
-bool SafeOutput::commitPictures(QString* error)
+bool SafeOutput::rename(QString* error)
 {
-    const QString fileName = resolved(m_FileName);
-    const QDir folder = QFileInfo(fileName).dir();
-    const QStringList older = listedPictures(fileName);
-    if (!copyVideo(m_TemporaryName, fileName)) {
-        *error = tr("cannot write '%1'; the result is in '%2'").arg(m_FileName, m_TemporaryName);
-        return false;
+    const QByteArray temporary = QFile::encodeName(m_TemporaryName), target = QFile::encodeName(m_Target);
+    bool isRenamed = synchronize(m_TemporaryName);
+    if (isRenamed && m_Older == Older::Keep) {
+        isRenamed = renameToFreeName(temporary, target);
+    } else if (isRenamed) {
+        copyPermissions(target, temporary);
+        isRenamed = std::rename(temporary.constData(), target.constData()) == 0;
     }
-    const QStringList pictures = listedPictures(fileName);
-    for (const QString& picture : older)
-        if (!pictures.contains(picture))
-            QFile::remove(folder.filePath(picture));
-    discard();
-    return true;
+    if (!isRenamed)
+        *error = tr("cannot write '%1': %2; the result is in '%3'").arg(m_FileName, systemError(), m_TemporaryName);
+    return isRenamed;
+}
+
+/// Pictures are named after their list. The list that was just committed still names those of the temporary one: the
+/// encoder gives them their own names and replaces the list once more. Without it everything plays all the same.
+void SafeOutput::renamePictures(const QStringList& older)
+{
+    const QStringList temporary = listedPictures(m_Target);
+    if (copyVideo(m_Target, m_Target))
+        removePictures(m_Target, temporary + older, listedPictures(m_Target));
 }
 
 bool SafeOutput::commit(QString* error)
 {
-    if (m_TemporaryName.endsWith(QLatin1String(".frames")))
-        return commitPictures(error);
-    if (synchronize(m_TemporaryName) && std::rename(QFile::encodeName(m_TemporaryName).constData(),
-                                                    QFile::encodeName(resolved(m_FileName)).constData()) == 0)
-        return true;
-    *error = tr("cannot write '%1': %2; the result is in '%3'").arg(m_FileName, systemError(), m_TemporaryName);
-    return false;
+    const bool isList = m_TemporaryName.endsWith(QLatin1String(".frames"));
+    const QStringList older = isList ? listedPictures(m_Target) : QStringList();
+    if (!rename(error))
+        return false;
+    if (isList)
+        renamePictures(older);
+    return true;
 }
 
 void SafeOutput::discard()
 {
-    for (const QString& picture : listedPictures(m_TemporaryName))
-        QFile::remove(QFileInfo(m_TemporaryName).dir().filePath(picture));
+    removePictures(m_TemporaryName, listedPictures(m_TemporaryName), {});
     QFile::remove(m_TemporaryName);
 }
 

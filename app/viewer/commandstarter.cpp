@@ -1,6 +1,6 @@
 #include "app/viewer/commandstarter.h"
 
-#include "app/common/filesnapshot.h"
+#include "app/common/outputcheck.h"
 #include "app/common/spacewatch.h"
 #include "app/viewer/parameterdialog.h"
 #include "kernel/commands/commandparser.h"

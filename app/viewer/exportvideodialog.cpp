@@ -1,6 +1,6 @@
 #include "app/viewer/exportvideodialog.h"
 
-#include "app/common/filesnapshot.h"
+#include "app/common/outputcheck.h"
 #include "app/viewer/outputname.h"
 #include "app/viewer/sizepicker.h"
 #include "app/viewer/viewpicture.h"

@@ -1,6 +1,6 @@
 #include "app/viewer/pictureexport.h"
 
-#include "app/common/filesnapshot.h"
+#include "app/common/outputcheck.h"
 #include "app/viewer/viewpicture.h"
 #include "scene/drawing/scenedrawer.h"
 #include "scene/view/scenepanel.h"

@@ -1,6 +1,6 @@
 #include "app/viewer/quickcapture.h"
 
-#include "app/common/filesnapshot.h"
+#include "app/common/outputcheck.h"
 #include "app/common/spacewatch.h"
 #include "app/viewer/glyphs.h"
 #include "app/viewer/outputname.h"

@@ -1,7 +1,7 @@
 #include "app/viewer/videoexport.h"
 
 #include "app/cli/videoformats.h"
-#include "app/common/filesnapshot.h"
+#include "app/common/outputcheck.h"
 #include "app/common/spacewatch.h"
 #include "kernel/commands/commandprocessor.h"
 #include "kernel/main/settings.h"

@@ -372,7 +372,7 @@ void FFmpegCoder::complete()
     if (result < 0) {
         fail(__LINE__, __func__, QStringLiteral("The video file cannot be completed; its content so far can be played"),
              result);
-    } else if (d->index && d->index->hasSamples()) {
+    } else if (d->index && d->index->hasSamples() && !job().output->isSequential()) {
         // From fragments to one indexed file: the index is appended, then the header is patched. If the index does not
         // fit on the disk, the fragments still play.
         const QByteArray index = d->index->finalIndex(TicksPerFrame, quint32(d->stream->time_base.den));

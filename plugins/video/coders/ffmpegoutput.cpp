@@ -16,9 +16,11 @@ constexpr int BufferBytes = 1 << 16;
 
 FFmpegOutput::FFmpegOutput(QIODevice* device, Mp4Index* index) : mp_Device(device), mp_Index(index)
 {
+    // Without a seek function FFmpeg writes what can be streamed.
+    const bool isSeekable = !index && !device->isSequential();
     auto* buffer = static_cast<unsigned char*>(av_malloc(BufferBytes));
     if (buffer)
-        mp_Context = avio_alloc_context(buffer, BufferBytes, 1, this, nullptr, onWrite, index ? nullptr : onSeek);
+        mp_Context = avio_alloc_context(buffer, BufferBytes, 1, this, nullptr, onWrite, isSeekable ? onSeek : nullptr);
     if (!mp_Context)
         av_free(buffer);
 }
