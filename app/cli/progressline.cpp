@@ -11,8 +11,6 @@ namespace {
 
 constexpr int RedrawMs = 100;
 constexpr int BarCells = 24;
-/// The remaining time can be estimated from here on.
-constexpr int EstimatePercent = 3, EstimateMs = 500;
 constexpr double MsPerSecond = 1000;
 
 QString tr(const char* text)
@@ -31,31 +29,28 @@ ProgressLine::~ProgressLine()
 
 QString ProgressLine::describe(int percent, qint64 frameCount) const
 {
-    const qint64 spentMs = m_SinceStart.elapsed();
+    const qint64 spentMs = m_Estimate.elapsedMs();
     if (percent < 0)
         return spentMs < MsPerSecond ? m_Text : m_Text + tr("  %1 s").arg(int(double(spentMs) / MsPerSecond));
     const int filled = BarCells * percent / 100;
     QString line = QStringLiteral("[%1%2] %3 %  %4")
                        .arg(QString(filled, QLatin1Char('#')), QString(BarCells - filled, QLatin1Char('.')),
                             QString::number(percent).rightJustified(3), m_Text);
-    if (percent < EstimatePercent || spentMs < EstimateMs)
+    if (!m_Estimate.isKnown())
         return line;
     if (frameCount > 0)
-        line +=
-            tr("  %1 frames/s").arg(double(frameCount) * percent / 100 / (double(spentMs) / MsPerSecond), 0, 'f', 1);
-    return line + tr("  %1 s left").arg(int(double(spentMs) * (100 - percent) / percent / MsPerSecond) + 1);
+        line += tr("  %1 frames/s").arg(m_Estimate.rate(frameCount), 0, 'f', 1);
+    return line + tr("  %1 s left").arg(int(m_Estimate.secondsLeft()) + 1);
 }
 
 void ProgressLine::show(const QString& text, int percent, qint64 frameCount)
 {
     if (!m_IsActive)
         return;
-    if (text != m_Text || percent < m_Percent || !m_SinceStart.isValid()) {
-        m_Text = text;
-        m_SinceStart.start();
+    if (text != m_Text)
         m_SinceDrawn.invalidate();
-    }
-    m_Percent = percent;
+    m_Text = text;
+    m_Estimate.update(text, percent);
     if (m_SinceDrawn.isValid() && m_SinceDrawn.elapsed() < RedrawMs)
         return;
     m_SinceDrawn.start();

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "app/cli/progressestimate.h"
+
 #include <QElapsedTimer>
 #include <QString>
 
@@ -25,8 +27,7 @@ private:
     bool m_IsActive;
     QString m_Text;
     QString m_Remark;
-    int m_Percent = -1;
-    QElapsedTimer m_SinceStart; ///< of this text
+    ProgressEstimate m_Estimate;
     QElapsedTimer m_SinceDrawn;
     int m_Length = 0; ///< of the line on the terminal
 };

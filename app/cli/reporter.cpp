@@ -123,12 +123,18 @@ void Reporter::progress(const QString& text, int percent, qint64 count)
         m_Line.show(text, percent, count);
         return;
     }
+    m_Estimate.update(text, percent);
     if (m_SinceProgress.isValid() && m_SinceProgress.elapsed() < ProgressMs)
         return;
     m_SinceProgress.start();
     QJsonObject object{{QStringLiteral("event"), QStringLiteral("progress")}, {QStringLiteral("percent"), percent}};
     if (count > 0 && percent >= 0)
         object[QStringLiteral("frame")] = count * percent / 100;
+    if (m_Estimate.isKnown()) {
+        if (count > 0)
+            object[QStringLiteral("rate")] = m_Estimate.rate(count);
+        object[QStringLiteral("left")] = m_Estimate.secondsLeft();
+    }
     print(object);
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/cli/options.h"
+#include "app/cli/progressestimate.h"
 #include "app/cli/progressline.h"
 #include "app/common/runoutcome.h"
 
@@ -48,6 +49,7 @@ public:
 private:
     const bool m_IsQuiet, m_IsJson, m_IsStrict;
     ProgressLine m_Line;
+    ProgressEstimate m_Estimate; ///< of the progress objects
     QElapsedTimer m_SinceProgress;
     int m_Failures = 0;
 };

@@ -1,5 +1,6 @@
 #include "app/cli/session.h"
 
+#include "app/cli/checks.h"
 #include "app/cli/motionsetup.h"
 #include "app/cli/looksetup.h"
 #include "app/cli/viewsetup.h"
@@ -15,7 +16,9 @@
 #include "trajectory/trajectoryhandler.h"
 
 #include <QEventLoop>
+#include <QLocale>
 
+#include <algorithm>
 #include <cstdio>
 #include <unistd.h>
 
@@ -62,8 +65,10 @@ Session::Session(const Options& options, Reporter& reporter, int& argc, char** a
     mp_Space = std::make_unique<SpaceWatch>();
     QObject::connect(mp_Space.get(), &SpaceWatch::lowSpace, [this](const QString& text) { m_StopReason = text; });
     QObject::connect(mp_Space.get(), &SpaceWatch::measured, [this] {
-        if (mp_Current)
-            m_Reporter.setProgressRemark(mp_Space->describe(mp_Current->getId()));
+        if (!mp_Current)
+            return;
+        m_Reporter.setProgressRemark(mp_Space->describe(mp_Current->getId()));
+        warnIfFramesMayBeLost();
     });
     tov::util::ZProgressDialog::setPresenter([this](const tov::util::ZProgressDialog::Update& update) {
         if (!update.finished)
@@ -148,6 +153,22 @@ bool Session::selectMotion(const MotionRequest& motion, const ViewRequest& view,
     return true;
 }
 
+/// Frames of a free recording wait for the encoder in memory, then in temporary files. When both are full, the
+/// recording ends.
+void Session::warnIfFramesMayBeLost()
+{
+    const quint64 run = mp_Current->getId();
+    const bool isFree = mp_Current->getArgument(QStringLiteral("sync")) == QLatin1String("0");
+    const qint64 pending = mp_Space->getWaiting(run);
+    const qint64 left = availableMemory(0) + std::max<qint64>(0, mp_Space->getRoom(run));
+    if (!isFree || m_HasWarned || pending <= left)
+        return;
+    m_HasWarned = true;
+    m_Reporter.warning(tr("the encoder is too slow: %1 of frames are pending, and there is room for %2 more; then the "
+                          "recording ends")
+                           .arg(QLocale().formattedDataSize(pending), QLocale().formattedDataSize(left)));
+}
+
 void Session::warnIfNothingMoves()
 {
     const auto* handler = TrajectoryHandler::getInstance();
@@ -201,6 +222,7 @@ RunOutcome Session::waitFor(const CommandRunPointer& run, const RunFunction& onS
     QObject context;
     mp_Current = run;
     m_StopReason.clear();
+    m_HasWarned = false;
     m_Reporter.setProgressRemark(QString());
     const qint64 frames = RunWatcher::isRecording(*run) ? qint64(TrajectoryHandler::getInstance()->getCount()) : 0;
     QObject::connect(processor, &CommandProcessor::runChanged, &context, [&](const CommandRunPointer& changed) {

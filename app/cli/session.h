@@ -58,6 +58,7 @@ public:
 
 private:
     RunOutcome waitFor(const tov::main::CommandRunPointer& run, const RunFunction& onStart);
+    void warnIfFramesMayBeLost();
     void warnIfNothingMoves();
     void interrupt(int count);
 
@@ -69,7 +70,8 @@ private:
     std::unique_ptr<SpaceWatch> mp_Space;
     tov::gui::ScenePanel* mp_Panel = nullptr; ///< closed in the destructor
     tov::main::CommandRunPointer mp_Current;
-    QString m_StopReason; ///< why the program itself stopped the current run
+    bool m_HasWarned = false; ///< of frames of the current run
+    QString m_StopReason;     ///< why the program itself stopped the current run
     int m_Interrupts = 0;
     bool m_LeavesAtOnce = false;
 };

@@ -15,6 +15,21 @@ namespace tov::app {
 
 namespace {
 
+/// The texts that a function of a plug-in returns, up to a null; none when it fails, which is logged.
+std::optional<QStringList> listOf(const EncoderPlugin& plugin, const char* const* (*list)())
+{
+    QStringList texts;
+    try {
+        for (const char* const* text = list(); text && *text; ++text)
+            texts << QString::fromUtf8(*text);
+    } catch (...) {
+        tov::log::Logger::log(tov::log::LevelError, "app/videoformats", __LINE__, __func__, nullptr,
+                              QStringLiteral("The plug-in '%1' failed to list its formats").arg(plugin.fileName()));
+        return std::nullopt;
+    }
+    return texts;
+}
+
 /// The formats that the loaded plug-ins list (the symbol "listVideoFormats"), sorted by ending. Nothing when a plug-in
 /// does not list its formats.
 std::optional<std::map<QString, QString>> listedFormats()
@@ -22,16 +37,11 @@ std::optional<std::map<QString, QString>> listedFormats()
     std::map<QString, QString> formats;
     for (const EncoderPlugin& plugin : EncoderPlugin::loaded()) {
         const auto list = plugin.function<const char* const*()>("listVideoFormats");
-        if (!list)
+        const std::optional<QStringList> texts = list ? listOf(plugin, list) : std::nullopt;
+        if (!texts)
             return std::nullopt;
-        try {
-            for (const char* const* entry = list(); entry && entry[0] && entry[1]; entry += 2)
-                formats.emplace(QString::fromUtf8(entry[0]).toLower(), QString::fromUtf8(entry[1]));
-        } catch (...) {
-            tov::log::Logger::log(tov::log::LevelError, "app/videoformats", __LINE__, __func__, nullptr,
-                                  QStringLiteral("The plug-in '%1' did not list its formats").arg(plugin.fileName()));
-            return std::nullopt;
-        }
+        for (int i = 0; i + 1 < texts->size(); i += 2)
+            formats.emplace((*texts)[i].toLower(), (*texts)[i + 1]);
     }
     return formats.empty() ? std::nullopt : std::optional(formats);
 }
@@ -70,6 +80,15 @@ QStringList knownVideoEndings()
     for (const auto& [ending, description] : knownVideoFormats())
         endings << ending;
     return endings;
+}
+
+bool hasVideoAlpha(const QString& ending)
+{
+    for (const EncoderPlugin& plugin : EncoderPlugin::loaded())
+        if (const auto list = plugin.function<const char* const*()>("listAlphaFormats"))
+            if (listOf(plugin, list).value_or(QStringList()).contains(ending))
+                return true;
+    return false;
 }
 
 } // namespace tov::app

@@ -12,5 +12,8 @@ namespace tov::app {
 std::vector<std::pair<QString, QString>> knownVideoFormats();
 /// The endings alone.
 QStringList knownVideoEndings();
+/// True when a loaded plug-in says that videos with that ending store transparency (the symbol "listAlphaFormats").
+/// Thread: application.
+bool hasVideoAlpha(const QString& ending);
 
 } // namespace tov::app

@@ -70,15 +70,6 @@ bool checkEnding(const VideoJob& job, QString* error)
     return false;
 }
 
-/// Formats that store transparency.
-bool hasVideoAlpha(const QString& ending)
-{
-    static const QStringList endings{QStringLiteral("alpha.webm"),   QStringLiteral("alpha.mov"),
-                                     QStringLiteral("lossless.mkv"), QStringLiteral("apng"),
-                                     QStringLiteral("gif"),          QStringLiteral("frames")};
-    return endings.contains(ending);
-}
-
 bool checkBackground(const VideoJob& job, QString* error)
 {
     const Background::Kind kind = job.request.view.look.background.kind;

@@ -26,6 +26,11 @@ EVERYTHING = os.environ.get('TOV_FAULTS') == 'all'
 ONLY = sys.argv[2] if len(sys.argv) > 2 else ''
 SOURCE = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 LIMIT_S = 60
+# Moments of a recording, by the number of frames that play then.
+PLAYING = {'a frame plays': 1, '10 frames play': 10, '40 frames play': 40}
+# Ten moments: seconds after the start, and states of the temporary file.
+VIDEO_MOMENTS = (0.05, 0.1, 0.2, 0.3, 0.5, 0.8, 'the temporary file exists', *PLAYING)
+PICTURE_MOMENTS = (0.05, 0.1, 0.2, 0.3, 0.4, 0.6, 0.8, 1.0, 1.5, 'the temporary file exists')
 cases = Cases(sys.argv[1], SOURCE)
 scratch = tempfile.mkdtemp(prefix='tov older ')
 
@@ -73,14 +78,14 @@ class Older:
     def new_files(self):
         return set(os.listdir(self.folder)) - self.names
 
-    def problem(self, allowed=()):
-        """Whether the older result changed, or something was left that is neither the partial file nor `allowed`."""
+    def problem(self):
+        """Whether the older result changed, or something was left that is not the partial file."""
         if not self.names <= set(os.listdir(self.folder)):
             return f'the older result is gone: {os.listdir(self.folder)}'
         if self.state() != self.before:
             return 'the older result was changed'
         stem = os.path.basename(self.partial)[:-len(self.ending) - 1]
-        left = [name for name in self.new_files() if not name.startswith((stem, stem.replace('~', '_'), *allowed))]
+        left = [name for name in self.new_files() if not name.startswith((stem, stem.replace('~', '_')))]
         return f'left behind: {left}' if left else None
 
 
@@ -101,8 +106,7 @@ def is_at(moment, older, begin):
         return elapsed >= moment
     if moment == 'the temporary file exists':
         return bool(older.new_files())
-    frames = {'a frame plays': 1, '40 frames play': 40}[moment]
-    return frames_of(older.partial) >= frames
+    return frames_of(older.partial) >= PLAYING[moment]
 
 
 def kill_at(process, moment, older, number):
@@ -112,7 +116,7 @@ def kill_at(process, moment, older, number):
         if process.poll() is not None or time.monotonic() > begin + LIMIT_S:
             return 0, None if isinstance(moment, float) else f'the moment never came: {process.poll()}'
         time.sleep(0.005)
-    frames = 1 if moment == 'a frame plays' else 40 if moment == '40 frames play' else 0
+    frames = PLAYING.get(moment, 0)
     process.send_signal(number)
     return frames, None
 
@@ -139,8 +143,7 @@ def signal_cases(ending, number, moments):
                 return None  # It was complete before the signal came.
             if not problem and process.returncode not in (-number, 130):
                 problem = f'status {process.returncode}'
-            # A killed QSaveFile leaves its temporary file.
-            problem = problem or older.problem(allowed=(f'a.{ending}.',) if ending in PICTURES else ())
+            problem = problem or older.problem()
             played = frames_of(older.partial) if frames else 0
             return problem or (None if played >= frames else f'{played} frames play, {frames} played before the signal')
 
@@ -207,16 +210,14 @@ if not EVERYTHING:
     skip('other moments, amounts of room and models', 'TOV_FAULTS=all runs them')
 try:
     for ending in VIDEOS:
-        signal_cases(ending, signal.SIGKILL, (0.1, 0.3, 'the temporary file exists', 'a frame plays', '40 frames play')
-                     if EVERYTHING else ('a frame plays',))
-        signal_cases(ending, signal.SIGTERM, (0.3, 'the temporary file exists', 'a frame plays', '40 frames play')
-                     if EVERYTHING else ('a frame plays',))
+        for number in (signal.SIGKILL, signal.SIGTERM):
+            signal_cases(ending, number, VIDEO_MOMENTS if EVERYTHING else ('a frame plays',))
         disk_cases(ending)
         refusal_cases(ending)
         model_cases(ending)
     for ending in PICTURES:
         for number in (signal.SIGKILL, signal.SIGTERM):
-            signal_cases(ending, number, (0.1, 0.3, 0.6, 1.0, 'the temporary file exists') if EVERYTHING else (0.6,))
+            signal_cases(ending, number, PICTURE_MOMENTS if EVERYTHING else (0.6,))
         disk_cases(ending)
         model_cases(ending)
 finally:

@@ -51,6 +51,18 @@ extern "C" TOV_EXPORT const char* const* listVideoFormats()
     return list.data();
 }
 
+/// The registered formats that store transparency; see docs/encoder-plugins.md.
+extern "C" TOV_EXPORT const char* const* listAlphaFormats()
+{
+    static std::vector<const char*> list;
+    list.clear();
+    for (const Format& format : formats())
+        if (format.alpha)
+            list.push_back(format.extension);
+    list.push_back(nullptr);
+    return list.data();
+}
+
 /// The files that the plug-in loads itself; see docs/encoder-plugins.md.
 extern "C" TOV_EXPORT QStringList getDependencies()
 {

@@ -34,6 +34,13 @@ extern "C" TOV_EXPORT const char* const* listVideoFormats()
     return isAvailable() ? registered : none;
 }
 
+/// The registered format stores transparency; see docs/encoder-plugins.md.
+extern "C" TOV_EXPORT const char* const* listAlphaFormats()
+{
+    static const char* const list[] = {Extension, nullptr};
+    return list;
+}
+
 /// The files that the plug-in loads itself; see docs/encoder-plugins.md.
 extern "C" TOV_EXPORT QStringList getDependencies()
 {
