@@ -10,7 +10,8 @@ void ProgressEstimate::update(const QString& text, int percent)
 {
     if (text != m_Text || percent < m_Percent || !m_SinceStart.isValid())
         m_SinceStart.start();
-    m_Text = text;
+    // The text may be a literal of a module, which is unloaded first.
+    m_Text = QString(text.constData(), text.size());
     m_Percent = percent;
 }
 

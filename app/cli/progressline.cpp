@@ -49,7 +49,8 @@ void ProgressLine::show(const QString& text, int percent, qint64 frameCount)
         return;
     if (text != m_Text)
         m_SinceDrawn.invalidate();
-    m_Text = text;
+    // The text may be a literal of a module, which is unloaded first.
+    m_Text = QString(text.constData(), text.size());
     m_Estimate.update(text, percent);
     if (m_SinceDrawn.isValid() && m_SinceDrawn.elapsed() < RedrawMs)
         return;

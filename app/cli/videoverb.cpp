@@ -189,6 +189,10 @@ bool checkFrames(Reporter& reporter, const VideoJob& job, RunOutcome& outcome)
 /// Reports a recording that differs from the request; what can be played stays under the temporary name.
 bool reject(Session& session, const VideoJob& job, VideoOutput& output, const RunOutcome& outcome)
 {
+    QString error;
+    // A stream that was refused is the reason for everything else.
+    if (output.isStreamed() && !session.wasInterrupted() && !output.deliver(&error))
+        return session.getReporter().fail(error);
     const bool isKept = !outcome.files.isEmpty() && output.keepsPartial();
     if (!isKept)
         output.discard();
