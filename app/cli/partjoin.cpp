@@ -53,7 +53,8 @@ bool joinParts(Session& session, const QStringList& parts, const std::vector<qin
         thread.join();
     session.getReporter().clearProgress();
     if (!isJoined)
-        *error = failures.last().isEmpty() ? tr("no loaded plug-in can join such files") : failures.last();
+        *error = failures.last().isEmpty() ? tr("cannot make '%1': no loaded plug-in can join such files").arg(output)
+                                           : failures.last();
     return isJoined;
 }
 

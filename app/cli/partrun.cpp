@@ -270,8 +270,7 @@ bool PartRun::deliver(SafeOutput& output)
     }
     if (!joinParts(m_Session, videos, counts, output.getTemporaryName(), &error)) {
         output.discard();
-        return !m_Session.wasInterrupted() &&
-               m_Reporter.fail(tr("cannot make '%1': %2").arg(m_Recording.output, error));
+        return !m_Session.wasInterrupted() && m_Reporter.fail(error);
     }
     outcome.seconds = playingTime(output.getTemporaryName());
     if (!output.commit(&error))

@@ -55,7 +55,8 @@ class SharedRecording:
 
     def record_whole(self):
         arguments = [argument for argument in self.arguments if argument != "--keep-parts"]
-        return subprocess.Popen([self.program, "video", *arguments], cwd=self.folder / "whole", stdout=subprocess.DEVNULL)
+        return subprocess.Popen([self.program, "video", *arguments], cwd=self.folder / "whole", stdout=subprocess.DEVNULL,
+                                preexec_fn=slurmcluster.die_with_parent)
 
     def submit(self, cluster, options):
         """Returns the identifiers of the array and of the job that joins."""

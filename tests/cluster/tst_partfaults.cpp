@@ -187,6 +187,31 @@ TEST_F(PartFaults, FoldersThatCannotBeWrittenAreOneLine)
     EXPECT_EQ(full.errLines(), 1) << full.err.toStdString();
 }
 
+TEST_F(PartFaults, AFilmThatDoesNotFitOnTheDiskKeepsItsParts)
+{
+    if (run({}, "unshare -Urm true").status != 0)
+        GTEST_SKIP() << "file systems cannot be mounted here, not even in a name space";
+    QSettings(path("settings.ini"), QSettings::IniFormat).setValue("settings/lowspacelimit", "0");
+    write("script.sh", QStringLiteral("mount -t tmpfs -o size=8m none disk && cd disk || exit 1\n"
+                                      "for part in 1 2 3 4; do %1 --part $part/4 || exit 1; done\n"
+                                      "cat /dev/zero >filler\n"
+                                      "%1 --parts 4; echo status $?\n"
+                                      "ls *.mkv; ls f.lossless.mkv.parts\n"
+                                      "rm filler; %1 --parts 4 --json; ls f.lossless.mkv.parts\n")
+                           .arg(QStringLiteral("%1 %2 -q").arg(Program, call().join(' ')))
+                           .toUtf8());
+    ASSERT_TRUE(QDir(folder.path()).mkdir("disk"));
+    const Result result = run({}, "exec unshare -Urm sh script.sh 2>&1");
+    EXPECT_TRUE(result.out.contains("No space left on device\ntov: cannot join './f~partial.lossless.mkv': "))
+        << result.out.toStdString();
+    EXPECT_TRUE(result.out.contains("\nstatus 1\n")) << result.out.toStdString();
+    EXPECT_EQ(result.out.count("of4.lossless.mkv\n"), 4) << result.out.toStdString();
+    EXPECT_TRUE(result.out.contains("cannot access '*.mkv'")) << "nothing is left of the film";
+    EXPECT_EQ(recordedParts(result.out), QList<int>()) << "no part is recorded twice";
+    EXPECT_TRUE(result.out.contains("\"event\":\"result\"")) << result.out.toStdString();
+    EXPECT_TRUE(result.out.trimmed().endsWith("No such file or directory")) << "the parts are removed";
+}
+
 TEST_F(PartFaults, AnOlderFilmStaysUntilTheNewOneIsComplete)
 {
     write("f.lossless.mkv", "older");

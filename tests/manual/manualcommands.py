@@ -14,7 +14,7 @@ import subprocess
 import sys
 import tempfile
 
-PAGES = ("README.md", "samples/README.md", "docs/five-minutes.md", "docs/command-line.md", "docs/looks.md", "docs/motion.md", "docs/formats.md",
+PAGES = ("README.md", "samples/README.md", "docs/five-minutes.md", "docs/command-line.md", "docs/looks.md", "docs/motion.md", "docs/formats.md", "docs/clusters.md",
          "docs/command-texts.md", "docs/troubleshooting.md")
 PLACEHOLDER = re.compile(r"\b[A-Z]{4,}\b|\[|\|(?! file)")
 SECONDS = 300
@@ -42,8 +42,10 @@ def opens_window(line):
 
 
 def outputs(line):
-    """Files that a command names with -o, as far as they have no placeholders."""
+    """Files that a command names with -o, as far as they have no placeholders; none for calls that make one part of a video."""
     words = shlex.split(line)
+    if "--part" in words or "--status" in words:
+        return []
     names = [words[i + 1] for i, word in enumerate(words[:-1]) if word == "-o"]
     return [name for name in names if name != "-" and "{" not in name]
 
