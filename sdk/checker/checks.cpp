@@ -230,24 +230,54 @@ QByteArray writeGarbage(const Check& c)
     return QFile::encodeName(file.fileName());
 }
 
+/// The name of a file in no known format.
 QByteArray otherEnding(const Check& c)
 {
     return QFile::encodeName(c.fileName() + QStringLiteral(".unknownformat"));
 }
 
-void recordClip(Check& c, const QString& name, int count)
+/// Chunks of `count` frames each.
+std::vector<QIODevice*> chunksOf(int chunks, double count, int width = Width, int height = Height)
 {
-    if (auto encoder = c.make(Width, Height, Fps, BitsPerSecond, name)) {
-        c.give(*encoder, frames(count), true);
-        encoder->waitForFinish();
+    std::vector<QIODevice*> result;
+    for (int i = 0; i < chunks; ++i)
+        result.push_back(frames(count, width, height));
+    return result;
+}
+
+/// Hands the chunks over, the last one marked as the last if `isComplete`.
+void giveAll(Check& c, Encoder& encoder, const std::vector<QIODevice*>& chunks, bool isComplete = true)
+{
+    for (std::size_t i = 0; i < chunks.size(); ++i)
+        c.give(encoder, chunks[i], isComplete && i + 1 == chunks.size());
+}
+
+enum class Expect
+{
+    File,
+    Anything, ///< the plug-in may also leave no file
+};
+
+/// One recording of these chunks, which it takes over.
+void record(Check& c, const std::vector<QIODevice*>& chunks, Expect expect = Expect::File, int width = Width,
+            int height = Height, int fps = Fps, int rate = BitsPerSecond, const QString& name = QString())
+{
+    const auto encoder = c.make(width, height, fps, rate, name);
+    if (!encoder) {
+        qDeleteAll(chunks);
+        return;
     }
+    giveAll(c, *encoder, chunks);
+    encoder->waitForFinish();
+    if (expect == Expect::File)
+        c.wantFile();
 }
 
 void probeClip(Check& c)
 {
     const bool stop = false;
     const auto probe = pluginFunction<Probe>("probeVideo");
-    recordClip(c, c.fileName(), 3);
+    record(c, chunksOf(1, 3), Expect::Anything);
     long long count = 0;
     double seconds = -1;
     if (probe(QFile::encodeName(c.fileName()).constData(), &stop, &count, &seconds) != 1)
@@ -267,7 +297,7 @@ void retimeClip(Check& c)
     const bool stop = false;
     const double starts[] = {0, 0.1, 2};
     const QByteArray name = QFile::encodeName(c.fileName());
-    recordClip(c, c.fileName(), 3);
+    record(c, chunksOf(1, 3), Expect::Anything);
     const auto retime = pluginFunction<Retime>("retimeVideo");
     for (const double* times : {static_cast<const double*>(nullptr), starts}) {
         if (retime(name.constData(), &stop, times, times ? 3 : 0, 3) != 1)
@@ -290,8 +320,11 @@ void joinClips(Check& c)
     const QString ending = info.completeSuffix();
     const QString first = info.path() + QStringLiteral("/first.") + ending;
     const QString second = info.path() + QStringLiteral("/second.") + ending;
-    recordClip(c, first, 3);
-    recordClip(c, second, 2);
+    const auto clip = [&c](const QString& name, int count) {
+        record(c, chunksOf(1, count), Expect::Anything, Width, Height, Fps, BitsPerSecond, name);
+    };
+    clip(first, 3);
+    clip(second, 2);
     const QByteArray firstName = QFile::encodeName(first), secondName = QFile::encodeName(second);
     const char* const parts[] = {firstName.constData(), secondName.constData()};
     const long long counts[] = {3, 2};
@@ -311,225 +344,153 @@ void joinClips(Check& c)
         c.problem(QStringLiteral("joinVideos made %1 frames of 3 and 2").arg(count));
 }
 
+/// A recording of these chunks that is aborted.
+void recordAndAbort(Check& c, const std::vector<QIODevice*>& chunks, bool isComplete)
+{
+    const auto encoder = c.make();
+    if (!encoder) {
+        qDeleteAll(chunks);
+        return;
+    }
+    giveAll(c, *encoder, chunks, isComplete);
+    encoder->abortEncoding();
+    c.wantNoFile();
+}
+
+void recordInParallel(Check& c)
+{
+    const QFileInfo info(c.fileName());
+    const auto first = c.make();
+    const auto second =
+        c.make(Width, Height, Fps, BitsPerSecond, info.path() + QStringLiteral("/other.") + info.completeSuffix());
+    if (!first || !second)
+        return;
+    for (int i = 0; i < 4; ++i) {
+        c.give(*first, frames(1), i == 3);
+        c.give(*second, frames(1), i == 3);
+    }
+    first->waitForFinish();
+    second->waitForFinish();
+    c.wantFile();
+}
+
+void linkToFullDevice(const Check& c)
+{
+    if (!QFile::link(QStringLiteral("/dev/full"), c.fileName()))
+        std::abort();
+}
+
+void fillDisk(Check& c)
+{
+    // Random pixels, so that no format stays below the limit.
+    const rlimit limit{20000, 20000};
+    if (setrlimit(RLIMIT_FSIZE, &limit) != 0)
+        std::abort();
+    std::vector<QIODevice*> chunks;
+    for (int i = 0; i < 10; ++i)
+        chunks.push_back(new GuardedChunk(3 * frameBytes(320, 240), true));
+    record(c, chunks, Expect::Anything, 320, 240);
+}
+
+void abortOnFullDisk(Check& c)
+{
+    linkToFullDevice(c);
+    if (const auto encoder = c.make(320, 240)) {
+        giveAll(c, *encoder, chunksOf(10, 3, 320, 240));
+        encoder->abortEncoding();
+    }
+}
+
+void giveAfterTheLast(Check& c)
+{
+    if (const auto encoder = c.make()) {
+        c.give(*encoder, frames(2), true);
+        c.give(*encoder, frames(2), false);
+        c.give(*encoder, frames(2), true);
+        encoder->waitForFinish();
+        c.wantFile();
+    }
+}
+
+void recordAgain(Check& c)
+{
+    if (const auto encoder = c.make()) {
+        giveAll(c, *encoder, chunksOf(1, 2));
+        encoder->waitForFinish();
+        c.wantFile();
+        giveAll(c, *encoder, chunksOf(1, 2));
+        encoder->waitForFinish();
+        encoder->setOutputParameters(c.fileName(), Width, Height, Fps, BitsPerSecond);
+        giveAll(c, *encoder, chunksOf(1, 2));
+        encoder->waitForFinish();
+        c.wantFile();
+    }
+}
+
+void recordWithoutOutput(Check& c)
+{
+    const QFileInfo info(c.fileName());
+    record(c, chunksOf(2, 3), Expect::Anything, Width, Height, Fps, BitsPerSecond,
+           info.path() + QStringLiteral("/missing/") + info.fileName());
+}
+
+void recordAtAnyRate(Check& c)
+{
+    const std::pair<int, int> rows[] = {{0, 0}, {-5, -1}, {1000, 2147483647}, {1, 100}, {2147483647, 1}};
+    for (const auto& [fps, rate] : rows)
+        record(c, chunksOf(1, 2), Expect::Anything, Width, Height, fps, rate);
+}
+
 const std::vector<Named> Checks = {
-    {"one", "three frames in one chunk", 0,
-     [](Check& c) {
-         if (auto encoder = c.make()) {
-             c.give(*encoder, frames(3), true);
-             encoder->waitForFinish();
-             c.wantFile();
-         }
-     }},
+    {"one", "three frames in one chunk", 0, [](Check& c) { record(c, chunksOf(1, 3)); }},
     {"several", "chunks in memory and in files, an empty one in between", 0,
      [](Check& c) {
-         if (auto encoder = c.make()) {
-             c.give(*encoder, frames(2), false);
-             c.give(*encoder, framesInFile(2), false);
-             c.give(*encoder, frames(0), false);
-             c.give(*encoder, frames(1), true);
-             encoder->waitForFinish();
-             c.wantFile();
-         }
+         record(c, {frames(2), framesInFile(2), frames(0), frames(1)});
      }},
-    {"singles", "thirty chunks of one frame", 0,
-     [](Check& c) {
-         if (auto encoder = c.make()) {
-             for (int i = 0; i < 30; ++i)
-                 c.give(*encoder, frames(1), i == 29);
-             encoder->waitForFinish();
-             c.wantFile();
-         }
-     }},
+    {"singles", "thirty chunks of one frame", 0, [](Check& c) { record(c, chunksOf(30, 1)); }},
     {"again", "two recordings to the same file", 0,
      [](Check& c) {
-         for (int i = 0; i < 2; ++i)
-             if (auto encoder = c.make()) {
-                 c.give(*encoder, frames(2), true);
-                 encoder->waitForFinish();
-                 c.wantFile();
-             }
+         record(c, chunksOf(1, 2));
+         record(c, chunksOf(1, 2));
      }},
-    {"beside", "two recordings in parallel", 0,
-     [](Check& c) {
-         auto first = c.make();
-         auto second = c.make(Width, Height, Fps, BitsPerSecond,
-                              QFileInfo(c.fileName()).path() + "/other." + QFileInfo(c.fileName()).completeSuffix());
-         if (first && second) {
-             for (int i = 0; i < 4; ++i) {
-                 c.give(*first, frames(1), i == 3);
-                 c.give(*second, frames(1), i == 3);
-             }
-             first->waitForFinish();
-             second->waitForFinish();
-             c.wantFile();
-         }
-     }},
+    {"beside", "two recordings in parallel", 0, recordInParallel},
     {"sizes", "16 x 16 and 642 x 480 pixels", 0,
      [](Check& c) {
          for (const auto& [width, height] : {std::pair(16, 16), std::pair(642, 480)})
-             if (auto encoder = c.make(width, height)) {
-                 c.give(*encoder, frames(2, width, height), true);
-                 encoder->waitForFinish();
-                 c.wantFile();
-             }
+             record(c, chunksOf(1, 2, width, height), Expect::File, width, height);
      }},
     // Codecs have minimum sizes. One error message about them is allowed.
     {"tiny", "2 x 2 pixels", 1,
      [](Check& c) {
-         if (auto encoder = c.make(2, 2)) {
-             c.give(*encoder, frames(3, 2, 2), false);
-             c.give(*encoder, frames(1, 2, 2), true);
-             encoder->waitForFinish();
-         }
+         record(c, {frames(3, 2, 2), frames(1, 2, 2)}, Expect::Anything, 2, 2);
      }},
-    {"null", "a missing chunk alone", 1,
-     [](Check& c) {
-         if (auto encoder = c.make()) {
-             c.give(*encoder, nullptr, true);
-             encoder->waitForFinish();
-         }
-     }},
+    {"null", "a missing chunk alone", 1, [](Check& c) { record(c, {nullptr}, Expect::Anything); }},
     {"nulllast", "a missing chunk at the end", 1,
      [](Check& c) {
-         if (auto encoder = c.make()) {
-             c.give(*encoder, frames(2), false);
-             c.give(*encoder, nullptr, true);
-             encoder->waitForFinish();
-             c.wantFile();
-         }
+         record(c, {frames(2), nullptr});
      }},
-    {"empty", "an empty chunk alone", 1,
-     [](Check& c) {
-         if (auto encoder = c.make()) {
-             c.give(*encoder, frames(0), true);
-             encoder->waitForFinish();
-         }
-     }},
-    {"half", "half a frame", 1,
-     [](Check& c) {
-         if (auto encoder = c.make()) {
-             c.give(*encoder, frames(0.5), true);
-             encoder->waitForFinish();
-         }
-     }},
-    {"onehalf", "a frame and a half", 1,
-     [](Check& c) {
-         if (auto encoder = c.make()) {
-             c.give(*encoder, frames(1.5), true);
-             encoder->waitForFinish();
-             c.wantFile();
-         }
-     }},
-    {"nothing", "no chunk at all", 0,
-     [](Check& c) {
-         if (auto encoder = c.make())
-             encoder->waitForFinish();
-     }},
-    {"abort0", "an abort before the first chunk", 0,
-     [](Check& c) {
-         if (auto encoder = c.make()) {
-             encoder->abortEncoding();
-             c.wantNoFile();
-         }
-     }},
-    {"abort1", "an abort between chunks", 0,
-     [](Check& c) {
-         if (auto encoder = c.make()) {
-             c.give(*encoder, frames(2), false);
-             encoder->abortEncoding();
-             c.wantNoFile();
-         }
-     }},
-    {"abort2", "an abort after the last chunk", 0,
-     [](Check& c) {
-         if (auto encoder = c.make()) {
-             for (int i = 0; i < 8; ++i)
-                 c.give(*encoder, frames(4), i == 7);
-             encoder->abortEncoding();
-             c.wantNoFile();
-         }
-     }},
-    {"nooutput", "an output that cannot be opened", 1,
-     [](Check& c) {
-         if (auto encoder = c.make(Width, Height, Fps, BitsPerSecond,
-                                   QFileInfo(c.fileName()).path() + "/missing/" + QFileInfo(c.fileName()).fileName())) {
-             c.give(*encoder, frames(3), false);
-             c.give(*encoder, frames(3), true);
-             encoder->waitForFinish();
-         }
-     }},
+    {"empty", "an empty chunk alone", 1, [](Check& c) { record(c, chunksOf(1, 0), Expect::Anything); }},
+    {"half", "half a frame", 1, [](Check& c) { record(c, chunksOf(1, 0.5), Expect::Anything); }},
+    {"onehalf", "a frame and a half", 1, [](Check& c) { record(c, chunksOf(1, 1.5)); }},
+    {"nothing", "no chunk at all", 0, [](Check& c) { record(c, {}, Expect::Anything); }},
+    {"abort0", "an abort before the first chunk", 0, [](Check& c) { recordAndAbort(c, {}, false); }},
+    {"abort1", "an abort between chunks", 0, [](Check& c) { recordAndAbort(c, chunksOf(1, 2), false); }},
+    {"abort2", "an abort after the last chunk", 0, [](Check& c) { recordAndAbort(c, chunksOf(8, 4), true); }},
+    {"nooutput", "an output that cannot be opened", 1, recordWithoutOutput},
     {"full", "a full disk", 1,
      [](Check& c) {
-         if (!QFile::link(QStringLiteral("/dev/full"), c.fileName()))
-             std::abort();
-         if (auto encoder = c.make(320, 240)) {
-             for (int i = 0; i < 10; ++i)
-                 c.give(*encoder, frames(3, 320, 240), i == 9);
-             encoder->waitForFinish();
-         }
+         linkToFullDevice(c);
+         record(c, chunksOf(10, 3, 320, 240), Expect::Anything, 320, 240);
      }},
-    {"filling", "a disk that fills up during the recording", 1,
-     [](Check& c) {
-         // Random pixels, so that no format stays below the limit.
-         const rlimit limit{20000, 20000};
-         if (setrlimit(RLIMIT_FSIZE, &limit) != 0)
-             std::abort();
-         if (auto encoder = c.make(320, 240)) {
-             for (int i = 0; i < 10; ++i)
-                 c.give(*encoder, new GuardedChunk(3 * frameBytes(320, 240), true), i == 9);
-             encoder->waitForFinish();
-         }
-     }},
-    {"abort3", "an abort while the disk is full", 1,
-     [](Check& c) {
-         if (!QFile::link(QStringLiteral("/dev/full"), c.fileName()))
-             std::abort();
-         if (auto encoder = c.make(320, 240)) {
-             for (int i = 0; i < 10; ++i)
-                 c.give(*encoder, frames(3, 320, 240), i == 9);
-             encoder->abortEncoding();
-         }
-     }},
-    {"later", "a chunk after the last one", 1,
-     [](Check& c) {
-         if (auto encoder = c.make()) {
-             c.give(*encoder, frames(2), true);
-             c.give(*encoder, frames(2), false);
-             c.give(*encoder, frames(2), true);
-             encoder->waitForFinish();
-             c.wantFile();
-         }
-     }},
-    {"restart", "one encoder used for two recordings, the second without an output", 1,
-     [](Check& c) {
-         if (auto encoder = c.make()) {
-             c.give(*encoder, frames(2), true);
-             encoder->waitForFinish();
-             c.wantFile();
-             c.give(*encoder, frames(2), true);
-             encoder->waitForFinish();
-             encoder->setOutputParameters(c.fileName(), Width, Height, Fps, BitsPerSecond);
-             c.give(*encoder, frames(2), true);
-             encoder->waitForFinish();
-             c.wantFile();
-         }
-     }},
-    {"rates", "rates of 0, negative and extremely large", 1000,
-     [](Check& c) {
-         const std::pair<int, int> rows[] = {{0, 0}, {-5, -1}, {1000, 2147483647}, {1, 100}, {2147483647, 1}};
-         for (const auto& [fps, rate] : rows)
-             if (auto encoder = c.make(Width, Height, fps, rate)) {
-                 c.give(*encoder, frames(2), true);
-                 encoder->waitForFinish();
-             }
-     }},
+    {"filling", "a disk that fills up during the recording", 1, fillDisk},
+    {"abort3", "an abort while the disk is full", 1, abortOnFullDisk},
+    {"later", "a chunk after the last one", 1, giveAfterTheLast},
+    {"restart", "one encoder used for two recordings, the second without an output", 1, recordAgain},
+    {"rates", "rates of 0, negative and extremely large", 1000, recordAtAnyRate},
     {"nosize", "zero and negative sizes", 1000,
      [](Check& c) {
          for (const int size : {0, -2})
-             if (auto encoder = c.make(size, size)) {
-                 c.give(*encoder, new GuardedChunk(64), true);
-                 encoder->waitForFinish();
-             }
+             record(c, {new GuardedChunk(64)}, Expect::Anything, size, size);
      }},
     // One message for each file that is refused.
     {"probe", "reading a finished file, and one that holds no video", 1, probeClip, "probeVideo"},
