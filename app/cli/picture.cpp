@@ -1,5 +1,8 @@
 #include "app/cli/picture.h"
 
+#include "app/common/straightalpha.h"
+
+#include <QColor>
 #include <QCoreApplication>
 #include <QFileInfo>
 #include <QImageReader>
@@ -52,23 +55,6 @@ void makeOpaque(QImage& image)
     }
 }
 
-/// Removes the black that colours were blended over.
-void makeStraight(QImage& image)
-{
-    for (int y = 0; y < image.height(); ++y) {
-        auto* pixel = reinterpret_cast<QRgb*>(image.scanLine(y));
-        for (const QRgb* const end = pixel + image.width(); pixel != end; ++pixel) {
-            const int alpha = qAlpha(*pixel);
-            if (alpha == 255)
-                continue;
-            const auto straight = [alpha](int colour) {
-                return alpha == 0 ? 0 : qMin(255, (colour * 255 + alpha / 2) / alpha);
-            };
-            *pixel = qRgba(straight(qRed(*pixel)), straight(qGreen(*pixel)), straight(qBlue(*pixel)), alpha);
-        }
-    }
-}
-
 bool isTransparent(const Background& background, bool hasAlpha)
 {
     return background.kind == Background::Kind::Transparent ||
@@ -98,7 +84,7 @@ void finishPicture(QImage& image, const Background& background, bool hasAlpha)
     if (background.kind == Background::Kind::Gradient)
         blendOverGradient(image, background.top, background.bottom);
     else if (isTransparent(background, hasAlpha))
-        makeStraight(image);
+        removeBackground(image, Qt::black);
     else
         makeOpaque(image);
     if (!isTransparent(background, hasAlpha))

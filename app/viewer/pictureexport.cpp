@@ -1,6 +1,7 @@
 #include "app/viewer/pictureexport.h"
 
 #include "app/common/outputcheck.h"
+#include "app/common/straightalpha.h"
 #include "app/viewer/viewpicture.h"
 #include "scene/drawing/scenedrawer.h"
 #include "scene/view/scenepanel.h"
@@ -12,7 +13,6 @@
 #include <QSaveFile>
 #include <QThread>
 
-#include <algorithm>
 #include <cmath>
 
 namespace tov::viewer {
@@ -20,13 +20,6 @@ namespace tov::viewer {
 namespace {
 
 constexpr double MetresPerInch = 0.0254;
-
-/// One channel of the foreground: `blended` = front * alpha + background * (1 - alpha), all from 0 to 255.
-int frontOf(int blended, int background, int alpha)
-{
-    const double front = (blended - background * (255 - alpha) / 255.0) * 255.0 / alpha;
-    return std::clamp(int(std::lround(front)), 0, 255);
-}
 
 /// Writes a picture under a temporary name and renames it. Returns an empty text, or why it failed.
 QString writePicture(const QImage& picture, const PictureRequest& request)
@@ -50,18 +43,7 @@ QString writePicture(const QImage& picture, const PictureRequest& request)
 QImage withoutBackground(const QImage& picture, const QColor& background)
 {
     QImage result = picture.convertToFormat(QImage::Format_ARGB32);
-    for (int y = 0; y < result.height(); ++y) {
-        auto* line = reinterpret_cast<QRgb*>(result.scanLine(y));
-        for (int x = 0; x < result.width(); ++x) {
-            const int alpha = qAlpha(line[x]);
-            if (alpha == 0)
-                line[x] = 0;
-            else if (alpha < 255)
-                line[x] = qRgba(frontOf(qRed(line[x]), background.red(), alpha),
-                                frontOf(qGreen(line[x]), background.green(), alpha),
-                                frontOf(qBlue(line[x]), background.blue(), alpha), alpha);
-        }
-    }
+    tov::app::removeBackground(result, background);
     return result;
 }
 
