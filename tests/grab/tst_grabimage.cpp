@@ -14,6 +14,7 @@
 #include "scene/view/scenepanel.h"
 #include "tests/grab/scenes.h"
 #include "tests/support/logcapture.h"
+#include "tests/support/markingtranslator.h"
 #include "tests/support/temporarysettings.h"
 #include "tests/support/threads.h"
 
@@ -23,7 +24,6 @@
 #include <QImageReader>
 #include <QImageWriter>
 #include <QTemporaryDir>
-#include <QTranslator>
 
 #include <atomic>
 #include <memory>
@@ -322,25 +322,9 @@ TEST_F(GrabImageTest, APipeWithAReaderIsWritten)
     EXPECT_EQ(QImage::fromData(bytes.left(int(count))).size(), QSize(64, 48));
 }
 
-namespace {
-
-/// Marks every text that is translated.
-class Marker : public QTranslator
-{
-public:
-    QString translate(const char*, const char* text, const char*, int) const override
-    {
-        return QStringLiteral("tr:") + QString::fromUtf8(text);
-    }
-    bool isEmpty() const override { return false; }
-};
-
-} // namespace
-
 TEST_F(GrabImageTest, TextsForTheUserAreTranslatedAndRecordsAreNot)
 {
-    Marker marker;
-    QCoreApplication::installTranslator(&marker);
+    const MarkingTranslator marker;
     {
         GrabImage translated;
         EXPECT_EQ(translated.getGUIDescriptor()->getGroup(), "tr:Grab");
@@ -362,7 +346,6 @@ TEST_F(GrabImageTest, TextsForTheUserAreTranslatedAndRecordsAreNot)
     expectRecord(log, 2000, QStringLiteral("No valid image file extension selected"));
     run(path("a.png"), QStringLiteral("1"));
     expectRecord(log, 2000, QStringLiteral("Target picture (1 x 0) size is to small!"));
-    QCoreApplication::removeTranslator(&marker);
 }
 
 TEST_F(GrabImageTest, AFileThatCannotBeSavedIsReportedAndTheDirectoryStored)

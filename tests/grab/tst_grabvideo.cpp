@@ -10,6 +10,7 @@
 #include "kernel/main/settings.h"
 #include "scene/view/viewer.h"
 #include "tests/grab/videofixture.h"
+#include "tests/support/markingtranslator.h"
 #include "trajectory/trajectoryhandler.h"
 #include "trajectory/trajectoryinfo.h"
 
@@ -20,7 +21,6 @@
 #include <QIcon>
 #include <QMetaMethod>
 #include <QSemaphore>
-#include <QTranslator>
 
 #include <memory>
 #include <mutex>
@@ -667,25 +667,9 @@ TEST_F(GrabVideoTest, APanelCanBeRecordedAgainWhileItsFirstVideoIsEncoded)
     EXPECT_EQ(QFileInfo(file("first.raw")).size(), 32 * 16 * 4);
 }
 
-namespace {
-
-/// Marks every text that is translated.
-class Marker : public QTranslator
-{
-public:
-    QString translate(const char*, const char* text, const char*, int) const override
-    {
-        return QStringLiteral("tr:") + QString::fromUtf8(text);
-    }
-    bool isEmpty() const override { return false; }
-};
-
-} // namespace
-
 TEST_F(GrabVideoTest, TextsAreTranslatedExceptOne)
 {
-    Marker marker;
-    QCoreApplication::installTranslator(&marker);
+    const tov::test::MarkingTranslator marker;
     {
         GrabVideo translated;
         EXPECT_EQ(translated.getGUIDescriptor()->getGroup(), "tr:Grab");
@@ -726,7 +710,6 @@ TEST_F(GrabVideoTest, TextsAreTranslatedExceptOne)
     Viewer::getInstance()->closePanel(panel);
     ASSERT_TRUE(finish(closed));
     expectRecord(QStringLiteral("tr:Video grabbing aborted"), 3000, 287);
-    QCoreApplication::removeTranslator(&marker);
 }
 
 TEST_F(GrabVideoTest, FiltersAreFilledInSequence)

@@ -13,8 +13,7 @@
 #include "scene/drawing/scenedrawer.h"
 #include "scene/view/scenepanel.h"
 #include "scene/drawing/sharedcontext.h"
-#include "tests/grab/shim.h"
-#include "tests/grab/scenes.h"
+#include "tests/grab/shimfixture.h"
 #include "tests/support/logcapture.h"
 #include "tests/support/temporarysettings.h"
 #include "tests/support/threads.h"
@@ -46,41 +45,9 @@ using tov::scene::Viewer;
 
 namespace {
 
-class FaultTest : public testing::Test
+class FaultTest : public ShimTest
 {
 protected:
-    void SetUp() override
-    {
-        ASSERT_TRUE(Viewer::getInstance()->initialize());
-        useScene(makeBox(1));
-        reset();
-    }
-    void TearDown() override
-    {
-        reset();
-        useScene(nullptr);
-    }
-    void reset()
-    {
-        shim<int>("shimMaxTextureSize") = 0;
-        shim<int>("shimIncompleteAfter") = -1;
-        shim<int>("shimFailMakeCurrent") = 0;
-        shim<int>("shimOldOpenGL") = 0;
-        shim<int>("shimNotThreaded") = 0;
-        shim<int>("shimFrustumCount") = 0;
-        shim<int>("shimViewportCount") = 0;
-        shim<int>("shimBufferCount") = 0;
-        shim<int>("shimDrawCount") = 0;
-    }
-    QImage rendered(int width, int height)
-    {
-        QImage image(width, height, QImage::Format_ARGB32);
-        image.fill(0x01020304);
-        const Matrix4 view = viewFrom(6, 0, 0);
-        GrabImage command(&image, &view, nullptr);
-        command.saveImage(&image, view);
-        return image;
-    }
     /// Expects that the probe of a new command reports that fault once and that the command stays disabled.
     void expectRefusal(const char* fault, const char* message)
     {

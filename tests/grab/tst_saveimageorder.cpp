@@ -7,8 +7,7 @@
 #include "kernel/main/parameterset.h"
 #include "kernel/workers/overseer.h"
 #include "scene/view/scenepanel.h"
-#include "tests/grab/scenes.h"
-#include "tests/grab/shim.h"
+#include "tests/grab/shimfixture.h"
 #include "tests/support/logcapture.h"
 #include "tests/support/temporarysettings.h"
 
@@ -77,40 +76,15 @@ void watchCurrentContext()
     shim<void (*)()>("shimOnDraw") = nullptr;
 }
 
-class SaveImageOrder : public testing::Test
+class SaveImageOrder : public ShimTest
 {
 protected:
-    void SetUp() override
+    void reset() override
     {
-        ASSERT_TRUE(Viewer::getInstance()->initialize());
-        useScene(makeBox(1));
-        reset();
-    }
-    void TearDown() override
-    {
-        reset();
-        useScene(nullptr);
-    }
-    void reset()
-    {
-        ZProgressDialog::setPresenter({});
-        shimHooks() = ShimHooks{};
-        shim<int>("shimMaxTextureSize") = 0;
-        shim<int>("shimIncompleteAfter") = -1;
-        shim<int>("shimFailMakeCurrent") = 0;
-        shim<void (*)()>("shimOnDraw") = nullptr;
+        ShimTest::reset();
         calls.clear();
         pixelThreads.clear();
         pixels = 0;
-    }
-    QImage rendered(int width, int height)
-    {
-        QImage image(width, height, QImage::Format_ARGB32);
-        image.fill(0x01020304);
-        const Matrix4 view = viewFrom(6, 0.3, 0.2);
-        GrabImage command(&image, &view, nullptr);
-        command.saveImage(&image, view);
-        return image;
     }
     /// The calls from that one on. The scene is unlocked once more by the destructor of its locker, which does nothing.
     std::vector<std::string> callsFrom(const std::string& first)

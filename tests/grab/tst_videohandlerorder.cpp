@@ -6,6 +6,7 @@
 #include "grab/video/videoencoder.h"
 #include "kernel/main/settings.h"
 #include "tests/grab/videofixture.h"
+#include "tests/support/markingtranslator.h"
 #include "tests/support/threads.h"
 #include "trajectory/trajectoryhandler.h"
 
@@ -13,7 +14,6 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QThread>
-#include <QTranslator>
 
 #include <GL/gl.h>
 
@@ -381,25 +381,9 @@ TEST_F(VideoOrder, TheHelperThreadLeavesAChunkBeforeItIsHandedOver)
     EXPECT_EQ(m_Journal.totalSize(), 256 * 256 * 4);
 }
 
-namespace {
-
-/// Marks every text that is translated.
-class Marker : public QTranslator
-{
-public:
-    QString translate(const char*, const char* text, const char*, int) const override
-    {
-        return QStringLiteral("tr:") + QString::fromUtf8(text);
-    }
-    bool isEmpty() const override { return false; }
-};
-
-} // namespace
-
 TEST_F(VideoOrder, RecordsAreTranslatedExceptOne)
 {
-    Marker marker;
-    QCoreApplication::installTranslator(&marker);
+    const tov::test::MarkingTranslator marker;
     const auto expectOnly = [this](const char* message) {
         ASSERT_EQ(m_Log.records().size(), 1u) << m_Log.text();
         EXPECT_EQ(m_Log.records()[0].message, QString::fromLatin1(message));
@@ -441,7 +425,6 @@ TEST_F(VideoOrder, RecordsAreTranslatedExceptOne)
     faults::makeCurrentFails = faults::Where::Capture;
     record(1);
     expectOnly("Could not make OpenGL context current!");
-    QCoreApplication::removeTranslator(&marker);
 }
 
 TEST_F(VideoOrder, AHandlerDestroyedInsideOfAWorkerEndsTheProcess)
