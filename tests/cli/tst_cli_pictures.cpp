@@ -134,6 +134,17 @@ TEST_F(CliTest, NamesOfEveryKind)
     }
 }
 
+TEST_F(CliTest, PercentSignsInFileNamesAreKeptInMessages)
+{
+    expectFailure(run({"image", "%1 %2.obj", "-o", "a.png"}), 1, "%1 %2.obj cannot be opened: there is no such file");
+    expectFailure(run({"image", Cube, "-o", "%2 %1/%3.png"}), 1, "%2 %1/%3.png cannot be written: there is no folder");
+    expectFailure(run({"image", Cube, "-o", "%2.%1"}), 1, "'%2.%1' does not end in a known picture format");
+    expectFailure(run({"video", Cube, "-o", "%2.%1", "--turntable"}), 1,
+                  "'%2.%1' does not end in a known video format");
+    write("%1.tov", "grabimage width=%2\n");
+    expectFailure(run({"run", "%1.tov"}), 1, "grabimage: the value of \"width\" cannot be used: \"%2\" is not");
+}
+
 TEST_F(CliTest, ATransformIsUsedAsItIs)
 {
     write("box.obj", "v -99 -99 -99\nv 99 -99 -99\nv 0 99 0\nv 0 -99 99\nf 1 2 3\nf 2 4 3\nf 4 1 3\nf 1 4 2\n");

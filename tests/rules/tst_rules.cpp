@@ -398,6 +398,35 @@ TEST(Module, ExportsItsTwoEntryPoints)
     EXPECT_NE(symbols.find(" T recycleFactory\n"), std::string::npos);
 }
 
+TEST(Module, ExportsMethodsOfItsClassesOnly)
+{
+    const std::vector<std::string> classes = {
+        "tov::commands::grab::GrabImage", "tov::commands::grab::GrabVideo", "tov::commands::grab::SetVideoSettings",
+        "tov::grab::ModuleGrab",          "tov::grab::VideoHandler",        "tov::grab::video::Encoder",
+        "tov::grab::video::VideoEncoder"};
+    // Plug-ins share the registry, so what they can call is listed completely.
+    const std::string registry = "tov::grab::video::VideoEncoder::";
+    const std::set<std::string> operations = {"VideoEncoder",  "~VideoEncoder",   "getInstance",      "refreshPlugins",
+                                              "unloadPlugins", "registerEncoder", "getLoadableFiles", "getEncoder"};
+    std::istringstream lines(output("nm -DC --defined-only " TOV_BINARY_DIR "/bin/modules/libgrab.so"));
+    const std::regex form("^\\S+ T (?:non-virtual thunk to )?([^(]+)");
+    std::string line;
+    int seen = 0;
+    for (std::smatch match; std::getline(lines, line);) {
+        if (!std::regex_search(line, match, form) || match[1] == "getFactory" || match[1] == "recycleFactory")
+            continue;
+        ++seen;
+        const std::string name = match[1];
+        bool known = false;
+        for (const std::string& type : classes)
+            known = known || name.rfind(type + "::", 0) == 0;
+        EXPECT_TRUE(known) << "the module must not export " << name;
+        if (name.rfind(registry, 0) == 0)
+            EXPECT_TRUE(operations.count(name.substr(registry.size()))) << "plug-ins must not call " << name;
+    }
+    EXPECT_GT(seen, 50);
+}
+
 TEST(Module, ItsResourcesAreOfFormatTwo)
 {
     std::smatch match;

@@ -191,6 +191,39 @@ QByteArray indexedMovie(const QByteArray& contents, const TrackIndex& track)
     });
 }
 
+/// Whether a field of a track fragment header or run is present (ISO/IEC 14496-12).
+bool hasField(const QByteArray& box, quint32 flag)
+{
+    return (get<quint32>(box, 0) & 0xffffff & flag) != 0;
+}
+
+/// The size of samples whose run does not store it, from the track fragment header; 0 when the header has none.
+quint32 commonSampleSize(const QByteArray& header)
+{
+    int at = 8; // version, flags, track
+    at += hasField(header, 0x1) ? 8 : 0;
+    at += hasField(header, 0x2) ? 4 : 0;
+    at += hasField(header, 0x8) ? 4 : 0;
+    return hasField(header, 0x10) && at + 4 <= header.size() ? get<quint32>(header, at) : 0;
+}
+
+/// Appends the sizes of the samples of a track fragment run.
+void appendSampleSizes(const QByteArray& run, quint32 commonSize, std::deque<std::uint32_t>& sizes)
+{
+    const quint32 count = get<quint32>(run, 4);
+    const bool hasSizes = hasField(run, 0x200);
+    const int before = hasField(run, 0x100) ? 4 : 0;
+    const int after = (hasField(run, 0x400) ? 4 : 0) + (hasField(run, 0x800) ? 4 : 0);
+    int at = 8 + (hasField(run, 0x1) ? 4 : 0) + (hasField(run, 0x4) ? 4 : 0);
+    for (quint32 i = 0; i < count; ++i) {
+        at += before;
+        if (hasSizes && at + 4 > run.size())
+            break;
+        sizes.push_back(hasSizes ? get<quint32>(run, at) : commonSize);
+        at += (hasSizes ? 4 : 0) + after;
+    }
+}
+
 } // namespace
 
 QByteArray Mp4Index::filter(const std::uint8_t* data, int size)
@@ -249,38 +282,16 @@ void Mp4Index::addSample(const Sample& sample)
 
 void Mp4Index::readFragment()
 {
-    // The sizes of the samples in the file: the muxer may have rewritten the packets. A field is present if its flag is
-    // set (ISO/IEC 14496-12, track fragment header and run).
-    for (const Child& traf : children(m_Moof)) {
-        if (traf.type != "traf")
+    // The sizes of the samples in the file: the muxer may have rewritten the packets.
+    for (const Child& track : children(m_Moof)) {
+        if (track.type != "traf")
             continue;
         quint32 commonSize = 0;
-        for (const Child& part : children(traf.contents)) {
-            const auto has = [&part](quint32 flag) { return (get<quint32>(part.contents, 0) & 0xffffff & flag) != 0; };
-            if (part.type == "tfhd") {
-                int at = 8; // version, flags, track
-                at += has(0x1) ? 8 : 0;
-                at += has(0x2) ? 4 : 0;
-                at += has(0x8) ? 4 : 0;
-                if (has(0x10) && at + 4 <= part.contents.size())
-                    commonSize = get<quint32>(part.contents, at);
-            } else if (part.type == "trun" && part.contents.size() >= 8) {
-                const quint32 count = get<quint32>(part.contents, 4);
-                int at = 8 + (has(0x1) ? 4 : 0) + (has(0x4) ? 4 : 0);
-                for (quint32 i = 0; i < count; ++i) {
-                    at += has(0x100) ? 4 : 0;
-                    quint32 size = commonSize;
-                    if (has(0x200)) {
-                        if (at + 4 > part.contents.size())
-                            break;
-                        size = get<quint32>(part.contents, at);
-                        at += 4;
-                    }
-                    at += has(0x400) ? 4 : 0;
-                    at += has(0x800) ? 4 : 0;
-                    m_Sizes.push_back(size);
-                }
-            }
+        for (const Child& part : children(track.contents)) {
+            if (part.type == "tfhd")
+                commonSize = commonSampleSize(part.contents);
+            else if (part.type == "trun" && part.contents.size() >= 8)
+                appendSampleSizes(part.contents, commonSize, m_Sizes);
         }
     }
     m_Moof.clear();

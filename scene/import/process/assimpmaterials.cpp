@@ -180,42 +180,44 @@ stream::TextureRecord AssimpMaterials::texture(const Slot& slot, const std::stri
     return record;
 }
 
-void AssimpMaterials::convertTextures(const aiMaterial& from, const std::string& place, stream::MaterialRecord& to)
+void AssimpMaterials::convertColor(const aiMaterial& from, const std::string& place, stream::MaterialRecord& to)
 {
-    const auto keep = [](DecodedImage&) {};
-    Slot color, opacity, normal, emissive, occlusion, metallic, roughness;
+    Slot color, opacity;
     const bool hasColor = find(from, {aiTextureType_BASE_COLOR, aiTextureType_DIFFUSE}, color);
     const bool hasOpacity = find(from, {aiTextureType_OPACITY}, opacity) && opacity.path != color.path;
-    if (hasColor || hasOpacity) {
-        const std::string use = hasOpacity ? "alpha " + opacity.path : "color";
-        const Slot& base = hasColor ? color : opacity;
-        to.baseColorTexture = texture(base, use, place, [&](DecodedImage& image) {
-            if (!hasOpacity)
-                return;
-            DecodedImage mask = decode(opacity, place);
-            if (!hasColor)
-                image = whitePixel();
-            if (mask.pixels)
-                setAlpha(image, mask);
-        });
-        if (m_HasAlpha[use + '\n' + base.path])
-            to.alphaMode = 2;
-    }
+    if (!hasColor && !hasOpacity)
+        return;
+    const std::string use = hasOpacity ? "alpha " + opacity.path : "color";
+    const Slot& base = hasColor ? color : opacity;
+    to.baseColorTexture = texture(base, use, place, [&](DecodedImage& image) {
+        if (!hasOpacity)
+            return;
+        DecodedImage mask = decode(opacity, place);
+        if (!hasColor)
+            image = whitePixel();
+        if (mask.pixels)
+            setAlpha(image, mask);
+    });
+    if (m_HasAlpha[use + '\n' + base.path])
+        to.alphaMode = 2;
+}
+
+void AssimpMaterials::convertNormal(const aiMaterial& from, const std::string& place, stream::MaterialRecord& to)
+{
+    Slot normal;
     if (find(from, {aiTextureType_NORMALS, aiTextureType_NORMAL_CAMERA}, normal))
-        to.normalTexture = texture(normal, "normal", place, keep);
+        to.normalTexture = texture(normal, "normal", place, [](DecodedImage&) {});
     else if (find(from, {aiTextureType_HEIGHT}, normal))
         to.normalTexture = texture(normal, "bump", place, [](DecodedImage& image) {
             if (!looksLikeNormalMap(image))
                 image = normalsFromHeights(image);
         });
-    if (find(from, {aiTextureType_EMISSION_COLOR, aiTextureType_EMISSIVE}, emissive)) {
-        to.emissiveTexture = texture(emissive, "color", place, keep);
-        if (to.emissive[0] + to.emissive[1] + to.emissive[2] <= 0)
-            std::fill(to.emissive, to.emissive + 3, 1.0f);
-    } else if (m_TexturesEmission)
-        to.emissiveTexture = to.baseColorTexture;
-    if (find(from, {aiTextureType_AMBIENT_OCCLUSION}, occlusion))
-        to.occlusionTexture = texture(occlusion, "color", place, keep);
+}
+
+void AssimpMaterials::convertMetallicRoughness(const aiMaterial& from, const std::string& place,
+                                               stream::MaterialRecord& to)
+{
+    Slot metallic, roughness;
     const bool hasMetallic = find(from, {aiTextureType_METALNESS}, metallic);
     const bool hasRoughness = find(from, {aiTextureType_DIFFUSE_ROUGHNESS}, roughness);
     if (!hasMetallic && !hasRoughness)
@@ -233,6 +235,23 @@ void AssimpMaterials::convertTextures(const aiMaterial& from, const std::string&
         });
     if (hasMetallic && to.metallic <= 0)
         to.metallic = 1;
+}
+
+void AssimpMaterials::convertTextures(const aiMaterial& from, const std::string& place, stream::MaterialRecord& to)
+{
+    const auto keep = [](DecodedImage&) {};
+    convertColor(from, place, to);
+    convertNormal(from, place, to);
+    Slot emissive, occlusion;
+    if (find(from, {aiTextureType_EMISSION_COLOR, aiTextureType_EMISSIVE}, emissive)) {
+        to.emissiveTexture = texture(emissive, "color", place, keep);
+        if (to.emissive[0] + to.emissive[1] + to.emissive[2] <= 0)
+            std::fill(to.emissive, to.emissive + 3, 1.0f);
+    } else if (m_TexturesEmission)
+        to.emissiveTexture = to.baseColorTexture;
+    if (find(from, {aiTextureType_AMBIENT_OCCLUSION}, occlusion))
+        to.occlusionTexture = texture(occlusion, "color", place, keep);
+    convertMetallicRoughness(from, place, to);
 }
 
 stream::MaterialRecord AssimpMaterials::convert(const aiMaterial& from, const std::string& place)

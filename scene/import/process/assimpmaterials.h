@@ -29,6 +29,9 @@ private:
 
     stream::MaterialRecord convert(const aiMaterial& from, const std::string& place);
     void convertColors(const aiMaterial& from, stream::MaterialRecord& to) const;
+    void convertColor(const aiMaterial& from, const std::string& place, stream::MaterialRecord& to);
+    void convertNormal(const aiMaterial& from, const std::string& place, stream::MaterialRecord& to);
+    void convertMetallicRoughness(const aiMaterial& from, const std::string& place, stream::MaterialRecord& to);
     void convertTextures(const aiMaterial& from, const std::string& place, stream::MaterialRecord& to);
     bool find(const aiMaterial& from, const std::vector<aiTextureType>& types, Slot& slot) const;
     DecodedImage decode(const Slot& slot, const std::string& place);
