@@ -116,7 +116,8 @@ bool CameraPath::fromJson(const QByteArray& data, CameraPath& path, QString* err
     if (!known)
         return fail(tr("\"ease\" must be none, in, out or in-out"));
     std::vector<Key> keys;
-    for (const QJsonValue& value : root[QLatin1String("keys")].toArray()) {
+    const QJsonArray views = root[QLatin1String("keys")].toArray();
+    for (const auto& value : views) {
         Key key;
         QString reason;
         if (!readKey(value.toObject(), key, reason))

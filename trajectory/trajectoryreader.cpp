@@ -154,7 +154,8 @@ bool TrajectoryReader::readJson(const QByteArray& data, TimedMaps& maps, QString
     if (!document.isArray() || document.array().isEmpty())
         return fail(tr("the file is not a list of positions"));
     int number = 0;
-    for (const QJsonValue& value : document.array()) {
+    const QJsonArray positions = document.array();
+    for (const auto& value : positions) {
         ++number;
         if (!value.isObject())
             return fail(tr("position %1: an object is expected").arg(number));

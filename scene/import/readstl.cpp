@@ -3,7 +3,10 @@
 #include <QCoreApplication>
 #include <QFileInfo>
 
+#include <array>
+#include <bit>
 #include <charconv>
+#include <cstdint>
 #include <cstring>
 #include <memory>
 #include <unordered_map>
@@ -20,15 +23,16 @@ QString tr(const char* text)
 struct Position
 {
     float at[3];
-    bool operator==(const Position& other) const { return std::memcmp(at, other.at, sizeof at) == 0; }
+    /// Equal bits, so that a hash table also finds positions that are not finite.
+    std::array<std::uint32_t, 3> bits() const { return std::bit_cast<std::array<std::uint32_t, 3>>(at); }
+    bool operator==(const Position& other) const { return bits() == other.bits(); }
 };
 
 struct PositionHash
 {
     std::size_t operator()(const Position& p) const
     {
-        std::uint32_t bits[3];
-        std::memcpy(bits, p.at, sizeof bits);
+        const auto bits = p.bits();
         return (std::size_t(bits[0]) * 73856093u) ^ (std::size_t(bits[1]) * 19349663u) ^
                (std::size_t(bits[2]) * 83492791u);
     }
