@@ -97,7 +97,7 @@ int runWindow(const tov::app::Options& options, int& argc, char** argv)
             splash = std::make_unique<Splash>();
             splash->show();
         }
-        splash->say(message);
+        splash->showStartMessage(message);
     };
     auto early = std::make_unique<EarlyLog>();
     tov::app::Startup startup(argc, argv, start);

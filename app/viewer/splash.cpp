@@ -42,7 +42,7 @@ QPixmap picture(qreal ratio)
 
 Splash::Splash() : QSplashScreen(picture(qApp->devicePixelRatio())) {}
 
-void Splash::say(const QString& message)
+void Splash::showStartMessage(const QString& message)
 {
     m_Messages << message;
     showMessage(QStringLiteral("  ") + message, Qt::AlignLeft | Qt::AlignBottom, QColor(220, 228, 240));

@@ -12,7 +12,7 @@ public:
     Splash();
 
     /// Shows a start-up message at once, though no event loop runs yet.
-    void say(const QString& message);
+    void showStartMessage(const QString& message);
     QStringList getMessages() const { return m_Messages; }
 
 private:

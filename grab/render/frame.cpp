@@ -45,11 +45,11 @@ QImage drawAndRead(tov::scene::SceneDrawer& drawer, tov::scene::SceneElement* ro
     drawer.glDraw(root, nullptr, transform, 0.0, layers, tov::scene::SceneDrawer::AllPrimitives);
     glFlush();
     // Checked twice: Qt drops pending errors before it reads back.
-    const bool isDrawingLost = takeFatalGlError();
+    const bool hasDrawingFailed = takeFatalGlError();
     const QImage picture = framebuffer.toImage();
     // A failed read-back may also return an image, of undefined content.
-    const bool isReadingLost = takeFatalGlError();
-    return isDrawingLost || isReadingLost ? QImage() : picture;
+    const bool hasReadingFailed = takeFatalGlError();
+    return hasDrawingFailed || hasReadingFailed ? QImage() : picture;
 }
 
 } // namespace tov::grab::render

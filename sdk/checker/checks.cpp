@@ -140,7 +140,7 @@ public:
         encoder->setOutputParameters(name.isEmpty() ? m_Name : name, width, height, fps, rate);
         return encoder;
     }
-    void give(Encoder& encoder, QIODevice* chunk, bool isLast)
+    void handOver(Encoder& encoder, QIODevice* chunk, bool isLast)
     {
         if (encoder.encodeVideoChunk(chunk, isLast))
             return;
@@ -152,13 +152,13 @@ public:
         m_Refused = true;
     }
     /// After a recording without a fault.
-    void wantFile()
+    void expectFile()
     {
         const QFileInfo info(m_Name);
         if (!info.exists() || info.size() == 0)
             problem(QStringLiteral("frames were recorded, but nothing was written"));
     }
-    void wantNoFile()
+    void expectNoFile()
     {
         if (QFile::exists(m_Name))
             problem(
@@ -246,10 +246,10 @@ std::vector<QIODevice*> chunksOf(int chunks, double count, int width = Width, in
 }
 
 /// Hands the chunks over, the last one marked as the last if `isComplete`.
-void giveAll(Check& c, Encoder& encoder, const std::vector<QIODevice*>& chunks, bool isComplete = true)
+void handOverAll(Check& c, Encoder& encoder, const std::vector<QIODevice*>& chunks, bool isComplete = true)
 {
     for (std::size_t i = 0; i < chunks.size(); ++i)
-        c.give(encoder, chunks[i], isComplete && i + 1 == chunks.size());
+        c.handOver(encoder, chunks[i], isComplete && i + 1 == chunks.size());
 }
 
 enum class Expect
@@ -267,10 +267,10 @@ void record(Check& c, const std::vector<QIODevice*>& chunks, Expect expect = Exp
         qDeleteAll(chunks);
         return;
     }
-    giveAll(c, *encoder, chunks);
+    handOverAll(c, *encoder, chunks);
     encoder->waitForFinish();
     if (expect == Expect::File)
-        c.wantFile();
+        c.expectFile();
 }
 
 void probeClip(Check& c)
@@ -302,7 +302,7 @@ void retimeClip(Check& c)
     for (const double* times : {static_cast<const double*>(nullptr), starts}) {
         if (retime(name.constData(), &stop, times, times ? 3 : 0, 3) != 1)
             c.problem(QStringLiteral("retimeVideo does not return 1 for a file that the plug-in has just written"));
-        c.wantFile();
+        c.expectFile();
     }
     const long long count = countFrames(c.fileName());
     if (count >= 0 && count != 3)
@@ -338,7 +338,7 @@ void joinClips(Check& c)
         c.problem(QStringLiteral("joinVideos does not return -1 for a file ending that the plug-in does not know"));
     if (join(parts, counts, 2, QFile::encodeName(c.fileName()).constData(), &stop) != 1)
         c.problem(QStringLiteral("joinVideos does not return 1 for files that the plug-in has just written"));
-    c.wantFile();
+    c.expectFile();
     const long long count = countFrames(c.fileName());
     if (count >= 0 && count != 5)
         c.problem(QStringLiteral("joinVideos made %1 frames of 3 and 2").arg(count));
@@ -352,9 +352,9 @@ void recordAndAbort(Check& c, const std::vector<QIODevice*>& chunks, bool isComp
         qDeleteAll(chunks);
         return;
     }
-    giveAll(c, *encoder, chunks, isComplete);
+    handOverAll(c, *encoder, chunks, isComplete);
     encoder->abortEncoding();
-    c.wantNoFile();
+    c.expectNoFile();
 }
 
 void recordInParallel(Check& c)
@@ -366,12 +366,12 @@ void recordInParallel(Check& c)
     if (!first || !second)
         return;
     for (int i = 0; i < 4; ++i) {
-        c.give(*first, frames(1), i == 3);
-        c.give(*second, frames(1), i == 3);
+        c.handOver(*first, frames(1), i == 3);
+        c.handOver(*second, frames(1), i == 3);
     }
     first->waitForFinish();
     second->waitForFinish();
-    c.wantFile();
+    c.expectFile();
 }
 
 void linkToFullDevice(const Check& c)
@@ -396,34 +396,34 @@ void abortOnFullDisk(Check& c)
 {
     linkToFullDevice(c);
     if (const auto encoder = c.make(320, 240)) {
-        giveAll(c, *encoder, chunksOf(10, 3, 320, 240));
+        handOverAll(c, *encoder, chunksOf(10, 3, 320, 240));
         encoder->abortEncoding();
     }
 }
 
-void giveAfterTheLast(Check& c)
+void continueAfterTheLast(Check& c)
 {
     if (const auto encoder = c.make()) {
-        c.give(*encoder, frames(2), true);
-        c.give(*encoder, frames(2), false);
-        c.give(*encoder, frames(2), true);
+        c.handOver(*encoder, frames(2), true);
+        c.handOver(*encoder, frames(2), false);
+        c.handOver(*encoder, frames(2), true);
         encoder->waitForFinish();
-        c.wantFile();
+        c.expectFile();
     }
 }
 
 void recordAgain(Check& c)
 {
     if (const auto encoder = c.make()) {
-        giveAll(c, *encoder, chunksOf(1, 2));
+        handOverAll(c, *encoder, chunksOf(1, 2));
         encoder->waitForFinish();
-        c.wantFile();
-        giveAll(c, *encoder, chunksOf(1, 2));
+        c.expectFile();
+        handOverAll(c, *encoder, chunksOf(1, 2));
         encoder->waitForFinish();
         encoder->setOutputParameters(c.fileName(), Width, Height, Fps, BitsPerSecond);
-        giveAll(c, *encoder, chunksOf(1, 2));
+        handOverAll(c, *encoder, chunksOf(1, 2));
         encoder->waitForFinish();
-        c.wantFile();
+        c.expectFile();
     }
 }
 
@@ -484,7 +484,7 @@ const std::vector<Named> Checks = {
      }},
     {"filling", "a disk that fills up during the recording", 1, fillDisk},
     {"abort3", "an abort while the disk is full", 1, abortOnFullDisk},
-    {"later", "a chunk after the last one", 1, giveAfterTheLast},
+    {"later", "a chunk after the last one", 1, continueAfterTheLast},
     {"restart", "one encoder used for two recordings, the second without an output", 1, recordAgain},
     {"rates", "rates of 0, negative and extremely large", 1000, recordAtAnyRate},
     {"nosize", "zero and negative sizes", 1000,

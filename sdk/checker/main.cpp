@@ -29,37 +29,37 @@ int limitMs()
     return (seconds > 0 ? seconds : 30) * 1000;
 }
 
-struct Answer
+struct Outcome
 {
     QStringList lines;
     int status = 0;
-    QString death; ///< how it died; empty when the process ended by itself
+    QString failure; ///< how it failed; empty when the process ended by itself
 };
 
-Answer ask(const QStringList& arguments)
+Outcome runChecks(const QStringList& arguments)
 {
     tov::util::ChildProcess process;
     process.setProcessChannelMode(QProcess::SeparateChannels);
     process.setStandardErrorFile(QProcess::nullDevice());
     process.start(QCoreApplication::applicationFilePath(), arguments);
-    Answer answer;
+    Outcome outcome;
     if (!process.waitForStarted()) {
-        answer.death = QStringLiteral("it cannot be tried: %1").arg(process.errorString());
+        outcome.failure = QStringLiteral("it cannot be tried: %1").arg(process.errorString());
     } else if (!process.waitForFinished(limitMs()) && process.state() != QProcess::NotRunning) {
         process.kill();
         process.waitForFinished();
-        answer.death = QStringLiteral("it does not return within %1 s; a hook must return, also after an abort")
-                           .arg(limitMs() / 1000);
+        outcome.failure = QStringLiteral("it does not return within %1 s; a hook must return, also after an abort")
+                              .arg(limitMs() / 1000);
     } else if (process.exitStatus() != QProcess::NormalExit) {
-        answer.death = QStringLiteral("it crashes (%1); run the plug-in under a debugger or with -fsanitize=address")
-                           .arg(QString::fromLocal8Bit(strsignal(process.exitCode())));
+        outcome.failure = QStringLiteral("it crashes (%1); run the plug-in under a debugger or with -fsanitize=address")
+                              .arg(QString::fromLocal8Bit(strsignal(process.exitCode())));
     } else if (process.exitCode() > 1) {
-        answer.death = QStringLiteral("it ended the process with status %1; a plug-in never ends the application")
-                           .arg(process.exitCode());
+        outcome.failure = QStringLiteral("it ended the process with status %1; a plug-in never ends the application")
+                              .arg(process.exitCode());
     }
-    answer.status = process.exitCode();
-    answer.lines = QString::fromUtf8(process.readAllStandardOutput()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
-    return answer;
+    outcome.status = process.exitCode();
+    outcome.lines = QString::fromUtf8(process.readAllStandardOutput()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    return outcome;
 }
 
 void say(const QString& line)
@@ -70,7 +70,7 @@ void say(const QString& line)
 int check(const QString& file)
 {
     int count = 1, good = 0;
-    const Answer known = ask({QStringLiteral("--list"), file});
+    const Outcome known = runChecks({QStringLiteral("--list"), file});
     QStringList problems, formats;
     std::vector<std::pair<QString, QString>> checks;
     for (const QString& line : known.lines) {
@@ -84,8 +84,8 @@ int check(const QString& file)
         else if (word == QLatin1String("about"))
             say(rest);
     }
-    if (!known.death.isEmpty())
-        problems << known.death;
+    if (!known.failure.isEmpty())
+        problems << known.failure;
     if (problems.isEmpty()) {
         ++good;
         say(QStringLiteral("ok      loaded, registers %1").arg(formats.join(QLatin1String(", "))));
@@ -98,16 +98,16 @@ int check(const QString& file)
         for (const auto& [name, what] : checks) {
             ++count;
             QTemporaryDir folder;
-            const Answer answer = ask({QStringLiteral("--check"), name, file, format, folder.path()});
+            const Outcome outcome = runChecks({QStringLiteral("--check"), name, file, format, folder.path()});
             QStringList found;
-            for (const QString& line : answer.lines)
+            for (const QString& line : outcome.lines)
                 if (line.startsWith(QLatin1String("problem ")))
                     found << line.mid(8);
-            if (!answer.death.isEmpty())
-                found << answer.death;
-            else if (found.isEmpty() && answer.status != 0)
+            if (!outcome.failure.isEmpty())
+                found << outcome.failure;
+            else if (found.isEmpty() && outcome.status != 0)
                 found << QStringLiteral("it ended the process with status %1; a plug-in never ends the application")
-                             .arg(answer.status);
+                             .arg(outcome.status);
             if (found.isEmpty()) {
                 ++good;
                 say(QStringLiteral("ok      %1: %2").arg(format, what));

@@ -132,7 +132,7 @@ int main(int argc, char** argv)
         tov::viewer::Splash splash;
         splash.show();
         for (const QString& message : messages)
-            splash.say(message);
+            splash.showStartMessage(message);
         save(&splash, "splash");
     }
     MainWindow window(&startup.getLoader());

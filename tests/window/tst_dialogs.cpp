@@ -139,8 +139,8 @@ TEST_F(WindowDialogs, SplashShowsTheModulesMessages)
 {
     tov::viewer::Splash splash;
     splash.show();
-    splash.say("Initializing Video");
-    splash.say("Loading video encoder plugins");
+    splash.showStartMessage("Initializing Video");
+    splash.showStartMessage("Loading video encoder plugins");
     EXPECT_EQ(splash.getMessages(), QStringList({"Initializing Video", "Loading video encoder plugins"}));
     EXPECT_EQ(splash.message().trimmed(), QStringLiteral("Loading video encoder plugins"));
 }
