@@ -57,7 +57,7 @@ QString findPluginProblem(const QFileInfo& plugin)
     QFile file(plugin.absoluteFilePath());
     if (!file.open(QIODevice::ReadOnly))
         return file.errorString();
-    const QString problem = findIncompletePart(file);
+    QString problem = findIncompletePart(file);
     if (!problem.isEmpty())
         return problem;
     return QCoreApplication::instance()->property(RefusedPlugins).toMap().value(plugin.canonicalFilePath()).toString();
