@@ -3,6 +3,7 @@
 #include "kernel/main/export.h"
 #include "scene/view/camera.h"
 
+#include <cmath>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -22,7 +23,7 @@ inline unsigned long frameCountOf(double seconds, double fps)
     const double frames = seconds * fps;
     if (!(frames >= 0) || !(fps > 0) || frames > MaxFrames)
         return 0;
-    return frames < 1.5 ? 1 : static_cast<unsigned long>(frames + 0.5);
+    return frames < 1.5 ? 1 : static_cast<unsigned long>(std::lround(frames));
 }
 
 /// Slow at the start or the end of a motion.
