@@ -74,9 +74,11 @@ bool joinVideos(const QStringList& parts, const std::vector<qint64>& counts, con
 {
     const QByteArray target = QFile::encodeName(output);
     std::vector<QByteArray> names;
+    names.reserve(std::size_t(parts.size()));
     for (const QString& part : parts)
         names.push_back(QFile::encodeName(part));
     std::vector<const char*> pointers;
+    pointers.reserve(names.size());
     for (const QByteArray& name : names)
         pointers.push_back(name.constData());
     const std::vector<long long> frames(counts.begin(), counts.end());

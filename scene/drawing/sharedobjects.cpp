@@ -136,7 +136,7 @@ unsigned int makeProgram(unsigned int features)
 /// The pixels, scaled down to the driver's limit.
 QImage fitted(const Image& image, int largest)
 {
-    const QImage whole(image.pixels.data(), image.width, image.height, 4 * image.width, QImage::Format_RGBA8888);
+    QImage whole(image.pixels.data(), image.width, image.height, 4 * image.width, QImage::Format_RGBA8888);
     if (image.width <= largest && image.height <= largest)
         return whole;
     return whole

@@ -445,7 +445,8 @@ void PlyReader::readList(const Property& property, bool isFace, Body& body)
 {
     const double count = body.read(property.countType);
     const std::size_t least = m_Format == Format::Ascii ? 2 : sizeOf(property.type);
-    if (!(count >= 0) || count > double(body.left() / least + 1))
+    const std::size_t most = body.left() / least + 1;
+    if (!(count >= 0) || count > double(most))
         throw ReadError(tr("a list declares more entries than the file contains"));
     const bool isPolygon = isFace && (property.name == "vertex_indices" || property.name == "vertex_index");
     for (std::size_t k = 0; k < std::size_t(count); ++k) {

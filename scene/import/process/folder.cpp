@@ -105,7 +105,7 @@ std::optional<fs::path> ModelFolder::find(std::string name) const
         }
         if (isInside(m_Folder / candidate))
             return m_Folder / candidate;
-        if (const auto found = findAnyCase(candidate))
+        if (auto found = findAnyCase(candidate))
             return found;
     }
     return std::nullopt;
