@@ -105,6 +105,16 @@ private:
             m_Areas.push_back({uy * vz - uz * vy, uz * vx - ux * vz, ux * vy - uy * vx});
         }
     }
+    /// Whether three numbers have the bits of a vector; unlike ==, true for the same NaN.
+    bool hasBitsOf(const float* numbers, const Vector& vector)
+    {
+        std::array<std::uint32_t, 3> a, b;
+        static_assert(sizeof a == sizeof vector);
+        std::memcpy(a.data(), numbers, sizeof a);
+        std::memcpy(b.data(), vector.data(), sizeof b);
+        return a == b;
+    }
+
     /// The corners of triangles, grouped by place.
     void findCorners()
     {
@@ -161,7 +171,7 @@ private:
             float* own = &m_Normals[3 * std::size_t(at)];
             if (std::isnan(own[0]))
                 std::memcpy(own, normal.data(), sizeof normal);
-            if (std::memcmp(own, normal.data(), sizeof normal) == 0)
+            if (hasBitsOf(own, normal))
                 break;
             const auto next = m_Copies.size() > at ? m_Copies[at] : 0;
             at = next != 0 ? next : copyVertex(at, vertex);

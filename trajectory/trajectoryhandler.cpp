@@ -54,7 +54,7 @@ QByteArray readAll(const QFileInfo& info, QString* reason)
         *reason = tr("it is larger than 256 MiB");
     if (!reason->isEmpty())
         return QByteArray();
-    const QByteArray data = file.readAll();
+    QByteArray data = file.readAll();
     if (file.error() != QFileDevice::NoError)
         *reason = file.errorString();
     return data;

@@ -143,7 +143,7 @@ QImage makeBlankPicture(int width, int height)
     void* const pixels = std::calloc(std::size_t(height), std::size_t(rowBytes));
     if (!pixels)
         return QImage();
-    const QImage picture(static_cast<uchar*>(pixels), width, height, rowBytes, QImage::Format_ARGB32, std::free,
+    QImage picture(static_cast<uchar*>(pixels), width, height, rowBytes, QImage::Format_ARGB32, std::free,
                          pixels);
     if (picture.isNull())
         std::free(pixels);

@@ -184,14 +184,12 @@ void subtractAbove(const uchar* row, const uchar* above, uchar* out, qint64 byte
         out[i] = uchar(row[i] - above[i]);
 }
 
-/// The usual heuristic for what compresses well: the sum of the absolute differences.
+/// The usual heuristic for what compresses well: the sum of the absolute differences, which are signed bytes.
 quint64 costOf(const uchar* bytes, qint64 count)
 {
     quint64 sum = 0;
-    for (qint64 i = 0; i < count; ++i) {
-        const int value = static_cast<signed char>(bytes[i]);
-        sum += unsigned(value < 0 ? -value : value);
-    }
+    for (qint64 i = 0; i < count; ++i)
+        sum += bytes[i] < 128 ? bytes[i] : 256u - bytes[i];
     return sum;
 }
 

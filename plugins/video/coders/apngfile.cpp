@@ -47,7 +47,7 @@ struct Apng
     /// Returns the problem, empty if there was none.
     QString open(const QString& fileName)
     {
-        const QString problem = file.open(fileName);
+        QString problem = file.open(fileName);
         if (!problem.isEmpty())
             return problem;
         return walk() ? QString() : QStringLiteral("'%1' is not a complete animated PNG").arg(fileName);
@@ -203,7 +203,7 @@ QString findDifference(const Apng& first, const Apng& part)
 QString retimeApng(const QString& fileName, const QString& output, const Timing& timing)
 {
     Apng apng;
-    const QString problem = apng.open(fileName);
+    QString problem = apng.open(fileName);
     if (!problem.isEmpty())
         return problem;
     if (!timing.starts.empty() && qint64(timing.starts.size()) != apng.frames)

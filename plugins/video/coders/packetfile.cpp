@@ -235,7 +235,7 @@ qint64 PacketFile::announcedFrames() const
 QString PacketFile::index(PacketIndex* index)
 {
     std::vector<qint64> times;
-    const QString problem = read([&times](AVPacket& packet) {
+    QString problem = read([&times](AVPacket& packet) {
         times.push_back(packet.pts != AV_NOPTS_VALUE ? packet.pts : packet.dts);
         return true;
     });
