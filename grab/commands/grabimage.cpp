@@ -143,8 +143,7 @@ QImage makeBlankPicture(int width, int height)
     void* const pixels = std::calloc(std::size_t(height), std::size_t(rowBytes));
     if (!pixels)
         return QImage();
-    QImage picture(static_cast<uchar*>(pixels), width, height, rowBytes, QImage::Format_ARGB32, std::free,
-                         pixels);
+    QImage picture(static_cast<uchar*>(pixels), width, height, rowBytes, QImage::Format_ARGB32, std::free, pixels);
     if (picture.isNull())
         std::free(pixels);
     return picture;
