@@ -141,8 +141,6 @@ TEST_F(CliTest, PercentSignsInFileNamesAreKeptInMessages)
     expectFailure(run({"image", Cube, "-o", "%2.%1"}), 1, "'%2.%1' does not end in a known picture format");
     expectFailure(run({"video", Cube, "-o", "%2.%1", "--turntable"}), 1,
                   "'%2.%1' does not end in a known video format");
-    write("%1.tov", "grabimage width=%2\n");
-    expectFailure(run({"run", "%1.tov"}), 1, "grabimage: the value of \"width\" cannot be used: \"%2\" is not");
 }
 
 TEST_F(CliTest, ATransformIsUsedAsItIs)
