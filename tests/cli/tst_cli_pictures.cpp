@@ -138,9 +138,8 @@ TEST_F(CliTest, PercentSignsInFileNamesAreKeptInMessages)
 {
     expectFailure(run({"image", "%1 %2.obj", "-o", "a.png"}), 1, "%1 %2.obj cannot be opened: there is no such file");
     expectFailure(run({"image", Cube, "-o", "%2 %1/%3.png"}), 1, "%2 %1/%3.png cannot be written: there is no folder");
-    expectFailure(run({"image", Cube, "-o", "%2.%1"}), 1, "'%2.%1' does not end in a known picture format");
-    expectFailure(run({"video", Cube, "-o", "%2.%1", "--turntable"}), 1,
-                  "'%2.%1' does not end in a known video format");
+    expectFailure(run({"image", Cube, "-o", "%2.%1"}), 1, "unknown picture format '%1'; known formats: ");
+    expectFailure(run({"video", Cube, "-o", "%2.%1", "--turntable"}), 1, "unknown video format '%1'; known formats: ");
 }
 
 TEST_F(CliTest, ATransformIsUsedAsItIs)
