@@ -24,7 +24,7 @@ std::optional<QStringList> listOf(const EncoderPlugin& plugin, const char* const
             texts << QString::fromUtf8(*text);
     } catch (...) {
         tov::log::Logger::log(tov::log::LevelError, "app/videoformats", __LINE__, __func__, nullptr,
-                              QStringLiteral("The plug-in '%1' failed to list its formats").arg(plugin.fileName()));
+                              QStringLiteral("The plug-in '%1' did not list its formats").arg(plugin.fileName()));
         return std::nullopt;
     }
     return texts;

@@ -78,10 +78,10 @@ TEST_F(SafeOutputTest, AFileThatAppearsMeanwhileIsKeptOnRequest)
     SafeOutput output(path("a.mp4"), QStringLiteral("mp4"), SafeOutput::Older::Keep);
     ASSERT_TRUE(output.prepare(&error));
     write(output.getTemporaryName(), "newer");
-    write(path("a.mp4"), "somebody else's");
+    write(path("a.mp4"), "of another process");
     EXPECT_FALSE(output.commit(&error));
     EXPECT_TRUE(error.contains("File exists; the result is in '")) << error.toStdString();
-    EXPECT_EQ(read(path("a.mp4")), "somebody else's");
+    EXPECT_EQ(read(path("a.mp4")), "of another process");
     EXPECT_EQ(read(output.getTemporaryName()), "newer");
     ASSERT_TRUE(QFile::remove(path("a.mp4")));
     EXPECT_TRUE(output.commit(&error)) << error.toStdString();
