@@ -5,9 +5,11 @@ tov=$1 model=$2
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
 export TOV_SETTINGS=$folder/settings.ini
-# A colour, because the reference would have transparency otherwise.
 common=(--size 640x360 --turntable 100 --bitrate 1200 --background white --quiet)
-"$tov" video "$model" -o "$folder/reference.lossless.mkv" "${common[@]}"
+# Formats without loss keep the transparency; the others show the background.
+"$tov" video "$model" -o "$folder/exact.lossless.mkv" "${common[@]}"
+ffmpeg -v error -f lavfi -i color=white:size=640x360:rate=25 -i "$folder/exact.lossless.mkv" \
+  -filter_complex "[0:v]format=gbrp[a];[a][1:v]overlay=format=gbrp:shortest=1" -c:v ffv1 -pix_fmt bgr0 "$folder/reference.lossless.mkv"
 psnr() { # FILE [MATRIX RANGE]
   ffmpeg -hide_banner -i "$1" -i "$folder/reference.lossless.mkv" -lavfi \
     "[0:v]scale=in_color_matrix=${2:-bt709}:in_range=${3:-tv},format=gbrp[a];[1:v]format=gbrp[b];[a][b]psnr" -f null - 2>&1 |
@@ -37,9 +39,8 @@ row av1.mkv mkv -c:v libaom-av1 -cpu-used 8 -usage realtime -row-mt 1 -b:v 1200k
 matrix=bt601 range=pc
 to709=(-vf "scale=out_color_matrix=bt601:out_range=pc:flags=accurate_rnd+full_chroma_int+bicubic,format=yuvj420p")
 row avi avi -c:v mjpeg -qscale 2 -huffman optimal
-# Formats without a counterpart.
+# Formats with transparency: sizes.
 for suffix in gif apng alpha.webm alpha.mov lossless.mkv; do
   "$tov" video "$model" -o "$folder/ours.$suffix" "${common[@]}"
-  printf '%-12s %8s %10s %8s   %10s\n' "$suffix" "$(psnr "$folder/ours.$suffix")" - - \
-    $(($(stat -c %s "$folder/ours.$suffix") / 1000))
+  printf '%-12s %31s %12s\n' "$suffix" "" $(($(stat -c %s "$folder/ours.$suffix") / 1000))
 done
