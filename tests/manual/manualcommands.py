@@ -14,8 +14,8 @@ import subprocess
 import sys
 import tempfile
 
-PAGES = ("README.md", "samples/README.md", "docs/five-minutes.md", "docs/command-line.md", "docs/looks.md", "docs/motion.md", "docs/formats.md", "docs/clusters.md",
-         "docs/command-texts.md", "docs/troubleshooting.md")
+PAGES = ("README.md", "samples/README.md", "docs/five-minutes.md", "docs/command-line.md", "docs/looks.md",
+         "docs/motion.md", "docs/formats.md", "docs/clusters.md", "docs/command-texts.md", "docs/troubleshooting.md")
 PLACEHOLDER = re.compile(r"\b[A-Z]{4,}\b|\[|\|(?! file)")
 SECONDS = 300
 
