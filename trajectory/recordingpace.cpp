@@ -114,12 +114,15 @@ qint64 RecordingPace::limitBytes(qint64 frameBytes)
     const auto megabytes = [](const char* key, qint64 preset) {
         bool isNumber = false;
         const qint64 value = tovSettings().value(QLatin1String(key)).toLongLong(&isNumber);
-        return (isNumber && value > 0 && value < 1000000 ? value : preset) * Megabyte;
+        return isNumber && value > 0 && value < 1000000 ? value * Megabyte : preset;
     };
+    qint64 preset = DefaultLimitMb * Megabyte;
+    if (frameBytes > 0)
+        preset = std::min(preset, MostFrames * frameBytes);
     // Frames in the chunk that is being filled cannot be taken.
-    const qint64 chunk = megabytes("settings/grabvideotempfilesize", DefaultChunkMb);
+    const qint64 chunk = megabytes("settings/grabvideotempfilesize", DefaultChunkMb * Megabyte);
     const qint64 least = frameBytes > 0 ? chunk + 3 * frameBytes : 2 * chunk;
-    return std::max(megabytes("settings/backloglimit", DefaultLimitMb), least);
+    return std::max(megabytes("settings/backloglimit", preset), least);
 }
 
 void RecordingPace::beforeFrame()

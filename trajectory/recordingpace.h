@@ -17,13 +17,15 @@ public:
     /// an encoder takes nothing for `StallMs`, so that a recording whose encoder has failed can be stopped. Thread:
     /// any.
     static void beforeFrame();
-    /// The limit for frames of that size (0 = unknown): the setting "settings/backloglimit" (MB, default
-    /// `DefaultLimitMb`), or three frames and one chunk, whichever is more.
+    /// The limit for frames of that size (0 = unknown): the setting "settings/backloglimit" in MB, or `DefaultLimitMb`
+    /// and at most `MostFrames`; but at least three frames and one chunk.
     static qint64 limitBytes(qint64 frameBytes);
 
     static constexpr int StallMs = 10000;
     /// Enough for encoding and capture to overlap: a larger limit makes no recording faster.
-    static constexpr qint64 DefaultLimitMb = 128;
+    static constexpr qint64 DefaultLimitMb = 96;
+    /// A recording that is stopped soon ends: its pending frames are still encoded.
+    static constexpr qint64 MostFrames = 200;
 };
 
 } // namespace tov::trajectory

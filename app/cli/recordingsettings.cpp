@@ -109,13 +109,12 @@ QSize RecordingSettings::sizeOf(const VideoRequest& request)
 
 void RecordingSettings::limitMemory(const VideoRequest& request)
 {
-    qint64 limit =
+    const qint64 limit =
         tovSettings().value(BacklogKey, qlonglong(tov::trajectory::RecordingPace::DefaultLimitMb)).toLongLong();
-    const qint64 available = availableMemory(request.output.maxMemory) / BytesPerMb;
     // Half of the available memory: the encoder needs some as well.
-    if (available > 0)
-        limit = std::min(limit, std::max<qint64>(1, available / 2));
-    tovSettings().setValue(BacklogKey, limit);
+    const qint64 half = availableMemory(request.output.maxMemory) / BytesPerMb / 2;
+    if (half > 0 && half < limit)
+        tovSettings().setValue(BacklogKey, half);
 }
 
 QStringList RecordingSettings::arguments(const VideoRequest& request) const
