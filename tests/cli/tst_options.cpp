@@ -230,13 +230,13 @@ TEST(Requests, ViewsMotionsAndOutputsAreRead)
     EXPECT_EQ(image.view.zoom, 2);
     EXPECT_EQ(image.view.fieldOfView, 60);
     EXPECT_TRUE(image.view.isOrthographic);
-    EXPECT_EQ(image.view.background.kind, Background::Kind::Gradient);
-    EXPECT_EQ(image.view.background.bottom, QColor("#204060"));
-    EXPECT_EQ(image.view.samples, 8);
+    EXPECT_EQ(image.view.look.background.kind, Background::Kind::Gradient);
+    EXPECT_EQ(image.view.look.background.bottom, QColor("#204060"));
+    EXPECT_EQ(image.view.look.samples, 8);
     EXPECT_EQ(image.dpi, 300);
     EXPECT_EQ(image.output.maxMemory, qint64(2) << 30);
-    EXPECT_EQ(imageOf({"--background", "transparent"}).view.background.kind, Background::Kind::Transparent);
-    EXPECT_EQ(imageOf({"--background", "red"}).view.background.top, QColor(Qt::red));
+    EXPECT_EQ(imageOf({"--background", "transparent"}).view.look.background.kind, Background::Kind::Transparent);
+    EXPECT_EQ(imageOf({"--background", "red"}).view.look.background.top, QColor(Qt::red));
 
     const VideoRequest video = videoOf({"--turntable", "--duration", "2.5s", "--turns", "-2", "--axis", "z", "--ease"});
     EXPECT_EQ(video.motion.kind, MotionRequest::Kind::Turntable);
