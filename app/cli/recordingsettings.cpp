@@ -51,6 +51,15 @@ qint64 chunkMegabytes(const QSize& size)
     return std::clamp(Frames * size.width() * size.height() * BytesPerPixel / BytesPerMb, Least, Most);
 }
 
+/// The rate at which the encoder works. The times of a free recording are set afterwards, and a gif of a higher rate
+/// would leave frames out.
+int encodingRateOf(const VideoRequest& request)
+{
+    constexpr int HighestGifFps = 50;
+    const int fps = RecordingSettings::rateOf(request);
+    return request.motion.kind == MotionRequest::Kind::Free ? std::min(fps, HighestGifFps) : fps;
+}
+
 /// A free recording is not paced: its frames must fit into memory even if the encoder takes none of them meanwhile.
 bool fitsIntoMemory(const VideoRequest& request, const QSize& size)
 {
@@ -126,7 +135,7 @@ QStringList RecordingSettings::arguments(const VideoRequest& request) const
     };
     const QString memory =
         fitsIntoMemory(request, size) ? setting(MemoryKey, QStringLiteral("1")) : QStringLiteral("0");
-    return {setting(ChunkKey, QString::number(chunkMegabytes(size))), QString::number(rateOf(request)),
+    return {setting(ChunkKey, QString::number(chunkMegabytes(size))), QString::number(encodingRateOf(request)),
             QString::number(bitrateOf(request)), memory};
 }
 

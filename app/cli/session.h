@@ -41,6 +41,9 @@ public:
     /// Selects what a motion asks for; false (reported) on failure.
     bool selectMotion(const MotionRequest& motion, const ViewRequest& view, int fps);
 
+    /// Whether free recordings are changed to play as long as they were recorded (default: no).
+    void setPlaysInRealTime(bool inRealTime) { mp_Watcher->setPlaysInRealTime(inRealTime); }
+
     typedef std::function<void(const tov::main::CommandRunPointer&)> RunFunction;
     /// Runs a command by name to its end and returns its outcome. Progress is shown meanwhile; `onStart` is called once
     /// it runs.

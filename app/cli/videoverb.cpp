@@ -126,6 +126,7 @@ bool configure(Session& session, const VideoRequest& request, RecordingSettings&
 RunOutcome record(Session& session, const VideoRequest& request, const QString& fileName)
 {
     const bool isFree = request.motion.kind == MotionRequest::Kind::Free;
+    session.setPlaysInRealTime(isFree);
     CommandArguments arguments;
     arguments.named = {{QStringLiteral("filename"), fileName},
                        {QStringLiteral("width"), QString::number(request.size.width())},
@@ -152,19 +153,19 @@ RunOutcome record(Session& session, const VideoRequest& request, const QString& 
     return outcome;
 }
 
-/// Warns when the video does not play at the recorded speed.
-void checkTiming(Reporter& reporter, const VideoRequest& request, const RunOutcome& outcome)
+/// Reports the rate of a free recording, and warns when it does not play as long as it was recorded.
+void reportRate(Reporter& reporter, const RunOutcome& outcome)
 {
-    const int fps = RecordingSettings::rateOf(request);
-    if (request.motion.kind != MotionRequest::Kind::Free || outcome.frames < 0)
+    if (!(outcome.captureRate() > 0))
         return;
-    constexpr double Tolerance = 0.05;
-    const double rate = double(outcome.frames) / *request.motion.seconds;
-    const double played = outcome.seconds > 0 ? outcome.seconds : double(outcome.frames) / fps;
-    if (qAbs(played - *request.motion.seconds) > Tolerance * *request.motion.seconds)
-        reporter.warning(
-            tr("%1 frames per second were recorded, so the video plays at %2x real time")
-                .arg(QString::number(rate, 'f', 1), QString::number(*request.motion.seconds / played, 'f', 2)));
+    const QString rate = QString::number(outcome.captureRate(), 'f', 1);
+    if (outcome.isInRealTime())
+        reporter.note(tr("Recorded in real time: %1 frames per second.").arg(rate));
+    else if (outcome.playbackSpeed() > 0)
+        reporter.warning(tr("%1 frames per second were recorded, so the video plays at %2x real time")
+                             .arg(rate, QString::number(outcome.playbackSpeed(), 'f', 2)));
+    else
+        reporter.warning(tr("%1 frames per second were recorded; the length of the video is unknown").arg(rate));
 }
 
 /// True when the file has as many frames as the motion has positions; false with the reason otherwise.
@@ -280,13 +281,10 @@ bool makeWholeVideo(Session& session, const VideoJob& job)
     RunOutcome outcome = recordScene(session, job, output.getRecordedName());
     if (session.wasInterrupted() || !outcome.isDone())
         return reject(session, job, output, outcome);
-    if (request.motion.kind == MotionRequest::Kind::Free && outcome.frames > 0 &&
-        retimeVideo(output.getRecordedName(), outcome.frames, *request.motion.seconds))
-        outcome.seconds = *request.motion.seconds;
     outcome.files = QStringList(job.plan.output);
     if (!output.deliver(&error))
         return reporter.fail(error);
-    checkTiming(reporter, request, outcome);
+    reportRate(reporter, outcome);
     reporter.result(outcome);
     return true;
 }

@@ -3,6 +3,8 @@
 #include "app/common/pictureprobe.h"
 #include "app/common/videoprobe.h"
 #include "kernel/workers/overseer.h"
+#include "scene/view/scenepanel.h"
+#include "scene/view/viewer.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -22,6 +24,8 @@ using tov::util::FileStamp;
 namespace {
 
 constexpr double MsPerSecond = 1000;
+/// Seconds that a recording of a single frame plays, if its end is unknown.
+constexpr double ShortestFrame = 0.04;
 
 QString fileNameOf(const CommandRun& run)
 {
@@ -84,6 +88,11 @@ bool RunWatcher::isRecording(const CommandRun& run)
     return writesFile(run) && !run.getArgument(QStringLiteral("sync")).isNull();
 }
 
+bool RunWatcher::isFreeRecording(const CommandRun& run)
+{
+    return isRecording(run) && run.getArgument(QStringLiteral("sync")) == QLatin1String("0");
+}
+
 void RunWatcher::skipVerification()
 {
     for (const auto& [id, reading] : m_Readings)
@@ -110,6 +119,13 @@ void RunWatcher::begin(const CommandRunPointer& run)
     watched.before = FileStamp(fileNameOf(*run));
     watched.folderBefore = FileStamp(QFileInfo(fileNameOf(*run)).absolutePath());
     watched.clock.start();
+    if (isFreeRecording(*run)) {
+        // A recording takes the view that is active when it begins.
+        if (const auto* panel = tov::scene::Viewer::getInstance()->getActivePanel()) {
+            watched.captures = panel->getCaptureTimes();
+            watched.captures->clear();
+        }
+    }
     m_Watched.emplace(run->getId(), watched);
 }
 
@@ -174,9 +190,34 @@ void RunWatcher::verifyPicture(const Watched& watched, RunOutcome& outcome) cons
         outcome.reason = tr("%1 is incomplete; is the disk full?").arg(fileName);
 }
 
-void RunWatcher::verifyVideo(const Watched& watched, const RunOutcome& outcome)
+FrameTimes RunWatcher::frameTimesOf(const Watched& watched)
 {
-    auto* reading = new VideoReading(fileNameOf(*watched.run), this);
+    typedef std::chrono::duration<double> Seconds;
+    FrameTimes times;
+    if (!watched.captures)
+        return times;
+    // The first frame also covers the time before it, when the recording was prepared.
+    for (const auto& moment : watched.captures->get())
+        times.starts.push_back(times.starts.empty() ? 0 : Seconds(moment - watched.start).count());
+    if (times.starts.empty())
+        return times;
+    const double last = times.starts.back(), count = double(times.starts.size());
+    const auto stop = watched.run->getStopMoment();
+    times.seconds = stop ? Seconds(*stop - watched.start).count() : last;
+    // A frame that was captured at the end is shown as long as the others.
+    if (times.seconds <= last)
+        times.seconds = last + (count > 1 ? last / (count - 1) : ShortestFrame);
+    return times;
+}
+
+void RunWatcher::verifyVideo(const Watched& watched, RunOutcome outcome)
+{
+    const FrameTimes times = frameTimesOf(watched);
+    outcome.captured = times.seconds;
+    std::optional<FrameTimes> wanted;
+    if (m_PlaysInRealTime && times.seconds > 0)
+        wanted = times;
+    auto* reading = new VideoReading(fileNameOf(*watched.run), wanted, this);
     m_Readings.emplace(watched.run->getId(), reading);
     connect(reading, &VideoReading::done, this, [this, watched, outcome, reading](const VideoProbe& probe) {
         m_Readings.erase(watched.run->getId());
@@ -195,6 +236,7 @@ void RunWatcher::finishVideo(const Watched& watched, RunOutcome outcome, const V
     const bool isPlayable = !probe.isKnown || (probe.readable && probe.frames != 0);
     if (isPlayable) {
         outcome.files = QStringList(fileName);
+        outcome.bytes = QFileInfo(fileName).size();
         const QSize size(watched.run->getArgument(QStringLiteral("width")).toInt(),
                          watched.run->getArgument(QStringLiteral("height")).toInt());
         // Videos have even sizes.

@@ -59,16 +59,30 @@ VideoProbe read(const QString& fileName, const bool* stop)
     return probe;
 }
 
-} // namespace
-
-bool retimeVideo(const QString& fileName, qint64 frames, double seconds)
+/// Makes a finished video of that many frames play as it was captured. False when the file stays as it is.
+bool retime(const QString& fileName, qint64 frames, const FrameTimes& times, const bool* stop)
 {
-    const bool neverStops = false;
+    const bool isComplete = qint64(times.starts.size()) == frames;
     return callPlugins<RetimeFunction>(
                "retimeVideo", QStringLiteral("retime '") + fileName + QLatin1Char('\''), [&](RetimeFunction* function) {
-                   return function(QFile::encodeName(fileName).constData(), &neverStops, nullptr, frames, seconds);
+                   return function(QFile::encodeName(fileName).constData(), stop,
+                                   isComplete ? times.starts.data() : nullptr, frames, times.seconds);
                }) > 0;
 }
+
+/// Reads the file, after changing its times.
+VideoProbe readRetimed(const QString& fileName, const FrameTimes& times, const bool* stop)
+{
+    const VideoProbe probe = read(fileName, stop);
+    if (!probe.readable || probe.frames <= 0 || !(times.seconds > 0) || !retime(fileName, probe.frames, times, stop))
+        return probe;
+    VideoProbe retimed = read(fileName, stop);
+    if (retimed.readable && !(retimed.seconds > 0))
+        retimed.seconds = times.seconds; // some formats do not store their length
+    return retimed;
+}
+
+} // namespace
 
 bool joinVideos(const QStringList& parts, const std::vector<qint64>& counts, const QString& output, const bool* stop)
 {
@@ -95,10 +109,11 @@ bool copyVideo(const QString& from, const QString& to)
     return joinVideos({from}, {}, to, &neverStops);
 }
 
-VideoReading::VideoReading(const QString& fileName, QObject* parent) : QObject(parent)
+VideoReading::VideoReading(const QString& fileName, const std::optional<FrameTimes>& times, QObject* parent)
+    : QObject(parent), m_ChangesTimes(times.has_value())
 {
-    const auto work = [this, fileName] {
-        const VideoProbe probe = read(fileName, &m_Stop);
+    const auto work = [this, fileName, times] {
+        const VideoProbe probe = times ? readRetimed(fileName, *times, &m_Stop) : read(fileName, &m_Stop);
         QMetaObject::invokeMethod(
             this, [this, probe] { emit done(probe); }, Qt::QueuedConnection);
     };
@@ -111,7 +126,8 @@ VideoReading::VideoReading(const QString& fileName, QObject* parent) : QObject(p
 
 VideoReading::~VideoReading()
 {
-    stop();
+    if (!m_ChangesTimes)
+        stop();
     if (m_Thread.joinable())
         m_Thread.join();
 }

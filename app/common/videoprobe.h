@@ -4,6 +4,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <optional>
 #include <thread>
 #include <vector>
 
@@ -19,10 +20,12 @@ struct VideoProbe
     double seconds = 0; ///< 0 = unknown
 };
 
-/// Makes a finished video play for `seconds`, its frames evenly spaced, without encoding it again. Uses the encoder
-/// plug-in that knows the file's ending (the symbol "retimeVideo"). False when none does or it fails; the file is then
-/// unchanged. Thread: any.
-bool retimeVideo(const QString& fileName, qint64 frames, double seconds);
+/// When the frames of a recording were captured.
+struct FrameTimes
+{
+    std::vector<double> starts; ///< seconds at which each frame appears, the first at 0
+    double seconds = 0;         ///< when the last frame disappears; 0 = unknown
+};
 
 /// Joins videos of one format, recorded with the same settings, without encoding them again (the symbol "joinVideos").
 /// `counts`: the frames of each part. The parts are checked before anything is written; `output` appears once it is
@@ -34,17 +37,20 @@ bool joinVideos(const QStringList& parts, const std::vector<qint64>& counts, con
 /// "joinVideos"). The copy appears once it is complete. False when no loaded plug-in can. Thread: any.
 bool copyVideo(const QString& from, const QString& to);
 
-/// Reads a video file on a thread of its own. Thread: application.
+/// Reads a video file on a thread of its own, after changing its times if that is wanted. Thread: application.
 class VideoReading : public QObject
 {
     Q_OBJECT
 public:
-    /// Begins at once.
-    explicit VideoReading(const QString& fileName, QObject* parent = nullptr);
-    /// Waits for the thread, which soon ends.
+    /// Begins at once. With `times` the video is first made to play as it was captured, without encoding it again, by
+    /// the encoder plug-in that knows the file's ending (the symbol "retimeVideo"); when that fails the file stays as
+    /// it is. A video that does not have one frame per time gets evenly spaced frames.
+    explicit VideoReading(const QString& fileName, const std::optional<FrameTimes>& times = std::nullopt,
+                          QObject* parent = nullptr);
+    /// Waits for the thread. Reading ends early; a change of the times is completed.
     ~VideoReading() override;
 
-    /// Ends early, as if no plug-in knew such files.
+    /// Ends early, as if no plug-in knew such files; a change of the times is given up.
     void stop();
 
 signals:
@@ -52,6 +58,7 @@ signals:
     void done(const tov::app::VideoProbe& probe);
 
 private:
+    const bool m_ChangesTimes;
     bool m_Stop = false; ///< reached through std::atomic_ref
     std::thread m_Thread;
 };

@@ -186,6 +186,7 @@ void MainWindow::createSidePanels()
 void MainWindow::createCapture()
 {
     mp_Watcher = new tov::app::RunWatcher(tov::app::FailureLog::Console::Ignore, this);
+    mp_Watcher->setPlaysInRealTime(true);
     auto* space = new tov::app::SpaceWatch(this);
     new RunNotices(mp_Watcher, space, mp_Notices, mp_Runs, this);
     mp_Capture = new QuickCapture(

@@ -35,6 +35,12 @@ QString describe(const RunOutcome& outcome)
         text += RunNotices::tr(", %1 frames, %2 s long")
                     .arg(outcome.frames)
                     .arg(QLocale().toString(outcome.seconds, 'f', 1));
+    if (outcome.captureRate() > 0) {
+        const QString rate = QLocale().toString(outcome.captureRate(), 'f', 1);
+        text += outcome.isInRealTime() ? RunNotices::tr(", recorded at %1 frames per second").arg(rate)
+                                       : RunNotices::tr(", recorded at %1 frames per second, plays at %2x real time")
+                                             .arg(rate, QLocale().toString(outcome.playbackSpeed(), 'f', 2));
+    }
     return text + RunNotices::tr(", done in %1").arg(durationText(qint64(std::lround(outcome.elapsed))));
 }
 

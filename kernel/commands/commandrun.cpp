@@ -54,7 +54,13 @@ bool CommandRun::isFinished() const
 bool CommandRun::isStopped() const
 {
     std::lock_guard<std::mutex> guard(d->mutex);
-    return d->stopped;
+    return d->stopMoment.has_value();
+}
+
+std::optional<std::chrono::steady_clock::time_point> CommandRun::getStopMoment() const
+{
+    std::lock_guard<std::mutex> guard(d->mutex);
+    return d->stopMoment;
 }
 
 bool CommandRun::succeeded() const
@@ -67,9 +73,9 @@ void CommandRun::stop()
 {
     {
         std::lock_guard<std::mutex> guard(d->mutex);
-        if (d->stopped || !d->executing)
+        if (d->stopMoment || !d->executing)
             return;
-        d->stopped = true;
+        d->stopMoment = std::chrono::steady_clock::now();
     }
     d->workers->post([state = d] {
         Command* command = nullptr;

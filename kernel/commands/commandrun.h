@@ -5,7 +5,9 @@
 #include <QMetaType>
 #include <QString>
 
+#include <chrono>
 #include <memory>
+#include <optional>
 
 namespace tov::main {
 
@@ -39,6 +41,8 @@ public:
     bool isFinished() const;
     /// True when `stop` was called before the run ended.
     bool isStopped() const;
+    /// When `stop` was called before the run ended; nothing otherwise.
+    std::optional<std::chrono::steady_clock::time_point> getStopMoment() const;
     /// False when an exception left `execute`.
     bool succeeded() const;
     /// Calls the command's `abort` on the application thread, at most once per run. Does nothing after the run.

@@ -6,9 +6,11 @@
 #include <QThread>
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <map>
 #include <mutex>
+#include <optional>
 
 namespace tov::main {
 
@@ -35,7 +37,8 @@ struct CommandRunState
     QString text;               ///< guarded by mutex; the last one when the run is over
     int processed = -1;         ///< guarded by mutex; likewise
     bool executing = true;      ///< guarded by mutex
-    bool stopped = false;       ///< guarded by mutex
+    /// Guarded by mutex; when `stop` was called.
+    std::optional<std::chrono::steady_clock::time_point> stopMoment;
     bool finished = false;      ///< guarded by mutex
     bool succeeded = false;     ///< guarded by mutex
 };

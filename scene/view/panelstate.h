@@ -2,6 +2,7 @@
 
 #include "scene/drawing/scenedrawer.h"
 #include "scene/view/camera.h"
+#include "scene/view/capturetimes.h"
 
 #include <QPoint>
 #include <QTimer>
@@ -23,6 +24,9 @@ struct PanelState
     QTimer stillTimer;      ///< ends `isMoving`
     double frameMs = 0;     ///< how long the last complete frame took
     int sketchAfterMs = 80; ///< see `ScenePanel::setSketchAfter`
+
+    /// Set once; callers may keep it longer than the panel.
+    const std::shared_ptr<tov::scene::CaptureTimes> captures = std::make_shared<tov::scene::CaptureTimes>();
 
     std::atomic<bool> follows{true};
     std::atomic<int> width{640};

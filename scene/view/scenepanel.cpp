@@ -7,6 +7,8 @@
 #include "scene/view/panelstate.h"
 #include "scene/view/turningpoints.h"
 
+#include <QThread>
+
 #include <algorithm>
 #include <cmath>
 
@@ -54,8 +56,15 @@ ScenePanel::~ScenePanel()
     PanelList::getInstance()->remove(this);
 }
 
+std::shared_ptr<tov::scene::CaptureTimes> ScenePanel::getCaptureTimes() const
+{
+    return d->captures;
+}
+
 Matrix4 ScenePanel::getScaledTransformMatrix() const
 {
+    if (QThread::currentThread() != thread())
+        d->captures->add();
     std::lock_guard<std::mutex> guard(d->mutex);
     return d->matrix;
 }

@@ -3,6 +3,7 @@
 #include "kernel/main/export.h"
 #include "kernel/math/matrix.h"
 #include "scene/view/camera.h"
+#include "scene/view/capturetimes.h"
 
 #include <QOpenGLWidget>
 
@@ -28,6 +29,9 @@ public:
     /// Scene to eye in OpenGL's eye axes (x right, y up, looking along -z), with the lens and the scene's global
     /// scaling in it; see `Camera::scaledMatrix`. By value. Thread: any.
     tov::math::Matrix<double, 4u, 4u> getScaledTransformMatrix() const;
+    /// When threads other than the application thread called `getScaledTransformMatrix`: a recording does so once per
+    /// frame, when it captures the frame. Valid longer than the panel. Thread: any.
+    std::shared_ptr<tov::scene::CaptureTimes> getCaptureTimes() const;
     /// Makes `getScaledTransformMatrix` return exactly this until the camera is moved.
     void setScaledTransformMatrix(const tov::math::Matrix<double, 4u, 4u>& transform);
 

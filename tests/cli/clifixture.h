@@ -14,6 +14,7 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <vector>
 
 /// The real program, run as a user or a script runs it.
 namespace cli {
@@ -89,6 +90,26 @@ protected:
                        QStringLiteral("stream=") + QLatin1String(entry), "-of", "csv=p=0", path(name)});
         EXPECT_TRUE(process.waitForFinished(60000));
         return QString::fromUtf8(process.readAllStandardOutput()).trimmed().split(QLatin1Char(',')).first();
+    }
+    /// The time at which each frame of a video appears, and the end of the last one, in seconds.
+    std::vector<double> frameTimes(const char* name)
+    {
+        QProcess process;
+        process.start(QStringLiteral("ffprobe"),
+                      {"-v", "error", "-select_streams", "v:0", "-show_entries",
+                       "frame=best_effort_timestamp_time,pkt_duration_time", "-of", "csv=p=0", path(name)});
+        EXPECT_TRUE(process.waitForFinished(60000));
+        std::vector<double> times;
+        double end = 0;
+        for (const QByteArray& line : process.readAllStandardOutput().split('\n')) {
+            const QList<QByteArray> fields = line.trimmed().split(',');
+            if (fields.size() < 2)
+                continue;
+            times.push_back(fields[0].toDouble());
+            end = times.back() + fields[1].toDouble();
+        }
+        times.push_back(end);
+        return times;
     }
     QByteArray read(const char* name)
     {

@@ -102,6 +102,46 @@ TEST_F(CliTest, AVideoOfSomeSeconds)
     EXPECT_GT(QFileInfo(path("a.mkv")).size(), 0);
 }
 
+TEST_F(CliTest, AFreeRecordingPlaysAsLongAsItTookWithEveryStall)
+{
+    constexpr double Seconds = 3, StallSeconds = 2;
+    for (const char* ending : {"mp4", "gif"}) {
+        SCOPED_TRACE(ending);
+        const QByteArray name = QByteArray("free.") + ending;
+        QProcess process;
+        process.setWorkingDirectory(folder.path());
+        auto environment = QProcessEnvironment::systemEnvironment();
+        environment.remove(QStringLiteral("QT_QPA_PLATFORM"));
+        environment.insert(QStringLiteral("TOV_SETTINGS"), path("settings.ini"));
+        process.setProcessEnvironment(environment);
+        process.start(Program, {"video", Cube, "-o", QString::fromLatin1(name), "--size", "64x48", "--fps", "60",
+                                "--free", QString::number(Seconds)});
+        ASSERT_TRUE(process.waitForStarted());
+        // The file is made when the recording starts.
+        const QByteArray partial = QByteArray("free~partial.") + ending;
+        QElapsedTimer clock;
+        clock.start();
+        while (!QFile::exists(path(partial.constData())) && clock.elapsed() < 30000)
+            process.waitForFinished(10);
+        process.waitForFinished(500);
+        kill(pid_t(process.processId()), SIGSTOP);
+        EXPECT_FALSE(process.waitForFinished(int(1000 * StallSeconds)));
+        kill(pid_t(process.processId()), SIGCONT);
+        ASSERT_TRUE(process.waitForFinished(60000));
+        EXPECT_EQ(process.exitCode(), 0);
+        const QString report = QString::fromUtf8(process.readAllStandardError());
+        EXPECT_TRUE(report.contains(QStringLiteral("frames per second"))) << report.toStdString();
+        const auto times = frameTimes(name.constData());
+        ASSERT_GT(times.size(), 2u);
+        EXPECT_NEAR(times.back(), Seconds, 0.03 * Seconds);
+        double longest = 0;
+        for (std::size_t i = 1; i < times.size(); ++i)
+            longest = std::max(longest, times[i] - times[i - 1]);
+        EXPECT_GT(longest, StallSeconds - 0.1);
+        EXPECT_TRUE(report.contains(QStringLiteral("%1 frames").arg(times.size() - 1))) << report.toStdString();
+    }
+}
+
 TEST_F(CliTest, VideosThatCannotBeMade)
 {
     write("bad.csv", "1,2,3\n4,five,6\n");

@@ -12,8 +12,10 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDoubleSpinBox>
+#include <QElapsedTimer>
 #include <QImageReader>
 #include <QLineEdit>
+#include <QProcess>
 
 using namespace tov::test;
 
@@ -57,6 +59,31 @@ TEST_F(WindowCapture, RecordStartsAndStopsWithOneKey)
     EXPECT_FALSE(window().getCapture()->getRecordAction()->isChecked());
     EXPECT_TRUE(processUntil([this] { return !figures()->isVisible(); }));
     EXPECT_GT(countFrames(file("crane-001.mp4")), 0);
+}
+
+TEST_F(WindowCapture, ARecordingPlaysAsLongAsItTookAndItsRateIsReported)
+{
+    openSample();
+    // At this rate the video would play twice as fast as it was recorded.
+    tovSettings().setValue("settings/grabvideofps", 50);
+    QElapsedTimer clock;
+    clock.start();
+    QTest::keyClick(view(), Qt::Key_R);
+    ASSERT_TRUE(
+        processUntil([this, &clock] { return QFileInfo(file("crane-001.mp4")).size() > 0 && clock.elapsed() > 1500; }));
+    QTest::keyClick(view(), Qt::Key_R);
+    const double recorded = double(clock.elapsed()) / 1000;
+    ASSERT_TRUE(waitForNoRuns());
+    ASSERT_TRUE(processUntil([this] { return noticeContains("frames per second"); }));
+    EXPECT_FALSE(noticeContains("real time")) << "it does not play faster or slower";
+    QProcess process;
+    process.start("ffprobe",
+                  {"-v", "error", "-show_entries", "format=duration", "-of", "csv=p=0", file("crane-001.mp4")});
+    ASSERT_TRUE(process.waitForFinished(60000));
+    // The last frames may be captured while the window handles the key.
+    const double played = process.readAllStandardOutput().trimmed().toDouble();
+    EXPECT_GT(played, 0.97 * recorded);
+    EXPECT_LT(played, recorded + 0.5);
 }
 
 TEST_F(WindowCapture, RecordStopsARecordingStartedElsewhere)
