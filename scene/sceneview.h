@@ -10,6 +10,8 @@ namespace tov::scene {
 /// Half the vertical extent of a picture at distance 1: the field of view of pictures and panels is twice its arc
 /// tangent, about 46.29 degrees.
 constexpr double PictureHalfHeight = 0.4274205123390469;
+/// The same of a video, whose field of view is 45 degrees: tan(22.5 degrees) is the square root of 2, minus 1.
+constexpr double VideoHalfHeight = 0.41421356237309505;
 
 /// A matrix that moves by `offset`. Thread: any.
 TOV_EXPORT tov::math::Matrix4 translation(const std::array<double, 3>& offset);

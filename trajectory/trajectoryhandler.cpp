@@ -22,6 +22,7 @@
 #include <QFileInfo>
 
 #include <atomic>
+#include <functional>
 
 namespace tov::trajectory {
 
@@ -37,6 +38,7 @@ struct FileContent
 {
     TimedPoints points;
     TimedMaps maps;
+    bool isSampled = false; ///< at a frame rate, by the times of the file
     std::shared_ptr<const Motion> path;
 };
 
@@ -69,12 +71,20 @@ bool setEase(CameraPath& path, Ease ease, QString* reason)
     return CameraPath::create(path.getKeys(), options, path, reason);
 }
 
+template <typename Values>
+bool sample(Values& values, const PlaybackOptions& options, bool& isSampled, QString* reason)
+{
+    isSampled = !options.everyPosition && (!values.times.empty() || options.seconds > 0);
+    return resample(values, options, reason);
+}
+
 /// Reads by suffix; false and the reason on failure.
 bool readContent(const QString& suffix, const QByteArray& data, const PlaybackOptions& options, FileContent& content,
                  QString* reason)
 {
     if (suffix == QLatin1String("csv"))
-        return TrajectoryReader::readCsv(data, content.points, reason) && resample(content.points, options, reason);
+        return TrajectoryReader::readCsv(data, content.points, reason) &&
+               sample(content.points, options, content.isSampled, reason);
     if (suffix == QLatin1String("json") && data.trimmed().startsWith('{')) {
         CameraPath path;
         if (CameraPath::fromJson(data, path, reason) && setEase(path, options.ease, reason))
@@ -83,7 +93,7 @@ bool readContent(const QString& suffix, const QByteArray& data, const PlaybackOp
     }
     const bool read = suffix == QLatin1String("json") ? TrajectoryReader::readJson(data, content.maps, reason)
                                                       : TrajectoryReader::readTum(data, content.maps, reason);
-    return read && resample(content.maps, options, reason);
+    return read && sample(content.maps, options, content.isSampled, reason);
 }
 
 } // namespace
@@ -96,7 +106,10 @@ struct TrajectoryHandler::Private
     std::shared_ptr<const Motion> camera;       ///< the selected motion to which an animation can be added
     std::shared_ptr<const Motion> elements;     ///< the animation of the selection
     std::shared_ptr<const Turntable> turntable; ///< the one that is selected
-    QMetaObject::Connection following;          ///< to the panel that the turntable started from
+    double fps = 0;                             ///< of the selection; 0: it has no times
+    /// Makes the selection again at another rate; null when it has no times.
+    std::function<bool(double fps, QString* error)> sample;
+    std::vector<QMetaObject::Connection> following; ///< to the panel that the turntable started from
 };
 
 TrajectoryHandler* TrajectoryHandler::getInstance()
@@ -220,12 +233,20 @@ bool TrajectoryHandler::openFile(const QString& fileName, const PlaybackOptions&
     FileContent content;
     if (!readContent(suffix, data, options, content, &reason))
         return fail(reason);
+    const auto sample = [this, fileName, options](double fps, QString* problem) {
+        PlaybackOptions changed = options;
+        changed.fps = fps;
+        return openFile(fileName, changed, problem);
+    };
     if (content.path) {
         select(content.path);
         d->camera = content.path;
+        setTimed(options.fps, sample);
         return true;
     }
     select(nullptr);
+    if (content.isSampled)
+        setTimed(options.fps, sample);
     if (suffix == QLatin1String("csv")) {
         d->plain.setPoints(std::move(content.points.values));
         d->mode = ModePlain;
@@ -238,9 +259,29 @@ bool TrajectoryHandler::openFile(const QString& fileName, const PlaybackOptions&
     return true;
 }
 
+void TrajectoryHandler::setTimed(double fps, std::function<bool(double fps, QString* error)> sample)
+{
+    d->fps = fps;
+    d->sample = std::move(sample);
+}
+
+double TrajectoryHandler::getFrameRate() const
+{
+    return getSelectedMode() == ModeNone ? 0 : d->fps;
+}
+
+bool TrajectoryHandler::setFrameRate(double fps, QString* error)
+{
+    const auto sample = d->sample; // replaced by the call
+    return !(getFrameRate() > 0) || fps == d->fps || sample(fps, error);
+}
+
 void TrajectoryHandler::select(std::shared_ptr<const Motion> motion)
 {
-    disconnect(d->following);
+    setTimed(0, {});
+    for (const auto& connection : d->following)
+        disconnect(connection);
+    d->following.clear();
     d->turntable.reset();
     d->camera.reset();
     d->elements.reset();
@@ -266,10 +307,28 @@ void TrajectoryHandler::showPosition()
     }
 }
 
+namespace {
+
+/// The turntable, moved back until nothing is cropped in the panel.
+std::shared_ptr<const Turntable> keptInView(const Turntable& turntable, const tov::gui::ScenePanel& panel)
+{
+    const auto scene = Viewer::getInstance()->getGlobalScene();
+    scene->lock();
+    auto result = turntable.keptInView(scene->getRootNode(), double(panel.width()) / panel.height(),
+                                       2 * tov::scene::SceneDrawer::ZNEAR / scene->getGlobalScaling());
+    scene->unlock();
+    return result;
+}
+
+} // namespace
+
 bool TrajectoryHandler::selectTurntable(int count, QString* error)
 {
     TurntableOptions options;
     options.frames = count < 1 ? 0 : static_cast<unsigned long>(count);
+    // Whoever zooms in wants to see a part.
+    const auto* panel = Viewer::getInstance()->getActivePanel();
+    options.keepInView = panel && showsWholeScene(*panel, 0);
     return selectTurntable(options, error);
 }
 
@@ -286,31 +345,40 @@ bool TrajectoryHandler::selectTurntable(const TurntableOptions& options, QString
     const auto* root = scene->getRootNode();
     auto turntable =
         Turntable::create(options, panel->getCamera(), tov::scene::centreOf(tov::scene::visibleBox(root)), error);
-    if (turntable && options.keepInView)
-        turntable = turntable->keptInView(root, double(panel->width()) / panel->height(),
-                                          2 * tov::scene::SceneDrawer::ZNEAR / scene->getGlobalScaling());
     scene->unlock();
+    if (turntable && options.keepInView)
+        turntable = keptInView(*turntable, *panel);
     if (!turntable)
         return false;
     select(turntable);
     d->turntable = turntable;
     d->camera = turntable;
-    d->following = connect(
-        panel, &tov::gui::ScenePanel::viewChanged, this, [this, panel] { rebaseTurntable(*panel); },
-        Qt::DirectConnection);
+    const auto follow = [this, panel](auto signal, bool keepsInView) {
+        d->following.push_back(connect(
+            panel, signal, this, [this, panel, keepsInView] { rebaseTurntable(*panel, keepsInView); },
+            Qt::DirectConnection));
+    };
+    follow(&tov::gui::ScenePanel::viewChanged, false);
+    // A view that is fitted again must not be cropped at other angles.
+    follow(&tov::gui::ScenePanel::fitted, true);
     return true;
 }
 
-void TrajectoryHandler::rebaseTurntable(const tov::gui::ScenePanel& panel)
+void TrajectoryHandler::rebaseTurntable(const tov::gui::ScenePanel& panel, bool keepsInView)
 {
     if (!panel.followsTrajectory() || !d->turntable || d->mode != ModeAdvanced)
         return;
     d->turntable = d->turntable->fromView(panel.getCamera(), d->advanced.getPosition());
+    if (keepsInView)
+        d->turntable = keptInView(*d->turntable, panel);
     d->camera = d->turntable;
     std::shared_ptr<const Motion> motion = d->turntable;
     if (d->elements)
         motion = std::make_shared<CombinedMotion>(motion, d->elements);
     d->advanced.changeMotion(motion);
+    if (keepsInView)
+        d->advanced.showPosition();
+    emit trajectoryChanged();
 }
 
 void TrajectoryHandler::selectCameraMotion(std::shared_ptr<const Motion> motion)
@@ -326,6 +394,11 @@ bool TrajectoryHandler::selectPath(const CameraPath& path, const PlaybackOptions
         return false;
     select(motion);
     d->camera = motion;
+    setTimed(options.fps, [this, path, options](double fps, QString* problem) {
+        PlaybackOptions changed = options;
+        changed.fps = fps;
+        return selectPath(path, changed, problem);
+    });
     return true;
 }
 
@@ -393,6 +466,11 @@ bool TrajectoryHandler::selectAnimation(const QString& name, const PlaybackOptio
         return false;
     select(motion);
     d->elements = motion;
+    setTimed(options.fps, [this, name, options](double fps, QString* problem) {
+        PlaybackOptions changed = options;
+        changed.fps = fps;
+        return selectAnimation(name, changed, problem);
+    });
     return true;
 }
 
@@ -404,6 +482,7 @@ bool TrajectoryHandler::addAnimation(const QString& name, const PlaybackOptions&
     if (!motion)
         return false;
     d->elements = motion;
+    setTimed(0, {});
     d->advanced.setMotion(std::make_shared<CombinedMotion>(d->camera, motion));
     setPosition(0);
     emit trajectoryChanged();

@@ -6,6 +6,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <functional>
 #include <memory>
 
 namespace tov::gui {
@@ -77,6 +78,12 @@ public:
     /// Adds an animation to the turntable or the camera path that is selected: both run together. With nothing selected
     /// it is the same as `selectAnimation`. Thread: application.
     bool addAnimation(const QString& name, const PlaybackOptions& options, QString* error);
+    /// The frames per second at which the selection was sampled; 0 when it has no times of its own (turntables, files
+    /// without times). Thread: application.
+    double getFrameRate() const;
+    /// Samples a selection that has times again, so that it lasts as long at another frame rate; goes to the first
+    /// position. Otherwise does nothing. On failure false and one line in `error`. Thread: application.
+    bool setFrameRate(double fps, QString* error);
     /// The animations of the models in the global scene. Thread: application.
     QStringList getAnimationNames() const;
     /// Puts the scene and the following panels at the current position again: for a scene that was loaded, or a view
@@ -93,7 +100,8 @@ private:
     TrajectoryHandler();
     ~TrajectoryHandler() override;
     void select(std::shared_ptr<const Motion> motion);
-    void rebaseTurntable(const tov::gui::ScenePanel& panel);
+    void setTimed(double fps, std::function<bool(double fps, QString* error)> sample);
+    void rebaseTurntable(const tov::gui::ScenePanel& panel, bool keepsInView);
     struct Private;
     std::unique_ptr<Private> d;
 };

@@ -1,5 +1,9 @@
 #include "trajectory/turntable.h"
 
+#include "scene/globalscene.h"
+#include "scene/scene.h"
+#include "scene/view/scenepanel.h"
+
 #include <QCoreApplication>
 
 #include <algorithm>
@@ -58,6 +62,19 @@ Camera raised(const Camera& camera, const Vector3& center, const Vector3& axis, 
 }
 
 } // namespace
+
+bool showsWholeScene(const tov::gui::ScenePanel& panel, double aspect)
+{
+    // Fitting leaves a margin, which the user may use up.
+    constexpr double Slack = 1.05;
+    const Camera view = panel.getCamera();
+    tov::scene::ViewFitter fitter(view, aspect > 0 ? aspect : double(panel.width()) / panel.height());
+    const auto scene = tov::scene::_GlobalScene();
+    scene->lock();
+    tov::scene::forEachPoint(scene->getRootNode(), [&](const Vector3& point) { fitter.add(point); });
+    scene->unlock();
+    return fitter.movedBack(0).distance <= Slack * view.distance;
+}
 
 Turntable::Turntable(const TurntableOptions& options, const Camera& view, const Vector3& center)
     : m_Options(options), m_Start(view), m_Turning{center, options.axis, 0, 0}

@@ -5,6 +5,10 @@
 
 #include <QString>
 
+namespace tov::gui {
+class ScenePanel;
+}
+
 namespace tov::trajectory {
 
 /// The options of a turntable.
@@ -24,6 +28,10 @@ struct TurntableOptions
     bool keepInView = true;
     double aspect = 0; ///< of the picture, width divided by height; 0: of the panel
 };
+
+/// Whether a panel shows the whole scene, also in a picture of another aspect (width divided by height; 0: that of the
+/// panel). Thread: application.
+TOV_EXPORT bool showsWholeScene(const tov::gui::ScenePanel& panel, double aspect);
 
 /// The camera turns about the scene. With whole turns or a swing the last frame is followed by the first.
 class TOV_EXPORT Turntable : public Motion

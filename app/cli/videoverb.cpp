@@ -15,6 +15,7 @@
 #include "app/common/videoprobe.h"
 #include "scene/drawing/scenedrawer.h"
 #include "scene/scene.h"
+#include "scene/sceneview.h"
 #include "scene/view/scenepanel.h"
 #include "scene/view/viewer.h"
 #include "trajectory/trajectoryhandler.h"
@@ -230,8 +231,11 @@ RunOutcome recordScene(Session& session, const VideoJob& job, const QString& fil
 bool prepareScene(Session& session, const VideoJob& job, RecordingSettings& settings)
 {
     const VideoRequest& request = job.request;
-    return session.showView(request.view, job.plan.view, turnsUpright(request.motion)) &&
-           session.selectMotion(request.motion, request.view, RecordingSettings::rateOf(request)) &&
+    if (!session.showView(request.view, job.plan.view, turnsUpright(request.motion)))
+        return false;
+    // A video shows what a picture of the same view shows.
+    session.getPanel()->setProjectionHalfHeight(tov::scene::VideoHalfHeight);
+    return session.selectMotion(request.motion, request.view, RecordingSettings::rateOf(request)) &&
            configure(session, request, settings);
 }
 

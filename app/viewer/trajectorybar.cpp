@@ -2,9 +2,11 @@
 
 #include "app/viewer/glyphs.h"
 #include "kernel/main/settings.h"
+#include "scene/view/paneloverlay.h"
 #include "scene/view/scenepanel.h"
 #include "scene/view/viewer.h"
 #include "trajectory/animationmotion.h"
+#include "trajectory/pathlines.h"
 #include "trajectory/trajectoryhandler.h"
 
 #include <QFileDialog>
@@ -16,11 +18,16 @@
 #include <QSlider>
 #include <QToolButton>
 
+#include <algorithm>
+#include <cmath>
+
 namespace tov::viewer {
 
 using tov::trajectory::TrajectoryHandler;
 
 namespace {
+
+constexpr double DefaultFps = 25;
 
 /// A click next to the handle of a slider moves the handle there.
 class JumpingSliderStyle : public QProxyStyle
@@ -33,6 +40,15 @@ public:
                                                     : QProxyStyle::styleHint(hint, option, widget, result);
     }
 };
+
+/// Files and animations with times are sampled at the rate of videos, so that a recording lasts as long as they do.
+tov::trajectory::PlaybackOptions playback()
+{
+    tov::trajectory::PlaybackOptions options;
+    const double fps = tovSettings().value(QStringLiteral("settings/grabvideofps"), DefaultFps).toDouble();
+    options.fps = fps >= 1 ? fps : DefaultFps;
+    return options;
+}
 
 } // namespace
 
@@ -81,6 +97,7 @@ TrajectoryBar::TrajectoryBar(QWidget* parent) : QToolBar(tr("Trajectory"), paren
         if (auto* panel = tov::scene::Viewer::getInstance()->getActivePanel())
             panel->setFollowsTrajectory(follows);
     });
+    addPathToggle();
 
     auto* handler = TrajectoryHandler::getInstance();
     connect(handler, &TrajectoryHandler::trajectoryChanged, this, &TrajectoryBar::refresh);
@@ -91,7 +108,7 @@ TrajectoryBar::TrajectoryBar(QWidget* parent) : QToolBar(tr("Trajectory"), paren
             trajectory->setPosition(value);
         tov::scene::Viewer::getInstance()->redraw();
     });
-    m_Clock.setInterval(40);
+    m_Clock.setTimerType(Qt::PreciseTimer);
     connect(&m_Clock, &QTimer::timeout, this, [this] {
         auto* trajectory = TrajectoryHandler::getInstance();
         if (trajectory->getPosition() + 1 < trajectory->getCount())
@@ -110,6 +127,26 @@ TrajectoryBar::TrajectoryBar(QWidget* parent) : QToolBar(tr("Trajectory"), paren
         play ? m_Clock.start() : m_Clock.stop();
     });
     refresh();
+}
+
+void TrajectoryBar::addPathToggle()
+{
+    const QString key = QStringLiteral("window/showpath");
+    mp_ShowPath = addAction(tr("Show path"));
+    mp_ShowPath->setObjectName(QStringLiteral("ShowPathAction"));
+    mp_ShowPath->setCheckable(true);
+    mp_ShowPath->setChecked(tovSettings().value(key, true).toBool());
+    mp_ShowPath->setToolTip(tr("Draw the path of the trajectory in the views, not in pictures and videos"));
+    connect(mp_ShowPath, &QAction::toggled, this, [this, key](bool shown) {
+        tovSettings().setValue(key, shown);
+        showPath();
+    });
+    connect(TrajectoryHandler::getInstance(), &TrajectoryHandler::trajectoryChanged, this, &TrajectoryBar::showPath);
+}
+
+void TrajectoryBar::showPath()
+{
+    tov::scene::setPanelOverlay(mp_ShowPath->isChecked() ? tov::trajectory::pathLines() : nullptr);
 }
 
 void TrajectoryBar::addAnimationMenu()
@@ -140,10 +177,8 @@ void TrajectoryBar::listAnimations(QMenu* menu)
 
 void TrajectoryBar::playAnimation(const QString& name)
 {
-    tov::trajectory::PlaybackOptions options;
-    options.fps = 1000.0 / m_Clock.interval();
     QString error;
-    if (!TrajectoryHandler::getInstance()->selectAnimation(name, options, &error)) {
+    if (!TrajectoryHandler::getInstance()->selectAnimation(name, playback(), &error)) {
         emit failed(error);
         return;
     }
@@ -165,6 +200,8 @@ void TrajectoryBar::refresh()
     auto* trajectory = TrajectoryHandler::getInstance();
     const auto count = trajectory->getCount();
     const bool usable = count > 0;
+    const double fps = trajectory->getFrameRate() > 0 ? trajectory->getFrameRate() : DefaultFps;
+    m_Clock.setInterval(std::max(1, int(std::lround(1000 / fps))));
     const QSignalBlocker blocker(mp_Slider);
     mp_Slider->setRange(0, usable ? int(count - 1) : 0);
     mp_Slider->setValue(int(trajectory->getPosition()));
@@ -183,7 +220,7 @@ void TrajectoryBar::refresh()
 bool TrajectoryBar::openFile(const QString& fileName)
 {
     QString error;
-    if (TrajectoryHandler::getInstance()->openFile(fileName, &error))
+    if (TrajectoryHandler::getInstance()->openFile(fileName, playback(), &error))
         return true;
     emit failed(error);
     return false;

@@ -27,6 +27,9 @@ signals:
 private:
     void refresh();
     void addAnimationMenu();
+    void addPathToggle();
+    /// Draws the path of the selected trajectory in the views, if the user wants it.
+    void showPath();
     /// Fills a menu with the animations of the scene; choosing one plays it.
     void listAnimations(QMenu* menu);
     void playAnimation(const QString& name);
@@ -37,6 +40,7 @@ private:
     QAction* mp_Forward;
     QAction* mp_Loop;
     QAction* mp_Follow;
+    QAction* mp_ShowPath = nullptr;
     QSlider* mp_Slider;
     QLabel* mp_Label;
     QTimer m_Clock;

@@ -9,6 +9,7 @@
 #include "scene/view/scenepanel.h"
 #include "scene/view/viewer.h"
 #include "trajectory/trajectoryhandler.h"
+#include "trajectory/turntable.h"
 
 #include <QCoreApplication>
 
@@ -35,17 +36,31 @@ void storeRates(const VideoRequest& request)
     settings.setValue(QStringLiteral("settings/grabvideokbps"), QString::number(request.kbps));
 }
 
+/// One turn that starts from what the view shows, in the shape of the video.
+tov::trajectory::TurntableOptions turntableOptions(const tov::gui::ScenePanel& view, const VideoRequest& request)
+{
+    tov::trajectory::TurntableOptions options;
+    options.frames = static_cast<unsigned long>(frameCount(request));
+    if (request.size.height() > 0)
+        options.aspect = double(request.size.width()) / request.size.height();
+    // Whoever zooms in wants to see a part.
+    options.keepInView = tov::trajectory::showsWholeScene(view, options.aspect);
+    return options;
+}
+
 bool prepareMotion(tov::gui::ScenePanel* view, const VideoRequest& request, QString* error)
 {
     auto* trajectory = TrajectoryHandler::getInstance();
     switch (request.motion) {
     case VideoRequest::Motion::Turntable:
-        // Everything stays in view at every angle.
-        view->fitToTurn();
-        return trajectory->selectTurntable(frameCount(request), error);
+        return trajectory->selectTurntable(turntableOptions(*view, request), error);
     case VideoRequest::Motion::Trajectory:
-        if (trajectory->getCount() > 0)
+        if (trajectory->getCount() > 0) {
+            if (!trajectory->setFrameRate(request.fps, error))
+                return false;
+            trajectory->setPosition(0);
             return true;
+        }
         *error = text(QT_TRANSLATE_NOOP("VideoExport", "no trajectory is open"));
         return false;
     case VideoRequest::Motion::Free:
@@ -80,8 +95,11 @@ int frameCount(const VideoRequest& request)
     switch (request.motion) {
     case VideoRequest::Motion::Turntable:
         return std::max(1, int(std::lround(request.seconds * request.fps)));
-    case VideoRequest::Motion::Trajectory:
-        return int(TrajectoryHandler::getInstance()->getCount());
+    case VideoRequest::Motion::Trajectory: {
+        const auto* trajectory = TrajectoryHandler::getInstance();
+        const double count = double(trajectory->getCount()), rate = trajectory->getFrameRate();
+        return int(std::lround(rate > 0 ? count * request.fps / rate : count));
+    }
     case VideoRequest::Motion::Free:
         break;
     }

@@ -1,5 +1,6 @@
 #include "scene/drawing/view.h"
 
+#include "scene/drawing/scenedrawer.h"
 #include "scene/sceneview.h"
 
 #include <GL/gl.h>
@@ -13,14 +14,41 @@ using tov::math::Matrix4;
 
 namespace {
 
-/// Half the height of a video's picture at distance 1: its field of view is 45 degrees.
-const double VideoHalfHeight = std::tan(22.5 * 3.14159265358979323846 / 180);
-
 Matrix4 currentMatrix(GLenum which)
 {
     Matrix4 columns;
     glGetDoublev(which, columns.data());
     return columns.transposed();
+}
+
+bool isNearly(double value, double exact)
+{
+    constexpr double SinglePrecision = 1e-6;
+    return std::fabs(value - exact) <= SinglePrecision * std::fabs(exact);
+}
+
+/// OpenGL rounds matrices to single precision. The projections of whole pictures and videos are known, so the rounding
+/// can be undone: the same view under each of them then gives the same pixels.
+Matrix4 withoutRounding(const Matrix4& projection, double aspect)
+{
+    const double zNear = SceneDrawer::ZNEAR, zFar = SceneDrawer::ZFAR;
+    const double depth = -(zFar + zNear) / (zFar - zNear), offset = -2 * zFar * zNear / (zFar - zNear);
+    Matrix4 result = projection;
+    if (isNearly(projection(2, 2), depth) && isNearly(projection(2, 3), offset)) {
+        result(2, 2) = depth;
+        result(2, 3) = offset;
+    }
+    for (const double halfHeight : {PictureHalfHeight, VideoHalfHeight}) {
+        const double x = 1 / (halfHeight * aspect), y = 1 / halfHeight;
+        // Tiles look to the side.
+        if (isNearly(projection(0, 0), x) && isNearly(projection(1, 1), y) && isNearly(1 + projection(0, 2), 1) &&
+            isNearly(1 + projection(1, 2), 1)) {
+            result(0, 0) = x;
+            result(1, 1) = y;
+            result(0, 2) = result(1, 2) = 0;
+        }
+    }
+    return result;
 }
 
 double rowLength(const Matrix4& m, unsigned int row)
@@ -45,7 +73,7 @@ Matrix4 withoutLens(const Matrix4& modelView, bool isParallel)
 double wholeHeight(const Matrix4& projection, int viewportHeight)
 {
     const double narrow = std::fabs(projection(1, 1));
-    if (!(narrow > 0) || !std::isfinite(narrow) || std::fabs(narrow * VideoHalfHeight - 1) < 1e-9)
+    if (!(narrow > 0) || !std::isfinite(narrow) || narrow == 1 / PictureHalfHeight || narrow == 1 / VideoHalfHeight)
         return viewportHeight;
     return viewportHeight * narrow * PictureHalfHeight;
 }
@@ -57,7 +85,7 @@ View::View(const Matrix4& transform)
     glGetIntegerv(GL_VIEWPORT, viewport);
     viewport[2] = std::max(1, viewport[2]);
     viewport[3] = std::max(1, viewport[3]);
-    const Matrix4 projection = currentMatrix(GL_PROJECTION_MATRIX);
+    const Matrix4 projection = withoutRounding(currentMatrix(GL_PROJECTION_MATRIX), double(viewport[2]) / viewport[3]);
     modelView = currentMatrix(GL_MODELVIEW_MATRIX) * transform;
     clip = projection * modelView;
     isParallel = rowLength(modelView, 3) > 0 && rowLength(modelView, 2) <= 1e-12 * rowLength(modelView, 0);

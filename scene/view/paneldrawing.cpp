@@ -1,6 +1,7 @@
 #include "scene/drawing/sharedcontext.h"
 #include "scene/globalscene.h"
 #include "scene/sceneview.h"
+#include "scene/view/paneloverlay.h"
 #include "scene/view/panelstate.h"
 #include "scene/view/scenepanel.h"
 
@@ -60,8 +61,11 @@ void ScenePanel::drawScene()
     glMatrixMode(GL_MODELVIEW);
     glLoadIdentity();
     glEnable(GL_LIGHT0);
-    d->drawer->glDraw(scene->getRootNode(), nullptr, getScaledTransformMatrix(), 0.0, SceneDrawer::LayersOfPanel,
+    d->drawer->glDraw(scene->getRootNode(), nullptr, d->ownMatrix(), 0.0, SceneDrawer::LayersOfPanel,
                       SceneDrawer::AllPrimitives);
+    const auto overlay = tov::scene::getPanelOverlay();
+    if (overlay && !(overlay->isOfCamera && d->follows))
+        tov::scene::drawPanelOverlay(*overlay, d->ownMatrix());
     // Drivers that draw in software would otherwise do so later.
     glFinish();
     if (!d->drawer->hasSketched())

@@ -37,6 +37,14 @@ struct PanelState
     std::optional<tov::math::Matrix4> exactMatrix; ///< guarded by mutex; set by callers, replaces the camera
     tov::scene::SceneExtent extent;                ///< guarded by mutex; of the scene
     tov::math::Matrix4 matrix = tov::math::Matrix4::identity(); ///< guarded by mutex; made from the values above
+    double projectionFactor = 1; ///< guarded by mutex; on x and y of the matrix for callers
+
+    /// The matrix for the panel's own projection.
+    tov::math::Matrix4 ownMatrix() const
+    {
+        std::lock_guard<std::mutex> guard(mutex);
+        return matrix;
+    }
 
     /// The camera that is in effect. The mutex is held.
     tov::scene::Camera currentCamera() const

@@ -18,6 +18,7 @@ using tov::math::Matrix4;
 using tov::scene::_GlobalScene;
 using tov::scene::Camera;
 using tov::scene::PanelList;
+using tov::scene::PictureHalfHeight;
 using tov::scene::SceneDrawer;
 using tov::scene::SceneExtent;
 using tov::scene::Vector3;
@@ -66,7 +67,17 @@ Matrix4 ScenePanel::getScaledTransformMatrix() const
     if (QThread::currentThread() != thread())
         d->captures->add();
     std::lock_guard<std::mutex> guard(d->mutex);
-    return d->matrix;
+    Matrix4 matrix = d->matrix;
+    for (unsigned int c = 0; c < 4; ++c)
+        for (const unsigned int row : {0u, 1u})
+            matrix(row, c) *= d->projectionFactor;
+    return matrix;
+}
+
+void ScenePanel::setProjectionHalfHeight(double halfHeight)
+{
+    std::lock_guard<std::mutex> guard(d->mutex);
+    d->projectionFactor = halfHeight / PictureHalfHeight;
 }
 
 void ScenePanel::setScaledTransformMatrix(const Matrix4& transform)
@@ -273,8 +284,8 @@ void ScenePanel::zoom(double factor)
 
 std::optional<tov::scene::Ray> ScenePanel::rayAt(const QPointF& position) const
 {
-    return tov::scene::rayThrough(getScaledTransformMatrix(), 2 * position.x() / width() - 1,
-                                  1 - 2 * position.y() / height(), double(width()) / height());
+    return tov::scene::rayThrough(d->ownMatrix(), 2 * position.x() / width() - 1, 1 - 2 * position.y() / height(),
+                                  double(width()) / height());
 }
 
 bool ScenePanel::followsTrajectory() const
@@ -285,6 +296,7 @@ bool ScenePanel::followsTrajectory() const
 void ScenePanel::setFollowsTrajectory(bool follows)
 {
     d->follows = follows;
+    update();
 }
 
 void ScenePanel::setTrajectoryCamera(const Matrix4& eyeToScene)

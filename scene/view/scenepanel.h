@@ -29,6 +29,10 @@ public:
     /// Scene to eye in OpenGL's eye axes (x right, y up, looking along -z), with the lens and the scene's global
     /// scaling in it; see `Camera::scaledMatrix`. By value. Thread: any.
     tov::math::Matrix<double, 4u, 4u> getScaledTransformMatrix() const;
+    /// Half the height, at distance 1, of the projection that `getScaledTransformMatrix` is used with (initially
+    /// `PictureHalfHeight`). The matrix then has a factor on x and y of the eye, so that the view is the same under
+    /// each projection.
+    void setProjectionHalfHeight(double halfHeight);
     /// When threads other than the application thread called `getScaledTransformMatrix`: a recording does so once per
     /// frame, when it captures the frame. Valid longer than the panel. Thread: any.
     std::shared_ptr<tov::scene::CaptureTimes> getCaptureTimes() const;

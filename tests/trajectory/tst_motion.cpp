@@ -12,14 +12,19 @@
 #include "trajectory/advancedtrajectoryinfo.h"
 #include "trajectory/animationmotion.h"
 #include "trajectory/camerapath.h"
+#include "trajectory/pathlines.h"
 #include "trajectory/recordingpace.h"
 #include "trajectory/trajectoryhandler.h"
 #include "trajectory/trajectoryinfo.h"
 #include "trajectory/trajectoryreader.h"
 #include "trajectory/turntable.h"
 
+#include <QFile>
+#include <QTemporaryDir>
+
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <mutex>
@@ -368,6 +373,34 @@ TEST_F(MotionTest, PathFilesAreReadWrittenAndRefused)
     EXPECT_TRUE(PathMotion::create(again, 30, 2, &error));
 }
 
+TEST_F(MotionTest, ThePathIsALineWithACameraAtEachView)
+{
+    EXPECT_EQ(pathLines(), nullptr) << "nothing is selected";
+    ASSERT_TRUE(handler()->selectPath(fiveViews(), PlaybackOptions(), nullptr));
+    const auto lines = pathLines();
+    ASSERT_TRUE(lines);
+    EXPECT_TRUE(lines->isOfCamera);
+    ASSERT_FALSE(lines->strips.empty());
+    const auto& line = lines->strips.front();
+    EXPECT_EQ(line.points.size(), handler()->getCount());
+    std::size_t outlines = 0;
+    for (const auto& strip : lines->strips)
+        outlines += strip.kind == tov::scene::PanelOverlay::Kind::Camera;
+    EXPECT_EQ(outlines, 2 * fiveViews().getKeys().size()) << "two strips for each";
+    const auto near = [](const Vector3& a, const Vector3& b) {
+        return std::hypot(a[0] - b[0], a[1] - b[1], a[2] - b[2]) < 1e-9;
+    };
+    EXPECT_TRUE(near(line.points.front(), fiveViews().getKeys().front().camera.position()));
+    EXPECT_TRUE(near(line.points.back(), fiveViews().getKeys().back().camera.position()));
+    for (const auto& key : fiveViews().getKeys()) {
+        const bool isOutlined = std::any_of(lines->strips.begin() + 1, lines->strips.end(), [&](const auto& strip) {
+            return std::any_of(strip.points.begin(), strip.points.end(),
+                               [&](const Vector3& point) { return near(point, key.camera.position()); });
+        });
+        EXPECT_TRUE(isOutlined) << key.time;
+    }
+}
+
 TEST_F(MotionTest, PathFramesReachFromTheFirstViewToTheLast)
 {
     const CameraPath path = fiveViews();
@@ -534,6 +567,40 @@ TEST_F(MotionTest, FilesPlayInTheirOwnTime)
         EXPECT_FALSE(resample(points, options, &error)) << bad;
         EXPECT_FALSE(error.contains(QLatin1Char('\n')));
     }
+}
+
+TEST_F(MotionTest, ASelectionWithTimesLastsAsLongAtAnotherRate)
+{
+    QTemporaryDir folder;
+    const auto write = [&folder](const char* name, const char* text) {
+        QFile file(folder.filePath(name));
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(text);
+        return file.fileName();
+    };
+    const QString timed = write("timed.csv", "0,1,2,3\n2,4,5,6\n"), plain = write("plain.csv", "1,2,3\n4,5,6\n");
+    PlaybackOptions options;
+    options.fps = 10;
+    ASSERT_TRUE(handler()->openFile(timed, options, nullptr));
+    EXPECT_EQ(handler()->getCount(), 20u);
+    EXPECT_EQ(handler()->getFrameRate(), 10);
+    handler()->setPosition(7);
+    ASSERT_TRUE(handler()->setFrameRate(30, nullptr));
+    EXPECT_EQ(handler()->getCount(), 60u);
+    EXPECT_EQ(handler()->getFrameRate(), 30);
+    EXPECT_EQ(handler()->getPosition(), 0u);
+    ASSERT_TRUE(handler()->selectPath(fiveViews(), options, nullptr));
+    const auto views = handler()->getCount();
+    ASSERT_TRUE(handler()->setFrameRate(20, nullptr));
+    EXPECT_EQ(handler()->getCount(), 2 * views);
+    QString error;
+    EXPECT_FALSE(handler()->setFrameRate(1e9, &error));
+    EXPECT_FALSE(error.isEmpty());
+    EXPECT_EQ(handler()->getCount(), 2 * views) << "the selection stays";
+    ASSERT_TRUE(handler()->openFile(plain, options, nullptr));
+    EXPECT_EQ(handler()->getFrameRate(), 0);
+    EXPECT_TRUE(handler()->setFrameRate(30, nullptr));
+    EXPECT_EQ(handler()->getCount(), 2u) << "one frame per position";
 }
 
 TEST_F(MotionTest, TheApplicationThreadNeverWaitsForAPicture)

@@ -8,6 +8,7 @@
 #include "kernel/main/settings.h"
 #include "scene/view/scenepanel.h"
 #include "tests/window/windowfixture.h"
+#include "trajectory/trajectoryhandler.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -16,6 +17,9 @@
 #include <QImageReader>
 #include <QLineEdit>
 #include <QProcess>
+#include <QSpinBox>
+
+#include <cmath>
 
 using namespace tov::test;
 
@@ -190,6 +194,72 @@ TEST_F(WindowCapture, ATurntableVideoTakesTwoClicks)
     });
     ASSERT_TRUE(waitForNoRuns());
     EXPECT_EQ(countFrames(file("crane-001.mp4")), 25);
+}
+
+TEST_F(WindowCapture, ATurntableVideoStartsFromTheViewOfTheUser)
+{
+    openSample();
+    view()->orbit(20, 10);
+    view()->zoom(2.5);
+    const auto chosen = view()->getCamera();
+    triggerWithDialog(window().findChild<QAction*>("ExportVideoAction"), "ExportVideoDialog", [&](QWidget* dialog) {
+        dialog->findChild<QDoubleSpinBox*>("Seconds")->setValue(0.2);
+        type(dialog, "Width", "320");
+        type(dialog, "Height", "240");
+        button(dialog, "Record")->click();
+    });
+    ASSERT_TRUE(waitForNoRuns());
+    tov::trajectory::TrajectoryHandler::getInstance()->setPosition(0);
+    EXPECT_NEAR(view()->getCamera().distance, chosen.distance, 1e-9 * chosen.distance);
+    for (unsigned int i = 0; i < 3; ++i)
+        EXPECT_NEAR(view()->getCamera().target[i], chosen.target[i], 1e-9 * chosen.distance);
+}
+
+TEST_F(WindowCapture, TheExportedVideoOfATimedFileLastsAsLongAtEveryRate)
+{
+    openSample();
+    QFile path(file("path.csv"));
+    ASSERT_TRUE(path.open(QIODevice::WriteOnly));
+    path.write("0,-3,0,0\n1,3,0,0\n");
+    path.close();
+    window().openTrajectory(path.fileName());
+    triggerWithDialog(window().findChild<QAction*>("ExportVideoAction"), "ExportVideoDialog", [&](QWidget* dialog) {
+        type(dialog, "Width", "64");
+        type(dialog, "Height", "48");
+        dialog->findChild<QSpinBox*>("Fps")->setValue(12);
+        EXPECT_TRUE(dialog->findChild<QLabel*>("Message")->text().contains("12 frames"));
+        button(dialog, "Record")->click();
+    });
+    ASSERT_TRUE(waitForNoRuns());
+    EXPECT_EQ(countFrames(file("crane-001.mp4")), 12);
+}
+
+TEST_F(WindowCapture, ThePathIsDrawnInTheViewButNotInPictures)
+{
+    openSample();
+    window().openTrajectory(QStringLiteral(TOV_SOURCE_DIR "/samples/tour.json"));
+    const auto pathPixels = [](const QImage& image) {
+        int count = 0;
+        for (int y = 0; y < image.height(); ++y)
+            for (int x = 0; x < image.width(); ++x) {
+                const QColor color = image.pixelColor(x, y);
+                count += color.red() > 200 && std::abs(color.green() - 150) < 40 && color.blue() < 90;
+            }
+        return count;
+    };
+    const int without = pathPixels(view()->grabFramebuffer());
+    view()->setFollowsTrajectory(false);
+    view()->setStandardView(tov::gui::ScenePanel::StandardView::Isometric);
+    view()->zoom(0.3);
+    EXPECT_GT(pathPixels(view()->grabFramebuffer()), without + 50);
+    QTest::keyClick(view(), Qt::Key_F12);
+    ASSERT_TRUE(waitForNoRuns());
+    const int inPicture = pathPixels(QImage(file("crane-001.png")));
+    auto* toggle = window().findChild<QAction*>("ShowPathAction");
+    ASSERT_TRUE(toggle);
+    toggle->trigger();
+    EXPECT_FALSE(toggle->isChecked());
+    EXPECT_NEAR(pathPixels(view()->grabFramebuffer()), inPicture, 30);
 }
 
 TEST_F(WindowCapture, TheVideoDialogNamesFilesByFormat)
