@@ -1,5 +1,7 @@
 #pragma once
 
+#include "trajectory/recordingpace.h"
+
 #include <atomic>
 #include <cstddef>
 #include <list>
@@ -14,7 +16,8 @@ template <typename List>
 class Path
 {
 public:
-    /// The latest list, null before the first one. It stays unchanged until this object is destroyed. Thread: any.
+    /// The latest list, null before the first one. It stays unchanged while a recording runs; without one, until
+    /// `KeptLists` more were set. Thread: any.
     const List* getList() const
     {
         std::lock_guard<std::mutex> guard(m_Mutex);
@@ -25,6 +28,9 @@ public:
     {
         std::lock_guard<std::mutex> guard(m_Mutex);
         const std::size_t count = list.size();
+        // Other threads may read the older ones.
+        while (m_Lists.size() > KeptLists && !RecordingPace::isRecording())
+            m_Lists.pop_front();
         m_Lists.push_back(std::move(list));
         if (m_Position >= count)
             m_Position = count == 0 ? 0 : count - 1;
@@ -36,6 +42,7 @@ public:
     void setPosition(unsigned long position) { m_Position = position; }
 
 private:
+    static constexpr std::size_t KeptLists = 8;
     std::atomic<unsigned long> m_Position{0};
     mutable std::mutex m_Mutex;
     std::list<List> m_Lists; ///< guarded by m_Mutex; the last one is current, the others may have readers

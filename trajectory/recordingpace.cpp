@@ -11,6 +11,8 @@
 
 #include <algorithm>
 #include <atomic>
+#include <map>
+#include <mutex>
 
 namespace tov::trajectory {
 
@@ -18,10 +20,36 @@ using tov::util::FrameBacklog;
 
 namespace {
 
+/// Recordings and capture threads; the counters start at 0 with the first of those that exist at the same time.
 std::atomic<int> recordings{0};
+
+void addRecording()
+{
+    if (recordings++ == 0)
+        FrameBacklog::clear();
+}
+
+struct Runs
+{
+    std::mutex mutex;
+    std::map<const RecordingPace::Run*, std::function<bool()>> known; ///< guarded by mutex
+};
+
+Runs& runs()
+{
+    static auto* instance = new Runs;
+    return *instance;
+}
 constexpr qint64 Megabyte = 1000000;
 constexpr qint64 DefaultChunkMb = 50;
 constexpr unsigned long PollMs = 5;
+
+/// Whether a recording was asked to stop and has not ended.
+bool isAnyStopped()
+{
+    std::lock_guard<std::mutex> guard(runs().mutex);
+    return std::any_of(runs().known.begin(), runs().known.end(), [](const auto& run) { return run.second(); });
+}
 
 /// Notices that an encoder no longer makes progress.
 class Stall
@@ -29,21 +57,20 @@ class Stall
 public:
     Stall() { m_Since.start(); }
     void noteProgress() { m_Since.restart(); }
-    bool isReached() const { return m_Since.hasExpired(RecordingPace::StallMs); }
+    bool isReached() const
+    {
+        return m_Since.hasExpired(isAnyStopped() ? RecordingPace::StoppedStallMs : RecordingPace::StallMs);
+    }
 
 private:
     QElapsedTimer m_Since;
 };
 
-/// One capture thread. The counters start at 0 with the first of the recordings that run at the same time.
+/// One capture thread.
 class Recording
 {
 public:
-    Recording()
-    {
-        if (recordings++ == 0)
-            FrameBacklog::clear();
-    }
+    Recording() { addRecording(); }
     ~Recording() { --recordings; }
     void beforeFrame();
 
@@ -123,6 +150,27 @@ qint64 RecordingPace::limitBytes(qint64 frameBytes)
     const qint64 chunk = megabytes("settings/grabvideotempfilesize", DefaultChunkMb * Megabyte);
     const qint64 least = frameBytes > 0 ? chunk + 3 * frameBytes : 2 * chunk;
     return std::max(megabytes("settings/backloglimit", preset), least);
+}
+
+RecordingPace::Run::Run(std::function<bool()> isStopped)
+{
+    addRecording();
+    std::lock_guard<std::mutex> guard(runs().mutex);
+    runs().known.emplace(this, std::move(isStopped));
+}
+
+RecordingPace::Run::~Run()
+{
+    {
+        std::lock_guard<std::mutex> guard(runs().mutex);
+        runs().known.erase(this);
+    }
+    --recordings;
+}
+
+bool RecordingPace::isRecording()
+{
+    return recordings > 0;
 }
 
 void RecordingPace::beforeFrame()

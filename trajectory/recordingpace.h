@@ -4,6 +4,8 @@
 
 #include <QtGlobal>
 
+#include <functional>
+
 namespace tov::trajectory {
 
 /// Keeps recordings from running ahead of their encoders: each recording sets one position per frame from its capture
@@ -21,7 +23,23 @@ public:
     /// and at most `MostFrames`; but at least three frames and one chunk.
     static qint64 limitBytes(qint64 frameBytes);
 
+    /// A recording from its start until everything that it captured has been encoded or dropped. The counters of
+    /// pending frames start at 0 only when there is none. Thread: any.
+    class TOV_EXPORT Run
+    {
+    public:
+        /// `isStopped`: whether the recording was asked to stop; called on any thread.
+        explicit Run(std::function<bool()> isStopped);
+        ~Run();
+        Run(const Run&) = delete;
+        Run& operator=(const Run&) = delete;
+    };
+    /// Whether a recording runs. Thread: any.
+    static bool isRecording();
+
     static constexpr int StallMs = 10000;
+    /// The same while a recording that was asked to stop has not ended, so that it ends soon.
+    static constexpr int StoppedStallMs = 200;
     /// Enough for encoding and capture to overlap: a larger limit makes no recording faster.
     static constexpr qint64 DefaultLimitMb = 96;
     /// A recording that is stopped soon ends: its pending frames are still encoded.

@@ -119,6 +119,8 @@ void RunWatcher::begin(const CommandRunPointer& run)
     watched.before = FileStamp(fileNameOf(*run));
     watched.folderBefore = FileStamp(QFileInfo(fileNameOf(*run)).absolutePath());
     watched.clock.start();
+    if (isRecording(*run))
+        watched.pace = std::make_shared<tov::trajectory::RecordingPace::Run>([run] { return run->isStopped(); });
     if (isFreeRecording(*run)) {
         // A recording takes the view that is active when it begins.
         if (const auto* panel = tov::scene::Viewer::getInstance()->getActivePanel()) {
@@ -134,8 +136,9 @@ void RunWatcher::finish(const CommandRunPointer& run)
     const auto found = m_Watched.find(run->getId());
     if (found == m_Watched.end())
         return;
-    const Watched watched = found->second;
+    Watched watched = found->second;
     m_Watched.erase(found);
+    watched.pace.reset();
 
     RunOutcome outcome;
     outcome.elapsed = double(watched.clock.elapsed()) / MsPerSecond;

@@ -4,6 +4,7 @@
 #include "kernel/commands/commandprocessor.h"
 #include "kernel/util/filestamp.h"
 #include "scene/view/capturetimes.h"
+#include "trajectory/recordingpace.h"
 
 #include <QElapsedTimer>
 #include <QMetaType>
@@ -92,7 +93,8 @@ private:
         tov::util::FileStamp folderBefore; ///< of the file
         QElapsedTimer clock;
         tov::scene::CaptureTimes::Clock::time_point start = tov::scene::CaptureTimes::Clock::now();
-        std::shared_ptr<tov::scene::CaptureTimes> captures; ///< of a free recording; null otherwise
+        std::shared_ptr<tov::scene::CaptureTimes> captures;        ///< of a free recording; null otherwise
+        std::shared_ptr<tov::trajectory::RecordingPace::Run> pace; ///< of a recording; null otherwise
         bool isAlone = true; ///< no other run at the same time, so every error belongs to this one
         bool isLost = false;
     };

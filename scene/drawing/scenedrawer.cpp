@@ -178,6 +178,19 @@ void clipTo(const std::array<int, 4>& area)
     glEnable(GL_SCISSOR_TEST);
 }
 
+/// The overlay layers that have something to draw.
+int overlaysOf(const std::vector<DrawItem>& items, const SceneElement* root, int layers)
+{
+    const bool isSelected =
+        std::any_of(items.begin(), items.end(), [](const DrawItem& item) { return item.element->isSelected(); });
+    int overlays = 0;
+    if (isSelected)
+        overlays |= layers & SceneDrawer::LayerSelection;
+    if (gridShown && root)
+        overlays |= layers & SceneDrawer::LayerGrid;
+    return overlays;
+}
+
 /// Selection boxes and the grid: lines without light, under the view's matrix.
 void drawOverlays(const std::vector<DrawItem>& items, const View& view, const SceneElement* root, int layers)
 {
@@ -198,7 +211,7 @@ void drawOverlays(const std::vector<DrawItem>& items, const View& view, const Sc
             if (item.element->isSelected() && !item.element->getBox().isEmpty())
                 drawBox(item.element->getBox(), item.toScene);
     }
-    if ((layers & SceneDrawer::LayerGrid) && gridShown && root) {
+    if (layers & SceneDrawer::LayerGrid) {
         const Box box = visibleBox(root);
         if (!box.isEmpty())
             drawGrid(box);
@@ -299,8 +312,8 @@ void SceneDrawer::drawScene(SceneElement* root, SceneElement* second, const Matr
     d->hasSketched = sketch.step > 1;
     if (d->hasSketched)
         look.samples = 0;
-    const bool hasOverlays = layers & (LayerSelection | LayerGrid);
-    const std::array<int, 4> area = drawingArea(view, wanted, look, hasOverlays);
+    const int overlays = overlaysOf(items, root, layers);
+    const std::array<int, 4> area = drawingArea(view, wanted, look, overlays != 0);
     const Multisampler multisampler(d->samples, look.samples, area);
     Painter painter(view, look, multisampler.isActive(), lineOffset);
     painter.sketch(sketch.step, sketch.pixels);
@@ -308,8 +321,8 @@ void SceneDrawer::drawScene(SceneElement* root, SceneElement* second, const Matr
         painter.add(item);
     clipTo(area);
     painter.draw(d->uniforms);
-    if (layers & (LayerSelection | LayerGrid))
-        drawOverlays(items, view, root, layers);
+    if (overlays != 0)
+        drawOverlays(items, view, root, overlays);
 }
 
 } // namespace tov::scene

@@ -708,3 +708,18 @@ TEST_F(MotionTest, CaptureThreadsWaitForTheEncoder)
     EXPECT_GE(most, limit - FrameBytes);
     FrameBacklog::clear();
 }
+
+TEST_F(MotionTest, CountersStayWhileAnEarlierRecordingIsEncoded)
+{
+    using tov::util::FrameBacklog;
+    {
+        RecordingPace::Run first([] { return false; });
+        FrameBacklog::captured(5, 500);
+        FrameBacklog::taken(1, 100);
+        RecordingPace::Run second([] { return false; });
+        EXPECT_EQ(FrameBacklog::pending().frames, 4);
+    }
+    EXPECT_FALSE(RecordingPace::isRecording());
+    RecordingPace::Run next([] { return false; });
+    EXPECT_EQ(FrameBacklog::pending().frames, 0) << "what an aborted recording left is forgotten";
+}
