@@ -52,8 +52,8 @@ TEST_F(CliTest, FramesOverAColourEqualTheExactComposite)
         const QStringList common{"--size", "160x120", "--samples", samples, "--quiet"};
         std::map<QString, QImage> pictures;
         for (const char* colour : {"#ffffff", "#000000", "#00ff00"}) {
-            runWell(QStringList{"image", Glass, "-o", "p.png", "--fov", "45", "--position", "3,2,5", "--target",
-                                "0,0.5,0", "--background", colour} +
+            runWell(QStringList{"image", Glass, "-o", "p.png", "--position", "3,2,5", "--target", "0,0.5,0",
+                                "--background", colour} +
                     common);
             pictures[colour] = QImage(path("p.png"));
         }
