@@ -279,10 +279,6 @@
         <translation>zeigt den Inhalt von Modelldateien</translation>
     </message>
     <message>
-        <source>lists modules, plug-ins, and what could not be loaded</source>
-        <translation>listet Module und Plugins auf und was nicht geladen werden konnte</translation>
-    </message>
-    <message>
         <source>file to write; its ending selects the format; - = standard output</source>
         <translation>Zieldatei; die Endung bestimmt das Format; - = Standardausgabe</translation>
     </message>
@@ -315,12 +311,68 @@
         <translation>eine Position der Trajektorie pro Bild, unabhängig von ihren Zeiten</translation>
     </message>
     <message>
-        <source>swing to and fro by that angle instead of turning</source>
-        <translation>um diesen Winkel hin- und herschwenken statt drehen</translation>
-    </message>
-    <message>
         <source>start and end a turntable or path slowly</source>
         <translation>Drehung oder Pfad langsam beginnen und beenden</translation>
+    </message>
+    <message>
+        <source>Many machines</source>
+        <translation>Viele Rechner</translation>
+    </message>
+    <message>
+        <source>multiply all light, 0 to 1000 (default 1)</source>
+        <translation>alles Licht vervielfachen, 0 bis 1000 (Vorgabe 1)</translation>
+    </message>
+    <message>
+        <source>one colour for everything, instead of the materials</source>
+        <translation>eine Farbe für alles, statt der Materialien</translation>
+    </message>
+    <message>
+        <source>opacity of a part, 0 to 1; may be repeated</source>
+        <translation>Deckkraft eines Teils, 0 bis 1; mehrfach möglich</translation>
+    </message>
+    <message>
+        <source>flat triangles, without smooth normals</source>
+        <translation>ebene Dreiecke, ohne geglättete Normalen</translation>
+    </message>
+    <message>
+        <source>draw open edges and edges sharper than 30 degrees</source>
+        <translation>offene Kanten und Kanten schärfer als 30 Grad zeichnen</translation>
+    </message>
+    <message>
+        <source>of the picture&apos;s height (default 0.37)</source>
+        <translation>der Bildhöhe (Vorgabe 0.37)</translation>
+    </message>
+    <message>
+        <source>of the picture&apos;s height (default 0.14)</source>
+        <translation>der Bildhöhe (Vorgabe 0.14)</translation>
+    </message>
+    <message>
+        <source>swing back and forth by that angle instead of turning</source>
+        <translation>um diesen Winkel hin- und herschwingen statt zu drehen</translation>
+    </message>
+    <message>
+        <source>record part I of N parts, into the folder OUT.parts</source>
+        <translation>Teil I von N Teilen aufnehmen, in den Ordner OUT.parts</translation>
+    </message>
+    <message>
+        <source>record the parts that are missing, then join all N parts</source>
+        <translation>fehlende Teile aufnehmen, dann alle N Teile verbinden</translation>
+    </message>
+    <message>
+        <source>do not remove the parts after joining them</source>
+        <translation>die Teile nach dem Verbinden nicht löschen</translation>
+    </message>
+    <message>
+        <source>with --parts: only show which parts are done, running and missing</source>
+        <translation>mit --parts: nur anzeigen, welche Teile fertig sind, laufen und fehlen</translation>
+    </message>
+    <message>
+        <source>open the files in a window that is open already, if there is one</source>
+        <translation>die Dateien in einem schon offenen Fenster öffnen, falls es eines gibt</translation>
+    </message>
+    <message>
+        <source>lists modules, plug-ins, and what cannot be loaded</source>
+        <translation>zeigt Module, Plug-ins und was sich nicht laden lässt</translation>
     </message>
 </context>
 <context>
@@ -558,34 +610,6 @@
         <source>There is no thread to record video &apos;%1&apos; with</source>
         <translation>Das Video „%1“ kann nicht aufgenommen werden: kein Thread verfügbar</translation>
     </message>
-    <message>
-        <source>cannot read &apos;%1&apos;</source>
-        <translation>„%1“ kann nicht gelesen werden</translation>
-    </message>
-    <message>
-        <source>&apos;%1&apos; is larger than %2 MB</source>
-        <translation>„%1“ ist größer als %2 MB</translation>
-    </message>
-    <message>
-        <source>&apos;%1&apos; is not a Radiance picture</source>
-        <translation>„%1“ ist kein Radiance-Bild</translation>
-    </message>
-    <message>
-        <source>&apos;%1&apos; is %2 x %3 pixels, which is out of range</source>
-        <translation>„%1“ hat %2 x %3 Pixel; das liegt außerhalb des zulässigen Bereichs</translation>
-    </message>
-    <message>
-        <source>&apos;%1&apos; is cut off</source>
-        <translation>„%1“ ist abgeschnitten</translation>
-    </message>
-    <message>
-        <source>&apos;%1&apos; is damaged</source>
-        <translation>„%1“ ist beschädigt</translation>
-    </message>
-    <message>
-        <source>not enough memory</source>
-        <translation>nicht genug Speicher</translation>
-    </message>
 </context>
 <context>
     <name>StandardViews</name>
@@ -672,10 +696,6 @@
         <translation>%1 hat keinen Wert</translation>
     </message>
     <message>
-        <source>tov shows 3D scenes and makes pictures and videos of them.</source>
-        <translation>tov zeigt 3D-Szenen und erzeugt Bilder und Videos davon.</translation>
-    </message>
-    <message>
         <source>opens the window</source>
         <translation>öffnet das Fenster</translation>
     </message>
@@ -758,10 +778,6 @@
     <message>
         <source>the display is gone (X server); what was written so far is kept</source>
         <translation>die Verbindung zur Anzeige (X-Server) ist abgebrochen; was bisher geschrieben wurde, bleibt erhalten</translation>
-    </message>
-    <message>
-        <source>Recording freely; Ctrl-C ends it and keeps what was captured.</source>
-        <translation>Freie Aufnahme; Strg+C stoppt sie und behält, was aufgenommen wurde.</translation>
     </message>
     <message>
         <source>cannot read &apos;%1&apos;: %2</source>
@@ -940,10 +956,6 @@
         <translation>zwei Ergebnisse heißen „%1“; in -o {name}, {view} oder {n} verwenden</translation>
     </message>
     <message>
-        <source>cannot write &apos;%1&apos;: %2</source>
-        <translation>„%1“ kann nicht geschrieben werden: %2</translation>
-    </message>
-    <message>
         <source>--transform needs 16 finite numbers, row by row, in one argument</source>
         <translation>--transform braucht 16 endliche Zahlen, zeilenweise, in einem Argument</translation>
     </message>
@@ -1024,10 +1036,6 @@
         <translation>%1 (siehe tov run --help)</translation>
     </message>
     <message>
-        <source>Note: the previous start crashed; --safe-mode loads only what is part of the program.</source>
-        <translation>Hinweis: Der letzte Start ist abgestürzt; --safe-mode lädt nur, was zum Programm gehört.</translation>
-    </message>
-    <message>
         <source>--settings must be a file (&apos;%1&apos; is a folder)</source>
         <translation>--settings muss eine Datei sein („%1“ ist ein Ordner)</translation>
     </message>
@@ -1044,20 +1052,8 @@
         <translation>es wurden %1 Bilder pro Sekunde aufgenommen, daher läuft das Video mit %2-facher Geschwindigkeit</translation>
     </message>
     <message>
-        <source>Note: a gif plays at most %1 frames per second; frames were left out to keep its speed.</source>
-        <translation>Hinweis: Ein GIF zeigt höchstens %1 Bilder pro Sekunde; Bilder wurden ausgelassen, damit die Geschwindigkeit stimmt.</translation>
-    </message>
-    <message>
         <source>it has %1 frames instead of %2</source>
         <translation>es hat %1 Bilder statt %2</translation>
-    </message>
-    <message>
-        <source>cannot write to standard output</source>
-        <translation>auf die Standardausgabe kann nicht geschrieben werden</translation>
-    </message>
-    <message>
-        <source>Interrupted; what was recorded is in &apos;%1&apos;.</source>
-        <translation>Abgebrochen; die bisherige Aufnahme ist in „%1“.</translation>
     </message>
     <message>
         <source>; what was recorded is in &apos;%1&apos;</source>
@@ -1151,6 +1147,166 @@
         <source>%1 has no transparency; use alpha.webm, alpha.mov or lossless.mkv, or a --background colour</source>
         <translation>%1 hat keine Transparenz; alpha.webm, alpha.mov oder lossless.mkv verwenden oder eine Farbe mit --background angeben</translation>
     </message>
+    <message>
+        <source>%1 cannot be written: no files can be made in the folder %2</source>
+        <translation>%1 kann nicht geschrieben werden: Im Ordner %2 lassen sich keine Dateien anlegen</translation>
+    </message>
+    <message>
+        <source>(unnamed)</source>
+        <translation>(ohne Namen)</translation>
+    </message>
+    <message>
+        <source>%1 more</source>
+        <translation>%1 weitere</translation>
+    </message>
+    <message>
+        <source>box</source>
+        <translation>Quader</translation>
+    </message>
+    <message>
+        <source>%1 to %2</source>
+        <translation>%1 bis %2</translation>
+    </message>
+    <message>
+        <source>morph targets</source>
+        <translation>Morphziele</translation>
+    </message>
+    <message>
+        <source>memory</source>
+        <translation>Speicher</translation>
+    </message>
+    <message>
+        <source>--color: &quot;%1&quot; is not a colour; use e.g. white or &apos;#204060&apos;</source>
+        <translation>--color: „%1“ ist keine Farbe; möglich sind z. B. white oder &apos;#204060&apos;</translation>
+    </message>
+    <message>
+        <source>--opacity needs a part and a number from 0 to 1, e.g. glass=0.3 (got &quot;%1&quot;)</source>
+        <translation>--opacity braucht einen Teil und eine Zahl von 0 bis 1, z. B. glas=0.3 (nicht „%1“)</translation>
+    </message>
+    <message>
+        <source>--opacity: there is no part &quot;%1&quot;; tov info lists the parts</source>
+        <translation>--opacity: Es gibt keinen Teil „%1“; tov info zeigt die Teile</translation>
+    </message>
+    <message>
+        <source>tov shows 3D scenes and makes pictures and videos of them</source>
+        <translation>tov zeigt 3D-Szenen und erzeugt Bilder und Videos davon</translation>
+    </message>
+    <message>
+        <source>Joining</source>
+        <translation>Verbinden</translation>
+    </message>
+    <message>
+        <source>cannot make &apos;%1&apos;: no loaded plug-in can join such files</source>
+        <translation>„%1“ kann nicht erzeugt werden: Kein geladenes Plug-in kann solche Dateien verbinden</translation>
+    </message>
+    <message>
+        <source>it is not a regular file</source>
+        <translation>sie ist keine gewöhnliche Datei</translation>
+    </message>
+    <message>
+        <source>--part must be a part and the number of parts, such as 3/8 (got &quot;%1&quot;)</source>
+        <translation>--part braucht einen Teil und die Anzahl der Teile, z. B. 3/8 (nicht „%1“)</translation>
+    </message>
+    <message>
+        <source>--part %1: the number of parts must be from 1 to %2</source>
+        <translation>--part %1: Die Anzahl der Teile muss zwischen 1 und %2 liegen</translation>
+    </message>
+    <message>
+        <source>--part %1: the part must be from 1 to %2</source>
+        <translation>--part %1: Der Teil muss zwischen 1 und %2 liegen</translation>
+    </message>
+    <message>
+        <source>give either --part or --parts</source>
+        <translation>entweder --part oder --parts angeben</translation>
+    </message>
+    <message>
+        <source>--status belongs to --parts</source>
+        <translation>--status gehört zu --parts</translation>
+    </message>
+    <message>
+        <source>--keep-parts belongs to --part or --parts</source>
+        <translation>--keep-parts gehört zu --part oder --parts</translation>
+    </message>
+    <message>
+        <source>a --free recording cannot be made in parts</source>
+        <translation>eine Aufnahme mit --free lässt sich nicht in Teilen erzeugen</translation>
+    </message>
+    <message>
+        <source>a recording in parts cannot go to standard output</source>
+        <translation>eine Aufnahme in Teilen kann nicht auf die Standardausgabe geschrieben werden</translation>
+    </message>
+    <message>
+        <source>%1 s</source>
+        <translation>%1 s</translation>
+    </message>
+    <message>
+        <source>%1 min</source>
+        <translation>%1 min</translation>
+    </message>
+    <message>
+        <source>%1 h</source>
+        <translation>%1 h</translation>
+    </message>
+    <message>
+        <source>%1: %2 of %3 parts are done, %4 running, %5 missing</source>
+        <translation>%1: %2 von %3 Teilen sind fertig, %4 laufen, %5 fehlen</translation>
+    </message>
+    <message>
+        <source>; about %1 left</source>
+        <translation>; noch etwa %1</translation>
+    </message>
+    <message>
+        <source>missing</source>
+        <translation>fehlt</translation>
+    </message>
+    <message>
+        <source>done     %1 frames in %2 on %3</source>
+        <translation>fertig   %1 Bilder in %2 auf %3</translation>
+    </message>
+    <message>
+        <source>running  for %1 on %2, process %3</source>
+        <translation>läuft    seit %1 auf %2, Prozess %3</translation>
+    </message>
+    <message>
+        <source>the setting &apos;%1&apos; must be a number from %2 to %3 (got &quot;%4&quot;)</source>
+        <translation>die Einstellung „%1“ muss eine Zahl von %2 bis %3 sein (nicht „%4“)</translation>
+    </message>
+    <message>
+        <source>Recording freely; Ctrl-C ends it and keeps what was captured</source>
+        <translation>Freie Aufnahme; Strg-C beendet sie und behält, was aufgenommen wurde</translation>
+    </message>
+    <message>
+        <source>Note: the previous start crashed; --safe-mode loads only what is part of the program</source>
+        <translation>Hinweis: Der vorige Start ist abgestürzt; --safe-mode lädt nur, was zum Programm gehört</translation>
+    </message>
+    <message>
+        <source>a gif in parts plays at most %1 frames per second (got --fps %2)</source>
+        <translation>ein GIF in Teilen spielt höchstens %1 Bilder je Sekunde ab (nicht --fps %2)</translation>
+    </message>
+    <message>
+        <source>Recorded in real time: %1 frames per second.</source>
+        <translation>In Echtzeit aufgenommen: %1 Bilder je Sekunde.</translation>
+    </message>
+    <message>
+        <source>%1 frames per second were recorded; the length of the video is unknown</source>
+        <translation>%1 Bilder je Sekunde wurden aufgenommen; die Länge des Videos ist unbekannt</translation>
+    </message>
+    <message>
+        <source>Note: a gif plays at most %1 frames per second; frames were left out to keep its speed</source>
+        <translation>Hinweis: Ein GIF spielt höchstens %1 Bilder je Sekunde ab; damit die Geschwindigkeit stimmt, wurden Bilder ausgelassen</translation>
+    </message>
+    <message>
+        <source>Interrupted; what was recorded is in &apos;%1&apos;</source>
+        <translation>Abgebrochen; was aufgenommen wurde, ist in „%1“</translation>
+    </message>
+    <message>
+        <source>cannot write to the pipe &apos;%1&apos;: no program reads from it</source>
+        <translation>in die Pipe „%1“ kann nicht geschrieben werden: Kein Programm liest daraus</translation>
+    </message>
+    <message>
+        <source>cannot write to the pipe &apos;%1&apos;: %2</source>
+        <translation>in die Pipe „%1“ kann nicht geschrieben werden: %2</translation>
+    </message>
 </context>
 <context>
     <name>tov::app::LibraryProbe</name>
@@ -1170,8 +1326,8 @@
         <translation>antwortet beim Test nicht</translation>
     </message>
     <message>
-        <source>it could not be tried because the machine is short of processes or memory; it is tried at the next start</source>
-        <translation>konnte nicht getestet werden, weil Prozesse oder Speicher knapp sind; der Test wird beim nächsten Start nachgeholt</translation>
+        <source>it cannot be tried because the machine is short of processes or memory; it is tried at the next start</source>
+        <translation>sie kann nicht geprüft werden, weil dem Rechner Prozesse oder Speicher fehlen; sie wird beim nächsten Start geprüft</translation>
     </message>
 </context>
 <context>
@@ -1203,6 +1359,109 @@
     <message>
         <source>--%1 must be a time, e.g. 0.5s (got &quot;%2&quot;)</source>
         <translation>--%1 muss eine Zeit sein, z. B. 0.5s (angegeben: „%2“)</translation>
+    </message>
+</context>
+<context>
+    <name>tov::app::PartFolder</name>
+    <message>
+        <source>cannot create the folder &apos;%1&apos;: %2</source>
+        <translation>der Ordner „%1“ kann nicht angelegt werden: %2</translation>
+    </message>
+    <message>
+        <source>cannot write &apos;%1&apos;: %2</source>
+        <translation>„%1“ kann nicht geschrieben werden: %2</translation>
+    </message>
+</context>
+<context>
+    <name>tov::app::PartLock</name>
+    <message>
+        <source>cannot write &apos;%1&apos;: %2</source>
+        <translation>„%1“ kann nicht geschrieben werden: %2</translation>
+    </message>
+    <message>
+        <source>process %1 on %2 is at work on it</source>
+        <translation>Prozess %1 auf %2 arbeitet daran</translation>
+    </message>
+    <message>
+        <source>&apos;%1&apos; cannot be locked: %2; the file system must support locks</source>
+        <translation>„%1“ lässt sich nicht sperren: %2; das Dateisystem muss Sperren unterstützen</translation>
+    </message>
+</context>
+<context>
+    <name>tov::app::PartRun</name>
+    <message>
+        <source>part %1 of %2 of &apos;%3&apos;</source>
+        <translation>Teil %1 von %2 von „%3“</translation>
+    </message>
+    <message>
+        <source>&apos;%1&apos; has %2 frames, so it cannot be made in %3 parts</source>
+        <translation>„%1“ hat %2 Bilder und lässt sich deshalb nicht in %3 Teilen erzeugen</translation>
+    </message>
+    <message>
+        <source>parts of %1 s are short: below %2 s a part, %3 videos exceed the bit rate</source>
+        <translation>Teile von %1 s sind kurz: Unter %2 s je Teil überschreiten %3-Videos die Bitrate</translation>
+    </message>
+    <message>
+        <source>%1: %2 frames</source>
+        <translation>%1: %2 Bilder</translation>
+    </message>
+    <message>
+        <source>%1 is already done</source>
+        <translation>%1 ist schon fertig</translation>
+    </message>
+    <message>
+        <source>cannot make %1: a file that it uses was changed during the recording</source>
+        <translation>%1 kann nicht erzeugt werden: Eine dazu benutzte Datei wurde während der Aufnahme geändert</translation>
+    </message>
+    <message>
+        <source>cannot make %1: %2</source>
+        <translation>%1 kann nicht erzeugt werden: %2</translation>
+    </message>
+    <message>
+        <source>Note: %1 is incomplete or was changed, so it is recorded again</source>
+        <translation>Hinweis: %1 ist unvollständig oder wurde geändert und wird deshalb noch einmal aufgenommen</translation>
+    </message>
+    <message>
+        <source>Interrupted; %1 of %2 parts are done. The same command continues.</source>
+        <translation>Abgebrochen; %1 von %2 Teilen sind fertig. Derselbe Befehl setzt fort.</translation>
+    </message>
+    <message>
+        <source>another process is still at work on %1; run the same command again later</source>
+        <translation>ein anderer Prozess arbeitet noch an %1; denselben Befehl später noch einmal ausführen</translation>
+    </message>
+    <message>
+        <source>%1: parts %2</source>
+        <translation>%1: Teile %2</translation>
+    </message>
+    <message>
+        <source>the parts of &apos;%1&apos; were drawn by different renderers, so that seams may be visible (%2)</source>
+        <translation>die Teile von „%1“ wurden von verschiedenen Grafiktreibern gezeichnet, daher können Nähte sichtbar sein (%2)</translation>
+    </message>
+    <message>
+        <source>cannot make &apos;%1&apos;: %2</source>
+        <translation>„%1“ kann nicht erzeugt werden: %2</translation>
+    </message>
+    <message>
+        <source>Note: &apos;%1&apos; still holds parts of another recording; its model or settings differ</source>
+        <translation>Hinweis: „%1“ enthält noch Teile einer anderen Aufnahme; deren Modell oder Einstellungen sind andere</translation>
+    </message>
+</context>
+<context>
+    <name>tov::app::PictureOutput</name>
+    <message>
+        <source>it cannot be read back</source>
+        <translation>sie lässt sich nicht wieder lesen</translation>
+    </message>
+    <message>
+        <source>cannot write &apos;%1&apos;: %2</source>
+        <translation>„%1“ kann nicht geschrieben werden: %2</translation>
+    </message>
+</context>
+<context>
+    <name>tov::app::PrivatePipe</name>
+    <message>
+        <source>cannot make a pipe in the folder &apos;%1&apos;: %2</source>
+        <translation>im Ordner „%1“ lässt sich keine Pipe anlegen: %2</translation>
     </message>
 </context>
 <context>
@@ -1261,24 +1520,20 @@
 <context>
     <name>tov::app::SafeOutput</name>
     <message>
-        <source>cannot write &apos;%1&apos;: &apos;%2&apos; cannot be removed</source>
-        <translation>„%1“ kann nicht geschrieben werden: „%2“ lässt sich nicht entfernen</translation>
-    </message>
-    <message>
-        <source>cannot write &apos;%1&apos;; the result is in &apos;%2&apos;</source>
-        <translation>„%1“ kann nicht geschrieben werden; das Ergebnis ist in „%2“</translation>
-    </message>
-    <message>
         <source>cannot write &apos;%1&apos;: %2; the result is in &apos;%3&apos;</source>
         <translation>„%1“ kann nicht geschrieben werden: %2; das Ergebnis ist in „%3“</translation>
+    </message>
+    <message>
+        <source>cannot write &apos;%1&apos;: &apos;%2&apos;: %3</source>
+        <translation>„%1“ kann nicht geschrieben werden: „%2“: %3</translation>
+    </message>
+    <message>
+        <source>cannot write &apos;%1&apos;: another process is writing it</source>
+        <translation>„%1“ kann nicht geschrieben werden: Ein anderer Prozess schreibt die Datei gerade</translation>
     </message>
 </context>
 <context>
     <name>tov::app::Session</name>
-    <message>
-        <source>Stopping; press Ctrl-C again to leave at once.</source>
-        <translation>Wird gestoppt; noch einmal Strg+C beendet das Programm sofort.</translation>
-    </message>
     <message>
         <source>Reading</source>
         <translation>Lesen</translation>
@@ -1295,13 +1550,17 @@
         <source>%1 is not a settings file and is not changed; settings are valid for this call only</source>
         <translation>%1 ist keine Einstellungsdatei und bleibt unverändert; Einstellungen gelten nur für diesen Aufruf</translation>
     </message>
+    <message>
+        <source>Stopping; press Ctrl-C again to leave at once</source>
+        <translation>Wird beendet; noch einmal Strg-C beendet sofort</translation>
+    </message>
+    <message>
+        <source>the encoder is too slow: %1 of frames are pending, and there is room for %2 more; then the recording ends</source>
+        <translation>der Encoder ist zu langsam: %1 an Bildern warten, Platz ist für weitere %2; dann endet die Aufnahme</translation>
+    </message>
 </context>
 <context>
     <name>tov::app::SpaceWatch</name>
-    <message>
-        <source>%1 has only %2 left: the recording was stopped, what was captured is kept.</source>
-        <translation>Auf %1 sind nur noch %2 frei: Die Aufnahme wurde gestoppt und bleibt erhalten.</translation>
-    </message>
     <message>
         <source>nothing was recorded: %1 has only %2 left, recordings stop below %3</source>
         <translation>nichts aufgenommen: Auf %1 sind nur noch %2 frei, Aufnahmen stoppen unter %3</translation>
@@ -1313,6 +1572,25 @@
     <message>
         <source>%1, %2 waiting</source>
         <translation>%1, %2 ausstehend</translation>
+    </message>
+    <message>
+        <source>%1 has only %2 left: the recording was stopped, what was captured is kept</source>
+        <translation>auf %1 sind nur noch %2 frei: Die Aufnahme wurde beendet, das Aufgenommene bleibt erhalten</translation>
+    </message>
+</context>
+<context>
+    <name>tov::app::VideoOutput</name>
+    <message>
+        <source>frames are many files, which cannot go into one stream; use another format</source>
+        <translation>„frames“ sind viele Dateien, die nicht in einen Datenstrom passen; ein anderes Format wählen</translation>
+    </message>
+    <message>
+        <source>cannot write &apos;%1&apos;: %2</source>
+        <translation>„%1“ kann nicht geschrieben werden: %2</translation>
+    </message>
+    <message>
+        <source>cannot write to standard output: %1</source>
+        <translation>auf die Standardausgabe kann nicht geschrieben werden: %1</translation>
     </message>
 </context>
 <context>
@@ -1400,6 +1678,22 @@
         <source>the header declares %1 triangles, but the file is too short for them</source>
         <translation>laut Kopf gibt es %1 Dreiecke, dafür ist die Datei aber zu kurz</translation>
     </message>
+    <message>
+        <source>there is no such file</source>
+        <translation>diese Datei gibt es nicht</translation>
+    </message>
+    <message>
+        <source>it is not a regular file</source>
+        <translation>sie ist keine gewöhnliche Datei</translation>
+    </message>
+    <message>
+        <source>not enough memory</source>
+        <translation>nicht genug Speicher</translation>
+    </message>
+    <message>
+        <source>cannot read &apos;%1&apos;: %2</source>
+        <translation>„%1“ kann nicht gelesen werden: %2</translation>
+    </message>
 </context>
 <context>
     <name>tov::scene::Body</name>
@@ -1453,6 +1747,13 @@
     <message>
         <source>the index %1 is out of range; there are %2</source>
         <translation>der Index %1 liegt außerhalb des Bereichs; es gibt %2</translation>
+    </message>
+</context>
+<context>
+    <name>tov::scene::Panorama</name>
+    <message>
+        <source>it is damaged</source>
+        <translation>sie ist beschädigt</translation>
     </message>
 </context>
 <context>
@@ -1858,8 +2159,8 @@
         <translation>Autor</translation>
     </message>
     <message>
-        <source>Could not be loaded</source>
-        <translation>Nicht geladen</translation>
+        <source>Cannot be loaded</source>
+        <translation>Lässt sich nicht laden</translation>
     </message>
 </context>
 <context>
@@ -2031,10 +2332,6 @@
         </translation>
     </message>
     <message>
-        <source>The view as I move it, until I stop</source>
-        <translation>Die Ansicht, wie ich sie bewege, bis ich stoppe</translation>
-    </message>
-    <message>
         <source> s</source>
         <translation> s</translation>
     </message>
@@ -2113,6 +2410,10 @@
     <message>
         <source>Replace</source>
         <translation>Ersetzen</translation>
+    </message>
+    <message>
+        <source>The view as you move it, until you stop</source>
+        <translation>Die Ansicht, wie Sie sie bewegen, bis Sie anhalten</translation>
     </message>
 </context>
 <context>
@@ -2250,6 +2551,30 @@
         <source>Background</source>
         <translation>Hintergrund</translation>
     </message>
+    <message>
+        <source>One colour for everything</source>
+        <translation>Eine Farbe für alles</translation>
+    </message>
+    <message>
+        <source> % of the height</source>
+        <translation> % der Höhe</translation>
+    </message>
+    <message>
+        <source>Points:</source>
+        <translation>Punkte:</translation>
+    </message>
+    <message>
+        <source>Lines:</source>
+        <translation>Linien:</translation>
+    </message>
+    <message>
+        <source>Colour:</source>
+        <translation>Farbe:</translation>
+    </message>
+    <message>
+        <source>Colour</source>
+        <translation>Farbe</translation>
+    </message>
 </context>
 <context>
     <name>tov::viewer::MainWindow</name>
@@ -2288,10 +2613,6 @@
     <message>
         <source>View copied, %1 x %2 pixels.</source>
         <translation>Ansicht kopiert, %1 x %2 Pixel.</translation>
-    </message>
-    <message>
-        <source>Only files of this computer can be opened.</source>
-        <translation>Es können nur lokale Dateien geöffnet werden.</translation>
     </message>
     <message>
         <source>Search parts</source>
@@ -2347,6 +2668,10 @@
     <message>
         <source>The scene is locked until the picture is done; the change is made then.</source>
         <translation>Die Szene ist gesperrt, bis das Bild fertig ist; danach folgt die Änderung.</translation>
+    </message>
+    <message>
+        <source>Only local files can be opened.</source>
+        <translation>Nur Dateien auf diesem Rechner lassen sich öffnen.</translation>
     </message>
 </context>
 <context>
@@ -2607,6 +2932,14 @@ Die Aufnahme stoppen und behalten?</translation>
     <message>
         <source>No trajectory is open, so a synchronised recording has no frames. Open one with File &gt; Open trajectory, or record with &quot;sync&quot; off.</source>
         <translation>Es ist keine Trajektorie geöffnet, eine synchronisierte Aufnahme ist daher leer. Öffnen Sie eine mit Datei &gt; Trajektorie öffnen, oder schalten Sie „Synchron“ aus.</translation>
+    </message>
+    <message>
+        <source>, recorded at %1 frames per second</source>
+        <translation>, aufgenommen mit %1 Bildern je Sekunde</translation>
+    </message>
+    <message>
+        <source>, recorded at %1 frames per second, plays at %2x real time</source>
+        <translation>, aufgenommen mit %1 Bildern je Sekunde, läuft mit %2-facher Geschwindigkeit</translation>
     </message>
 </context>
 <context>
@@ -2869,6 +3202,14 @@ Die Aufnahme stoppen und behalten?</translation>
     <message>
         <source>No animations</source>
         <translation>Keine Animationen</translation>
+    </message>
+    <message>
+        <source>Show path</source>
+        <translation>Pfad zeigen</translation>
+    </message>
+    <message>
+        <source>Draw the path of the trajectory in the views, not in pictures and videos</source>
+        <translation>Den Pfad der Trajektorie in den Ansichten zeichnen, nicht in Bildern und Videos</translation>
     </message>
 </context>
 <context>
