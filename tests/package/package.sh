@@ -4,10 +4,11 @@
 #
 #   package.sh BUILD SOURCE
 #
-# Prints the time of each step. TOV_DEBIAN_SUITE (default: that of this machine) names the release.
+# Prints the time of each step.
 set -uo pipefail
 build=$(realpath "$1") source=$(realpath "$2")
-suite=${TOV_DEBIAN_SUITE:-$(. /etc/os-release && echo "$VERSION_CODENAME")}
+# The release of this machine: packages depend on the libraries that they were built with.
+suite=$(. /etc/os-release && echo "$VERSION_CODENAME")
 skip() { echo "skipped: $*"; exit 77; }
 [ "$(id -u)" -eq 0 ] || skip "a system of its own needs root"
 for program in mmdebstrap lintian unshare setpriv ffprobe; do
@@ -56,10 +57,9 @@ for file in "$build"/packages/*.deb; do
 done
 step "packages"
 
-# What is the newest release here may be mirrored without updates, so the sources of this machine are used for its own.
-sources=()
-[ "$suite" != "$(. /etc/os-release && echo "$VERSION_CODENAME")" ] || sources=(/etc/apt/sources.list.d/debian.sources)
-if ! mmdebstrap --mode=root --variant=apt "$suite" "$root" "${sources[@]}" >"$log" 2>&1; then
+sources=/etc/apt/sources.list.d/debian.sources
+[ -f "$sources" ] || sources=/etc/apt/sources.list
+if ! mmdebstrap --mode=root --variant=apt "$suite" "$root" "$sources" >"$log" 2>&1; then
   tail -n 5 "$log"
   skip "no minimal system of $suite can be made; is a mirror reachable?"
 fi
