@@ -127,7 +127,6 @@ TEST_F(PartFaults, AnInterruptedPartIsDiscarded)
 TEST_F(PartFaults, AKilledPartIsRecordedAgainAndTheOthersAreNot)
 {
     writeTour();
-    const QStringList few{"--size", "64x48", "--duration", "1", "--fps", "20"};
     const auto process = start(longCall({"--part", "1/2"}));
     ASSERT_TRUE(isRecording());
     process->kill();
