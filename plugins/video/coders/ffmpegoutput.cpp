@@ -20,7 +20,10 @@ FFmpegOutput::FFmpegOutput(QIODevice* device, Mp4Index* index) : mp_Device(devic
     const bool isSeekable = !index && !device->isSequential();
     auto* buffer = static_cast<unsigned char*>(av_malloc(BufferBytes));
     if (buffer)
-        mp_Context = avio_alloc_context(buffer, BufferBytes, 1, this, nullptr, onWrite, isSeekable ? onSeek : nullptr);
+        // The data is constant from FFmpeg 7 on.
+        mp_Context = avio_alloc_context(
+            buffer, BufferBytes, 1, this, nullptr,
+            [](void* self, auto* data, int size) { return onWrite(self, data, size); }, isSeekable ? onSeek : nullptr);
     if (!mp_Context)
         av_free(buffer);
 }
@@ -55,7 +58,7 @@ bool FFmpegOutput::seek(qint64 position)
     return !m_Failed && mp_Device->seek(position);
 }
 
-int FFmpegOutput::onWrite(void* self, std::uint8_t* data, int size)
+int FFmpegOutput::onWrite(void* self, const std::uint8_t* data, int size)
 {
     auto* output = static_cast<FFmpegOutput*>(self);
     bool written;

@@ -32,7 +32,7 @@ public:
     bool seek(qint64 position);
 
 private:
-    static int onWrite(void* self, std::uint8_t* data, int size);
+    static int onWrite(void* self, const std::uint8_t* data, int size);
     static std::int64_t onSeek(void* self, std::int64_t offset, int whence);
 
     QIODevice* mp_Device; ///< not owned
