@@ -4,6 +4,7 @@
 #include "app/viewer/panelgrid.h"
 #include "app/viewer/pictureexport.h"
 #include "app/viewer/quickcapture.h"
+#include "app/viewer/trajectorybar.h"
 #include "kernel/commands/commandprocessor.h"
 #include "kernel/main/settings.h"
 #include "scene/view/scenepanel.h"
@@ -222,7 +223,7 @@ TEST_F(WindowCapture, TheExportedVideoOfATimedFileLastsAsLongAtEveryRate)
     ASSERT_TRUE(path.open(QIODevice::WriteOnly));
     path.write("0,-3,0,0\n1,3,0,0\n");
     path.close();
-    window().openTrajectory(path.fileName());
+    window().getTrajectoryBar()->openFile(path.fileName());
     triggerWithDialog(window().findChild<QAction*>("ExportVideoAction"), "ExportVideoDialog", [&](QWidget* dialog) {
         type(dialog, "Width", "64");
         type(dialog, "Height", "48");
@@ -237,7 +238,7 @@ TEST_F(WindowCapture, TheExportedVideoOfATimedFileLastsAsLongAtEveryRate)
 TEST_F(WindowCapture, ThePathIsDrawnInTheViewButNotInPictures)
 {
     openSample();
-    window().openTrajectory(QStringLiteral(TOV_SOURCE_DIR "/samples/tour.json"));
+    window().getTrajectoryBar()->openFile(QStringLiteral(TOV_SOURCE_DIR "/samples/tour.json"));
     const auto pathPixels = [](const QImage& image) {
         int count = 0;
         for (int y = 0; y < image.height(); ++y)
