@@ -32,7 +32,7 @@ int main(int argc, char** argv)
     tov::app::Options options;
     options.values = {{QStringLiteral("quiet"), {QString()}}};
     tov::app::ViewRequest view;
-    view.samples = 0;
+    view.look.samples = 0;
     tov::app::MotionRequest motion;
     motion.kind = tov::app::MotionRequest::Kind::Trajectory;
     motion.file = QString::fromLocal8Bit(argv[2]);
