@@ -179,8 +179,9 @@ TEST_F(SaveImageOrder, TilesAreInPlaceBeforeProgressIsReported)
     pthread_getname_np(pthread_self(), own, sizeof own);
     for (const std::string& name : pixelThreads)
         EXPECT_TRUE(name == own || name == "TileCopier") << name;
-    if (QThread::idealThreadCount() > 1)
+    if (QThread::idealThreadCount() > 1) {
         EXPECT_EQ(pixelThreads.count("TileCopier"), 1u);
+    }
 }
 
 TEST_F(SaveImageOrder, APendingErrorOfEarlierWorkLosesNoTile)

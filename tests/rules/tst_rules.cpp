@@ -421,8 +421,9 @@ TEST(Module, ExportsMethodsOfItsClassesOnly)
         for (const std::string& type : classes)
             known = known || name.rfind(type + "::", 0) == 0;
         EXPECT_TRUE(known) << "the module must not export " << name;
-        if (name.rfind(registry, 0) == 0)
+        if (name.rfind(registry, 0) == 0) {
             EXPECT_TRUE(operations.count(name.substr(registry.size()))) << "plug-ins must not call " << name;
+        }
     }
     EXPECT_GT(seen, 50);
 }
@@ -462,8 +463,9 @@ TEST(BuiltFiles, AreCompiledHardened)
         EXPECT_TRUE(has(" -fstack-protector-strong ")) << file;
         EXPECT_TRUE(has(" -fPIC ") || has(" -fPIE ")) << file;
         // Builds with sanitizers have other checks, and fortification needs optimisation.
-        if (!has(" -fsanitize=") && !has(" -O0 ") && has(" -O"))
+        if (!has(" -fsanitize=") && !has(" -O0 ") && has(" -O")) {
             EXPECT_TRUE(has(" -D_FORTIFY_SOURCE=2 ")) << file;
+        }
     }
     for (const char* folder : {"app", "grab", "kernel", "plugins", "scene", "sdk", "trajectory"})
         EXPECT_EQ(folders.count(folder), 1u) << folder;

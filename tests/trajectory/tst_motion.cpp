@@ -392,7 +392,8 @@ TEST_F(MotionTest, ThePathIsALineWithACameraAtEachView)
     };
     EXPECT_TRUE(near(line.points.front(), fiveViews().getKeys().front().camera.position()));
     EXPECT_TRUE(near(line.points.back(), fiveViews().getKeys().back().camera.position()));
-    for (const auto& key : fiveViews().getKeys()) {
+    const auto path = fiveViews();
+    for (const auto& key : path.getKeys()) {
         const bool isOutlined = std::any_of(lines->strips.begin() + 1, lines->strips.end(), [&](const auto& strip) {
             return std::any_of(strip.points.begin(), strip.points.end(),
                                [&](const Vector3& point) { return near(point, key.camera.position()); });

@@ -146,8 +146,9 @@ protected:
             for (std::size_t i = 0; i < joints.size(); ++i)
                 EXPECT_LT(distance(expected.joints[i], placeOf(joints[i])), allowed) << "joint " << i;
         }
-        if (!expected.vertices.empty())
+        if (!expected.vertices.empty()) {
             EXPECT_LT(hausdorff(expected.vertices, sceneVertices()), allowed);
+        }
     }
     void compare(const PoseReference& reference)
     {
