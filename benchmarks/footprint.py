@@ -21,7 +21,7 @@ def installed(package, folder):
     """Megabytes to download and on the disk."""
     status = os.path.join(folder, 'status')
     open(status, 'w').close()
-    # An empty status file is a system without packages; without an archive folder nothing counts as downloaded.
+    # An empty status file represents a system without packages; with an empty archive folder nothing counts as downloaded.
     archives = os.path.join(folder, 'archives')
     os.makedirs(os.path.join(archives, 'partial'), exist_ok=True)
     command = ['apt-get', '-o', f'Dir::State::status={status}', '-o', f'Dir::Cache::archives={archives}', '-o',

@@ -232,7 +232,7 @@ VideoHandler::~VideoHandler()
 {
     abortGrabbing();
     barrier();
-    // Inside of a worker the barrier runs ahead of the workers in the queue.
+    // Inside a worker the barrier runs ahead of the workers in the queue.
     if (load(m_ReleasePending))
         qFatal("A video handler must not be destroyed inside of a worker while its own workers are pending");
 }
@@ -303,7 +303,7 @@ void VideoHandler::panelDestroyed(QObject*)
 
 void VideoHandler::reset()
 {
-    // Workers that the capture thread has posted must have run, and no panel may be inside of `panelDestroyed`.
+    // Workers that the capture thread has posted must have run, and no panel may be inside `panelDestroyed`.
     barrier();
     delete mp_Grabber;
     mp_Grabber = nullptr;

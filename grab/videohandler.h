@@ -35,7 +35,7 @@ class TOV_EXPORT VideoHandler : public QObject
     Q_OBJECT
 public:
     VideoHandler();
-    /// Aborts the recording, and waits until the workers that it has posted have run. Must not be called inside of a
+    /// Aborts the recording, and waits until the workers that it has posted have run. Must not be called inside a
     /// worker while such a worker is pending, because workers run one after the other: the process ends with a fatal
     /// message. Thread: any except a capture thread.
     ~VideoHandler() override;

@@ -19,7 +19,7 @@ struct PlaybackOptions
     bool repeat = false;        ///< with `seconds`: the clip is repeated instead of stretched
     bool everyPosition = false; ///< files with times: one position per frame, times ignored
     double start = 0;           ///< seconds of an animation that the first frame shows
-    Ease ease = Ease::None;     ///< of a camera path that is read from a file; `None` = as the file says
+    Ease ease = Ease::None;     ///< of a camera path that is read from a file; `None` = as in the file
 };
 
 /// The values of a channel at a time, as many as a key has; rotations have unit length. Before the first and after the

@@ -25,7 +25,7 @@ namespace {
 
 /// Lines need no more points than this; longer trajectories are thinned out.
 constexpr unsigned long MostPoints = 2000;
-/// Outlines of cameras along a path without keys of its own, and at most.
+/// The number of camera outlines along a path without keys, and the most for any path.
 constexpr unsigned long Outlines = 8, MostOutlines = 200;
 /// Length of an outline as a share of the scene's radius, and its width divided by its height.
 constexpr double OutlineShare = 0.06, OutlineAspect = 16.0 / 9;

@@ -107,7 +107,7 @@ struct TrajectoryHandler::Private
     std::shared_ptr<const Motion> elements;     ///< the animation of the selection
     std::shared_ptr<const Turntable> turntable; ///< the one that is selected
     double fps = 0;                             ///< of the selection; 0: it has no times
-    /// Makes the selection again at another rate; null when it has no times.
+    /// Samples the selection again at another rate; null when it has no times.
     std::function<bool(double fps, QString* error)> sample;
     std::vector<QMetaObject::Connection> following; ///< to the panel that the turntable started from
 };
@@ -326,7 +326,7 @@ bool TrajectoryHandler::selectTurntable(int count, QString* error)
 {
     TurntableOptions options;
     options.frames = count < 1 ? 0 : static_cast<unsigned long>(count);
-    // Whoever zooms in wants to see a part.
+    // A user who has zoomed in wants to see only that part.
     const auto* panel = Viewer::getInstance()->getActivePanel();
     options.keepInView = panel && showsWholeScene(*panel, 0);
     return selectTurntable(options, error);

@@ -7,7 +7,7 @@ namespace tov::trajectory {
 
 namespace {
 
-/// The frames of a motion from one on.
+/// A number of successive frames of a motion.
 class MotionRange : public Motion
 {
 public:

@@ -96,7 +96,7 @@ std::shared_ptr<const Turntable> Turntable::create(const TurntableOptions& optio
         return fail(tr("The axis of a turntable must have a length"));
     if (!std::isfinite(options.turns) || !std::isfinite(options.swing) ||
         !std::isfinite(options.elevation.value_or(0)) || std::fabs(options.elevation.value_or(0)) > 90)
-        return fail(tr("Turns and swing of a turntable must be numbers, its elevation one from -90 to 90"));
+        return fail(tr("The turns and swing of a turntable must be numbers, and its elevation must be from -90 to 90"));
     TurntableOptions checked = options;
     for (double& value : checked.axis)
         value /= length;

@@ -44,7 +44,7 @@ bool ModelStore::show(const QStringList& fileNames, const QString& modelUp, bool
         m_Models[key].root = root.get();
         m_Models[key].detached = std::move(root);
     }
-    // Returns the memory that reading needed temporarily to the system.
+    // Gives the temporary memory of the readers back to the system.
     if (hasRead)
         malloc_trim(0);
     if (keys == m_Shown)

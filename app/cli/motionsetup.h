@@ -18,7 +18,7 @@ struct ViewRequest;
 /// in a pose of the animation.
 bool fitAnimation(tov::gui::ScenePanel& panel, const MotionRequest& motion, QString* error);
 
-/// Selects the trajectory that the request asks for, at its first position. `view` is the view that it starts from.
+/// Selects the requested trajectory, at its first position. `view` is the view that it starts from.
 bool selectTrajectory(const MotionRequest& motion, const ViewRequest& view, double fps, QString* error);
 
 } // namespace tov::app

@@ -32,7 +32,7 @@ public:
     void readPercent(const char* option, double least, double most, double& value);
     /// A time above 0 in seconds.
     void readSeconds(const char* option, double& value);
-    /// A time from 0 on in seconds.
+    /// A time in seconds, at least 0.
     void readTime(const char* option, double& value);
     /// One of a list of words.
     void readWord(const char* option, const QStringList& words, QString& value);

@@ -32,7 +32,7 @@ constexpr auto Required = OptionValue::Required;
 
 const OptionSpec Options[] = {
     {"output", 'o', Required, "OUT", Outputs, OutputGroup,
-     QT_TRANSLATE_NOOP("CommandLine", "file to write; its ending selects the format; - = standard output"), "FILE"},
+     QT_TRANSLATE_NOOP("CommandLine", "file to write; its extension selects the format; - = standard output"), "FILE"},
     {"format", 0, Required, "F", Outputs, OutputGroup,
      QT_TRANSLATE_NOOP("CommandLine", "format for -o -, e.g. png, mkv")},
     {"no-clobber", 0, None, "", Outputs, OutputGroup,

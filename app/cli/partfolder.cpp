@@ -106,7 +106,7 @@ std::optional<PartRecord> PartFolder::findRecord(int part) const
     record.renderer = object[QStringLiteral("renderer")].toString();
     record.host = object[QStringLiteral("host")].toString();
     record.digest = object[QStringLiteral("sha256")].toString();
-    // A record that was copied to another name is not one of this part.
+    // A record that was copied to another name does not describe this part.
     if (object[QStringLiteral("part")].toString() != baseName(part) || record.frames < 1 ||
         record.bytes != sizeOf(part))
         return std::nullopt;

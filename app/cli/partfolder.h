@@ -19,8 +19,8 @@ struct PartRecord
     QString digest; ///< SHA-256 of the files
 };
 
-/// The folder "film.mp4.parts" next to an output "film.mp4", in which the parts of recordings wait to be joined:
-/// "<key>-3of8.mp4", its record "<key>-3of8.json", and its lock while somebody is at work on it. A part without a
+/// The folder "film.mp4.parts" next to an output "film.mp4", which holds the parts of recordings until they are joined:
+/// "<key>-3of8.mp4", its record "<key>-3of8.json", and its lock while a process records it. A part without a
 /// record that matches it does not count. Thread: any, one at a time.
 class PartFolder
 {

@@ -13,9 +13,9 @@ namespace tov::app {
 
 namespace {
 
-/// Of 64; enough that no two recordings ever have the same key.
+/// Of the 64 digits of the digest; enough that no two recordings ever have the same key.
 constexpr int KeyDigits = 32;
-/// Changes when the same facts lead to other frames or other parts.
+/// To be increased when the same facts lead to different frames or different parts.
 constexpr int KeyVersion = 1;
 
 QString tr(const char* text)
@@ -37,7 +37,7 @@ bool addFile(Digest& digest, const QString& fileName, QString* error)
             tr("cannot read '%1': %2").arg(fileName, isRegular ? file.errorString() : tr("it is not a regular file"));
         return false;
     }
-    // The suffix says how the file is read.
+    // The suffix determines how the file is read.
     digest.add(QFileInfo(fileName).suffix().toLower());
     digest.add(file.readAll());
     return true;

@@ -8,7 +8,7 @@
 
 namespace tov::app {
 
-/// What decides about the frames of a recording and how they are stored. The machine and the places of files do not.
+/// What determines the frames of a recording and how they are stored. The machine and the folders of files do not.
 struct RecordingFacts
 {
     QByteArray scene; ///< see `sceneDigest`
@@ -20,7 +20,7 @@ struct RecordingFacts
     int samples = 0;
 };
 
-/// Names a recording that is shared out: 32 hexadecimal digits, equal for equal recordings in equally many parts and
+/// Identifies a recording in parts: 32 hexadecimal digits, equal for equal recordings with the same number of parts,
 /// different when a frame, its time or its coding can differ. Files that the request names (trajectory, path, light,
 /// stored view) count by content. Empty, with one line in `error`, when one of them cannot be read. Thread: any.
 QString partKey(const VideoRequest& request, const RecordingFacts& facts, QString* error);

@@ -77,7 +77,7 @@ PartLock::Result PartLock::acquire(const QString& fileName, QString* error)
             const Holder holder = readHolder(descriptor);
             close(descriptor);
             const bool isBusy = reason == EAGAIN || reason == EACCES;
-            *error = isBusy ? tr("process %1 on %2 is at work on it").arg(QString::number(holder.process), holder.host)
+            *error = isBusy ? tr("process %1 on %2 is recording it").arg(QString::number(holder.process), holder.host)
                             : tr("'%1' cannot be locked: %2; the file system must support locks")
                                   .arg(fileName, QString::fromLocal8Bit(std::strerror(reason)));
             return isBusy ? Result::Busy : Result::Failed;

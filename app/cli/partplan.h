@@ -7,10 +7,10 @@ namespace tov::app {
 
 class OptionReader;
 
-/// How a recording is shared out as parts, which are recorded separately and joined: --part I/N or --parts N.
+/// How a recording is split into parts, which are recorded separately and joined: --part I/N or --parts N.
 struct PartRequest
 {
-    int count = 0; ///< parts; 0 = the recording is not shared out
+    int count = 0; ///< parts; 0 = the recording is not split
     int part = 0;  ///< the part to record, from 1; 0 = those that are missing, then join all
     bool keepsParts = false;
     bool showsStatus = false; ///< only report which parts are done
@@ -25,17 +25,16 @@ struct PartRange
     qint64 count = 0;
 };
 
-/// Reads --part, --parts, --keep-parts and --status; what is wrong with them is noted in `reader`. Thread: any.
+/// Reads --part, --parts, --keep-parts and --status; errors are stored in `reader`. Thread: any.
 void readParts(OptionReader& reader, PartRequest& request);
 
-/// The positions of a part: from (part - 1) positions / parts up to, but without, part positions / parts, both rounded
-/// down. Every position belongs to exactly one part, and the sizes of two parts differ by at most 1. `part` is from 1
-/// to `parts`. Thread: any.
+/// The positions of a part: from (part - 1) positions / parts up to, but not including, part positions / parts, both
+/// rounded down. Every position belongs to exactly one part, and the sizes of two parts differ by at most 1. `part` is
+/// from 1 to `parts`. Thread: any.
 PartRange rangeOfPart(int part, int parts, qint64 positions);
 
-/// Seconds until all parts are done, from those that are: `perFrame` seconds per frame, `missing` frames that nobody
-/// records yet, `running` processes at work, of which the last one needs `longest` seconds more. 0 = nothing is left.
-/// Thread: any.
+/// Seconds until all parts are done, from `perFrame` seconds per frame, `missing` frames that nobody records yet, and
+/// `running` processes, the slowest of which needs `longest` seconds more. 0 = nothing is left. Thread: any.
 double estimateSecondsLeft(double perFrame, qint64 missing, int running, double longest);
 
 } // namespace tov::app

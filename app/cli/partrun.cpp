@@ -24,7 +24,7 @@ namespace tov::app {
 namespace {
 
 constexpr double MsPerSecond = 1000;
-/// Shorter parts need more bits per second than --bitrate says: each starts with a frame that is stored in full, and
+/// Shorter parts need more bits per second than --bitrate allows: each starts with a frame that is stored in full, and
 /// the encoder needs a while to find the rate.
 constexpr int ShortestSeconds = 10;
 
@@ -61,7 +61,7 @@ private:
     enum class Result
     {
         Done,
-        Busy,   ///< another process is at work on it
+        Busy,   ///< another process is recording it
         Failed, ///< reported, or interrupted
     };
 
@@ -227,7 +227,7 @@ bool PartRun::recordMissing()
             busy.push_back(part);
         if (result == Result::Failed) {
             if (m_Session.wasInterrupted())
-                m_Reporter.note(tr("Interrupted; %1 of %2 parts are done. The same command continues.")
+                m_Reporter.note(tr("Interrupted; %1 of %2 parts are done. Run the same command again to continue.")
                                     .arg(QString::number(m_Records.size()), QString::number(parts)));
             return false;
         }

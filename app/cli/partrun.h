@@ -11,7 +11,7 @@ namespace tov::app {
 
 class Session;
 
-/// A recording that is shared out as parts. Its whole trajectory is selected.
+/// A recording that is split into parts. Its whole trajectory is selected.
 struct SharedRecording
 {
     QString output;

@@ -16,8 +16,8 @@ QColor drawnBackground(const Background& background, bool hasAlpha, const QColor
 /// True for picture formats that store transparency. Thread: any.
 bool hasPictureAlpha(const QString& format);
 
-/// Makes a drawn picture (colour blended over `drawnBackground`, coverage in the alpha channel) into the one that
-/// is stored, in place: straight alpha, or opaque on the requested background. Thread: any.
+/// Converts a drawn picture (colour blended over `drawnBackground`, coverage in the alpha channel) in place into the
+/// one that is stored: straight alpha, or opaque on the requested background. Thread: any.
 void finishPicture(QImage& image, const Background& background, bool hasAlpha);
 
 /// What is stored in a picture so that it can be reproduced: its view and the program. Thread: any.

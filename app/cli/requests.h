@@ -68,7 +68,7 @@ struct VideoRequest
     OutputRequest output;
     MotionRequest motion;
     PartRequest parts;
-    QSize size;      ///< pixels; videos are made even
+    QSize size;      ///< pixels; odd sizes of videos are rounded up
     int fps = 0;     ///< 0 = the setting
     int bitrate = 0; ///< kbit/s; 0 = from size and rate
 };

@@ -38,7 +38,7 @@ public:
     /// Gives the hidden panel a view, and makes it the active one; false (reported) on failure.
     bool showView(const ViewRequest& view, const QString& name, bool isTurning);
     tov::gui::ScenePanel* getPanel() const { return mp_Panel; }
-    /// Selects what a motion asks for; false (reported) on failure.
+    /// Selects the requested motion; false (reported) on failure.
     bool selectMotion(const MotionRequest& motion, const ViewRequest& view, int fps);
 
     /// Whether free recordings are changed to play as long as they were recorded (default: no).

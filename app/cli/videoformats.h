@@ -12,7 +12,7 @@ namespace tov::app {
 std::vector<std::pair<QString, QString>> knownVideoFormats();
 /// The endings alone.
 QStringList knownVideoEndings();
-/// True when a loaded plug-in says that videos with that ending store transparency (the symbol "listAlphaFormats").
+/// True when a loaded plug-in reports that videos with that ending store transparency (the symbol "listAlphaFormats").
 /// Thread: application.
 bool hasVideoAlpha(const QString& ending);
 

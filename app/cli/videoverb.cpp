@@ -227,7 +227,7 @@ RunOutcome recordScene(Session& session, const VideoJob& job, const QString& fil
     return outcome;
 }
 
-/// Shows what the request asks for, and sets everything that the recording reads; false (reported) on failure.
+/// Sets up the requested view and motion, and everything that the recording reads; false (reported) on failure.
 bool prepareScene(Session& session, const VideoJob& job, RecordingSettings& settings)
 {
     const VideoRequest& request = job.request;
@@ -239,7 +239,7 @@ bool prepareScene(Session& session, const VideoJob& job, RecordingSettings& sett
            configure(session, request, settings);
 }
 
-/// Makes what a request for parts asks for. The models are shown, and nothing has moved them.
+/// Carries out a request for parts. The models have been loaded, and nothing has moved them.
 bool makeSharedVideo(Session& session, const VideoJob& job)
 {
     const VideoRequest& request = job.request;

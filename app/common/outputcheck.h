@@ -4,7 +4,8 @@
 
 namespace tov::app {
 
-/// The file that a symbolic link leads to, whether it exists or not; `fileName` itself when it is no link. Thread: any.
+/// The file that a symbolic link leads to, whether it exists or not; `fileName` itself if it is not a link.
+/// Thread: any.
 QString linkTarget(const QString& fileName);
 
 /// True for a named pipe, or a link to one. Thread: any.

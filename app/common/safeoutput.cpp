@@ -27,7 +27,7 @@ QString systemError()
     return QString::fromLocal8Bit(std::strerror(errno));
 }
 
-/// Puts the file on the disk before it replaces another one.
+/// Flushes the file to the disk before it replaces another one.
 bool synchronize(const QString& fileName)
 {
     const int file = open(QFile::encodeName(fileName).constData(), O_RDONLY | O_CLOEXEC);

@@ -17,8 +17,8 @@ using ProbeFunction = int(const char*, const bool*, long long*, double*);
 using JoinFunction = int(const char* const*, const long long*, int, const char*, const bool*);
 using RetimeFunction = int(const char*, const bool*, const double*, long long, double);
 
-/// Calls an exported function of the loaded plug-ins until one of them knows the file. Returns its result, and -1 when
-/// no plug-in knows the file. `task` names the call in the log.
+/// Calls an exported function of the loaded plug-ins until one of them supports the file. Returns its result, and -1
+/// when no plug-in supports the file. `task` names the call in the log.
 template <typename Function, typename Call>
 int callPlugins(const char* symbol, const QString& task, Call call)
 {

@@ -10,11 +10,11 @@
 
 namespace tov::app {
 
-/// The contents of a video file, read by the encoder plug-in that knows its ending (the symbol "probeVideo", see
+/// The contents of a video file, read by the encoder plug-in for its extension (the symbol "probeVideo", see
 /// docs/encoder-plugins.md); nothing is known about other files.
 struct VideoProbe
 {
-    bool isKnown = false;  ///< a plug-in knows such files and has finished reading
+    bool isKnown = false;  ///< a plug-in supports the format and has finished reading
     bool readable = false; ///< it is a video
     qint64 frames = -1;
     double seconds = 0; ///< 0 = unknown
@@ -37,13 +37,13 @@ bool joinVideos(const QStringList& parts, const std::vector<qint64>& counts, con
 /// "joinVideos"). The copy appears once it is complete. False when no loaded plug-in can. Thread: any.
 bool copyVideo(const QString& from, const QString& to);
 
-/// Reads a video file on a thread of its own, after changing its times if that is wanted. Thread: application.
+/// Reads a video file on its own thread, after changing its times if requested. Thread: application.
 class VideoReading : public QObject
 {
     Q_OBJECT
 public:
     /// Begins at once. With `times` the video is first made to play as it was captured, without encoding it again, by
-    /// the encoder plug-in that knows the file's ending (the symbol "retimeVideo"); when that fails the file stays as
+    /// the encoder plug-in for its extension (the symbol "retimeVideo"); when that fails the file stays as
     /// it is. A video that does not have one frame per time gets evenly spaced frames.
     explicit VideoReading(const QString& fileName, const std::optional<FrameTimes>& times = std::nullopt,
                           QObject* parent = nullptr);

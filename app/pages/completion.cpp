@@ -39,7 +39,7 @@ QString quoted(QString text)
     return QLatin1Char('\'') + text.replace(QLatin1Char('\''), QLatin1String("'\\''")) + QLatin1Char('\'');
 }
 
-/// The same for fish, where a backslash escapes inside of single quotes.
+/// The same for fish, where a backslash escapes inside single quotes.
 QString quotedForFish(QString text)
 {
     return QLatin1Char('\'') +

@@ -64,7 +64,7 @@ QString manualPage()
                           "Outputs are written under a temporary name and renamed when they are complete.\n") +
            commands() + options() + QStringLiteral(".SH EXIT STATUS\n") +
            entry(QStringLiteral("0"), QStringLiteral("done; every output was written and verified")) +
-           entry(QStringLiteral("1"), QStringLiteral("failed; one line on standard error says what and why")) +
+           entry(QStringLiteral("1"), QStringLiteral("failed; one line on standard error gives the reason")) +
            entry(QStringLiteral("2"), QStringLiteral("wrong usage")) +
            entry(QStringLiteral("130"), QStringLiteral("interrupted")) + QStringLiteral(".SH ENVIRONMENT\n") +
            entry(QStringLiteral("TOV_SETTINGS"), QStringLiteral("settings file to use instead of the user's own")) +

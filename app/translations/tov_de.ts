@@ -279,7 +279,7 @@
         <translation>zeigt den Inhalt von Modelldateien</translation>
     </message>
     <message>
-        <source>file to write; its ending selects the format; - = standard output</source>
+        <source>file to write; its extension selects the format; - = standard output</source>
         <translation>Zieldatei; die Endung bestimmt das Format; - = Standardausgabe</translation>
     </message>
     <message>
@@ -1379,7 +1379,7 @@
         <translation>„%1“ kann nicht geschrieben werden: %2</translation>
     </message>
     <message>
-        <source>process %1 on %2 is at work on it</source>
+        <source>process %1 on %2 is recording it</source>
         <translation>Prozess %1 auf %2 arbeitet daran</translation>
     </message>
     <message>
@@ -1422,7 +1422,7 @@
         <translation>Hinweis: %1 ist unvollständig oder wurde geändert und wird deshalb noch einmal aufgenommen</translation>
     </message>
     <message>
-        <source>Interrupted; %1 of %2 parts are done. The same command continues.</source>
+        <source>Interrupted; %1 of %2 parts are done. Run the same command again to continue.</source>
         <translation>Abgebrochen; %1 von %2 Teilen sind fertig. Derselbe Befehl setzt fort.</translation>
     </message>
     <message>
@@ -2098,7 +2098,7 @@
         <translation>Die Achse eines Drehtellers muss eine Länge haben</translation>
     </message>
     <message>
-        <source>Turns and swing of a turntable must be numbers, its elevation one from -90 to 90</source>
+        <source>The turns and swing of a turntable must be numbers, and its elevation must be from -90 to 90</source>
         <translation>Umdrehungen und Ausschlag eines Drehtellers müssen Zahlen sein, die Höhe eine von -90 bis 90</translation>
     </message>
 </context>
@@ -2166,7 +2166,7 @@
 <context>
     <name>tov::viewer::CommandLineEdit</name>
     <message>
-        <source>Type a command, Tab completes, e.g. grabimage filename=&quot;picture.png&quot; width=4000</source>
+        <source>Type a command (Tab completes it), e.g. grabimage filename=&quot;picture.png&quot; width=4000</source>
         <translation>Befehl eingeben, Tab ergänzt, z. B. grabimage filename=&quot;bild.png&quot; width=4000</translation>
     </message>
 </context>

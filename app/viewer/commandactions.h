@@ -19,7 +19,7 @@ class Command;
 namespace tov::viewer {
 
 /// Places every primary command in menus, tool bars and settings from the modules' tables and the commands' own
-/// descriptors, and keeps the actions enabled exactly as the commands are. Knows no command by name.
+/// descriptors, and keeps the actions enabled exactly as the commands are. Contains no command names.
 /// Thread: application.
 class CommandActions : public QObject
 {

@@ -12,7 +12,7 @@ class QListWidget;
 
 namespace tov::viewer {
 
-/// Finds an action of the window by typing parts of its name, and triggers it. Knows every action in the menus, those
+/// Finds an action of the window by typing parts of its name, and triggers it. Covers every action in the menus, those
 /// of the modules' commands included. Thread: application.
 class CommandPalette : public QDialog
 {

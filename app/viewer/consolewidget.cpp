@@ -192,7 +192,7 @@ CommandLineEdit::CommandLineEdit(QWidget* parent) : QLineEdit(parent), mp_Candid
     mp_Candidates->setFrameStyle(QFrame::Box);
     mp_Candidates->setMargin(3);
     connect(this, &QLineEdit::textEdited, this, [this] { showCandidates({}); });
-    setPlaceholderText(tr("Type a command, Tab completes, e.g. grabimage filename=\"picture.png\" width=4000"));
+    setPlaceholderText(tr("Type a command (Tab completes it), e.g. grabimage filename=\"picture.png\" width=4000"));
     setClearButtonEnabled(true);
     m_History = tovSettings().value(QStringLiteral("window/commandhistory")).toStringList();
     m_HistoryIndex = m_History.size();

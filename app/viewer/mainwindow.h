@@ -44,7 +44,7 @@ class MainWindow : public QMainWindow
 {
     Q_OBJECT
 public:
-    /// `loader` knows what failed to load; it may be null and must outlive the window.
+    /// `loader` lists what failed to load; it may be null and must outlive the window.
     explicit MainWindow(const tov::main::ModuleLoader* loader, QWidget* parent = nullptr);
     ~MainWindow() override;
 

@@ -28,7 +28,7 @@ class ParameterDialog : public QDialog
 {
     Q_OBJECT
 public:
-    /// `prototype` must outlive the dialog; the dialog asks for its current parameter set.
+    /// `prototype` must outlive the dialog; the dialog queries its current parameter set.
     ParameterDialog(tov::main::Command* prototype, QWidget* parent);
     ~ParameterDialog() override;
 

@@ -16,8 +16,8 @@ class ScenePanel;
 
 namespace tov::viewer {
 
-/// Knows which views are being recorded, and asks before such a view is closed: the recording is then stopped, what it
-/// captured is kept, and the view closes when the file is complete. Thread: application.
+/// Tracks which views are being recorded, and asks the user before such a view is closed: the recording is then
+/// stopped, what it captured is kept, and the view closes when the file is complete. Thread: application.
 class RecordedViews : public QObject
 {
     Q_OBJECT

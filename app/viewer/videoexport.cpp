@@ -43,7 +43,7 @@ tov::trajectory::TurntableOptions turntableOptions(const tov::gui::ScenePanel& v
     options.frames = static_cast<unsigned long>(frameCount(request));
     if (request.size.height() > 0)
         options.aspect = double(request.size.width()) / request.size.height();
-    // Whoever zooms in wants to see a part.
+    // A user who has zoomed in wants to see only that part.
     options.keepInView = tov::trajectory::showsWholeScene(view, options.aspect);
     return options;
 }

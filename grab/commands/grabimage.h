@@ -38,7 +38,7 @@ public:
     GrabImage(QImage* image, const tov::math::Matrix<double, 4u, 4u>* transform, tov::gui::ScenePanel* panel);
     ~GrabImage() override;
 
-    /// Runs the form of the current parameter set. All failures are logged. Thread: command.
+    /// Runs the command with its current parameter set. All failures are logged. Thread: command.
     void execute() override;
 
     /// Fills the target with the global scene seen through `transform`, in tiles of at most 512 x 512 pixels. Writes no

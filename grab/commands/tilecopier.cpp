@@ -54,7 +54,7 @@ int shareCount(const QImage& target, const QImage& tile)
     return std::clamp(int(qint64(tile.width()) * tile.height() / MinPixelsPerShare), 1, cores);
 }
 
-/// Starts threads for the shares from 1 on, as far as the system allows. Returns how many were started.
+/// Starts a thread for each share except the first one, as far as the system allows. Returns how many were started.
 int startHelpers(std::vector<QImage>& views, std::vector<std::thread>& helpers, const QImage& tile, int x0, int y0,
                  int shares)
 {

@@ -48,7 +48,7 @@ public:
     QOpenGLFramebufferObject& framebuffer(int width, int height);
     /// Deletes the framebuffer object, if there is one. The context must be current.
     void deleteFramebuffer();
-    /// Releases the context and destroys the surface. Delete the framebuffer object before.
+    /// Releases the context and destroys the surface. Delete the framebuffer object first.
     void release();
 
 private:

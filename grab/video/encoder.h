@@ -53,7 +53,7 @@ public:
     };
 
     Encoder();
-    /// Deletes neither chunks nor runner nor file: call `waitForFinish` or `abortEncoding` before.
+    /// Deletes neither chunks nor runner nor file: call `waitForFinish` or `abortEncoding` first.
     ~Encoder() override;
 
     /// Stores the parameters and opens the output file for writing. A named pipe needs a reader that has it open

@@ -12,7 +12,7 @@ namespace tov::grab::video {
 inline constexpr const char* RefusedPlugins = "tovRefusedLibraries";
 
 /// Why a device does not hold a complete shared library of 64 bits, in a few words; empty when it does. The system's
-/// loader crashes on a file that is shorter than its own headers say (SIGBUS). Names are those of the ELF format.
+/// loader crashes on a file that is shorter than its own headers declare (SIGBUS). Names are those of the ELF format.
 /// `file` must be open for reading. Thread: any.
 QString findIncompletePart(QIODevice& file);
 

@@ -33,10 +33,10 @@ public:
     ~VideoEncoder();
 
     /// Unloads all plug-ins and loads those that are in the directory now. Failures are logged. Delete all encoders
-    /// before. Thread: application.
+    /// first. Thread: application.
     void refreshPlugins();
     /// Forgets all encoders, unloads all registered libraries and clears the module's information list. Delete all
-    /// encoders before. Thread: application.
+    /// encoders first. Thread: application.
     void unloadPlugins();
 
     /// Called by plug-ins. `factory(userData)` returns a new encoder, owned by its caller, for files with that

@@ -15,7 +15,7 @@ namespace tov::main {
 
 class WorkerQueue;
 
-/// Knows the primary commands and runs commands, each on a command thread of its own. Signals are emitted on the
+/// Holds the primary commands and runs commands, each on a command thread of its own. Signals are emitted on the
 /// application thread, always from its event loop, never inside a call.
 class TOV_EXPORT CommandProcessor : public QObject
 {
@@ -42,9 +42,9 @@ public:
     /// A fresh command by name; null when unknown. The caller owns it. Thread: application.
     Command* createCommand(const QString& name) const;
 
-    /// Runs a primary command as its mode says: a clone, made now, or the prototype itself. Parameters are filled from
-    /// `arguments`. Null, with one line in `error`, when the name is unknown, the command is disabled, an argument is
-    /// wrong, or the prototype itself is still running. Thread: application.
+    /// Runs a primary command according to its mode: a clone, made now, or the prototype itself. Parameters are filled
+    /// from `arguments`. Null, with one line in `error`, when the name is unknown, the command is disabled, an argument
+    /// is wrong, or the prototype itself is still running. Thread: application.
     CommandRunPointer start(const QString& name, const CommandArguments& arguments, QString* error);
     /// The same from a command text of one line. Thread: application.
     CommandRunPointer start(const QString& text, QString* error);

@@ -39,7 +39,7 @@ public:
     virtual bool hasValue() = 0;
     /// Addresses and name for diagnosis, ending with a line feed.
     virtual QString toDebugString() = 0;
-    /// The value; null when there is none. Owned as `deletesOnSet` says.
+    /// The value; null when there is none. See `deletesOnSet` for the ownership.
     virtual void* getValuePointer() = 0;
     /// Replaces the value; the type must be right, see `assignTyped`.
     virtual void setValuePointer(void* value) = 0;

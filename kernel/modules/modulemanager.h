@@ -10,7 +10,7 @@ namespace tov::main {
 
 class Module;
 
-/// Knows every living module by name. Thread: application.
+/// The registry of the loaded modules, by name. Thread: application.
 class TOV_EXPORT ModuleManager
 {
 public:

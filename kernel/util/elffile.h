@@ -9,7 +9,7 @@ class QIODevice;
 namespace tov::util {
 
 /// Why the contents of an open file cannot be a complete shared library for this machine, in a few words; empty when
-/// they can be. The system's loader crashes on a file that is shorter than its own headers say (SIGBUS), so check
+/// they can be. The system's loader crashes on a file that is shorter than its own headers declare (SIGBUS), so check
 /// before loading. Fields as in the ELF specification, 64 bits. Thread: any.
 TOV_EXPORT QString findElfProblem(QIODevice& file);
 

@@ -37,7 +37,7 @@ public:
     /// Representation for Irradiance Environment Maps", SIGGRAPH 2001): coefficients of 1, y, z, x, xy, yz, 3z^2-1, xz,
     /// x^2-y^2.
     const std::array<Color, 9>& getIrradiance() const { return m_Irradiance; }
-    /// A number that no other environment of this process has.
+    /// A number that is unique among the environments of this process.
     std::uint64_t getId() const { return m_Id; }
 
 private:

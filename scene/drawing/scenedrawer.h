@@ -56,9 +56,9 @@ public:
     static bool isGridShown();
     /// Shows or hides grid and axes for all drawers. Thread: any.
     static void setGridShown(bool shown);
-    /// How all drawers draw. Thread: any.
+    /// The look that all drawers share. Thread: any.
     static SceneLook getLook();
-    /// Sets how all drawers draw, from the next call of `glDraw` on; values out of range are limited. Thread: any.
+    /// Sets the look of all drawers from the next call of `glDraw` on; values out of range are clamped. Thread: any.
     static void setLook(const SceneLook& look);
     /// `SceneLook::samples` alone. At start the application takes it from the setting "settings/multisampling".
     /// Thread: any.

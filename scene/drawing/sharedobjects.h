@@ -21,7 +21,7 @@ unsigned int texture(const std::shared_ptr<const Image>& image, bool isSrgb);
 /// The table of an environment.
 unsigned int environmentTexture(const std::shared_ptr<const Environment>& environment);
 
-/// How a texture is sampled; 0: as the texture object says.
+/// How a texture is sampled; 0: as set in the texture object.
 unsigned int sampler(const Texture& texture);
 
 /// Frees the textures of images that no longer exist.

@@ -53,8 +53,8 @@ bool isNumber(const QByteArray& word)
     return ok;
 }
 
-/// Roughness of a Blinn-Phong exponent: the exponent n is that of a lobe of the width sqrt(2 / (n + 2)), which is the
-/// square of the roughness (B. Karis, "Specular BRDF Reference").
+/// Converts a Blinn-Phong exponent n to a roughness: its lobe has the width sqrt(2 / (n + 2)), which is the square of
+/// the roughness (B. Karis, "Specular BRDF Reference").
 float roughnessOf(float exponent)
 {
     return std::clamp(std::pow(2 / (std::max(exponent, 0.0f) + 2), 0.25f), 0.05f, 1.0f);

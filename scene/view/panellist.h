@@ -21,7 +21,7 @@ public:
 
     /// Thread: application.
     void add(tov::gui::ScenePanel* panel);
-    /// The last panel of the list becomes active when the active one leaves. Thread: application.
+    /// The last panel of the list becomes active when the active one is removed. Thread: application.
     void remove(tov::gui::ScenePanel* panel);
 
     /// In order of creation. Thread: application.

@@ -289,7 +289,7 @@ void probeClip(Check& c)
     if (probe(writeGarbage(c).constData(), &stop, &count, &seconds) != 0)
         c.problem(QStringLiteral("probeVideo does not return 0 for a file that holds no video"));
     if (probe(otherEnding(c).constData(), &stop, &count, &seconds) != -1)
-        c.problem(QStringLiteral("probeVideo does not return -1 for a file ending that the plug-in does not know"));
+        c.problem(QStringLiteral("probeVideo does not return -1 for a file extension that the plug-in does not know"));
 }
 
 void retimeClip(Check& c)
@@ -310,7 +310,7 @@ void retimeClip(Check& c)
     if (retime(writeGarbage(c).constData(), &stop, nullptr, 0, 3) != 0)
         c.problem(QStringLiteral("retimeVideo does not return 0 for a file that holds no video"));
     if (retime(otherEnding(c).constData(), &stop, nullptr, 0, 3) != -1)
-        c.problem(QStringLiteral("retimeVideo does not return -1 for a file ending that the plug-in does not know"));
+        c.problem(QStringLiteral("retimeVideo does not return -1 for a file extension that the plug-in does not know"));
 }
 
 void joinClips(Check& c)
@@ -335,7 +335,7 @@ void joinClips(Check& c)
     if (QFile::exists(c.fileName()))
         c.problem(QStringLiteral("joinVideos wrote a file although a part was incomplete"));
     if (join(parts, counts, 2, otherEnding(c).constData(), &stop) != -1)
-        c.problem(QStringLiteral("joinVideos does not return -1 for a file ending that the plug-in does not know"));
+        c.problem(QStringLiteral("joinVideos does not return -1 for a file extension that the plug-in does not know"));
     if (join(parts, counts, 2, QFile::encodeName(c.fileName()).constData(), &stop) != 1)
         c.problem(QStringLiteral("joinVideos does not return 1 for files that the plug-in has just written"));
     c.expectFile();

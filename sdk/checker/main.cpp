@@ -44,7 +44,7 @@ Outcome runChecks(const QStringList& arguments)
     process.start(QCoreApplication::applicationFilePath(), arguments);
     Outcome outcome;
     if (!process.waitForStarted()) {
-        outcome.failure = QStringLiteral("it cannot be tried: %1").arg(process.errorString());
+        outcome.failure = QStringLiteral("the check process cannot be started: %1").arg(process.errorString());
     } else if (!process.waitForFinished(limitMs()) && process.state() != QProcess::NotRunning) {
         process.kill();
         process.waitForFinished();
@@ -146,7 +146,7 @@ int main(int argc, char** argv)
             if (void* getFactory = module ? dlsym(module, "getFactory") : nullptr) {
                 try {
                     reinterpret_cast<void* (*)()>(getFactory)();
-                } catch (...) { // reported by the program, which tries the same
+                } catch (...) { // the program makes the same call and reports it
                 }
             }
             _exit(tov::util::ProbedStatus);

@@ -30,7 +30,7 @@ QRgb composite(QRgb front, const QColor& behind)
                 over(qBlue(front), behind.blue()));
 }
 
-/// The largest difference of a channel, of the whole picture.
+/// The largest difference in any channel of any pixel.
 int largestError(const QImage& straight, const QColor& background, const QImage& expected)
 {
     int worst = 0;

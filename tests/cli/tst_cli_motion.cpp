@@ -185,7 +185,7 @@ TEST_F(MotionTest, TurntablesFollowTheirOptions)
     EXPECT_GT(largestDifference(swing[2], swing[6]), 50);
 }
 
-TEST_F(MotionTest, PathsPassTheViewsOfTheirFile)
+TEST_F(MotionTest, PathsPassThroughTheViewsOfTheirFile)
 {
     const QString tour = Samples + "tour.json";
     const auto frames = record({Crane, "--path", tour, "--fps", "1"});

@@ -1,4 +1,4 @@
-// Preloaded: the machine seems to have as many processors as TOV_CPUS says.
+// Preloaded: the machine seems to have TOV_CPUS processors.
 
 #define _GNU_SOURCE
 #include <dlfcn.h>

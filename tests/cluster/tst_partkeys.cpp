@@ -85,7 +85,7 @@ protected:
         write("a.json", text);
         write("b.json", text + "\n");
     }
-    /// The keys of recordings, each by its arguments; they are not made.
+    /// The keys of the recordings with these arguments. Nothing is recorded.
     QStringList keysOf(const QStringList& lines, const QString& model = Arm)
     {
         QByteArray jobs;

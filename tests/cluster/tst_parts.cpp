@@ -1,4 +1,4 @@
-// How a recording is shared out: the plan, the options, the folder of parts, its locks. No video is made.
+// How a recording is split into parts: the plan, the options, the folder of parts, its locks. Records nothing.
 
 #include "app/cli/optionreader.h"
 #include "app/cli/options.h"

@@ -71,7 +71,7 @@ protected:
 
 } // namespace
 
-TEST_F(PartVideos, EveryFormatIsJoinedWithoutALoss)
+TEST_F(PartVideos, EveryFormatIsJoinedWithoutLoss)
 {
     QStringList names, lines;
     for (const FormatRow& format : Formats) {

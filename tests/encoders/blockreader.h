@@ -8,8 +8,8 @@ namespace tov::test {
 /// test, when the file violates them.
 int strictGifFrames(const QString& fileName);
 
-/// Frames of an animated PNG, read chunk by chunk: checksums, order, sequence numbers and announced count must be
-/// right; -1, and a failure of the test, when they are not.
+/// The number of frames of an animated PNG, read chunk by chunk. -1, and a failure of the test, if checksums, order,
+/// sequence numbers or the announced count are wrong.
 int strictApngFrames(const QString& fileName);
 
 } // namespace tov::test

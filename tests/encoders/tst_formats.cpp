@@ -601,7 +601,7 @@ TEST_F(FormatTest, DISABLED_FeedUntilKilled)
     }
 }
 
-TEST_F(FormatTest, KilledAtAnyMomentAllButTheLastSecondPlays)
+TEST_F(FormatTest, AKilledRecordingPlaysExceptForItsLastSecond)
 {
     // A second, and one frame per thread of the codecs that encode whole frames on several threads, if there are more
     // than on two cores. hq.mp4 looks further ahead.
@@ -920,7 +920,7 @@ TEST_F(FormatTest, AFileThatMayNotBeWrittenIsLeftAlone)
     }
 }
 
-TEST_F(FormatTest, SizesThatNoVideoHasLeaveOneRecordAndNothingThatPlays)
+TEST_F(FormatTest, ImpossibleSizesAreLoggedOnceAndLeaveNoPlayableFile)
 {
     constexpr int Most = std::numeric_limits<int>::max(), Least = std::numeric_limits<int>::min();
     const std::pair<int, int> sizes[] = {

@@ -96,7 +96,7 @@ class Loop:
             with tempfile.TemporaryDirectory() as folder:
                 job.refer(self, folder)
             for kind, number in faults:
-                # No disk interrupts every write or always writes a half.
+                # Real disks do not interrupt every write, and do not shorten every write.
                 ways = (1, ) if number in (errno.EINTR, 0) or not job.lasting else (1, 0)
                 if EVERY:
                     for once in ways:

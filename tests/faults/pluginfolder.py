@@ -336,7 +336,7 @@ try:
 
     @case('a folder above the program that everybody may change')
     def _(copy):
-        # Whoever can write plug-ins there can also replace the program.
+        # Users who can write plug-ins there can also replace the program.
         os.chmod(copy.home, 0o777)
         shutil.copy(ZOO + 'rawcopy.so', copy.plugins)
         os.chmod(copy.plugins + 'rawcopy.so', 0o666)

@@ -437,7 +437,8 @@ TEST_F(Lifetimes, RandomMomentsLeaveNothingBehind)
             ++m_Count;
             continue;
         }
-        // Any call with any number, or a random delay without a gate. A walk may end earlier.
+        // A gate in any call with any number, or a random delay. The recording of a trajectory may end before that
+        // moment.
         Moment moment = Moments[below(std::size(Moments))];
         moment.megabytes = below(2) ? 0 : 50;
         moment.n = 1 + int(below(6));

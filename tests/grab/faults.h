@@ -8,7 +8,7 @@
 /// libraries and call the originals.
 namespace tov::test::faults {
 
-/// The threads that a fault is for.
+/// The thread in which a fault occurs.
 enum class TOV_EXPORT Where
 {
     Nowhere,

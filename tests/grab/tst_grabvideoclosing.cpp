@@ -94,7 +94,7 @@ TEST_F(GrabVideoClosing, RecordingsEndAtRandomMomentsAndLeaveNothing)
         auto* other = below(2) ? newPanel(32, 32) : nullptr;
         Viewer::getInstance()->setActivePanel(panel);
         const bool synced = below(2) != 0;
-        // One frame per chunk, so that the moments below occur. A walk ends by itself.
+        // One frame per chunk, so that the moments below occur. Only recordings of a trajectory end by themselves.
         setChunks(synced ? int(below(2)) : 0, below(3) != 0);
         if (synced)
             TrajectoryHandler::getInstance()->getTrajectoryInfo()->setPosition(0);

@@ -273,7 +273,7 @@ TEST_F(ParameterTest, BindingElsewhereClearsTheMemberBoundSoFar)
     EXPECT_EQ(Counted::alive, 0);
 }
 
-TEST_F(ParameterTest, OnlyTheSameTypeIsTaken)
+TEST_F(ParameterTest, OnlyTheSameTypeIsAccepted)
 {
     Parameter<int> number(QStringLiteral("n"), QString()), same(QStringLiteral("s"), QString());
     Parameter<bool> flag(QStringLiteral("f"), QString());

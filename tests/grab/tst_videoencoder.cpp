@@ -225,7 +225,7 @@ TEST_F(RegistryTest, RecordsOutliveTheirLibrary)
     EXPECT_EQ(description, "Raw frames");
 }
 
-TEST_F(RegistryTest, LibrariesThatDoNotRegisterStillGiveTheirRecord)
+TEST_F(RegistryTest, LibrariesThatDoNotRegisterAreStillListed)
 {
     lay("noregister");
     lay("refuses");

@@ -372,7 +372,7 @@ TEST_F(VideoOrder, TheHelperThreadLeavesAChunkBeforeItIsHandedOver)
     selectPoints(1);
     VideoHandler handler;
     Signals seen(handler);
-    // One frame of whole pages.
+    // A frame that fills a whole number of pages.
     ASSERT_TRUE(handler.startSyncedGrabbing(file("pages.raw"), 256, 256, newPanel()));
     ASSERT_TRUE(processUntil([&] { return seen.finished == 1; }));
     handler.stopGrabbing();
@@ -427,7 +427,7 @@ TEST_F(VideoOrder, RecordsAreTranslatedExceptOne)
     expectOnly("Could not make OpenGL context current!");
 }
 
-TEST_F(VideoOrder, AHandlerDestroyedInsideOfAWorkerEndsTheProcess)
+TEST_F(VideoOrder, AHandlerDestroyedInsideAWorkerEndsTheProcess)
 {
     testing::FLAGS_gtest_death_test_style = "threadsafe";
     EXPECT_DEATH(

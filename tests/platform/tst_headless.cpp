@@ -69,7 +69,7 @@ TEST(Headless, ContextsOfTheCompatibilityProfileDraw)
     EXPECT_EQ(clearedPixel(context, surface, 1, 0), qRgba(255, 0, 0, 255));
 }
 
-TEST(Headless, SurfacesOfAnyFormatGoWithAnyContext)
+TEST(Headless, SurfacesOfAnyFormatWorkWithAnyContext)
 {
     // The default format of Qt has no depth and no alpha.
     QOffscreenSurface surface;

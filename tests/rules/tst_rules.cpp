@@ -287,7 +287,7 @@ TEST(Headers, AreGuardedAndDocumented)
     }
 }
 
-TEST(Module, UsesOfTheHostOnlyWhatModulesMayUse)
+TEST(Module, UsesOnlyTheHostFunctionsThatModulesMayUse)
 {
     // By class: the allowed operations. "*" = only constructors, destructor, type information and virtual table.
     const std::vector<std::pair<std::string, std::set<std::string>>> interface = {

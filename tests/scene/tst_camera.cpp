@@ -189,7 +189,7 @@ TEST(Camera, NearPointsCoverFarPoints)
     }
 }
 
-TEST(Camera, AMatrixGivesItsCameraBack)
+TEST(Camera, ACameraIsRestoredFromItsMatrix)
 {
     for (const Camera& camera : cameras()) {
         const Matrix4 matrix = camera.scaledMatrix(Extent);

@@ -92,7 +92,7 @@ protected:
 
 } // namespace
 
-TEST_F(DeformationTest, AtRestTheShapeIsThatOfTheFile)
+TEST_F(DeformationTest, TheRestPoseHasTheShapeOfTheFile)
 {
     for (float y : {0.f, 1.f, 2.f})
         for (float x : {0.f, 1.f})

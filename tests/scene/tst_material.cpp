@@ -64,7 +64,7 @@ protected:
         model.keyRadiance = KeyStrength;
         return model;
     }
-    /// Mean difference in 255ths between a picture of the unit sphere and the model, over the pixels well inside of the
+    /// Mean difference in 255ths between a picture of the unit sphere and the model, over the pixels well inside the
     /// outline. `behind`: brightness of the background.
     static double sphereDifference(const QImage& image, const MaterialModel& model, double behind = 0)
     {
@@ -266,7 +266,7 @@ TEST_F(MaterialTest, AParallelProjectionHasParallelLinesOfSight)
     EXPECT_LT(sum / count, 1.0);
 }
 
-TEST_F(MaterialTest, WhiteInEvenLightIsWhite)
+TEST_F(MaterialTest, WhiteInUniformLightIsWhite)
 {
     const auto even = std::make_shared<const Environment>([](const auto&) {
         return Environment::Color{0.6f, 0.6f, 0.6f};

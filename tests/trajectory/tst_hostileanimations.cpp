@@ -1,4 +1,4 @@
-// Animation data that cannot be right: every file is read, with a warning of one line, or refused in one line.
+// Invalid animation data: every file is either read with a one-line warning, or refused with a one-line error.
 
 #include "scene/import/sceneimport.h"
 #include "scene/model.h"

@@ -116,7 +116,7 @@ TEST(TrajectoryReader, TumHasOneCameraPosePerLine)
     for (unsigned int r = 0; r < 4; ++r)
         for (unsigned int c = 0; c < 4; ++c)
             EXPECT_DOUBLE_EQ(still(r, c), expected[r * 4 + c]) << r << ", " << c;
-    // Half a turn about x (the quaternion is brought to length 1) looks along -z with y up: the eye's own axes.
+    // Half a turn about x (the quaternion is normalised) looks along -z with y up: the eye's own axes.
     const Matrix4& turned = list[1].at(QStringLiteral("camera"));
     for (unsigned int r = 0; r < 3; ++r) {
         for (unsigned int c = 0; c < 3; ++c)

@@ -51,10 +51,10 @@ TEST_F(WindowBadEncoders, ASlowOneIsAborted)
     ASSERT_TRUE(start("slow"));
     // It has taken one chunk and works on the next one.
     ASSERT_TRUE(processUntil([this] { return QFileInfo(file("a.slow")).size() > 0; }, 60000));
-    // Without the question of the menu, which would keep what was captured.
+    // Closed directly: the menu would ask first, and then keep the captured frames.
     auto* grid = window().getPanelGrid();
     grid->closePanel(grid->getActivePanel());
-    EXPECT_TRUE(waitForNoRuns(60000)) << "the chunk it is at, no others";
+    EXPECT_TRUE(waitForNoRuns(60000)) << "only the current chunk is finished";
     EXPECT_TRUE(log.contains("Video grabbing aborted")) << log.text();
     EXPECT_FALSE(QFile::exists(file("a.slow")));
     if (!HasFailure())

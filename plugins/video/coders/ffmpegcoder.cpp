@@ -138,7 +138,7 @@ void FFmpegCoder::configureCodec() const
     codec->framerate = AVRational{fps, 1};
     codec->gop_size = std::max(1, std::min(250, fps * KeySeconds));
     codec->sample_aspect_ratio = AVRational{1, 1};
-    // BT.709 in limited range, tagged so in stream and container; JPEG has its own.
+    // BT.709 in limited range, tagged as such in stream and container; JPEG has its own.
     codec->color_primaries = AVCOL_PRI_BT709;
     codec->color_trc = rgb ? AVCOL_TRC_IEC61966_2_1 : AVCOL_TRC_BT709;
     codec->colorspace = rgb ? AVCOL_SPC_RGB : jpeg ? AVCOL_SPC_BT470BG : AVCOL_SPC_BT709;

@@ -88,7 +88,7 @@ public:
         if (!mp_Stream)
             return QStringLiteral("there is not enough memory");
         avcodec_parameters_copy(mp_Stream->codecpar, like.codecpar);
-        // Kept where the format knows it: a codec may have several.
+        // Kept if the format supports it: a codec may have several.
         if (av_codec_get_id(mp_Context->oformat->codec_tag, like.codecpar->codec_tag) != like.codecpar->codec_id)
             mp_Stream->codecpar->codec_tag = 0;
         av_dict_copy(&mp_Stream->metadata, like.metadata, 0);

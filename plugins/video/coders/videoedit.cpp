@@ -62,7 +62,7 @@ qint64 countFrames(const Container& container, const QString& fileName, const bo
     return countPackets(fileName, stop);
 }
 
-/// Gives the new file its name if its content is right. `problem`: the problem of writing it, if any.
+/// Renames the new file to its final name if its content is correct. `problem`: why it could not be written, or empty.
 QString replace(const Container& container, const QString& temporary, const QString& fileName, qint64 frames,
                 QString problem, const bool* stop)
 {

@@ -29,11 +29,11 @@ struct CoderFunctions
                       const bool* stop);
 };
 
-/// The coders, loaded at the first call: FFmpeg brings some 180 libraries along, whose time and memory a program
-/// without a recording saves. They stay loaded until the process ends, because some of them leak memory or threads when
+/// The coders, loaded on the first call: FFmpeg brings in some 180 libraries, and a program that records nothing saves
+/// their time and memory. They stay loaded until the process ends, because some of them leak memory or threads when
 /// they are unloaded. Null when they cannot be loaded now; `error`, unless null, then gets the reason. Thread: any.
 const CoderFunctions* coderFunctions(QString* error = nullptr);
-/// The file of the coders' library. Thread: any.
+/// The path of the coder library. Thread: any.
 QString coderLibraryFile();
 /// Logs that the coders could not be loaded. Thread: any.
 void logUnloaded(const QString& error);

@@ -66,7 +66,7 @@ void readWithAssimp(ImportJob& job)
     importer.SetProgressHandler(new Progress);
     importer.SetIOHandler(new FolderAccess(job));
     // Shapes that the library generates for skeletons, cameras and lights are not part of the model. A motion capture
-    // file holds nothing but a skeleton.
+    // file contains only a skeleton.
     importer.SetPropertyBool(AI_CONFIG_IMPORT_NO_SKELETON_MESHES, job.suffix != "bvh");
     importer.SetPropertyBool(AI_CONFIG_IMPORT_COLLADA_IGNORE_UP_DIRECTION, job.keepAxes);
     constexpr unsigned int Flags = aiProcess_Triangulate | aiProcess_JoinIdenticalVertices | aiProcess_SortByPType |

@@ -35,7 +35,7 @@ private:
     void convertTextures(const aiMaterial& from, const std::string& place, stream::MaterialRecord& to);
     bool find(const aiMaterial& from, const std::vector<aiTextureType>& types, Slot& slot) const;
     DecodedImage decode(const Slot& slot, const std::string& place);
-    /// `convert`: makes the final image of the decoded one. Images are kept by name and use.
+    /// `convert`: makes the final image from the decoded one. Images are kept by name and use.
     template <typename Convert>
     stream::TextureRecord texture(const Slot& slot, const std::string& use, const std::string& place,
                                   const Convert& convert);

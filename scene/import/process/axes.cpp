@@ -8,9 +8,9 @@ namespace tov::importer {
 
 namespace {
 
-/// Formats whose readers in the library turn +Z up to +Y up in the root node.
+/// Formats that the library itself rotates from +Z up to +Y up, in the root node.
 constexpr std::array<const char*, 4> TurnedByLibrary = {"3ds", "ase", "dxf", "ifc"};
-/// Formats with +Z up that the library leaves as they are.
+/// Formats with +Z up that the library does not rotate.
 constexpr std::array<const char*, 5> UpIsZ = {"3mf", "amf", "blend", "cob", "smd"};
 
 template <std::size_t N>
@@ -55,7 +55,7 @@ ai_real fbxMetres(const aiMetadata& settings)
     return ai_real(unit * MetresPerCentimetre);
 }
 
-/// OpenGEX: +Z is up unless the file says `Metric (key = "up") {string {"y"}}`.
+/// OpenGEX: +Z is up unless the file contains `Metric (key = "up") {string {"y"}}`.
 bool isOpenGexUpY(const std::vector<std::uint8_t>& file)
 {
     constexpr std::size_t HeaderBytes = 4096;

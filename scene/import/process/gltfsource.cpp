@@ -74,7 +74,7 @@ Description findDescription(const std::vector<std::uint8_t>& bytes)
     return {HeaderBytes + ChunkHeaderBytes, size, true};
 }
 
-/// Buffers that only say how large the decompressed data would be have no data, which tinygltf refuses. They get a
+/// Buffers that only declare how large the decompressed data would be have no data, which tinygltf refuses. They get a
 /// byte.
 bool fillFallbackBuffers(json& document)
 {
@@ -155,7 +155,7 @@ tinygltf::FsCallbacks callbacksFor(const ModelFolder& folder)
     return callbacks;
 }
 
-/// Finds indices that tinygltf would truncate to 32 bits, so that they would refer to a wrong object.
+/// Finds indices that tinygltf would truncate to 32 bits, so that they would refer to the wrong object.
 struct IndexCheck : json::json_sax_t
 {
     bool number_unsigned(std::uint64_t value) override

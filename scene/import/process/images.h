@@ -36,8 +36,8 @@ struct DecodedImage
     std::uint64_t bytes() const { return std::uint64_t(4) * width * height; }
 };
 
-/// Decodes PNG, JPEG, WebP, and whatever else stb_image knows. The size in the header is checked before memory is
-/// taken. Throws `ImageError`.
+/// Decodes PNG, JPEG, WebP, and the other formats that stb_image supports. The size in the header is checked before
+/// memory is taken. Throws `ImageError`.
 DecodedImage decodeImage(const std::uint8_t* bytes, std::size_t size);
 /// Halves the sides until neither is larger than `maxSide` and the pixels take at most `maxBytes`.
 void scaleDown(DecodedImage& image, std::uint32_t maxSide, std::uint64_t maxBytes);
