@@ -349,7 +349,7 @@ bool VideoHandler::initStart(const QString& filename, int width, int height, tov
     const auto setting = [&settings](const char* key, const char* initial) {
         return settings.value(QLatin1String(key), QLatin1String(initial));
     };
-    // The products wrap around modulo 2^32, so they are computed without sign.
+    // The products wrap around modulo 2^32, so they are computed as unsigned values.
     m_ChunkSize = qint32(quint32(setting("settings/grabvideotempfilesize", "50").toInt()) * 1000000u);
     m_Fps = setting("settings/grabvideofps", "25").toInt();
     m_Bitrate = int(unsigned(setting("settings/grabvideokbps", "1200").toInt()) * 1000u);

@@ -31,8 +31,8 @@ public:
         std::size_t channels = 0;
     };
 
-    /// Collects from a tree that `SceneImport` has read; nothing of it is kept. Thread: any, nobody may change the tree
-    /// meanwhile.
+    /// Collects the information from a tree that `SceneImport` has read, and keeps no reference to it. The tree must
+    /// not change during the call. Thread: any.
     explicit ModelInfo(const SceneElement& root);
 
     QString fileName;

@@ -14,7 +14,7 @@ struct PartRecord
     qint64 frames = 0;
     qint64 bytes = 0;
     double elapsed = 0; ///< seconds that the recording took
-    QString renderer;   ///< who drew it
+    QString renderer;   ///< the OpenGL renderer that drew it
     QString host;
     QString digest; ///< SHA-256 of the files
 };

@@ -7,8 +7,8 @@
 
 namespace tov::app {
 
-/// Keeps other processes, on this and on other machines, from the same work: a lock on a file. The system releases it
-/// when the process ends in whatever way, so no lock is ever left behind. Thread: any, one at a time.
+/// A lock on a file, which keeps other processes, on this or other machines, from recording the same part. The system
+/// releases it when the process ends for any reason, so no lock is ever left behind. Thread: any, one at a time.
 class PartLock
 {
     Q_DECLARE_TR_FUNCTIONS(tov::app::PartLock)

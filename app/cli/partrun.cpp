@@ -105,7 +105,7 @@ void PartRun::warnOfShortParts()
     const double seconds = double(m_Range.getCount()) / m_Recording.fps / parts;
     if (parts > 1 && seconds < ShortestSeconds && hasBitrate(m_Recording.ending))
         m_Reporter.warning(
-            tr("parts of %1 s are short: below %2 s a part, %3 videos exceed the bit rate")
+            tr("parts of %1 s are short: below %2 s per part, %3 videos exceed the bit rate")
                 .arg(QString::number(seconds, 'g', 3), QString::number(ShortestSeconds), m_Recording.ending));
 }
 
@@ -173,7 +173,7 @@ bool PartRun::record(int part, const QString& name)
     return true;
 }
 
-/// Makes sure that a part is done, by recording it if need be.
+/// Makes sure that a part is done; records it if necessary.
 PartRun::Result PartRun::finishPart(int part)
 {
     const auto isDone = [&] {

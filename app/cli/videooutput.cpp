@@ -47,7 +47,7 @@ bool VideoOutput::checkStream(const QString& ending, QString* error)
 {
     if (ending != QLatin1String("frames"))
         return true;
-    *error = tr("frames are many files, which cannot go into one stream; use another format");
+    *error = tr("frames are many files, which cannot be written to one stream; use another format");
     return false;
 }
 

@@ -1398,7 +1398,7 @@
         <translation>„%1“ hat %2 Bilder und lässt sich deshalb nicht in %3 Teilen erzeugen</translation>
     </message>
     <message>
-        <source>parts of %1 s are short: below %2 s a part, %3 videos exceed the bit rate</source>
+        <source>parts of %1 s are short: below %2 s per part, %3 videos exceed the bit rate</source>
         <translation>Teile von %1 s sind kurz: Unter %2 s je Teil überschreiten %3-Videos die Bitrate</translation>
     </message>
     <message>
@@ -1581,7 +1581,7 @@
 <context>
     <name>tov::app::VideoOutput</name>
     <message>
-        <source>frames are many files, which cannot go into one stream; use another format</source>
+        <source>frames are many files, which cannot be written to one stream; use another format</source>
         <translation>„frames“ sind viele Dateien, die nicht in einen Datenstrom passen; ein anderes Format wählen</translation>
     </message>
     <message>

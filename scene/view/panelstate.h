@@ -37,7 +37,7 @@ struct PanelState
     std::optional<tov::math::Matrix4> exactMatrix; ///< guarded by mutex; set by callers, replaces the camera
     tov::scene::SceneExtent extent;                ///< guarded by mutex; of the scene
     tov::math::Matrix4 matrix = tov::math::Matrix4::identity(); ///< guarded by mutex; made from the values above
-    double projectionFactor = 1; ///< guarded by mutex; on x and y of the matrix for callers
+    double projectionFactor = 1; ///< guarded by mutex; scales x and y of the matrix that callers get
 
     /// The matrix for the panel's own projection.
     tov::math::Matrix4 ownMatrix() const

@@ -41,7 +41,7 @@ public:
     /// Largest edge of a texture or framebuffer in pixels; 0 before `initialize`. Thread: application.
     int getMaxTextureSize() const;
 
-    /// All living panels, in order of creation. Thread: application.
+    /// All existing panels, in order of creation. Thread: application.
     std::vector<tov::gui::ScenePanel*> getPanels() const;
     /// The panel that commands use; null when there is none. Thread: application.
     tov::gui::ScenePanel* getActivePanel() const;

@@ -107,7 +107,7 @@ TEST_F(CliTest, AScriptIsJudgedByItsFiles)
     EXPECT_TRUE(full.err.contains(QStringLiteral("full.ppm"))) << full.err.toStdString();
 }
 
-TEST_F(CliTest, ClosedAndFullOutputsAreNoCrash)
+TEST_F(CliTest, ClosedAndFullOutputsDoNotCrash)
 {
     EXPECT_NE(run({}, "exec \"$0\" commands >/dev/full").status, 0);
     run({}, "exec \"$0\" --help >&-");

@@ -188,7 +188,7 @@ TEST_F(CliTest, AKilledOrFailedRunLeavesTheOlderFile)
     EXPECT_EQ(runs, untouched);
 }
 
-TEST_F(CliTest, TheLongestKnownEndingIsTheFormat)
+TEST_F(CliTest, TheLongestKnownExtensionSelectsTheFormat)
 {
     runWell(QStringList{"video", Cube, "-o", "shot.v2.mp4", "--turntable", "2"} + Small);
     EXPECT_EQ(probe("shot.v2.mp4", "codec_name"), "h264");

@@ -13,7 +13,7 @@ namespace {
 
 /// The test that shows what an option does: "Suite.Test" in this folder, or a file below tests/.
 const std::map<QString, QString> Effects = {
-    {"output", "CliTest.TheLongestKnownEndingIsTheFormat"},
+    {"output", "CliTest.TheLongestKnownExtensionSelectsTheFormat"},
     {"format", "OutputTest.AStreamHoldsTheFramesOfTheFile"},
     {"no-clobber", "CliTest.ExistingFilesAreSkippedOrRefused"},
     {"skip-existing", "CliTest.ExistingFilesAreSkippedOrRefused"},
@@ -69,7 +69,7 @@ const std::map<QString, QString> Effects = {
     {"each", "CliTest.EachViewAndModelGivesAResult"},
     {"jobs", "CliTest.AJobListGivesAResultPerLine"},
     {"max-memory", "CliTest.APictureThatDoesNotFitIntoMemoryIsRefused"},
-    {"command", "OptionUse.CommandsAreRunInTheirOrder"},
+    {"command", "OptionUse.CommandsRunInOrder"},
     {"check", "OptionUse.AnEncoderIsCheckedInsteadOfListed"},
     {"settings", "CliTest.TheSettingsOfTheUserStayAsTheyAre"},
     {"safe-mode", "faults/pluginfolder.py"},
@@ -188,7 +188,7 @@ TEST_F(OptionUse, PartsAreRecordedKeptAndJoined)
     EXPECT_FALSE(QFileInfo::exists(path("a.mkv.parts")));
 }
 
-TEST_F(OptionUse, CommandsAreRunInTheirOrder)
+TEST_F(OptionUse, CommandsRunInOrder)
 {
     runWell({"run", Cube, "-c", "grabimage a.png 40", "-c", "grabimage a.png 80"});
     EXPECT_EQ(QImage(path("a.png")).width(), 80);

@@ -193,7 +193,7 @@ TEST_F(MotionTest, PathsPassThroughTheViewsOfTheirFile)
     EXPECT_EQ(largestDifference(frames[0], picture({Crane, "--position", "0,4,20", "--target", "0,3,0"})), 0);
 }
 
-TEST_F(MotionTest, FilesOfPosesPlayInTheirOwnTime)
+TEST_F(MotionTest, FilesOfPosesPlayAtTheirOwnSpeed)
 {
     // A camera that stands still for a second, then moves within a tenth of a second.
     write("late.tum", "0 0 0 -20 0 0 0 1\n1 0 0 -20 0 0 0 1\n1.1 4 0 -20 0 0 0 1\n2 4 0 -20 0 0 0 1\n");

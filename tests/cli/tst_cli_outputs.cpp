@@ -45,7 +45,7 @@ TEST_F(OutputTest, AStreamHoldsTheFramesOfTheFile)
                   "frames are many files");
 }
 
-TEST_F(OutputTest, AStreamThatNobodyTakesIsAFailure)
+TEST_F(OutputTest, AStreamThatNobodyReadsIsAFailure)
 {
     const Result full =
         run({}, ("\"$0\" video " + Cube + " --turntable 5 --size 64x48 -o - --format mkv > /dev/full").toUtf8());
@@ -101,7 +101,7 @@ TEST_F(OutputTest, TheSettingsOfAJobEndWithIt)
     EXPECT_EQ(probe("b.mkv", "nb_read_frames"), "10");
 }
 
-TEST_F(OutputTest, SettingsThatAreNoNumbersAreReported)
+TEST_F(OutputTest, SettingsThatAreNotNumbersAreReported)
 {
     write("settings.ini", "[settings]\ngrabvideofps=abc\n");
     const QStringList line = QStringList{"video", Cube, "-o", "a.mkv", "--turntable", "4"} + Small;

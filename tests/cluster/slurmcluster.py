@@ -57,7 +57,7 @@ def missing():
 
 
 def die_with_parent():
-    """Lets the system end the calling process when the test ends, in whatever way."""
+    """Makes the system end the calling process when the test ends for any reason."""
     PR_SET_PDEATHSIG = 1
     ctypes.CDLL(None).prctl(PR_SET_PDEATHSIG, signal.SIGKILL)
 

@@ -167,7 +167,7 @@ TEST_F(PartFaults, PartsOfDifferentRenderersAreJoinedWithAWarning)
     EXPECT_TRUE(result.err.contains("another one: parts 2")) << result.err.toStdString();
 }
 
-TEST_F(PartFaults, FoldersThatCannotBeWrittenAreOneLine)
+TEST_F(PartFaults, FoldersThatCannotBeWrittenAreReportedInOneLine)
 {
     write("f.lossless.mkv.parts", "a file");
     expectFailure(run(call({"--part", "1/2", "-q"})), 1,

@@ -78,7 +78,7 @@ TEST(PartPlan, EveryPositionBelongsToOnePartAndPartsAreEqual)
     EXPECT_EQ(third.count, 12);
 }
 
-TEST(PartPlan, TheTimeLeftIsThatOfTheProcessesAtWork)
+TEST(PartPlan, TheTimeLeftDependsOnTheRunningProcesses)
 {
     EXPECT_EQ(estimateSecondsLeft(2, 0, 0, 0), 0);
     EXPECT_EQ(estimateSecondsLeft(2, 30, 0, 0), 60) << "one process will record them";
@@ -190,7 +190,7 @@ TEST_F(PartFolderTest, OnlyWhatBelongsToTheRecordingIsRemoved)
     EXPECT_FALSE(QFileInfo::exists(parts.path()));
 }
 
-TEST_F(PartFolderTest, AFolderThatCannotBeMadeIsOneLine)
+TEST_F(PartFolderTest, AFolderThatCannotBeMadeIsReportedInOneLine)
 {
     write(path("taken.mp4.parts"), "a file");
     EXPECT_FALSE(PartFolder(path("taken.mp4"), "mp4", "0123abcd", 4).create(&error));
@@ -245,7 +245,7 @@ TEST_F(PartFolderTest, ALockEndsWithItsProcessHoweverItEnds)
     close(ready[1]);
 }
 
-TEST_F(PartFolderTest, AFolderThatIsMissingIsOneLine)
+TEST_F(PartFolderTest, AMissingFolderIsReportedInOneLine)
 {
     PartLock lock;
     EXPECT_EQ(lock.acquire(path("absent/1.lock"), &error), PartLock::Result::Failed);

@@ -115,7 +115,7 @@ TEST_F(FramesTest, PicturesThatALongerRecordingLeftAreRemovedAtTheEnd)
     }
 }
 
-TEST_F(FramesTest, APictureThatCannotBeWrittenLeavesNothingOfItsName)
+TEST_F(FramesTest, APictureThatCannotBeWrittenLeavesNoFile)
 {
     // A folder that is not empty cannot be replaced by a picture.
     ASSERT_TRUE(QDir(folder.path()).mkpath(QStringLiteral("a.00002.png/inside")));

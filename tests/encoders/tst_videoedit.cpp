@@ -377,7 +377,7 @@ TEST_F(VideoEdit, PartsOfOtherSettingsAreRefused)
     }
 }
 
-TEST_F(VideoEdit, HevcInMp4HasTheTagThatEveryPlayerKnows)
+TEST_F(VideoEdit, HevcInMp4HasTheTagThatEveryPlayerSupports)
 {
     const QString file = path(QStringLiteral("a.hevc.mp4"));
     ASSERT_NO_FATAL_FAILURE(record(file, 0, 5));

@@ -635,7 +635,7 @@ TEST_F(ModelFaults, TreesAMillionDeep)
     print("deep");
 }
 
-TEST_F(ModelFaults, NothingOutsideOfTheFolderIsRead)
+TEST_F(ModelFaults, NothingOutsideTheFolderIsRead)
 {
     QDir(folder.path()).mkdir(QStringLiteral("model"));
     write(QStringLiteral("secret.bin"), Triangle);
@@ -727,7 +727,7 @@ QByteArray texturedGltf(const QByteArray& material, const QByteArray& image)
 
 } // namespace
 
-TEST_F(ModelFaults, ImagesThatCannotBeReadCostOneWarning)
+TEST_F(ModelFaults, UnreadableImagesGiveOneWarning)
 {
     const QByteArray material = R"({"pbrMetallicRoughness":{"baseColorTexture":{"index":0}}})";
     const std::map<QString, QByteArray> images{{"none.png", pngHeader(0, 0)},
@@ -754,7 +754,7 @@ TEST_F(ModelFaults, ImagesThatCannotBeReadCostOneWarning)
     }
 }
 
-TEST_F(ModelFaults, CutImagesInsideAModelCostOneWarning)
+TEST_F(ModelFaults, TruncatedImagesInAModelGiveOneWarning)
 {
     const QByteArray material = R"({"pbrMetallicRoughness":{"baseColorTexture":{"index":0}}})";
     const std::map<QByteArray, QString> images{
@@ -860,7 +860,7 @@ TEST_F(ModelFaults, TextInUtf16IsReadOrRefused)
     print("UTF-16");
 }
 
-TEST_F(ModelFaults, NumbersOfMaterialsAreBroughtIntoRange)
+TEST_F(ModelFaults, MaterialValuesAreBroughtIntoRange)
 {
     const QByteArray material =
         R"({"pbrMetallicRoughness":{"baseColorFactor":[1e999,-1,2,1e39],"metallicFactor":7,"roughnessFactor":-3},)"
@@ -879,7 +879,7 @@ TEST_F(ModelFaults, NumbersOfMaterialsAreBroughtIntoRange)
         << last.toStdString();
 }
 
-TEST_F(ModelFaults, AnimationsThatAreWrongCostOneWarning)
+TEST_F(ModelFaults, InvalidAnimationsGiveOneWarning)
 {
     // Times: not in order, not numbers; joints and nodes in a cycle.
     const auto animated = [this](const QByteArray& times, const QByteArray& nodes) {

@@ -156,7 +156,7 @@ TEST_F(GrabVideoTest, DescribesItself)
     EXPECT_TRUE(set->at(0)->getParameterPanelFactory());
 }
 
-TEST_F(GrabVideoTest, TheMetaObjectKnowsBothBases)
+TEST_F(GrabVideoTest, TheMetaObjectHasBothBases)
 {
     const QMetaObject& meta = GrabVideo::staticMetaObject;
     EXPECT_STREQ(meta.className(), "tov::commands::grab::GrabVideo");

@@ -476,7 +476,7 @@ TEST_F(VideoHandlerTest, SignalsComeFromTheCaptureThread)
     ASSERT_TRUE(handler.startSyncedGrabbing(file("thread.raw"), 32, 24, newPanel()));
     ASSERT_TRUE(processUntil([&] { return seen.finished == 1; }));
     EXPECT_NE(seen.finishedOn, QThread::currentThread());
-    // The last chunk has been handed over before.
+    // The last chunk has already been handed over.
     EXPECT_EQ(m_Journal.callsSeen().front(), "init");
     handler.stopGrabbing();
 }

@@ -140,7 +140,7 @@ TEST_F(VideoChunks, BufferMemoryCountsAsFree)
     EXPECT_TRUE(record(1, 32, 16).at(0).isBuffer);
 }
 
-TEST_F(VideoChunks, TooLittleFreeAndBufferMemoryGivesFiles)
+TEST_F(VideoChunks, ChunksAreFilesWithTooLittleFreeAndBufferMemory)
 {
     faults::freePages = 6000;
     faults::bufferPages = 50000000 / 4096 - 6000;
@@ -155,7 +155,7 @@ TEST_F(VideoChunks, MemoryIsUsedWhereItIsAllowedAndEnough)
     EXPECT_TRUE(chunks[0].isBuffer);
 }
 
-TEST_F(VideoChunks, TooLittleMemoryGivesFiles)
+TEST_F(VideoChunks, ChunksAreFilesWithTooLittleMemory)
 {
     faults::freePages = 50000000 / 4096; // just below the limit of 50 MB
     const auto chunks = record(2, 32, 16);
@@ -172,14 +172,14 @@ TEST_F(VideoChunks, FreeMemoryThatIsExactlyTheLimitIsNotEnough)
     EXPECT_FALSE(record(1, 32, 16).at(0).isBuffer);
 }
 
-TEST_F(VideoChunks, MemorySwitchedOffGivesFilesWhateverIsFree)
+TEST_F(VideoChunks, ChunksAreFilesWhenMemoryIsSwitchedOff)
 {
     setChunks(50, false);
     faults::freePages = 100000000;
     EXPECT_FALSE(record(2, 32, 16).at(0).isBuffer);
 }
 
-TEST_F(VideoChunks, AFailingSysinfoGivesFilesWithoutARecord)
+TEST_F(VideoChunks, ChunksAreFilesWhenSysinfoFailsAndNothingIsLogged)
 {
     faults::sysinfoFails = true;
     m_Log.clear();

@@ -139,7 +139,7 @@ TEST_F(Png, PaletteKeepsItsColoursAndTransparency)
     check(file);
 }
 
-TEST_F(Png, QualityAndCompressionAreUnderstood)
+TEST_F(Png, QualityAndCompressionAreSupported)
 {
     const QImage image = drawing(500, 400);
     const auto sizeWith = [&](auto set) {

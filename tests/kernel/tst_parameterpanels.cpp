@@ -45,7 +45,7 @@ struct FileEditor
 
 } // namespace
 
-TEST(FileParameterPanel, NamesNeedAnEndingOfTheDialog)
+TEST(FileParameterPanel, NamesNeedAnExtensionOfTheDialog)
 {
     FileEditor editor({"Film (old) (*.mp4)", "Film, fine (*.hq.mp4)", "Pictures (*.JPG *.jpeg)"},
                       QStringLiteral("mp4"));
@@ -56,7 +56,7 @@ TEST(FileParameterPanel, NamesNeedAnEndingOfTheDialog)
     EXPECT_EQ(editor.panel->getProblem(), "The ending selects the format, for instance .mp4.");
 }
 
-TEST(FileParameterPanel, WithoutADefaultTheExampleIsTheFirstEnding)
+TEST(FileParameterPanel, WithoutADefaultTheExampleIsTheFirstExtension)
 {
     FileEditor editor({"Old films (*.avi)", "Raw (*.raw)"});
     EXPECT_FALSE(editor.takes(QStringLiteral("a")));

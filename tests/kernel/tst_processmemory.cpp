@@ -9,7 +9,7 @@ namespace {
 constexpr int Bytes = 200000000;
 constexpr qint64 Tolerance = 20000000;
 
-TEST(ProcessMemory, FollowsWhatIsAllocatedAndFreed)
+TEST(ProcessMemory, FollowsAllocationsAndReleases)
 {
     const qint64 process = tov::util::processMemory(), allocated = tov::util::allocatedMemory();
     EXPECT_GT(process, 0);

@@ -121,7 +121,7 @@ TEST(Headless, WidgetsCanBeMade)
     EXPECT_EQ(slider.maximum(), 5);
 }
 
-TEST(Headless, AWrongChoiceIsOneLine)
+TEST(Headless, AWrongChoiceIsReportedInOneLine)
 {
     QProcess process;
     auto environment = QProcessEnvironment::systemEnvironment();

@@ -192,7 +192,7 @@ TEST_F(DrawingTest, GlassWithinGlassShowsFourSides)
     }
 }
 
-TEST_F(DrawingTest, EveryLookShowsSomethingOfItsOwn)
+TEST_F(DrawingTest, EveryLookDrawsADifferentPicture)
 {
     std::vector<int> counts;
     for (const auto show : {SceneLook::Show::Surface, SceneLook::Show::SurfaceWithEdges, SceneLook::Show::Wireframe,
@@ -256,7 +256,7 @@ TEST_F(DrawingTest, ManySmallPartsLookAsTheyDoAlone)
     }
 }
 
-TEST_F(DrawingTest, FarFromTheOriginShapesStayAsTheyAre)
+TEST_F(DrawingTest, ShapesFarFromTheOriginDoNotChange)
 {
     setLight(SceneLook::Light::Studio);
     const QImage near = flat(rootOf({element(sphere(32), Material())}));
@@ -267,7 +267,7 @@ TEST_F(DrawingTest, FarFromTheOriginShapesStayAsTheyAre)
     EXPECT_EQ(near, far);
 }
 
-TEST_F(DrawingTest, SelfIntersectingMeshesLookAsTheirTrianglesDo)
+TEST_F(DrawingTest, SelfIntersectingMeshesLookLikeTheirTriangles)
 {
     setLight(SceneLook::Light::Headlight);
     std::mt19937 random(3);

@@ -53,7 +53,7 @@ TEST_F(EnvironmentTest, ACompletePictureIsRead)
     EXPECT_EQ(problemOf(header(4, 2) + QByteArray(4 * 4 * 2, char(128))), QString()) << "rows without runs";
 }
 
-TEST_F(EnvironmentTest, EvenLightStaysEvenAtEveryRoughness)
+TEST_F(EnvironmentTest, UniformLightStaysUniformAtEveryRoughness)
 {
     const QString name = folder.filePath(QStringLiteral("even.hdr"));
     QFile file(name);

@@ -344,7 +344,7 @@ TEST_F(MaterialTest, NormalMapsTurnTheNormal)
         }
 }
 
-TEST_F(MaterialTest, MirroredElementsAreLitAsTheyStand)
+TEST_F(MaterialTest, MirroredElementsAreLitFromTheRightSide)
 {
     setLight(SceneLook::Light::Studio);
     Material material = materialOf(0, 0.6f, {0.8f, 0.8f, 0.8f, 1});

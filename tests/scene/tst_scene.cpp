@@ -103,7 +103,7 @@ TEST(Locks, ServeInTheOrderOfRequests)
     EXPECT_EQ(orderOfTurns(*tov::scene::_GlobalContext()), fair) << "the shared context";
 }
 
-TEST_F(SceneTest, TheGlobalSceneIsOne)
+TEST_F(SceneTest, ThereIsOneGlobalScene)
 {
     EXPECT_EQ(_GlobalScene().get(), Viewer::getInstance()->getGlobalScene().get());
     EXPECT_TRUE(_GlobalContext()->glContext());

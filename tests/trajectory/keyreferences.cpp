@@ -203,7 +203,7 @@ PoseReference xReference(const QString& fileName, double ticksPerSecond)
                 XKeys tracks = moved.at(frame);
                 const auto &r = tracks[0][tick], &s = tracks[1][tick], &t = tracks[2][tick];
                 world.translate(t[0], t[1], t[2]);
-                // Rotations of the format turn row vectors.
+                // The rotations of the format apply to row vectors.
                 world.rotate(QQuaternion(-r[0], r[1], r[2], r[3]).normalized());
                 world.scale(s[0], s[1], s[2]);
             }

@@ -125,10 +125,10 @@ TEST_F(HostileAnimations, TimesThatCannotBePlayedAreLeftOutOrRefused)
     EXPECT_EQ(clipsThatPlay(skinnedTriangle({0, std::numeric_limits<float>::infinity(), 2})), 0);
     EXPECT_EQ(clipsThatPlay(skinnedTriangle({2, 0, 1})), 0);
     EXPECT_EQ(clipsThatPlay(skinnedTriangle({0, 1, 1e12f})), 0) << "more frames than a recording may have";
-    EXPECT_EQ(clipsThatPlay(skinnedTriangle({0, 0, 0})), 1) << "a clip without length is one frame";
+    EXPECT_EQ(clipsThatPlay(skinnedTriangle({0, 0, 0})), 1) << "a clip of length 0 is one frame";
 }
 
-TEST_F(HostileAnimations, NumbersOfKeysBeyondTheFileAreLeftOut)
+TEST_F(HostileAnimations, AnimationsWithMoreKeysThanTheFileHoldsAreLeftOut)
 {
     QJsonObject root = skinnedTriangle({0, 1, 2});
     for (const int accessor : {3, 4})

@@ -402,7 +402,7 @@ TEST_F(MotionTest, ThePathIsALineWithACameraAtEachView)
     }
 }
 
-TEST_F(MotionTest, PathFramesReachFromTheFirstViewToTheLast)
+TEST_F(MotionTest, PathFramesStartAtTheFirstViewAndEndAtTheLast)
 {
     const CameraPath path = fiveViews();
     const auto motion = PathMotion::create(path, 30, 0, nullptr);
@@ -532,7 +532,7 @@ TEST_F(MotionTest, HostileAnimationsAreRefusedInOneLine)
     EXPECT_EQ(motion->timeAt(0), 0);
 }
 
-TEST_F(MotionTest, FilesPlayInTheirOwnTime)
+TEST_F(MotionTest, FilesPlayAtTheirOwnSpeed)
 {
     TimedPoints points;
     QString error;

@@ -164,7 +164,7 @@ TEST_F(WindowCapture, AWrongNameKeepsThePictureDialogOpen)
     });
 }
 
-TEST_F(WindowCapture, TheBackgroundIsTakenOutOfBlendedPixels)
+TEST_F(WindowCapture, TheBackgroundIsRemovedFromBlendedPixels)
 {
     const QColor background(200, 100, 50);
     QImage picture(3, 1, QImage::Format_ARGB32);

@@ -194,7 +194,7 @@ TEST_F(WindowOpen, AModelOpensAtTheFirstPositionOfItsTrajectory)
     }
 }
 
-TEST_F(WindowOpen, ASmallPictureShowsTheFilesOwnModelAndIsNoRun)
+TEST_F(WindowOpen, ASmallPictureShowsTheFilesOwnModelAndIsNotARun)
 {
     openSample("crane.obj");
     const QImage crane(tov::viewer::RecentFiles::getThumbnailFile(sample("crane.obj")));

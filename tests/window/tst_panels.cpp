@@ -302,7 +302,7 @@ TEST_F(WindowPanels, AFittedViewStaysFittedWhenItsSizeChanges)
     EXPECT_TRUE(same(moved, panel()->getScaledTransformMatrix()));
 }
 
-TEST_F(WindowPanels, NewViewsShowOtherSidesAndComeBackAsTheyWere)
+TEST_F(WindowPanels, NewViewsShowOtherSidesAndAreRestored)
 {
     openSample();
     menuAction("View", "4 views")->trigger();
@@ -411,7 +411,7 @@ TEST_F(WindowPanels, CameraMovementsAreUndoneAndRedone)
     EXPECT_TRUE(history->canRedo(panel()));
 }
 
-TEST_F(WindowPanels, BookmarksBringAViewBack)
+TEST_F(WindowPanels, BookmarksRestoreAView)
 {
     openSample();
     QTest::keyClick(panel(), Qt::Key_B, Qt::ControlModifier);

@@ -178,7 +178,7 @@ TEST_F(WindowRecordings, ReducingTheViewsAsksAboutARecordedOneToo)
     EXPECT_GT(countFrames(file("second.mp4")), 5);
 }
 
-TEST_F(WindowRecordings, APanelThatDiesAbortsItsRecordingAndLeavesNoFile)
+TEST_F(WindowRecordings, APanelThatIsDestroyedAbortsItsRecordingAndLeavesNoFile)
 {
     openSample();
     menuAction("View", "2 views")->trigger();
