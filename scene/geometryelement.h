@@ -69,7 +69,7 @@ public:
 
     /// Takes over the data. Counts must match; optional arrays of another length are ignored. Thread: any.
     GeometryElement(const QString& name, Geometry geometry);
-    /// Leaves the OpenGL buffers to be freed by the next drawing. Thread: any.
+    /// Marks the OpenGL buffers, which the next drawing frees. Thread: any.
     ~GeometryElement() override;
 
     /// Surfaces, lines or points.
@@ -108,11 +108,11 @@ public:
     float getOpacity() const { return m_Opacity; }
     /// Sets the factor of the material's alpha, from 0 to 1.
     void setOpacity(float opacity);
-    /// Whether anything can be seen through it: the material blends, or the opacity is below 1.
+    /// Whether it can be seen through: the material blends, or the opacity is below 1.
     bool isTransparent() const;
-    /// Lets `change` write new positions and normals; the number of vertices stays. Boxes follow.
+    /// Lets `change` write new positions and normals; the number of vertices must not change. The boxes are updated.
     void changeVertices(const std::function<void(std::vector<Vertex>&)>& change);
-    /// The same with the tangents (`getTangents`), whose number stays, too.
+    /// The same with the tangents (`getTangents`), whose number does not change either.
     void changeVertices(const std::function<void(std::vector<Vertex>&, std::vector<float>&)>& change);
     /// Counts the calls of `changeVertices`.
     unsigned int getRevision() const { return m_Revision; }

@@ -16,7 +16,7 @@ struct Background
 {
     enum class Kind
     {
-        Default, ///< transparent where the format has transparency, else the background of the settings
+        Default, ///< transparent where the format has transparency, otherwise the background from the settings
         Transparent,
         Plain,
         Gradient, ///< from `top` to `bottom`

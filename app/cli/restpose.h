@@ -18,7 +18,7 @@ class RestPose
 public:
     /// Takes the scene as it is now.
     void capture();
-    /// Puts everything back, and forgets it.
+    /// Restores the captured state, and discards it.
     void restore();
 
 private:

@@ -260,7 +260,7 @@ bool makeSharedVideo(Session& session, const VideoJob& job)
     recording.record = [&](const QString& fileName) { return recordScene(session, job, fileName); };
     recording.findKey = [&](QString* error) { return partKey(request, facts, error); };
     QString error;
-    // Before the files are read: if one of them is changed later, the key changes, too.
+    // Before the files are read: if one of them is changed later, the key changes as well.
     recording.key = recording.findKey(&error);
     if (recording.key.isEmpty())
         return session.getReporter().fail(error);

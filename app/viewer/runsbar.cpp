@@ -20,7 +20,7 @@ namespace {
 constexpr int ShowAfterMs = 200;
 constexpr qint64 StopPatienceMs = 10000;
 
-/// Description of a run: its output file, else the command's status text.
+/// Description of a run: its output file, or else the command's status text.
 QString describe(const tov::main::CommandRun& run)
 {
     const QString fileName = QFileInfo(run.getArgument(QStringLiteral("filename"))).fileName();

@@ -9,7 +9,7 @@ namespace tov::scene {
 enum ShaderFeature : unsigned int
 {
     ShaderLit = 1u << 0,          ///< lit by the environment and the key light; else see `ShaderHeadlight`
-    ShaderHeadlight = 1u << 1,    ///< lit by one light at the camera; else the base colour as it is
+    ShaderHeadlight = 1u << 1,    ///< lit by one light at the camera; otherwise the plain base colour
     ShaderVertexColors = 1u << 2, ///< vertex colours that are not all white
     ShaderBaseTexture = 1u << 3,
     ShaderSurfaceTexture = 1u << 4, ///< metallic and roughness

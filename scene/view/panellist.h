@@ -12,7 +12,7 @@ class ScenePanel;
 
 namespace tov::scene {
 
-/// The existing panels, and the active one. Panels enter and leave the list themselves.
+/// The existing panels, and the active one. Panels add and remove themselves.
 class PanelList
 {
 public:

@@ -198,7 +198,7 @@ TEST_F(PartVideos, AnyNumberOfPartsUpToTheNumberOfFramesIsRight)
 
 TEST_F(PartVideos, PartsOfMachinesWithDifferentProcessorsCanBeJoined)
 {
-    // Encoders choose their threads by the processors, more so for large pictures.
+    // Encoders choose the number of threads by the number of processors, especially for large pictures.
     variables[QStringLiteral("LD_PRELOAD")] = QStringLiteral(TOV_BINARY_DIR "/tests/libcpucount.so");
     for (const char* ending : {"hevc.mp4", "mp4"}) {
         const QStringList call{"video",   Crane,    "--turntable",

@@ -176,7 +176,7 @@ class Again(Job):
         outputs = [f'{folder}/{name}.{self.suffix}' for name in ('one', 'two', 'three')]
         texts = [f'grabimage filename="{output}" width=300' if self.suffix == 'png' else
                  f'grabvideo filename="{output}" width=64 height=48 sync=1' for output in outputs]
-        # A trajectory, because each recording starts at the same view then.
+        # With a trajectory, each recording starts at the same view.
         with open(os.path.dirname(loop.model) + '/flight.tum', encoding='ascii') as flight, \
                 open(folder + '/path.tum', 'w', encoding='ascii') as path:
             path.writelines(flight.readlines()[:2 + FRAMES])

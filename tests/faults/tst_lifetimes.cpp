@@ -261,7 +261,7 @@ protected:
             EXPECT_TRUE(Gate::isReached()) << "the moment did not occur";
         }
         ASSERT_NO_FATAL_FAILURE(end(run, panel, ending, moment.inFrame));
-        // A started recording that is stopped has forgotten its panel.
+        // A started recording that has been stopped no longer refers to its panel.
         check(name, ending != Stop && !(moment.call && ending == StopThenClose));
     }
     /// Takes a picture of at least two tiles and closes its panel at the n-th of these calls.

@@ -121,7 +121,7 @@ TEST_F(SaveImageOrder, AFinishedPictureIsTornDownInOrder)
 TEST_F(SaveImageOrder, APictureThatCannotBindIsTornDownInOrder)
 {
     shimHooks().onCall = noteCall;
-    // The second size cannot be bound; see how often Qt checks the first one.
+    // The second size must be the one that cannot be bound, so count how often Qt checks the first one.
     shim<int>("shimChecks") = 0;
     rendered(512, 512);
     shim<int>("shimIncompleteAfter") = shim<int>("shimChecks");

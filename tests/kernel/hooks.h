@@ -20,7 +20,7 @@ struct LockHook
     std::function<void()> before;  ///< before every lock; may be empty
     std::function<void()> blocked; ///< when the mutex is locked already, before the thread waits for it; may be empty
 };
-/// Null = none. Locks taken by the hook itself call nothing.
+/// Null = none. Locks taken by the hook itself do not call it.
 extern thread_local LockHook* lockHook;
 
 /// Called instead of `QThread::start`, on the thread that calls it; `start` is the real one. Empty = none.

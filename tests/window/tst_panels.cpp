@@ -363,7 +363,7 @@ TEST_F(WindowPanels, AClickOnTheSliderJumpsAndAKeyStepsByOne)
     EXPECT_NEAR(double(handler->getPosition()), (handler->getCount() - 1) / 2.0, handler->getCount() / 20.0 + 1);
 }
 
-TEST_F(WindowPanels, FullScreenShowsTheViewAlone)
+TEST_F(WindowPanels, FullScreenShowsOnlyTheView)
 {
     openSample();
     QAction* full = menuAction("View", "Full screen");

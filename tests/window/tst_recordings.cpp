@@ -302,7 +302,7 @@ TEST_F(WindowRecordings, AMissingHeightFollowsFromTheView)
     ASSERT_TRUE(waitForNoRuns());
 }
 
-TEST_F(WindowRecordings, ATrajectoryJustOpenedIsWhatTheDialogRecords)
+TEST_F(WindowRecordings, TheDialogRecordsATrajectoryThatWasJustOpened)
 {
     openSample();
     tovSettings().setValue("dialogs/grabvideo/sync", "0");

@@ -11,7 +11,7 @@ namespace tov::plugins::video {
 
 /// Rewrites the times of a finished file without encoding it again: the frames stay as they are. The file is replaced
 /// once the new one is complete and verified. Returns the problem, empty if there was none. `stop` (reached through
-/// std::atomic_ref, may be null) ends the work early, which is a problem, too. Thread: any.
+/// std::atomic_ref, may be null) ends the work early, which also counts as a failure. Thread: any.
 QString retimeFile(const QString& fileName, const Timing& timing, const bool* stop);
 
 /// Joins recordings of equal format, size and rate into `output`, without encoding them again. `counts`: how many

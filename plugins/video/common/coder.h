@@ -15,7 +15,7 @@ struct CoderJob
     const bool* aborted; ///< the encoder's; reached through std::atomic_ref
 };
 
-/// Encodes one recording. Implemented in the coders' library, which brings FFmpeg along and is loaded when a recording
+/// Encodes one recording. Implemented in the coder library, which links to FFmpeg and is loaded when a recording
 /// begins. When the output cannot be written, or memory runs out, the problem is logged once, later frames are dropped,
 /// and what was written stays playable. Nothing throws.
 class Coder

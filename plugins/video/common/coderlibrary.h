@@ -7,7 +7,7 @@
 
 namespace tov::plugins::video {
 
-/// The interface of the coders' library: this structure, exported under a name whose number changes with the structure
+/// The interface of the coder library: this structure, exported under a name whose number changes with the structure
 /// and the types in it, so that a program that is replaced while it runs does not use a library of another version.
 constexpr char CoderFunctionsName[] = "tovCoderFunctions2";
 struct CoderFunctions

@@ -8,7 +8,7 @@
 
 namespace tov::plugins::video {
 
-/// The encoder of every format of ours. Its coder is in the coders' library, which is loaded while the first chunk is
+/// The encoder of all our formats. Its coder is in the coder library, which is loaded while the first chunk is
 /// captured.
 class LazyEncoder : public tov::grab::video::Encoder
 {

@@ -70,7 +70,7 @@ bool limit(int what, rlim_t most)
 
 bool enterSandbox(std::uint64_t memoryBytes, std::uint64_t seconds)
 {
-    // Nobody waits for the result once the program is gone.
+    // Once the program has ended, nothing waits for the result.
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     signal(SIGPIPE, SIG_IGN);
     signal(SIGXFSZ, SIG_IGN);

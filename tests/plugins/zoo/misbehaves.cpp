@@ -1,4 +1,4 @@
-// Encoders that each do one thing wrong, chosen by the file ending.
+// Encoders that each do one thing wrong, chosen by the file extension.
 
 #include "grab/video/encoder.h"
 #include "grab/video/videoencoder.h"

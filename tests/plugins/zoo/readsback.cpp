@@ -1,4 +1,4 @@
-// Copies frames, and reads its files back in ways that the file ending chooses.
+// Copies frames, and reads its files back in ways that the file extension chooses.
 
 #include "grab/video/videoencoder.h"
 #include "tests/plugins/zoo/copying.h"

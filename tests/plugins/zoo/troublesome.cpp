@@ -1,5 +1,5 @@
-// Encoders that disturb a running recording, chosen by the file ending. TOV_CHUNK_SECONDS: the time that the slow one
-// takes per chunk, default 2.
+// Encoders that disturb a running recording, chosen by the file extension. TOV_CHUNK_SECONDS: the time that the slow
+// one takes per chunk, default 2.
 
 #include "grab/video/encoder.h"
 #include "grab/video/videoencoder.h"
