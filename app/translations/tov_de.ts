@@ -3156,7 +3156,7 @@ Die Aufnahme stoppen und behalten?</translation>
         <translation>Endlosschleife</translation>
     </message>
     <message>
-        <source>Begin again at the first position after the last</source>
+        <source>Start again at the first position after the last one</source>
         <translation>Nach der letzten Position von vorn beginnen</translation>
     </message>
     <message>

@@ -76,7 +76,7 @@ TrajectoryBar::TrajectoryBar(QWidget* parent) : QToolBar(tr("Trajectory"), paren
     connect(mp_Forward, &QAction::triggered, this, [this] { step(1); });
     mp_Loop = addAction(glyphIcon(Glyph::Loop), tr("Loop"));
     mp_Loop->setCheckable(true);
-    mp_Loop->setToolTip(tr("Begin again at the first position after the last"));
+    mp_Loop->setToolTip(tr("Start again at the first position after the last one"));
     mp_Slider = new QSlider(Qt::Horizontal, this);
     mp_Slider->setObjectName(QStringLiteral("TrajectorySlider"));
     mp_Slider->setMinimumWidth(160);

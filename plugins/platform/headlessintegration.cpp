@@ -164,7 +164,7 @@ public:
             display = surfacelessDisplay(getDisplay, extensions);
         if (display == EGL_NO_DISPLAY)
             giveUp(choice == "device" ? "no graphics device can be used (TOV_EGL=device)"
-                                      : "neither a graphics device nor software drawing is there (is libegl-mesa0 "
+                                      : "neither a graphics device nor software drawing is available (is libegl-mesa0 "
                                         "installed?)");
         pinDriver();
         return display;

@@ -230,7 +230,7 @@ protected:
         Viewer::getInstance()->closePanel(next);
         QFile::remove(name);
     }
-    /// Ends a recording and closes its panel. `early`: the gate is opened first the end; otherwise after it.
+    /// Ends a recording and closes its panel. `early`: the gate is opened before that; otherwise after it.
     void end(const CommandRunPointer& run, ScenePanel* panel, Ending ending, bool early)
     {
         if (early)
@@ -338,7 +338,7 @@ TEST_F(Lifetimes, PicturesOutliveTheirPanel)
 TEST_F(Lifetimes, ABusyApplicationThreadOnlyDelaysTheEndOfARecording)
 {
     // Blocked at the last hand-over. Then the application thread, which has to delete the OpenGL objects, is busy for
-    // two seconds (the fault), and the recording cannot end before.
+    // two seconds (the fault), and the recording cannot end earlier.
     for (const bool close : {false, true}) {
         const Moment& moment = Moments[7];
         prepare(moment);

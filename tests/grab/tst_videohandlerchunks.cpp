@@ -195,7 +195,7 @@ TEST_F(VideoChunks, ChunksAboveTwoGigabytesGoToFiles)
     EXPECT_FALSE(record(1, 32, 16).at(0).isBuffer);
 }
 
-TEST_F(VideoChunks, EveryChunkIsDecidedSeparately)
+TEST_F(VideoChunks, StorageIsChosenForEachChunkSeparately)
 {
     setChunks(0, true);
     m_Journal.onFirst = [](const SeenChunk&) { faults::sysinfoFails = true; };

@@ -209,7 +209,7 @@ TEST_F(DrawingTest, EveryLookDrawsADifferentPicture)
     EXPECT_GT(counts[3], 30);
 }
 
-TEST_F(DrawingTest, ManySmallPartsLookAsTheyDoAlone)
+TEST_F(DrawingTest, ManySmallPartsLookTheSameAsAlone)
 {
     setLight(SceneLook::Light::Studio);
     std::mt19937 random(7);
