@@ -179,6 +179,16 @@ int blocksIn(const QString& file, int otherwise)
 
 } // namespace
 
+TEST_F(VideoEdit, JoiningListsAgainLeavesNoOtherFiles)
+{
+    record(path("a.frames"), 0, 2);
+    ASSERT_EQ(join({path("a.frames")}, path("whole.frames")), 1);
+    const QStringList once = files();
+    // The pictures may then be names of the same files.
+    ASSERT_EQ(join({path("a.frames")}, path("whole.frames")), 1);
+    EXPECT_EQ(files(), once);
+}
+
 TEST_F(VideoEdit, ARetimedFileHasTheRequestedDurationAndKeepsItsFrames)
 {
     constexpr int Count = 30;

@@ -103,7 +103,10 @@ bool linkOrCopy(const QString& from, const QString& to)
         QFile::remove(temporary);
         return false;
     }
-    return ::rename(QFile::encodeName(temporary).constData(), QFile::encodeName(to).constData()) == 0;
+    const bool isRenamed = ::rename(QFile::encodeName(temporary).constData(), QFile::encodeName(to).constData()) == 0;
+    // Still there when both are already names of the same file.
+    QFile::remove(temporary);
+    return isRenamed;
 }
 
 } // namespace
