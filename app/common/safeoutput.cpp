@@ -162,8 +162,33 @@ bool SafeOutput::prepare(QString* error)
     return false;
 }
 
+/// An encoder that changes or joins files puts a new file, which nobody has locked, in place of the temporary one.
+/// False (see errno) when another process has taken it since.
+bool SafeOutput::lockReplacement()
+{
+    const QByteArray name = QFile::encodeName(m_TemporaryName);
+    if (isNameOf(name, m_Lock))
+        return true;
+    const int replacement = open(name.constData(), O_RDWR | O_CLOEXEC | O_NOFOLLOW);
+    if (replacement < 0)
+        return false;
+    if (!lock(replacement)) {
+        close(replacement);
+        errno = EBUSY;
+        return false;
+    }
+    close(m_Lock);
+    m_Lock = replacement;
+    return true;
+}
+
 bool SafeOutput::rename(QString* error)
 {
+    if (!lockReplacement()) {
+        *error = errno == EBUSY ? tr("cannot write '%1': another process is writing it").arg(m_FileName)
+                                : tr("cannot write '%1': '%2': %3").arg(m_FileName, m_TemporaryName, systemError());
+        return false;
+    }
     const QByteArray temporary = QFile::encodeName(m_TemporaryName), target = QFile::encodeName(m_Target);
     bool isRenamed = synchronize(m_TemporaryName);
     if (isRenamed && m_Older == Older::Keep) {

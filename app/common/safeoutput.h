@@ -52,6 +52,7 @@ private:
     bool rename(QString* error);
     void renamePictures(const QStringList& older);
     bool openTemporary(QString* error);
+    bool lockReplacement();
 
     QString m_FileName;
     QString m_Target; ///< `m_FileName`, or what it links to

@@ -73,6 +73,28 @@ TEST_F(SafeOutputTest, TwoWritersNeverShareATemporaryFile)
     EXPECT_EQ(read(second.getTemporaryName()), "");
 }
 
+TEST_F(SafeOutputTest, AReplacedTemporaryFileIsDeliveredUnlessAnotherProcessHasTakenIt)
+{
+    const auto replaceTemporary = [this](const SafeOutput& output) {
+        write(path("new.mp4"), "replaced");
+        ASSERT_EQ(rename(QFile::encodeName(path("new.mp4")).constData(),
+                         QFile::encodeName(output.getTemporaryName()).constData()),
+                  0);
+    };
+    write(path("a.mp4"), "older");
+    SafeOutput taken(path("a.mp4"), QStringLiteral("mp4")), taker(path("a.mp4"), QStringLiteral("mp4"));
+    ASSERT_TRUE(taken.prepare(&error));
+    replaceTemporary(taken);
+    ASSERT_TRUE(taker.prepare(&error)) << error.toStdString();
+    EXPECT_FALSE(taken.commit(&error));
+    EXPECT_EQ(error, QStringLiteral("cannot write '%1': another process is writing it").arg(path("a.mp4")));
+    EXPECT_EQ(read(path("a.mp4")), "older");
+    replaceTemporary(taker);
+    EXPECT_TRUE(taker.commit(&error)) << error.toStdString();
+    EXPECT_EQ(read(path("a.mp4")), "replaced");
+    EXPECT_EQ(files(), QStringList("a.mp4"));
+}
+
 TEST_F(SafeOutputTest, AFileThatAppearsMeanwhileIsKeptOnRequest)
 {
     SafeOutput output(path("a.mp4"), QStringLiteral("mp4"), SafeOutput::Older::Keep);
