@@ -128,10 +128,19 @@ bool PartFolder::hasVideo(int part) const
 
 bool PartFolder::writeRecord(int part, PartRecord record, QString* error) const
 {
-    const QJsonObject object{{QStringLiteral("part"), baseName(part)},      {QStringLiteral("frames"), record.frames},
-                             {QStringLiteral("bytes"), sizeOf(part)},       {QStringLiteral("elapsed"), record.elapsed},
-                             {QStringLiteral("renderer"), record.renderer}, {QStringLiteral("host"), record.host},
-                             {QStringLiteral("sha256"), digestOf(part)}};
+    const QString digest = digestOf(part);
+    if (digest.isEmpty()) {
+        // A record without a digest would match any file that cannot be read.
+        *error = tr("cannot write '%1': %2").arg(videoName(part), qt_error_string(EIO));
+        return false;
+    }
+    const QJsonObject object{{QStringLiteral("part"), baseName(part)},
+                             {QStringLiteral("frames"), record.frames},
+                             {QStringLiteral("bytes"), sizeOf(part)},
+                             {QStringLiteral("elapsed"), record.elapsed},
+                             {QStringLiteral("renderer"), record.renderer},
+                             {QStringLiteral("host"), record.host},
+                             {QStringLiteral("sha256"), digest}};
     const QByteArray text = QJsonDocument(object).toJson();
     QSaveFile file(recordName(part));
     if (file.open(QIODevice::WriteOnly) && file.write(text) == text.size() && file.commit())
@@ -140,11 +149,17 @@ bool PartFolder::writeRecord(int part, PartRecord record, QString* error) const
     return false;
 }
 
-void PartFolder::remove() const
+void PartFolder::removeParts() const
 {
     QDir folder(m_Path);
+    const QString kept = QFileInfo(joinLockName()).fileName();
     for (const QString& file : folder.entryList({m_Key + QStringLiteral("-*")}, QDir::Files | QDir::Hidden))
-        folder.remove(file);
+        if (file != kept)
+            folder.remove(file);
+}
+
+void PartFolder::removeIfEmpty() const
+{
     QDir().rmdir(m_Path);
 }
 

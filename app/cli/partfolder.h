@@ -47,8 +47,11 @@ public:
     /// Measures the finished files of a part and stores its record; false with one line in `error` on failure.
     bool writeRecord(int part, PartRecord record, QString* error) const;
 
-    /// Removes everything that belongs to the recording, and the folder when nothing else is in it.
-    void remove() const;
+    /// Removes everything that belongs to the recording but the lock of the process that joins it, which is to call
+    /// this.
+    void removeParts() const;
+    /// Removes the folder if it is empty.
+    void removeIfEmpty() const;
     /// True when the folder holds parts of another recording, or of another number of parts.
     bool hasOthers() const;
 

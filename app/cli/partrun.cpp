@@ -5,7 +5,6 @@
 #include "app/cli/partlock.h"
 #include "app/cli/partstatus.h"
 #include "app/cli/session.h"
-#include "app/common/safeoutput.h"
 #include "scene/view/viewer.h"
 #include "trajectory/trajectoryrange.h"
 
@@ -288,10 +287,17 @@ bool PartRun::join()
 {
     QString error;
     PartLock lock;
-    SafeOutput output(m_Recording.output, m_Recording.ending);
+    SafeOutput output(m_Recording.output, m_Recording.ending, m_Recording.older);
     if (lock.acquire(m_Folder.joinLockName(), &error) != PartLock::Result::Acquired)
         return m_Reporter.fail(tr("cannot make '%1': %2").arg(m_Recording.output, error));
-    return output.prepare(&error) ? deliver(output) : m_Reporter.fail(error);
+    if (!output.prepare(&error))
+        return m_Reporter.fail(error);
+    if (!deliver(output))
+        return false;
+    // Before another process joins them.
+    if (!m_Recording.request.keepsParts)
+        m_Folder.removeParts();
+    return true;
 }
 
 bool PartRun::makeAll()
@@ -303,8 +309,7 @@ bool PartRun::makeAll()
     warnOfOtherRenderers();
     if (!join())
         return false;
-    if (!m_Recording.request.keepsParts)
-        m_Folder.remove();
+    m_Folder.removeIfEmpty();
     if (m_Folder.hasOthers())
         m_Reporter.note(
             tr("Note: '%1' still holds parts of another recording; its model or settings differ").arg(m_Folder.path()));

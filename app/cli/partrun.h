@@ -2,6 +2,7 @@
 
 #include "app/cli/partplan.h"
 #include "app/common/runoutcome.h"
+#include "app/common/safeoutput.h"
 
 #include <QString>
 
@@ -18,7 +19,8 @@ struct SharedRecording
     QString ending; ///< the format
     QString key;    ///< see `partKey`
     PartRequest request;
-    QSize size; ///< of the video, pixels
+    SafeOutput::Older older = SafeOutput::Older::Replace; ///< what becomes of an older file of that name
+    QSize size;                                           ///< of the video, pixels
     int fps = 0;
     /// Records the trajectory that is selected into a file, and verifies it.
     std::function<RunOutcome(const QString& fileName)> record;

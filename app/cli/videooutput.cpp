@@ -20,12 +20,12 @@ bool isStreamable(const QString& ending)
     return endings.contains(ending.section(QLatin1Char('.'), -1)) && ending != QLatin1String("av1.mkv");
 }
 
+} // namespace
+
 SafeOutput::Older olderOf(const OutputRequest& output)
 {
     return output.keepsExisting ? SafeOutput::Older::Keep : SafeOutput::Older::Replace;
 }
-
-} // namespace
 
 VideoOutput::VideoOutput(const VideoRequest& request, const QString& fileName, const QString& ending)
     : m_FileName(fileName), m_Ending(ending), m_IsPipe(!request.output.isStandardOutput() && isNamedPipe(fileName)),

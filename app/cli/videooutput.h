@@ -11,6 +11,9 @@
 
 namespace tov::app {
 
+/// What becomes of an older file at the output. Thread: any.
+SafeOutput::Older olderOf(const OutputRequest& output);
+
 /// Where the file of a recording goes: under a temporary name next to the output, and at its end to the output's own
 /// name; or to standard output or a named pipe. Streams are written while the recording runs where the format and the
 /// motion allow it, else from a private temporary file at the end. Thread: application.

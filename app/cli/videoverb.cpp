@@ -103,6 +103,10 @@ bool checkJob(const VideoJob& job, QString* error)
         *error = tr("'%1' exists already").arg(job.plan.output);
         return false;
     }
+    if (request.parts.isShared() && isStream(job)) {
+        *error = tr("%1 is not a regular file").arg(job.plan.output);
+        return false;
+    }
     if (request.parts.isShared() && endingOf(job) == QLatin1String("gif") &&
         RecordingSettings::rateOf(request) > HighestGifFps) {
         *error = tr("a gif in parts plays at most %1 frames per second (got --fps %2)")
@@ -255,6 +259,7 @@ bool makeSharedVideo(Session& session, const VideoJob& job)
     recording.output = job.plan.output;
     recording.ending = facts.ending;
     recording.request = request.parts;
+    recording.older = olderOf(request.output);
     recording.size = RecordingSettings::sizeOf(request);
     recording.fps = facts.fps;
     recording.record = [&](const QString& fileName) { return recordScene(session, job, fileName); };

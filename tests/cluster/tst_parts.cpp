@@ -180,13 +180,19 @@ TEST_F(PartFolderTest, OnlyWhatBelongsToTheRecordingIsRemoved)
 {
     makePart(1, "video");
     write(path("film.mp4.parts/ffffffff-1of4.mp4"), "other");
+    write(parts.lockName(1), "left by a killed process");
+    write(parts.joinLockName(), "of the process that calls");
     EXPECT_TRUE(parts.hasOthers());
-    parts.remove();
-    EXPECT_EQ(QDir(parts.path()).entryList(QDir::Files), QStringList("ffffffff-1of4.mp4"));
+    parts.removeParts();
+    parts.removeIfEmpty();
+    EXPECT_EQ(QDir(parts.path()).entryList(QDir::Files, QDir::Name),
+              QStringList({"0123abcd-join.lock", "ffffffff-1of4.mp4"}));
+    ASSERT_TRUE(QFile::remove(parts.joinLockName()));
     ASSERT_TRUE(QFile::remove(path("film.mp4.parts/ffffffff-1of4.mp4")));
     makePart(1, "video");
     EXPECT_FALSE(parts.hasOthers());
-    parts.remove();
+    parts.removeParts();
+    parts.removeIfEmpty();
     EXPECT_FALSE(QFileInfo::exists(parts.path()));
 }
 
