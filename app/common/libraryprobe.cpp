@@ -93,8 +93,18 @@ QMap<QString, QString> readNeeds(const QByteArray& output)
     return stamps;
 }
 
-/// Why the library must not be loaded after its trial ended that way; empty when it was loaded, or failed to load in an
-/// orderly way, which the program will report itself.
+/// Why the system does not load the library, in the words of Qt's loader; empty when it does. The system's loader may
+/// crash on a damaged library in one process and report an error in another, so the program does not try again.
+QString findLoadProblem(const QByteArray& output)
+{
+    const QByteArray prefix = "unloadable ";
+    for (const QByteArray& line : output.split('\n'))
+        if (line.startsWith(prefix))
+            return QString::fromUtf8(line.mid(prefix.size()));
+    return QString();
+}
+
+/// Why the library must not be loaded after its trial ended that way; empty when it may be.
 QString findTrialProblem(const QProcess& process)
 {
     if (process.exitStatus() != QProcess::NormalExit)
@@ -210,9 +220,16 @@ private:
                       "the next start"));
             return;
         }
+        const QByteArray output = trial.process->readAllStandardOutput();
+        const QString loadProblem = findLoadProblem(output);
+        if (!loadProblem.isEmpty()) {
+            // Not stored: a library that it needs may be installed later.
+            m_Probe.m_Refused[candidate.fileName] = loadProblem;
+            return;
+        }
         const QString problem = findTrialProblem(*trial.process);
         m_Probe.m_Results[candidate.fileName] =
-            Result{fileStamp(candidate.fileName), problem, readNeeds(trial.process->readAllStandardOutput())}.toText();
+            Result{fileStamp(candidate.fileName), problem, readNeeds(output)}.toText();
         if (!problem.isEmpty())
             m_Probe.m_Refused[candidate.fileName] = problem;
     }

@@ -521,7 +521,9 @@ bool load(const QString& file)
 {
     pluginLibrary = dlopen(QFile::encodeName(QFileInfo(file).absoluteFilePath()).constData(), RTLD_NOW | RTLD_LOCAL);
     if (!pluginLibrary) {
-        print(QStringLiteral("problem ") + explainLoadError(QString::fromLocal8Bit(dlerror())));
+        const QString reason = QString::fromLocal8Bit(dlerror());
+        print(QStringLiteral("unloadable Cannot load library %1: (%2)").arg(file, reason));
+        print(QStringLiteral("problem ") + explainLoadError(reason));
         return false;
     }
     // Reported first, because loading a dependency may fail.

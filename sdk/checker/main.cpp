@@ -143,12 +143,16 @@ int main(int argc, char** argv)
         if (arguments.first() == QLatin1String("--probe-module")) {
             // A module is only loaded here; the program starts it.
             void* module = dlopen(QFile::encodeName(arguments.value(1)).constData(), RTLD_NOW);
+            if (!module)
+                say(QStringLiteral("unloadable Cannot load library %1: (%2)")
+                        .arg(arguments.value(1), QString::fromLocal8Bit(dlerror()).simplified()));
             if (void* getFactory = module ? dlsym(module, "getFactory") : nullptr) {
                 try {
                     reinterpret_cast<void* (*)()>(getFactory)();
                 } catch (...) { // the program makes the same call and reports it
                 }
             }
+            std::fflush(stdout);
             _exit(tov::util::ProbedStatus);
         }
         const QByteArray part =
