@@ -273,8 +273,10 @@ std::vector<LibraryProbe::Candidate> LibraryProbe::findNew(const tov::util::Cach
         if (problem.isEmpty() && known.isCurrent(candidate.fileName)) {
             m_Results[candidate.fileName] = known.toText();
             problem = known.problem;
-        } else if (problem.isEmpty() && tov::util::findElfProblem(candidate.fileName).isEmpty()) {
-            result.push_back(candidate);
+        } else if (problem.isEmpty()) {
+            problem = tov::util::findElfProblem(candidate.fileName);
+            if (problem.isEmpty())
+                result.push_back(candidate);
         }
         if (!problem.isEmpty())
             m_Refused[candidate.fileName] = problem;

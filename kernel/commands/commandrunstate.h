@@ -39,8 +39,8 @@ struct CommandRunState
     bool executing = true;      ///< guarded by mutex
     /// Guarded by mutex; when `stop` was called.
     std::optional<std::chrono::steady_clock::time_point> stopMoment;
-    bool finished = false;      ///< guarded by mutex
-    bool succeeded = false;     ///< guarded by mutex
+    bool finished = false;  ///< guarded by mutex
+    bool succeeded = false; ///< guarded by mutex
 };
 
 } // namespace tov::main

@@ -80,7 +80,7 @@ TEST(OptionTable, NamesOnlyVerbsThatExist)
     for (const OptionSpec& option : optionTable()) {
         if (QLatin1String(option.verbs) == QLatin1String("*"))
             continue;
-        for (const QString& verb : QString::fromLatin1(option.verbs).split(' '))
+        for (const QString& verb : QString::fromLatin1(option.verbs).split(' ', Qt::SkipEmptyParts))
             EXPECT_TRUE(findVerb(verb)) << option.name;
     }
 }
