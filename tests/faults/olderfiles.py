@@ -79,6 +79,9 @@ class Older:
     def new_files(self):
         return set(os.listdir(self.folder)) - self.names
 
+    def state_changed(self):
+        return not self.names <= set(os.listdir(self.folder)) or self.state() != self.before
+
     def problem(self):
         """Whether the older result changed, or something was left that is not the partial file."""
         if not self.names <= set(os.listdir(self.folder)):
@@ -140,8 +143,11 @@ def signal_cases(ending, number, moments):
                 process.kill()
                 process.wait()
                 process.stderr.close()
+            if ending in PICTURES and isinstance(moment, float) and older.state_changed():
+                # The picture was complete before the signal came.
+                return None if frames_of(older.name) == 1 else 'the result is neither the older one nor complete'
             if process.returncode == 0 and ending in PICTURES and isinstance(moment, float):
-                return None  # It was complete before the signal came.
+                return 'status 0, but the older result is still there'
             if not problem and process.returncode not in (-number, 130):
                 problem = f'status {process.returncode}'
             problem = problem or older.problem()

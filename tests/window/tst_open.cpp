@@ -114,7 +114,7 @@ TEST_F(WindowOpen, BadFilesAreReportedAndTheSceneStays)
         {QUrl::fromLocalFile(bad("way.csv", "1,2\n")), "way.csv"},
         {QUrl::fromLocalFile(bad("way.json", "[{]")), "way.json"},
         {QUrl::fromLocalFile(file(".")), ""},
-        {QUrl("http://localhost/model.obj"), "this computer"},
+        {QUrl("http://localhost/model.obj"), "local files"},
     };
     for (const auto& row : rows) {
         drop({row.url});
