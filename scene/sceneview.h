@@ -13,6 +13,10 @@ constexpr double PictureHalfHeight = 0.4274205123390469;
 /// The same of a video, whose field of view is 45 degrees: tan(22.5 degrees) is the square root of 2, minus 1.
 constexpr double VideoHalfHeight = 0.41421356237309505;
 
+/// Clipping distances of every view, in scaled scene units.
+constexpr double NearDistance = 1;
+constexpr double FarDistance = 10000;
+
 /// A matrix that moves by `offset`. Thread: any.
 TOV_EXPORT tov::math::Matrix4 translation(const std::array<double, 3>& offset);
 

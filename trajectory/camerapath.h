@@ -76,6 +76,7 @@ public:
     static std::shared_ptr<const PathMotion> create(const CameraPath& path, double fps, double seconds, QString* error);
     unsigned long frameCount() const override { return m_Count; }
     std::optional<tov::scene::Camera> cameraAt(unsigned long frame) const override;
+    /// The path that the camera follows.
     const CameraPath& getPath() const { return m_Path; }
 
 private:

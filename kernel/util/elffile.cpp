@@ -115,7 +115,7 @@ QString findElfProblem(QIODevice& file)
         return QStringLiteral("invalid ELF header");
     if (header.e_type != ET_DYN || header.e_phentsize != sizeof(Elf64_Phdr))
         return QStringLiteral("not a shared library");
-    const QString truncated = QStringLiteral("file is truncated");
+    QString truncated = QStringLiteral("file is truncated");
     if (!fits(header.e_phoff, quint64(header.e_phnum) * sizeof(Elf64_Phdr), size) || !file.seek(qint64(header.e_phoff)))
         return truncated;
     for (int i = 0; i < header.e_phnum; ++i) {

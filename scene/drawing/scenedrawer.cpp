@@ -25,8 +25,8 @@ namespace tov::scene {
 
 using tov::math::Matrix4;
 
-const double SceneDrawer::ZNEAR = 1.0;
-const double SceneDrawer::ZFAR = 10000.0;
+const double SceneDrawer::ZNEAR = NearDistance;
+const double SceneDrawer::ZFAR = FarDistance;
 
 namespace {
 

@@ -1,6 +1,5 @@
 #include "scene/drawing/view.h"
 
-#include "scene/drawing/scenedrawer.h"
 #include "scene/sceneview.h"
 
 #include <GL/gl.h>
@@ -31,7 +30,7 @@ bool isNearly(double value, double exact)
 /// can be undone: the same view under each of them then gives the same pixels.
 Matrix4 withoutRounding(const Matrix4& projection, double aspect)
 {
-    const double zNear = SceneDrawer::ZNEAR, zFar = SceneDrawer::ZFAR;
+    const double zNear = NearDistance, zFar = FarDistance;
     const double depth = -(zFar + zNear) / (zFar - zNear), offset = -2 * zFar * zNear / (zFar - zNear);
     Matrix4 result = projection;
     if (isNearly(projection(2, 2), depth) && isNearly(projection(2, 3), offset)) {

@@ -240,6 +240,7 @@ QByteArray otherEnding(const Check& c)
 std::vector<QIODevice*> chunksOf(int chunks, double count, int width = Width, int height = Height)
 {
     std::vector<QIODevice*> result;
+    result.reserve(std::size_t(chunks));
     for (int i = 0; i < chunks; ++i)
         result.push_back(frames(count, width, height));
     return result;
@@ -387,6 +388,7 @@ void fillDisk(Check& c)
     if (setrlimit(RLIMIT_FSIZE, &limit) != 0)
         std::abort();
     std::vector<QIODevice*> chunks;
+    chunks.reserve(10);
     for (int i = 0; i < 10; ++i)
         chunks.push_back(new GuardedChunk(3 * frameBytes(320, 240), true));
     record(c, chunks, Expect::Anything, 320, 240);

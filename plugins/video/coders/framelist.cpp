@@ -148,7 +148,7 @@ QByteArray listEntry(const QString& name, double seconds)
 QString retimeList(const QString& fileName, const QString& output, const Timing& timing)
 {
     List list;
-    const QString problem = list.open(fileName);
+    QString problem = list.open(fileName);
     if (!problem.isEmpty())
         return problem;
     const qint64 count = qint64(list.entries.size());
@@ -165,7 +165,7 @@ QString joinLists(const QStringList& parts, const std::vector<qint64>& counts, c
 {
     std::vector<List> lists(std::size_t(parts.size()));
     for (std::size_t i = 0; i < lists.size(); ++i) {
-        const QString problem = lists[i].open(parts[int(i)]);
+        QString problem = lists[i].open(parts[int(i)]);
         if (!problem.isEmpty())
             return problem;
         if (!counts.empty() && qint64(lists[i].entries.size()) != counts[i])

@@ -101,7 +101,7 @@ QString retimeFile(const QString& fileName, const Timing& timing, const bool* st
     const Container* container = containerOf(fileName);
     if (!container)
         return QStringLiteral("'%1' has an unknown format").arg(fileName);
-    const QString timingProblem = findTimingProblem(timing);
+    QString timingProblem = findTimingProblem(timing);
     if (!timingProblem.isEmpty())
         return timingProblem;
     const qint64 frames = countFrames(*container, fileName, stop);
