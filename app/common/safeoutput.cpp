@@ -9,6 +9,7 @@
 #include <QRegularExpression>
 
 #include <cerrno>
+#include <climits>
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
@@ -119,7 +120,10 @@ SafeOutput::SafeOutput(const QString& fileName, const QString& ending, Older old
     const QString name = info.fileName();
     // Everything after the first dot counts as the format.
     QString base = name.left(name.size() - ending.size() - 1).replace(QLatin1Char('.'), QLatin1Char('_'));
-    m_TemporaryName = info.dir().filePath(base + QLatin1String(PartialMark) + QLatin1Char('.') + ending);
+    const QString tail = QLatin1String(PartialMark) + QLatin1Char('.') + ending;
+    while (!base.isEmpty() && QFile::encodeName(base + tail).size() > NAME_MAX)
+        base.chop(1);
+    m_TemporaryName = info.dir().filePath(base + tail);
 }
 
 SafeOutput::~SafeOutput()

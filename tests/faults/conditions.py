@@ -186,9 +186,9 @@ check('a name of more than 255 bytes', refuses(['image', MODEL, '-o', 'x' * 300 
 # Outputs
 check('an output that is a folder', refuses(['image', MODEL, '-o', 'd.png'], 'is a folder',
                                             before=lambda f: os.mkdir(f + '/d.png')))
-check('an output that is a pipe', refuses(['image', MODEL, '-o', 'p.png'], 'is not a regular file',
+check('an output that is a pipe', refuses(['image', MODEL, '-o', 'p.png'], 'no program reads from it',
                                           before=lambda f: os.mkfifo(f + '/p.png')))
-check('a video into a pipe', refuses(['video', MODEL, '--turntable', '2', '-o', 'p.mp4'], 'is not a regular file',
+check('a video into a pipe', refuses(['video', MODEL, '--turntable', '2', '-o', 'p.mp4'], 'no program reads from it',
                                      before=lambda f: os.mkfifo(f + '/p.mp4')))
 check('an output that is a full device', refuses(['image', MODEL, '-o', 'f.png', '--width', '16'], 'f.png',
                                                  before=lambda f: os.symlink('/dev/full', f + '/f.png')))
@@ -342,11 +342,12 @@ for what, mode in (('unreadable', 0o000), ('read-only', 0o444)):
         'run', MODEL, '--turntable', '4', '-c', 'setvideosettings 50 10 4000 1', '-c', 'grabvideo out/a.mkv 64 48 1'],
         rate='10/1'))
 
-# Settings that are out of range are limited; those that are not numbers are reported or replaced by the default.
-ODD = {'grabvideofps=-5': 0, 'grabvideofps=0': 0, 'grabvideofps=2147483647': 0, 'grabvideofps=abc': 0,
-       'grabvideofps=99999999999': 0, 'grabvideokbps=-1': 0, 'grabvideokbps=0': 0, 'grabvideokbps=2147483647': 0,
-       'grabvideokbps=abc': 0, 'grabvideokbps=99999999999': 0, 'grabvideotempfilesize=-1': 0,
-       'grabvideotempfilesize=0': 0, 'grabvideotempfilesize=2147483647': 0, 'grabvideotempfilesize=x': 'tempfile',
+# Settings of a recording that are out of range are reported, others are limited or replaced by the default.
+ODD = {'grabvideofps=-5': 'grabvideofps', 'grabvideofps=0': 'grabvideofps', 'grabvideofps=2147483647': 'grabvideofps',
+       'grabvideofps=abc': 'grabvideofps', 'grabvideofps=99999999999': 'grabvideofps', 'grabvideokbps=-1': 'grabvideokbps',
+       'grabvideokbps=0': 'grabvideokbps', 'grabvideokbps=2147483647': 'grabvideokbps', 'grabvideokbps=abc': 'grabvideokbps',
+       'grabvideokbps=99999999999': 'grabvideokbps', 'grabvideotempfilesize=-1': 'tempfile',
+       'grabvideotempfilesize=0': 0, 'grabvideotempfilesize=2147483647': 'tempfile', 'grabvideotempfilesize=x': 'tempfile',
        'grabvideousememoryasbuffer=maybe': 'memory', 'multisampling=1000000': 0, 'multisampling=-3': 0,
        'background=nocolour': 0, 'lowspacelimit=NaN': 0, 'lowspacelimit=-1': 0, 'lowspacelimit=99999999999999': 'left'}
 for line, outcome in ODD.items():
