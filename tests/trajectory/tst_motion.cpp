@@ -641,6 +641,9 @@ TEST_F(MotionTest, ASceneThatIsLoadedLaterIsPutInPlace)
 
 TEST_F(MotionTest, WithoutACountTheMemoryOfTheProcessIsLimited)
 {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "sanitizers keep freed memory for a while";
+#endif
     constexpr std::size_t FrameBytes = 8000000;
     constexpr int FrameCount = 60;
     using Frame = std::vector<char>;
