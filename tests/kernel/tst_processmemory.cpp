@@ -19,7 +19,7 @@ TEST(ProcessMemory, FollowsAllocationsAndReleases)
         EXPECT_NEAR(double(tov::util::processMemory() - process), double(block.size()), Tolerance);
         EXPECT_NEAR(double(tov::util::allocatedMemory() - allocated), double(block.size()), Tolerance);
     }
-#if !defined(__SANITIZE_ADDRESS__) // keeps freed memory for a while
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__) // they keep freed memory for a while
     EXPECT_NEAR(double(tov::util::allocatedMemory() - allocated), 0, Tolerance);
 #endif
 }
