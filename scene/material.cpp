@@ -27,6 +27,12 @@ std::uint16_t linear16(std::uint8_t encoded)
     return table[encoded];
 }
 
+std::array<const Texture*, 5> texturesOf(const Material& material)
+{
+    return {&material.baseColorTexture, &material.metallicRoughnessTexture, &material.normalTexture,
+            &material.occlusionTexture, &material.emissiveTexture};
+}
+
 std::shared_ptr<const Material> makeMaterial(const QColor& color)
 {
     auto material = std::make_shared<Material>();

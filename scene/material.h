@@ -88,6 +88,9 @@ struct Material
     float indexOfRefraction = 1.5f;
 };
 
+/// The textures of a material, in the order of their texture units; never null. Thread: any.
+TOV_EXPORT std::array<const Texture*, 5> texturesOf(const Material& material);
+
 /// A dielectric material of that sRGB colour; blended when the colour is translucent. Thread: any.
 TOV_EXPORT std::shared_ptr<const Material> makeMaterial(const QColor& color);
 

@@ -56,9 +56,7 @@ private:
         if (!material || !m_Materials.insert(material).second)
             return;
         m_Info.materials << material->name;
-        for (const Texture* texture :
-             {&material->baseColorTexture, &material->metallicRoughnessTexture, &material->normalTexture,
-              &material->occlusionTexture, &material->emissiveTexture})
+        for (const Texture* texture : texturesOf(*material))
             addImage(texture->image.get());
     }
     void addImage(const Image* image)

@@ -51,7 +51,7 @@ public:
     void addChild(SceneElement* child);
     /// Removes a child, which the caller owns then; null when it is not a child.
     SceneElement* takeChild(SceneElement* child);
-    /// This element or the first one below it with that name (in any case); null when there is none.
+    /// This element or the first one below it with that name (in any case); null if no name matches.
     SceneElement* find(const QString& name);
 
     /// What the file of this tree holds besides elements; null for elements that are not the root of a file.

@@ -47,20 +47,23 @@ std::array<double, 3> transformed(const Matrix4& m, double x, double y, double z
             m(2, 0) * x + m(2, 1) * y + m(2, 2) * z + m(2, 3)};
 }
 
+void addBoxOf(const GeometryElement& element, const Matrix4& transform, Box& box)
+{
+    const Box& own = element.getBox();
+    if (own.isEmpty())
+        return;
+    for (int corner = 0; corner < 8; ++corner) {
+        const auto point = transformed(transform, corner & 1 ? own.high[0] : own.low[0],
+                                       corner & 2 ? own.high[1] : own.low[1], corner & 4 ? own.high[2] : own.low[2]);
+        box.add(point.data());
+    }
+}
+
 Box visibleBox(const SceneElement* root)
 {
     Box box;
-    forEachVisible(root, [&box](const GeometryElement& element, const Matrix4& transform) {
-        const Box& own = element.getBox();
-        if (own.isEmpty())
-            return;
-        for (int corner = 0; corner < 8; ++corner) {
-            const auto point =
-                transformed(transform, corner & 1 ? own.high[0] : own.low[0], corner & 2 ? own.high[1] : own.low[1],
-                            corner & 4 ? own.high[2] : own.low[2]);
-            box.add(point.data());
-        }
-    });
+    forEachVisible(
+        root, [&box](const GeometryElement& element, const Matrix4& transform) { addBoxOf(element, transform, box); });
     return box;
 }
 

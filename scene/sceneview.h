@@ -25,6 +25,9 @@ TOV_EXPORT tov::math::Matrix4 translation(const std::array<double, 3>& offset);
 TOV_EXPORT void forEachVisible(const SceneElement* root,
                                const std::function<void(const GeometryElement&, const tov::math::Matrix4&)>& function);
 
+/// Extends a box by the transformed box of an element. Thread: any.
+TOV_EXPORT void addBoxOf(const GeometryElement& element, const tov::math::Matrix4& transform, Box& box);
+
 /// The box of everything visible, in scene units; empty when there is nothing. Thread: any.
 TOV_EXPORT Box visibleBox(const SceneElement* root);
 
@@ -40,7 +43,7 @@ TOV_EXPORT double scalingFor(const Box& box);
 /// `matrix` times a point.
 TOV_EXPORT std::array<double, 3> transformed(const tov::math::Matrix4& matrix, double x, double y, double z);
 
-/// The inverse of a matrix; false when it has none.
+/// The inverse of a matrix; false if it is singular.
 TOV_EXPORT bool inverted(const tov::math::Matrix4& matrix, tov::math::Matrix4& result);
 
 } // namespace tov::scene

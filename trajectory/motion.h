@@ -58,7 +58,7 @@ public:
     virtual ~Motion() = default;
     /// At least 1.
     virtual unsigned long frameCount() const = 0;
-    /// The camera of a frame; none: the view does not change.
+    /// The camera of a frame; no value: the view does not change.
     virtual std::optional<tov::scene::Camera> cameraAt(unsigned long frame) const;
     /// Whether `moveElements` does anything.
     virtual bool movesElements() const { return false; }

@@ -23,8 +23,8 @@ public:
     /// and at most `MostFrames`; but at least three frames and one chunk.
     static qint64 limitBytes(qint64 frameBytes);
 
-    /// A recording from its start until everything that it captured has been encoded or dropped. The counters of
-    /// pending frames start at 0 only when there is none. Thread: any.
+    /// A recording from its start until everything that it captured has been encoded or dropped. The first of several
+    /// that run at once sets the counters of pending frames to 0. Thread: any.
     class TOV_EXPORT Run
     {
     public:

@@ -23,6 +23,7 @@
 
 #include <atomic>
 #include <functional>
+#include <optional>
 
 namespace tov::trajectory {
 
@@ -106,9 +107,9 @@ struct TrajectoryHandler::Private
     std::shared_ptr<const Motion> camera;       ///< the selected motion to which an animation can be added
     std::shared_ptr<const Motion> elements;     ///< the animation of the selection
     std::shared_ptr<const Turntable> turntable; ///< the one that is selected
-    double fps = 0;                             ///< of the selection; 0: it has no times
-    /// Samples the selection again at another rate; null when it has no times.
-    std::function<bool(double fps, QString* error)> sample;
+    std::optional<PlaybackOptions> playback;    ///< of the selection; none: it has no times
+    /// Selects the same again with other options.
+    SelectAgain selectAgain;
     std::vector<QMetaObject::Connection> following; ///< to the panel that the turntable started from
 };
 
@@ -233,20 +234,18 @@ bool TrajectoryHandler::openFile(const QString& fileName, const PlaybackOptions&
     FileContent content;
     if (!readContent(suffix, data, options, content, &reason))
         return fail(reason);
-    const auto sample = [this, fileName, options](double fps, QString* problem) {
-        PlaybackOptions changed = options;
-        changed.fps = fps;
+    const auto openAgain = [this, fileName](const PlaybackOptions& changed, QString* problem) {
         return openFile(fileName, changed, problem);
     };
     if (content.path) {
         select(content.path);
         d->camera = content.path;
-        setTimed(options.fps, sample);
+        setTimed(options, openAgain);
         return true;
     }
     select(nullptr);
     if (content.isSampled)
-        setTimed(options.fps, sample);
+        setTimed(options, openAgain);
     if (suffix == QLatin1String("csv")) {
         d->plain.setPoints(std::move(content.points.values));
         d->mode = ModePlain;
@@ -259,26 +258,30 @@ bool TrajectoryHandler::openFile(const QString& fileName, const PlaybackOptions&
     return true;
 }
 
-void TrajectoryHandler::setTimed(double fps, std::function<bool(double fps, QString* error)> sample)
+void TrajectoryHandler::setTimed(const PlaybackOptions& options, SelectAgain selectAgain)
 {
-    d->fps = fps;
-    d->sample = std::move(sample);
+    d->playback = options;
+    d->selectAgain = std::move(selectAgain);
 }
 
 double TrajectoryHandler::getFrameRate() const
 {
-    return getSelectedMode() == ModeNone ? 0 : d->fps;
+    return getSelectedMode() == ModeNone || !d->playback ? 0 : d->playback->fps;
 }
 
 bool TrajectoryHandler::setFrameRate(double fps, QString* error)
 {
-    const auto sample = d->sample; // replaced by the call
-    return !(getFrameRate() > 0) || fps == d->fps || sample(fps, error);
+    if (!(getFrameRate() > 0) || fps == getFrameRate())
+        return true;
+    PlaybackOptions options = *d->playback;
+    options.fps = fps;
+    const auto selectAgain = d->selectAgain; // replaced by the call
+    return selectAgain(options, error);
 }
 
 void TrajectoryHandler::select(std::shared_ptr<const Motion> motion)
 {
-    setTimed(0, {});
+    d->playback.reset();
     for (const auto& connection : d->following)
         disconnect(connection);
     d->following.clear();
@@ -394,9 +397,7 @@ bool TrajectoryHandler::selectPath(const CameraPath& path, const PlaybackOptions
         return false;
     select(motion);
     d->camera = motion;
-    setTimed(options.fps, [this, path, options](double fps, QString* problem) {
-        PlaybackOptions changed = options;
-        changed.fps = fps;
+    setTimed(options, [this, path](const PlaybackOptions& changed, QString* problem) {
         return selectPath(path, changed, problem);
     });
     return true;
@@ -466,9 +467,7 @@ bool TrajectoryHandler::selectAnimation(const QString& name, const PlaybackOptio
         return false;
     select(motion);
     d->elements = motion;
-    setTimed(options.fps, [this, name, options](double fps, QString* problem) {
-        PlaybackOptions changed = options;
-        changed.fps = fps;
+    setTimed(options, [this, name](const PlaybackOptions& changed, QString* problem) {
         return selectAnimation(name, changed, problem);
     });
     return true;
@@ -482,7 +481,7 @@ bool TrajectoryHandler::addAnimation(const QString& name, const PlaybackOptions&
     if (!motion)
         return false;
     d->elements = motion;
-    setTimed(0, {});
+    d->playback.reset();
     d->advanced.setMotion(std::make_shared<CombinedMotion>(d->camera, motion));
     setPosition(0);
     emit trajectoryChanged();

@@ -37,7 +37,7 @@ public:
     /// The handler of the process; never null. Thread: any.
     static TrajectoryHandler* getInstance();
 
-    /// A value of `Mode`; any other value means that none is selected. Thread: any.
+    /// A value of `Mode`; any other value means that nothing is selected. Thread: any.
     int getSelectedMode() const;
     /// Thread: application.
     void selectMode(int mode);
@@ -46,9 +46,9 @@ public:
     /// Never null. Thread: any.
     AdvancedTrajectoryInfo* getAdvancedTrajectoryInfo() const;
 
-    /// Number of positions of the selected trajectory, 0 when none is. Thread: any.
+    /// Number of positions of the selected trajectory, 0 without one. Thread: any.
     unsigned long getCount() const;
-    /// The current position of the selected trajectory, from 0; 0 when none is selected. Thread: any.
+    /// The current position of the selected trajectory, from 0; 0 without a trajectory. Thread: any.
     unsigned long getPosition() const;
     /// Moves the selected trajectory. Thread: any.
     void setPosition(unsigned long position);
@@ -100,7 +100,8 @@ private:
     TrajectoryHandler();
     ~TrajectoryHandler() override;
     void select(std::shared_ptr<const Motion> motion);
-    void setTimed(double fps, std::function<bool(double fps, QString* error)> sample);
+    typedef std::function<bool(const PlaybackOptions& options, QString* error)> SelectAgain;
+    void setTimed(const PlaybackOptions& options, SelectAgain selectAgain);
     void rebaseTurntable(const tov::gui::ScenePanel& panel, bool keepsInView);
     struct Private;
     std::unique_ptr<Private> d;

@@ -18,7 +18,7 @@ struct TurntableOptions
     double turns = 1;           ///< any number; integers close the loop
     bool reverse = false;       ///< the scene turns to the right instead of to the left
     tov::scene::Vector3 axis = {0, 1, 0};
-    /// Degrees above the plane that is perpendicular to the axis; none: that of the view.
+    /// Degrees above the plane that is perpendicular to the axis; no value: that of the view.
     std::optional<double> elevation;
     /// Degrees of a swing back and forth about the starting view instead of turns; 0: none.
     double swing = 0;

@@ -29,15 +29,6 @@ QByteArray readAll(const QString& fileName)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-/// The value of a key in a file such as /proc/meminfo, converted from kB to bytes; -1 when the key is missing.
-qint64 kilobytesAfter(const QByteArray& text, const char* key)
-{
-    const int at = text.startsWith(key) ? 0 : text.indexOf(QByteArray("\n") + key) + 1;
-    if (at == 0 && !text.startsWith(key))
-        return -1;
-    return text.mid(at + int(qstrlen(key))).trimmed().split(' ').first().toLongLong() * 1024;
-}
-
 /// Bytes that the cgroup of this process has left; the largest number when there is no limit. Limits of parent
 /// groups also apply.
 qint64 cgroupLeaves()
@@ -92,7 +83,7 @@ bool checkEdge(const EdgeLimit& limit, const QSize& size, QString* error)
 
 qint64 availableMemory(qint64 limit)
 {
-    const qint64 machine = kilobytesAfter(readAll(QStringLiteral("/proc/meminfo")), "MemAvailable:");
+    const qint64 machine = tov::util::kilobyteValue(QStringLiteral("/proc/meminfo"), "MemAvailable:");
     qint64 available = std::min(machine < 0 ? std::numeric_limits<qint64>::max() : machine, cgroupLeaves());
     if (limit > 0) {
         available = std::min(available, std::max<qint64>(0, limit - tov::util::processMemory()));

@@ -13,7 +13,7 @@ namespace tov::app {
 /// leaves, and `limit` (0 = none) less what the process uses already. 0 = unknown. Thread: any.
 qint64 availableMemory(qint64 limit);
 
-/// The file can be written: a regular file or none, in a folder that exists and can be written to.
+/// The file can be written: it is a regular file or does not exist, and its folder can be written to.
 bool checkOutput(const QString& fileName, QString* error);
 
 /// The picture format can hold a picture of that size.

@@ -73,7 +73,8 @@ bool checkJob(const ImageJob& job, QString* error)
     const bool isFile = !request.output.isStandardOutput();
     if ((isFile && !checkOutput(job.plan.output, error)) || !checkFormat(job, error))
         return false;
-    if (isFile && request.output.keepsExisting && !isNamedPipe(job.plan.output) && QFileInfo::exists(job.plan.output)) {
+    if (request.output.older == SafeOutput::Older::Keep && !isStream(request.output, job.plan.output) &&
+        QFileInfo::exists(job.plan.output)) {
         *error = tr("'%1' exists already").arg(job.plan.output);
         return false;
     }

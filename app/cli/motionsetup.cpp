@@ -67,7 +67,7 @@ private:
     const unsigned long m_Count;
 };
 
-/// The length of an animation by its name in any case, or of the first one; 0 when there is none.
+/// The length of an animation by its name in any case, or of the first one; 0 if no animation matches.
 double animationSeconds(const QString& name)
 {
     if (const auto* root = Viewer::getInstance()->getGlobalScene()->getRootNode())

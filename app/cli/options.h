@@ -15,7 +15,7 @@ struct Options
     QStringList files;
 
     bool has(const QString& option) const { return values.count(option) > 0; }
-    /// The last value given; null when there is none.
+    /// The last value given, or null.
     QString value(const QString& option) const { return has(option) ? values.at(option).last() : QString(); }
 };
 

@@ -55,7 +55,7 @@ Table<VerbSpec> verbTable();
 QString optionUsage(const OptionSpec& option);
 /// True when the option exists for the verb; an empty verb is the window. Thread: any.
 bool isOptionOf(const OptionSpec& option, const QString& verb);
-/// Null when there is none. Thread: any.
+/// Null if the name is unknown. Thread: any.
 const VerbSpec* findVerb(const QString& name);
 const OptionSpec* findOption(const QString& name);
 const OptionSpec* findOption(QChar shortName);

@@ -38,7 +38,7 @@ public:
     /// Makes the folder unless it exists; false with one line in `error` on failure.
     bool create(QString* error) const;
 
-    /// The record of a part whose files exist with the size that they had; none for other parts.
+    /// The record of a part whose files exist with the size that they had; no value for other parts.
     std::optional<PartRecord> findRecord(int part) const;
     /// The same, after comparing the content of the files with the record.
     std::optional<PartRecord> verify(int part) const;

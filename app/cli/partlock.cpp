@@ -1,5 +1,7 @@
 #include "app/cli/partlock.h"
 
+#include "app/common/outputcheck.h"
+
 #include <QDateTime>
 #include <QFile>
 #include <QStringList>
@@ -8,7 +10,6 @@
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace tov::app {
@@ -21,14 +22,6 @@ struct flock wholeFile()
     lock.l_type = F_WRLCK;
     lock.l_whence = SEEK_SET;
     return lock;
-}
-
-/// False when the file was removed or replaced after it had been opened.
-bool hasName(int descriptor, const QByteArray& name)
-{
-    struct stat opened = {}, named = {};
-    return fstat(descriptor, &opened) == 0 && stat(name.constData(), &named) == 0 && opened.st_ino == named.st_ino &&
-           opened.st_dev == named.st_dev;
 }
 
 PartLock::Holder readHolder(int descriptor)
@@ -82,7 +75,7 @@ PartLock::Result PartLock::acquire(const QString& fileName, QString* error)
                                   .arg(fileName, QString::fromLocal8Bit(std::strerror(reason)));
             return isBusy ? Result::Busy : Result::Failed;
         }
-        if (hasName(descriptor, name)) {
+        if (isNameOf(fileName, descriptor)) {
             m_FileName = fileName;
             m_Descriptor = descriptor;
             writeHolder(descriptor);

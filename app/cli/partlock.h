@@ -36,7 +36,7 @@ public:
     /// Tries to get the lock, and does not wait for it. Unless it is acquired, `error` is set to one line that says who
     /// holds it, or why there can be no lock.
     Result acquire(const QString& fileName, QString* error);
-    /// The process that holds the lock now; none when it is free.
+    /// The process that holds the lock now; no value if it is free.
     static std::optional<Holder> findHolder(const QString& fileName);
 
 private:

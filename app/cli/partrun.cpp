@@ -5,6 +5,7 @@
 #include "app/cli/partlock.h"
 #include "app/cli/partstatus.h"
 #include "app/cli/session.h"
+#include "app/cli/videoformats.h"
 #include "scene/view/viewer.h"
 #include "trajectory/trajectoryrange.h"
 
@@ -30,15 +31,6 @@ constexpr int ShortestSeconds = 10;
 QString tr(const char* text)
 {
     return QCoreApplication::translate("tov::app", text);
-}
-
-/// Formats that are encoded for a bit rate, not for a quality.
-bool hasBitrate(const QString& ending)
-{
-    static const QStringList endings{QStringLiteral("mp4"),       QStringLiteral("mov"),     QStringLiteral("mkv"),
-                                     QStringLiteral("hevc.mp4"),  QStringLiteral("av1.mkv"), QStringLiteral("webm"),
-                                     QStringLiteral("alpha.webm")};
-    return endings.contains(ending);
 }
 
 /// The parts of one recording.
@@ -102,7 +94,7 @@ void PartRun::warnOfShortParts()
 {
     const int parts = m_Recording.request.count;
     const double seconds = double(m_Range.getCount()) / m_Recording.fps / parts;
-    if (parts > 1 && seconds < ShortestSeconds && hasBitrate(m_Recording.ending))
+    if (parts > 1 && seconds < ShortestSeconds && hasVideoBitrate(m_Recording.ending))
         m_Reporter.warning(
             tr("parts of %1 s are short: below %2 s per part, %3 videos exceed the bit rate")
                 .arg(QString::number(seconds, 'g', 3), QString::number(ShortestSeconds), m_Recording.ending));

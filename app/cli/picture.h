@@ -23,7 +23,7 @@ void finishPicture(QImage& image, const Background& background, bool hasAlpha);
 /// What is stored in a picture so that it can be reproduced: its view and the program. Thread: any.
 void storePictureFacts(QImage& image, const QStringList& models, const tov::math::Matrix4& transform,
                        const QString& options);
-/// The view that `storePictureFacts` stored in a file; none, with one line in `error`, when there is none.
+/// The view that `storePictureFacts` stored in a file; no value, with one line in `error`, if the file has none.
 /// Thread: any.
 std::optional<tov::math::Matrix4> readStoredView(const QString& fileName, QString* error);
 

@@ -1,14 +1,11 @@
 #include "app/cli/pictureoutput.h"
 
-#include "app/common/outputcheck.h"
 #include "app/common/pictureprobe.h"
 #include "app/common/safeoutput.h"
 
 #include <QBuffer>
 #include <QFile>
 #include <QImageWriter>
-
-#include <unistd.h>
 
 namespace tov::app {
 
@@ -56,19 +53,9 @@ PictureOutput::PictureOutput(const OutputRequest& request, const QString& fileNa
     : m_Request(request), m_FileName(fileName), m_Format(format)
 {}
 
-PictureOutput::~PictureOutput()
-{
-    if (m_Stream >= 0 && m_Stream != STDOUT_FILENO)
-        close(m_Stream);
-}
-
 bool PictureOutput::prepare(QString* error)
 {
-    if (m_Request.isStandardOutput())
-        m_Stream = STDOUT_FILENO;
-    else if (isNamedPipe(m_FileName))
-        return (m_Stream = openPipe(m_FileName, error)) >= 0;
-    return true;
+    return !isStream(m_Request, m_FileName) || m_Stream.open(m_Request, m_FileName, error);
 }
 
 bool PictureOutput::saveStream(const QImage& image, int quality, QString* reason)
@@ -78,7 +65,7 @@ bool PictureOutput::saveStream(const QImage& image, int quality, QString* reason
     if (!write(image, buffer, m_Format, quality, reason))
         return false;
     QFile stream;
-    if (stream.open(m_Stream, QIODevice::WriteOnly | QIODevice::Unbuffered) &&
+    if (stream.open(m_Stream.descriptor(), QIODevice::WriteOnly | QIODevice::Unbuffered) &&
         stream.write(buffer.data()) == buffer.size())
         return true;
     *reason = stream.errorString();
@@ -87,8 +74,7 @@ bool PictureOutput::saveStream(const QImage& image, int quality, QString* reason
 
 bool PictureOutput::saveFile(const QImage& image, int quality, QString* error)
 {
-    SafeOutput output(m_FileName, m_Format,
-                      m_Request.keepsExisting ? SafeOutput::Older::Keep : SafeOutput::Older::Replace);
+    SafeOutput output(m_FileName, m_Format, m_Request.older);
     if (!output.prepare(error))
         return false;
     PictureFile file(output.getTemporaryName());
@@ -114,7 +100,7 @@ bool PictureOutput::saveFile(const QImage& image, int quality, QString* error)
 
 bool PictureOutput::save(const QImage& image, int quality, QString* error)
 {
-    if (m_Stream < 0)
+    if (!m_Stream.isOpen())
         return saveFile(image, quality, error);
     QString reason;
     if (saveStream(image, quality, &reason))

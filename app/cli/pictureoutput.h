@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/cli/requests.h"
+#include "app/cli/outputstream.h"
 
 #include <QCoreApplication>
 #include <QImage>
@@ -16,9 +16,6 @@ class PictureOutput
 public:
     /// `fileName` is the output's name, `format` the ending that selects its format.
     PictureOutput(const OutputRequest& request, const QString& fileName, const QString& format);
-    ~PictureOutput();
-    PictureOutput(const PictureOutput&) = delete;
-    PictureOutput& operator=(const PictureOutput&) = delete;
 
     /// Opens a pipe, so that a missing reader is reported before any work; false with one line in `error`.
     bool prepare(QString* error);
@@ -32,7 +29,7 @@ private:
 
     const OutputRequest m_Request;
     const QString m_FileName, m_Format;
-    int m_Stream = -1; ///< standard output, or the named pipe; -1 = a regular file
+    OutputStream m_Stream; ///< not open for a regular file
 };
 
 } // namespace tov::app

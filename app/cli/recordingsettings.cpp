@@ -55,12 +55,11 @@ qint64 chunkMegabytes(const QSize& size)
 /// would leave frames out.
 int encodingRateOf(const VideoRequest& request)
 {
-    constexpr int HighestGifFps = 50;
     const int fps = RecordingSettings::rateOf(request);
-    return request.motion.kind == MotionRequest::Kind::Free ? std::min(fps, HighestGifFps) : fps;
+    return request.motion.kind == MotionRequest::Kind::Free ? std::min(fps, RecordingSettings::HighestGifFps) : fps;
 }
 
-/// A free recording is not paced: its frames must fit into memory even if the encoder takes none of them meanwhile.
+/// A free recording is not paced: its frames must fit into memory even if the encoder does not take any.
 bool fitsIntoMemory(const VideoRequest& request, const QSize& size)
 {
     if (request.motion.kind != MotionRequest::Kind::Free || !request.motion.seconds)

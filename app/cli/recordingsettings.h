@@ -14,6 +14,9 @@ namespace tov::app {
 class RecordingSettings
 {
 public:
+    /// Frames per second; players do not honour shorter delays.
+    static constexpr int HighestGifFps = 50;
+
     /// Stores the current values.
     RecordingSettings();
     ~RecordingSettings();

@@ -131,7 +131,7 @@ void readOutput(OptionReader& reader, OutputRequest& output)
 {
     output.pattern = reader.text("output");
     output.format = reader.text("format").toLower();
-    output.keepsExisting = reader.has("no-clobber");
+    output.older = reader.has("no-clobber") ? SafeOutput::Older::Keep : SafeOutput::Older::Replace;
     output.skipsExisting = reader.has("skip-existing");
     output.isEach = reader.has("each");
     if (reader.has("max-memory") && !readBytes(reader.text("max-memory"), output.maxMemory))

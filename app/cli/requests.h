@@ -4,6 +4,7 @@
 #include "app/cli/motionreader.h"
 #include "app/cli/options.h"
 #include "app/cli/partplan.h"
+#include "app/common/safeoutput.h"
 #include "kernel/math/matrix.h"
 
 #include <QSize>
@@ -21,8 +22,8 @@ struct ViewRequest
     typedef std::array<double, 3> Vector;
 
     QStringList views;                           ///< standard views, each gives a result; empty = front
-    QString camera;                              ///< a camera of the file; empty = none
-    QString like;                                ///< a picture whose stored view is used; empty = none
+    QString camera;                              ///< a camera of the file, or empty
+    QString like;                                ///< a picture whose stored view is used, or empty
     std::optional<tov::math::Matrix4> transform; ///< scene to eye, instead of everything else
     double azimuth = 0, elevation = 0, roll = 0; ///< degrees, relative to the view
     double zoom = 1;
@@ -40,12 +41,12 @@ bool isFitted(const ViewRequest& view);
 /// Where results go.
 struct OutputRequest
 {
-    QString pattern;            ///< may hold {name}, {view}, {n}; "-" = standard output
-    QString format;             ///< for standard output
-    bool keepsExisting = false; ///< an existing file is an error
-    bool skipsExisting = false; ///< an existing file counts as a finished result
-    bool isEach = false;        ///< one result per model
-    qint64 maxMemory = 0;       ///< bytes; 0 = what the system has available
+    QString pattern;                                      ///< may hold {name}, {view}, {n}; "-" = standard output
+    QString format;                                       ///< for standard output
+    SafeOutput::Older older = SafeOutput::Older::Replace; ///< of an existing file
+    bool skipsExisting = false;                           ///< an existing file counts as a finished result
+    bool isEach = false;                                  ///< one result per model
+    qint64 maxMemory = 0;                                 ///< bytes; 0 = what the system has available
 
     bool isStandardOutput() const { return pattern == QLatin1String("-"); }
 };

@@ -139,8 +139,7 @@ void TreeDigest::addMaterial(const Material& material)
     m_Digest.add(material.alphaMode);
     m_Digest.add(material.doubleSided);
     m_Digest.add(material.unlit);
-    for (const Texture* texture : {&material.baseColorTexture, &material.metallicRoughnessTexture,
-                                   &material.normalTexture, &material.occlusionTexture, &material.emissiveTexture})
+    for (const Texture* texture : texturesOf(material))
         addTexture(*texture);
 }
 

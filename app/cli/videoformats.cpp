@@ -15,7 +15,7 @@ namespace tov::app {
 
 namespace {
 
-/// The texts that a function of a plug-in returns, up to a null; none when it fails, which is logged.
+/// The texts that a function of a plug-in returns, up to a null; no value if it fails, which is logged.
 std::optional<QStringList> listOf(const EncoderPlugin& plugin, const char* const* (*list)())
 {
     QStringList texts;
@@ -44,6 +44,16 @@ std::optional<std::map<QString, QString>> listedFormats()
             formats.emplace((*texts)[i].toLower(), (*texts)[i + 1]);
     }
     return formats.empty() ? std::nullopt : std::optional(formats);
+}
+
+/// True when the function of that name of a loaded plug-in lists the ending.
+bool isListed(const QString& ending, const char* function)
+{
+    for (const EncoderPlugin& plugin : EncoderPlugin::loaded())
+        if (const auto list = plugin.function<const char* const*()>(function))
+            if (listOf(plugin, list).value_or(QStringList()).contains(ending))
+                return true;
+    return false;
 }
 
 /// The formats that the save dialog of the recording command offers.
@@ -84,11 +94,17 @@ QStringList knownVideoEndings()
 
 bool hasVideoAlpha(const QString& ending)
 {
-    for (const EncoderPlugin& plugin : EncoderPlugin::loaded())
-        if (const auto list = plugin.function<const char* const*()>("listAlphaFormats"))
-            if (listOf(plugin, list).value_or(QStringList()).contains(ending))
-                return true;
-    return false;
+    return isListed(ending, "listAlphaFormats");
+}
+
+bool hasVideoBitrate(const QString& ending)
+{
+    return isListed(ending, "listBitrateFormats");
+}
+
+bool isStreamableVideo(const QString& ending)
+{
+    return isListed(ending, "listStreamFormats");
 }
 
 } // namespace tov::app

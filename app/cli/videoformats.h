@@ -15,5 +15,9 @@ QStringList knownVideoEndings();
 /// True when a loaded plug-in reports that videos with that ending store transparency (the symbol "listAlphaFormats").
 /// Thread: application.
 bool hasVideoAlpha(const QString& ending);
+/// The same for videos that are encoded for a bit rate ("listBitrateFormats"). Thread: application.
+bool hasVideoBitrate(const QString& ending);
+/// The same for videos that are written once from begin to end ("listStreamFormats"). Thread: application.
+bool isStreamableVideo(const QString& ending);
 
 } // namespace tov::app

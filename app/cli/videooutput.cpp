@@ -1,46 +1,19 @@
 #include "app/cli/videooutput.h"
 
-#include "app/common/outputcheck.h"
+#include "app/cli/videoformats.h"
 
 #include <QDir>
 #include <QFile>
 
-#include <unistd.h>
-
 namespace tov::app {
 
-namespace {
-
-/// Formats whose files are written once from begin to end. AVI files get their length at the end, and AV1 files the
-/// codec's header.
-bool isStreamable(const QString& ending)
-{
-    static const QStringList endings{QStringLiteral("mkv"), QStringLiteral("webm"), QStringLiteral("mp4"),
-                                     QStringLiteral("mov"), QStringLiteral("gif")};
-    return endings.contains(ending.section(QLatin1Char('.'), -1)) && ending != QLatin1String("av1.mkv");
-}
-
-} // namespace
-
-SafeOutput::Older olderOf(const OutputRequest& output)
-{
-    return output.keepsExisting ? SafeOutput::Older::Keep : SafeOutput::Older::Replace;
-}
-
 VideoOutput::VideoOutput(const VideoRequest& request, const QString& fileName, const QString& ending)
-    : m_FileName(fileName), m_Ending(ending), m_IsPipe(!request.output.isStandardOutput() && isNamedPipe(fileName)),
+    : m_Request(request.output), m_FileName(fileName), m_Ending(ending),
       // The times of a free recording are written when it is over.
-      m_IsImmediate(isStreamable(ending) && request.motion.kind != MotionRequest::Kind::Free)
+      m_IsImmediate(isStreamableVideo(ending) && request.motion.kind != MotionRequest::Kind::Free)
 {
-    if (!request.output.isStandardOutput() && !m_IsPipe)
-        mp_File = std::make_unique<SafeOutput>(fileName, ending, olderOf(request.output));
-}
-
-VideoOutput::~VideoOutput()
-{
-    mp_Pipe.reset();
-    if (m_Stream >= 0 && m_Stream != STDOUT_FILENO)
-        close(m_Stream);
+    if (!isStream(request.output, fileName))
+        mp_File = std::make_unique<SafeOutput>(fileName, ending, request.output.older);
 }
 
 bool VideoOutput::checkStream(const QString& ending, QString* error)
@@ -51,20 +24,14 @@ bool VideoOutput::checkStream(const QString& ending, QString* error)
     return false;
 }
 
-bool VideoOutput::openStream(QString* error)
-{
-    m_Stream = m_IsPipe ? openPipe(m_FileName, error) : STDOUT_FILENO;
-    return m_Stream >= 0;
-}
-
 bool VideoOutput::prepare(QString* error)
 {
     if (mp_File)
         return mp_File->prepare(error);
-    if (!openStream(error))
+    if (!m_Stream.open(m_Request, m_FileName, error))
         return false;
     if (m_IsImmediate) {
-        mp_Pipe = std::make_unique<PrivatePipe>(QStringLiteral("video.") + m_Ending, m_Stream);
+        mp_Pipe = std::make_unique<PrivatePipe>(QStringLiteral("video.") + m_Ending, m_Stream.descriptor());
         return mp_Pipe->open(error);
     }
     mp_Folder = std::make_unique<QTemporaryDir>(QDir::temp().filePath(QStringLiteral("tov-XXXXXX")));
@@ -84,7 +51,8 @@ bool VideoOutput::sendFile(QString* error)
 {
     constexpr qint64 BlockBytes = 1 << 20;
     QFile file(getRecordedName()), stream;
-    bool isSent = file.open(QIODevice::ReadOnly) && stream.open(m_Stream, QIODevice::WriteOnly | QIODevice::Unbuffered);
+    bool isSent = file.open(QIODevice::ReadOnly) &&
+                  stream.open(m_Stream.descriptor(), QIODevice::WriteOnly | QIODevice::Unbuffered);
     while (isSent && !file.atEnd()) {
         const QByteArray block = file.read(BlockBytes);
         isSent = !block.isEmpty() && stream.write(block) == block.size();
@@ -101,8 +69,8 @@ bool VideoOutput::deliver(QString* error)
     QString reason;
     if (mp_Pipe ? mp_Pipe->finish(&reason) : sendFile(&reason))
         return true;
-    *error = m_IsPipe ? tr("cannot write '%1': %2").arg(m_FileName, reason)
-                      : tr("cannot write to standard output: %1").arg(reason);
+    *error = m_Request.isStandardOutput() ? tr("cannot write to standard output: %1").arg(reason)
+                                          : tr("cannot write '%1': %2").arg(m_FileName, reason);
     return false;
 }
 

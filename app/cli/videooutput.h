@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/cli/requests.h"
+#include "app/cli/outputstream.h"
 #include "app/common/privatepipe.h"
 #include "app/common/safeoutput.h"
 
@@ -11,9 +11,6 @@
 
 namespace tov::app {
 
-/// What becomes of an older file at the output. Thread: any.
-SafeOutput::Older olderOf(const OutputRequest& output);
-
 /// Where the file of a recording goes: under a temporary name next to the output, and at its end to the output's own
 /// name; or to standard output or a named pipe. Streams are written while the recording runs where the format and the
 /// motion allow it, else from a private temporary file at the end. Thread: application.
@@ -23,9 +20,6 @@ class VideoOutput
 public:
     /// `fileName` is the output's name, `ending` its format.
     VideoOutput(const VideoRequest& request, const QString& fileName, const QString& ending);
-    ~VideoOutput();
-    VideoOutput(const VideoOutput&) = delete;
-    VideoOutput& operator=(const VideoOutput&) = delete;
 
     /// True when videos of that format can go to standard output or a pipe; false with one line in `error`.
     static bool checkStream(const QString& ending, QString* error);
@@ -44,15 +38,14 @@ public:
     void discard();
 
 private:
-    bool openStream(QString* error);
     bool sendFile(QString* error);
 
+    const OutputRequest m_Request;
     const QString m_FileName, m_Ending;
-    const bool m_IsPipe;      ///< `m_FileName` is a named pipe
-    const bool m_IsImmediate; ///< a stream can be written while the recording runs
-    int m_Stream = -1;        ///< standard output, or the named pipe
-    std::unique_ptr<SafeOutput> mp_File;
-    std::unique_ptr<PrivatePipe> mp_Pipe;
+    const bool m_IsImmediate;            ///< a stream can be written while the recording runs
+    std::unique_ptr<SafeOutput> mp_File; ///< null: a stream
+    OutputStream m_Stream;
+    std::unique_ptr<PrivatePipe> mp_Pipe;     ///< copies to the stream, which must outlive it
     std::unique_ptr<QTemporaryDir> mp_Folder; ///< of a file that is sent at the end
 };
 

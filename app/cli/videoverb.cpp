@@ -37,9 +37,6 @@ namespace {
 
 typedef Job<VideoRequest> VideoJob;
 
-/// Players do not honour shorter delays.
-constexpr int HighestGifFps = 50;
-
 QString tr(const char* text)
 {
     return QCoreApplication::translate("tov::app", text);
@@ -86,7 +83,7 @@ bool checkBackground(const VideoJob& job, QString* error)
 
 bool isStream(const VideoJob& job)
 {
-    return job.request.output.isStandardOutput() || isNamedPipe(job.plan.output);
+    return isStream(job.request.output, job.plan.output);
 }
 
 /// Everything that can be checked before any model is read.
@@ -99,7 +96,7 @@ bool checkJob(const VideoJob& job, QString* error)
     if (!checkEnding(job, error) || (isStream(job) && !VideoOutput::checkStream(endingOf(job), error)) ||
         (isFile && !SpaceWatch::hasRoom(job.plan.output, error)))
         return false;
-    if (isFile && request.output.keepsExisting && !isStream(job) && QFileInfo::exists(job.plan.output)) {
+    if (request.output.older == SafeOutput::Older::Keep && !isStream(job) && QFileInfo::exists(job.plan.output)) {
         *error = tr("'%1' exists already").arg(job.plan.output);
         return false;
     }
@@ -108,9 +105,10 @@ bool checkJob(const VideoJob& job, QString* error)
         return false;
     }
     if (request.parts.isShared() && endingOf(job) == QLatin1String("gif") &&
-        RecordingSettings::rateOf(request) > HighestGifFps) {
+        RecordingSettings::rateOf(request) > RecordingSettings::HighestGifFps) {
         *error = tr("a gif in parts plays at most %1 frames per second (got --fps %2)")
-                     .arg(QString::number(HighestGifFps), QString::number(RecordingSettings::rateOf(request)));
+                     .arg(QString::number(RecordingSettings::HighestGifFps),
+                          QString::number(RecordingSettings::rateOf(request)));
         return false;
     }
     return RecordingSettings::check(request, error) && checkBackground(job, error) &&
@@ -181,10 +179,11 @@ bool checkFrames(Reporter& reporter, const VideoJob& job, RunOutcome& outcome)
     const qint64 positions = qint64(TrajectoryHandler::getInstance()->getCount());
     if (outcome.frames == positions)
         return true;
-    if (endingOf(job) == QLatin1String("gif") && RecordingSettings::rateOf(job.request) > HighestGifFps &&
-        outcome.frames > 0 && outcome.frames < positions) {
+    if (endingOf(job) == QLatin1String("gif") &&
+        RecordingSettings::rateOf(job.request) > RecordingSettings::HighestGifFps && outcome.frames > 0 &&
+        outcome.frames < positions) {
         reporter.note(tr("Note: a gif plays at most %1 frames per second; frames were left out to keep its speed")
-                          .arg(HighestGifFps));
+                          .arg(RecordingSettings::HighestGifFps));
         return true;
     }
     outcome.reason =
@@ -259,7 +258,7 @@ bool makeSharedVideo(Session& session, const VideoJob& job)
     recording.output = job.plan.output;
     recording.ending = facts.ending;
     recording.request = request.parts;
-    recording.older = olderOf(request.output);
+    recording.older = request.output.older;
     recording.size = RecordingSettings::sizeOf(request);
     recording.fps = facts.fps;
     recording.record = [&](const QString& fileName) { return recordScene(session, job, fileName); };

@@ -12,7 +12,7 @@ class ScenePanel;
 
 namespace tov::app {
 
-/// The camera of that name in the files of the scene. None with one line in `error` when there is none. Thread:
+/// The camera of that name in the files of the scene; no value, with one line in `error`, if it is missing. Thread:
 /// application.
 std::optional<tov::scene::FileCamera> findFileCamera(const QString& name, QString* error);
 /// Where a camera of a file stands now, with the changes of the request (angles, zoom, lens). None when its place is

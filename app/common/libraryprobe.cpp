@@ -97,7 +97,7 @@ QMap<QString, QString> readNeeds(const QByteArray& output)
 /// crash on a damaged library in one process and report an error in another, so the program does not try again.
 QString findLoadProblem(const QByteArray& output)
 {
-    const QByteArray prefix = "unloadable ";
+    const QByteArray prefix = tov::util::UnloadablePrefix;
     for (const QByteArray& line : output.split('\n'))
         if (line.startsWith(prefix))
             return QString::fromUtf8(line.mid(prefix.size()));

@@ -36,6 +36,13 @@ bool isNamedPipe(const QString& fileName)
     return stat(QFile::encodeName(fileName).constData(), &status) == 0 && S_ISFIFO(status.st_mode);
 }
 
+bool isNameOf(const QString& fileName, int descriptor)
+{
+    struct stat named = {}, opened = {};
+    return fstat(descriptor, &opened) == 0 && stat(QFile::encodeName(fileName).constData(), &named) == 0 &&
+           named.st_dev == opened.st_dev && named.st_ino == opened.st_ino;
+}
+
 int openPipe(const QString& fileName, QString* error)
 {
     const int pipe = open(QFile::encodeName(fileName).constData(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);

@@ -11,6 +11,9 @@ QString linkTarget(const QString& fileName);
 /// True for a named pipe, or a link to one. Thread: any.
 bool isNamedPipe(const QString& fileName);
 
+/// True while the name belongs to the open file: the file was neither removed nor replaced. Thread: any.
+bool isNameOf(const QString& fileName, int descriptor);
+
 /// Opens a named pipe for writing. Returns its file descriptor, which the caller closes; -1 with one line in `error`
 /// when nobody reads from it. Never waits for a reader. Thread: any.
 int openPipe(const QString& fileName, QString* error);

@@ -14,7 +14,7 @@ namespace tov::app {
 bool isFailureRecord(const tov::log::LogRecord& record);
 
 /// True when the record shows that a recording can add no more frames to its file: no chunk could be created, or the
-/// encoder accepts none. The recording itself goes on, or waits, until it is stopped. Thread: any.
+/// encoder refuses them. The recording itself goes on, or waits, until it is stopped. Thread: any.
 bool isRecordingLostRecord(const tov::log::LogRecord& record);
 
 /// Collects error records, and what commands print on the console when they refuse to start. Commands have no other way
@@ -32,9 +32,9 @@ public:
 
     void write(const tov::log::LogRecord& record) override;
 
-    /// The oldest message since a time in milliseconds since the epoch; empty when there is none.
+    /// The oldest message since a time in milliseconds since the epoch, or an empty text.
     QString firstSince(qint64 sinceMs) const;
-    /// The newest message; empty when there is none.
+    /// The newest message, or an empty text.
     QString last() const;
     /// All messages, oldest first; at most the newest 1000.
     QStringList messages() const;

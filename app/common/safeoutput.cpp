@@ -42,14 +42,6 @@ bool synchronize(const QString& fileName)
     return isDone;
 }
 
-/// True when the name still belongs to the open file.
-bool isNameOf(const QByteArray& name, int file)
-{
-    struct stat named, opened;
-    return fstat(file, &opened) == 0 && stat(name.constData(), &named) == 0 && named.st_dev == opened.st_dev &&
-           named.st_ino == opened.st_ino;
-}
-
 /// False when another process has locked the file. Some file systems have no locks; then nobody has.
 bool lock(int file)
 {
@@ -151,7 +143,7 @@ bool SafeOutput::openTemporary(QString* error)
             m_Lock = -1;
             return false;
         }
-    } while (!isNameOf(name, m_Lock));
+    } while (!isNameOf(m_TemporaryName, m_Lock));
     return true;
 }
 
@@ -170,10 +162,9 @@ bool SafeOutput::prepare(QString* error)
 /// False (see errno) when another process has taken it since.
 bool SafeOutput::lockReplacement()
 {
-    const QByteArray name = QFile::encodeName(m_TemporaryName);
-    if (isNameOf(name, m_Lock))
+    if (isNameOf(m_TemporaryName, m_Lock))
         return true;
-    const int replacement = open(name.constData(), O_RDWR | O_CLOEXEC | O_NOFOLLOW);
+    const int replacement = open(QFile::encodeName(m_TemporaryName).constData(), O_RDWR | O_CLOEXEC | O_NOFOLLOW);
     if (replacement < 0)
         return false;
     if (!lock(replacement)) {

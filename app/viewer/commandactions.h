@@ -33,7 +33,7 @@ public:
     void rebuild();
     /// The settings commands by group, in order.
     const std::vector<std::pair<QString, tov::main::Command*>>& getSettings() const { return m_Settings; }
-    /// The action of a command; null when it has none.
+    /// The action of a command, or null.
     QAction* getAction(const QString& commandName) const;
 
     /// Adds one of the window's own menus at a position.

@@ -42,7 +42,7 @@ bool hasTrajectory()
 }
 
 /// Completes a size of which only width or height is given (the other is 0), with the aspect ratio of the active view;
-/// an empty name when both or none are given. The result is even, because most video formats require it.
+/// an empty name when both or neither are given. The result is even, because most video formats require it.
 std::pair<QString, int> missingEdge(const ParameterDialog& dialog)
 {
     const auto* view = tov::scene::Viewer::getInstance()->getActivePanel();
@@ -71,7 +71,7 @@ QString adviceFor(const ParameterDialog& dialog)
     return QString();
 }
 
-/// The file name in a command text; empty when it has none.
+/// The file name in a command text, or an empty text.
 QString fileNameIn(const tov::main::CommandText& text, const Command& prototype)
 {
     for (const auto& [name, value] : text.arguments.named)
@@ -89,7 +89,7 @@ QString fileNameIn(const tov::main::CommandText& text, const Command& prototype)
     return QString();
 }
 
-/// The first mandatory argument that a command text leaves out and that has no default; empty when there is none.
+/// The first mandatory argument without a default that a command text leaves out, or an empty text.
 QString missingArgument(const tov::main::CommandText& text, const Command& prototype)
 {
     const auto* set = prototype.getCurrentParameterSet();

@@ -32,15 +32,7 @@ struct Counts
         if (element.getKind() == tov::scene::Geometry::Kind::Surfaces)
             triangles += qint64(element.getIndices().size() / 3);
         vertices += qint64(element.getVertices().size());
-        const Box& own = element.getBox();
-        if (own.isEmpty())
-            return;
-        for (int corner = 0; corner < 8; ++corner) {
-            const auto point =
-                tov::scene::transformed(transform, (corner & 1 ? own.high : own.low)[0],
-                                        (corner & 2 ? own.high : own.low)[1], (corner & 4 ? own.high : own.low)[2]);
-            box.add(point.data());
-        }
+        tov::scene::addBoxOf(element, transform, box);
     }
 
     QString sizeText() const

@@ -27,7 +27,7 @@ public:
     /// Width / height of the shape to show; 0 = no guide. A picture has the view's height and field of view, so a wider
     /// shape shows everything and more: the guide then shows a note.
     void setGuideAspect(double aspect);
-    /// The rectangle of the guide, in the view's coordinates; null when there is none or it does not fit.
+    /// The rectangle of the guide, in the view's coordinates; null if no guide is shown or it does not fit.
     QRect getGuide() const;
 
 signals:

@@ -32,7 +32,7 @@ public:
     void setActivePanel(tov::gui::ScenePanel* panel);
     /// The views that `setPanelCount` would close.
     std::vector<tov::gui::ScenePanel*> getPanelsToClose(int count) const;
-    /// Closes one view; the others fill its space. With the last one, none is active.
+    /// Closes one view; the others fill its space. After the last one, no view is active.
     void closePanel(tov::gui::ScenePanel* panel);
     /// Shows in every view what a picture of this shape (width / height) contains; 0 = no guide.
     void setGuideAspect(double aspect);

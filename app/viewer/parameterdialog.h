@@ -34,14 +34,14 @@ public:
 
     /// The entered values, by name.
     tov::main::CommandArguments getArguments() const;
-    /// The editor of a parameter; null when there is none of that name.
+    /// The editor of a parameter; null if the name is unknown.
     tov::main::ParameterPanel* getPanel(const QString& parameterName) const;
     /// True when every field holds a usable value.
     bool isComplete() const;
     /// Called whenever a field changes, and at once; what it returns is shown above the buttons as advice (empty:
     /// none).
     void setAdvice(std::function<QString(const ParameterDialog&)> advice);
-    /// The text of a field; empty when there is none of that name.
+    /// The text of a field; empty if the name is unknown.
     QString getText(const QString& parameterName) const;
     /// Keeps what was entered as the values used last.
     void remember() const;

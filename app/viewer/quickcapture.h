@@ -58,7 +58,7 @@ private:
     QAction* mp_Snapshot;                ///< child
     QLabel* mp_Figures = nullptr;        ///< child of the tool bar
     QAction* mp_FiguresPlace = nullptr;  ///< shows and hides the figures
-    tov::main::CommandRunPointer mp_Run; ///< the recording shown; null when there is none
+    tov::main::CommandRunPointer mp_Run; ///< the recording shown, or null
     QElapsedTimer m_Elapsed;
     qint64 m_TakenBefore = 0; ///< frames encoded before the recording began
     QTimer m_Refresh;

@@ -26,7 +26,7 @@ namespace {
 /// How long quitting waits for runs before it offers to quit without them.
 constexpr int QuitPatienceMs = 15000;
 
-/// Description of a run: its output file, or its command if it has none.
+/// Description of a run: its output file, or else its command.
 QString describe(const tov::main::CommandRunPointer& run)
 {
     const QString fileName = run->getArgument(QStringLiteral("filename"));

@@ -27,7 +27,7 @@ public:
 
     /// Whether a run records this view.
     bool isRecorded(const tov::gui::ScenePanel* view) const;
-    /// The run that records this view; null when none does.
+    /// The run that records this view, or null.
     tov::main::CommandRunPointer findRun(const tov::gui::ScenePanel* view) const;
 
     /// Calls `close` at once when none of `views` is recorded. Otherwise asks; when the user agrees, stops the

@@ -18,7 +18,7 @@ public:
     /// The adaptor belongs to the window. Of several windows, the oldest one is found.
     explicit RunningInstance(QWidget* window);
 
-    /// Opens files in a window of another process and brings it to the front. False when there is none.
+    /// Opens files in a window of another process and brings it to the front. False if no window is open.
     /// Thread: application, also before a window exists.
     static bool openInRunningWindow(const QStringList& fileNames);
 

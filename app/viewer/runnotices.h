@@ -15,7 +15,7 @@ namespace tov::viewer {
 class NoticeBar;
 class RunsBar;
 
-/// Tells the user about runs: problems while they run, and the file, or why there is none, when they end.
+/// Tells the user about runs: problems while they run, and the file, or why it is missing, when they end.
 /// Thread: application.
 class RunNotices : public QObject
 {

@@ -20,7 +20,7 @@ class ViewBookmarks : public QMenu
 {
     Q_OBJECT
 public:
-    /// `activeView` returns the view to keep and to move; null when there is none.
+    /// `activeView` returns the view to keep and to move, or null.
     ViewBookmarks(const QString& title, std::function<tov::gui::ScenePanel*()> activeView, QWidget* parent);
 
     /// Keeps the camera of the active view.

@@ -2,6 +2,7 @@
 
 #include "kernel/commands/commandprocessor.h"
 #include "kernel/main/settings.h"
+#include "kernel/util/processmemory.h"
 #include "kernel/workers/overseer.h"
 #include "scene/geometryelement.h"
 #include "scene/scene.h"
@@ -54,13 +55,7 @@ bool summarise(const char* part)
 
 qint64 statusBytes(const char* field)
 {
-    QFile status(QStringLiteral("/proc/self/status"));
-    if (!status.open(QIODevice::ReadOnly))
-        return -1;
-    for (const QByteArray& line : status.readAll().split('\n'))
-        if (line.startsWith(field))
-            return line.mid(line.indexOf(':') + 1).trimmed().split(' ').first().toLongLong() * 1024;
-    return -1;
+    return tov::util::kilobyteValue(QStringLiteral("/proc/self/status"), QByteArray(field) + ':');
 }
 
 qint64 residentBytes()

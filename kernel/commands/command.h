@@ -83,7 +83,7 @@ public:
     int getCurrentParameterSetId() const;
     /// Selects a set by its identifier, which need not exist.
     void setCurrentParameterSetId(int id);
-    /// The first set whose identifier is the current one; null when there is none.
+    /// The first set whose identifier is the current one, or null.
     ParameterSet* getCurrentParameterSet() const;
 
     /// 0, or the error of `setParameters`.

@@ -49,7 +49,7 @@ std::vector<const QString*> matchArguments(const CommandArguments& arguments, co
     return given;
 }
 
-/// The text to set the parameter from; null when there is none.
+/// The text to set the parameter from, or null.
 QString textFor(const AbstractParameter* parameter, const QString* given)
 {
     if (given)

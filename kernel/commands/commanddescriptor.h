@@ -53,7 +53,7 @@ public:
     QString getCommandName() const { return m_CommandName; }
     /// The text of the menu entry or button.
     QString getLabel() const { return m_Label; }
-    /// Null when the command has none.
+    /// Null if the command has none.
     const QIcon* getIcon() const { return mp_Icon.get(); }
 
 private:

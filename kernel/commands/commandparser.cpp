@@ -117,7 +117,7 @@ private:
     QString m_Problem;
 };
 
-/// Makes a command of the words of a line. Returns the problem, empty when there is none.
+/// Makes a command of the words of a line. Returns the problem; empty on success.
 QString makeCommand(const std::vector<Word>& words, CommandText& command)
 {
     command.name = words.front().text;
@@ -136,7 +136,7 @@ QString makeCommand(const std::vector<Word>& words, CommandText& command)
     return {};
 }
 
-/// Adds the command of a line, if there is one. Returns the problem, empty when there is none.
+/// Adds the command of a line, if there is one. Returns the problem; empty on success.
 QString parseLine(const QString& line, int number, std::vector<CommandText>& commands)
 {
     std::vector<Word> words;

@@ -16,7 +16,7 @@ void logCommandFailure(const QString& commandName, const QString& reason);
 /// Executes a command; false (logged) when an exception left `execute`. Thread: command.
 bool executeCommand(Command* command);
 
-/// Starts a thread; false when the system provides none. Qt has then logged the reason, and the object never ran.
+/// Starts a thread; false when the system refuses. Qt has then logged the reason, and the object never ran.
 /// Thread: any.
 bool startThread(QThread* thread);
 

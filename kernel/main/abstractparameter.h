@@ -29,7 +29,7 @@ public:
 
     /// Takes a value from text; false (logged) when it cannot be converted.
     virtual bool castString(const QString& text) = 0;
-    /// The value as text; empty when there is none.
+    /// The value as text; empty without a value.
     virtual QString toString() = 0;
     /// Frees the value if the parameter owns it. The parameter then has no value.
     virtual void deleteValue() = 0;
@@ -39,7 +39,7 @@ public:
     virtual bool hasValue() = 0;
     /// Addresses and name for diagnosis, ending with a line feed.
     virtual QString toDebugString() = 0;
-    /// The value; null when there is none. See `deletesOnSet` for the ownership.
+    /// The value, or null. See `deletesOnSet` for the ownership.
     virtual void* getValuePointer() = 0;
     /// Replaces the value; the type must be right, see `assignTyped`.
     virtual void setValuePointer(void* value) = 0;

@@ -33,7 +33,7 @@ public:
     bool isEmpty() const { return m_Parameters.empty(); }
     /// The parameter at an index from 0; throws `std::out_of_range`.
     AbstractParameter* at(std::size_t index) const;
-    /// The parameter with that name, in any case; null when there is none.
+    /// The parameter with that name, in any case, or null.
     AbstractParameter* find(const QString& name) const;
     /// The parameters in order; owned by the set.
     const std::vector<AbstractParameter*>& getParameters() const { return m_Parameters; }

@@ -32,9 +32,9 @@ public:
     QString getDescription() const;
     /// The module's icon; may be null. Thread: application.
     QIcon getIcon() const;
-    /// The module's manual; empty when there is none. Thread: any.
+    /// The module's manual, or an empty text. Thread: any.
     QUrl getHelpUrl() const;
-    /// The module's web page; empty when there is none. Thread: any.
+    /// The module's web page, or an empty text. Thread: any.
     QUrl getHomeUrl() const;
 
     /// Further records, one per plug-in of the module; the module fills and clears the list. Thread: application.

@@ -32,7 +32,7 @@ QByteArray readSection(QIODevice& file, const Elf64_Shdr& section)
                : QByteArray();
 }
 
-/// The record of a section at an offset; none when it does not fit.
+/// The record of a section at an offset; no value if it does not fit.
 template <typename Record>
 std::optional<Record> recordAt(const QByteArray& section, quint64 offset)
 {

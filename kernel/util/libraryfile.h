@@ -13,6 +13,15 @@ inline constexpr const char* RefusedLibraries = "tovRefusedLibraries";
 /// Exit status of a process that tried to load a library and survived.
 inline constexpr int ProbedStatus = 42;
 
+/// How a line begins in which such a process reports why the system refuses to load the library.
+inline constexpr char UnloadablePrefix[] = "unloadable ";
+/// The whole line, in the words of Qt's loader. Thread: any.
+inline QString unloadableLine(const QString& fileName, const QString& reason)
+{
+    return QStringLiteral("%1Cannot load library %2: (%3)")
+        .arg(QLatin1String(UnloadablePrefix), fileName, reason.simplified());
+}
+
 /// Why a library must not be trusted, in a few words; empty when it may be loaded. Whoever can replace the program may
 /// install plug-ins. A library is refused only if somebody could have written it, or a folder above it, who could not
 /// have replaced the program itself. Root and the user who runs the program are always trusted; folders where only

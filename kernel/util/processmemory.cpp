@@ -2,20 +2,26 @@
 
 #include <QFile>
 
+#include <algorithm>
 #include <malloc.h>
 
 namespace tov::util {
 
-qint64 processMemory()
+qint64 kilobyteValue(const QString& fileName, const QByteArray& key)
 {
     constexpr qint64 BytesPerKb = 1024;
-    QFile status(QStringLiteral("/proc/self/status"));
-    if (!status.open(QIODevice::ReadOnly))
-        return 0;
-    const QByteArray key("RssAnon:");
-    const QByteArray text = status.readAll();
-    const int at = text.indexOf(key);
-    return at < 0 ? 0 : text.mid(at + key.size()).trimmed().split(' ').first().toLongLong() * BytesPerKb;
+    QFile file(fileName);
+    if (!file.open(QIODevice::ReadOnly))
+        return -1;
+    for (const QByteArray& line : file.readAll().split('\n'))
+        if (line.startsWith(key))
+            return line.mid(key.size()).trimmed().split(' ').first().toLongLong() * BytesPerKb;
+    return -1;
+}
+
+qint64 processMemory()
+{
+    return std::max<qint64>(0, kilobyteValue(QStringLiteral("/proc/self/status"), "RssAnon:"));
 }
 
 qint64 allocatedMemory()

@@ -75,9 +75,9 @@ Matrix4 forNormals(const Matrix4& m)
 bool isBakeable(const Material& material)
 {
     const auto isShare = [](float value) { return value >= 0 && value <= 1; };
-    return material.alphaMode == Material::AlphaMode::Opaque && !material.baseColorTexture &&
-           !material.metallicRoughnessTexture && !material.normalTexture && !material.occlusionTexture &&
-           !material.emissiveTexture &&
+    const auto textures = texturesOf(material);
+    return material.alphaMode == Material::AlphaMode::Opaque &&
+           std::none_of(textures.begin(), textures.end(), [](const Texture* texture) { return bool(*texture); }) &&
            std::all_of(material.baseColor.begin(), material.baseColor.begin() + 3, isShare);
 }
 

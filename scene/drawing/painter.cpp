@@ -106,13 +106,7 @@ void putIrradiance(const Environment& environment, const Matrix4& turn, FrameBlo
     }
 }
 
-/// The textures of a material, in the order of their units.
-std::array<const Texture*, 5> texturesOf(const Material& material)
-{
-    return {&material.baseColorTexture, &material.metallicRoughnessTexture, &material.normalTexture,
-            &material.occlusionTexture, &material.emissiveTexture};
-}
-
+/// In the order of `texturesOf`.
 constexpr unsigned int TextureFeatures[5] = {ShaderBaseTexture, ShaderSurfaceTexture, ShaderNormalTexture,
                                              ShaderOcclusionTexture, ShaderEmissiveTexture};
 

@@ -1,11 +1,11 @@
 #include "scene/import/environmentfile.h"
 
+#include "kernel/util/filestamp.h"
 #include "scene/import/importprocess.h"
 #include "scene/import/meshstream.h"
 #include "scene/import/readers.h"
 
 #include <QCoreApplication>
-#include <QDateTime>
 #include <QFile>
 #include <QFileInfo>
 
@@ -95,10 +95,8 @@ std::shared_ptr<const Environment> readEnvironment(const QString& fileName, QStr
 {
     static std::mutex mutex;
     static std::map<QString, std::weak_ptr<const Environment>> known;
-    const QFileInfo info(fileName);
-    const QString key = QStringLiteral("%1\n%2\n%3")
-                            .arg(info.canonicalFilePath(), QString::number(info.size()),
-                                 info.lastModified().toString(Qt::ISODateWithMs));
+    const QString key =
+        QFileInfo(fileName).canonicalFilePath() + QLatin1Char('\n') + tov::util::FileStamp(fileName).toString();
     std::lock_guard<std::mutex> guard(mutex);
     if (auto old = known[key].lock())
         return old;

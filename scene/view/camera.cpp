@@ -104,7 +104,7 @@ Vector3 toSceneAxes(const Matrix4& rotation, const Vector3& v)
     return transformed(rotation.transposed(), v[0], v[1], v[2]);
 }
 
-/// A rotation from the directions of the eye's z (backwards) and roughly its y; none when they are parallel.
+/// A rotation from the directions of the eye's z (backwards) and roughly its y; no value if they are parallel.
 std::optional<Matrix4> rotationFrom(const Vector3& back, const Vector3& up)
 {
     const Vector3 right = cross(up, back);

@@ -29,7 +29,7 @@ struct PanelOverlay
 /// Shows these lines in all panels (null: none); those of a camera not in panels that follow the trajectory, because
 /// they look along them. Thread: application.
 TOV_EXPORT void setPanelOverlay(std::shared_ptr<const PanelOverlay> overlay);
-/// The lines that are shown; null when there are none. Thread: application.
+/// The lines that are shown, or null. Thread: application.
 TOV_EXPORT std::shared_ptr<const PanelOverlay> getPanelOverlay();
 /// Draws the lines under a matrix (scene to eye) and the current projection. Thread: application, with the context of a
 /// panel current.

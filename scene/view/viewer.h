@@ -43,7 +43,7 @@ public:
 
     /// All existing panels, in order of creation. Thread: application.
     std::vector<tov::gui::ScenePanel*> getPanels() const;
-    /// The panel that commands use; null when there is none. Thread: application.
+    /// The panel that commands use, or null. Thread: application.
     tov::gui::ScenePanel* getActivePanel() const;
     /// Makes a panel the active one (null: none) and fires "SCENEPANEL_CHANGED" when that changes something.
     /// Thread: application.

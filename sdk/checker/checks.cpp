@@ -524,7 +524,7 @@ bool load(const QString& file)
     pluginLibrary = dlopen(QFile::encodeName(QFileInfo(file).absoluteFilePath()).constData(), RTLD_NOW | RTLD_LOCAL);
     if (!pluginLibrary) {
         const QString reason = QString::fromLocal8Bit(dlerror());
-        print(QStringLiteral("unloadable Cannot load library %1: (%2)").arg(file, reason));
+        print(tov::util::unloadableLine(file, reason));
         print(QStringLiteral("problem ") + explainLoadError(reason));
         return false;
     }

@@ -144,8 +144,7 @@ int main(int argc, char** argv)
             // A module is only loaded here; the program starts it.
             void* module = dlopen(QFile::encodeName(arguments.value(1)).constData(), RTLD_NOW);
             if (!module)
-                say(QStringLiteral("unloadable Cannot load library %1: (%2)")
-                        .arg(arguments.value(1), QString::fromLocal8Bit(dlerror()).simplified()));
+                say(tov::util::unloadableLine(arguments.value(1), QString::fromLocal8Bit(dlerror())));
             if (void* getFactory = module ? dlsym(module, "getFactory") : nullptr) {
                 try {
                     reinterpret_cast<void* (*)()>(getFactory)();

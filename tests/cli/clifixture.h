@@ -42,9 +42,9 @@ protected:
     }
     QString language;                 ///< of the user, e.g. "de_DE.UTF-8"
     QMap<QString, QString> variables; ///< further environment variables
-    Result run(const QStringList& arguments, const QByteArray& shell = QByteArray())
+    /// Starts a program in the test's folder, in the environment of a user without a display.
+    void start(QProcess& process, const QStringList& arguments, const QString& program = Program)
     {
-        QProcess process;
         process.setWorkingDirectory(folder.path());
         auto environment = QProcessEnvironment::systemEnvironment();
         for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM", "QT_QPA_EGLFS_INTEGRATION"})
@@ -55,10 +55,25 @@ protected:
         for (auto i = variables.begin(); i != variables.end(); ++i)
             environment.insert(i.key(), i.value());
         process.setProcessEnvironment(environment);
+        process.start(program, arguments);
+        EXPECT_TRUE(process.waitForStarted()) << program.toStdString();
+    }
+    /// Waits until a program that is running has made a file.
+    void waitForFile(QProcess& process, const char* name)
+    {
+        QElapsedTimer clock;
+        clock.start();
+        while (!QFile::exists(path(name)) && clock.elapsed() < 30000)
+            process.waitForFinished(10);
+        EXPECT_TRUE(QFile::exists(path(name))) << name;
+    }
+    Result run(const QStringList& arguments, const QByteArray& shell = QByteArray())
+    {
+        QProcess process;
         if (shell.isEmpty())
-            process.start(Program, arguments);
+            start(process, arguments);
         else
-            process.start(QStringLiteral("/bin/sh"), {QStringLiteral("-c"), QString::fromUtf8(shell), Program});
+            start(process, {QStringLiteral("-c"), QString::fromUtf8(shell), Program}, QStringLiteral("/bin/sh"));
         EXPECT_TRUE(process.waitForFinished(120000));
         EXPECT_EQ(process.exitStatus(), QProcess::NormalExit) << "crashed";
         return {process.exitCode(), QString::fromUtf8(process.readAllStandardOutput()),

@@ -170,11 +170,9 @@ TEST_F(CliTest, AKilledOrFailedRunLeavesTheOlderFile)
             write(name, older);
             const bool isPicture = QLatin1String(name).endsWith(QLatin1String(".png"));
             QProcess process;
-            process.setWorkingDirectory(folder.path());
-            process.start(Program, isPicture ? QStringList{"image", Bunny, "-o", name, "--size", "12000x9000"}
-                                             : QStringList{"video", Bunny, "-o", name, "--size", "64x48", "--turntable",
-                                                           "20000"});
-            ASSERT_TRUE(process.waitForStarted());
+            start(process, isPicture
+                               ? QStringList{"image", Bunny, "-o", name, "--size", "12000x9000"}
+                               : QStringList{"video", Bunny, "-o", name, "--size", "64x48", "--turntable", "20000"});
             process.waitForFinished(700);
             ASSERT_EQ(process.state(), QProcess::Running) << name;
             kill(pid_t(process.processId()), sent);

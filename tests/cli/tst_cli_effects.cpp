@@ -89,7 +89,7 @@ QString textOf(const QString& fileName)
     return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
 }
 
-/// The source text of a test of this folder; empty when there is none of that name.
+/// The source text of a test of this folder; empty if the name is unknown.
 QString sourceOf(const QString& test)
 {
     const QString head = QStringLiteral("TEST_F(%1, %2)\n").arg(test.section('.', 0, 0), test.section('.', 1));

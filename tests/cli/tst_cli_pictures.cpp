@@ -194,13 +194,7 @@ TEST_F(CliTest, SamplesMakeEdgesSmooth)
 TEST_F(CliTest, CtrlCDuringAPictureLeavesNothing)
 {
     QProcess process;
-    process.setWorkingDirectory(folder.path());
-    auto environment = QProcessEnvironment::systemEnvironment();
-    environment.remove(QStringLiteral("QT_QPA_PLATFORM"));
-    environment.insert(QStringLiteral("TOV_SETTINGS"), path("settings.ini"));
-    process.setProcessEnvironment(environment);
-    process.start(Program, {"image", Bunny, "-o", "a.png", "--width", "12000"});
-    ASSERT_TRUE(process.waitForStarted());
+    start(process, {"image", Bunny, "-o", "a.png", "--width", "12000"});
     process.waitForFinished(700);
     kill(pid_t(process.processId()), SIGINT);
     ASSERT_TRUE(process.waitForFinished(60000));

@@ -109,20 +109,10 @@ TEST_F(CliTest, AFreeRecordingPlaysAsLongAsItTookWithEveryStall)
         SCOPED_TRACE(ending);
         const QByteArray name = QByteArray("free.") + ending;
         QProcess process;
-        process.setWorkingDirectory(folder.path());
-        auto environment = QProcessEnvironment::systemEnvironment();
-        environment.remove(QStringLiteral("QT_QPA_PLATFORM"));
-        environment.insert(QStringLiteral("TOV_SETTINGS"), path("settings.ini"));
-        process.setProcessEnvironment(environment);
-        process.start(Program, {"video", Cube, "-o", QString::fromLatin1(name), "--size", "64x48", "--fps", "60",
-                                "--free", QString::number(Seconds)});
-        ASSERT_TRUE(process.waitForStarted());
+        start(process, {"video", Cube, "-o", QString::fromLatin1(name), "--size", "64x48", "--fps", "60", "--free",
+                        QString::number(Seconds)});
         // The file is made when the recording starts.
-        const QByteArray partial = QByteArray("free~partial.") + ending;
-        QElapsedTimer clock;
-        clock.start();
-        while (!QFile::exists(path(partial.constData())) && clock.elapsed() < 30000)
-            process.waitForFinished(10);
+        waitForFile(process, (QByteArray("free~partial.") + ending).constData());
         process.waitForFinished(500);
         kill(pid_t(process.processId()), SIGSTOP);
         EXPECT_FALSE(process.waitForFinished(int(1000 * StallSeconds)));
@@ -181,19 +171,9 @@ TEST_F(CliTest, ATrajectoryThatMovesNothingIsReported)
 TEST_F(CliTest, CtrlCStopsARecordingAndKeepsIt)
 {
     QProcess process;
-    process.setWorkingDirectory(folder.path());
-    auto environment = QProcessEnvironment::systemEnvironment();
-    environment.remove(QStringLiteral("QT_QPA_PLATFORM"));
-    environment.insert(QStringLiteral("TOV_SETTINGS"), path("settings.ini"));
-    process.setProcessEnvironment(environment);
-    process.start(Program, {"video", Cube, "-o", "a.mkv", "--size", "320x240", "--free", "100", "-v"});
-    ASSERT_TRUE(process.waitForStarted());
+    start(process, {"video", Cube, "-o", "a.mkv", "--size", "320x240", "--free", "100", "-v"});
     // The file is made when the recording starts.
-    QElapsedTimer clock;
-    clock.start();
-    while (!QFile::exists(path("a~partial.mkv")) && clock.elapsed() < 30000)
-        process.waitForReadyRead(10);
-    ASSERT_TRUE(QFile::exists(path("a~partial.mkv")));
+    waitForFile(process, "a~partial.mkv");
     // The time of several frames.
     process.waitForFinished(600);
     kill(pid_t(process.processId()), SIGINT);

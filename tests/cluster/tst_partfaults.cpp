@@ -132,7 +132,7 @@ TEST_F(PartFaults, AKilledPartIsRecordedAgainAndTheOthersAreNot)
     process->kill();
     ASSERT_TRUE(process->waitForFinished(60000));
     EXPECT_FALSE(partFiles("f.mkv", "*~partial.mkv").isEmpty());
-    EXPECT_EQ(partFiles("f.mkv", "*.json"), QStringList()) << "half a part is none";
+    EXPECT_EQ(partFiles("f.mkv", "*.json"), QStringList()) << "half a part does not count";
     const QJsonObject status = objects(runWell(longCall({"--parts", "2", "--status", "--json"})).out).last();
     EXPECT_EQ(status["missing"].toInt(), 2);
     runWell(longCall({"--part", "1/2", "-q"}));

@@ -254,7 +254,7 @@ protected:
         }
         return bool(tree);
     }
-    /// Of the first part of a model; invalid when there is none.
+    /// Of the first part of a model; invalid without parts.
     static QColor colorOf(const QString& file)
     {
         const std::unique_ptr<SceneElement> tree(SceneImport::readFile(file, nullptr));

@@ -241,7 +241,7 @@ TEST(ModuleLibrary, AFactoryCanBeRecycledAndCreatedAgain)
     EXPECT_EQ(second->getInformationObject()->getName(), "Grab");
     EXPECT_TRUE(second->getPrimaryCommands().empty()) << "the static registration is not repeated";
     recycleFactory();
-    // There is none now: one is created and destroyed at once.
+    // The factory was deleted: another one is created and destroyed at once.
     recycleFactory();
     EXPECT_TRUE(getFactory()->getPrimaryCommands().empty());
     recycleFactory();

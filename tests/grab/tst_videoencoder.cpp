@@ -252,7 +252,7 @@ TEST_F(RegistryTest, TheSameExtensionInAnotherCaseIsRefusedToThePlugIn)
     EXPECT_EQ(keys(), QStringList{"TWICE"});
     EXPECT_EQ(registry().getLoadableFiles().at(QStringLiteral("TWICE")), "first");
     EXPECT_EQ(log.records().size(), 1u);
-    EXPECT_EQ(registry().getEncoder(QStringLiteral("a.twice")), nullptr) << "its factory makes none";
+    EXPECT_EQ(registry().getEncoder(QStringLiteral("a.twice")), nullptr) << "its factory returns null";
 }
 
 TEST_F(RegistryTest, AMissingDependencyIsALoadFailure)

@@ -42,7 +42,7 @@ def opens_window(line):
 
 
 def outputs(line):
-    """Files that a command names with -o, as far as they have no placeholders; none for calls that make one part of a video."""
+    """Files that a command names with -o, except names with placeholders; an empty list for calls that make one part of a video."""
     words = shlex.split(line)
     if "--part" in words or "--status" in words:
         return []

@@ -662,7 +662,7 @@ TEST_F(MotionTest, WithoutACountTheMemoryOfTheProcessIsLimited)
         }
         isOver = true;
     });
-    // The encoder takes a frame once capture waits, and counts none. Waiting begins one frame after the limit, because
+    // The encoder takes a frame once capture waits, but does not count it. Waiting begins one frame after the limit, because
     // the first frame is not counted.
     const std::size_t limit = std::size_t(RecordingPace::limitBytes(0)) / FrameBytes + 1;
     EXPECT_TRUE(processUntil([&] {

@@ -16,6 +16,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
+#include <string>
 
 using namespace tov::scene;
 using namespace tov::trajectory;
@@ -173,68 +175,52 @@ protected:
     std::shared_ptr<ModelData> model;
 };
 
-#define TOV_OPEN(file)                                                                                                 \
-    if (!open(file))                                                                                                   \
-    GTEST_SKIP() << "the model is not installed"
+/// A file, and the reference for its first animation.
+struct File
+{
+    const char* name;
+    QString fileName;
+    std::function<PoseReference(const QString& fileName)> reference;
+};
+
+PoseReference xReferenceAt24Fps(const QString& fileName)
+{
+    return tov::test::xReference(fileName, 24);
+}
+
+const File Files[] = {
+    {"SimpleSkin", Models + "glTF2/simple_skin/simple_skin.gltf", tov::test::gltfReference},
+    {"MorphingCube", Models + "glTF2/glTF-Sample-Models/AnimatedMorphCube-glTF/AnimatedMorphCube.gltf",
+     tov::test::gltfReference},
+    {"RobotArm", QStringLiteral(TOV_SOURCE_DIR "/samples/arm.gltf"), tov::test::gltfReference},
+    {"WalkingMan", Models + "BVH/01_01.bvh", tov::test::bvhReference},
+    {"AnotherWalkingMan", Models + "BVH/01_03.bvh", tov::test::bvhReference},
+    {"Boxer", Models + "BVH/Boxing_Toes.bvh", tov::test::bvhReference},
+    {"JointsOfAnXFile", Models + "X/anim_test.x", xReferenceAt24Fps},
+    {"RotatingCubeOf3dStudio", Models + "3DS/RotatingCube.3DS", tov::test::turningObject3dsReference},
+    {"ColladaBoxUnderAnArmature", Models + "Collada/box_nested_animation.dae", tov::test::colladaArmatureReference},
+};
+
+class RealFile : public RealAnimations, public testing::WithParamInterface<File>
+{};
 
 } // namespace
 
-TEST_F(RealAnimations, SimpleSkin)
+TEST_P(RealFile, MovesAsItsReference)
 {
-    const QString file = Models + "glTF2/simple_skin/simple_skin.gltf";
-    TOV_OPEN(file);
-    compare(tov::test::gltfReference(file));
+    if (!open(GetParam().fileName))
+        GTEST_SKIP() << "the model is not installed";
+    compare(GetParam().reference(GetParam().fileName));
 }
 
-TEST_F(RealAnimations, MorphingCube)
-{
-    const QString file = Models + "glTF2/glTF-Sample-Models/AnimatedMorphCube-glTF/AnimatedMorphCube.gltf";
-    TOV_OPEN(file);
-    compare(tov::test::gltfReference(file));
-}
-
-TEST_F(RealAnimations, RobotArm)
-{
-    const QString file = QStringLiteral(TOV_SOURCE_DIR "/samples/arm.gltf");
-    TOV_OPEN(file);
-    compare(tov::test::gltfReference(file));
-}
-
-TEST_F(RealAnimations, CapturedWalkers)
-{
-    for (const char* name : {"BVH/01_01.bvh", "BVH/01_03.bvh", "BVH/Boxing_Toes.bvh"}) {
-        SCOPED_TRACE(name);
-        const QString file = Models + name;
-        TOV_OPEN(file);
-        compare(tov::test::bvhReference(file));
-    }
-}
-
-TEST_F(RealAnimations, JointsOfAnXFile)
-{
-    const QString file = Models + "X/anim_test.x";
-    TOV_OPEN(file);
-    compare(tov::test::xReference(file, 24));
-}
-
-TEST_F(RealAnimations, RotatingCubeOf3dStudio)
-{
-    const QString file = Models + "3DS/RotatingCube.3DS";
-    TOV_OPEN(file);
-    compare(tov::test::turningObject3dsReference(file));
-}
-
-TEST_F(RealAnimations, ColladaBoxUnderAnArmature)
-{
-    const QString file = Models + "Collada/box_nested_animation.dae";
-    TOV_OPEN(file);
-    compare(tov::test::colladaArmatureReference(file));
-}
+INSTANTIATE_TEST_SUITE_P(Animations, RealFile, testing::ValuesIn(Files),
+                         [](const auto& file) { return std::string(file.param.name); });
 
 TEST_F(RealAnimations, BendingSkeletonOfAnFbxFile)
 {
     const QString file = Models + "FBX/animation_with_skeleton.fbx";
-    TOV_OPEN(file);
+    if (!open(file))
+        GTEST_SKIP() << "the model is not installed";
     // The highest vertex every 0.045 s, by three.js 0.187.0 (FBXLoader, AnimationMixer). The lowest ones have more than
     // four joints, of which three.js drops some.
     const double heights[] = {91.66661, 100.8689, 125.0783, 160.8924, 204.6355, 252.3699, 300.1284,

@@ -251,7 +251,7 @@ TEST_F(WindowPanels, AnimationsOfTheSceneAreListedAndPlayed)
     ASSERT_TRUE(menu);
     emit menu->aboutToShow();
     ASSERT_EQ(menu->actions().size(), 1);
-    EXPECT_FALSE(menu->actions().first()->isEnabled()) << "the scene has none";
+    EXPECT_FALSE(menu->actions().first()->isEnabled()) << "the scene has no animations";
     QString error;
     ASSERT_TRUE(tov::scene::SceneImport::addFiles({QStringLiteral(TOV_SOURCE_DIR "/samples/arm.gltf")}, &error))
         << error.toStdString();

@@ -197,7 +197,7 @@ bool hasField(const QByteArray& box, quint32 flag)
     return (get<quint32>(box, 0) & 0xffffff & flag) != 0;
 }
 
-/// The size of samples whose run does not store it, from the track fragment header; 0 when the header has none.
+/// The size of samples whose run does not store it, from the track fragment header; 0 if the header has no size.
 quint32 commonSampleSize(const QByteArray& header)
 {
     int at = 8; // version, flags, track

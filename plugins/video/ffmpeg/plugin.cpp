@@ -11,6 +11,17 @@ tov::grab::video::Encoder* createEncoder(void* format)
     return new LazyEncoder(static_cast<const Format*>(format));
 }
 
+/// The extensions of the formats with that property, then a null pointer.
+const char* const* listFormatsWith(bool Format::*property, std::vector<const char*>& list)
+{
+    list.clear();
+    for (const Format& format : formats())
+        if (format.*property)
+            list.push_back(format.extension);
+    list.push_back(nullptr);
+    return list.data();
+}
+
 /// The coders, if this plug-in can read and write files with that ending; null for other files and when the coders
 /// cannot be loaded.
 const CoderFunctions* codersFor(const char* fileName)
@@ -55,12 +66,21 @@ extern "C" TOV_EXPORT const char* const* listVideoFormats()
 extern "C" TOV_EXPORT const char* const* listAlphaFormats()
 {
     static std::vector<const char*> list;
-    list.clear();
-    for (const Format& format : formats())
-        if (format.alpha)
-            list.push_back(format.extension);
-    list.push_back(nullptr);
-    return list.data();
+    return listFormatsWith(&Format::alpha, list);
+}
+
+/// The registered formats that are encoded for a bit rate; see docs/encoder-plugins.md.
+extern "C" TOV_EXPORT const char* const* listBitrateFormats()
+{
+    static std::vector<const char*> list;
+    return listFormatsWith(&Format::rateControlled, list);
+}
+
+/// The registered formats that can be written to a pipe; see docs/encoder-plugins.md.
+extern "C" TOV_EXPORT const char* const* listStreamFormats()
+{
+    static std::vector<const char*> list;
+    return listFormatsWith(&Format::streamed, list);
 }
 
 /// The files that the plug-in loads itself; see docs/encoder-plugins.md.

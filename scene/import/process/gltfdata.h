@@ -57,7 +57,7 @@ double numberOf(const tinygltf::Value& object, const char* key, double fallback)
 int indexOf(const tinygltf::Value& object, const char* key);
 /// The member as a list of numbers.
 std::vector<double> numbersOf(const tinygltf::Value& object, const char* key, std::vector<double> fallback);
-/// The member as an object; null when there is none.
+/// The member as an object; null if it is missing.
 const tinygltf::Value* memberOf(const tinygltf::Value& object, const char* key);
 /// An extension of a part of the file; null when it does not use it.
 const tinygltf::Value* extensionOf(const tinygltf::ExtensionMap& extensions, const char* name);

@@ -29,7 +29,7 @@ constexpr std::size_t MaxFileBytes = std::size_t(256) << 20;
 
 typedef std::vector<std::uint8_t> Bytes;
 
-/// The end of a row of run-length coded pixels that begins at `at`; none when the data end before.
+/// The end of a row of run-length coded pixels that begins at `at`; no value if the data end before.
 std::optional<std::size_t> endOfRow(const Bytes& bytes, std::size_t at, int width)
 {
     at += 4;
