@@ -19,7 +19,7 @@ public:
     explicit DeformedShape(GeometryElement& element);
 
     typedef std::unordered_map<std::uint64_t, SceneElement*> ElementsById;
-    /// Finds the joints again after the tree has changed. A joint that is gone keeps its last matrix.
+    /// Finds the joints again after the tree has changed. A joint that no longer exists keeps its last matrix.
     void bind(const ElementsById& elements);
     /// Moves the vertices when joints or morph weights have changed since the last call. The caller holds a
     /// `SceneEdit`.
@@ -53,8 +53,8 @@ private:
 class Deformations
 {
 public:
-    /// Updates every shape under `root`; `structureRevision` tells when the tree has to be searched again. The caller
-    /// holds a `SceneEdit`. Thread: any.
+    /// Updates every shape under `root`; the tree is searched again when `structureRevision` changes. The caller holds
+    /// a `SceneEdit`. Thread: any.
     void update(SceneElement* root, std::uint64_t structureRevision);
 
 private:

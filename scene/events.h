@@ -1,7 +1,7 @@
 #pragma once
 
 // One constant per event of the category "Scene". Internal linkage on purpose: every source unit that includes this
-// header declares the list when its library is loaded, so that a module's needs are known whatever is loaded first.
+// header declares the list when its library is loaded, so that the events exist whichever library is loaded first.
 // Include it from source files only, never from a header.
 
 #include "kernel/events/eventhandler.h"

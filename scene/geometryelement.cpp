@@ -185,7 +185,7 @@ private:
 GeometryElement::GeometryElement(const QString& name, Geometry geometry)
     : SceneElement(name), m_Kind(geometry.kind), m_Origin(geometry.origin)
 {
-    // Vertex colours without a material show as they are.
+    // Vertex colours without a material are drawn unchanged.
     setMaterial(!geometry.material && !geometry.colors.empty() ? makeMaterial(Qt::white) : geometry.material);
     if (m_Kind == Geometry::Kind::Surfaces && geometry.normals.size() != geometry.positions.size())
         addNormals(geometry);

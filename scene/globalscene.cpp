@@ -4,7 +4,7 @@ namespace tov::scene {
 
 tov::util::ZPointer<Scene> _GlobalScene()
 {
-    static const auto scene = new tov::util::ZPointer<Scene>(new Scene); // lives as long as the process
+    static const auto scene = new tov::util::ZPointer<Scene>(new Scene); // never destroyed
     return *scene;
 }
 

@@ -55,9 +55,9 @@ struct Texture
     explicit operator bool() const { return image != nullptr; }
 };
 
-/// How a surface looks: the metallic-roughness model of glTF 2.0 (Khronos Group, "glTF 2.0 Specification", section 3.9
-/// and appendix B). Other formats are converted when they are read. Factors are linear; colour textures (base colour,
-/// emissive) are sRGB, all others linear. Never changed once it is shared.
+/// The appearance of a surface: the metallic-roughness model of glTF 2.0 (Khronos Group, "glTF 2.0 Specification",
+/// section 3.9 and appendix B). Other formats are converted when they are read. Factors are linear; colour textures
+/// (base colour, emissive) are sRGB, all others linear. Never changed once it is shared.
 struct Material
 {
     enum class AlphaMode : std::uint8_t

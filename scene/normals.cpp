@@ -162,7 +162,7 @@ private:
                 sum = sum + m_Areas[corners[i] / 3];
         return normalized(sum);
     }
-    /// Gives a corner its normal; its vertex, or a copy of it that has no normal or the same one.
+    /// Gives a corner its normal: uses its vertex, or a copy of the vertex that has no normal or the same one.
     void assign(std::uint32_t corner, const Vector& normal)
     {
         const std::uint32_t vertex = m_Geometry.indices[corner];
@@ -210,7 +210,7 @@ private:
     Geometry& m_Geometry;
     const float m_CosCrease;
     const float m_CosHalf;
-    std::vector<Vector> m_Areas;          ///< per triangle: its normal, as long as twice its area
+    std::vector<Vector> m_Areas;          ///< per triangle: its normal, with twice its area as length
     std::vector<std::uint32_t> m_First;   ///< per place: its first entry in `m_Corners`
     std::vector<std::uint32_t> m_Corners; ///< numbers in `Geometry::indices`
     std::vector<Vector> m_Units;          ///< of the current place

@@ -24,7 +24,7 @@ public:
     /// Deletes the children.
     virtual ~SceneElement();
 
-    /// Unique in the process; an element that was deleted is never mistaken for a later one at the same address.
+    /// Unique in the process, so that a later element at the address of a deleted one is recognised as another.
     std::uint64_t getId() const { return m_Id; }
     /// The name, as the file gives it; need not be unique.
     QString getName() const { return m_Name; }

@@ -6,7 +6,7 @@ namespace tov::scene {
 
 typedef std::array<double, 3> Vector3; ///< x, y, z
 
-/// Position and size of a scene, with which a camera keeps it between the clipping planes.
+/// Position and size of a scene, which a camera uses to keep it between the clipping planes.
 struct SceneExtent
 {
     Vector3 center = {0, 0, 0};

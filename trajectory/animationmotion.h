@@ -11,7 +11,7 @@
 
 namespace tov::trajectory {
 
-/// The duration of a clip.
+/// How the times of a file or clip become frames.
 struct PlaybackOptions
 {
     double fps = 25;

@@ -10,9 +10,9 @@
 
 namespace tov::trajectory {
 
-/// A camera that travels smoothly through views. The target, the orientation, the distance to the target and the field
-/// of view are cubic Hermite splines (tangents of Catmull and Rom for uneven times; orientations as quaternions of
-/// aligned sign). Value and first derivative are continuous, and every view is passed exactly. Two views of the same
+/// A camera that moves smoothly through given views. The target, the orientation, the distance to the target and the
+/// field of view are cubic Hermite splines (tangents of Catmull and Rom for uneven times; orientations as quaternions
+/// of aligned sign). Value and first derivative are continuous, and every view is passed exactly. Two views of the same
 /// target are joined by an orbit around it.
 class TOV_EXPORT CameraPath
 {

@@ -68,8 +68,8 @@ public:
                               std::uint64_t structureRevision) const;
 };
 
-/// Two motions that run together: the camera of the first, the elements of the second. As long as the longer one; the
-/// other holds its last frame.
+/// Two motions that run together: the camera of the first, the elements of the second. The duration is that of the
+/// longer one; the other keeps its last frame.
 class TOV_EXPORT CombinedMotion : public Motion
 {
 public:

@@ -30,7 +30,7 @@ constexpr unsigned long Outlines = 8, MostOutlines = 200;
 /// Length of an outline as a share of the scene's radius, and its width divided by its height.
 constexpr double OutlineShare = 0.06, OutlineAspect = 16.0 / 9;
 
-/// The outline of a camera: the four edges of its view, up to a frame of which the upper side has a tip.
+/// The outline of a camera: the four edges of its view, and a rectangle with a tip on its upper side.
 void addOutline(const Camera& camera, double length, PanelOverlay& overlay)
 {
     const Matrix4 pose = camera.pose();

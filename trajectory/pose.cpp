@@ -8,7 +8,7 @@ using tov::math::Matrix4;
 
 namespace {
 
-/// The quaternion of a rotation matrix, from its largest component (Shepperd's method).
+/// The quaternion of a rotation matrix, computed from its largest component (Shepperd's method).
 Quaternion quaternionOf(const Matrix4& m)
 {
     const double trace = m(0, 0) + m(1, 1) + m(2, 2);

@@ -25,7 +25,7 @@ TOV_EXPORT tov::math::Matrix4 composed(const Pose& pose);
 
 /// The quaternion scaled to unit length; the identity when its length is 0.
 TOV_EXPORT Quaternion normalized(const Quaternion& q);
-/// Spherical interpolation along the shorter way.
+/// Spherical interpolation along the shorter arc.
 TOV_EXPORT Quaternion slerp(const Quaternion& a, const Quaternion& b, double share);
 /// From `a` (share 0) to `b` (share 1); exact at both ends.
 TOV_EXPORT tov::math::Matrix4 interpolated(const tov::math::Matrix4& a, const tov::math::Matrix4& b, double share);

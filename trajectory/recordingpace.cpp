@@ -79,7 +79,7 @@ private:
     void waitForEncoder(FrameBacklog::Amount taken);
 
     qint64 m_Uncounted = 0;     ///< frames that were captured before their size was known
-    qint64 m_MemoryBefore = -1; ///< bytes of the process after the first frame; -1 = there was none yet
+    qint64 m_MemoryBefore = -1; ///< bytes of the process after the first frame; -1 before it
 };
 
 void Recording::beforeFrame()

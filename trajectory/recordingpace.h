@@ -40,7 +40,7 @@ public:
     static constexpr int StallMs = 10000;
     /// The same while a recording that was asked to stop has not ended, so that it ends soon.
     static constexpr int StoppedStallMs = 200;
-    /// Enough for encoding and capture to overlap: a larger limit makes no recording faster.
+    /// Enough for encoding and capture to overlap; a larger limit would not make recordings faster.
     static constexpr qint64 DefaultLimitMb = 96;
     /// A recording that is stopped soon ends: its pending frames are still encoded.
     static constexpr qint64 MostFrames = 200;

@@ -20,8 +20,8 @@ class SceneEdits
 public:
     typedef std::function<void(tov::scene::SceneElement* root, std::uint64_t structureRevision)> Edit;
 
-    /// Runs `edit` under a `SceneEdit` of the transforms: now, or soon on the application thread. An edit that has been
-    /// postponed is dropped when another one comes. Thread: any.
+    /// Runs `edit` under a `SceneEdit` of the transforms: now, or soon on the application thread. A postponed edit is
+    /// dropped when another one follows. Thread: any.
     void submit(Edit edit);
     /// Drops a postponed edit. Thread: any.
     void cancel() { ++*m_Latest; }

@@ -56,9 +56,9 @@ public:
     /// Reads a file and selects it at position 0. By suffix: csv = a point "x,y,z" or "t,x,y,z" per line; tum, txt = a
     /// camera pose "t x y z qx qy qz qw" per line (camera to scene; the camera looks along +z with y down); json = a
     /// list of objects, element name to 16 numbers row by row (element to scene), "camera" being eye to scene in
-    /// OpenGL's axes, with an optional "time"; a JSON object with "version" is a camera path. Files with times play in
-    /// their own time at `options.fps` unless `options.everyPosition`. On failure false, with one line in `error` that
-    /// names the line of the file, and the selection stays. Thread: application.
+    /// OpenGL's axes, with an optional "time"; a JSON object with "version" is a camera path. Files with times play at
+    /// their own speed, sampled at `options.fps`, unless `options.everyPosition` is set. On failure false, with one
+    /// line in `error` that names the line of the file, and the selection stays. Thread: application.
     bool openFile(const QString& fileName, const PlaybackOptions& options, QString* error);
     /// The same with every position of the file, one per frame; camera paths at 25 frames per second.
     bool openFile(const QString& fileName, QString* error);

@@ -14,7 +14,7 @@ namespace tov::trajectory {
 class TOV_EXPORT TrajectoryRange
 {
 public:
-    /// Takes the trajectory that is selected now.
+    /// Stores the trajectory that is selected now.
     TrajectoryRange();
 
     /// Positions of the whole trajectory.

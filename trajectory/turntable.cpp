@@ -48,7 +48,7 @@ Camera raised(const Camera& camera, const Vector3& center, const Vector3& axis, 
     for (std::size_t i = 0; i < 3; ++i)
         aside[i] -= along * axis[i];
     double size = std::sqrt(dot(aside, aside));
-    if (size < 1e-6) { // seen along the axis: the upper side of the picture is the far side
+    if (size < 1e-6) { // seen along the axis: the far side is at the top of the picture
         aside = camera.up();
         for (double& value : aside)
             value *= along > 0 ? -1 : 1;
@@ -65,7 +65,7 @@ Camera raised(const Camera& camera, const Vector3& center, const Vector3& axis, 
 
 bool showsWholeScene(const tov::gui::ScenePanel& panel, double aspect)
 {
-    // Fitting leaves a margin, which the user may use up.
+    // Fitting leaves a margin; the user may have zoomed in by that much.
     constexpr double Slack = 1.05;
     const Camera view = panel.getCamera();
     tov::scene::ViewFitter fitter(view, aspect > 0 ? aspect : double(panel.width()) / panel.height());

@@ -20,7 +20,7 @@ struct TurntableOptions
     tov::scene::Vector3 axis = {0, 1, 0};
     /// Degrees above the plane that is perpendicular to the axis; no value: that of the view.
     std::optional<double> elevation;
-    /// Degrees of a swing back and forth about the starting view instead of turns; 0: none.
+    /// Degrees of a swing back and forth about the starting view instead of turns; 0: no swing.
     double swing = 0;
     Ease ease = Ease::None;
     /// The camera moves back as far as needed to keep the scene in the picture at every angle. False: the distance of

@@ -84,8 +84,8 @@ bool collectJobs(const Options& options, bool (*read)(const Options&, Request&, 
     return true;
 }
 
-/// Makes the results of the jobs that `check` accepts, and returns the exit status. Results that exist already and may
-/// be skipped are named; with --strict the first failure is the last job. Thread: application.
+/// Makes the results of the jobs that `check` accepts, and returns the exit status. Results that are skipped because
+/// they exist already are reported; with --strict the first failure is the last job. Thread: application.
 template <typename Request>
 int runJobs(const std::vector<Job<Request>>& jobs, Session& session, Reporter& reporter,
             bool (*check)(const Job<Request>&, QString*), bool (*make)(Session&, const Job<Request>&))

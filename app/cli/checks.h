@@ -9,7 +9,7 @@ namespace tov::app {
 // Checks before work begins. Each returns true when it passes, else false with one line in `error` that names the
 // limit and what to do. Thread: application.
 
-/// Bytes of memory that this process can still use: the least of what the machine has available, what its cgroup
+/// Bytes of memory that this process can still use: the minimum of what the machine has available, what its cgroup
 /// leaves, and `limit` (0 = none) less what the process uses already. 0 = unknown. Thread: any.
 qint64 availableMemory(qint64 limit);
 

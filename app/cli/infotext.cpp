@@ -13,7 +13,7 @@ using tov::scene::ModelInfo;
 
 namespace {
 
-/// Longer lists are cut, with the number of names that are left out.
+/// Longer lists are truncated; the number of names left out is added.
 constexpr int MostNames = 12;
 
 QString tr(const char* text)

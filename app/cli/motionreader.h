@@ -30,7 +30,7 @@ struct MotionRequest
     QString axis;     ///< of the turntable: "x", "y", "z" or "X,Y,Z"; empty or "up" = up
     bool isEased = false;
     bool isRepeated = false;         ///< with `seconds`: repeated instead of stretched
-    bool takesEveryPosition = false; ///< of a trajectory, whatever its times
+    bool takesEveryPosition = false; ///< one position of the trajectory per frame; its times are ignored
     std::optional<double> time;      ///< seconds of the animation, for pictures
 };
 

@@ -28,7 +28,7 @@ public:
     void readNumber(const char* option, double least, double most, double& value);
     /// The same with an optional unit.
     void readDegrees(const char* option, double least, double most, double& value);
-    /// A number of percent, with or without the sign.
+    /// A percentage, with or without the percent sign.
     void readPercent(const char* option, double least, double most, double& value);
     /// A time above 0 in seconds.
     void readSeconds(const char* option, double& value);

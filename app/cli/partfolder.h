@@ -8,7 +8,7 @@
 
 namespace tov::app {
 
-/// What is known of a part that has been recorded. It is stored next to the part.
+/// The facts about a part that has been recorded, stored next to the part.
 struct PartRecord
 {
     qint64 frames = 0;
@@ -47,8 +47,7 @@ public:
     /// Measures the finished files of a part and stores its record; false with one line in `error` on failure.
     bool writeRecord(int part, PartRecord record, QString* error) const;
 
-    /// Removes everything that belongs to the recording but the lock of the process that joins it, which is to call
-    /// this.
+    /// Removes everything that belongs to the recording, except the lock of the joining process, which calls this.
     void removeParts() const;
     /// Removes the folder if it is empty.
     void removeIfEmpty() const;

@@ -22,7 +22,7 @@ struct RecordingFacts
 
 /// Identifies a recording in parts: 32 hexadecimal digits, equal for equal recordings with the same number of parts,
 /// different when a frame, its time or its coding can differ. Files that the request names (trajectory, path, light,
-/// stored view) count by content. Empty, with one line in `error`, when one of them cannot be read. Thread: any.
+/// stored view) are compared by content. Empty, with one line in `error`, when one of them cannot be read. Thread: any.
 QString partKey(const VideoRequest& request, const RecordingFacts& facts, QString* error);
 
 } // namespace tov::app

@@ -33,8 +33,8 @@ public:
     /// Releases the lock and removes its file.
     ~PartLock();
 
-    /// Tries to get the lock, and does not wait for it. Unless it is acquired, `error` is set to one line that says who
-    /// holds it, or why there can be no lock.
+    /// Tries to get the lock, and does not wait for it. Unless it is acquired, `error` is set to one line that names
+    /// the holder, or the reason why the file cannot be locked.
     Result acquire(const QString& fileName, QString* error);
     /// The process that holds the lock now; no value if it is free.
     static std::optional<Holder> findHolder(const QString& fileName);

@@ -9,7 +9,7 @@
 
 namespace tov::app {
 
-/// The settings that a recording reads, for one recording: the user's own are back when the object is destroyed, so
+/// The settings that a recording reads, for one recording: the user's own are restored when the object is destroyed, so
 /// that no result depends on the one before it. Thread: application.
 class RecordingSettings
 {

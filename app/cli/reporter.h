@@ -32,7 +32,7 @@ public:
     bool fail(const QString& message);
     /// A finished result, in words.
     void result(const RunOutcome& outcome);
-    /// An object of a verb of its own; only with --json.
+    /// A JSON object whose keys the verb defines; printed only with --json.
     void print(const QJsonObject& object);
     /// `percent` -1 = busy; `count` of `unit` are 100 %, 0 = unknown.
     void progress(const QString& text, int percent, qint64 count = 0);

@@ -16,7 +16,7 @@ namespace tov::app {
 class RestPose
 {
 public:
-    /// Takes the scene as it is now.
+    /// Stores the current transforms and shapes of the scene.
     void capture();
     /// Restores the captured state, and discards it.
     void restore();

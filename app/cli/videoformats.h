@@ -17,7 +17,7 @@ QStringList knownVideoEndings();
 bool hasVideoAlpha(const QString& ending);
 /// The same for videos that are encoded for a bit rate ("listBitrateFormats"). Thread: application.
 bool hasVideoBitrate(const QString& ending);
-/// The same for videos that are written once from begin to end ("listStreamFormats"). Thread: application.
+/// The same for videos that are written once from start to end ("listStreamFormats"). Thread: application.
 bool isStreamableVideo(const QString& ending);
 
 } // namespace tov::app

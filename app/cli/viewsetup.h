@@ -15,8 +15,8 @@ namespace tov::app {
 /// The camera of that name in the files of the scene; no value, with one line in `error`, if it is missing. Thread:
 /// application.
 std::optional<tov::scene::FileCamera> findFileCamera(const QString& name, QString* error);
-/// Where a camera of a file stands now, with the changes of the request (angles, zoom, lens). None when its place is
-/// not a view. The scene must be kept still by the caller. Thread: any.
+/// The current view of a camera of a file, with the changes of the request (angles, zoom, lens); no value if its
+/// transform is not a view. The caller must keep the scene from changing. Thread: any.
 std::optional<tov::scene::Camera> cameraOfFile(const tov::scene::FileCamera& file, const ViewRequest& view,
                                                const tov::scene::SceneExtent& extent);
 

@@ -18,8 +18,8 @@ bool isNameOf(const QString& fileName, int descriptor);
 /// when nobody reads from it. Never waits for a reader. Thread: any.
 int openPipe(const QString& fileName, QString* error);
 
-/// True when a file of that name can be written; otherwise `error` says why not, in one line. Named pipes pass: whether
-/// somebody reads from one shows when it is opened. Thread: any.
+/// True when a file of that name can be written; otherwise `error` says why not, in one line. Named pipes pass: a
+/// missing reader is detected when the pipe is opened. Thread: any.
 bool checkOutputFolder(const QString& fileName, QString* error);
 
 } // namespace tov::app

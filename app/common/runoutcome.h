@@ -51,9 +51,9 @@ struct RunOutcome
     double playbackSpeed() const { return captured > 0 && seconds > 0 ? captured / seconds : 0; }
 };
 
-/// Watches every run of the command processor from before it touches anything, verifies what it wrote, and reports
-/// one outcome for each. A run of a command with a parameter "filename" is one that writes a file; with "sync" it
-/// is a recording. Empty files and incomplete pictures are removed, so that nobody takes them for results. Thread:
+/// Watches every run of the command processor from before it touches anything, verifies what it wrote, and reports one
+/// outcome for each. A run of a command with a parameter "filename" is one that writes a file; with "sync" it is a
+/// recording. Empty files and incomplete pictures are removed, so that they are not mistaken for results. Thread:
 /// application.
 class RunWatcher : public QObject
 {

@@ -42,7 +42,7 @@ bool synchronize(const QString& fileName)
     return isDone;
 }
 
-/// False when another process has locked the file. Some file systems have no locks; then nobody has.
+/// False when another process has locked the file. Always true on file systems without locks.
 bool lock(int file)
 {
     return flock(file, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK;
@@ -198,7 +198,7 @@ bool SafeOutput::rename(QString* error)
 }
 
 /// Pictures are named after their list. The list that was just committed still names those of the temporary one: the
-/// encoder gives them their own names and replaces the list once more. Without it everything plays all the same.
+/// encoder gives them their own names and replaces the list once more. If that fails, the list still plays.
 void SafeOutput::renamePictures(const QStringList& older)
 {
     const QStringList temporary = listedPictures(m_Target);

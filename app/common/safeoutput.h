@@ -42,8 +42,8 @@ public:
     /// `error` when it cannot be made, or when another process is writing the same file.
     bool prepare(QString* error);
     /// Gives the file its name, in place of an older one, whose permissions it takes. On failure false with one line in
-    /// `error`, and the file stays under the temporary name. The name changes from the older to the new file at once;
-    /// for a list of pictures the list does, which names the pictures of one recording at any time.
+    /// `error`, and the file stays under the temporary name. The older file is replaced in one step. A list of pictures
+    /// is replaced in the same way, so it never mixes the pictures of two recordings.
     bool commit(QString* error);
     /// Removes what was written.
     void discard();

@@ -47,7 +47,7 @@ private:
     std::unique_ptr<Private> d;
 };
 
-/// Must come first in `main`: sets up UTF-8 names whatever the locale, and ignores signals that must not kill.
+/// Must come first in `main`: sets up UTF-8 names in every locale, and ignores signals that would end the process.
 void prepareProcess();
 
 } // namespace tov::app

@@ -12,8 +12,8 @@ class QListWidget;
 
 namespace tov::viewer {
 
-/// Finds an action of the window by typing parts of its name, and triggers it. Covers every action in the menus, those
-/// of the modules' commands included. Thread: application.
+/// Finds an action of the window by typing parts of its name, and triggers it. Covers every action in the menus,
+/// including the modules' commands. Thread: application.
 class CommandPalette : public QDialog
 {
     Q_OBJECT

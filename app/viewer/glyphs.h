@@ -4,8 +4,8 @@
 
 namespace tov::viewer {
 
-/// The window's own small drawings. They are drawn when they are painted, in the palette's text colour: crisp at any
-/// scale, readable in light and dark.
+/// The icons of the window, drawn in the palette's text colour whenever they are painted: sharp at any scale, readable
+/// in light and dark.
 enum class Glyph
 {
     Open,

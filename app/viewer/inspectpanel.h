@@ -16,7 +16,7 @@ public:
     explicit InspectPanel(QWidget* parent = nullptr);
     ~InspectPanel() override;
 
-    /// Counts again. Hidden parts count, too.
+    /// Counts again; hidden parts are left out.
     void refresh();
 
 protected:

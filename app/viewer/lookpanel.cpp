@@ -39,7 +39,7 @@ void select(QComboBox* box, Value value)
     box->setCurrentIndex(box->findData(int(value)));
 }
 
-/// The share in a field of percent; `current` if the field shows it, because the field rounds.
+/// The value of a percentage field as a share; `current` if the field shows it, because the field rounds.
 double shareIn(const QDoubleSpinBox* box, double current)
 {
     return qFuzzyCompare(box->value(), QString::number(current * 100, 'f', box->decimals()).toDouble())
@@ -111,7 +111,7 @@ void LookPanel::createFields()
         connect(box, QOverload<int>::of(&QComboBox::currentIndexChanged), this, &LookPanel::apply);
 }
 
-/// A field for a share of the picture's height, in percent.
+/// A field for a percentage of the picture's height.
 QDoubleSpinBox* LookPanel::createShare(const QString& name)
 {
     auto* box = new QDoubleSpinBox(this);

@@ -9,7 +9,7 @@ class QVBoxLayout;
 namespace tov::viewer {
 
 /// Short messages above the view; the last four are shown. Warnings stay until they are closed; information disappears
-/// by itself. No message is shown twice at a time. Thread: application.
+/// by itself. The same message is never shown twice at the same time. Thread: application.
 class NoticeBar : public QWidget
 {
     Q_OBJECT

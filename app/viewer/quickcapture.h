@@ -27,7 +27,7 @@ class QuickCapture : public QObject
 {
     Q_OBJECT
 public:
-    /// `modelName` gives the name that stands for `{model}` in file names. `recorded` and `space` must outlive this
+    /// `modelName` returns the name that replaces `{model}` in file names. `recorded` and `space` must outlive this
     /// object.
     QuickCapture(RecordedViews* recorded, tov::app::SpaceWatch* space, std::function<QString()> modelName,
                  QObject* parent = nullptr);

@@ -16,13 +16,13 @@ namespace tov::viewer {
 namespace {
 
 constexpr int MaxFiles = 12;
-/// Edge of a small picture, pixels.
+/// Edge of a thumbnail, pixels.
 constexpr int ThumbnailEdge = 128;
 constexpr int IconEdge = 40;
 
 const QString FilesKey = QStringLiteral("window/recentfiles");
 
-/// A menu whose icons are as large as the small pictures.
+/// A menu whose icons have the size of the thumbnails.
 class LargeIconStyle : public QProxyStyle
 {
 public:
@@ -71,7 +71,7 @@ void RecentFiles::add(const QString& fileName, tov::scene::SceneElement* model)
         return;
     const QString name = getThumbnailFile(path);
     QDir().mkpath(QFileInfo(name).absolutePath());
-    // Losing a small picture does no harm, so errors are not reported.
+    // A missing thumbnail does no harm, so errors are not reported.
     QSaveFile file(name);
     if (file.open(QIODevice::WriteOnly) && picture.save(&file, "PNG") && file.commit())
         emit thumbnailStored(path);

@@ -31,7 +31,7 @@ public:
     void removeTask(quint64 task);
     /// A short remark next to a run's time.
     void setHint(quint64 run, const QString& hint);
-    /// The rows, shown or about to be.
+    /// All rows, including those that are not visible yet.
     int getRowCount() const;
 
 signals:

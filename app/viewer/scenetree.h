@@ -13,8 +13,9 @@ namespace tov::viewer {
 
 class EditQueue;
 
-/// The scene's elements as a tree: a check box shows and hides, selecting selects in the scene too, and a context menu
-/// isolates, shows all, and removes with undo. Rebuilt when the scene's structure changes. Thread: application.
+/// The scene's elements as a tree: a check box shows and hides, selecting an item selects the element in the scene, and
+/// a context menu isolates, shows all, and removes with undo. Rebuilt when the scene's structure changes. Thread:
+/// application.
 class SceneTree : public QTreeWidget
 {
     Q_OBJECT

@@ -14,8 +14,8 @@ class ScenePanel;
 
 namespace tov::viewer {
 
-/// The "Bookmarks" menu: views that the user has kept, each with a small picture. They last as long as the window.
-/// Thread: application.
+/// The "Bookmarks" menu: views that the user has kept, each with a thumbnail. They last as long as the window. Thread:
+/// application.
 class ViewBookmarks : public QMenu
 {
     Q_OBJECT

@@ -29,7 +29,7 @@ using tov::main::ParameterSet;
 
 namespace {
 
-// Keys of the settings, and their defaults as the texts that the store would hold.
+// Keys of the settings, and their defaults in the form in which settings are stored.
 const char* const TempFileSizeKey = "settings/grabvideotempfilesize";
 const char* const FpsKey = "settings/grabvideofps";
 const char* const KbpsKey = "settings/grabvideokbps";

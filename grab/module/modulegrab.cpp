@@ -15,7 +15,7 @@ namespace tov::grab {
 
 using tov::main::MenuAndToolbarManager;
 
-// The single factory of this library; null while there is none.
+// The single factory of this library, or null.
 static ModuleGrab::ModuleGrabFactory* mp_Factory = nullptr;
 
 ModuleGrab::ModuleGrabFactory* ModuleGrab::ModuleGrabFactory::getInstance()

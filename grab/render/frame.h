@@ -14,8 +14,8 @@ class SceneElement;
 
 namespace tov::grab::render {
 
-// The steps that a tile of a picture and a frame of a video have in common, in the order of their use. Thread of all:
-// the one on which the context is current.
+// The steps that a tile of a picture and a frame of a video have in common, in the order of their use. Thread: the one
+// on which the context is current, for all functions.
 
 /// Drops the errors of earlier work, then sets the clear colour (the drawer's background, alpha 0), smooth shading,
 /// depth test, lighting and colour material.

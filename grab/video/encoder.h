@@ -69,7 +69,7 @@ public:
     /// one. Thread: command.
     void waitForFinish();
 
-    /// The common end of `waitForFinish` and `abortEncoding`: lets the plug-in finish, deletes everything and sets the
+    /// The last step of `waitForFinish` and `abortEncoding`: lets the plug-in finish, deletes everything and sets the
     /// state to `Idle`. Thread: command.
     void cleanUp();
 

@@ -28,7 +28,7 @@ inline bool openForWriting(QFile& file)
     const int probe = ::open(name.constData(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
     if (probe < 0)
         return false;
-    // Opened in case the reader closes the pipe right now: the next call must not wait for another one.
+    // Keeps the pipe open in case the reader closes it right now: the next call must not wait for another reader.
     const int reader = ::open(name.constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     const bool isOpen = reader >= 0 && file.open(mode);
     if (reader >= 0)

@@ -40,8 +40,8 @@ QString unescaped(const QString& text)
     return result;
 }
 
-/// True when the folder belongs to this user, who alone can read it then. A program started by sudo may see the folder
-/// of the calling user, and must not leave files of root there.
+/// True when the folder belongs to this user, so that only this user can read it. A program started by sudo may see the
+/// folder of the calling user, and must not leave files of root there.
 bool makePrivate(const QString& folder)
 {
     const QByteArray path = QFile::encodeName(folder);

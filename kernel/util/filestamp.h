@@ -37,7 +37,7 @@ public:
     /// True when the file is now another one, was written to, appeared or disappeared. A write that restores the time
     /// of the last write is noticed as well (by the time of the last status change).
     bool hasChanged() const;
-    /// True when both are stamps of one existing file or folder (device and inode), whatever its content.
+    /// True when both are stamps of one existing file or folder (device and inode), even if its content differs.
     bool isSameFileAs(const FileStamp& other) const;
     /// True when nothing has changed between the two stamps.
     bool operator==(const FileStamp& other) const;

@@ -15,8 +15,8 @@ TOV_EXPORT qint64 kilobyteValue(const QString& fileName, const QByteArray& key);
 /// system does not report it. Thread: any.
 TOV_EXPORT qint64 processMemory();
 
-/// Bytes that are allocated at this moment. Unlike `processMemory`, it falls as soon as something is freed. Where the
-/// allocator keeps no books, the same as `processMemory`. Thread: any.
+/// Bytes that are allocated at this moment. Unlike `processMemory`, it falls as soon as something is freed. The same as
+/// `processMemory` if the allocator has no statistics. Thread: any.
 TOV_EXPORT qint64 allocatedMemory();
 
 } // namespace tov::util

@@ -16,9 +16,9 @@ public:
     ZReferenced(const ZReferenced&) = delete;
     ZReferenced& operator=(const ZReferenced&) = delete;
 
-    /// Counts one more owner.
+    /// Adds an owner.
     void addReference() const { m_References.fetch_add(1, std::memory_order_relaxed); }
-    /// Counts one owner less, and deletes the object after the last one.
+    /// Removes an owner, and deletes the object after the last one.
     void releaseReference() const
     {
         if (m_References.fetch_sub(1, std::memory_order_acq_rel) == 1)
@@ -45,7 +45,7 @@ public:
     ZPointer(ZPointer&& other) noexcept : mp_Object(std::exchange(other.mp_Object, nullptr)) {}
     ~ZPointer() { release(); }
 
-    /// Shares the other pointer's object and releases the own one.
+    /// Shares the other pointer's object and releases the current one.
     ZPointer& operator=(ZPointer other) noexcept
     {
         std::swap(mp_Object, other.mp_Object);

@@ -63,8 +63,8 @@ bool WorkerQueue::isOwnThread() const
 void WorkerQueue::transmit(Worker* worker)
 {
     if (isOwnThread() && !m_Ended) {
-        // Inside a worker, the queue is left alone: its workers came later than the one that is running, and must not
-        // run in the middle of it.
+        // Inside a worker the queue is not run: its workers were queued after the one that is running, and must not
+        // interrupt it.
         if (m_Depth == 0)
             process();
         run(worker);

@@ -21,7 +21,7 @@ namespace tov::imageformats {
 
 namespace {
 
-/// Bytes of pixels in a strip: large enough that starting without history costs nothing, small enough for memory.
+/// Bytes of pixels in a strip: large enough that a strip without history compresses as well, small enough for memory.
 constexpr qint64 StripBytes = 1 << 21;
 /// The search of the default level, tuned on rendered pictures: shorter chains than zlib's default, no early end.
 /// Files of five models, 6000 and 10000 pixels wide, are 0.98 to 1.07 times as large as the usual writer's.
@@ -95,7 +95,7 @@ private:
     bool m_Good = true;
 };
 
-/// Keys are Latin-1 of at most 79 characters; texts that are Latin-1, too, are stored plainly, others as UTF-8.
+/// Keys are Latin-1 of at most 79 characters; Latin-1 texts are stored as Latin-1, all others as UTF-8.
 void writeText(Chunks& chunks, const QString& key, const QString& text)
 {
     const QByteArray name = key.toLatin1().left(79);
@@ -323,7 +323,7 @@ public:
             try {
                 m_Threads.emplace_back([this] { work(); });
             } catch (const std::system_error&) {
-                // No more threads are available; this one does the work in `take`.
+                // No more threads are available; `take` does the work on this one.
                 break;
             }
     }

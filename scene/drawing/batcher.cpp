@@ -12,7 +12,7 @@ using tov::math::Matrix4;
 
 namespace {
 
-/// A part with more triangles is worth a call of its own.
+/// A part with more triangles is drawn by its own call.
 constexpr std::size_t MostIndices = 3 * 256;
 /// Fewer parts are not worth merging.
 constexpr std::size_t LeastParts = 32;

@@ -55,7 +55,7 @@ std::int64_t sizeOf(GLenum target)
     return small;
 }
 
-/// Uploads the values into a buffer, a new one if `name` is 0. False when OpenGL did not take them.
+/// Uploads the values into a buffer, a new one if `name` is 0. False when OpenGL refuses them.
 template <typename T>
 bool upload(GLenum target, const std::vector<T>& values, unsigned int& name)
 {

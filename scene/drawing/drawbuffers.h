@@ -15,7 +15,7 @@ struct GeometryElement::Buffers
     /// Buffer names; 0: the element has no such data.
     struct Entry
     {
-        QPointer<QOpenGLContextGroup> group; ///< null when the group and its names are gone
+        QPointer<QOpenGLContextGroup> group; ///< null when the group and its names no longer exist
         unsigned int revision = 0;
         unsigned int vertices = 0;
         unsigned int indices = 0;
@@ -42,8 +42,8 @@ struct GeometryElement::Buffers
     static void abandon(const QPointer<QOpenGLContextGroup>& group, unsigned int name);
     /// The same for a renderbuffer.
     static void abandonRenderbuffer(const QPointer<QOpenGLContextGroup>& group, unsigned int name);
-    /// Frees abandoned names of the current context's group, and forgets those of groups that are gone. Thread: the
-    /// current context's.
+    /// Frees abandoned names of the current context's group, and forgets those of groups that no longer exist. Thread:
+    /// the current context's.
     static void collect();
 
 private:

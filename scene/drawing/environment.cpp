@@ -15,8 +15,8 @@ constexpr double Pi = 3.14159265358979323846;
 /// Directions from pole to pole in which light is sampled: for level 1, and for the rougher levels.
 constexpr int FineSteps = 64;
 constexpr int CoarseSteps = 32;
-/// Rough reflections are smooth, so they are computed for smaller squares and enlarged: edges for the first two levels,
-/// and for the others.
+/// Rough reflections are smooth, so they are computed for smaller squares and enlarged. The edges of the squares: of
+/// the first two levels, and of the others.
 constexpr int RoughEdge = 34;
 constexpr int RoughestEdge = 18;
 /// Brighter light would show as single pixels in rough reflections.
@@ -173,12 +173,13 @@ float softbox(const Direction& d, const Direction& towards, float cosInner, floa
     return t * t * (3 - 2 * t);
 }
 
-/// A room that is light above and dark below, with a large light up to the left, one to the right and one behind.
+/// A room that is bright at the top and dark at the bottom, with a large light at the upper left, one on the right and
+/// one behind.
 Color studioRadiance(const Direction& d)
 {
     const float up = d[1];
     const float room = up > 0 ? 0.24f + 0.22f * up : 0.24f + 0.16f * up;
-    // Around the camera it is darker, so that metal facing it has contrast.
+    // Darker around the camera, so that metal facing it has contrast.
     const float atCamera = 1 - 0.45f * softbox(d, {0, -0.1f, 1}, 0.97f, 0.55f);
     const float key = 2.4f * softbox(d, {-0.62f, 0.62f, 0.48f}, 0.95f, 0.89f);
     const float fill = 1.3f * softbox(d, {0.95f, 0.15f, 0.25f}, 0.95f, 0.89f);

@@ -11,7 +11,7 @@ namespace tov::scene {
 /// context is stored; objects of another one are not touched.
 struct SampleBuffer
 {
-    QPointer<QOpenGLContext> context;    ///< of the framebuffer; null when it is gone
+    QPointer<QOpenGLContext> context;    ///< of the framebuffer; null when it no longer exists
     QPointer<QOpenGLContextGroup> group; ///< of the renderbuffers
     int width = 0;
     int height = 0;

@@ -35,7 +35,7 @@ constexpr std::size_t PartBytes = aligned(sizeof(PartBlock));
 /// A part that is drawn as points has at least this many, if it has as many vertices.
 constexpr std::size_t LeastSketchPoints = 500;
 
-/// The key light of the studio, in eye axes: up to the left of the camera.
+/// The key light of the studio, in eye axes: above and to the left of the camera.
 constexpr float KeyDirection[3] = {-0.45f, 0.65f, 0.612f};
 constexpr float KeyStrength = 0.5f;
 
@@ -538,7 +538,7 @@ void Painter::drawVertices(std::size_t first, std::size_t count, std::size_t ste
         functions()->glDrawArrays(GL_POINTS, GLint(begin), GLsizei(end - begin));
 }
 
-/// Neighbouring chunks that may show go into one call.
+/// Adjacent visible chunks are drawn by one call.
 void Painter::drawChunks(const Call& call) const
 {
     auto* gl = functions();

@@ -76,11 +76,11 @@ private:
         Sides sides;
         unsigned int features;
         std::size_t part;       ///< number of its block
-        std::size_t vertexStep; ///< of `Content::Vertices`: every how many vertices there is a point
+        std::size_t vertexStep; ///< of `Content::Vertices`: vertices per point
         std::size_t item;
         bool isMirrored;
         bool isBlended;
-        double depth; ///< blended ones: farther ones come first
+        double depth; ///< of blended parts: farther ones come first
     };
 
     void addSurface(std::size_t item);

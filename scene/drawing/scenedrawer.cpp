@@ -93,7 +93,7 @@ bool isWanted(const GeometryElement& element, int layers, int primitives)
     }
 }
 
-/// `only`, or else all that is visible under `root`.
+/// `only`, or else everything visible under `root`.
 std::vector<DrawItem> itemsOf(const SceneElement* root, const SceneElement* only)
 {
     std::vector<DrawItem> items;
@@ -142,7 +142,7 @@ constexpr std::size_t LeastSketchTriangles = 300000;
 /// About as many points as are drawn in a tenth of the time of those triangles.
 constexpr std::size_t SketchPoints = 80000;
 
-/// How a scene is sketched: every how many vertices there is a point (1: not at all), and its size.
+/// How a scene is sketched: the vertices per point (1: no sketch), and the size of a point.
 struct Sketch
 {
     std::size_t step = 1;

@@ -14,8 +14,8 @@ namespace tov::scene {
 
 class SceneElement;
 
-/// Draws a scene into whatever context and framebuffer is current, under the projection that is current. Takes no lock,
-/// needs no application thread, paints no background; its destructor makes no OpenGL call.
+/// Draws a scene into the current context and framebuffer, under the current projection. Takes no lock, does not need
+/// the application thread and paints no background; its destructor makes no OpenGL call.
 class TOV_EXPORT SceneDrawer
 {
 public:

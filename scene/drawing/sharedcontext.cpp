@@ -56,7 +56,7 @@ void SharedContext::destroy(const std::function<void()>& last)
 
 SharedContext* _GlobalContext()
 {
-    static auto* context = new SharedContext; // lives as long as the process
+    static auto* context = new SharedContext; // never destroyed
     return context;
 }
 

@@ -32,7 +32,7 @@ struct Upload
 
 struct Group
 {
-    QPointer<QOpenGLContextGroup> owner;           ///< null when the group and its objects are gone
+    QPointer<QOpenGLContextGroup> owner;           ///< null when the group and its objects no longer exist
     std::map<unsigned int, unsigned int> programs; ///< by features
     std::map<std::pair<const Image*, bool>, Upload<Image>> images;
     std::map<std::uint64_t, Upload<Environment>> environments;

@@ -39,7 +39,7 @@ Matrix4 withoutRounding(const Matrix4& projection, double aspect)
     }
     for (const double halfHeight : {PictureHalfHeight, VideoHalfHeight}) {
         const double x = 1 / (halfHeight * aspect), y = 1 / halfHeight;
-        // Tiles look to the side.
+        // The projection of a tile is asymmetric.
         if (isNearly(projection(0, 0), x) && isNearly(projection(1, 1), y) && isNearly(1 + projection(0, 2), 1) &&
             isNearly(1 + projection(1, 2), 1)) {
             result(0, 0) = x;

@@ -36,7 +36,7 @@ class Frustum
 {
 public:
     explicit Frustum(const tov::math::Matrix4& clip);
-    /// False only when the box lies wholly behind one plane; rounding errors only lead to drawing too much.
+    /// False only when the box is completely behind one plane; rounding errors only lead to drawing too much.
     bool mayShow(const Box& box) const;
 
 private:

@@ -218,7 +218,7 @@ void ObjMaterials::finish(Definition& definition, const TextureList& textures)
         material->roughness = definition.hasRoughness || !has("map_pr") ? material->roughness : 1;
         material->metallic = has("map_pm") && material->metallic <= 0 ? 1 : material->metallic;
     }
-    // A part that cannot be seen at all is an exporter's way of saying "opaque".
+    // Some exporters write 0 for "opaque"; nobody models an invisible part.
     if (base[3] <= 0)
         base[3] = 1;
     if (base[3] < 1 || (material->baseColorTexture && material->baseColorTexture.image->hasAlpha))

@@ -14,7 +14,7 @@ namespace tov::scene {
 class ObjMaterials
 {
 public:
-    /// Reads a library; the last definition of a name counts.
+    /// Reads a library; the last definition of a name is used.
     void read(const QByteArray& library);
     /// Whether a material of that name was read.
     bool contains(const QString& name) const { return m_Materials.count(name) > 0; }

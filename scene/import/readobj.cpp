@@ -242,7 +242,7 @@ void ObjReader::readVertex()
         m_Positions.push_back(number<double>(m_Words.word()));
     if (m_Positions.size() == 3)
         m_Origin = originFor(m_Positions.data());
-    // Three more numbers are a colour, a single one is a weight.
+    // Three further numbers are a colour, a single one is a weight.
     const std::string_view red = m_Words.word(), green = m_Words.word(), blue = m_Words.word();
     if (blue.empty())
         return;

@@ -253,7 +253,7 @@ public:
     SceneElement* read();
 
 private:
-    /// The values of a vertex or face, by slot; a colour of 255 is full.
+    /// The values of a vertex or face, by slot; 255 is full intensity.
     typedef std::array<double, SlotNone + 1> Values;
 
     [[noreturn]] void fail(const QString& what) const

@@ -134,7 +134,7 @@ SceneElement* readStl(const ReadSource& source)
     std::uint32_t count = 0;
     if (source.size() >= BinaryHeader)
         std::memcpy(&count, source.begin + 80, sizeof count);
-    // A binary file may begin with "solid" as a text does; its length tells.
+    // A binary file may begin with "solid" as a text file does; the length distinguishes them.
     const bool exact =
         source.size() >= BinaryHeader && source.size() == BinaryHeader + std::size_t(count) * BinaryTriangle;
     const bool saysText = source.size() >= 5 && std::memcmp(source.begin, "solid", 5) == 0;

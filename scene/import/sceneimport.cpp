@@ -108,7 +108,7 @@ SceneElement* readPacked(const ReadSource& source, const QString& suffix)
 /// Turns the axis that points up in the file to +Y.
 tov::math::Matrix4 upRotation(const QString& axis)
 {
-    // Rows: where x, y and z of the scene come from. Each is a rotation.
+    // The rows are the sources of x, y and z of the scene. Each matrix is a rotation.
     static const std::pair<const char*, std::array<int, 9>> rotations[] = {
         {"-Y", {1, 0, 0, 0, -1, 0, 0, 0, -1}}, {"+Z", {1, 0, 0, 0, 0, 1, 0, -1, 0}},
         {"-Z", {1, 0, 0, 0, 0, -1, 0, 1, 0}},  {"+X", {0, -1, 0, 1, 0, 0, 0, 0, 1}},

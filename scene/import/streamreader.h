@@ -9,8 +9,8 @@
 
 namespace tov::scene {
 
-/// Checks what the importer process wrote and makes a tree of it, which the caller owns; its root is named `name`.
-/// Throws `ReadError`.
+/// Checks the importer's output and makes a tree of it, which the caller owns; its root is named `name`. Throws
+/// `ReadError`.
 SceneElement* readStream(const ImportedBytes& bytes, const QString& name);
 /// The images of a stream that holds nothing else, null for those that could not be read, and the warnings.
 std::vector<std::shared_ptr<const Image>> readImageStream(const ImportedBytes& bytes, QStringList& warnings);

@@ -21,7 +21,7 @@ public:
         Bump,              ///< heights or normals, becomes a normal map
         MetallicRoughness, ///< metallic from the first file, roughness from the second
     };
-    /// Asks for an image. `place` names the part of the file for messages: "material 'wood'". Empty file names: none.
+    /// Requests an image. `place` names the part of the file for messages: "material 'wood'". Empty file names: none.
     /// Returns a number for `image`.
     int add(Use use, const QString& first, const QString& second, const QString& place);
     /// Decodes the requested images. Throws `ReadError`, `ReadCancelled`, `std::bad_alloc`.

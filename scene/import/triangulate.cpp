@@ -7,7 +7,7 @@ namespace tov::scene {
 
 namespace {
 
-/// The time grows with the square of the corners.
+/// The time grows with the square of the number of corners.
 constexpr std::size_t MaxCorners = 4096;
 
 struct Point

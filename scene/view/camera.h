@@ -41,7 +41,7 @@ struct TOV_EXPORT Camera
 
     /// The position of the camera.
     Vector3 position() const;
-    /// The camera's own y axis in the scene: what is up in the picture.
+    /// The camera's y axis in the scene, which points up in the picture.
     Vector3 up() const;
     /// Half the height that the picture shows in the target's plane, scene units.
     double halfHeight() const;
@@ -100,8 +100,8 @@ TOV_EXPORT std::optional<Ray> rayThrough(const tov::math::Matrix4& scaledMatrix,
 class TOV_EXPORT ViewFitter
 {
 public:
-    /// Room around a fitted scene. It also covers videos, whose field of view (45 degrees) is narrower than that of
-    /// pictures (46.29) by a factor of 1.032.
+    /// The margin around a fitted scene. It also covers videos, whose field of view (45 degrees) is narrower than that
+    /// of pictures (46.29) by a factor of 1.032.
     static constexpr double Margin = 1.04;
 
     /// `camera` gives direction and lens, `aspect` is width divided by height.
@@ -111,8 +111,8 @@ public:
     void add(const Vector3& point);
     /// True until a point is added.
     bool isEmpty() const { return m_Front < m_Back; }
-    /// The camera that shows all points as large as possible, its target in their middle. `minimumDistance`: room
-    /// between the eye and the nearest point. Without points, the camera is unchanged.
+    /// The camera that shows all points as large as possible, with the target in their middle. `minimumDistance`: from
+    /// the eye to the nearest point. Without points, the camera is unchanged.
     Camera fitted(double minimumDistance) const;
     /// The unchanged camera, moved back along its view direction just far enough to show all points; never forward.
     Camera movedBack(double minimumDistance) const;

@@ -66,7 +66,7 @@ void ScenePanel::drawScene()
     const auto overlay = tov::scene::getPanelOverlay();
     if (overlay && !(overlay->isOfCamera && d->follows))
         tov::scene::drawPanelOverlay(*overlay, d->ownMatrix());
-    // Drivers that draw in software would otherwise do so later.
+    // Otherwise drivers that draw in software would do the work later.
     glFinish();
     if (!d->drawer->hasSketched())
         d->frameMs = double(clock.nsecsElapsed()) / 1e6;

@@ -47,7 +47,7 @@ void ScenePanel::wheelEvent(QWheelEvent* event)
 {
     emit activated();
     event->accept();
-    // Two fingers on a touchpad report both directions in small steps.
+    // A two-finger gesture on a touchpad reports both directions in small steps.
     const QPointF steps = QPointF(event->angleDelta()) / WheelStep;
     if (event->modifiers() & Qt::ShiftModifier) {
         pan(steps.x() * WheelPixels, steps.y() * WheelPixels);

@@ -11,7 +11,7 @@ using tov::gui::ScenePanel;
 
 PanelList* PanelList::getInstance()
 {
-    static auto* list = new PanelList; // lives as long as the process
+    static auto* list = new PanelList; // never destroyed
     return list;
 }
 

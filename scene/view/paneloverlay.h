@@ -26,8 +26,8 @@ struct PanelOverlay
     bool isOfCamera = false; ///< the trajectory moves the camera
 };
 
-/// Shows these lines in all panels (null: none); those of a camera not in panels that follow the trajectory, because
-/// they look along them. Thread: application.
+/// Shows these lines in all panels (null: none); lines of a camera are not shown in panels that follow the trajectory,
+/// because these look along them. Thread: application.
 TOV_EXPORT void setPanelOverlay(std::shared_ptr<const PanelOverlay> overlay);
 /// The lines that are shown, or null. Thread: application.
 TOV_EXPORT std::shared_ptr<const PanelOverlay> getPanelOverlay();

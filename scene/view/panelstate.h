@@ -25,7 +25,7 @@ struct PanelState
     double frameMs = 0;     ///< how long the last complete frame took
     int sketchAfterMs = 80; ///< see `ScenePanel::setSketchAfter`
 
-    /// Set once; callers may keep it longer than the panel.
+    /// Set once; it may outlive the panel.
     const std::shared_ptr<tov::scene::CaptureTimes> captures = std::make_shared<tov::scene::CaptureTimes>();
 
     std::atomic<bool> follows{true};

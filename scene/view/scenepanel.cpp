@@ -28,7 +28,7 @@ namespace {
 /// Limits of the distance between eye and target, as shares of the scene's radius.
 constexpr double NearestTarget = 0.002;
 constexpr double FarthestTarget = 9;
-/// The camera stands still when it has not moved for this time.
+/// The camera counts as still when it has not moved for this time.
 constexpr int StillMs = 250;
 
 } // namespace
@@ -50,8 +50,8 @@ ScenePanel::ScenePanel(QWidget* parent) : QOpenGLWidget(parent), d(new PanelStat
 
 ScenePanel::~ScenePanel()
 {
-    // Objects that hold a pointer are informed while everything here still works; the base class would emit the signal
-    // when half of the panel is gone.
+    // The signal is emitted while the panel is complete; the base class would emit it when half of the panel is
+    // destroyed.
     emit destroyed(this);
     QObject::disconnect(this, SIGNAL(destroyed(QObject*)), nullptr, nullptr);
     PanelList::getInstance()->remove(this);
@@ -232,7 +232,7 @@ void ScenePanel::fit(bool turning)
     }
     const bool hidden = fitter.isEmpty() && root &&
                         (!root->getChildren().empty() || dynamic_cast<const tov::scene::GeometryElement*>(root));
-    // Hidden elements keep their extent: when they are shown again, they are in their place, seen from the new side.
+    // Hidden elements count as well, so they are in view when they are shown again.
     if (!hidden)
         scene->updateGlobalScaling();
     scene->unlock();

@@ -164,7 +164,7 @@ public:
             problem(
                 QStringLiteral("the file is there after an abort; leave mp_OutputFile alone when m_Aborted is set"));
     }
-    /// At the end: no object is left, and no error was logged that was not provoked.
+    /// At the end: no object is left, and only provoked errors were logged.
     void close(Errors& errors, int allowed)
     {
         const QStringList own{QStringLiteral("Encoder: Couldn't open file"),
@@ -200,14 +200,14 @@ struct Named
     const char* symbol = nullptr; ///< only for plug-ins that export this; null: for all
 };
 
-/// A function that the plug-in under test exports; null when it does not.
+/// A function of the plug-in under test; null if it is not exported.
 template <typename Function>
 Function pluginFunction(const char* name)
 {
     return reinterpret_cast<Function>(pluginLibrary ? dlsym(pluginLibrary, name) : nullptr);
 }
 
-/// Frames in a file as the plug-in itself counts them; negative when it does not.
+/// The number of frames in a file according to the plug-in; negative if it cannot tell.
 long long countFrames(const QString& fileName)
 {
     const auto probe = pluginFunction<int (*)(const char*, const bool*, long long*, double*)>("probeVideo");
@@ -221,7 +221,7 @@ typedef int (*Probe)(const char*, const bool*, long long*, double*);
 typedef int (*Retime)(const char*, const bool*, const double*, long long, double);
 typedef int (*Join)(const char* const*, const long long*, int, const char*, const bool*);
 
-/// A file next to the clip that holds no video.
+/// Writes a file without a video next to the clip.
 QByteArray writeGarbage(const Check& c)
 {
     QFile file(QFileInfo(c.fileName()).path() + QStringLiteral("/garbage.") + QFileInfo(c.fileName()).completeSuffix());

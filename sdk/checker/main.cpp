@@ -1,4 +1,4 @@
-// Checks an encoder plug-in apart from the application: every check runs in a process of its own, so that a plug-in
+// Checks an encoder plug-in outside of the application: every check runs in a process of its own, so that a plug-in
 // that crashes or hangs is reported like any other mistake.
 //
 //     tov-check-encoder FILE.so        exit status: 0 every check passed, 1 some failed, 2 wrong usage

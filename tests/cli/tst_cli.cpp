@@ -72,7 +72,7 @@ TEST_F(CliTest, CommandTextsAndScripts)
     EXPECT_TRUE(QFile::exists(path("d.png")));
     write("syntax.tov", "grabimage c2.png 40\ngrabimage \"open\n");
     expectFailure(run({"run", Cube, "syntax.tov"}), 1, "syntax.tov, line 2: the quote at column 11 is not closed");
-    EXPECT_FALSE(QFile::exists(path("c2.png"))) << "nothing runs of a script that cannot be read";
+    EXPECT_FALSE(QFile::exists(path("c2.png"))) << "no command of an unreadable script is run";
     write("wrong.tov", "grabimage e.png 40\n\ngrabimage f.png 1\ngrabimage g.png 40\n");
     const Result wrong = run({"run", Cube, "wrong.tov"});
     EXPECT_EQ(wrong.status, 1);

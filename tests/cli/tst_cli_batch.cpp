@@ -33,7 +33,7 @@ TEST_F(CliTest, EachViewAndModelGivesAResult)
     for (const char* name : {"cube-front-1.png", "cube-top-2.png", "bunny-front-3.png", "bunny-top-4.png"})
         EXPECT_EQ(QImageReader(path(name)).size(), QSize(64, 48)) << name;
     runWell(QStringList{"image", Bunny, "--view", "top", "-o", "alone.png"} + Small);
-    EXPECT_EQ(QImage(path("bunny-top-4.png")), QImage(path("alone.png"))) << "earlier results leave no trace";
+    EXPECT_EQ(QImage(path("bunny-top-4.png")), QImage(path("alone.png"))) << "earlier results have no effect";
 }
 
 TEST_F(CliTest, AJobListGivesAResultPerLine)
@@ -49,7 +49,7 @@ TEST_F(CliTest, AJobListGivesAResultPerLine)
     EXPECT_EQ(QImageReader(path("with space.png")).size(), QSize(64, 48));
     EXPECT_EQ(QImageReader(path("b.jpg")).size(), QSize(64, 48));
     EXPECT_EQ(QImageReader(path("d.png")).size(), QSize(10, 10))
-        << "a line overrides the call, a failure stops nothing";
+        << "a line overrides the call, and a failure does not stop the other lines";
     EXPECT_FALSE(QFile::exists(path("c.png")));
 }
 

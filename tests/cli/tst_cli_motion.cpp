@@ -179,7 +179,7 @@ TEST_F(MotionTest, TurntablesFollowTheirOptions)
     const auto eased = record({Crane, "--turntable", "8", "--ease"});
     EXPECT_EQ(largestDifference(eased[0], frames[0]), 0);
     EXPECT_GT(largestDifference(eased[1], frames[1]), 50);
-    EXPECT_LE(largestDifference(eased[4], frames[4]), 8) << "half the way at half the time";
+    EXPECT_LE(largestDifference(eased[4], frames[4]), 8) << "half of the path at half of the time";
     const auto swing = record({Crane, "--turntable", "8", "--swing", "60"});
     EXPECT_LE(largestDifference(swing[1], swing[3]), 8) << "back and forth";
     EXPECT_GT(largestDifference(swing[2], swing[6]), 50);

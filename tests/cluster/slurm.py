@@ -97,12 +97,12 @@ class SharedRecording:
 
 
 def check_parts(recording):
-    """No half part counts: every part with a record has all its frames."""
+    """Incomplete parts do not count: every part with a record has all its frames."""
     for record in recording.done_parts():
         facts = json.loads(record.read_text())
         ending = record.parent.name[len("film."):-len(".parts")]
         video = record.with_name(f"{facts['part']}.{ending}")
-        check(facts["frames"] == POSITIONS // PARTS and len(videofacts.decoded(video)) == facts["frames"], f"{video} is not whole")
+        check(facts["frames"] == POSITIONS // PARTS and len(videofacts.decoded(video)) == facts["frames"], f"{video} is incomplete")
 
 
 def cancel_half_way(cluster, recording):
@@ -111,8 +111,8 @@ def cancel_half_way(cluster, recording):
     cluster.wait(lambda: len(recording.done_parts()) >= 3 * len(FORMATS), f"no parts are made\n{recording.logs()}", 60)
     for job in {identifier.split("_")[0] for identifier in cluster.jobs()}:
         cluster.call("scancel", job)
-    cluster.wait(lambda: not cluster.jobs(), "cancelled jobs go on")
-    cluster.wait(lambda: not recording.running(), "cancelled recordings go on")
+    cluster.wait(lambda: not cluster.jobs(), "cancelled jobs are still running")
+    cluster.wait(lambda: not recording.running(), "cancelled recordings are still running")
     check_parts(recording)
     check(not list(recording.shared.glob("film.*[!s]")) and not (recording.shared / "film.frames").exists(), "a film was joined")
     return recording.done_parts()
@@ -134,7 +134,7 @@ def disturb(cluster, recording, array):
         before = len(recording.done_parts())
         cluster.wait(kill_one, "nothing is recorded")
         announce(f"kill {number}: process {victim[0]}")
-        cluster.wait(lambda: len(recording.done_parts()) > before + 1, "the others do not go on")
+        cluster.wait(lambda: len(recording.done_parts()) > before + 1, "the other jobs do not continue")
     tasks = []
     cluster.wait(lambda: tasks.extend(task for task in cluster.jobs("running") if task.startswith(array + "_")) or tasks, "no task runs")
     announce(f"requeue {tasks[0]}")
@@ -189,7 +189,7 @@ def run(cluster, recording):
     check(len(counts) == PARTS * len(FORMATS), f"{len(counts)} parts were recorded")
     twice = [file for file, count in counts.items() if count > 1]
     check(not twice, f"recorded more than once: {twice}")
-    announce(f"{len(FORMATS)} films of {PARTS} parts are right; node {node} died")
+    announce(f"{len(FORMATS)} films of {PARTS} parts are correct; node {node} was killed")
 
 
 def main():

@@ -99,7 +99,7 @@ class Cluster:
         self.start("slurmctld", "-D")
         for i in range(1, count + 1):
             self.start("slurmd", "-D", "-N", f"n{i}", name=f"n{i}")
-        self.wait(lambda: len(self.idle_nodes()) == count, "the nodes do not come up")
+        self.wait(lambda: len(self.idle_nodes()) == count, "the nodes do not start")
 
     def start(self, daemon, *arguments, name=None):
         with open(self.folder / f"{name or daemon}.out", "ab") as output:

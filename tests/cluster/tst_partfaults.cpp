@@ -103,7 +103,7 @@ TEST_F(PartFaults, TwoProcessesNeverRecordOnePart)
                           .toUtf8());
         const QJsonObject status = objects(runWell(call({"--parts", "4", "--status", "--json"})).out).last();
         EXPECT_EQ(status["running"].toInt(), 1);
-        // Whatever nobody records is recorded all the same.
+        // The parts that nobody records are recorded nevertheless.
         expectFailure(run(call({"--parts", "4", "-q"})), 1, "another process is still at work on part 3 of 4");
         EXPECT_EQ(partFiles("f.lossless.mkv", "*.json").size(), 3);
         EXPECT_FALSE(QFile::exists(path("f.lossless.mkv")));

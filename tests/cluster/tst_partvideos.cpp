@@ -1,4 +1,4 @@
-// Videos that were recorded in parts are those that one process records.
+// A video that was recorded in parts equals the video that one process records.
 
 #include "tests/cluster/partfixture.h"
 #include "tests/encoders/blockreader.h"
@@ -163,7 +163,7 @@ TEST_F(PartVideos, PartsMayBeRecordedInAnyOrderByAnyNumberOfProcesses)
     for (const auto& part : status["parts"].toArray())
         states << part.toObject()["state"].toString();
     EXPECT_EQ(states, QStringList({"missing", "done", "missing", "done"}));
-    EXPECT_EQ(partFiles("t.frames", "*.json").size(), 2) << "asking for the state changes nothing";
+    EXPECT_EQ(partFiles("t.frames", "*.json").size(), 2) << "--status changes nothing";
     const Result joined = runWell(call + QStringList{"--parts", "4"});
     EXPECT_EQ(recordedParts(joined.out), (QList<int>{1, 3}));
     const QJsonObject result = objects(joined.out).last();

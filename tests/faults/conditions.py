@@ -357,7 +357,7 @@ for line, outcome in ODD.items():
         done = run(folder, ['video', MODEL, '-o', 'a.mp4', '--turntable', '2', '--size', '64x48', '--quiet'])
         name = folder + '/a.mp4'
         if outcome:
-            return refused(done, name) or (None if outcome in error_of(done) else f'it is not named: {error_of(done)}')
+            return refused(done, name) or (None if outcome in error_of(done) else f'the setting is not named: {error_of(done)}')
         if done.returncode != 0 or done.stderr:
             return f'status {done.returncode}: {error_of(done)}'
         return None if frames_of(name) == 2 else 'it is not complete'

@@ -157,7 +157,7 @@ def signal_cases(ending, number, moments):
 
 def disk_cases(ending):
     for part in (0, 0.3, 0.7, 1) if EVERYTHING else (0.5,):
-        @case(f'full disk {ending}, {part:.0%} of the room')
+        @case(f'full disk {ending}, {part:.0%} of the space')
         def _(folder, part=part):
             settings(folder)
             with Disk(folder) as disk:
@@ -170,7 +170,7 @@ def disk_cases(ending):
                 older.before = older.state()
                 run = cases.run(folder, arguments(ending, older.name, picture_size='1200x676'))
                 if run.returncode == 0:
-                    return f'status 0 with {part:.0%} of the room'
+                    return f'status 0 with {part:.0%} of the space'
                 problem = failure_problem(run.returncode, run.stderr) or older.problem()
                 if not problem and os.path.exists(older.partial) and frames_of(older.partial) < 1:
                     problem = 'the partial file does not play'
@@ -214,7 +214,7 @@ def model_cases(ending):
 
 
 if not EVERYTHING:
-    skip('other moments, amounts of room and models', 'TOV_FAULTS=all runs them')
+    skip('other moments, amounts of free space and models', 'TOV_FAULTS=all runs them')
 try:
     for ending in VIDEOS:
         for number in (signal.SIGKILL, signal.SIGTERM):

@@ -60,7 +60,7 @@ for ending in FAMILIES:
         whole = cases.run(scratch, [*VIDEO, disk.path + '/a.' + ending])
         need = disk.used()
         if whole.returncode != 0 or frames_of(disk.path + '/a.' + ending) != FRAMES:
-            record(f'{ending} on a disk with room', f'status {whole.returncode}: {whole.stderr}')
+            record(f'{ending} on a disk with free space', f'status {whole.returncode}: {whole.stderr}')
     for moment, room in (('first', 0), ('middle', need // 2 // PAGE * PAGE), ('last', need - PAGE)):
         @case(f'{ending} on a disk that is full at the {moment} write')
         def _(folder, ending=ending, room=room):

@@ -265,8 +265,8 @@ protected:
     }
     void print(const std::string& what) const
     {
-        std::printf("%s: %d of %d, %d read, %d refused, %d of them crashed apart\n", what.c_str(), read + refused,
-                    tried, read, refused, crashed);
+        std::printf("%s: %d of %d, %d read, %d refused, %d of them crashed the importer\n", what.c_str(),
+                    read + refused, tried, read, refused, crashed);
         for (const auto& [suffix, count] : counts)
             std::printf("    %s: %d read, %d refused\n", qPrintable(suffix), count[0], count[1]);
     }

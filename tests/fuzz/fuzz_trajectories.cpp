@@ -19,7 +19,7 @@ void demandFinite(const Numbers& numbers, unsigned int count)
             std::abort();
 }
 
-/// One frame a second keeps the number of frames small.
+/// One frame per second keeps the number of frames small.
 PlaybackOptions slowly()
 {
     PlaybackOptions options;

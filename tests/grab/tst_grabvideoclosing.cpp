@@ -90,7 +90,7 @@ TEST_F(GrabVideoClosing, RecordingsEndAtRandomMomentsAndLeaveNothing)
         }
         m_Log.clear();
         auto* panel = newPanel(48 + int(below(3)) * 16, 48);
-        // Sometimes there is another panel that becomes the active one, sometimes none.
+        // Sometimes another panel becomes the active one, sometimes there is no other panel.
         auto* other = below(2) ? newPanel(32, 32) : nullptr;
         Viewer::getInstance()->setActivePanel(panel);
         const bool synced = below(2) != 0;

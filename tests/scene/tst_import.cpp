@@ -278,7 +278,7 @@ TEST_F(ImportTest, SolidsMayHaveAnyName)
 
 TEST_F(ImportTest, ConcavePolygonsKeepTheirArea)
 {
-    // A U: its fan would fill the gap.
+    // A polygon in the shape of a U: a fan of triangles would fill the gap.
     const QString file = write("u.obj", "v 0 0 0\nv 3 0 0\nv 3 3 0\nv 2 3 0\nv 2 1 0\nv 1 1 0\nv 1 3 0\nv 0 3 0\n"
                                         "f 1 2 3 4 5 6 7 8\n");
     QString error;

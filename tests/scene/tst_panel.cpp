@@ -316,7 +316,7 @@ TEST_F(PanelTest, OrthographicPicturesShowParallelEdges)
     const QImage image = drawn(256, 256, -half, half, -half, half, panel->getScaledTransformMatrix());
     const double edge = 128 / ViewFitter::Margin; // pixels from the middle
     EXPECT_NEAR(covered(image), 4 * edge * edge, 4 * 2 * edge);
-    // A far picture tile holds the same pixels.
+    // A tile far from the centre holds the same pixels.
     const QImage tile = drawn(128, 128, 0, half, 0, half, panel->getScaledTransformMatrix());
     EXPECT_EQ(tile, image.copy(128, 0, 128, 128));
 }

@@ -246,7 +246,7 @@ TEST_F(MotionTest, PathsPassEveryViewExactly)
         const CameraPath path = fiveViews(options);
         for (const auto& key : path.getKeys()) {
             EXPECT_EQ(difference(path.splineAt(key.time).pose(), key.camera.pose()), 0);
-            // Nor is there a jump next to it.
+            // There is no jump next to it either.
             EXPECT_LT(difference(path.splineAt(key.time + 1e-9).pose(), key.camera.pose()), 1e-6);
         }
         if (loop) {
@@ -662,8 +662,8 @@ TEST_F(MotionTest, WithoutACountTheMemoryOfTheProcessIsLimited)
         }
         isOver = true;
     });
-    // The encoder takes a frame once capture waits, but does not count it. Waiting begins one frame after the limit, because
-    // the first frame is not counted.
+    // The encoder takes a frame once capture waits, but does not count it. Waiting begins one frame after the limit,
+    // because the first frame is not counted.
     const std::size_t limit = std::size_t(RecordingPace::limitBytes(0)) / FrameBytes + 1;
     EXPECT_TRUE(processUntil([&] {
         std::lock_guard<std::mutex> guard(mutex);

@@ -36,7 +36,7 @@ protected:
     void TearDown() override { scene()->setRootNode(nullptr); }
     static Scene* scene() { return Viewer::getInstance()->getGlobalScene().get(); }
 
-    /// Reads a model into the scene; false: skip the test, it is not installed here.
+    /// Reads a model into the scene; false if the file is not installed.
     bool open(const QString& fileName)
     {
         if (!QFileInfo::exists(fileName))

@@ -105,7 +105,7 @@ TEST(TrajectoryReader, TumHasOneCameraPosePerLine)
 {
     MatrixMapList list;
     QString error;
-    // The camera of these files looks along +z with y down: not turned at all it looks along +z, upside down in our
+    // The camera of these files looks along +z with y down: without a rotation it looks along +z, upside down in our
     // axes.
     ASSERT_TRUE(TrajectoryReader::readTum("# t x y z qx qy qz qw\n0.5 1 2 3 0 0 0 1\n1 4 5 6 2 0 0 0\n", list, &error))
         << error.toStdString();

@@ -377,7 +377,7 @@ TEST_F(WindowCommands, SceneChangesWaitForALargePicture)
     ASSERT_GT(tree->topLevelItemCount(), 0);
     window().getConsole()->submit(QString("grabimage filename=\"%1\" width=6000").arg(file("large.png")));
     ASSERT_TRUE(processUntil([] { return runs().empty() || runs().front()->getText() == "Building tiles"; }));
-    ASSERT_FALSE(runs().empty()) << "the picture was done too early to tell anything";
+    ASSERT_FALSE(runs().empty()) << "the picture was finished too early for this test";
     tree->topLevelItem(0)->setCheckState(0, Qt::Unchecked);
     EXPECT_FALSE(runs().empty()) << "the window was blocked until the picture was done";
     ASSERT_TRUE(waitForNoRuns());

@@ -171,7 +171,7 @@ TEST_F(WindowRecordings, ReducingTheViewsAsksAboutARecordedOneToo)
     triggerWithDialog(menuAction("View", "One view"), "RecordedViewQuestion",
                       [](QWidget* question) { QTest::keyClick(question, Qt::Key_Escape); });
     EXPECT_EQ(grid->getPanelCount(), 2);
-    EXPECT_TRUE(menuAction("View", "2 views")->isChecked()) << "the menu shows what there is";
+    EXPECT_TRUE(menuAction("View", "2 views")->isChecked()) << "the menu shows the actual number of views";
     triggerWithDialog(menuAction("View", "One view"), "RecordedViewQuestion",
                       [](QWidget* question) { button(question, "Stop, keep and close")->click(); });
     EXPECT_TRUE(processUntil([&] { return grid->getPanelCount() == 1; }, 60000));

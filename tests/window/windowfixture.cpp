@@ -61,7 +61,7 @@ void WindowTest::openSample(const QString& name)
 {
     window().openFiles({QStringLiteral(TOV_SOURCE_DIR "/samples/") + name});
     ASSERT_TRUE(processUntil([this] { return !window().isOpening(); }));
-    // The small picture for the list of recent files.
+    // The thumbnail for the list of recent files.
     ASSERT_TRUE(waitForNoRuns());
 }
 

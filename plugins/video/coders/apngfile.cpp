@@ -40,7 +40,7 @@ struct Apng
     std::vector<Chunk> chunks;
     qint64 frames = 0;
     QByteArray header;       ///< of the picture: size and kind of the pixels
-    quint32 plays = 0;       ///< how often the animation is repeated, 0 = for ever
+    quint32 plays = 0;       ///< how often the animation is repeated, 0 = forever
     bool isPlain = false;    ///< a single frame is stored as an ordinary picture
     QByteArray firstControl; ///< data of the first frame control chunk; generated, without a delay, for a plain picture
 
@@ -191,7 +191,7 @@ QString findDifference(const Apng& first, const Apng& part)
 {
     if (part.header != first.header)
         return QStringLiteral("differs from the first part in size or pixel format");
-    // Pictures with a palette have one each, an animation has one altogether.
+    // Each picture has a palette of its own, but an animation has only one.
     for (const Chunk& chunk : part.chunks)
         if (chunk.type == "PLTE" || chunk.type == "tRNS")
             return QStringLiteral("has a palette; parts with palettes cannot be joined");
@@ -246,7 +246,7 @@ QString joinApngs(const QStringList& parts, const std::vector<qint64>& counts, c
         putChunks(written, apng, &apng == &apngs.front(), total, apngs.front().plays, [&](QByteArray& control) {
             if (apng.isPlain)
                 control.replace(DelayAt, DelayBytes, delay);
-            // A part's first frame replaces what the previous part has left.
+            // A part's first frame replaces the last frame of the previous part.
             if (std::exchange(begins, false))
                 control[BlendAt] = 0;
         });

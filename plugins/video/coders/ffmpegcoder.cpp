@@ -192,7 +192,7 @@ bool FFmpegCoder::openScaler()
 {
     const AVCodecContext* codec = d->codec.get();
     const AVPixelFormat from = m_Format.alpha ? AV_PIX_FMT_BGRA : AV_PIX_FMT_BGR0;
-    // A filter, where there is one, takes the frames as they are.
+    // A filter takes the frames unchanged.
     d->frame->format = m_Format.filter ? from : codec->pix_fmt;
     d->frame->width = job().width;
     d->frame->height = job().height;

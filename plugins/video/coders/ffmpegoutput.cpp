@@ -16,7 +16,7 @@ constexpr int BufferBytes = 1 << 16;
 
 FFmpegOutput::FFmpegOutput(QIODevice* device, Mp4Index* index) : mp_Device(device), mp_Index(index)
 {
-    // Without a seek function FFmpeg writes what can be streamed.
+    // Without a seek function FFmpeg writes a stream.
     const bool isSeekable = !index && !device->isSequential();
     auto* buffer = static_cast<unsigned char*>(av_malloc(BufferBytes));
     if (buffer)

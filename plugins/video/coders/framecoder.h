@@ -27,7 +27,7 @@ protected:
     virtual bool codeFrame(const uchar* bgra) = 0;
     /// Writes the frames that the codec still holds, after the last frame. Not called after a failure.
     virtual void complete() = 0;
-    /// Frees the codec. Always comes at the end.
+    /// Frees the codec. Always the last call.
     virtual void close() = 0;
     /// Removes other files that were written with the output, after an abort.
     virtual void discard() {}

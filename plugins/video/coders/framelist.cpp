@@ -24,7 +24,7 @@ QString portable(const QString& name)
     for (QChar& c : result)
         if (c.unicode() > 126 || !(c.isLetterOrNumber() || c == '-' || c == '_'))
             c = '_';
-    if (result != name || result.isEmpty()) // keeps two lists in one folder apart
+    if (result != name || result.isEmpty()) // distinguishes two lists in one folder
         result += '-' + QString::fromLatin1(
                             QCryptographicHash::hash(name.toUtf8(), QCryptographicHash::Sha1).toHex().left(8));
     return result;

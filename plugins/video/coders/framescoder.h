@@ -13,7 +13,7 @@ namespace tov::plugins::video {
 
 /// Writes every frame as a PNG of its own, with straight alpha, next to a list of them that players open like a video
 /// (see `PictureNames`). A picture gets its name once it is complete, and is listed then, so the list plays at any
-/// moment. At the end pictures are removed that an earlier, longer recording of that name left.
+/// moment. At the end, pictures that remain from an earlier, longer recording of that name are removed.
 ///
 /// Holds one frame in memory, and those that the codec's threads (8 at most) work on.
 class FramesCoder : public FrameCoder

@@ -103,7 +103,7 @@ struct TrackIndex
     quint32 timeScale;       ///< ticks per second
     quint64 mediaDuration;   ///< ticks
     quint64 shownDuration;   ///< ticks
-    std::int64_t firstShown; ///< ticks from the first decoding to the first showing
+    std::int64_t firstShown; ///< ticks from the decoding of the first frame to its display
 };
 
 /// Rewrites boxes of one container; `change` returns the new box, or nothing for one that is left out.

@@ -21,7 +21,7 @@ namespace {
 constexpr int FineTicks = 90000;
 /// Largest numbers of a frame rate written as a fraction.
 constexpr int LargestFraction = 1000000;
-/// By how much the rates of two parts may differ: containers round them.
+/// The largest difference between the rates of two parts: containers round them.
 constexpr double RateTolerance = 0.01;
 
 struct Freer

@@ -7,7 +7,7 @@
 
 namespace tov::plugins::video {
 
-/// When the frames of a file are shown.
+/// The times at which the frames of a file are shown.
 struct Timing
 {
     /// Seconds at which each frame appears, ascending; empty: evenly spaced.

@@ -23,10 +23,10 @@ namespace tov::plugins::video {
 namespace {
 
 const char* const SourceFile = "plugins/video/common/coderlibrary";
-/// Changes with the meaning of the entries in the cache.
+/// Increased when the meaning of the entries in the cache changes.
 const QString CacheVersion = QStringLiteral("1");
 const QString FormatsKey = QStringLiteral("formats");
-/// Changes with any library that is installed on the machine.
+/// Changes when any library of the machine is installed, updated or removed.
 const QString LoaderList = QStringLiteral("/etc/ld.so.cache");
 /// The coders, FFmpeg's codecs, FFmpeg's file formats, the loader's list.
 constexpr int DecidingFiles = 4;

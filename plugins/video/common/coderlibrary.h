@@ -39,8 +39,8 @@ QString coderLibraryFile();
 void logUnloaded(const QString& error);
 
 /// The formats that this machine can write, by extension. Cached until one of the libraries changes, so that the coders
-/// need not be loaded. Empty when they cannot be loaded; with `logFailure` the reason is logged, which one plug-in of
-/// several does. Thread: application.
+/// need not be loaded. Empty when they cannot be loaded; with `logFailure` the reason is logged; only one of several
+/// plug-ins sets it. Thread: application.
 QStringList availableFormats(bool logFailure = false);
 
 } // namespace tov::plugins::video

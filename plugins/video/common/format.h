@@ -16,7 +16,7 @@ struct Format
     bool alpha = false;                ///< stores straight alpha; otherwise alpha is ignored
     bool rateControlled = false;       ///< uses the bit rate setting
     bool indexed = false;              ///< fragments that become one indexed file at the end (mp4, mov)
-    bool streamed = false;             ///< written once from begin to end, so that it can go through a pipe
+    bool streamed = false;             ///< written once from start to end, so that it can go through a pipe
     const char* filter = nullptr;      ///< filter graph between frames and encoder, or null
     std::vector<std::pair<const char*, const char*>> codecOptions = {};
     std::vector<std::pair<const char*, const char*>> muxerOptions = {};
@@ -27,7 +27,7 @@ struct Format
     int highestLookahead = 0;
 };
 
-/// All formats that FFmpeg writes for us. Thread: any.
+/// All formats that are written with FFmpeg. Thread: any.
 const std::vector<Format>& formats();
 
 } // namespace tov::plugins::video

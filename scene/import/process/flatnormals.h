@@ -4,8 +4,8 @@
 
 namespace tov::importer {
 
-/// Gives a mesh of triangles without normals those of its faces, as glTF 2.0 demands (section 3.7.2.1, "Meshes"). Every
-/// corner becomes a vertex of its own.
+/// Gives a triangle mesh without normals the normals of its faces, as glTF 2.0 requires (section 3.7.2.1, "Meshes").
+/// Every corner becomes a vertex of its own.
 void makeFlat(MeshData& mesh);
 
 } // namespace tov::importer

@@ -16,8 +16,8 @@ public:
 
     /// True for regular files inside the folder.
     bool isInside(const std::filesystem::path& file) const;
-    /// The file that a model means by a name: as written, with backslashes as separators, in other letter case, with
-    /// some or all folders left out, or in a folder "textures".
+    /// The file that a model refers to by a name: as written, with backslashes as separators, in other letter case,
+    /// with some or all folders left out, or in a folder "textures".
     std::optional<std::filesystem::path> find(std::string name) const;
     /// The folder, links resolved.
     const std::filesystem::path& path() const { return m_Folder; }

@@ -27,7 +27,7 @@ class BufferReader
 public:
     explicit BufferReader(const tinygltf::Model& model) : m_Model(model) {}
 
-    /// Normalised integers become fractions; sparse values are put in.
+    /// Normalised integers become fractions; sparse values are substituted.
     Values values(int accessor);
     /// The values of an accessor of integers.
     std::vector<std::uint32_t> indices(int accessor);

@@ -1,4 +1,4 @@
-// Images for the readers of the program: it names the files, this process decodes them.
+// Images for the readers of the program, which names the files; this process decodes them.
 
 #include "scene/import/process/imagetools.h"
 #include "scene/import/process/readers.h"

@@ -17,7 +17,7 @@ namespace {
 /// Pixels of an image before it is scaled down: 1 GiB.
 constexpr std::uint64_t MaxPixels = std::uint64_t(1) << 28;
 
-/// Takes memory for an image whose header has been read.
+/// Allocates memory for an image whose header has been read.
 DecodedImage allocate(std::uint64_t width, std::uint64_t height)
 {
     const std::string size = std::to_string(width) + " x " + std::to_string(height);

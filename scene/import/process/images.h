@@ -37,7 +37,7 @@ struct DecodedImage
 };
 
 /// Decodes PNG, JPEG, WebP, and the other formats that stb_image supports. The size in the header is checked before
-/// memory is taken. Throws `ImageError`.
+/// memory is allocated. Throws `ImageError`.
 DecodedImage decodeImage(const std::uint8_t* bytes, std::size_t size);
 /// Halves the sides until neither is larger than `maxSide` and the pixels take at most `maxBytes`.
 void scaleDown(DecodedImage& image, std::uint32_t maxSide, std::uint64_t maxBytes);

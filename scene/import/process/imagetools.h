@@ -10,7 +10,7 @@ bool looksLikeNormalMap(const DecodedImage& image);
 DecodedImage normalsFromHeights(const DecodedImage& heights);
 /// Takes the alpha of `color` from the brightness of `mask`, or from its alpha where it has one.
 void setAlpha(DecodedImage& color, const DecodedImage& mask);
-/// Green from the red of `roughness`, blue from the red of `metallic`; one of them may be missing (1 then).
+/// Green from the red of `roughness`, blue from the red of `metallic`; a missing one counts as 1.
 DecodedImage metallicRoughness(const DecodedImage* metallic, const DecodedImage* roughness);
 /// One white pixel.
 DecodedImage whitePixel();

@@ -29,7 +29,7 @@ constexpr std::size_t MaxFileBytes = std::size_t(256) << 20;
 
 typedef std::vector<std::uint8_t> Bytes;
 
-/// The end of a row of run-length coded pixels that begins at `at`; no value if the data end before.
+/// The end of a row of run-length coded pixels that begins at `at`; no value if the data end earlier.
 std::optional<std::size_t> endOfRow(const Bytes& bytes, std::size_t at, int width)
 {
     at += 4;
@@ -46,7 +46,7 @@ std::optional<std::size_t> endOfRow(const Bytes& bytes, std::size_t at, int widt
 }
 
 /// Whether a file holds all its rows. They follow the line with the size, which follows an empty line. The decoder
-/// itself does not notice where the data end.
+/// itself does not detect the end of the data.
 bool isWhole(const Bytes& bytes, int width, int height)
 {
     const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());

@@ -12,7 +12,7 @@ namespace tov::importer {
 void report(std::uint8_t code, const std::string& text)
 {
     const std::string bytes = std::string(1, char(code)) + text;
-    // If the program has ended, nothing can receive the report.
+    // If the program has ended, the report has no receiver.
     [[maybe_unused]] const auto written = write(tov::scene::stream::ReportDescriptor, bytes.data(), bytes.size());
 }
 

@@ -28,7 +28,7 @@ bool filterSystemCalls()
             result = added;
     };
     for (const int call :
-         {// open files, and information about others
+         {// open files, and information about other files
           SCMP_SYS(read), SCMP_SYS(readv), SCMP_SYS(pread64), SCMP_SYS(write), SCMP_SYS(writev), SCMP_SYS(pwrite64),
           SCMP_SYS(lseek), SCMP_SYS(close), SCMP_SYS(fstat), SCMP_SYS(stat), SCMP_SYS(lstat), SCMP_SYS(newfstatat),
           SCMP_SYS(statx), SCMP_SYS(access), SCMP_SYS(faccessat), SCMP_SYS(faccessat2), SCMP_SYS(readlink),
@@ -70,7 +70,7 @@ bool limit(int what, rlim_t most)
 
 bool enterSandbox(std::uint64_t memoryBytes, std::uint64_t seconds)
 {
-    // Once the program has ended, nothing waits for the result.
+    // The result is useless once the program has ended.
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     signal(SIGPIPE, SIG_IGN);
     signal(SIGXFSZ, SIG_IGN);
