@@ -65,7 +65,7 @@ Camera raised(const Camera& camera, const Vector3& center, const Vector3& axis, 
 
 bool showsWholeScene(const tov::gui::ScenePanel& panel, double aspect)
 {
-    // Fitting leaves a margin; the user may have zoomed in by that much.
+    // Fitting leaves a margin, into which the user may have zoomed.
     constexpr double Slack = 1.05;
     const Camera view = panel.getCamera();
     tov::scene::ViewFitter fitter(view, aspect > 0 ? aspect : double(panel.width()) / panel.height());

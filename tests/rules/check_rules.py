@@ -12,6 +12,18 @@ import sys
 import tempfile
 
 SOURCE = pathlib.Path(sys.argv[1]).resolve()
+TRANSLATION = """<?xml version="1.0" encoding="utf-8"?>
+<!DOCTYPE TS>
+<TS version="2.1" language="de">
+<context>
+    <name>Dialog</name>
+    <message>
+        <source>View</source>
+        <translation>Ansicht</translation>
+    </message>
+</context>
+</TS>
+"""
 CLEAN = {
     ".clang-format": (SOURCE / ".clang-format").read_text(),
     ".clang-tidy": (SOURCE / ".clang-tidy").read_text(),
@@ -21,7 +33,11 @@ CLEAN = {
     "kernel/value.h": "#pragma once\n\n/// The answer.\nint value();\n",
     "kernel/text.h": '#pragma once\n\n/// Kept.\nconstexpr const char* Text = "This text stays!";\n',
     "kernel/value.cpp": '#include "kernel/value.h"\n\nint value()\n{\n    return 42;\n}\n',
-    "README.md": "# Tree\n\nSee [the source](kernel/value.cpp) and `--view top`.\n",
+    "README.md": "# Tree\n\nSee [the source](kernel/value.cpp) and `--view top`.\n\n    tov image a.obj -o a.png\n",
+    "app/translations/tov_de.ts": TRANSLATION,
+    "app/viewer/dialog.cpp": '#include "app/viewer/dialog.h"\n\nQString title()\n{\n    return Dialog::tr("View");\n}\n',
+    **{f"{folder}/empty.h": "#pragma once\n" for folder in ("grab", "scene", "trajectory")},
+    "build/bin/tov": '#!/bin/sh\n[ $# = 4 ] && touch "$4"\n',
     "app/cli/optiontable.cpp": 'const Option options[] = {\n    {"view", 0, "NAME"},\n};\n',
 }
 LONG = "int grow(int start)\n{\n" + "    ++start;\n" * 80 + "    return start;\n}\n"
@@ -52,6 +68,8 @@ VIOLATIONS = [
     ("links", "README.md", "# Tree\n\nSee [below](#leaves).\n"),
     ("options", "README.md", "Use `--views top`.\n"),
     ("options", "README.md", "# Tree\n\n    tov image a.obj --veiw top\n"),
+    ("translation", "app/viewer/window.cpp", 'QString text = Dialog::tr("Not translated");\n'),
+    ("commands", "README.md", "# Tree\n\n    tov image a.obj\n"),
     ("mutants", "tests/mutants/wrong-answer.patch", MUTANT),
 ]
 
@@ -62,10 +80,10 @@ def make_tree(root, changed):
         path = root / name
         path.parent.mkdir(parents=True, exist_ok=True)
         path.write_text(text)
+        path.chmod(0o755 if name == "build/bin/tov" else 0o644)
     (root / "scripts").mkdir(exist_ok=True)
     shutil.copy(SOURCE / "scripts/mutants", root / "scripts/mutants")
     (root / "tests/mutants").mkdir(exist_ok=True)
-    (root / "build").mkdir()
     commands = [{"directory": str(root), "file": f"{root}/kernel/value.cpp", "command": f"g++ -I{root} -c {root}/kernel/value.cpp"}]
     (root / "build/compile_commands.json").write_text(json.dumps(commands))
 

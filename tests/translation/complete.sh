@@ -1,13 +1,15 @@
 #!/usr/bin/env bash
-# Fails when a text of the sources has no finished German translation, or when a translation lost a placeholder.
+# complete.sh LUPDATE SOURCE-FOLDER [LEAST]
+# Fails when a text of the sources has no finished German translation, when a translation lost a placeholder, or when there
+# are fewer than LEAST texts.
 set -euo pipefail
-lupdate=$1 source=$2
+lupdate=$1 source=$2 least=${3:-100}
 copy=$(mktemp --suffix=.ts)
 trap 'rm -f "$copy"' EXIT
 cp "$source/app/translations/tov_de.ts" "$copy"
 cd "$source"
 "$lupdate" -no-obsolete -locations none -I . app kernel scene trajectory grab -ts "$copy" >/dev/null 2>&1
-python3 - "$copy" "$source/app/translations/tov_de.ts" <<'PYTHON'
+python3 - "$copy" "$source/app/translations/tov_de.ts" "$least" <<'PYTHON'
 import re
 import sys
 import xml.etree.ElementTree as ElementTree
@@ -35,5 +37,5 @@ known = {(c.find('name').text, m.find('source').text) for c in fresh.getroot().f
 problems += [f'{name}: no longer in the sources: {text!r}' for name, text in sorted(stored - known)]
 print('\n'.join(problems))
 print(f'{count - len(problems)} of {count}')
-sys.exit(1 if problems or count < 100 else 0)
+sys.exit(1 if problems or count < int(sys.argv[3]) else 0)
 PYTHON
