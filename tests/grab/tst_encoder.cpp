@@ -58,6 +58,7 @@ public:
     bool throwAtChunk = false;
     QSemaphore* gate = nullptr; ///< acquired once per chunk
     int policy = -1;
+    std::atomic<int> runnerId{0}; ///< the system's number of the runner thread
     std::vector<Call> calls;
     QMutex callsMutex;
 
@@ -124,6 +125,7 @@ protected:
     {
         note("encode", chunk, isLast);
         policy = sched_getscheduler(0);
+        runnerId = tov::test::threadId();
         if (gate)
             gate->acquire();
         if (throwAtChunk)
@@ -408,8 +410,11 @@ TEST_F(EncoderTest, TheWaitNeedsALastChunk)
         encoder.waitForFinish();
         done = true;
     });
-    // It still waits although everything has been encoded.
-    EXPECT_TRUE(processUntil([&] { return id != 0 && tov::test::threadState(id) == 'S'; }));
+    // Both threads still wait although everything has been encoded. A runner that was asked to end would be awake or
+    // would no longer exist when the other thread sleeps.
+    EXPECT_TRUE(processUntil([&] {
+        return id != 0 && tov::test::threadState(id) == 'S' && tov::test::threadState(encoder.runnerId) == 'S';
+    }));
     EXPECT_FALSE(done);
     EXPECT_TRUE(encoder.taken("finish").empty());
     encoder.encodeVideoChunk(new CountedChunk, true);
