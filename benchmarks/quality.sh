@@ -39,8 +39,25 @@ row av1.mkv mkv -c:v libaom-av1 -cpu-used 8 -usage realtime -row-mt 1 -b:v 1200k
 matrix=bt601 range=pc
 to709=(-vf "scale=out_color_matrix=bt601:out_range=pc:flags=accurate_rnd+full_chroma_int+bicubic,format=yuvj420p")
 row avi avi -c:v mjpeg -qscale 2 -huffman optimal
-# Formats with transparency: sizes.
-for suffix in gif apng alpha.webm alpha.mov lossless.mkv; do
+# Formats with transparency, over white: size and PSNR. Pictures are in RGB, the others in BT.709.
+over_white() { # SCALE INPUT-OPTIONS... FILE
+  local scale=$1
+  shift
+  ffmpeg -hide_banner -f lavfi -i color=white:size=640x360:rate=25 "${@:1:$#-1}" -i "${!#}" -i "$folder/reference.lossless.mkv" \
+    -lavfi "[0:v]format=gbrp[w];[1:v]${scale}format=gbrap[o];[w][o]overlay=format=gbrp:shortest=1[a];[2:v]format=gbrp[b];[a][b]psnr" \
+    -f null - 2>&1 | sed -n 's/.*average:\([0-9.]*\|inf\) .*/\1/p' | tail -n 1
+}
+alpha_row() { # SUFFIX SCALE INPUT-OPTIONS...
+  local suffix=$1 scale=$2
+  shift 2
   "$tov" video "$model" -o "$folder/ours.$suffix" "${common[@]}"
-  printf '%-12s %31s %12s\n' "$suffix" "" $(($(stat -c %s "$folder/ours.$suffix") / 1000))
-done
+  # The pictures of "frames" are next to their list.
+  printf '%-12s %8s %10s %8s   %10s\n' "$suffix" "$(over_white "$scale" "$@" "$folder/ours.$suffix")" "" "" \
+    $(($(cat "$folder/ours.$suffix" "$folder"/ours.[0-9]*.png 2>/dev/null | wc -c) / 1000))
+  rm -f "$folder"/ours.[0-9]*.png
+}
+bt709="scale=in_color_matrix=bt709:in_range=tv,"
+for suffix in gif apng lossless.mkv; do alpha_row $suffix ""; done
+alpha_row alpha.webm "$bt709" -c:v libvpx-vp9
+alpha_row alpha.mov "$bt709"
+alpha_row frames "" -f concat
