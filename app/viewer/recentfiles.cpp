@@ -1,5 +1,6 @@
 #include "app/viewer/recentfiles.h"
 
+#include "app/viewer/desktoprecent.h"
 #include "app/viewer/thumbnail.h"
 #include "kernel/main/settings.h"
 #include "kernel/util/cache.h"
@@ -66,6 +67,7 @@ void RecentFiles::add(const QString& fileName, tov::scene::SceneElement* model)
     while (files.size() > MaxFiles)
         QFile::remove(getThumbnailFile(files.takeLast()));
     tovSettings().setValue(FilesKey, files);
+    addToDesktopRecent(path);
     const QImage picture = drawThumbnail(model, ThumbnailEdge);
     if (picture.isNull())
         return;
@@ -100,8 +102,10 @@ void RecentFiles::fill()
 
 void RecentFiles::clearList()
 {
-    for (const QString& file : getFiles())
+    const QStringList files = getFiles();
+    for (const QString& file : files)
         QFile::remove(getThumbnailFile(file));
+    removeFromDesktopRecent(files);
     tovSettings().remove(FilesKey);
 }
 

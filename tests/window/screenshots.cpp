@@ -116,6 +116,7 @@ int main(int argc, char** argv)
     QTemporaryDir home;
     qputenv("XDG_CACHE_HOME", home.filePath(QStringLiteral("cache")).toUtf8());
     qputenv("XDG_CONFIG_HOME", home.filePath(QStringLiteral("config")).toUtf8());
+    qputenv("XDG_DATA_HOME", home.filePath(QStringLiteral("data")).toUtf8());
     tov::app::StartOptions options;
     options.window = true;
     options.logLevel = 2000;

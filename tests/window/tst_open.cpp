@@ -128,7 +128,33 @@ TEST_F(WindowOpen, BadFilesAreReportedAndTheSceneStays)
     EXPECT_EQ(tov::viewer::RecentFiles::getFiles().size(), 1) << "a file that could not be opened is not a recent file";
 }
 
-TEST_F(WindowOpen, RecentFilesKeepASmallPictureAndOpenAgain)
+TEST_F(WindowOpen, TheDesktopListsOpenedFilesUntilTheListIsCleared)
+{
+    const QString list = QString::fromLocal8Bit(qgetenv("XDG_DATA_HOME")) + QStringLiteral("/recently-used.xbel");
+    const auto content = [&list] {
+        QFile stored(list);
+        return stored.open(QIODevice::ReadOnly) ? stored.readAll() : QByteArray();
+    };
+    QFile::remove(list);
+    const QString model = file("100% of a model.obj");
+    ASSERT_TRUE(QFile::copy(sample("crane.obj"), model));
+    drop({QUrl::fromLocalFile(model)});
+    EXPECT_TRUE(content().contains(QUrl::fromLocalFile(model).toEncoded())) << content().constData();
+    EXPECT_TRUE(content().contains("application name=\"tov\" exec=\"&apos;tov %u&apos;\"")) << content().constData();
+    emit window().getRecentFiles()->aboutToShow();
+    window().getRecentFiles()->actions().last()->trigger();
+    EXPECT_FALSE(content().contains("100%25")) << content().constData();
+    // A list that is not readable belongs to other programs as well, and is left unchanged.
+    QFile other(list);
+    ASSERT_TRUE(other.open(QIODevice::WriteOnly));
+    other.write("not a list");
+    other.close();
+    drop({QUrl::fromLocalFile(model)});
+    EXPECT_EQ(content(), "not a list");
+    QFile::remove(list);
+}
+
+TEST_F(WindowOpen, RecentFilesKeepAThumbnailAndOpenAgain)
 {
     QSignalSpy stored(window().getRecentFiles(), &tov::viewer::RecentFiles::thumbnailStored);
     openSample();
