@@ -4,12 +4,9 @@
 #include "app/cli/pictureoutput.h"
 #include "app/cli/session.h"
 #include "app/cli/verbs.h"
-#include "app/common/outputcheck.h"
+#include "app/common/picturecommand.h"
 #include "app/common/safeoutput.h"
-#include "kernel/main/parameter.h"
-#include "kernel/main/parameterset.h"
 #include "kernel/main/settings.h"
-#include "kernel/workers/overseer.h"
 #include "scene/drawing/scenedrawer.h"
 #include "scene/view/scenepanel.h"
 #include "scene/view/viewer.h"
@@ -22,16 +19,12 @@
 namespace tov::app {
 
 using tov::main::Command;
-using tov::main::Overseer;
-using tov::main::Parameter;
 using tov::scene::SceneDrawer;
 
 namespace {
 
 typedef Job<ImageRequest> ImageJob;
 
-/// The identifier of the parameter set with which the picture command fills an image of the caller.
-constexpr int ProgrammaticSet = 10000;
 constexpr double InchesPerMeter = 1 / 0.0254;
 constexpr double MsPerSecond = 1000;
 
@@ -85,32 +78,6 @@ bool checkJob(const ImageJob& job, QString* error)
     }
     return checkPictureSize(format, request.size, error) &&
            checkPictureMemory(request.size, request.output.maxMemory, error);
-}
-
-template <typename T>
-Parameter<T>* makeParameter(const char* name, T* value)
-{
-    auto* parameter = new Parameter<T>(QString::fromLatin1(name), QString());
-    parameter->disableDeleteOnSet(true);
-    parameter->setValuePointer(value);
-    return parameter;
-}
-
-/// The picture command in its programmatic form; null when there is no such command. The processor deletes it.
-Command* makePictureCommand(QImage* image, tov::math::Matrix4* transform, tov::gui::ScenePanel* panel)
-{
-    Command* command = Overseer::getInstance()->getCommandProcessor()->createCommand(QStringLiteral("grabimage"));
-    if (!command)
-        return nullptr;
-    command->setInstanceMode(Command::RunOnce);
-    command->setOneShot(true);
-    auto* set = new tov::main::ParameterSet(ProgrammaticSet);
-    set->addParameter(makeParameter("image", image));
-    set->addParameter(makeParameter("transform", transform));
-    set->addParameter(makeParameter("scenepanel", panel));
-    command->addParameterSet(set);
-    command->setCurrentParameterSetId(ProgrammaticSet);
-    return command;
 }
 
 /// Draws the picture; null (reported) on failure.

@@ -71,30 +71,14 @@ bool isFinite(const Matrix4& m)
     return std::all_of(m.data(), m.data() + 16, [](double value) { return std::isfinite(value); });
 }
 
-Matrix4 rotationX(double degrees)
+/// A counter-clockwise rotation about axis 0 (x), 1 (y) or 2 (z).
+Matrix4 rotationAbout(unsigned int axis, double degrees)
 {
+    const unsigned int first = (axis + 1) % 3, second = (axis + 2) % 3;
     Matrix4 m = Matrix4::identity();
-    m(1, 1) = m(2, 2) = std::cos(radians(degrees));
-    m(2, 1) = std::sin(radians(degrees));
-    m(1, 2) = -m(2, 1);
-    return m;
-}
-
-Matrix4 rotationY(double degrees)
-{
-    Matrix4 m = Matrix4::identity();
-    m(0, 0) = m(2, 2) = std::cos(radians(degrees));
-    m(0, 2) = std::sin(radians(degrees));
-    m(2, 0) = -m(0, 2);
-    return m;
-}
-
-Matrix4 rotationZ(double degrees)
-{
-    Matrix4 m = Matrix4::identity();
-    m(0, 0) = m(1, 1) = std::cos(radians(degrees));
-    m(1, 0) = std::sin(radians(degrees));
-    m(0, 1) = -m(1, 0);
+    m(first, first) = m(second, second) = std::cos(radians(degrees));
+    m(second, first) = std::sin(radians(degrees));
+    m(first, second) = -m(second, first);
     return m;
 }
 
@@ -187,7 +171,7 @@ Matrix4 Camera::scaledMatrix(const SceneExtent& extent) const
 
 void Camera::orbit(double azimuth, double elevation, double roll)
 {
-    rotation = rotationZ(roll) * rotationX(elevation) * rotation * rotationY(-azimuth);
+    rotation = rotationAbout(2, roll) * rotationAbout(0, elevation) * rotation * rotationAbout(1, -azimuth);
 }
 
 void Camera::shift(double right, double up)
@@ -223,7 +207,7 @@ Matrix4 standardRotation(StandardView view)
         elevation = 35.264389682754654; // atan(1 / sqrt 2): all three axes are foreshortened equally
         break;
     }
-    return rotationX(elevation) * rotationY(-azimuth);
+    return rotationAbout(0, elevation) * rotationAbout(1, -azimuth);
 }
 
 std::optional<Camera> lookAt(const Vector3& position, const Vector3& target, const Vector3& up, const Camera& lens)

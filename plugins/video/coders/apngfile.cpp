@@ -1,5 +1,6 @@
 #include "plugins/video/coders/apngfile.h"
 
+#include "plugins/video/coders/bytewriter.h"
 #include "plugins/video/coders/mappedfile.h"
 
 extern "C" {
@@ -98,11 +99,7 @@ private:
 class ApngOutput
 {
 public:
-    explicit ApngOutput(const QString& fileName) : m_File(fileName)
-    {
-        m_Written =
-            m_File.open(QIODevice::WriteOnly | QIODevice::Truncate) && m_File.write(Signature) == Signature.size();
-    }
+    explicit ApngOutput(const QString& fileName) : m_Writer(fileName) { m_Writer.put(Signature); }
     void put(const QByteArray& type, const QByteArray& data)
     {
         QByteArray chunk(4, 0);
@@ -114,7 +111,7 @@ public:
         QByteArray tail(ChunkTail, 0);
         qToBigEndian<quint32>(sum, tail.data());
         chunk += tail;
-        m_Written = m_Written && m_File.write(chunk) == chunk.size();
+        m_Writer.put(chunk);
     }
     /// A chunk whose data begin with its number in the animation.
     void putNumbered(const QByteArray& type, QByteArray data)
@@ -122,16 +119,10 @@ public:
         qToBigEndian<quint32>(m_Sequence++, data.data());
         put(type, data);
     }
-    QString finish()
-    {
-        m_Written = m_Written && m_File.flush();
-        return m_Written ? QString()
-                         : QStringLiteral("cannot write '%1': %2").arg(m_File.fileName(), m_File.errorString());
-    }
+    QString finish() { return m_Writer.finish(); }
 
 private:
-    QFile m_File;
-    bool m_Written;
+    ByteWriter m_Writer;
     quint32 m_Sequence = 0;
 };
 

@@ -1,5 +1,6 @@
 #include "plugins/video/coders/giffile.h"
 
+#include "plugins/video/coders/bytewriter.h"
 #include "plugins/video/coders/mappedfile.h"
 
 #include <QtEndian>
@@ -91,31 +92,10 @@ private:
     }
 };
 
-/// Writes a file from pieces of others.
-class GifOutput
+void copy(ByteWriter& output, const MappedFile& from, qint64 begin, qint64 end)
 {
-public:
-    explicit GifOutput(const QString& fileName) : m_File(fileName)
-    {
-        m_Written = m_File.open(QIODevice::WriteOnly | QIODevice::Truncate);
-    }
-    void copy(const MappedFile& from, qint64 begin, qint64 end)
-    {
-        const char* data = reinterpret_cast<const char*>(from.data());
-        m_Written = m_Written && m_File.write(data + begin, end - begin) == end - begin;
-    }
-    void put(const QByteArray& bytes) { m_Written = m_Written && m_File.write(bytes) == bytes.size(); }
-    QString finish()
-    {
-        m_Written = m_Written && m_File.flush();
-        return m_Written ? QString()
-                         : QStringLiteral("cannot write '%1': %2").arg(m_File.fileName(), m_File.errorString());
-    }
-
-private:
-    QFile m_File;
-    bool m_Written;
-};
+    output.put(reinterpret_cast<const char*>(from.data()) + begin, end - begin);
+}
 
 /// A graphic control extension, with another delay.
 QByteArray controlWith(const MappedFile& file, const GifFrame& frame, qint64 delay)
@@ -150,8 +130,8 @@ QString retimeGif(const QString& fileName, const QString& output, const Timing& 
         return QStringLiteral("a GIF of %1 frames cannot play in %2 s: players show each for 0.02 s at least")
             .arg(count)
             .arg(timing.seconds);
-    GifOutput written(output);
-    written.copy(gif.file, 0, gif.headEnd());
+    ByteWriter written(output);
+    copy(written, gif.file, 0, gif.headEnd());
     qint64 shown = 0;
     for (qint64 i = 0; i < count; ++i) {
         const GifFrame& frame = gif.frames[std::size_t(i)];
@@ -159,7 +139,7 @@ QString retimeGif(const QString& fileName, const QString& output, const Timing& 
         const qint64 delay = std::clamp(hundredths(timing.at(i + 1, count)) - shown, ShortestDelay, LongestDelay);
         shown += delay;
         written.put(controlWith(gif.file, frame, delay));
-        written.copy(gif.file, frame.begin + ControlBytes, frame.end);
+        copy(written, gif.file, frame.begin + ControlBytes, frame.end);
     }
     written.put(QByteArray(1, char(Trailer)));
     return written.finish();
@@ -180,20 +160,20 @@ QString joinGifs(const QStringList& parts, const std::vector<qint64>& counts, co
             return QStringLiteral("'%1' differs from the first part in size").arg(parts[int(i)]);
     }
     const Gif& first = gifs.front();
-    GifOutput written(output);
-    written.copy(first.file, 0, first.headEnd());
+    ByteWriter written(output);
+    copy(written, first.file, 0, first.headEnd());
     for (const Gif& gif : gifs) {
         const QByteArray table = gif.globalTable();
         for (const GifFrame& frame : gif.frames) {
             // A frame without a colour table of its own uses that of its part.
             const bool borrows = !(gif.file.byte(frame.image + ImageFlagsAt) & OwnTable);
             if (&gif == &first || !borrows || table == first.globalTable()) {
-                written.copy(gif.file, frame.begin, frame.end);
+                copy(written, gif.file, frame.begin, frame.end);
                 continue;
             }
-            written.copy(gif.file, frame.begin, frame.image);
+            copy(written, gif.file, frame.begin, frame.image);
             written.put(imageWithTable(gif.file, frame, table, gif.file.byte(FlagsAt)));
-            written.copy(gif.file, frame.image + ImageBytes, frame.end);
+            copy(written, gif.file, frame.image + ImageBytes, frame.end);
         }
     }
     written.put(QByteArray(1, char(Trailer)));
