@@ -6,7 +6,6 @@
 #include "app/cli/verbs.h"
 #include "app/common/picturecommand.h"
 #include "app/common/safeoutput.h"
-#include "kernel/main/settings.h"
 #include "scene/drawing/scenedrawer.h"
 #include "scene/view/scenepanel.h"
 #include "scene/view/viewer.h"
