@@ -19,13 +19,11 @@ public:
 
     /// Opens a pipe, so that a missing reader is reported before any work; false with one line in `error`.
     bool prepare(QString* error);
-    /// Writes the picture; `quality` -1 = the format's default. On failure false with one line in `error`, and nothing
-    /// is left.
+    /// Writes the picture; `quality` -1 = the format's default. On failure false with one line in `error`.
     bool save(const QImage& image, int quality, QString* error);
 
 private:
     bool saveStream(const QImage& image, int quality, QString* reason);
-    bool saveFile(const QImage& image, int quality, QString* error);
 
     const OutputRequest m_Request;
     const QString m_FileName, m_Format;

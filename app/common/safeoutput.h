@@ -17,7 +17,7 @@ QStringList listedPictures(const QString& fileName);
 /// A file that is written under a temporary name in the same folder and gets its own name when it is complete, so that
 /// an older file of that name is never touched by a run that fails or is killed. What a killed run had written stays
 /// under the temporary name: "film~partial.mp4" for "film.mp4". The temporary file is locked, so that two processes
-/// never write the same one. Thread: application.
+/// never write the same one. Thread: any, one at a time.
 class SafeOutput
 {
     Q_DECLARE_TR_FUNCTIONS(tov::app::SafeOutput)

@@ -211,7 +211,8 @@ void ExportPictureDialog::requestPreview()
         return;
     }
     const QSize size = mp_Size->getSize().scaled(PreviewRoom, Qt::KeepAspectRatio).expandedTo(QSize(2, 2));
-    m_PreviewPending = ViewPicture::take(mp_View, size, this, [this](const QImage& drawn) { showPreview(drawn); });
+    m_PreviewPending =
+        bool(ViewPicture::take(mp_View, size, this, [this](const QImage& drawn) { showPreview(drawn); }));
 }
 
 void ExportPictureDialog::showPreview(const QImage& drawn)

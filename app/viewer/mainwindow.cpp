@@ -22,6 +22,7 @@
 #include "app/viewer/recordedviews.h"
 #include "app/viewer/runnotices.h"
 #include "app/viewer/runsbar.h"
+#include "app/viewer/saferuns.h"
 #include "app/viewer/scenetree.h"
 #include "app/viewer/trajectorybar.h"
 #include "app/viewer/viewpicture.h"
@@ -64,7 +65,9 @@ constexpr int StatusMs = 10000;
 } // namespace
 
 MainWindow::MainWindow(const tov::main::ModuleLoader* loader, QWidget* parent)
-    : QMainWindow(parent), mp_Loader(loader), mp_Edits(new EditQueue(this))
+    : QMainWindow(parent), mp_Loader(loader), mp_Edits(new EditQueue(this)),
+      mp_Watcher(new tov::app::RunWatcher(tov::app::FailureLog::Console::Ignore, this)),
+      mp_Outputs(new SafeRuns(mp_Watcher, this)), mp_Export(new PictureExport(mp_Watcher, this))
 {
     setObjectName(QStringLiteral("MainWindow"));
     setWindowTitle(QStringLiteral("tov"));
@@ -78,10 +81,10 @@ MainWindow::MainWindow(const tov::main::ModuleLoader* loader, QWidget* parent)
     mp_Starter = new CommandStarter(this);
     connect(mp_Starter, &CommandStarter::refused, this, &MainWindow::warn);
     mp_Actions = new CommandActions(this, [this](Command* prototype) { mp_Starter->start(prototype); });
-    mp_Recorded = new RecordedViews(this);
+    mp_Recorded = new RecordedViews(mp_Outputs, this);
     mp_Layout = new WindowLayout(this, mp_Grid);
     mp_Opener = new FileOpener(mp_Runs, this);
-    mp_Quit = new QuitGuard(this, mp_Opener, [this] { mp_Layout->save(); });
+    mp_Quit = new QuitGuard(this, {mp_Opener, mp_Outputs, mp_Export}, [this] { mp_Layout->save(); });
     createDocks();
     connectOpener();
     createCapture();
@@ -104,7 +107,7 @@ void MainWindow::createCentre()
     auto* centre = new QWidget(this);
     mp_Grid = new PanelGrid(centre);
     mp_Notices = new NoticeBar(centre);
-    mp_Runs = new RunsBar(centre);
+    mp_Runs = new RunsBar(mp_Outputs, centre);
     // Notices and runs are overlays: they appear and disappear without changing the views' shape, which is the shape of
     // pictures.
     auto* layout = new QGridLayout(centre);
@@ -185,12 +188,11 @@ void MainWindow::createSidePanels()
 
 void MainWindow::createCapture()
 {
-    mp_Watcher = new tov::app::RunWatcher(tov::app::FailureLog::Console::Ignore, this);
     mp_Watcher->setPlaysInRealTime(true);
     auto* space = new tov::app::SpaceWatch(this);
-    new RunNotices(mp_Watcher, space, mp_Notices, mp_Runs, this);
+    new RunNotices(mp_Watcher, mp_Outputs, space, mp_Notices, mp_Runs, this);
     mp_Capture = new QuickCapture(
-        mp_Recorded, space, [this] { return getModelName(); }, this);
+        mp_Outputs, mp_Recorded, space, [this] { return getModelName(); }, this);
     connect(mp_Capture, &QuickCapture::failed, this, &MainWindow::warn);
     auto* captureBar = addToolBar(tr("Capture"));
     captureBar->setObjectName(QStringLiteral("CaptureBar"));
@@ -206,7 +208,6 @@ void MainWindow::createCapture()
     video->setShortcut(QKeySequence(QStringLiteral("Ctrl+Shift+E")));
     video->setToolTip(tr("Export a video: turntable, trajectory or free, size, format (Ctrl+Shift+E)"));
     mp_Capture->addTo(captureBar);
-    mp_Export = new PictureExport(this);
     connect(mp_Export, &PictureExport::failed, this, &MainWindow::warn);
     connect(mp_Export, &PictureExport::saved, this, [this](const QString& name, const QSize& size) {
         mp_Notices->showFile(tr("%1: %2, %3 x %4 pixels")
@@ -334,7 +335,11 @@ void MainWindow::copyViewToClipboard()
     }
     // The size on the screen, in device pixels.
     const QSize size = QSize(view->width(), view->height()) * view->devicePixelRatioF();
-    const bool taken = ViewPicture::take(view, size, this, [this](const QImage& image) {
+    const auto taken = ViewPicture::take(view, size, this, [this](const QImage& image) {
+        if (image.isNull()) {
+            warn(tr("The view could not be copied. See the console for details."));
+            return;
+        }
         QApplication::clipboard()->setImage(image);
         statusBar()->showMessage(tr("View copied, %1 x %2 pixels.").arg(image.width()).arg(image.height()), StatusMs);
         emit viewCopied();
@@ -368,7 +373,7 @@ void MainWindow::exportVideo()
         return;
     ExportVideoDialog dialog(view, getModelName(), this);
     QString error;
-    if (dialog.exec() == QDialog::Accepted && !startVideo(view, dialog.getRequest(), &error))
+    if (dialog.exec() == QDialog::Accepted && !startVideo(*mp_Outputs, view, dialog.getRequest(), &error))
         warn(error);
 }
 

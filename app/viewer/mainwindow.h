@@ -34,6 +34,7 @@ class QuitGuard;
 class RecentFiles;
 class RecordedViews;
 class RunsBar;
+class SafeRuns;
 class SceneTree;
 class TrajectoryBar;
 class WindowLayout;
@@ -73,6 +74,7 @@ public:
     TrajectoryBar* getTrajectoryBar() const { return mp_Trajectory; }
     WindowMenus* getMenus() const { return mp_Menus; }
     QuickCapture* getCapture() const { return mp_Capture; }
+    const SafeRuns* getOutputs() const { return mp_Outputs; }
     CameraHistory* getCameraHistory() const { return mp_Cameras; }
     /// The base name of the model opened last, for file names; empty without a model.
     QString getModelName() const;
@@ -113,6 +115,9 @@ private:
 
     const tov::main::ModuleLoader* mp_Loader; ///< not owned, may be null
     EditQueue* mp_Edits;
+    tov::app::RunWatcher* mp_Watcher;
+    SafeRuns* mp_Outputs;
+    PictureExport* mp_Export;
     NoticeBar* mp_Notices = nullptr;
     PanelGrid* mp_Grid = nullptr;
     RunsBar* mp_Runs = nullptr;
@@ -130,9 +135,7 @@ private:
     WindowMenus* mp_Menus = nullptr;
     QuitGuard* mp_Quit = nullptr;
     QuickCapture* mp_Capture = nullptr;
-    PictureExport* mp_Export = nullptr;
     CameraHistory* mp_Cameras = nullptr;
-    tov::app::RunWatcher* mp_Watcher = nullptr;
     QStringList m_Models; ///< the files that make up the scene, in order of opening
 };
 

@@ -1,5 +1,6 @@
 #include "app/viewer/outputname.h"
 
+#include "app/common/safeoutput.h"
 #include "kernel/main/settings.h"
 
 #include <QDir>
@@ -27,7 +28,9 @@ QString nextFreeName(const QString& folder, const QString& pattern, const QStrin
         QString candidate = name;
         candidate.replace(NumberField, QStringLiteral("%1").arg(number, 3, 10, QLatin1Char('0')));
         const QString path = QDir(folder).filePath(candidate + QLatin1Char('.') + ending);
-        if (!QFileInfo::exists(path))
+        // A recording that runs has the name, and what a killed one left under its temporary name is kept.
+        const tov::app::SafeOutput output(path, ending);
+        if (!QFileInfo::exists(path) && !QFileInfo::exists(output.getTemporaryName()))
             return path;
     }
 }

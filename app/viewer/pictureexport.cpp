@@ -1,6 +1,9 @@
 #include "app/viewer/pictureexport.h"
 
+#include "app/cli/checks.h"
 #include "app/common/outputcheck.h"
+#include "app/common/picturefile.h"
+#include "app/common/runoutcome.h"
 #include "app/common/straightalpha.h"
 #include "app/viewer/viewpicture.h"
 #include "scene/drawing/scenedrawer.h"
@@ -10,32 +13,25 @@
 #include <QColor>
 #include <QFileInfo>
 #include <QImageWriter>
-#include <QSaveFile>
 #include <QThread>
 
 #include <cmath>
 
 namespace tov::viewer {
 
+using tov::app::PictureFile;
+using tov::app::RunOutcome;
+using tov::app::RunWatcher;
+using tov::app::SafeOutput;
+
 namespace {
 
 constexpr double MetresPerInch = 0.0254;
 
-/// Writes a picture under a temporary name and renames it. Returns an empty text, or why it failed.
-QString writePicture(const QImage& picture, const PictureRequest& request)
+/// The ending of a picture file, which is its format.
+QString formatOf(const QString& fileName)
 {
-    QSaveFile file(request.fileName);
-    if (!file.open(QIODevice::WriteOnly))
-        return file.errorString();
-    QImageWriter writer(&file, QFileInfo(request.fileName).suffix().toLower().toLatin1());
-    if (request.quality >= 0)
-        writer.setQuality(request.quality);
-    if (!writer.write(picture)) {
-        const QString reason = writer.errorString();
-        file.cancelWriting();
-        return reason;
-    }
-    return file.commit() ? QString() : file.errorString();
+    return QFileInfo(fileName).suffix().toLower();
 }
 
 } // namespace
@@ -47,7 +43,13 @@ QImage withoutBackground(const QImage& picture, const QColor& background)
     return result;
 }
 
-PictureExport::PictureExport(QObject* parent) : QObject(parent) {}
+PictureExport::PictureExport(const RunWatcher* watcher, QObject* parent) : QObject(parent), mp_Watcher(watcher) {}
+
+PictureExport::~PictureExport()
+{
+    for (auto* thread : findChildren<QThread*>())
+        thread->wait();
+}
 
 QStringList PictureExport::suffixes()
 {
@@ -68,19 +70,50 @@ bool PictureExport::keepsTransparency(const QString& fileName)
     return with.contains(QFileInfo(fileName).suffix().toLower());
 }
 
-bool PictureExport::start(tov::gui::ScenePanel* view, const PictureRequest& request, QString* error)
+bool PictureExport::check(const PictureRequest& request, QString* error)
 {
-    if (!tov::app::checkOutputFolder(request.fileName, error))
-        return false;
-    if (!QImageWriter::supportedImageFormats().contains(QFileInfo(request.fileName).suffix().toLower().toLatin1())) {
-        *error = tr("unknown picture format '%1'; known formats: %2")
-                     .arg(QFileInfo(request.fileName).suffix(), suffixes().join(QStringLiteral(", ")));
+    const QString format = formatOf(request.fileName);
+    if (!QImageWriter::supportedImageFormats().contains(format.toLatin1())) {
+        *error =
+            tr("unknown picture format '%1'; known formats: %2").arg(format, suffixes().join(QStringLiteral(", ")));
         return false;
     }
-    if (ViewPicture::take(view, request.size, this, [this, request](const QImage& drawn) { save(drawn, request); }))
-        return true;
-    *error = tr("pictures are not available here; see Help > About modules for the reason");
-    return false;
+    if (tov::app::isNamedPipe(request.fileName)) {
+        *error = tr("%1 is not a regular file").arg(request.fileName);
+        return false;
+    }
+    return tov::app::checkOutput(request.fileName, error) && tov::app::checkPictureSize(format, request.size, error) &&
+           tov::app::checkPictureMemory(request.size, 0, error);
+}
+
+bool PictureExport::start(tov::gui::ScenePanel* view, const PictureRequest& request, QString* error)
+{
+    if (!check(request, error))
+        return false;
+    const auto failure = std::make_shared<QString>();
+    const auto watching = std::make_shared<QMetaObject::Connection>();
+    const auto run =
+        ViewPicture::take(view, request.size, this, [this, request, failure, watching](const QImage& drawn) {
+            disconnect(*watching);
+            if (drawn.isNull() && failure->isEmpty())
+                *failure = tr("it could not be drawn");
+            if (failure->isEmpty())
+                save(drawn, request);
+            else
+                finish(request, tr("cannot make '%1': %2").arg(request.fileName, *failure));
+        });
+    if (!run) {
+        *error = tr("pictures are not available here; see Help > About modules for the reason");
+        return false;
+    }
+    // The watcher hears of the end of the run before the picture arrives.
+    *watching =
+        connect(mp_Watcher, &RunWatcher::ended, this, [run, failure](const auto& ended, const RunOutcome& outcome) {
+            if (ended == run && outcome.status == RunOutcome::Status::Failed)
+                *failure = outcome.reason;
+        });
+    m_FileNames << request.fileName;
+    return true;
 }
 
 void PictureExport::save(const QImage& drawn, const PictureRequest& request)
@@ -88,8 +121,8 @@ void PictureExport::save(const QImage& drawn, const PictureRequest& request)
     const QColor background =
         tov::scene::SceneDrawer(tov::scene::Viewer::getInstance()->getGlobalScene()).getBackgroundColor();
     // Compressing a large picture takes seconds, so another thread does it.
-    auto reason = std::make_shared<QString>();
-    auto* thread = QThread::create([drawn, request, background, reason] {
+    auto error = std::make_shared<QString>();
+    auto* thread = QThread::create([drawn, request, background, error] {
         const bool transparent = request.transparent && PictureExport::keepsTransparency(request.fileName);
         // The colours are blended over the background already; without alpha they are the opaque picture.
         QImage picture =
@@ -98,17 +131,24 @@ void PictureExport::save(const QImage& drawn, const PictureRequest& request)
             picture.setDotsPerMeterX(int(std::lround(request.dpi / MetresPerInch)));
             picture.setDotsPerMeterY(picture.dotsPerMeterX());
         }
-        *reason = writePicture(picture, request);
+        const PictureFile file(formatOf(request.fileName), request.quality);
+        file.save(picture, request.fileName, SafeOutput::Older::Replace, error.get());
     });
     thread->setParent(this);
-    connect(thread, &QThread::finished, this, [this, thread, request, reason] {
+    connect(thread, &QThread::finished, this, [this, thread, request, error] {
         thread->deleteLater();
-        if (reason->isEmpty())
-            emit saved(request.fileName, request.size);
-        else
-            emit failed(tr("cannot write '%1': %2").arg(request.fileName, *reason));
+        finish(request, *error);
     });
     thread->start();
+}
+
+void PictureExport::finish(const PictureRequest& request, const QString& error)
+{
+    m_FileNames.removeOne(request.fileName);
+    if (error.isEmpty())
+        emit saved(request.fileName, request.size);
+    else
+        emit failed(error);
 }
 
 } // namespace tov::viewer

@@ -4,6 +4,13 @@
 #include <QObject>
 #include <QSize>
 #include <QString>
+#include <QStringList>
+
+class QColor;
+
+namespace tov::app {
+class RunWatcher;
+}
 
 namespace tov::gui {
 class ScenePanel;
@@ -30,14 +37,23 @@ class PictureExport : public QObject
 {
     Q_OBJECT
 public:
-    explicit PictureExport(QObject* parent = nullptr);
+    /// `watcher` reports whether the picture was drawn completely; it must outlive this object.
+    explicit PictureExport(const tov::app::RunWatcher* watcher, QObject* parent = nullptr);
+    /// Waits for the pictures that are being written.
+    ~PictureExport() override;
 
     /// Suffixes of the formats that can be written, and whether one keeps transparency.
     static QStringList suffixes();
     static bool keepsTransparency(const QString& fileName);
+    /// True when such a file can be written; otherwise `error` says why not, in one line.
+    static bool check(const PictureRequest& request, QString* error);
 
     /// Begins; ends with `saved` or `failed`. False, with one line in `error`, when it cannot begin.
     bool start(tov::gui::ScenePanel* view, const PictureRequest& request, QString* error);
+    /// True until the last picture is written.
+    bool isBusy() const { return !m_FileNames.isEmpty(); }
+    /// The pictures that are being drawn or written.
+    QStringList getFileNames() const { return m_FileNames; }
 
 signals:
     void saved(const QString& fileName, const QSize& size);
@@ -45,6 +61,10 @@ signals:
 
 private:
     void save(const QImage& drawn, const PictureRequest& request);
+    void finish(const PictureRequest& request, const QString& error);
+
+    const tov::app::RunWatcher* mp_Watcher; ///< not owned
+    QStringList m_FileNames;                ///< of the pictures that are being drawn or written
 };
 
 } // namespace tov::viewer

@@ -1,6 +1,5 @@
 #include "app/viewer/quickcapture.h"
 
-#include "app/common/outputcheck.h"
 #include "app/common/spacewatch.h"
 #include "app/viewer/glyphs.h"
 #include "app/viewer/outputname.h"
@@ -61,9 +60,9 @@ QString clockText(qint64 seconds)
 
 } // namespace
 
-QuickCapture::QuickCapture(RecordedViews* recorded, SpaceWatch* space, std::function<QString()> modelName,
-                           QObject* parent)
-    : QObject(parent), mp_Recorded(recorded), mp_Space(space), m_ModelName(std::move(modelName)),
+QuickCapture::QuickCapture(SafeRuns* outputs, RecordedViews* recorded, SpaceWatch* space,
+                           std::function<QString()> modelName, QObject* parent)
+    : QObject(parent), mp_Outputs(outputs), mp_Recorded(recorded), mp_Space(space), m_ModelName(std::move(modelName)),
       mp_Record(new QAction(glyphIcon(Glyph::Record), tr("Record"), this)),
       mp_Snapshot(new QAction(glyphIcon(Glyph::Snapshot), tr("Snapshot"), this))
 {
@@ -108,17 +107,27 @@ void QuickCapture::updateAvailability()
     mp_Record->setText(isRecorded ? tr("Stop") : tr("Record"));
 }
 
+/// A file that does not exist yet, named by the user's pattern.
+SafeRuns::Target QuickCapture::freeFile(const QString& ending) const
+{
+    SafeRuns::Target target;
+    target.fileName = nextFreeName(captureFolder(), capturePattern(), m_ModelName(), ending);
+    target.ending = ending;
+    target.older = tov::app::SafeOutput::Older::Keep;
+    return target;
+}
+
 void QuickCapture::takeSnapshot()
 {
     const auto* view = tov::scene::Viewer::getInstance()->getActivePanel();
     if (!view)
         return;
-    const QString fileName = nextFreeName(captureFolder(), capturePattern(), m_ModelName(), QStringLiteral("png"));
+    const SafeRuns::Target target = freeFile(QStringLiteral("png"));
     QString error;
     tov::main::CommandArguments arguments;
     const int width = int(std::lround(view->width() * view->devicePixelRatioF()));
-    arguments.named = {{QStringLiteral("filename"), fileName}, {QStringLiteral("width"), QString::number(width)}};
-    if (!tov::app::checkOutputFolder(fileName, &error) || !processor()->start(PictureCommand, arguments, &error))
+    arguments.named = {{QStringLiteral("width"), QString::number(width)}};
+    if (!mp_Outputs->start(PictureCommand, arguments, target, &error))
         emit failed(error);
 }
 
@@ -138,16 +147,15 @@ void QuickCapture::startRecording()
     const auto* view = tov::scene::Viewer::getInstance()->getActivePanel();
     if (!view)
         return;
-    const QString fileName = nextFreeName(captureFolder(), capturePattern(), m_ModelName(), QStringLiteral("mp4"));
+    const SafeRuns::Target target = freeFile(QStringLiteral("mp4"));
     const QSize size = pixelsOf(*view);
     tov::main::CommandArguments arguments;
-    arguments.named = {{QStringLiteral("filename"), fileName},
-                       {QStringLiteral("width"), QString::number(size.width())},
+    arguments.named = {{QStringLiteral("width"), QString::number(size.width())},
                        {QStringLiteral("height"), QString::number(size.height())},
                        {QStringLiteral("sync"), QStringLiteral("0")}};
     QString error;
-    if (tov::app::checkOutputFolder(fileName, &error) && SpaceWatch::hasRoom(fileName, &error))
-        mp_Run = processor()->start(VideoCommand, arguments, &error);
+    if (SpaceWatch::hasRoom(target.fileName, &error))
+        mp_Run = mp_Outputs->start(VideoCommand, arguments, target, &error);
     if (!mp_Run) {
         emit failed(error);
         return;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "kernel/commands/commandprocessor.h"
+#include "app/viewer/saferuns.h"
 
 #include <QElapsedTimer>
 #include <QObject>
@@ -27,10 +27,9 @@ class QuickCapture : public QObject
 {
     Q_OBJECT
 public:
-    /// `modelName` returns the name that replaces `{model}` in file names. `recorded` and `space` must outlive this
-    /// object.
-    QuickCapture(RecordedViews* recorded, tov::app::SpaceWatch* space, std::function<QString()> modelName,
-                 QObject* parent = nullptr);
+    /// `modelName` returns the name that replaces `{model}` in file names. The others must outlive this object.
+    QuickCapture(SafeRuns* outputs, RecordedViews* recorded, tov::app::SpaceWatch* space,
+                 std::function<QString()> modelName, QObject* parent = nullptr);
 
     /// Adds the two actions and the figures to a tool bar.
     void addTo(QToolBar* bar);
@@ -46,11 +45,13 @@ signals:
     void failed(const QString& message);
 
 private:
+    SafeRuns::Target freeFile(const QString& ending) const;
     void startRecording();
     void runFinished(const tov::main::CommandRunPointer& run);
     void showFigures();
     void updateAvailability();
 
+    SafeRuns* mp_Outputs;           ///< not owned
     RecordedViews* mp_Recorded;     ///< not owned
     tov::app::SpaceWatch* mp_Space; ///< not owned
     std::function<QString()> m_ModelName;

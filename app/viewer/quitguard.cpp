@@ -1,6 +1,8 @@
 #include "app/viewer/quitguard.h"
 
 #include "app/viewer/fileopener.h"
+#include "app/viewer/pictureexport.h"
+#include "app/viewer/saferuns.h"
 #include "kernel/commands/commandprocessor.h"
 #include "kernel/main/settings.h"
 #include "kernel/workers/overseer.h"
@@ -26,21 +28,17 @@ namespace {
 /// How long quitting waits for runs before it offers to quit without them.
 constexpr int QuitPatienceMs = 15000;
 
-/// Description of a run: its output file, or else its command.
-QString describe(const tov::main::CommandRunPointer& run)
-{
-    const QString fileName = run->getArgument(QStringLiteral("filename"));
-    return fileName.isEmpty() ? run->getCommandName() : QFileInfo(fileName).fileName();
-}
-
 } // namespace
 
-QuitGuard::QuitGuard(QMainWindow* window, FileOpener* opener, std::function<void()> saveLayout)
-    : QObject(window), mp_Window(window), mp_Opener(opener), m_SaveLayout(std::move(saveLayout))
+QuitGuard::QuitGuard(QMainWindow* window, const Work& work, std::function<void()> saveLayout)
+    : QObject(window), mp_Window(window), m_Work(work), m_SaveLayout(std::move(saveLayout))
 {
     connect(Overseer::getInstance()->getCommandProcessor(), &CommandProcessor::runFinished, this,
             &QuitGuard::closeIfDone);
-    connect(opener, &FileOpener::finished, this, &QuitGuard::closeIfDone);
+    connect(m_Work.opener, &FileOpener::finished, this, &QuitGuard::closeIfDone);
+    connect(m_Work.outputs, &SafeRuns::idle, this, &QuitGuard::closeIfDone);
+    connect(m_Work.pictures, &PictureExport::saved, this, &QuitGuard::closeIfDone);
+    connect(m_Work.pictures, &PictureExport::failed, this, &QuitGuard::closeIfDone);
     connect(
         qApp, &QGuiApplication::commitDataRequest, this, [this](QSessionManager&) { quitWithoutAsking(); },
         Qt::DirectConnection);
@@ -48,7 +46,8 @@ QuitGuard::QuitGuard(QMainWindow* window, FileOpener* opener, std::function<void
 
 bool QuitGuard::isAnythingRunning() const
 {
-    return mp_Opener->isOpening() || !Overseer::getInstance()->getCommandProcessor()->getRuns().empty();
+    return m_Work.opener->isOpening() || m_Work.outputs->isBusy() || m_Work.pictures->isBusy() ||
+           !Overseer::getInstance()->getCommandProcessor()->getRuns().empty();
 }
 
 bool QuitGuard::mayClose()
@@ -73,17 +72,31 @@ void QuitGuard::quitWithoutAsking()
     QMetaObject::invokeMethod(mp_Window, &QWidget::close, Qt::QueuedConnection);
 }
 
-bool QuitGuard::askUser()
+/// What still runs, in the user's words.
+QStringList QuitGuard::describeWork() const
 {
     QStringList texts;
-    for (const auto& run : Overseer::getInstance()->getCommandProcessor()->getRuns())
-        texts << describe(run);
-    if (mp_Opener->isOpening())
+    for (const QString& fileName : m_Work.outputs->getFileNames() + m_Work.pictures->getFileNames())
+        texts << QFileInfo(fileName).fileName();
+    for (const auto& run : Overseer::getInstance()->getCommandProcessor()->getRuns()) {
+        const QString fileName = QFileInfo(m_Work.outputs->fileNameOf(*run)).fileName();
+        if (!fileName.isEmpty())
+            texts << fileName;
+        else if (!m_Work.pictures->isBusy())
+            texts << run->getCommandName();
+    }
+    texts.removeDuplicates();
+    if (m_Work.opener->isOpening())
         texts << tr("Opening files");
+    return texts;
+}
+
+bool QuitGuard::askUser()
+{
     QMessageBox question(QMessageBox::Question, tr("Quit"),
                          tr("Still running:\n%1\n\nRecordings are stopped and keep what they have captured; pictures "
                             "are finished. Then the window closes.")
-                             .arg(texts.join(QLatin1Char('\n'))),
+                             .arg(describeWork().join(QLatin1Char('\n'))),
                          QMessageBox::Cancel, mp_Window);
     auto* quit = question.addButton(tr("Finish and quit"), QMessageBox::AcceptRole);
     question.setObjectName(QStringLiteral("QuitQuestion"));
@@ -95,7 +108,7 @@ void QuitGuard::stopAll()
 {
     m_Closing = true;
     Overseer::getInstance()->getCommandProcessor()->stopAll();
-    mp_Opener->cancel();
+    m_Work.opener->cancel();
     mp_Window->statusBar()->showMessage(tr("Finishing running work ..."));
     QTimer::singleShot(QuitPatienceMs, this, &QuitGuard::offerToLeave);
 }

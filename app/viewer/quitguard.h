@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QObject>
+#include <QStringList>
 
 #include <functional>
 
@@ -9,6 +10,8 @@ class QMainWindow;
 namespace tov::viewer {
 
 class FileOpener;
+class PictureExport;
+class SafeRuns;
 
 /// Ends all runs before the window closes. A user is asked first; a signal or the end of the session is not, because
 /// there may be nobody to answer. Thread: application.
@@ -16,9 +19,16 @@ class QuitGuard : public QObject
 {
     Q_OBJECT
 public:
-    /// `window` is closed again when all runs have ended; `saveLayout` is called before the program exits with work
-    /// still running. Both arguments must outlive the guard.
-    QuitGuard(QMainWindow* window, FileOpener* opener, std::function<void()> saveLayout);
+    /// What keeps the window open; all of it must outlive the guard.
+    struct Work
+    {
+        FileOpener* opener;
+        const SafeRuns* outputs;
+        const PictureExport* pictures;
+    };
+    /// `window` is closed again when all work has ended; `saveLayout` is called before the program exits with work
+    /// still running. Both must outlive the guard.
+    QuitGuard(QMainWindow* window, const Work& work, std::function<void()> saveLayout);
 
     /// True when the window may close now. Otherwise the user refused, or the window will close by itself later.
     bool mayClose();
@@ -28,13 +38,14 @@ public:
 
 private:
     bool isAnythingRunning() const;
+    QStringList describeWork() const;
     bool askUser();
     void stopAll();
     void closeIfDone();
     void offerToLeave();
 
     QMainWindow* mp_Window; ///< not owned
-    FileOpener* mp_Opener;  ///< not owned
+    const Work m_Work;
     std::function<void()> m_SaveLayout;
     bool m_Closing = false;
     bool m_MayAsk = true;

@@ -1,5 +1,6 @@
 #include "app/viewer/recordedviews.h"
 
+#include "app/viewer/saferuns.h"
 #include "kernel/workers/overseer.h"
 #include "scene/view/scenepanel.h"
 #include "scene/view/viewer.h"
@@ -22,11 +23,11 @@ namespace {
 
 /// Recordings have this parameter; pictures do not.
 const QString SyncParameter = QStringLiteral("sync");
-const QString FileNameParameter = QStringLiteral("filename");
 
 } // namespace
 
-RecordedViews::RecordedViews(QWidget* window) : QObject(window), mp_Window(window)
+RecordedViews::RecordedViews(const SafeRuns* outputs, QWidget* window)
+    : QObject(window), mp_Outputs(outputs), mp_Window(window)
 {
     auto* processor = Overseer::getInstance()->getCommandProcessor();
     connect(
@@ -84,7 +85,7 @@ bool RecordedViews::agreesToStop(const std::vector<Recording>& recordings)
 {
     QStringList names;
     for (const Recording& recording : recordings)
-        names << QFileInfo(recording.run->getArgument(FileNameParameter)).fileName();
+        names << QFileInfo(mp_Outputs->fileNameOf(*recording.run)).fileName();
     QMessageBox question(QMessageBox::Question, tr("Close view"),
                          tr("This would close a view that is being recorded:\n%1\n\nStop the recording and keep what "
                             "it has captured?")

@@ -16,14 +16,16 @@ class ScenePanel;
 
 namespace tov::viewer {
 
+class SafeRuns;
+
 /// Tracks which views are being recorded, and asks the user before such a view is closed: the recording is then
 /// stopped, what it captured is kept, and the view closes when the file is complete. Thread: application.
 class RecordedViews : public QObject
 {
     Q_OBJECT
 public:
-    /// `window` is the parent of the question.
-    explicit RecordedViews(QWidget* window);
+    /// `window` is the parent of the question; `outputs` knows the files of the runs. Both must outlive this object.
+    RecordedViews(const SafeRuns* outputs, QWidget* window);
 
     /// Whether a run records this view.
     bool isRecorded(const tov::gui::ScenePanel* view) const;
@@ -48,6 +50,7 @@ private:
     void forget(const tov::main::CommandRunPointer& run);
     bool agreesToStop(const std::vector<Recording>& recordings);
 
+    const SafeRuns* mp_Outputs;                ///< not owned
     QWidget* mp_Window;                        ///< not owned
     std::map<quint64, Recording> m_Recordings; ///< by run
     std::vector<Closing> m_Closings;

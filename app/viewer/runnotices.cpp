@@ -4,6 +4,7 @@
 #include "app/common/spacewatch.h"
 #include "app/viewer/noticebar.h"
 #include "app/viewer/runsbar.h"
+#include "app/viewer/saferuns.h"
 #include "kernel/workers/overseer.h"
 #include "trajectory/trajectoryhandler.h"
 
@@ -46,14 +47,15 @@ QString describe(const RunOutcome& outcome)
 
 } // namespace
 
-RunNotices::RunNotices(RunWatcher* watcher, SpaceWatch* space, NoticeBar* notices, RunsBar* runs, QObject* parent)
-    : QObject(parent), mp_Notices(notices), mp_Runs(runs)
+RunNotices::RunNotices(RunWatcher* watcher, SafeRuns* outputs, SpaceWatch* space, NoticeBar* notices, RunsBar* runs,
+                       QObject* parent)
+    : QObject(parent), mp_Outputs(outputs), mp_Notices(notices), mp_Runs(runs)
 {
     watchDisk(space);
     connect(mp_Runs, &RunsBar::stopIgnored, this, &RunNotices::showStuckRun);
     connect(watcher, &RunWatcher::recordingLost, this,
             [this](const CommandRunPointer&, const QString& reason) { showLostRecording(reason); });
-    connect(watcher, &RunWatcher::ended, this, &RunNotices::showOutcome);
+    connect(mp_Outputs, &SafeRuns::ended, this, &RunNotices::showOutcome);
     connect(Overseer::getInstance()->getCommandProcessor(), &CommandProcessor::runStarted, this,
             &RunNotices::warnOfMissingTrajectory);
 }
@@ -90,8 +92,12 @@ void RunNotices::showOutcome(const CommandRunPointer& run, const RunOutcome& out
         mp_Notices->showFile(describe(outcome), outcome.files.first());
         return;
     }
-    const QString name = QFileInfo(run->getArgument(QStringLiteral("filename"))).fileName();
-    if (!outcome.files.isEmpty())
+    const QString fileName = mp_Outputs->fileNameOf(*run), name = QFileInfo(fileName).fileName();
+    if (!outcome.files.isEmpty() && outcome.files.first() != fileName)
+        mp_Notices->showMessage(NoticeBar::Kind::Warning,
+                                tr("%1 is not complete: %2; what was recorded is in %3")
+                                    .arg(name, outcome.reason, QFileInfo(outcome.files.first()).fileName()));
+    else if (!outcome.files.isEmpty())
         mp_Notices->showMessage(NoticeBar::Kind::Warning, tr("%1 is not complete: %2").arg(name, outcome.reason));
     else if (outcome.reason.isEmpty())
         mp_Notices->showMessage(NoticeBar::Kind::Warning,

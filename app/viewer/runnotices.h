@@ -14,6 +14,7 @@ namespace tov::viewer {
 
 class NoticeBar;
 class RunsBar;
+class SafeRuns;
 
 /// Tells the user about runs: problems while they run, and the file, or why it is missing, when they end.
 /// Thread: application.
@@ -22,8 +23,8 @@ class RunNotices : public QObject
     Q_OBJECT
 public:
     /// All of them must outlive this object.
-    RunNotices(tov::app::RunWatcher* watcher, tov::app::SpaceWatch* space, NoticeBar* notices, RunsBar* runs,
-               QObject* parent = nullptr);
+    RunNotices(tov::app::RunWatcher* watcher, SafeRuns* outputs, tov::app::SpaceWatch* space, NoticeBar* notices,
+               RunsBar* runs, QObject* parent = nullptr);
 
 private:
     void watchDisk(tov::app::SpaceWatch* space);
@@ -32,6 +33,7 @@ private:
     void showLostRecording(const QString& reason);
     void showStuckRun(const QString& text);
 
+    SafeRuns* mp_Outputs;  ///< not owned
     NoticeBar* mp_Notices; ///< not owned
     RunsBar* mp_Runs;      ///< not owned
 };

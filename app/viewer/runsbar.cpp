@@ -1,6 +1,7 @@
 #include "app/viewer/runsbar.h"
 
 #include "app/common/runoutcome.h"
+#include "app/viewer/saferuns.h"
 #include "kernel/workers/overseer.h"
 
 #include <QFileInfo>
@@ -19,16 +20,6 @@ namespace {
 
 constexpr int ShowAfterMs = 200;
 constexpr qint64 StopPatienceMs = 10000;
-
-/// Description of a run: its output file, or else the command's status text.
-QString describe(const tov::main::CommandRun& run)
-{
-    const QString fileName = QFileInfo(run.getArgument(QStringLiteral("filename"))).fileName();
-    if (!fileName.isEmpty())
-        return tov::app::RunWatcher::isRecording(run) ? RunsBar::tr("Video %1").arg(fileName)
-                                                      : RunsBar::tr("Picture %1").arg(fileName);
-    return run.getText().isEmpty() ? run.getCommandName() : run.getText();
-}
 
 } // namespace
 
@@ -60,7 +51,7 @@ QString durationText(qint64 seconds)
     return RunsBar::tr("%1 h %2 min").arg(seconds / 3600).arg(seconds % 3600 / 60);
 }
 
-RunsBar::RunsBar(QWidget* parent) : QWidget(parent)
+RunsBar::RunsBar(const SafeRuns* outputs, QWidget* parent) : QWidget(parent), mp_Outputs(outputs)
 {
     mp_Layout = new QVBoxLayout(this);
     mp_Layout->setContentsMargins(8, 4, 8, 4);
@@ -109,6 +100,15 @@ RunsBar::~RunsBar()
     tov::util::ZProgressDialog::setPresenter({});
     m_Rows.clear();
     m_TaskRows.clear();
+}
+
+/// Description of a run: its output file, or else the command's status text.
+QString RunsBar::describe(const tov::main::CommandRun& run) const
+{
+    const QString fileName = QFileInfo(mp_Outputs->fileNameOf(run)).fileName();
+    if (!fileName.isEmpty())
+        return tov::app::RunWatcher::isRecording(run) ? tr("Video %1").arg(fileName) : tr("Picture %1").arg(fileName);
+    return run.getText().isEmpty() ? run.getCommandName() : run.getText();
 }
 
 int RunsBar::getRowCount() const

@@ -14,6 +14,8 @@ class QVBoxLayout;
 
 namespace tov::viewer {
 
+class SafeRuns;
+
 /// Shows the runs: a row for each with its file, progress, time left and a Stop button; hidden while nothing runs. Runs
 /// shorter than a fifth of a second are not shown. Progress dialogs that commands open are shown in their rows. Thread:
 /// application.
@@ -21,7 +23,8 @@ class RunsBar : public QWidget
 {
     Q_OBJECT
 public:
-    explicit RunsBar(QWidget* parent = nullptr);
+    /// `outputs` knows the files of the runs; it must outlive the bar.
+    explicit RunsBar(const SafeRuns* outputs, QWidget* parent = nullptr);
     ~RunsBar() override;
 
     /// Adds a row for work that is not a command, e.g. opening files. Returns its number.
@@ -40,11 +43,13 @@ signals:
 
 private:
     struct Row;
+    QString describe(const tov::main::CommandRun& run) const;
     Row* addRow(const QString& text, std::function<void()> stop);
     void updateRow(Row& row, const QString& text, int percent);
     void updateVisibility();
     void present(const tov::util::ZProgressDialog::Update& update);
 
+    const SafeRuns* mp_Outputs;                         ///< not owned
     std::map<quint64, std::unique_ptr<Row>> m_Rows;     ///< by run
     std::map<quint64, std::unique_ptr<Row>> m_TaskRows; ///< by task
     quint64 m_NextTask = 1;

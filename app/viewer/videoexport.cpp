@@ -3,9 +3,8 @@
 #include "app/cli/videoformats.h"
 #include "app/common/outputcheck.h"
 #include "app/common/spacewatch.h"
-#include "kernel/commands/commandprocessor.h"
+#include "app/viewer/saferuns.h"
 #include "kernel/main/settings.h"
-#include "kernel/workers/overseer.h"
 #include "scene/view/scenepanel.h"
 #include "scene/view/viewer.h"
 #include "trajectory/trajectoryhandler.h"
@@ -18,7 +17,6 @@
 
 namespace tov::viewer {
 
-using tov::main::Overseer;
 using tov::trajectory::TrajectoryHandler;
 
 namespace {
@@ -26,6 +24,13 @@ namespace {
 QString text(const char* source)
 {
     return QCoreApplication::translate("VideoExport", source);
+}
+
+/// Players do not honour shorter delays than those of this rate, so a gif keeps its speed by leaving frames out.
+bool leavesFramesOut(const QString& ending, int fps)
+{
+    constexpr int HighestGifFps = 50;
+    return ending == QLatin1String("gif") && fps > HighestGifFps;
 }
 
 /// The settings that every recording reads when it begins.
@@ -106,7 +111,7 @@ int frameCount(const VideoRequest& request)
     return 0;
 }
 
-bool startVideo(tov::gui::ScenePanel* view, const VideoRequest& request, QString* error)
+bool startVideo(SafeRuns& outputs, tov::gui::ScenePanel* view, const VideoRequest& request, QString* error)
 {
     if (!tov::app::checkOutputFolder(request.fileName, error) ||
         !tov::app::SpaceWatch::hasRoom(request.fileName, error))
@@ -116,13 +121,16 @@ bool startVideo(tov::gui::ScenePanel* view, const VideoRequest& request, QString
     if (!prepareMotion(view, request, error))
         return false;
     const bool free = request.motion == VideoRequest::Motion::Free;
+    SafeRuns::Target target;
+    target.fileName = request.fileName;
+    target.ending = tov::app::longestEnding(request.fileName, tov::app::knownVideoEndings());
+    if (!free && !leavesFramesOut(target.ending, request.fps))
+        target.frames = qint64(TrajectoryHandler::getInstance()->getCount());
     tov::main::CommandArguments arguments;
-    arguments.named = {{QStringLiteral("filename"), request.fileName},
-                       {QStringLiteral("width"), QString::number(request.size.width())},
+    arguments.named = {{QStringLiteral("width"), QString::number(request.size.width())},
                        {QStringLiteral("height"), QString::number(request.size.height())},
                        {QStringLiteral("sync"), free ? QStringLiteral("0") : QStringLiteral("1")}};
-    return Overseer::getInstance()->getCommandProcessor()->start(QStringLiteral("grabvideo"), arguments, error) !=
-           nullptr;
+    return outputs.start(QStringLiteral("grabvideo"), arguments, target, error) != nullptr;
 }
 
 } // namespace tov::viewer

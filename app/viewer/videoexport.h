@@ -11,6 +11,8 @@ class ScenePanel;
 
 namespace tov::viewer {
 
+class SafeRuns;
+
 /// The requested video file of a view.
 struct VideoRequest
 {
@@ -42,8 +44,8 @@ std::vector<VideoFormat> videoFormats();
 /// Frames that a request records; 0 when that is not known in advance.
 int frameCount(const VideoRequest& request);
 
-/// Stores rate and bit rate as settings, prepares the motion and starts the recording of the active view. False, with
-/// one line in `error`, when it cannot start. Thread: application.
-bool startVideo(tov::gui::ScenePanel* view, const VideoRequest& request, QString* error);
+/// Stores rate and bit rate as settings, prepares the motion and starts the recording of the active view. The file
+/// appears when it is complete. False, with one line in `error`, when it cannot start. Thread: application.
+bool startVideo(SafeRuns& outputs, tov::gui::ScenePanel* view, const VideoRequest& request, QString* error);
 
 } // namespace tov::viewer

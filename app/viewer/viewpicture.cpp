@@ -32,10 +32,11 @@ bool ViewPicture::isAvailable()
     return prototype && !prototype->isDisabled();
 }
 
-bool ViewPicture::take(ScenePanel* panel, const QSize& size, QObject* context, std::function<void(const QImage&)> done)
+CommandRunPointer ViewPicture::take(ScenePanel* panel, const QSize& size, QObject* context,
+                                    std::function<void(const QImage&)> done)
 {
     if (!panel || size.isEmpty() || !isAvailable())
-        return false;
+        return nullptr;
     // The command's data lives until its run has ended, even if the window is closed before.
     struct Job
     {
@@ -45,12 +46,12 @@ bool ViewPicture::take(ScenePanel* panel, const QSize& size, QObject* context, s
     auto job = std::make_shared<Job>();
     job->image = QImage(size, QImage::Format_ARGB32);
     if (job->image.isNull())
-        return false;
+        return nullptr;
     job->image.fill(0);
     job->transform = panel->getScaledTransformMatrix();
     auto* command = tov::app::makePictureCommand(&job->image, &job->transform, panel);
     if (!command)
-        return false;
+        return nullptr;
     const CommandRunPointer started = processor()->processCommand(command, 1, false);
     auto connection = std::make_shared<QMetaObject::Connection>();
     *connection = QObject::connect(processor(), &CommandProcessor::runFinished, processor(),
@@ -59,9 +60,9 @@ bool ViewPicture::take(ScenePanel* panel, const QSize& size, QObject* context, s
                                            return;
                                        QObject::disconnect(*connection);
                                        if (guard)
-                                           done(job->image);
+                                           done(run->succeeded() ? job->image : QImage());
                                    });
-    return true;
+    return started;
 }
 
 } // namespace tov::viewer

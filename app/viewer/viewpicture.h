@@ -1,6 +1,6 @@
 #pragma once
 
-#include "kernel/commands/command.h"
+#include "kernel/commands/commandrun.h"
 
 #include <QImage>
 #include <QObject>
@@ -25,9 +25,10 @@ public:
     static bool isAvailable();
 
     /// Draws what `panel` shows now into an image of `size` pixels and calls `done` with it from the event loop, unless
-    /// `context` has been destroyed. False, and nothing is called, when pictures are not available.
-    static bool take(tov::gui::ScenePanel* panel, const QSize& size, QObject* context,
-                     std::function<void(const QImage&)> done);
+    /// `context` has been destroyed; with a null image when it could not be drawn. Returns the run; null, and nothing
+    /// is called, when pictures are not available.
+    static tov::main::CommandRunPointer take(tov::gui::ScenePanel* panel, const QSize& size, QObject* context,
+                                             std::function<void(const QImage&)> done);
 };
 
 } // namespace tov::viewer

@@ -57,7 +57,7 @@ TEST_F(WindowCapture, RecordStartsAndStopsWithOneKey)
     ASSERT_EQ(runs().size(), 1u);
     EXPECT_TRUE(window().getCapture()->getRecordAction()->isChecked());
     EXPECT_EQ(runs().front()->getArgument("sync"), QString("0"));
-    ASSERT_TRUE(processUntil([this] { return QFileInfo(file("crane-001.mp4")).size() > 0; }));
+    ASSERT_TRUE(processUntil([this] { return QFileInfo(file("crane-001~partial.mp4")).size() > 0; }));
     ASSERT_TRUE(processUntil([this] { return figures()->isVisible() && figures()->text().contains("free"); }));
     QTest::keyClick(view(), Qt::Key_R);
     ASSERT_TRUE(waitForNoRuns());
@@ -74,8 +74,8 @@ TEST_F(WindowCapture, ARecordingPlaysAsLongAsItTookAndItsRateIsReported)
     QElapsedTimer clock;
     clock.start();
     QTest::keyClick(view(), Qt::Key_R);
-    ASSERT_TRUE(
-        processUntil([this, &clock] { return QFileInfo(file("crane-001.mp4")).size() > 0 && clock.elapsed() > 1500; }));
+    ASSERT_TRUE(processUntil(
+        [this, &clock] { return QFileInfo(file("crane-001~partial.mp4")).size() > 0 && clock.elapsed() > 1500; }));
     QTest::keyClick(view(), Qt::Key_R);
     const double recorded = double(clock.elapsed()) / 1000;
     ASSERT_TRUE(waitForNoRuns());

@@ -3,6 +3,7 @@
 #include "app/viewer/consolewidget.h"
 #include "app/viewer/noticebar.h"
 #include "app/viewer/panelgrid.h"
+#include "app/viewer/saferuns.h"
 #include "kernel/workers/overseer.h"
 #include "kernel/main/settings.h"
 #include "scene/scene.h"
@@ -170,7 +171,8 @@ bool WindowTest::record(const QString& fileName, const QString& rest)
 
 bool WindowTest::waitForNoRuns(int limitMs)
 {
-    return processUntil([] { return runs().empty(); }, limitMs) &&
+    const auto isIdle = [this] { return runs().empty() && (!mp_Window || !mp_Window->getOutputs()->isBusy()); };
+    return processUntil(isIdle, limitMs) &&
            processUntil([done = std::make_shared<bool>(false), posted = false]() mutable {
                // The signal of the end is queued after it.
                if (!posted) {

@@ -54,6 +54,7 @@ protected:
     static std::vector<tov::main::CommandRunPointer> runs();
     /// Starts a recording of the active panel from the console; true once frames have reached the encoder.
     bool record(const QString& fileName, const QString& rest = QStringLiteral(" width=160 height=120 sync=0"));
+    /// Until no run is left, and the window's own files have their names.
     bool waitForNoRuns(int limitMs = 60000);
     bool noticeContains(const QString& text) const;
     /// Frames that ffprobe decodes; -1 when the file cannot be read.
