@@ -58,6 +58,13 @@ bool checkFormat(const ImageJob& job, QString* error)
     return false;
 }
 
+bool storesResolution(const QString& format)
+{
+    static const QStringList formats{QStringLiteral("png"),  QStringLiteral("jpg"), QStringLiteral("jpeg"),
+                                     QStringLiteral("tiff"), QStringLiteral("tif"), QStringLiteral("bmp")};
+    return formats.contains(format);
+}
+
 /// Everything that can be checked before any model is read.
 bool checkJob(const ImageJob& job, QString* error)
 {
@@ -128,6 +135,8 @@ bool makeImage(Session& session, const ImageJob& job)
     if (image.isNull())
         return false;
     finishPicture(image, request.view.look.background, hasPictureAlpha(format));
+    if (request.dpi > 0 && !storesResolution(format))
+        reporter.warning(tr("%1 stores no resolution; --dpi has no effect").arg(format));
     if (request.dpi > 0) {
         image.setDotsPerMeterX(qRound(request.dpi * InchesPerMeter));
         image.setDotsPerMeterY(qRound(request.dpi * InchesPerMeter));

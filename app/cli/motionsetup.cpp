@@ -17,6 +17,7 @@
 #include "trajectory/turntable.h"
 
 #include <QCoreApplication>
+#include <QFileInfo>
 #include <QStringList>
 
 #include <algorithm>
@@ -124,15 +125,37 @@ bool selectTurntable(const MotionRequest& motion, const ViewRequest& view, doubl
     return TrajectoryHandler::getInstance()->selectTurntable(options, error);
 }
 
+/// True when the file that was opened last is a camera path.
+bool isPathOpen()
+{
+    const auto* handler = TrajectoryHandler::getInstance();
+    return handler->getSelectedMode() == TrajectoryHandler::ModeAdvanced &&
+           handler->getAdvancedTrajectoryInfo()->getMotion();
+}
+
 bool selectPath(const MotionRequest& motion, const PlaybackOptions& playback, QString* error)
 {
-    auto* handler = TrajectoryHandler::getInstance();
-    if (!handler->openFile(motion.file, playback, error))
+    // Trajectories have other types; the message about their contents would mislead.
+    if (QFileInfo::exists(motion.file) &&
+        QFileInfo(motion.file).suffix().compare(QLatin1String("json"), Qt::CaseInsensitive) != 0) {
+        *error = tr("%1 is not a camera path, which is a .json file; for positions use --trajectory").arg(motion.file);
         return false;
-    if (handler->getSelectedMode() == TrajectoryHandler::ModeAdvanced &&
-        handler->getAdvancedTrajectoryInfo()->getMotion())
+    }
+    if (!TrajectoryHandler::getInstance()->openFile(motion.file, playback, error))
+        return false;
+    if (isPathOpen())
         return true;
     *error = tr("%1 is a trajectory, not a camera path; use --trajectory").arg(motion.file);
+    return false;
+}
+
+bool selectFile(const MotionRequest& motion, const PlaybackOptions& playback, QString* error)
+{
+    if (!TrajectoryHandler::getInstance()->openFile(motion.file, playback, error))
+        return false;
+    if (!isPathOpen())
+        return true;
+    *error = tr("%1 is a camera path, not a trajectory; use --path").arg(motion.file);
     return false;
 }
 
@@ -186,7 +209,7 @@ bool selectTrajectory(const MotionRequest& motion, const ViewRequest& view, doub
     case Kind::Free:
         return true;
     case Kind::Trajectory:
-        return handler->openFile(motion.file, playback, error);
+        return selectFile(motion, playback, error);
     case Kind::Turntable:
         if (!selectTurntable(motion, view, fps, error))
             return false;

@@ -91,7 +91,7 @@ const OptionSpec Options[] = {
      QT_TRANSLATE_NOOP("CommandLine", "pixels (default 1920x1080 for pictures, 1280x720 for videos)")},
     {"width", 0, Required, "N", "image", SizeGroup,
      QT_TRANSLATE_NOOP("CommandLine", "width in pixels; the height follows from --panel")},
-    {"panel", 0, Required, "WxH", Views, SizeGroup,
+    {"panel", 0, Required, "WxH", "image run", SizeGroup,
      QT_TRANSLATE_NOOP("CommandLine", "shape of the view with --width or run (1280x720)")},
 
     {"dpi", 0, Required, "N", "image", PictureGroup,

@@ -42,8 +42,8 @@ void printError(const QString& message)
 
 Reporter::Reporter(const Options& options)
     : m_IsQuiet(options.has(QStringLiteral("quiet"))), m_IsJson(options.has(QStringLiteral("json"))),
-      m_IsStrict(options.has(QStringLiteral("strict"))),
-      m_Line(m_IsQuiet || m_IsJson || options.has(QStringLiteral("verbose")))
+      m_IsStrict(options.has(QStringLiteral("strict"))), m_HasProgress(!options.has(QStringLiteral("status"))),
+      m_Line(m_IsQuiet || m_IsJson || !m_HasProgress || options.has(QStringLiteral("verbose")))
 {}
 
 void Reporter::print(const QJsonObject& object)
@@ -123,6 +123,8 @@ void Reporter::progress(const QString& text, int percent, qint64 count)
         m_Line.show(text, percent, count);
         return;
     }
+    if (!m_HasProgress)
+        return;
     m_Estimate.update(text, percent);
     if (m_SinceProgress.isValid() && m_SinceProgress.elapsed() < ProgressMs)
         return;

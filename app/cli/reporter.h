@@ -48,6 +48,7 @@ public:
 
 private:
     const bool m_IsQuiet, m_IsJson, m_IsStrict;
+    const bool m_HasProgress; ///< the output is more than one answer
     ProgressLine m_Line;
     ProgressEstimate m_Estimate; ///< of the progress objects
     QElapsedTimer m_SinceProgress;

@@ -202,10 +202,9 @@ bool readVideoRequest(const Options& options, VideoRequest& request, QString* er
         reader.fail(tr("video needs an output: -o OUT"));
     readOutput(reader, request.output);
     readView(reader, options, request.view);
-    request.size = reader.has("panel") ? request.view.panel : VideoSize;
+    request.size = VideoSize;
     reader.readSize("size", request.size);
-    if (!reader.has("panel"))
-        request.view.panel = request.size;
+    request.view.panel = request.size;
     constexpr int LeastEdge = 16;
     if (!reader.hasFailed() && (request.size.width() < LeastEdge || request.size.height() < LeastEdge))
         reader.fail(tr("a video must have at least 16 x 16 pixels (got %1 x %2)")

@@ -146,7 +146,10 @@ bool runCommand(Session& session, const CommandText& command)
     });
     if (outcome.isDone() || session.wasInterrupted())
         return true;
-    return reporter.fail(QStringLiteral("%1: %2").arg(command.name, outcome.reason));
+    const QString prefix = command.name + QStringLiteral(": ");
+    // What is wrong with an argument is reported with the name of the command already.
+    return reporter.fail(outcome.reason.startsWith(prefix, Qt::CaseInsensitive) ? outcome.reason
+                                                                                : prefix + outcome.reason);
 }
 
 } // namespace

@@ -125,6 +125,13 @@ bool configure(Session& session, const VideoRequest& request, RecordingSettings&
     return outcome.isDone() || session.getReporter().fail(outcome.reason);
 }
 
+/// Formats with alpha store the colours without the background.
+void warnOfBackground(Reporter& reporter, const VideoJob& job)
+{
+    if (job.request.view.look.background.kind == Background::Kind::Plain && hasVideoAlpha(endingOf(job)))
+        reporter.warning(tr("%1 stores a transparent background; --background has no effect").arg(endingOf(job)));
+}
+
 /// Runs the recording into a file.
 RunOutcome record(Session& session, const VideoRequest& request, const QString& fileName)
 {
@@ -299,6 +306,7 @@ bool makeWholeVideo(Session& session, const VideoJob& job)
 
 bool makeVideo(Session& session, const VideoJob& job)
 {
+    warnOfBackground(session.getReporter(), job);
     if (!job.request.parts.isShared())
         return makeWholeVideo(session, job);
     return session.showModels(job.plan.models, job.request.view.modelUp) && makeSharedVideo(session, job);

@@ -46,7 +46,6 @@ const OptionRow Rows[] = {
     {"background", "--turntable 8", "--turntable 8 --background red"},
     {"samples", "--turntable 8", "--turntable 8 --samples 2"},
     {"size", "--turntable 8 --size 160x120", "--turntable 8 --size 160x122"},
-    {"panel", "--turntable 8 --size 160x120", "--turntable 8 --size 160x120 --panel 4x4"},
     {"turntable", "--turntable 8", "--turntable 9"},
     {"trajectory", "--trajectory a.csv", "--trajectory b.csv"},
     {"path", "--path a.json", "--path b.json"},
