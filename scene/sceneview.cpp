@@ -67,6 +67,24 @@ Box visibleBox(const SceneElement* root)
     return box;
 }
 
+bool isInSelection(const SceneElement* element)
+{
+    for (; element; element = element->getParent())
+        if (element->isSelected())
+            return true;
+    return false;
+}
+
+Box selectionBox(const SceneElement* root)
+{
+    Box box;
+    forEachVisible(root, [&box](const GeometryElement& element, const Matrix4& transform) {
+        if (isInSelection(&element))
+            addBoxOf(element, transform, box);
+    });
+    return box;
+}
+
 std::array<double, 3> centreOf(const Box& box)
 {
     if (box.isEmpty())

@@ -31,6 +31,12 @@ TOV_EXPORT void addBoxOf(const GeometryElement& element, const tov::math::Matrix
 /// The box of everything visible, in scene units; empty when there is nothing. Thread: any.
 TOV_EXPORT Box visibleBox(const SceneElement* root);
 
+/// True when the element or one of its parents is selected. Thread: any.
+TOV_EXPORT bool isInSelection(const SceneElement* element);
+
+/// The box of everything visible that is selected, in scene units; empty when there is nothing. Thread: any.
+TOV_EXPORT Box selectionBox(const SceneElement* root);
+
 /// Element to scene, through all its parents. The caller must keep the scene from changing. Thread: any.
 TOV_EXPORT tov::math::Matrix4 transformToScene(const SceneElement* element);
 

@@ -51,6 +51,8 @@ void SceneDrawer::setLook(const SceneLook& look)
     current().pointSize = limited(look.pointSize, 1e-5, 0.5, usual.pointSize);
     current().lineWidth = limited(look.lineWidth, 1e-5, 0.5, usual.lineWidth);
     current().samples = limitedSamples(look.samples);
+    if (look.clip && (look.clip->axis > 2 || !std::isfinite(look.clip->position)))
+        current().clip.reset();
 }
 
 int SceneDrawer::getMultisampling()

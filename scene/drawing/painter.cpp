@@ -106,6 +106,16 @@ void putIrradiance(const Environment& environment, const Matrix4& turn, FrameBlo
     }
 }
 
+void putClipPlane(const ClipPlane& clip, const Matrix4& toScene, PartBlock& block)
+{
+    // The depth on the visible side is linear, so its values along the axes are the plane.
+    const auto depthAt = [&](double x, double y, double z) { return clip.visibleDepth(transformed(toScene, x, y, z)); };
+    const double atOrigin = depthAt(0, 0, 0);
+    for (std::size_t axis = 0; axis < 3; ++axis)
+        block.clipPlane[axis] = float(depthAt(axis == 0, axis == 1, axis == 2) - atOrigin);
+    block.clipPlane[3] = float(atOrigin);
+}
+
 /// In the order of `texturesOf`.
 constexpr unsigned int TextureFeatures[5] = {ShaderBaseTexture, ShaderSurfaceTexture, ShaderNormalTexture,
                                              ShaderOcclusionTexture, ShaderEmissiveTexture};
@@ -255,7 +265,7 @@ Painter::Call Painter::makeCall(std::size_t item, Content content, const Materia
     const bool isEdge = &material == m_EdgeMaterial.get();
     call.isBlended = !isEdge && (element.getOpacity() < 1 || material.alphaMode == Material::AlphaMode::Blend ||
                                  (material.transmission > 0 && !material.unlit));
-    call.sides = isSurface && content == Content::Primitives && !material.doubleSided ? Sides::Front : Sides::Both;
+    call.sides = isSurface && content == Content::Primitives && !isTwoSided(material) ? Sides::Front : Sides::Both;
     call.features = featuresOf(element, material, isLit);
     const bool isPoints =
         content == Content::Vertices || (content == Content::Primitives && element.getKind() == Geometry::Kind::Points);
@@ -265,6 +275,12 @@ Painter::Call Painter::makeCall(std::size_t item, Content content, const Materia
         call.features |= ShaderCoverage;
     m_Parts.push_back(partBlock(m_Items[item], material, isWide(call)));
     return call;
+}
+
+bool Painter::isTwoSided(const Material& material) const
+{
+    // Where a surface is cut open, its inside is seen.
+    return material.doubleSided || m_Look.clip;
 }
 
 bool Painter::isWide(const Call& call) const
@@ -281,15 +297,16 @@ unsigned int Painter::featuresOf(const GeometryElement& element, const Material&
     const bool isPhysical = isShaded && m_Look.light != SceneLook::Light::Headlight;
     set(ShaderLit, isPhysical);
     set(ShaderHeadlight, isShaded && !isPhysical);
+    set(ShaderClip, m_Look.clip.has_value());
     set(ShaderMask, material.alphaMode == Material::AlphaMode::Mask);
     set(ShaderAlpha, material.alphaMode == Material::AlphaMode::Blend);
     set(ShaderFlat, isShaded && m_Look.isFlat);
     if (isPhysical) {
         set(ShaderCoat, material.clearcoat > 0);
         set(ShaderTransmission, material.transmission > 0);
-        set(ShaderTwoSided, material.doubleSided);
+        set(ShaderTwoSided, isTwoSided(material));
         // Inaccurate for slivers, so used only if the winding is unreliable.
-        set(ShaderSeenSide, material.doubleSided && !element.doNormalsFollowWinding());
+        set(ShaderSeenSide, isTwoSided(material) && !element.doNormalsFollowWinding());
         set(ShaderTurned, m_Look.light == SceneLook::Light::Environment);
         set(ShaderTangents, material.normalTexture && !element.getTangents().empty());
     }
@@ -345,6 +362,8 @@ PartBlock Painter::partBlock(const DrawItem& item, const Material& material, boo
             block.uv[2 * i + 1][k] = limited(m[3 + k], -1e6f, 1e6f, k == 1);
             block.uv[2 * i][3] = textures[i]->uvSet == 1;
         }
+    if (m_Look.clip)
+        putClipPlane(*m_Look.clip, item.toScene, block);
     return block;
 }
 
@@ -403,11 +422,13 @@ void Painter::draw(UniformBuffer& uniforms)
         gl->glBindSampler(UnitEnvironment, 0);
     }
     gl->glDisable(GL_CULL_FACE);
+    m_Look.clip ? gl->glEnable(GL_CLIP_PLANE0) : gl->glDisable(GL_CLIP_PLANE0);
     for (const Call& call : m_Calls) {
         gl->glBindBufferRange(GL_UNIFORM_BUFFER, 1, uniforms.name, GLintptr(FrameBytes + PartBytes * call.part),
                               GLsizeiptr(sizeof(PartBlock)));
         make(call);
     }
+    gl->glDisable(GL_CLIP_PLANE0);
     gl->glUseProgram(0);
 }
 

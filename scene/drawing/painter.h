@@ -88,6 +88,7 @@ private:
     void addBlended(Call call, const DrawItem& item);
     Call makeCall(std::size_t item, Content content, const Material& material);
     bool isWide(const Call& call) const;
+    bool isTwoSided(const Material& material) const;
     unsigned int featuresOf(const GeometryElement& element, const Material& material, bool isLit) const;
     PartBlock partBlock(const DrawItem& item, const Material& material, bool isWide) const;
     FrameBlock frameBlock() const;

@@ -18,6 +18,7 @@
 #include <array>
 #include <atomic>
 #include <cmath>
+#include <iterator>
 #include <limits>
 #include <new>
 
@@ -32,26 +33,6 @@ namespace {
 
 std::atomic<QRgb> background{qRgb(38, 42, 51)};
 std::atomic<bool> gridShown{false};
-
-void multiply(const Matrix4& matrix)
-{
-    glMultMatrixd(matrix.transposed().data());
-}
-
-void drawBox(const Box& box, const Matrix4& toScene)
-{
-    static const int edges[12][2] = {{0, 1}, {2, 3}, {4, 5}, {6, 7}, {0, 2}, {1, 3},
-                                     {4, 6}, {5, 7}, {0, 4}, {1, 5}, {2, 6}, {3, 7}};
-    glPushMatrix();
-    multiply(toScene);
-    glBegin(GL_LINES);
-    for (const auto& edge : edges)
-        for (const int corner : edge)
-            glVertex3d(corner & 1 ? box.high[0] : box.low[0], corner & 2 ? box.high[1] : box.low[1],
-                       corner & 4 ? box.high[2] : box.low[2]);
-    glEnd();
-    glPopMatrix();
-}
 
 /// A grid under the scene and its three axes.
 void drawGrid(const Box& box)
@@ -110,9 +91,9 @@ std::vector<DrawItem> itemsOf(const SceneElement* root, const SceneElement* only
     return items;
 }
 
-/// The pixels that can change: the viewport, limited to the scissor and the items. Overlays may be anywhere.
+/// The pixels that can change: the viewport, limited to the scissor and the items. The grid may be anywhere.
 std::array<int, 4> drawingArea(const View& view, const std::vector<DrawItem>& items, const SceneLook& look,
-                               bool hasOverlays)
+                               bool hasGrid)
 {
     std::array<int, 4> area = {view.viewport[0], view.viewport[1], view.viewport[2], view.viewport[3]};
     const auto intersect = [&area](double left, double bottom, double right, double top) {
@@ -127,7 +108,7 @@ std::array<int, 4> drawingArea(const View& view, const std::vector<DrawItem>& it
         glGetIntegerv(GL_SCISSOR_BOX, own);
         intersect(own[0], own[1], double(own[0]) + own[2], double(own[1]) + own[3]);
     }
-    if (hasOverlays)
+    if (hasGrid)
         return area;
     const double reach = std::max(look.pointSize, look.lineWidth) * view.pictureHeight / 2 + 2;
     std::array<double, 4> bounds = {1e9, 1e9, -1e9, -1e9};
@@ -178,22 +159,45 @@ void clipTo(const std::array<int, 4>& area)
     glEnable(GL_SCISSOR_TEST);
 }
 
-/// The overlay layers that have something to draw.
-int overlaysOf(const std::vector<DrawItem>& items, const SceneElement* root, int layers)
+/// The colour of the selection, over that of the parts.
+const QColor SelectionColor(255, 168, 20, 110);
+/// How far the selection is drawn in front of its parts, as a share of the range from -1 to 1: a few steps of a depth
+/// buffer of 24 bits.
+constexpr double SelectionOffset = 5e-7;
+
+std::vector<DrawItem> selectedOf(const std::vector<DrawItem>& items)
 {
-    const bool isSelected =
-        std::any_of(items.begin(), items.end(), [](const DrawItem& item) { return item.element->isSelected(); });
-    int overlays = 0;
-    if (isSelected)
-        overlays |= layers & SceneDrawer::LayerSelection;
-    if (gridShown && root)
-        overlays |= layers & SceneDrawer::LayerGrid;
-    return overlays;
+    std::vector<DrawItem> selected;
+    std::copy_if(items.begin(), items.end(), std::back_inserter(selected),
+                 [](const DrawItem& item) { return isInSelection(item.element); });
+    return selected;
 }
 
-/// Selection boxes and the grid: lines without light, under the view's matrix.
-void drawOverlays(const std::vector<DrawItem>& items, const View& view, const SceneElement* root, int layers)
+/// Tints the selected parts where they are seen.
+void drawSelection(const std::vector<DrawItem>& selected, const View& view, SceneLook look, const Sketch& sketch,
+                   bool isMultisampled, UniformBuffer& uniforms)
 {
+    View nearer = view;
+    for (unsigned int c = 0; c < 4; ++c)
+        nearer.clip(2, c) -= SelectionOffset * nearer.clip(3, c);
+    look.color = SelectionColor;
+    look.light = SceneLook::Light::None;
+    look.show = SceneLook::Show::Surface;
+    look.hasFeatureEdges = false;
+    Painter painter(nearer, look, isMultisampled, 0);
+    painter.sketch(sketch.step, sketch.pixels);
+    for (const DrawItem& item : selected)
+        painter.add(item);
+    glDepthFunc(GL_LEQUAL);
+    painter.draw(uniforms);
+}
+
+/// The grid: lines without light, under the view's matrix.
+void drawGridLayer(const View& view, const SceneElement* root)
+{
+    const Box box = visibleBox(root);
+    if (box.isEmpty())
+        return;
     QOpenGLFunctions* gl = QOpenGLContext::currentContext()->functions();
     gl->glUseProgram(0);
     gl->glBindBuffer(GL_ARRAY_BUFFER, 0);
@@ -205,17 +209,7 @@ void drawOverlays(const std::vector<DrawItem>& items, const View& view, const Sc
     glDepthRange(0, 1);
     glLineWidth(1);
     glLoadMatrixd(view.modelView.transposed().data());
-    if (layers & SceneDrawer::LayerSelection) {
-        glColor4ub(255, 176, 32, 255);
-        for (const DrawItem& item : items)
-            if (item.element->isSelected() && !item.element->getBox().isEmpty())
-                drawBox(item.element->getBox(), item.toScene);
-    }
-    if (layers & SceneDrawer::LayerGrid) {
-        const Box box = visibleBox(root);
-        if (!box.isEmpty())
-            drawGrid(box);
-    }
+    drawGrid(box);
 }
 
 /// Leaves GL_OUT_OF_MEMORY behind, as a driver without memory does, so that the caller drops the frame. No driver has
@@ -312,8 +306,8 @@ void SceneDrawer::drawScene(SceneElement* root, SceneElement* second, const Matr
     d->hasSketched = sketch.step > 1;
     if (d->hasSketched)
         look.samples = 0;
-    const int overlays = overlaysOf(items, root, layers);
-    const std::array<int, 4> area = drawingArea(view, wanted, look, overlays != 0);
+    const bool hasGrid = gridShown && root && (layers & LayerGrid);
+    const std::array<int, 4> area = drawingArea(view, wanted, look, hasGrid);
     const Multisampler multisampler(d->samples, look.samples, area);
     Painter painter(view, look, multisampler.isActive(), lineOffset);
     painter.sketch(sketch.step, sketch.pixels);
@@ -321,8 +315,11 @@ void SceneDrawer::drawScene(SceneElement* root, SceneElement* second, const Matr
         painter.add(item);
     clipTo(area);
     painter.draw(d->uniforms);
-    if (overlays != 0)
-        drawOverlays(items, view, root, overlays);
+    const auto selected = layers & LayerSelection ? selectedOf(items) : std::vector<DrawItem>();
+    if (!selected.empty())
+        drawSelection(selected, view, look, sketch, multisampler.isActive(), d->uniforms);
+    if (hasGrid)
+        drawGridLayer(view, root);
 }
 
 } // namespace tov::scene

@@ -29,7 +29,7 @@ public:
     {
         LayerGeometry = 1,
         LayerAnnotations = 2, ///< lines and measures
-        LayerSelection = 4,   ///< selection and boxes
+        LayerSelection = 4,   ///< the tint of selected parts
         LayerGrid = 8,        ///< grid and axes
         LayersOfPicture = 3,
         LayersOfPanel = 65535,

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "kernel/main/export.h"
+#include "scene/clipplane.h"
 #include "scene/drawing/environment.h"
 
 #include <QColor>
@@ -32,9 +33,10 @@ struct SceneLook
     std::shared_ptr<const Environment> environment; ///< for `Light::Environment`; null: the studio's
     double exposure = 1;                            ///< multiplies all light; not used by `Light::None`
     Show show = Show::Surface;
-    bool hasFeatureEdges = false; ///< draws open edges and edges sharper than 30 degrees
-    bool isFlat = false;          ///< every triangle has one normal
-    std::optional<QColor> color;  ///< one colour for everything, in place of all materials
+    bool hasFeatureEdges = false;  ///< draws open edges and edges sharper than 30 degrees
+    bool isFlat = false;           ///< every triangle has one normal
+    std::optional<QColor> color;   ///< one colour for everything, in place of all materials
+    std::optional<ClipPlane> clip; ///< hides what is beyond; surfaces are then drawn from both sides
     QColor edgeColor = QColor(20, 22, 26);
     double pointSize = 1.0 / 270; ///< diameter of a point, as a share of the picture's height
     /// Width of a line, as a share of the picture's height; at least a pixel, at most what the driver draws

@@ -25,7 +25,8 @@ const char* const FeatureNames[] = {"LIT",
                                     "ROUND_POINTS",
                                     "COVERAGE",
                                     "SEEN_SIDE",
-                                    "ALPHA"};
+                                    "ALPHA",
+                                    "CLIP"};
 
 const char Blocks[] = R"(
 layout(std140) uniform Frame
@@ -46,6 +47,7 @@ layout(std140) uniform Part
     vec4 surface;
     vec4 coat;
     vec4 uvTransform[10];
+    vec4 clipPlane;
 };
 )";
 
@@ -78,6 +80,9 @@ out vec4 eyeTangent;
 void main()
 {
     gl_Position = clipMatrix * vec4(position, 1.0);
+#ifdef CLIP
+    gl_ClipDistance[0] = dot(clipPlane, vec4(position, 1.0));
+#endif
 #if defined(LIT) || defined(FLAT)
     eyePosition = (eyeMatrix * vec4(position, 1.0)).xyz;
 #endif

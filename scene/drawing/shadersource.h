@@ -28,6 +28,7 @@ enum ShaderFeature : unsigned int
     ShaderCoverage = 1u << 17, ///< edges of masks and points become coverage of samples
     ShaderSeenSide = 1u << 18, ///< with `ShaderTwoSided`: by the triangle as it is seen, not by its winding
     ShaderAlpha = 1u << 19,    ///< uses the alpha of texture and vertices
+    ShaderClip = 1u << 20,     ///< cut off by a plane
 };
 
 /// Vertex attributes, by location.
@@ -71,10 +72,11 @@ struct PartBlock
     float eye[4][4];    ///< columns of the matrix to eye space, without the lens
     float normal[3][4]; ///< columns of the matrix for normals to eye space
     float baseColor[4];
-    float emissive[4]; ///< w: strength of the occlusion texture
-    float surface[4];  ///< metallic, roughness, scale of the normal map, alpha cutoff
-    float coat[4];     ///< clearcoat, its roughness, reflectance of dielectrics, transmission
-    float uv[10][4];   ///< per texture: m0, m1, m2, UV set; m3, m4, m5, -
+    float emissive[4];  ///< w: strength of the occlusion texture
+    float surface[4];   ///< metallic, roughness, scale of the normal map, alpha cutoff
+    float coat[4];      ///< clearcoat, its roughness, reflectance of dielectrics, transmission
+    float uv[10][4];    ///< per texture: m0, m1, m2, UV set; m3, m4, m5, -
+    float clipPlane[4]; ///< in the coordinates of the vertices; below 0 is hidden
 };
 
 /// GLSL 1.30 with GL_ARB_uniform_buffer_object: supported by OpenGL 3.0 drivers with a compatibility profile.

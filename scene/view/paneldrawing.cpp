@@ -31,12 +31,18 @@ void ScenePanel::paintGL()
 {
     drawScene();
     drawGuideFrame();
+    emit drawn();
+    if (isFlying()) {
+        noteMove();
+        update();
+    }
 }
 
 void ScenePanel::drawScene()
 {
     auto* shared = tov::scene::_GlobalContext();
     const auto scene = tov::scene::_GlobalScene();
+    const tov::math::Matrix4 matrix = d->shownMatrix();
     const double ratio = devicePixelRatioF();
     const int pixelsWide = std::max(1, int(std::lround(QOpenGLWidget::width() * ratio)));
     const int pixelsHigh = std::max(1, int(std::lround(QOpenGLWidget::height() * ratio)));
@@ -61,11 +67,11 @@ void ScenePanel::drawScene()
     glMatrixMode(GL_MODELVIEW);
     glLoadIdentity();
     glEnable(GL_LIGHT0);
-    d->drawer->glDraw(scene->getRootNode(), nullptr, d->ownMatrix(), 0.0, SceneDrawer::LayersOfPanel,
+    d->drawer->glDraw(scene->getRootNode(), nullptr, matrix, 0.0, SceneDrawer::LayersOfPanel,
                       SceneDrawer::AllPrimitives);
     const auto overlay = tov::scene::getPanelOverlay();
     if (overlay && !(overlay->isOfCamera && d->follows))
-        tov::scene::drawPanelOverlay(*overlay, d->ownMatrix());
+        tov::scene::drawPanelOverlay(*overlay, matrix);
     // Otherwise drivers that draw in software would do the work later.
     glFinish();
     if (!d->drawer->hasSketched())

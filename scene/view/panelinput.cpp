@@ -16,6 +16,8 @@ namespace {
 /// Degrees of orbit for a drag across the whole panel, and for one press of an arrow key.
 constexpr double DragDegrees = 250.0;
 constexpr double KeyDegrees = 5.0;
+/// A press with the left button becomes a drag after this many pixels.
+constexpr int ClickReach = 4;
 /// Eighths of a degree that a wheel reports for one notch, and the effect of a notch.
 constexpr double WheelStep = 120.0;
 constexpr double WheelFactor = 1.2;
@@ -26,13 +28,36 @@ constexpr double WheelDegrees = 7.5;
 
 void ScenePanel::mousePressEvent(QMouseEvent* event)
 {
+    endFlight();
     d->lastMouse = event->pos();
+    d->isClick = event->button() == Qt::LeftButton;
+    d->pressed = event->pos();
     emit activated();
     event->accept();
 }
 
+void ScenePanel::mouseReleaseEvent(QMouseEvent* event)
+{
+    if (event->button() == Qt::LeftButton && d->isClick)
+        emit clicked(event->localPos(), event->modifiers());
+    d->isClick = false;
+    event->accept();
+}
+
+void ScenePanel::mouseDoubleClickEvent(QMouseEvent* event)
+{
+    mousePressEvent(event);
+    d->isClick = false;
+    if (event->button() == Qt::LeftButton)
+        emit doubleClicked(event->localPos());
+}
+
 void ScenePanel::mouseMoveEvent(QMouseEvent* event)
 {
+    event->accept();
+    if (d->isClick && (event->pos() - d->pressed).manhattanLength() < ClickReach)
+        return;
+    d->isClick = false;
     const QPoint by = event->pos() - d->lastMouse;
     d->lastMouse = event->pos();
     const bool shift = event->modifiers() & Qt::ShiftModifier;
@@ -40,11 +65,11 @@ void ScenePanel::mouseMoveEvent(QMouseEvent* event)
         pan(by.x(), by.y());
     else if (event->buttons() & Qt::LeftButton)
         orbit(by.x() * DragDegrees / width(), by.y() * DragDegrees / height());
-    event->accept();
 }
 
 void ScenePanel::wheelEvent(QWheelEvent* event)
 {
+    endFlight();
     emit activated();
     event->accept();
     // A two-finger gesture on a touchpad reports both directions in small steps.
@@ -91,7 +116,11 @@ void ScenePanel::zoomAt(const QPointF& position, double factor)
 
 void ScenePanel::keyPressEvent(QKeyEvent* event)
 {
+    endFlight();
     switch (event->key()) {
+    case Qt::Key_Space:
+        emit clicked(QPointF(width() / 2.0, height() / 2.0), event->modifiers());
+        break;
     case Qt::Key_Left:
         orbit(-KeyDegrees, 0);
         break;

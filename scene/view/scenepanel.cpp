@@ -64,8 +64,10 @@ std::shared_ptr<tov::scene::CaptureTimes> ScenePanel::getCaptureTimes() const
 
 Matrix4 ScenePanel::getScaledTransformMatrix() const
 {
-    if (QThread::currentThread() != thread())
+    if (QThread::currentThread() != thread()) {
         d->captures->add();
+        d->lastCapture = tov::scene::CameraFlight::Clock::now().time_since_epoch().count();
+    }
     std::lock_guard<std::mutex> guard(d->mutex);
     Matrix4 matrix = d->matrix;
     for (unsigned int c = 0; c < 4; ++c)
@@ -87,6 +89,7 @@ void ScenePanel::setScaledTransformMatrix(const Matrix4& transform)
         d->extent = _GlobalScene()->getExtent();
         d->matrix = transform;
         d->exactMatrix = transform;
+        d->flight.reset();
     }
     update();
     emit viewChanged();
@@ -107,6 +110,7 @@ void ScenePanel::setCamera(const Camera& camera)
         d->extent = _GlobalScene()->getExtent();
         d->matrix = d->camera.scaledMatrix(d->extent);
         d->exactMatrix.reset();
+        d->flight.reset();
     }
     noteMove();
     update();
@@ -282,12 +286,6 @@ void ScenePanel::zoom(double factor)
     setCamera(camera);
 }
 
-std::optional<tov::scene::Ray> ScenePanel::rayAt(const QPointF& position) const
-{
-    return tov::scene::rayThrough(d->ownMatrix(), 2 * position.x() / width() - 1, 1 - 2 * position.y() / height(),
-                                  double(width()) / height());
-}
-
 bool ScenePanel::followsTrajectory() const
 {
     return d->follows;
@@ -317,6 +315,7 @@ void ScenePanel::setTrajectoryCamera(const Camera& camera)
         d->extent = _GlobalScene()->getExtent();
         d->matrix = camera.scaledMatrix(d->extent);
         d->exactMatrix.reset();
+        d->flight.reset();
     }
     QMetaObject::invokeMethod(
         this, [this] { update(); }, Qt::QueuedConnection);

@@ -4,9 +4,12 @@
 #include "kernel/math/matrix.h"
 #include "scene/view/camera.h"
 #include "scene/view/capturetimes.h"
+#include "scene/view/picking.h"
 
+#include <QLineF>
 #include <QOpenGLWidget>
 
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -74,7 +77,9 @@ public:
 
     /// Moves the camera so that everything visible fills the panel, or the guide frame.
     void fitToView();
-    /// The same for a camera that will turn about the scene's upright axis: everything is in view at every angle.
+    /// Moves the camera so that the selected parts that are visible fill the panel. Without any, nothing moves.
+    void fitToSelection();
+    /// `fitToView` for a camera that will turn about the scene's upright axis: everything is in view at every angle.
     void fitToTurn();
     /// Orbits about the target, degrees that the scene turns to the right and down.
     void orbit(double azimuth, double elevation);
@@ -85,9 +90,29 @@ public:
     /// Moves towards the target; a factor above 1 moves closer.
     void zoom(double factor);
 
+    /// Calls `move`, which changes the camera, and draws the way to the new view as a short flight. The camera itself
+    /// is at its destination at once: pictures, recordings and further movements start from there. The flight ends
+    /// early when the camera is moved or the panel gets input. There is none while the panel is hidden or being
+    /// recorded.
+    void fly(const std::function<void()>& move);
+    /// How long a flight takes, in milliseconds (initially 0: the view changes at once).
+    void setFlightDuration(int ms);
+    /// True from the start of `fly` until the view has arrived.
+    bool isFlying() const;
+    /// The camera that is drawn: during a flight one on the way, otherwise `getCamera`.
+    tov::scene::Camera getShownCamera() const;
+
     /// The ray in the scene through a position of the panel, in device-independent pixels. None when the matrix that
     /// was set is singular.
     std::optional<tov::scene::Ray> rayAt(const QPointF& position) const;
+    /// What is drawn at a position of the panel, in device-independent pixels; none where the background is.
+    std::optional<tov::scene::Picked> pickAt(const QPointF& position) const;
+    /// Makes the surface point at a position the centre of rotation and flies it to the middle of the panel. False
+    /// where the background is.
+    bool centerAt(const QPointF& position);
+    /// Where the line between two points of the scene is drawn, in device-independent pixels. A line that passes the
+    /// eye is cut off; none when all of it is behind the eye.
+    std::optional<QLineF> lineAt(const tov::scene::Vector3& from, const tov::scene::Vector3& to) const;
 
     /// Shows what a picture or video of another aspect (width divided by height) contains: the panel outside of it is
     /// dimmed, and fitting stays inside. 0: no guide frame.
@@ -121,6 +146,13 @@ signals:
     void fitted();
     /// The user clicked or turned this panel.
     void activated();
+    /// The left button was pressed and released at one place (device-independent pixels), or the space bar was pressed:
+    /// then the position is the middle.
+    void clicked(const QPointF& position, Qt::KeyboardModifiers modifiers);
+    /// The second press of a double click with the left button.
+    void doubleClicked(const QPointF& position);
+    /// A frame was drawn.
+    void drawn();
 
 protected:
     bool event(QEvent* event) override;
@@ -130,6 +162,8 @@ protected:
     void resizeEvent(QResizeEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
     void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+    void mouseDoubleClickEvent(QMouseEvent* event) override;
     void wheelEvent(QWheelEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     void focusInEvent(QFocusEvent* event) override;
@@ -138,6 +172,7 @@ private:
     /// Zooms so that the point under the position stays there.
     void zoomAt(const QPointF& position, double factor);
     void fit(bool turning);
+    void endFlight();
     void updateSize();
     void noteMove();
     void drawScene();

@@ -354,3 +354,84 @@ TEST_F(DrawingTest, TilesEqualTheUntiledPicture)
             EXPECT_LE(beyond, edge % 2 ? pixels / 200 : 0) << samples << ' ' << edge;
         }
 }
+
+TEST_F(DrawingTest, AClipPlaneCutsEverythingAtTheSamePlace)
+{
+    Geometry lines, points;
+    lines.kind = Geometry::Kind::Lines;
+    lines.positions = {-0.9f, 0.9f, 1.2f, 0.9f, 0.9f, 1.2f};
+    lines.indices = {0, 1};
+    points.kind = Geometry::Kind::Points;
+    points.positions = {-0.5f, -0.9f, 1.2f, 0.5f, -0.9f, 1.2f};
+    points.indices = {0, 1};
+    scene->setRootNode(rootOf({new GeometryElement(QStringLiteral("s"), sphere(48)),
+                               new GeometryElement(QStringLiteral("l"), std::move(lines)),
+                               new GeometryElement(QStringLiteral("p"), std::move(points))}));
+    const double h = PictureHalfHeight;
+    for (const auto show : {SceneLook::Show::Surface, SceneLook::Show::SurfaceWithEdges, SceneLook::Show::Wireframe,
+                            SceneLook::Show::Points}) {
+        SceneLook look;
+        look.show = show;
+        SceneDrawer::setLook(look);
+        const QImage whole = drawn(Size, Size, -h, h, -h, h, at(3));
+        look.clip = ClipPlane{0, 0, false};
+        SceneDrawer::setLook(look);
+        const QImage left = drawn(Size, Size, -h, h, -h, h, at(3));
+        look.clip->isFlipped = true;
+        SceneDrawer::setLook(look);
+        const QImage right = drawn(Size, Size, -h, h, -h, h, at(3));
+        EXPECT_GT(covered(left), 100) << int(show);
+        EXPECT_GT(covered(right), 100) << int(show);
+        // Lines and points reach over the cut by half their width.
+        for (int y = 0; y < Size; ++y)
+            for (int x = 0; x < Size; ++x) {
+                if (x > Size / 2 + 3)
+                    ASSERT_EQ(qAlpha(left.pixel(x, y)), 0) << int(show) << ' ' << x << ' ' << y;
+                if (x < Size / 2 - 4)
+                    ASSERT_EQ(qAlpha(right.pixel(x, y)), 0) << int(show) << ' ' << x << ' ' << y;
+            }
+        EXPECT_NE(covered(whole), covered(left)) << int(show);
+    }
+}
+
+TEST_F(DrawingTest, AClippedSolidShowsItsInsideFromBehind)
+{
+    Material oneSided;
+    oneSided.doubleSided = false;
+    scene->setRootNode(rootOf({element(sphere(48), oneSided)}));
+    SceneLook look;
+    look.clip = ClipPlane{2, 0, false}; // the half that is nearer to the eye is cut off
+    const double h = PictureHalfHeight;
+    SceneDrawer::setLook(SceneLook());
+    const QImage whole = drawn(Size, Size, -h, h, -h, h, at(3));
+    SceneDrawer::setLook(look);
+    const QImage open = drawn(Size, Size, -h, h, -h, h, at(3));
+    EXPECT_EQ(qAlpha(open.pixel(Size / 2, Size / 2)), 255) << "not a hole";
+    EXPECT_NEAR(covered(open), covered(whole) * 0.89, covered(whole) * 0.03) << "the rim at z = 0 bounds it";
+    // Its normals are turned towards the eye: a hollow sphere is bright where the light meets it, at the lower right.
+    const int off = Size / 5;
+    EXPECT_GT(qGray(open.pixel(Size / 2 + off, Size / 2 + off)), qGray(open.pixel(Size / 2 - off, Size / 2 - off)));
+    EXPECT_LT(qGray(whole.pixel(Size / 2 + off, Size / 2 + off)), qGray(whole.pixel(Size / 2 - off, Size / 2 - off)));
+}
+
+TEST_F(DrawingTest, TilesOfAClippedSceneEqualTheUntiledPicture)
+{
+    scene->setRootNode(rootOf({new GeometryElement(QStringLiteral("s"), sphere(48))}));
+    SceneLook look;
+    look.clip = ClipPlane{0, 0.13, true};
+    const double h = PictureHalfHeight;
+    for (const int samples : {0, 4}) {
+        look.samples = samples;
+        SceneDrawer::setLook(look);
+        const QImage whole = drawn(2 * Size, 2 * Size, -h, h, -h, h, at(3));
+        std::array<int, 256> counts{};
+        for (int tile = 0; tile < 4; ++tile) {
+            const double left = tile % 2 ? 0 : -h, bottom = tile / 2 ? 0 : -h;
+            const QImage part = drawn(Size, Size, left, left + h, bottom, bottom + h, at(3));
+            addDifferences(part, whole.copy(tile % 2 * Size, (1 - tile / 2) * Size, Size, Size), counts);
+        }
+        const int pixels = 4 * Size * Size;
+        EXPECT_LE(pixels - counts[0], pixels / 250) << samples;
+        EXPECT_EQ(pixels - counts[0] - counts[1], 0) << samples;
+    }
+}

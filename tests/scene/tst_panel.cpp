@@ -7,6 +7,7 @@
 #include "scene/scene.h"
 #include "scene/scenelocker.h"
 #include "scene/sceneview.h"
+#include "scene/view/cameraflight.h"
 #include "scene/view/scenepanel.h"
 #include "scene/view/viewer.h"
 #include "tests/scene/drawfixture.h"
@@ -19,6 +20,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <thread>
 
 using namespace tov::scene;
 using tov::gui::ScenePanel;
@@ -352,4 +354,129 @@ TEST_F(PanelTest, CamerasOfFilesAreTakenOver)
     EXPECT_NEAR(seen(panel, {0, 9 * std::tan(0.5), 0})[1], 1, 1e-9);
     EXPECT_FALSE(panel->setFileCamera(FileCamera()));
     EXPECT_NEAR(seen(panel, {0, 9 * std::tan(0.5), 0})[1], 1, 1e-9) << "nothing has moved";
+}
+
+TEST_F(PanelTest, AFlightIsDrawnOnlyAndEndsWithTheNextMove)
+{
+    ScenePanel* panel = newPanel();
+    panel->show();
+    const Camera from = panel->getCamera();
+    const auto toTheRight = [panel] { panel->setStandardView(StandardView::Right); };
+    panel->fly(toTheRight);
+    EXPECT_FALSE(panel->isFlying()) << "no duration, no flight";
+    EXPECT_EQ(panel->getShownCamera().rotation, standardRotation(StandardView::Right));
+    panel->setStandardView(StandardView::Front);
+    panel->setFlightDuration(3600000);
+    const QImage before = panel->grabFramebuffer();
+    panel->fly(toTheRight);
+    EXPECT_TRUE(panel->isFlying());
+    EXPECT_EQ(panel->getCamera().rotation, standardRotation(StandardView::Right)) << "pictures show the destination";
+    EXPECT_NEAR(panel->getShownCamera().rotation(0, 0), from.rotation(0, 0), 0.01) << "the view has only just left";
+    EXPECT_EQ(panel->grabFramebuffer().size(), before.size());
+    panel->orbit(0, 0);
+    EXPECT_FALSE(panel->isFlying());
+    EXPECT_EQ(panel->getShownCamera().rotation(0, 0), panel->getCamera().rotation(0, 0));
+    panel->hide();
+    panel->fly(toTheRight);
+    EXPECT_FALSE(panel->isFlying()) << "a hidden panel does not fly";
+}
+
+TEST_F(PanelTest, ARecordedPanelDoesNotFly)
+{
+    ScenePanel* panel = newPanel();
+    panel->show();
+    panel->setFlightDuration(3600000);
+    std::thread([panel] { panel->getScaledTransformMatrix(); }).join();
+    panel->fly([panel] { panel->setStandardView(StandardView::Top); });
+    EXPECT_FALSE(panel->isFlying());
+    EXPECT_EQ(panel->getCamera().rotation, standardRotation(StandardView::Top));
+}
+
+TEST_F(PanelTest, FlightsTurnTheShortWayAndArrive)
+{
+    Camera from, to;
+    from.rotation = standardRotation(StandardView::Front);
+    to.rotation = standardRotation(StandardView::Right);
+    to.distance = 4 * from.distance;
+    to.target = {2, 0, 0};
+    const Camera middle = cameraBetween(from, to, 0.5);
+    EXPECT_NEAR(middle.rotation(0, 0), std::sqrt(0.5), 1e-6);
+    EXPECT_NEAR(middle.distance, 2 * from.distance, 1e-9);
+    EXPECT_NEAR(middle.target[0], 1, 1e-12);
+    const auto start = CameraFlight::Clock::now();
+    const CameraFlight flight(from, to, start, std::chrono::milliseconds(100));
+    ASSERT_TRUE(flight.cameraAt(start));
+    EXPECT_NEAR(flight.cameraAt(start)->rotation(0, 0), 1, 1e-6);
+    EXPECT_NEAR(flight.cameraAt(start + std::chrono::milliseconds(99))->rotation(0, 0), 0, 0.01);
+    EXPECT_FALSE(flight.cameraAt(start + std::chrono::milliseconds(100)));
+    // Opposite directions have no short way; any will do, but it must be one.
+    to.rotation = standardRotation(StandardView::Back);
+    for (const double share : {0.25, 0.5, 0.75}) {
+        const auto rotation = cameraBetween(from, to, share).rotation;
+        EXPECT_NEAR(tov::math::volumeScaleOf(rotation), 1, 1e-5);
+    }
+}
+
+TEST_F(PanelTest, TheSurfacePointUnderThePointerBecomesTheCentre)
+{
+    for (const bool orthographic : {false, true}) {
+        ScenePanel* panel = newPanel(800, 600);
+        panel->setOrthographic(orthographic);
+        panel->fitToView();
+        const QPointF position(500, 200);
+        const auto picked = panel->pickAt(position);
+        ASSERT_TRUE(picked);
+        EXPECT_NEAR(picked->point[2], 1, 1e-6) << "on the front face of the cube";
+        const auto edge = panel->lineAt(picked->point, {picked->point[0] + 0.1, picked->point[1], picked->point[2]});
+        ASSERT_TRUE(edge);
+        EXPECT_NEAR(edge->p1().x(), position.x(), 1e-6);
+        EXPECT_NEAR(edge->p1().y(), position.y(), 1e-6);
+        ASSERT_TRUE(panel->centerAt(position));
+        EXPECT_EQ(panel->getCamera().target, picked->point);
+        const auto moved = panel->lineAt(picked->point, {picked->point[0] + 0.1, picked->point[1], picked->point[2]});
+        EXPECT_NEAR(moved->p1().x(), 400, 1e-6);
+        EXPECT_NEAR(moved->p1().y(), 300, 1e-6);
+        EXPECT_NEAR(moved->length(), edge->length(), 1e-6) << "the point keeps its size";
+        EXPECT_FALSE(panel->centerAt(QPointF(1, 1))) << "the background";
+        Viewer::getInstance()->closePanel(panel);
+    }
+}
+
+TEST_F(PanelTest, LinesBehindTheEyeAreCutOff)
+{
+    ScenePanel* panel = newPanel();
+    panel->lookAt({0, 0, 5}, {0, 0, 0}, {0, 1, 0});
+    EXPECT_FALSE(panel->lineAt({1, 0, 6}, {1, 0, 7}));
+    const auto line = panel->lineAt({1, 0, 0}, {1, 0, 20});
+    ASSERT_TRUE(line);
+    EXPECT_GT(line->p2().x(), line->p1().x()) << "towards the right edge";
+    EXPECT_NEAR(line->p2().y(), 240, 1e-6);
+}
+
+TEST_F(PanelTest, TheSelectionIsFittedAndTinted)
+{
+    addLargePart();
+    ScenePanel* panel = newPanel(300, 300);
+    const Camera before = panel->getCamera();
+    panel->fitToSelection();
+    EXPECT_EQ(panel->getCamera().target, before.target) << "nothing is selected";
+    const QImage plain = panel->grabFramebuffer();
+    scene->getRootNode()->getChildren()[0]->setSelected(true);
+    const QImage tinted = panel->grabFramebuffer();
+    EXPECT_NE(plain, tinted);
+    panel->fitToSelection();
+    double largest = 0;
+    for (int corner = 0; corner < 8; ++corner) {
+        const auto at = seen(panel, {corner & 1 ? 1. : -1., corner & 2 ? 1. : -1., corner & 4 ? 1. : -1.});
+        largest = std::max({largest, std::fabs(at[0]), std::fabs(at[1])});
+    }
+    EXPECT_LE(largest, 1);
+    EXPECT_GE(largest, 0.9);
+    const QRgb middle = panel->grabFramebuffer().pixel(150, 150);
+    EXPECT_GT(qRed(middle), qBlue(middle) + 40) << "the tint is orange";
+    // A selected group tints what is in it.
+    scene->getRootNode()->getChildren()[0]->setSelected(false);
+    EXPECT_NE(panel->grabFramebuffer().pixel(150, 150), middle);
+    scene->getRootNode()->setSelected(true);
+    EXPECT_EQ(panel->grabFramebuffer().pixel(150, 150), middle);
 }
