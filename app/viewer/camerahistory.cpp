@@ -105,7 +105,7 @@ void CameraHistory::go(ScenePanel* view, int step)
         return;
     history.current = static_cast<std::size_t>(target);
     m_Restoring = true;
-    view->setCamera(history.states[history.current]);
+    view->fly([&] { view->setCamera(history.states[history.current]); });
     m_Restoring = false;
 }
 

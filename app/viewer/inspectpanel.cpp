@@ -15,7 +15,6 @@ namespace tov::viewer {
 using tov::main::EventManager;
 using tov::scene::Box;
 using tov::scene::GeometryElement;
-using tov::scene::SceneElement;
 
 namespace {
 
@@ -45,14 +44,6 @@ struct Counts
         return edges.join(QStringLiteral(" ") + QChar(0xD7) + QLatin1Char(' '));
     }
 };
-
-bool isSelected(const SceneElement* element)
-{
-    for (; element; element = element->getParent())
-        if (element->isSelected())
-            return true;
-    return false;
-}
 
 } // namespace
 
@@ -93,6 +84,12 @@ InspectPanel::Figures InspectPanel::addFigures(const QString& title, const char*
             addRow(tr("Size:"), "Size")};
 }
 
+void InspectPanel::addSection(const QString& title, QWidget* content)
+{
+    mp_Form->addRow(new QLabel(QStringLiteral("<b>%1</b>").arg(title.toHtmlEscaped()), this));
+    mp_Form->addRow(content);
+}
+
 void InspectPanel::refreshSoon()
 {
     if (m_RefreshPosted || !isVisible())
@@ -115,7 +112,7 @@ void InspectPanel::refresh()
     tov::scene::forEachVisible(global->getRootNode(),
                                [&](const GeometryElement& element, const tov::math::Matrix4& transform) {
                                    scene.add(element, transform);
-                                   if (isSelected(&element))
+                                   if (tov::scene::isInSelection(&element))
                                        selection.add(element, transform);
                                });
     global->unlock();

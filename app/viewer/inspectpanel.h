@@ -18,6 +18,8 @@ public:
 
     /// Counts again; hidden parts are left out.
     void refresh();
+    /// Adds controls under the figures.
+    void addSection(const QString& title, QWidget* content);
 
 protected:
     void showEvent(QShowEvent* event) override;

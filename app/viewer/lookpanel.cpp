@@ -232,7 +232,9 @@ void LookPanel::chooseColor()
 void LookPanel::reset()
 {
     SceneLook look;
+    // These are set elsewhere.
     look.samples = SceneDrawer::getLook().samples;
+    look.clip = SceneDrawer::getLook().clip;
     SceneDrawer::setLook(look);
     refresh();
     Viewer::getInstance()->redraw();

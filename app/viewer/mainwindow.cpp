@@ -26,6 +26,7 @@
 #include "app/viewer/scenetree.h"
 #include "app/viewer/trajectorybar.h"
 #include "app/viewer/viewpicture.h"
+#include "app/viewer/viewtools.h"
 #include "app/viewer/windowlayout.h"
 #include "app/viewer/windowmenus.h"
 #include "kernel/main/settings.h"
@@ -149,6 +150,8 @@ void MainWindow::createDocks()
     connect(mp_Trajectory, &TrajectoryBar::failed, this, &MainWindow::warn);
     mp_Recent = new RecentFiles(tr("Open &recent"), this);
     connect(mp_Recent, &RecentFiles::chosen, this, [this](const QString& name) { openFiles({name}); });
+    mp_Tools = new ViewTools({this, mp_Grid, mp_Tree, mp_Inspect, mp_Trajectory, mp_Edits});
+    connect(mp_Tools, &ViewTools::failed, this, &MainWindow::warn);
 }
 
 void MainWindow::createSceneDock()
@@ -162,7 +165,7 @@ void MainWindow::createSceneDock()
     connect(search, &QLineEdit::textChanged, mp_Tree, &SceneTree::setFilter);
     connect(mp_Tree, &SceneTree::fitRequested, this, [this] {
         if (auto* view = mp_Grid->getActivePanel())
-            view->fitToView();
+            view->fly([view] { view->fitToView(); });
     });
     auto* column = new QVBoxLayout(content);
     column->setContentsMargins(4, 4, 4, 4);
@@ -220,7 +223,7 @@ void MainWindow::createCapture()
 void MainWindow::createMenus()
 {
     mp_Menus =
-        new WindowMenus({this, mp_Grid, mp_Actions, mp_Recent, mp_Trajectory, mp_Capture, mp_Cameras,
+        new WindowMenus({this, mp_Grid, mp_Actions, mp_Recent, mp_Trajectory, mp_Capture, mp_Cameras, mp_Tools,
                          [this] { chooseFiles(); }, [this] { copyViewToClipboard(); }, [this] { showCommandPalette(); },
                          [this](int count) { showViews(count); }, [this](ScenePanel* view) { closeView(view); },
                          [this](bool full) { setFullScreen(full); }, [this] { return getLoadFailures(); }});

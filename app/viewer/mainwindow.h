@@ -37,6 +37,7 @@ class RunsBar;
 class SafeRuns;
 class SceneTree;
 class TrajectoryBar;
+class ViewTools;
 class WindowLayout;
 class WindowMenus;
 
@@ -76,6 +77,7 @@ public:
     QuickCapture* getCapture() const { return mp_Capture; }
     const SafeRuns* getOutputs() const { return mp_Outputs; }
     CameraHistory* getCameraHistory() const { return mp_Cameras; }
+    ViewTools* getViewTools() const { return mp_Tools; }
     /// The base name of the model opened last, for file names; empty without a model.
     QString getModelName() const;
     /// The modules that could not be loaded.
@@ -136,6 +138,7 @@ private:
     QuitGuard* mp_Quit = nullptr;
     QuickCapture* mp_Capture = nullptr;
     CameraHistory* mp_Cameras = nullptr;
+    ViewTools* mp_Tools = nullptr;
     QStringList m_Models; ///< the files that make up the scene, in order of opening
 };
 

@@ -1,5 +1,7 @@
 #include "app/viewer/panelframe.h"
 
+#include "app/viewer/flights.h"
+#include "app/viewer/gizmo.h"
 #include "app/viewer/standardviews.h"
 #include "scene/view/scenepanel.h"
 
@@ -76,19 +78,44 @@ PanelFrame::PanelFrame(QWidget* parent) : QFrame(parent)
     mp_Panel->setFocusPolicy(Qt::StrongFocus);
     mp_Panel->setMinimumSize(64, 48);
     mp_Panel->installEventFilter(this);
+    mp_Panel->setFlightDuration(flightDuration());
     layout->addWidget(mp_Panel);
     mp_Guide = new Guide(mp_Panel);
+    createGizmo();
     connect(mp_Panel, &ScenePanel::fitted, this, [this] { m_FittedView = mp_Panel->getScaledTransformMatrix(); });
+}
+
+void PanelFrame::createGizmo()
+{
+    mp_Gizmo = new Gizmo(mp_Panel);
+    connect(mp_Gizmo, &Gizmo::pressed, mp_Panel, [panel = mp_Panel] { panel->setFocus(); });
+    connect(mp_Gizmo, &Gizmo::turned, mp_Panel, &ScenePanel::orbit);
+    connect(mp_Gizmo, &Gizmo::sideChosen, this, &PanelFrame::showSide);
+}
+
+void PanelFrame::showSide(tov::scene::StandardView side)
+{
+    const bool fits = isFitted();
+    mp_Panel->fly([panel = mp_Panel, side, fits] {
+        if (fits) {
+            panel->setStandardView(side);
+            return;
+        }
+        auto camera = panel->getCamera();
+        camera.rotation = tov::scene::standardRotation(side);
+        panel->setCamera(camera);
+    });
+}
+
+bool PanelFrame::isFitted() const
+{
+    return mp_Panel->getScaledTransformMatrix() == m_FittedView;
 }
 
 void PanelFrame::refit()
 {
     m_RefitPosted = false;
-    const auto now = mp_Panel->getScaledTransformMatrix();
-    bool same = true;
-    for (unsigned int i = 0; i < 16; ++i)
-        same = same && now(i / 4, i % 4) == m_FittedView(i / 4, i % 4);
-    if (same)
+    if (isFitted())
         mp_Panel->fitToView();
 }
 
@@ -121,6 +148,7 @@ bool PanelFrame::eventFilter(QObject* watched, QEvent* event)
     switch (event->type()) {
     case QEvent::Resize:
         mp_Guide->setGeometry(0, 0, mp_Panel->width(), mp_Panel->height());
+        mp_Gizmo->place();
         // The view has its new size after this event.
         if (!m_RefitPosted) {
             m_RefitPosted = true;
@@ -155,10 +183,16 @@ void PanelFrame::showMenu(const QPoint& position)
     auto* menu = new QMenu(this);
     menu->setAttribute(Qt::WA_DeleteOnClose);
     menu->setObjectName(QStringLiteral("PanelMenu"));
-    menu->addAction(tr("Fit to view"), mp_Panel, &ScenePanel::fitToView);
+    if (m_PartMenu) {
+        m_PartMenu(menu, mp_Panel->mapFromGlobal(position));
+        menu->addSeparator();
+    }
+    menu->addAction(tr("Fit to view"), mp_Panel, [panel = mp_Panel] { panel->fly([panel] { panel->fitToView(); }); });
     menu->addSeparator();
     for (const auto& [name, view] : standardViews())
-        menu->addAction(name, mp_Panel, [panel = mp_Panel, view = view] { panel->setStandardView(view); });
+        menu->addAction(name, mp_Panel, [panel = mp_Panel, view = view] {
+            panel->fly([panel, view] { panel->setStandardView(view); });
+        });
     menu->addSeparator();
     auto* follow = menu->addAction(tr("Camera follows the trajectory"), mp_Panel,
                                    [panel = mp_Panel](bool follows) { panel->setFollowsTrajectory(follows); });

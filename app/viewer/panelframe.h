@@ -1,8 +1,13 @@
 #pragma once
 
 #include "kernel/math/matrix.h"
+#include "scene/view/camera.h"
 
 #include <QFrame>
+
+#include <functional>
+
+class QMenu;
 
 namespace tov::gui {
 class ScenePanel;
@@ -10,8 +15,11 @@ class ScenePanel;
 
 namespace tov::viewer {
 
+class Gizmo;
+
 /// The frame of a view: the mark of the active one, a guide that shows what a picture or video of another shape will
-/// contain, and the view's own menu. A fitted view stays fitted when its size changes. Thread: application.
+/// contain, the axes in a corner, and the view's own menu. A fitted view stays fitted when its size changes. Thread:
+/// application.
 class PanelFrame : public QFrame
 {
     Q_OBJECT
@@ -29,6 +37,12 @@ public:
     void setGuideAspect(double aspect);
     /// The rectangle of the guide, in the view's coordinates; null if no guide is shown or it does not fit.
     QRect getGuide() const;
+    Gizmo* getGizmo() const { return mp_Gizmo; }
+    /// Flies to the view from a side. A fitted view is fitted again; otherwise what is in the middle stays there.
+    void showSide(tov::scene::StandardView side);
+    /// Adds the part actions of the window to the menu of the view: `fill` adds them to a menu that is about to open at
+    /// a position of the view.
+    void setPartMenu(std::function<void(QMenu*, const QPointF&)> fill) { m_PartMenu = std::move(fill); }
 
 signals:
     void closeRequested();
@@ -39,11 +53,15 @@ protected:
 
 private:
     class Guide;
+    void createGizmo();
     void showMenu(const QPoint& position);
+    bool isFitted() const;
     void refit();
 
     tov::gui::ScenePanel* mp_Panel; ///< child; closed through the viewer
     Guide* mp_Guide;                ///< child of the panel
+    Gizmo* mp_Gizmo;                ///< child of the panel
+    std::function<void(QMenu*, const QPointF&)> m_PartMenu;
     QPoint m_Pressed;
     bool m_Marked = false;
     bool m_Closable = false;

@@ -1,5 +1,6 @@
 #include "app/viewer/panelgrid.h"
 
+#include "app/viewer/gizmo.h"
 #include "app/viewer/panelframe.h"
 #include "scene/view/scenepanel.h"
 #include "scene/view/viewer.h"
@@ -67,6 +68,7 @@ ScenePanel* PanelGrid::addPanel()
     auto* frame = new PanelFrame;
     ScenePanel* panel = frame->getPanel();
     frame->setGuideAspect(m_GuideAspect);
+    frame->getGizmo()->setWanted(m_GizmosShown);
     connect(panel, &ScenePanel::activated, this, [this, panel] { setActivePanel(panel); });
     connect(
         frame, &PanelFrame::closeRequested, this, [this, panel] { emit closeRequested(panel); }, Qt::QueuedConnection);
@@ -74,6 +76,7 @@ ScenePanel* PanelGrid::addPanel()
         chooseView(panel, m_Panels.size());
     m_Panels.push_back(panel);
     m_Frames.push_back(frame);
+    emit panelAdded(panel);
     return panel;
 }
 
@@ -147,6 +150,13 @@ void PanelGrid::setGuideAspect(double aspect)
     m_GuideAspect = aspect;
     for (PanelFrame* frame : m_Frames)
         frame->setGuideAspect(aspect);
+}
+
+void PanelGrid::setGizmosShown(bool shown)
+{
+    m_GizmosShown = shown;
+    for (PanelFrame* frame : m_Frames)
+        frame->getGizmo()->setWanted(shown);
 }
 
 PanelFrame* PanelGrid::getFrame(ScenePanel* panel) const

@@ -37,6 +37,9 @@ public:
     /// Shows in every view what a picture of this shape (width / height) contains; 0 = no guide.
     void setGuideAspect(double aspect);
     double getGuideAspect() const { return m_GuideAspect; }
+    /// Shows or hides the axes in the corner of every view (initially shown).
+    void setGizmosShown(bool shown);
+    bool areGizmosShown() const { return m_GizmosShown; }
     PanelFrame* getFrame(tov::gui::ScenePanel* panel) const;
     /// Closes all views, before the window is destroyed.
     void closeAll();
@@ -48,6 +51,8 @@ public:
 signals:
     void activePanelChanged(tov::gui::ScenePanel* panel);
     void panelCountChanged(int count);
+    /// A view was created; it has no place in the window yet.
+    void panelAdded(tov::gui::ScenePanel* panel);
     /// The user wants to close this view.
     void closeRequested(tov::gui::ScenePanel* panel);
 
@@ -61,6 +66,7 @@ private:
     std::vector<tov::gui::ScenePanel*> m_Panels; ///< owned by their frames, closed through the viewer
     std::vector<PanelFrame*> m_Frames;           ///< children; one for each panel
     double m_GuideAspect = 0;
+    bool m_GizmosShown = true;
     QSplitter* mp_Rows = nullptr; ///< child
 };
 

@@ -256,18 +256,49 @@ bool SceneTree::applyFilter(QTreeWidgetItem* item) const
     return shown;
 }
 
+void SceneTree::selectElement(const SceneElement* element, bool adds)
+{
+    QTreeWidgetItem* item = nullptr;
+    for (QTreeWidgetItemIterator it(this); *it && !item; ++it)
+        if (elementOf(*it) == element)
+            item = *it;
+    if (adds) {
+        if (item)
+            item->setSelected(!item->isSelected());
+    } else if (item) {
+        setCurrentItem(item, 0, QItemSelectionModel::ClearAndSelect);
+    } else {
+        clearSelection();
+    }
+    if (item)
+        scrollToItem(item);
+}
+
+void SceneTree::hideSelected()
+{
+    for (QTreeWidgetItem* item : selectedItems())
+        item->setCheckState(0, Qt::Unchecked);
+}
+
+void SceneTree::addPartActions(QMenu* menu)
+{
+    const bool any = !selectedItems().isEmpty();
+    menu->addAction(tr("Isolate"), this, &SceneTree::isolateSelected)->setEnabled(any);
+    menu->addAction(tr("Hide"), this, &SceneTree::hideSelected)->setEnabled(any);
+    menu->addAction(tr("Show all"), this, &SceneTree::showAll);
+    menu->addSeparator();
+    menu->addAction(tr("Remove"), this, &SceneTree::removeSelected)->setEnabled(any);
+    menu->addAction(tr("Undo removal"), this, &SceneTree::undoRemove)->setEnabled(!m_Removed.empty());
+}
+
 void SceneTree::contextMenuEvent(QContextMenuEvent* event)
 {
     auto* menu = new QMenu(this);
     menu->setAttribute(Qt::WA_DeleteOnClose);
     menu->setObjectName(QStringLiteral("TreeMenu"));
-    const bool any = !selectedItems().isEmpty();
-    menu->addAction(tr("Isolate"), this, &SceneTree::isolateSelected)->setEnabled(any);
-    menu->addAction(tr("Show all"), this, &SceneTree::showAll);
-    menu->addAction(tr("Fit to view"), this, &SceneTree::fitRequested);
+    addPartActions(menu);
     menu->addSeparator();
-    menu->addAction(tr("Remove"), this, &SceneTree::removeSelected)->setEnabled(any);
-    menu->addAction(tr("Undo removal"), this, &SceneTree::undoRemove)->setEnabled(!m_Removed.empty());
+    menu->addAction(tr("Fit to view"), this, &SceneTree::fitRequested);
     menu->popup(event->globalPos());
 }
 

@@ -5,6 +5,8 @@
 #include <memory>
 #include <vector>
 
+class QMenu;
+
 namespace tov::scene {
 class SceneElement;
 }
@@ -24,6 +26,12 @@ public:
     explicit SceneTree(EditQueue* edits, QWidget* parent = nullptr);
     ~SceneTree() override;
 
+    /// Selects the item of an element (null: none). With `adds` the others stay selected, and an item that is selected
+    /// already is deselected.
+    void selectElement(const tov::scene::SceneElement* element, bool adds);
+    /// Adds the actions for the selected elements to a menu.
+    void addPartActions(QMenu* menu);
+
 public slots:
     /// Reads the tree again from the global scene.
     void rebuild();
@@ -34,6 +42,8 @@ public slots:
     /// Takes the selected elements out of the scene; `undoRemove` puts them back.
     void removeSelected();
     void undoRemove();
+    /// Hides the selected elements.
+    void hideSelected();
     /// Shows only items whose name contains this text, and their ancestors; an empty text shows all.
     void setFilter(const QString& text);
 

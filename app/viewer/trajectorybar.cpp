@@ -41,15 +41,6 @@ public:
     }
 };
 
-/// Files and animations with times are sampled at the rate of videos, so that a recording lasts as long as they do.
-tov::trajectory::PlaybackOptions playback()
-{
-    tov::trajectory::PlaybackOptions options;
-    const double fps = tovSettings().value(QStringLiteral("settings/grabvideofps"), DefaultFps).toDouble();
-    options.fps = fps >= 1 ? fps : DefaultFps;
-    return options;
-}
-
 } // namespace
 
 TrajectoryBar::TrajectoryBar(QWidget* parent) : QToolBar(tr("Trajectory"), parent)
@@ -178,10 +169,24 @@ void TrajectoryBar::listAnimations(QMenu* menu)
 void TrajectoryBar::playAnimation(const QString& name)
 {
     QString error;
-    if (!TrajectoryHandler::getInstance()->selectAnimation(name, playback(), &error)) {
+    if (!TrajectoryHandler::getInstance()->selectAnimation(name, getPlayback(), &error)) {
         emit failed(error);
         return;
     }
+    mp_Play->setChecked(true);
+}
+
+tov::trajectory::PlaybackOptions TrajectoryBar::getPlayback()
+{
+    tov::trajectory::PlaybackOptions options;
+    const double fps = tovSettings().value(QStringLiteral("settings/grabvideofps"), DefaultFps).toDouble();
+    options.fps = fps >= 1 ? fps : DefaultFps;
+    return options;
+}
+
+void TrajectoryBar::play()
+{
+    TrajectoryHandler::getInstance()->setPosition(0);
     mp_Play->setChecked(true);
 }
 
@@ -220,7 +225,7 @@ void TrajectoryBar::refresh()
 bool TrajectoryBar::openFile(const QString& fileName)
 {
     QString error;
-    if (TrajectoryHandler::getInstance()->openFile(fileName, playback(), &error))
+    if (TrajectoryHandler::getInstance()->openFile(fileName, getPlayback(), &error))
         return true;
     emit failed(error);
     return false;

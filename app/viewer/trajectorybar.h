@@ -8,6 +8,10 @@ class QLabel;
 class QMenu;
 class QSlider;
 
+namespace tov::trajectory {
+struct PlaybackOptions;
+}
+
 namespace tov::viewer {
 
 /// Chooses, steps and plays a trajectory: a file, a turntable or an animation of the scene. Thread: application.
@@ -20,6 +24,10 @@ public:
     /// Opens a trajectory file; failures are shown to the user.
     bool openFile(const QString& fileName);
     void chooseFile();
+    /// Plays the selected trajectory from its start.
+    void play();
+    /// How trajectories with times are sampled: at the rate of videos, so that a recording lasts as long as they do.
+    static tov::trajectory::PlaybackOptions getPlayback();
 
 signals:
     void failed(const QString& message);

@@ -55,7 +55,7 @@ void ViewBookmarks::go(std::size_t index)
 {
     auto* view = m_ActiveView();
     if (view && index < m_Bookmarks.size())
-        view->setCamera(m_Bookmarks[index].camera);
+        view->fly([this, view, index] { view->setCamera(m_Bookmarks[index].camera); });
 }
 
 void ViewBookmarks::fill()

@@ -10,6 +10,7 @@
 #include "app/viewer/standardviews.h"
 #include "app/viewer/trajectorybar.h"
 #include "app/viewer/viewbookmarks.h"
+#include "app/viewer/viewtools.h"
 #include "kernel/main/settings.h"
 #include "scene/view/scenepanel.h"
 
@@ -87,6 +88,8 @@ void WindowMenus::createViewMenu()
     mp_View->addSeparator();
     addCameraActions();
     mp_View->addSeparator();
+    m_Parts.tools->addTo(mp_View);
+    mp_View->addSeparator();
     addGuides();
     mp_View->addSeparator();
     addDocks();
@@ -127,11 +130,14 @@ void WindowMenus::addViewCounts()
 
 void WindowMenus::addStandardViews()
 {
-    mp_View->addAction(tr("&Fit to view"), this, onActiveView([](ScenePanel* view) { view->fitToView(); }),
+    mp_View->addAction(tr("&Fit to view"), this,
+                       onActiveView([](ScenePanel* view) { view->fly([view] { view->fitToView(); }); }),
                        QKeySequence(Qt::Key_F));
     int key = Qt::Key_1;
     for (const auto& [name, view] : standardViews())
-        mp_View->addAction(name, this, onActiveView([view = view](ScenePanel* panel) { panel->setStandardView(view); }),
+        mp_View->addAction(name, this, onActiveView([view = view](ScenePanel* panel) {
+                               panel->fly([panel, view] { panel->setStandardView(view); });
+                           }),
                            QKeySequence(key++));
 }
 

@@ -23,6 +23,7 @@ class PanelGrid;
 class QuickCapture;
 class RecentFiles;
 class TrajectoryBar;
+class ViewTools;
 
 /// The objects that the menus act on. They must outlive the menus.
 struct WindowParts
@@ -34,6 +35,7 @@ struct WindowParts
     TrajectoryBar* trajectory;
     QuickCapture* capture;
     CameraHistory* cameras;
+    ViewTools* tools;
     std::function<void()> chooseFiles;
     std::function<void()> copyView;
     std::function<void()> showPalette;

@@ -27,6 +27,8 @@ void WindowTest::SetUp()
     tovSettings().clear();
     // Pictures and recordings without a dialog go into the test's own folder.
     tovSettings().setValue(QStringLiteral("window/capturefolder"), m_Folder.path());
+    // Views change at once.
+    tovSettings().setValue(QStringLiteral("window/flights"), false);
     // Small chunks, so that a recording's file exists soon.
     tovSettings().setValue(QStringLiteral("settings/grabvideotempfilesize"), QStringLiteral("1"));
     restart();
