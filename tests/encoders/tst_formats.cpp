@@ -512,7 +512,7 @@ TEST_F(FormatTest, AFinishedMp4IsOneIndexedFileThatSeeks)
             encoder->encodeVideoChunk(chunkOf(bytes), chunk == 3);
         }
         encoder->waitForFinish();
-        // The boxes at the top: the type, one data box, one index; no fragment.
+        // The boxes at the top: the type, one data box, one index; no fragment. Muxers may add empty boxes.
         QFile in(file);
         ASSERT_TRUE(in.open(QIODevice::ReadOnly));
         const QByteArray all = in.readAll();
@@ -529,6 +529,8 @@ TEST_F(FormatTest, AFinishedMp4IsOneIndexedFileThatSeeks)
             ASSERT_GE(size, 8u);
             at += qint64(size);
         }
+        boxes.removeAll("free");
+        boxes.removeAll("wide");
         EXPECT_EQ(boxes, (QStringList{"ftyp", "mdat", "moov"}));
         // One offset per fragment, not per frame: version and flags, then the count.
         const int places = all.lastIndexOf("co64");

@@ -62,11 +62,20 @@ bool isJpeg(AVPixelFormat format)
     return format == AV_PIX_FMT_YUVJ420P;
 }
 
+/// Whether the muxer itself turns a file of fragments into an indexed one at the end, as FFmpeg 7.1 and later can. It
+/// must be able to seek, and its HEVC files are one frame too short.
+bool indexesFragments(const AVOutputFormat* muxer, const Format& format, const QIODevice& output)
+{
+    const AVClass* options = muxer->priv_class;
+    return options && !output.isSequential() && qstrcmp(format.codec, "libx265") != 0 &&
+           av_opt_find(&options, "hybrid_fragmented", "movflags", 0, AV_OPT_SEARCH_FAKE_OBJ) != nullptr;
+}
+
 } // namespace
 
 struct FFmpegCoder::Pipeline
 {
-    std::unique_ptr<Mp4Index> index; ///< null for formats without one
+    std::unique_ptr<Mp4Index> index; ///< null for formats without one, and when the muxer writes it
     std::unique_ptr<FFmpegOutput> output;
     Owned<AVFormatContext> muxer;
     Owned<AVCodecContext> codec;
@@ -106,13 +115,14 @@ bool FFmpegCoder::open()
 
 bool FFmpegCoder::openMuxer()
 {
-    if (m_Format.indexed)
-        d->index = std::make_unique<Mp4Index>();
-    d->output = std::make_unique<FFmpegOutput>(job().output, d->index.get());
-    if (!av_guess_format(m_Format.muxer, nullptr, nullptr))
+    const AVOutputFormat* format = av_guess_format(m_Format.muxer, nullptr, nullptr);
+    if (!format)
         return fail(__LINE__, __func__,
                     QStringLiteral("The FFmpeg libraries of this machine lack the file format %1")
                         .arg(QLatin1String(m_Format.muxer)));
+    if (m_Format.indexed && !indexesFragments(format, m_Format, *job().output))
+        d->index = std::make_unique<Mp4Index>();
+    d->output = std::make_unique<FFmpegOutput>(job().output, d->index.get());
     AVFormatContext* muxer = nullptr;
     const int result = avformat_alloc_output_context2(&muxer, nullptr, m_Format.muxer, nullptr);
     d->muxer.reset(muxer);
@@ -234,7 +244,10 @@ bool FFmpegCoder::writeHeader()
     if (qstrcmp(m_Format.muxer, "gif") == 0)
         av_dict_set_int(&options, "final_delay", std::max(2, (100 + framesPerSecond() / 2) / framesPerSecond()), 0);
     if (m_Format.indexed) {
-        av_dict_set(&options, "movflags", "+empty_moov+default_base_moof+skip_trailer+write_colr", 0);
+        av_dict_set(&options, "movflags",
+                    d->index ? "+empty_moov+default_base_moof+skip_trailer+write_colr"
+                             : "+hybrid_fragmented+negative_cts_offsets+default_base_moof+write_colr",
+                    0);
         av_dict_set(&options, "frag_duration", "250000", 0);
         av_dict_set(&options, "use_editlist", "0", 0);
         av_dict_set_int(&options, "video_track_timescale", ticks, 0);
