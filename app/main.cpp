@@ -1,5 +1,5 @@
-#include "app/cli/options.h"
-#include "app/cli/reporter.h"
+#include "app/cli/options/options.h"
+#include "app/cli/reports/reporter.h"
 #include "app/cli/verbs.h"
 #include "app/common/startup.h"
 #include "app/common/translation.h"

@@ -1,6 +1,6 @@
 #include "app/cli/batch.h"
 
-#include "app/cli/optiontable.h"
+#include "app/cli/options/optiontable.h"
 
 #include <QFile>
 #include <QFileInfo>

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "app/cli/options.h"
-#include "app/cli/outputname.h"
-#include "app/cli/reporter.h"
+#include "app/cli/options/options.h"
+#include "app/cli/outputs/outputname.h"
+#include "app/cli/reports/reporter.h"
 #include "app/cli/session.h"
 #include "app/cli/verbs.h"
 

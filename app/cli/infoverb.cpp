@@ -1,5 +1,5 @@
-#include "app/cli/infotext.h"
-#include "app/cli/optionreader.h"
+#include "app/cli/reports/infotext.h"
+#include "app/cli/options/optionreader.h"
 #include "app/cli/session.h"
 #include "app/cli/verbs.h"
 #include "scene/import/sceneimport.h"

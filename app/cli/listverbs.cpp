@@ -1,6 +1,6 @@
 #include "app/cli/session.h"
 #include "app/cli/verbs.h"
-#include "app/cli/videoformats.h"
+#include "app/common/videoformats.h"
 #include "app/common/installlayout.h"
 #include "app/common/runrecords.h"
 #include "kernel/commands/command.h"

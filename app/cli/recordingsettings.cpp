@@ -1,6 +1,6 @@
 #include "app/cli/recordingsettings.h"
 
-#include "app/cli/checks.h"
+#include "app/common/checks.h"
 #include "kernel/main/settings.h"
 #include "trajectory/recordingpace.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/cli/requests.h"
+#include "app/cli/options/requests.h"
 
 #include <QStringList>
 #include <QVariant>

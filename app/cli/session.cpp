@@ -1,9 +1,9 @@
 #include "app/cli/session.h"
 
-#include "app/cli/checks.h"
-#include "app/cli/motionsetup.h"
-#include "app/cli/looksetup.h"
-#include "app/cli/viewsetup.h"
+#include "app/common/checks.h"
+#include "app/cli/setup/motionsetup.h"
+#include "app/cli/setup/looksetup.h"
+#include "app/cli/setup/viewsetup.h"
 #include "kernel/commands/command.h"
 #include "kernel/gui/zprogressdialog.h"
 #include "kernel/main/settings.h"

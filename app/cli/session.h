@@ -1,10 +1,10 @@
 #pragma once
 
-#include "app/cli/modelstore.h"
-#include "app/cli/options.h"
-#include "app/cli/reporter.h"
-#include "app/cli/requests.h"
-#include "app/cli/restpose.h"
+#include "app/cli/setup/modelstore.h"
+#include "app/cli/options/options.h"
+#include "app/cli/reports/reporter.h"
+#include "app/cli/options/requests.h"
+#include "app/cli/setup/restpose.h"
 #include "app/common/runoutcome.h"
 #include "app/common/spacewatch.h"
 #include "app/common/startup.h"

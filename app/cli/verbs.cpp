@@ -1,7 +1,7 @@
 #include "app/cli/verbs.h"
 
-#include "app/cli/optiontable.h"
-#include "app/cli/reporter.h"
+#include "app/cli/options/optiontable.h"
+#include "app/cli/reports/reporter.h"
 
 #include <QCoreApplication>
 #include <QFileInfo>

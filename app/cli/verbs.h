@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/cli/options.h"
+#include "app/cli/options/options.h"
 
 namespace tov::app {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/cli/optiontable.h"
+#include "app/cli/options/optiontable.h"
 
 #include <QString>
 #include <QStringList>

@@ -1,6 +1,6 @@
 #include "app/viewer/pictureexport.h"
 
-#include "app/cli/checks.h"
+#include "app/common/checks.h"
 #include "app/common/outputcheck.h"
 #include "app/common/picturefile.h"
 #include "app/common/runoutcome.h"

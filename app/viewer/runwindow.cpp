@@ -1,6 +1,6 @@
 #include "app/viewer/runwindow.h"
 
-#include "app/cli/reporter.h"
+#include "app/cli/reports/reporter.h"
 #include "app/cli/verbs.h"
 #include "app/common/startup.h"
 #include "app/viewer/consolewidget.h"

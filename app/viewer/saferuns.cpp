@@ -1,6 +1,6 @@
 #include "app/viewer/saferuns.h"
 
-#include "app/cli/checks.h"
+#include "app/common/checks.h"
 #include "app/common/outputcheck.h"
 #include "kernel/workers/overseer.h"
 

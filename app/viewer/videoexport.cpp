@@ -1,6 +1,6 @@
 #include "app/viewer/videoexport.h"
 
-#include "app/cli/videoformats.h"
+#include "app/common/videoformats.h"
 #include "app/common/outputcheck.h"
 #include "app/common/spacewatch.h"
 #include "app/viewer/saferuns.h"

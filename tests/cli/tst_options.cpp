@@ -1,10 +1,10 @@
 // The table of options, and how command lines become requests. Nothing is started and no file is opened.
 
 #include "app/cli/batch.h"
-#include "app/cli/options.h"
-#include "app/cli/optiontable.h"
-#include "app/cli/outputname.h"
-#include "app/cli/requests.h"
+#include "app/cli/options/options.h"
+#include "app/cli/options/optiontable.h"
+#include "app/cli/outputs/outputname.h"
+#include "app/cli/options/requests.h"
 
 #include <QCoreApplication>
 #include <QRegularExpression>

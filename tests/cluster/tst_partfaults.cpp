@@ -1,6 +1,6 @@
 // What can go wrong while several processes share a recording.
 
-#include "app/cli/partlock.h"
+#include "app/cli/parts/partlock.h"
 #include "tests/cluster/partfixture.h"
 
 using namespace cli;

@@ -1,6 +1,6 @@
 // Parts belong together only if everything that decides about their frames is equal.
 
-#include "app/cli/optiontable.h"
+#include "app/cli/options/optiontable.h"
 #include "tests/cluster/partfixture.h"
 
 #include <QSet>

@@ -1,10 +1,11 @@
 // How a recording is split into parts: the plan, the options, the folder of parts, its locks. Records nothing.
 
-#include "app/cli/optionreader.h"
-#include "app/cli/options.h"
-#include "app/cli/partfolder.h"
-#include "app/cli/partlock.h"
-#include "app/cli/partplan.h"
+#include "app/cli/options/optionreader.h"
+#include "app/cli/options/options.h"
+#include "app/cli/parts/partfolder.h"
+#include "app/cli/parts/partlock.h"
+#include "app/cli/options/partreader.h"
+#include "app/cli/parts/partplan.h"
 
 #include <QDir>
 #include <QFile>

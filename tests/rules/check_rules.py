@@ -38,7 +38,7 @@ CLEAN = {
     "app/viewer/dialog.cpp": '#include "app/viewer/dialog.h"\n\nQString title()\n{\n    return Dialog::tr("View");\n}\n',
     **{f"{folder}/empty.h": "#pragma once\n" for folder in ("grab", "scene", "trajectory")},
     "build/bin/tov": '#!/bin/sh\n[ $# = 4 ] && touch "$4"\n',
-    "app/cli/optiontable.cpp": 'const Option options[] = {\n    {"view", 0, "NAME"},\n};\n',
+    "app/cli/options/optiontable.cpp": 'const Option options[] = {\n    {"view", 0, "NAME"},\n};\n',
 }
 LONG = "int grow(int start)\n{\n" + "    ++start;\n" * 80 + "    return start;\n}\n"
 NESTED = ("int nest(int a)\n{\n" + "".join("    " * (depth + 1) + f"if (a > {depth})\n" for depth in range(9)) + "    " * 10 +

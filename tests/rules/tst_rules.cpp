@@ -109,6 +109,17 @@ const std::vector<Rule> Rules = {
      {"QOpenGL", "GL/"}},
     {"plugins/platform/", {"plugins/platform/"}, {"libav"}},
     {"app/", {"kernel/", "scene/", "trajectory/", "app/", "plugins/platform/select/"}, {"libav"}},
+    {"app/common/", {"kernel/", "scene/", "trajectory/", "app/common/", "plugins/platform/select/"}, {"libav"}},
+    {"app/viewer/",
+     {"kernel/", "scene/", "trajectory/", "app/common/", "app/viewer/", "app/cli/options/options.h",
+      "app/cli/reports/reporter.h", "app/cli/verbs.h"},
+     {"libav"}},
+    {"app/cli/options/", {"kernel/", "app/common/", "app/cli/options/"}, {"libav"}},
+    {"app/cli/outputs/", {"kernel/", "app/common/", "app/cli/options/", "app/cli/outputs/"}, {"libav"}},
+    {"app/cli/reports/", {"kernel/", "scene/", "app/common/", "app/cli/options/", "app/cli/reports/"}, {"libav"}},
+    {"app/cli/setup/",
+     {"kernel/", "scene/", "trajectory/", "app/common/", "app/cli/options/", "app/cli/outputs/", "app/cli/setup/"},
+     {"libav"}},
 };
 
 std::vector<fs::path> sources()
