@@ -261,7 +261,7 @@ bool VideoHandler::start(Grabber* grabber, const QString& filename, int width, i
     mp_Grabber->start(priority);
     if (mp_Grabber->isRunning() || mp_Grabber->isFinished())
         return true;
-    // The OpenGL objects, which have been moved to the thread, stay, as after any refused start.
+    // The OpenGL objects, which have been moved to the thread, are kept, as after any refused start.
     logError(__LINE__, __func__, QObject::tr("There is no thread to record video '%1' with").arg(m_FileName));
     abortGrabbing();
     return false;

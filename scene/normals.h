@@ -6,8 +6,8 @@
 namespace tov::scene {
 
 /// Gives surfaces normals: the mean of the adjacent triangles, weighted by area, over those that meet the triangle at
-/// less than the crease angle. Vertices count as the same by place. A vertex that needs several normals is split; the
-/// copies are appended to every array. Thread: any.
+/// less than the crease angle. Vertices at the same place count as one. A vertex that needs several normals is split;
+/// the copies are appended to every array. Thread: any.
 TOV_EXPORT void addNormals(Geometry& geometry, double creaseDegrees = 40);
 
 } // namespace tov::scene

@@ -23,8 +23,7 @@ public:
     RecordingSettings(const RecordingSettings&) = delete;
     RecordingSettings& operator=(const RecordingSettings&) = delete;
 
-    /// False with one line in `error` when the user's settings hold something that is not a number where the request
-    /// depends on it.
+    /// False with one line in `error` when the request depends on a setting that is not a number.
     static bool check(const VideoRequest& request, QString* error);
     /// Frames per second: as requested, or the setting.
     static int rateOf(const VideoRequest& request);

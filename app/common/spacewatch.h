@@ -11,8 +11,8 @@
 namespace tov::app {
 
 /// Watches the disks that recordings fill: those of their files and of the temporary folder. When one has less free
-/// space than the setting "settings/lowspacelimit" (MB, initially 50; 0 = never), its recordings are stopped as by
-/// Stop: captured frames are kept. Checks every second, more often when space is low. Thread: application.
+/// space than the setting "settings/lowspacelimit" (MB, initially 50; 0 = never), its recordings are stopped as with
+/// the Stop button: captured frames are kept. Checks every second, more often when space is low. Thread: application.
 class SpaceWatch : public QObject
 {
     Q_OBJECT

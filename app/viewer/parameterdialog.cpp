@@ -31,7 +31,7 @@ struct ParameterField
 
 namespace {
 
-/// Room for the text below an editor, in pixels, so that it wraps into two lines at most as a rule.
+/// Room for the text below an editor, in pixels, so that it usually wraps into two lines at most.
 constexpr int HintWidth = 340;
 
 class TextPanel : public ParameterPanel

@@ -10,7 +10,7 @@ namespace tov::grab::render {
 inline bool takeFatalGlError()
 {
     constexpr GLenum FramebufferIncomplete = 0x0506, ContextLost = 0x0507;
-    // There is one flag per kind of error, but a lost context may report its loss for ever.
+    // There is one flag per kind of error, but a lost context may report its loss forever.
     constexpr int MaxErrors = 16;
     bool isFatal = false;
     for (int i = 0; i < MaxErrors; ++i) {

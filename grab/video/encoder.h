@@ -65,8 +65,8 @@ public:
     /// start, and the caller keeps the chunk. Thread: capture.
     bool encodeVideoChunk(QIODevice* chunk, bool isLast);
 
-    /// Waits until all queued chunks are encoded, then cleans up. Waits for ever if no chunk was marked as the last
-    /// one. Thread: command.
+    /// Waits until all queued chunks are encoded, then cleans up. Waits forever if no chunk was marked as the last one.
+    /// Thread: command.
     void waitForFinish();
 
     /// The last step of `waitForFinish` and `abortEncoding`: lets the plug-in finish, deletes everything and sets the

@@ -54,7 +54,7 @@ void Module::deleteCommands()
         if (processor)
             processor->destroyCommand(*it);
         else
-            delete *it; // after the end of the Overseer, none of their submitted work is left
+            delete *it; // after the end of the Overseer, none of their work is pending
     }
 }
 

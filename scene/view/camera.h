@@ -66,21 +66,21 @@ struct TOV_EXPORT Camera
 TOV_EXPORT tov::math::Matrix4 standardRotation(StandardView view);
 
 /// A camera at `position` that looks at `target`, with the lens of `lens`. When `up` is parallel to the view direction
-/// another axis is up. None when the points coincide or a value is not finite.
+/// another axis is up. No value if the points coincide or a value is not finite.
 TOV_EXPORT std::optional<Camera> lookAt(const Vector3& position, const Vector3& target, const Vector3& up,
                                         const Camera& lens = Camera());
 
-/// The camera at a pose (eye to scene; its scale is ignored), with lens and distance of `like`. Nothing when the matrix
+/// The camera at a pose (eye to scene; its scale is ignored), with lens and distance of `like`. No value if the matrix
 /// is not invertible or not finite.
 TOV_EXPORT std::optional<Camera> cameraOfPose(const tov::math::Matrix4& eyeToScene, const Camera& like = Camera());
 
 /// The camera of which `scaledMatrix` is the matrix: the inverse of `Camera::scaledMatrix`. Values that the matrix does
-/// not hold (the distance to the target, or the field of view of an orthographic lens) are taken from `like`. Nothing
+/// not hold (the distance to the target, or the field of view of an orthographic lens) are taken from `like`. No value
 /// for matrices that are not such views.
 TOV_EXPORT std::optional<Camera> cameraOfMatrix(const tov::math::Matrix4& scaledMatrix, const SceneExtent& extent,
                                                 const Camera& like = Camera());
 
-/// The camera of a file at its element. The target is as far ahead as the centre of the scene. Nothing when the camera
+/// The camera of a file at its element. The target is as far ahead as the centre of the scene. No value if the camera
 /// has no element or the element's transform is not a view. The caller must keep the scene from changing.
 TOV_EXPORT std::optional<Camera> cameraOfFile(const FileCamera& camera, const SceneExtent& extent);
 
@@ -92,7 +92,7 @@ struct Ray
 };
 
 /// The ray through a point of the picture; x and y from -1 (left, bottom) to 1 (right, top). `aspect` is width divided
-/// by height. Works for every matrix that `Camera::scaledMatrix` makes. None for singular matrices.
+/// by height. Works for every matrix that `Camera::scaledMatrix` makes. No value for singular matrices.
 TOV_EXPORT std::optional<Ray> rayThrough(const tov::math::Matrix4& scaledMatrix, double x, double y, double aspect);
 
 /// Finds the camera position from which a set of points just fits into the picture. Give it the points, then take the

@@ -63,7 +63,7 @@ public:
     void setStandardView(StandardView view, double azimuth = 0, double elevation = 0, double roll = 0);
     /// Moves the camera, lens unchanged. False when the points coincide or a value is not finite.
     bool lookAt(const tov::scene::Vector3& position, const tov::scene::Vector3& target, const tov::scene::Vector3& up);
-    /// Takes view and lens of a camera of a file. False when its place in the scene is not a view.
+    /// Takes view and lens of a camera of a file. False if its transform is not a view.
     bool setFileCamera(const tov::scene::FileCamera& camera);
     /// The vertical field of view in degrees, from `Camera::MinFieldOfView` to `Camera::MaxFieldOfView`. The camera
     /// moves so that the plane of the target keeps its size.
@@ -102,7 +102,7 @@ public:
     /// The camera that is drawn: during a flight one on the way, otherwise `getCamera`.
     tov::scene::Camera getShownCamera() const;
 
-    /// The ray in the scene through a position of the panel, in device-independent pixels. None when the matrix that
+    /// The ray in the scene through a position of the panel, in device-independent pixels. No value if the matrix that
     /// was set is singular.
     std::optional<tov::scene::Ray> rayAt(const QPointF& position) const;
     /// What is drawn at a position of the panel, in device-independent pixels; none where the background is.

@@ -11,7 +11,7 @@ namespace tov::test {
 
 namespace {
 
-/// Takes bytes from the front; throws where there are too few.
+/// Takes bytes from the front; throws if too few are left.
 class Bytes
 {
 public:

@@ -38,8 +38,8 @@ TOV_EXPORT inline std::atomic<long long> shortWrite{0};
 TOV_EXPORT inline std::atomic<int> bufferOpens{0};
 /// How many of the next calls of glGetError on capture threads report that memory ran out.
 TOV_EXPORT inline std::atomic<int> glErrors{0};
-/// Threads with this at the end of their name cannot be started, those without a name if it is empty; null: all can.
-/// Not in builds with the thread sanitizer.
+/// Threads whose name ends with this text cannot be started; an empty text means threads without a name; null: no
+/// fault. Not in builds with the thread sanitizer.
 TOV_EXPORT inline std::atomic<const char*> refusedThread{nullptr};
 /// What `QTime::restart` returns on capture threads, in milliseconds; while it is set, `QThread::msleep` does not sleep
 /// there. Null: the real time.

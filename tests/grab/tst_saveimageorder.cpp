@@ -86,7 +86,8 @@ protected:
         pixelThreads.clear();
         pixels = 0;
     }
-    /// The calls from that one on. The scene is unlocked once more by the destructor of its locker, which does nothing.
+    /// The calls from the given one on. The scene is unlocked once more by the destructor of its locker, which does
+    /// nothing.
     std::vector<std::string> callsFrom(const std::string& first)
     {
         std::vector<std::string> found(std::find(calls.begin(), calls.end(), first), calls.end());

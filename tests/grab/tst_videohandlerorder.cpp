@@ -189,7 +189,7 @@ TEST_F(VideoOrder, AFreeRecordingSubtractsTheLastWait)
     faults::onSleep = [](unsigned long milliseconds) { sleeps.push_back(milliseconds); };
     faults::onRestart = [] {
         const std::size_t i = restarts++;
-        // Long frames at the end, so that nothing more is slept.
+        // Long frames at the end, so that no sleep follows them.
         return i < Elapsed.size() ? Elapsed[i] : 1000;
     };
     VideoHandler handler;
@@ -356,29 +356,35 @@ void holdMapping()
 
 TEST_F(VideoOrder, TheHelperThreadLeavesAChunkBeforeItIsHandedOver)
 {
-    isMapping = isHandedOver = false;
-    captureId = 0;
-    std::atomic<bool> wasMapping{true};
-    m_Journal.onFirst = [&](const SeenChunk&) {
-        wasMapping = isMapping.load();
-        isHandedOver = true;
-    };
-    faults::onCall = [](const char* call) {
-        // From here on the capture thread waits for the helper only.
-        if (std::strcmp(call, "unlock context") == 0)
-            captureId = tov::test::threadId();
-    };
-    faults::onMadvise = holdMapping;
-    selectPoints(1);
-    VideoHandler handler;
-    Signals seen(handler);
-    // A frame that fills a whole number of pages.
-    ASSERT_TRUE(handler.startSyncedGrabbing(file("pages.raw"), 256, 256, newPanel()));
-    ASSERT_TRUE(processUntil([&] { return seen.finished == 1; }));
-    handler.stopGrabbing();
-    ASSERT_TRUE(isHandedOver);
-    EXPECT_FALSE(wasMapping);
-    EXPECT_EQ(m_Journal.totalSize(), 256 * 256 * 4);
+    // A chunk holds one frame: it is the last one, or it is handed over when the second frame needs another one.
+    setChunks(1, true);
+    for (const unsigned long frames : {1ul, 2ul}) {
+        SCOPED_TRACE(frames);
+        isMapping = isHandedOver = false;
+        captureId = 0;
+        std::atomic<bool> wasMapping{true};
+        m_Journal.onFirst = [&](const SeenChunk&) {
+            wasMapping = isMapping.load();
+            isHandedOver = true;
+        };
+        faults::onCall = [](const char* call) {
+            // From here on the capture thread waits for the helper only.
+            if (std::strcmp(call, "unlock context") == 0)
+                captureId = tov::test::threadId();
+        };
+        faults::onMadvise = holdMapping;
+        selectPoints(frames);
+        VideoHandler handler;
+        Signals seen(handler);
+        // A frame that fills a whole number of pages.
+        ASSERT_TRUE(handler.startSyncedGrabbing(file("pages.raw"), 512, 512, newPanel()));
+        ASSERT_TRUE(processUntil([&] { return seen.finished == 1; }));
+        handler.stopGrabbing();
+        ASSERT_TRUE(isHandedOver);
+        EXPECT_FALSE(wasMapping);
+        EXPECT_EQ(m_Journal.totalSize(), qint64(frames) * 512 * 512 * 4);
+        m_Journal.chunks.clear();
+    }
 }
 
 TEST_F(VideoOrder, RecordsAreTranslatedExceptOne)

@@ -112,7 +112,7 @@ const std::vector<Rule> Rules = {
     {"app/common/", {"kernel/", "scene/", "trajectory/", "app/common/", "plugins/platform/select/"}, {"libav"}},
     {"app/viewer/",
      {"kernel/", "scene/", "trajectory/", "app/common/", "app/viewer/", "app/cli/options/options.h",
-      "app/cli/reports/reporter.h", "app/cli/verbs.h"},
+      "app/cli/reports/reporter.h", "app/cli/verbs.h", "plugins/platform/select/"},
      {"libav"}},
     {"app/cli/options/", {"kernel/", "app/common/", "app/cli/options/"}, {"libav"}},
     {"app/cli/outputs/", {"kernel/", "app/common/", "app/cli/options/", "app/cli/outputs/"}, {"libav"}},

@@ -291,6 +291,39 @@ TEST_F(DrawingTest, SelfIntersectingMeshesLookLikeTheirTriangles)
     }
 }
 
+TEST_F(DrawingTest, SelfIntersectingMeshesShowTheirNearestTriangles)
+{
+    setLight(SceneLook::Light::None);
+    std::mt19937 random(5);
+    std::uniform_real_distribution<float> place(-0.5f, 0.5f);
+    std::uniform_int_distribution<int> colour(0, 65535);
+    // A closed mesh of random vertices, with a colour for each triangle. In the second mesh every triangle also faces
+    // the other way.
+    const Geometry shape = sphere(6);
+    std::vector<float> places(shape.positions.size());
+    std::generate(places.begin(), places.end(), [&] { return place(random); });
+    Geometry once, twice;
+    for (std::size_t first = 0; first < shape.indices.size(); first += 3) {
+        const std::array<std::uint16_t, 3> own = {std::uint16_t(colour(random)), std::uint16_t(colour(random)),
+                                                  std::uint16_t(colour(random))};
+        const auto add = [&](Geometry& mesh, std::size_t corner) {
+            mesh.indices.push_back(std::uint32_t(mesh.indices.size()));
+            const float* from = &places[3 * std::size_t(shape.indices[first + corner])];
+            mesh.positions.insert(mesh.positions.end(), from, from + 3);
+            mesh.colors.insert(mesh.colors.end(), own.begin(), own.end());
+            mesh.colors.push_back(65535);
+        };
+        for (const std::size_t corner : {0u, 1u, 2u}) {
+            add(once, corner);
+            add(twice, corner);
+        }
+        for (const std::size_t corner : {0u, 2u, 1u})
+            add(twice, corner);
+    }
+    EXPECT_EQ(flat(rootOf({element(std::move(once), Material())})),
+              flat(rootOf({element(std::move(twice), Material())})));
+}
+
 TEST_F(DrawingTest, SmoothEdgesFadeIntoTheBackground)
 {
     setLight(SceneLook::Light::None, 4);

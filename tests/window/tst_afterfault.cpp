@@ -42,7 +42,7 @@ TEST_F(WindowAfterFault, TheNextRecordingsAreComplete)
     if (faulty.isEmpty())
         GTEST_SKIP() << "no failing plug-in was found";
     openSample();
-    // One frame per chunk: many chunks.
+    // One frame per chunk, so that there are many chunks.
     tovSettings().setValue("settings/grabvideotempfilesize", 1);
     for (const QString& ending : faulty) {
         const bool ended = recordsToItsEnd(file("first." + ending));

@@ -8,7 +8,7 @@
 
 namespace tov::app {
 
-/// One result of a request: which models, which view, which file.
+/// One result of a request: its models, its view, its file.
 struct ResultPlan
 {
     QStringList models;

@@ -10,9 +10,9 @@
 
 namespace tov::app {
 
-/// SHA-256 of a sequence of values. Values of variable length are preceded by it, so that two sequences have the same
-/// digest only if all their values are equal. Numbers are taken in the byte order of the machine. Thread: any, one at a
-/// time.
+/// SHA-256 of a sequence of values. Values of variable length are preceded by their length, so that two sequences have
+/// the same digest only if all their values are equal. Numbers are taken in the byte order of the machine. Thread: any,
+/// one at a time.
 class Digest
 {
 public:

@@ -13,7 +13,7 @@ namespace tov::app {
 
 namespace {
 
-/// Of the 64 digits of the digest; enough that no two recordings ever have the same key.
+/// Digits of the digest (of 64) that are used; enough to make every key unique.
 constexpr int KeyDigits = 32;
 /// To be increased when the same facts lead to different frames or different parts.
 constexpr int KeyVersion = 1;

@@ -287,7 +287,7 @@ bool PartRun::join()
         return m_Reporter.fail(error);
     if (!deliver(output))
         return false;
-    // Before another process joins them.
+    // Removed under the lock, before another process can join them.
     if (!m_Recording.request.keepsParts)
         m_Folder.removeParts();
     return true;

@@ -73,7 +73,7 @@ bool applyOpacities(const LookRequest& look, QString* error)
     SceneElement* root = scene->getRootNode();
     if (!root)
         return true;
-    // An earlier job of the same process may have left other values.
+    // An earlier job of the same process may have set other values.
     setOpacityBelow(root, 1);
     for (const auto& [name, opacity] : look.opacities)
         if (!setOpacityOf(root, name, float(opacity))) {

@@ -26,7 +26,7 @@ public:
     AVIOContext* context() const { return mp_Context; }
     /// True after the first failed write or seek.
     bool failed() const { return m_Failed; }
-    /// Writes past the muxer; false on failure.
+    /// Writes bytes that do not come from the muxer; false on failure.
     bool write(const char* data, qint64 size);
     /// Moves to a position in bytes; false on failure.
     bool seek(qint64 position);

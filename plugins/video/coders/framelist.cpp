@@ -104,7 +104,7 @@ bool linkOrCopy(const QString& from, const QString& to)
         return false;
     }
     const bool isRenamed = ::rename(QFile::encodeName(temporary).constData(), QFile::encodeName(to).constData()) == 0;
-    // Still there when both are already names of the same file.
+    // It still exists if both names already belonged to the same file.
     QFile::remove(temporary);
     return isRenamed;
 }

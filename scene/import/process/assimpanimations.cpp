@@ -70,7 +70,7 @@ ChannelData morphChannel(const aiMeshMorphAnim& from, double perSecond, std::uin
     return channel;
 }
 
-/// The keys of a channel may come in any order from some formats.
+/// Some formats store the keys of a channel in any order.
 void sortKeys(ChannelData& channel, std::size_t each)
 {
     if (channel.values.size() != channel.times.size() * each ||
