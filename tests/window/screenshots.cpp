@@ -24,6 +24,7 @@
 
 #include <QAction>
 #include <QApplication>
+#include <QComboBox>
 #include <QDockWidget>
 #include <QElapsedTimer>
 #include <QFileInfo>
@@ -34,6 +35,7 @@
 #include <QTest>
 #include <QTimer>
 
+#include <algorithm>
 #include <cstdio>
 #include <functional>
 #include <utility>
@@ -91,6 +93,51 @@ void dialogOf(QAction* action, const std::function<void(QWidget*)>& inDialog)
     });
     timer.start(50);
     action->trigger();
+}
+
+/// A selected and measured part with its size, the scene cut open, and the editor of a camera path.
+void saveTools(MainWindow& window)
+{
+    const auto trigger = [&](const char* name) { window.findChild<QAction*>(QLatin1String(name))->trigger(); };
+    auto* view = window.getPanelGrid()->getActivePanel();
+    auto* dock = window.findChild<QDockWidget*>(QStringLiteral("InspectDock"));
+    dock->show();
+    dock->raise();
+    QCoreApplication::processEvents();
+    view->fitToView();
+    const QPoint middle(view->width() / 2, view->height() / 2);
+    QTest::mouseClick(view, Qt::LeftButton, {}, middle);
+    trigger("BoundingBoxAction");
+    trigger("MeasureAction");
+    // The first and the last place of the middle row where the model is.
+    int left = view->width(), right = 0;
+    for (int x = 0; x < view->width(); x += 2)
+        if (view->pickAt(QPointF(x, middle.y()))) {
+            left = std::min(left, x);
+            right = x;
+        }
+    QTest::mouseClick(view, Qt::LeftButton, {}, QPoint(left, middle.y()));
+    QTest::mouseClick(view, Qt::LeftButton, {}, QPoint(right, middle.y()));
+    save(&window, "inspect");
+    trigger("MeasureAction");
+    trigger("BoundingBoxAction");
+    QTest::mouseClick(view, Qt::LeftButton, {}, QPoint(3, 3));
+    auto* axis = window.findChild<QComboBox*>(QStringLiteral("ClipAxis"));
+    axis->setCurrentIndex(1);
+    save(&window, "clip");
+    axis->setCurrentIndex(0);
+    dock->hide();
+    for (int i = 0; i < 3; ++i) {
+        trigger("AddPathViewAction");
+        view->orbit(40, 5);
+    }
+    view->setFollowsTrajectory(false);
+    view->fitToView();
+    view->zoom(0.5);
+    save(&window, "path");
+    window.findChild<QDockWidget*>(QStringLiteral("PathDock"))->hide();
+    view->setFollowsTrajectory(true);
+    view->setStandardView(ScenePanel::StandardView::Isometric);
 }
 
 /// The action at a place of a menu, separators not counted.
@@ -153,6 +200,7 @@ int main(int argc, char** argv)
     look->raise();
     save(&window, "look");
     look->hide();
+    saveTools(window);
 
     grid->setPanelCount(4);
     const ScenePanel::StandardView views[] = {ScenePanel::StandardView::Isometric, ScenePanel::StandardView::Front,
