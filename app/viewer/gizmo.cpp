@@ -24,6 +24,8 @@ constexpr int LeastPanelEdge = 180;
 /// A drag across the gizmo turns the view by this much.
 constexpr double DragDegrees = 180;
 constexpr int ClickReach = 4;
+/// An end that is nearer than this points to the viewer.
+constexpr double Facing = 0.9999;
 
 const QColor AxisColors[3] = {QColor(226, 70, 82), QColor(110, 168, 36), QColor(54, 130, 232)};
 const char* const AxisNames[3] = {"X", "Y", "Z"};
@@ -99,7 +101,6 @@ void Gizmo::choose(const QPointF& position)
     if (!end)
         return;
     // A click on the end that points to the viewer shows the opposite side.
-    constexpr double Facing = 0.9999;
     emit sideChosen(end->depth > Facing ? Sides[end->axis][end->isPositive ? 0 : 1] : end->side);
 }
 
@@ -130,10 +131,15 @@ void Gizmo::paintEvent(QPaintEvent*)
             painter.setPen(Qt::white);
             painter.drawText(circle, Qt::AlignCenter, QLatin1String(AxisNames[end.axis]));
         } else {
+            const bool isInFront = end.depth > Facing;
             QColor filling = color;
-            filling.setAlpha(90);
+            filling.setAlpha(isInFront ? 255 : 90);
             painter.setBrush(filling);
             painter.drawEllipse(circle.adjusted(2, 2, -2, -2));
+            if (isInFront) {
+                painter.setPen(Qt::white);
+                painter.drawText(circle, Qt::AlignCenter, QLatin1Char('-') + QLatin1String(AxisNames[end.axis]));
+            }
         }
     }
 }

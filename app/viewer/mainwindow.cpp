@@ -49,6 +49,7 @@
 #include <QLineEdit>
 #include <QLocale>
 #include <QMimeData>
+#include <QScrollArea>
 #include <QStatusBar>
 #include <QToolBar>
 #include <QVBoxLayout>
@@ -62,6 +63,16 @@ using tov::trajectory::TrajectoryHandler;
 namespace {
 
 constexpr int StatusMs = 10000;
+
+/// `content` in an area that scrolls, so that it does not make the window higher than the screen.
+QScrollArea* scrolling(QWidget* content)
+{
+    auto* area = new QScrollArea;
+    area->setWidgetResizable(true);
+    area->setFrameShape(QFrame::NoFrame);
+    area->setWidget(content);
+    return area;
+}
 
 } // namespace
 
@@ -179,10 +190,10 @@ void MainWindow::createSidePanels()
 {
     mp_Look = new LookPanel(this);
     connect(mp_Look, &LookPanel::failed, this, &MainWindow::warn);
-    auto* look = addDock(tr("Look"), "LookDock", mp_Look, Qt::RightDockWidgetArea);
+    auto* look = addDock(tr("Look"), "LookDock", scrolling(mp_Look), Qt::RightDockWidgetArea);
     mp_Inspect = new InspectPanel(this);
     connect(mp_Edits, &EditQueue::edited, mp_Inspect, &InspectPanel::refresh);
-    auto* inspect = addDock(tr("Inspect"), "InspectDock", mp_Inspect, Qt::RightDockWidgetArea);
+    auto* inspect = addDock(tr("Inspect"), "InspectDock", scrolling(mp_Inspect), Qt::RightDockWidgetArea);
     tabifyDockWidget(look, inspect);
     // Hidden until the user opens them, so that the views have all the space.
     look->hide();

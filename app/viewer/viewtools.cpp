@@ -106,28 +106,34 @@ void ViewTools::createPathEditor()
     });
 }
 
-void ViewTools::addTo(QMenu* menu)
+QAction* ViewTools::addSwitch(QMenu* menu, const QString& text, const char* name, bool isOn,
+                              const std::function<void(bool)>& change)
 {
-    menu->addAction(mp_FitSelection);
-    menu->addAction(mp_Measure);
-    menu->addAction(mp_Box);
-    menu->addAction(mp_AddPathView);
-    const auto addSwitch = [&](const QString& text, const char* name, bool isOn, std::function<void(bool)> change) {
-        auto* action = menu->addAction(text);
-        action->setObjectName(QLatin1String(name));
-        action->setCheckable(true);
-        action->setChecked(isOn);
-        connect(action, &QAction::toggled, this, std::move(change));
-        return action;
-    };
-    addSwitch(tr("&Link cameras"), "LinkCamerasAction", false, [this](bool linked) {
-        mp_Links->setLinked(linked);
-    })->setShortcut(QKeySequence(QStringLiteral("Ctrl+L")));
-    addSwitch(tr("Show a&xes"), "ShowAxesAction", m_Parts.grid->areGizmosShown(), [this](bool shown) {
+    auto* action = menu->addAction(text);
+    action->setObjectName(QLatin1String(name));
+    action->setCheckable(true);
+    action->setChecked(isOn);
+    connect(action, &QAction::toggled, this, change);
+    return action;
+}
+
+void ViewTools::addToView(QMenu* menu)
+{
+    auto* link = addSwitch(menu, tr("&Link cameras"), "LinkCamerasAction", false,
+                           [this](bool linked) { mp_Links->setLinked(linked); });
+    link->setShortcut(QKeySequence(QStringLiteral("Ctrl+L")));
+    addSwitch(menu, tr("Show a&xes"), "ShowAxesAction", m_Parts.grid->areGizmosShown(), [this](bool shown) {
         tovSettings().setValue(GizmoKey, shown);
         m_Parts.grid->setGizmosShown(shown);
     });
-    addSwitch(tr("A&nimate camera movements"), "FlightsAction", areFlightsEnabled(), [this](bool enabled) {
+}
+
+void ViewTools::addToTools(QMenu* menu)
+{
+    for (QAction* action : {mp_Measure, mp_Box, mp_FitSelection, mp_AddPathView})
+        menu->addAction(action);
+    menu->addSeparator();
+    addSwitch(menu, tr("A&nimate camera movements"), "FlightsAction", areFlightsEnabled(), [this](bool enabled) {
         setFlightsEnabled(enabled);
         for (auto* view : m_Parts.grid->getPanels())
             view->setFlightDuration(flightDuration());

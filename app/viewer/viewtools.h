@@ -2,6 +2,8 @@
 
 #include <QObject>
 
+#include <functional>
+
 class QAction;
 class QMainWindow;
 class QMenu;
@@ -41,8 +43,10 @@ public:
     explicit ViewTools(const Parts& parts);
     ~ViewTools() override;
 
-    /// Adds the tools to the View menu.
-    void addTo(QMenu* menu);
+    /// Adds what changes the display of the views to the View menu.
+    void addToView(QMenu* menu);
+    /// Fills the Tools menu.
+    void addToTools(QMenu* menu);
     PathEditor* getPathEditor() const { return mp_Path; }
     ViewMarks* getMarks() const { return mp_Marks; }
 
@@ -52,6 +56,8 @@ signals:
 private:
     void createActions();
     void createPathEditor();
+    QAction* addSwitch(QMenu* menu, const QString& text, const char* name, bool isOn,
+                       const std::function<void(bool)>& change);
     void watchScene();
     void watch(tov::gui::ScenePanel* view);
     void click(tov::gui::ScenePanel* view, const QPointF& position, Qt::KeyboardModifiers modifiers);

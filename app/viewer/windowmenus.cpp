@@ -32,6 +32,7 @@ enum MenuPosition
 {
     FileMenu = 1000,
     ViewMenu = 2000,
+    ToolsMenu = 3000,
     HelpMenu = 9000,
 };
 
@@ -41,6 +42,7 @@ WindowMenus::WindowMenus(WindowParts parts) : QObject(parts.window), m_Parts(std
 {
     createFileMenu();
     createViewMenu();
+    m_Parts.tools->addToTools(m_Parts.actions->addOwnMenu(tr("&Tools"), ToolsMenu));
     createHelpMenu();
 }
 
@@ -88,8 +90,7 @@ void WindowMenus::createViewMenu()
     mp_View->addSeparator();
     addCameraActions();
     mp_View->addSeparator();
-    m_Parts.tools->addTo(mp_View);
-    mp_View->addSeparator();
+    m_Parts.tools->addToView(mp_View);
     addGuides();
     mp_View->addSeparator();
     addDocks();
