@@ -4,9 +4,11 @@
 #include "scene/sceneelement.h"
 
 #include <array>
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <vector>
 
 namespace tov::scene {
@@ -55,6 +57,14 @@ public:
         float position[3];
         float normal[3];
         std::uint16_t color[4]; ///< linear, 65535 = 1; multiplies the material's base colour
+    };
+    /// Whether the surface bounds solid bodies, of which only one side of the triangles is seen from outside.
+    enum class Solidity
+    {
+        Unknown, ///< not examined yet
+        None,
+        Outward, ///< triangles are counter-clockwise, seen from outside
+        Inward,
     };
     /// Skin and morph data: the arrays of `Geometry`, in drawing order.
     struct Deformation
@@ -117,6 +127,15 @@ public:
     /// Counts the calls of `changeVertices`.
     unsigned int getRevision() const { return m_Revision; }
 
+    /// `Unknown` until `examineSolidity` was called; `None` once the shape has changed.
+    Solidity getSolidity() const;
+    /// For each chunk of a solid surface, whether it must be drawn from both sides all the same. Only valid if
+    /// `getSolidity` is `Outward` or `Inward`.
+    const std::vector<bool>& getTwoSidedChunks() const { return m_TwoSidedChunks; }
+    /// Finds out whether the surface is solid (`findSolidSurface`), unless that is known. Takes about a second per
+    /// million triangles. Thread: any.
+    void examineSolidity() const;
+
     /// The drawer's buffers for this element; used by the drawer only.
     struct Buffers;
     mutable std::shared_ptr<Buffers> mp_Buffers;
@@ -143,6 +162,9 @@ private:
     bool m_HasColors = false;
     bool m_NormalsFollowWinding = true;
     float m_Opacity = 1;
+    mutable std::mutex m_SolidityMutex; ///< held while the surface is examined
+    mutable std::atomic<Solidity> m_Solidity{Solidity::Unknown};
+    mutable std::vector<bool> m_TwoSidedChunks; ///< written before `m_Solidity`
     unsigned int m_Revision = 0;
 };
 

@@ -221,4 +221,37 @@ std::shared_ptr<const Environment> Environment::studio()
     return instance;
 }
 
+std::array<Environment::Color, 10> irradianceForm(const Environment& environment, const tov::math::Matrix4& turn)
+{
+    std::array<Environment::Color, 10> result{};
+    const auto& sh = environment.getIrradiance();
+    for (std::size_t c = 0; c < 3; ++c) {
+        tov::math::Matrix4 form;
+        form(0, 0) = sh[8][c];
+        form(1, 1) = -sh[8][c];
+        form(2, 2) = 3 * sh[6][c];
+        form(0, 1) = form(1, 0) = sh[4][c] / 2;
+        form(1, 2) = form(2, 1) = sh[5][c] / 2;
+        form(2, 0) = form(0, 2) = sh[7][c] / 2;
+        form = turn.transposed() * form * turn;
+        const double linear[3] = {sh[3][c], sh[1][c], sh[2][c]};
+        result[0][c] = sh[0][c] - sh[6][c];
+        for (unsigned int axis = 0; axis < 3; ++axis) {
+            result[1 + axis][c] =
+                float(turn(0, axis) * linear[0] + turn(1, axis) * linear[1] + turn(2, axis) * linear[2]);
+            result[4 + axis][c] = float(form(axis, axis));
+            result[7 + axis][c] = float(2 * form(axis, (axis + 1) % 3));
+        }
+    }
+    return result;
+}
+
+Environment::Direction studioKeyDirection()
+{
+    constexpr Environment::Direction direction = {-0.45f, 0.65f, 0.612f};
+    const float length =
+        std::sqrt(direction[0] * direction[0] + direction[1] * direction[1] + direction[2] * direction[2]);
+    return {direction[0] / length, direction[1] / length, direction[2] / length};
+}
+
 } // namespace tov::scene

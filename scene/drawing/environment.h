@@ -1,6 +1,7 @@
 #pragma once
 
 #include "kernel/main/export.h"
+#include "kernel/math/matrix.h"
 
 #include <array>
 #include <cstddef>
@@ -47,5 +48,15 @@ private:
     std::array<Color, 9> m_Irradiance{};
     std::uint64_t m_Id;
 };
+
+/// The environment's irradiance divided by pi as a quadratic form in the normal: the colours that multiply 1, x, y, z,
+/// xx, yy, zz, xy, yz and zx. `turn`: from the normal's axes to those of the environment. Thread: any.
+TOV_EXPORT std::array<Environment::Color, 10> irradianceForm(const Environment& environment,
+                                                             const tov::math::Matrix4& turn);
+
+/// The radiance of the studio's key light, times pi. It is white.
+constexpr float StudioKeyStrength = 0.5f;
+/// The direction towards the studio's key light in eye axes: up to the left of the camera. Thread: any.
+TOV_EXPORT Environment::Direction studioKeyDirection();
 
 } // namespace tov::scene

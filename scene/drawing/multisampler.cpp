@@ -23,13 +23,16 @@ QOpenGLExtraFunctions* functions()
     return QOpenGLContext::currentContext()->extraFunctions();
 }
 
-void blit(unsigned int from, unsigned int to, const std::array<int, 4>& area)
+void blit(unsigned int from, unsigned int to, const DrawingArea& area)
 {
     auto* gl = functions();
     gl->glBindFramebuffer(GL_READ_FRAMEBUFFER, from);
     gl->glBindFramebuffer(GL_DRAW_FRAMEBUFFER, to);
-    const int right = area[0] + area[2], top = area[1] + area[3];
-    gl->glBlitFramebuffer(area[0], area[1], right, top, area[0], area[1], right, top, GL_COLOR_BUFFER_BIT, GL_NEAREST);
+    for (const auto& band : area.bands) {
+        const int right = band[0] + band[2], top = band[1] + band[3];
+        gl->glBlitFramebuffer(band[0], band[1], right, top, band[0], band[1], right, top, GL_COLOR_BUFFER_BIT,
+                              GL_NEAREST);
+    }
 }
 
 void clearErrors()
@@ -99,16 +102,16 @@ SampleBuffer::~SampleBuffer()
     GeometryElement::Buffers::abandonRenderbuffer(group, depth);
 }
 
-Multisampler::Multisampler(SampleBuffer& buffer, int samples, const std::array<int, 4>& area)
-    : m_Buffer(buffer), m_Area(area)
+Multisampler::Multisampler(SampleBuffer& buffer, int samples, const DrawingArea& area) : m_Buffer(buffer), m_Area(area)
 {
-    if (samples < 2 || area[2] <= 0 || area[3] <= 0)
+    const auto& bounds = area.bounds;
+    if (samples < 2 || area.bands.empty())
         return;
     auto* gl = functions();
     GLint bound = 0;
     gl->glGetIntegerv(GL_DRAW_FRAMEBUFFER_BINDING, &bound);
     m_Target = unsigned(bound);
-    const int width = area[0] + area[2], height = area[1] + area[3];
+    const int width = bounds[0] + bounds[2], height = bounds[1] + bounds[3];
     const bool isReusable = buffer.framebuffer != 0 && buffer.context == QOpenGLContext::currentContext() &&
                             buffer.samples == samples && buffer.width >= width && buffer.height >= height;
     if (!isReusable && !make(buffer, samples, std::max(width, buffer.width), std::max(height, buffer.height))) {
@@ -123,7 +126,7 @@ Multisampler::Multisampler(SampleBuffer& buffer, int samples, const std::array<i
     // Only the colour is copied: pictures start from an empty depth buffer.
     blit(m_Target, buffer.framebuffer, area);
     gl->glBindFramebuffer(GL_FRAMEBUFFER, buffer.framebuffer);
-    gl->glScissor(area[0], area[1], area[2], area[3]);
+    gl->glScissor(bounds[0], bounds[1], bounds[2], bounds[3]);
     gl->glEnable(GL_SCISSOR_TEST);
     gl->glDepthMask(GL_TRUE);
     gl->glClear(GL_DEPTH_BUFFER_BIT);

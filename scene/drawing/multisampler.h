@@ -1,9 +1,9 @@
 #pragma once
 
+#include "scene/drawing/drawingarea.h"
+
 #include <QOpenGLContext>
 #include <QPointer>
-
-#include <array>
 
 namespace tov::scene {
 
@@ -27,14 +27,15 @@ struct SampleBuffer
     ~SampleBuffer();
 };
 
-/// While it exists, drawing goes into a multisample buffer whose part `area` (x, y, width, height in pixels) starts as
-/// a copy of the bound framebuffer; at the end that part is resolved into the framebuffer, which is bound again. Pixels
-/// outside of the area are undefined. Does nothing for fewer than two samples, for an empty area, or where OpenGL
+/// While it exists, drawing goes into a multisample buffer whose bands (`DrawingArea`) start as a copy of the bound
+/// framebuffer; at the end they are resolved into the framebuffer, which is bound again. Pixels outside of the bands
+/// are undefined. Does nothing for fewer than two samples, for an empty area, or where OpenGL
 /// refuses, which leaves no OpenGL error. Thread: the current context's.
 class Multisampler
 {
 public:
-    Multisampler(SampleBuffer& buffer, int samples, const std::array<int, 4>& area);
+    /// `area` must outlive the object.
+    Multisampler(SampleBuffer& buffer, int samples, const DrawingArea& area);
     Multisampler(const Multisampler&) = delete;
     Multisampler& operator=(const Multisampler&) = delete;
     ~Multisampler();
@@ -44,7 +45,7 @@ public:
 
 private:
     SampleBuffer& m_Buffer;
-    const std::array<int, 4> m_Area;
+    const DrawingArea& m_Area;
     unsigned int m_Target = 0;
     bool m_IsActive = false;
 };

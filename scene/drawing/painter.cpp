@@ -32,12 +32,11 @@ constexpr std::size_t aligned(std::size_t bytes)
 constexpr std::size_t FrameBytes = aligned(sizeof(FrameBlock));
 constexpr std::size_t PartBytes = aligned(sizeof(PartBlock));
 
+/// Surfaces with fewer triangles are drawn from both sides: examining them would not pay.
+constexpr std::size_t LeastSolidTriangles = 2000;
+
 /// A part that is drawn as points has at least this many, if it has as many vertices.
 constexpr std::size_t LeastSketchPoints = 500;
-
-/// The key light of the studio, in eye axes: above and to the left of the camera.
-constexpr float KeyDirection[3] = {-0.45f, 0.65f, 0.612f};
-constexpr float KeyStrength = 0.5f;
 
 QOpenGLExtraFunctions* functions()
 {
@@ -80,30 +79,6 @@ Matrix4 normalMatrix(const Matrix4& m)
         for (unsigned int c = 0; c < 3; ++c)
             result(r, c) /= largest;
     return result;
-}
-
-/// The environment's irradiance as a quadratic form in eye axes; `turn`: eye axes to those of the environment.
-void putIrradiance(const Environment& environment, const Matrix4& turn, FrameBlock& block)
-{
-    const auto& sh = environment.getIrradiance();
-    for (std::size_t c = 0; c < 3; ++c) {
-        Matrix4 form;
-        form(0, 0) = sh[8][c];
-        form(1, 1) = -sh[8][c];
-        form(2, 2) = 3 * sh[6][c];
-        form(0, 1) = form(1, 0) = sh[4][c] / 2;
-        form(1, 2) = form(2, 1) = sh[5][c] / 2;
-        form(2, 0) = form(0, 2) = sh[7][c] / 2;
-        form = turn.transposed() * form * turn;
-        const double linear[3] = {sh[3][c], sh[1][c], sh[2][c]};
-        block.irradiance[0][c] = sh[0][c] - sh[6][c];
-        for (unsigned int axis = 0; axis < 3; ++axis) {
-            block.irradiance[1 + axis][c] =
-                float(turn(0, axis) * linear[0] + turn(1, axis) * linear[1] + turn(2, axis) * linear[2]);
-            block.irradiance[4 + axis][c] = float(form(axis, axis));
-            block.irradiance[7 + axis][c] = float(2 * form(axis, (axis + 1) % 3));
-        }
-    }
 }
 
 void putClipPlane(const ClipPlane& clip, const Matrix4& toScene, PartBlock& block)
@@ -209,7 +184,7 @@ void Painter::addSurface(std::size_t item)
         if (call.isBlended)
             addBlended(call, m_Items[item]);
         else
-            m_Calls.push_back(call);
+            addOpaque(call);
     } else {
         const bool isPoints = m_Look.show == SceneLook::Show::Points;
         Call call = makeCall(item, isPoints ? Content::Vertices : Content::Outlines, material);
@@ -230,6 +205,27 @@ void Painter::addSketch(std::size_t item)
     call.features &= ~unsigned(ShaderRoundPoints | ShaderCoverage);
     // Small parts are not thinned out.
     call.vertexStep = std::clamp<std::size_t>(element.getVertices().size() / LeastSketchPoints, 1, m_SketchStep);
+    m_Calls.push_back(call);
+}
+
+/// Solid bodies are drawn by their outer sides, unless the near plane or the clip plane cuts them open.
+void Painter::addOpaque(Call call)
+{
+    const auto& element = *call.element;
+    const bool isSolid = call.sides == Sides::Both && !m_Look.clip &&
+                         call.material->alphaMode == Material::AlphaMode::Opaque &&
+                         element.getIndices().size() / 3 >= LeastSolidTriangles &&
+                         m_View.isBeyondNearPlane(element.getBox(), m_Items[call.item].toScene);
+    if (isSolid && m_ExaminesSolidity)
+        element.examineSolidity();
+    const auto solidity = isSolid ? element.getSolidity() : GeometryElement::Solidity::None;
+    if (solidity == GeometryElement::Solidity::Outward || solidity == GeometryElement::Solidity::Inward) {
+        Call twoSided = call;
+        twoSided.chunks = Chunks::TwoSided;
+        m_Calls.push_back(twoSided);
+        call.chunks = Chunks::OneSided;
+        call.sides = solidity == GeometryElement::Solidity::Outward ? Sides::Front : Sides::Back;
+    }
     m_Calls.push_back(call);
 }
 
@@ -266,6 +262,7 @@ Painter::Call Painter::makeCall(std::size_t item, Content content, const Materia
     call.isBlended = !isEdge && (element.getOpacity() < 1 || material.alphaMode == Material::AlphaMode::Blend ||
                                  (material.transmission > 0 && !material.unlit));
     call.sides = isSurface && content == Content::Primitives && !isTwoSided(material) ? Sides::Front : Sides::Both;
+    call.chunks = Chunks::All;
     call.features = featuresOf(element, material, isLit);
     const bool isPoints =
         content == Content::Vertices || (content == Content::Primitives && element.getKind() == Geometry::Kind::Points);
@@ -308,6 +305,7 @@ unsigned int Painter::featuresOf(const GeometryElement& element, const Material&
         // Inaccurate for slivers, so used only if the winding is unreliable.
         set(ShaderSeenSide, isTwoSided(material) && !element.doNormalsFollowWinding());
         set(ShaderTurned, m_Look.light == SceneLook::Light::Environment);
+        set(ShaderParallel, m_View.isParallel);
         set(ShaderTangents, material.normalTexture && !element.getTangents().empty());
     }
     const unsigned int useful = isPhysical ? ~0u
@@ -376,19 +374,15 @@ FrameBlock Painter::frameBlock() const
             for (unsigned int c = 0; c < 3; ++c)
                 turn(r, c) = m_View.eye(c, r);
     }
-    if (m_Environment)
-        putIrradiance(*m_Environment, turn, block);
+    if (m_Environment) {
+        const auto form = irradianceForm(*m_Environment, turn);
+        for (std::size_t i = 0; i < form.size(); ++i)
+            std::copy(form[i].begin(), form[i].end(), block.irradiance[i]);
+    }
     for (unsigned int c = 0; c < 3; ++c)
         for (unsigned int r = 0; r < 3; ++r)
             block.environment[c][r] = float(turn(r, c));
-    const float length = std::sqrt(KeyDirection[0] * KeyDirection[0] + KeyDirection[1] * KeyDirection[1] +
-                                   KeyDirection[2] * KeyDirection[2]);
-    for (std::size_t axis = 0; axis < 3; ++axis) {
-        block.keyDirection[axis] = KeyDirection[axis] / length;
-        block.keyColor[axis] = KeyStrength;
-    }
-    block.keyColor[3] = float(m_Look.exposure);
-    block.view[0] = m_View.isParallel ? 1 : 0;
+    block.light[0] = float(m_Look.exposure);
     return block;
 }
 
@@ -559,7 +553,14 @@ void Painter::drawVertices(std::size_t first, std::size_t count, std::size_t ste
         functions()->glDrawArrays(GL_POINTS, GLint(begin), GLsizei(end - begin));
 }
 
-/// Adjacent visible chunks are drawn by one call.
+bool Painter::isWanted(const Call& call, const Frustum& frustum, std::size_t chunk) const
+{
+    if (!frustum.mayShow(call.element->getChunks()[chunk].box))
+        return false;
+    return call.chunks == Chunks::All || call.element->getTwoSidedChunks()[chunk] == (call.chunks == Chunks::TwoSided);
+}
+
+/// Neighbouring chunks that are wanted go into one call.
 void Painter::drawChunks(const Call& call) const
 {
     auto* gl = functions();
@@ -570,13 +571,13 @@ void Painter::drawChunks(const Call& call) const
     const Frustum frustum((isWide(call) ? m_WideClip : m_View.clip) * m_Items[call.item].toScene);
     const auto& chunks = call.element->getChunks();
     for (std::size_t i = 0; i < chunks.size();) {
-        if (!frustum.mayShow(chunks[i].box)) {
+        if (!isWanted(call, frustum, i)) {
             ++i;
             continue;
         }
         const auto& first = chunks[i];
         std::size_t indices = 0, vertices = 0;
-        for (; i < chunks.size() && frustum.mayShow(chunks[i].box); ++i) {
+        for (; i < chunks.size() && isWanted(call, frustum, i); ++i) {
             indices += chunks[i].indexCount;
             vertices += chunks[i].vertexCount;
         }

@@ -47,6 +47,8 @@ public:
 
     /// From now on surfaces are added as points, one for each `vertexStep` vertices, `pixels` wide: a quick sketch.
     void sketch(std::size_t vertexStep, double pixels);
+    /// From now on large surfaces whose solidity is unknown are examined when they are added.
+    void examineSolidity() { m_ExaminesSolidity = true; }
 
     /// Adds an element, which must outlive `draw`.
     void add(const DrawItem& item);
@@ -67,6 +69,12 @@ private:
         Front,
         Back,
     };
+    enum class Chunks
+    {
+        All,
+        OneSided, ///< those of a solid surface that show one side only
+        TwoSided, ///< the others
+    };
     struct Call
     {
         const GeometryElement* element;
@@ -74,6 +82,7 @@ private:
         std::size_t materialNumber;
         Content content;
         Sides sides;
+        Chunks chunks;
         unsigned int features;
         std::size_t part;       ///< number of its block
         std::size_t vertexStep; ///< of `Content::Vertices`: vertices per point
@@ -85,6 +94,7 @@ private:
 
     void addSurface(std::size_t item);
     void addSketch(std::size_t item);
+    void addOpaque(Call call);
     void addBlended(Call call, const DrawItem& item);
     Call makeCall(std::size_t item, Content content, const Material& material);
     bool isWide(const Call& call) const;
@@ -98,6 +108,7 @@ private:
     void setWidth(const Call& call) const;
     void bindTextures(const Call& call);
     bool bindVertices(const Call& call, std::size_t& edgeIndexCount) const;
+    bool isWanted(const Call& call, const Frustum& frustum, std::size_t chunk) const;
     void drawChunks(const Call& call) const;
     static void drawVertices(std::size_t first, std::size_t count, std::size_t step);
     void make(const Call& call);
@@ -120,6 +131,7 @@ private:
     std::vector<PartBlock> m_Parts;
     std::size_t m_SketchStep = 1; ///< 1: surfaces are not sketched
     double m_SketchPixels = 0;
+    bool m_ExaminesSolidity = false;
     unsigned int m_Program = 0;
     const Material* mp_BoundMaterial = nullptr;
     unsigned int m_BoundFeatures = 0;

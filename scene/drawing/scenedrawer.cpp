@@ -2,6 +2,7 @@
 
 #include "scene/drawing/batcher.h"
 #include "scene/drawing/drawbuffers.h"
+#include "scene/drawing/drawingarea.h"
 #include "scene/drawing/multisampler.h"
 #include "scene/drawing/painter.h"
 #include "scene/drawing/savedstate.h"
@@ -91,37 +92,14 @@ std::vector<DrawItem> itemsOf(const SceneElement* root, const SceneElement* only
     return items;
 }
 
-/// The pixels that can change: the viewport, limited to the scissor and the items. The grid may be anywhere.
-std::array<int, 4> drawingArea(const View& view, const std::vector<DrawItem>& items, const SceneLook& look,
-                               bool hasGrid)
-{
-    std::array<int, 4> area = {view.viewport[0], view.viewport[1], view.viewport[2], view.viewport[3]};
-    const auto intersect = [&area](double left, double bottom, double right, double top) {
-        const int x = std::max(area[0], int(std::floor(std::clamp(left, -1e8, 1e8))));
-        const int y = std::max(area[1], int(std::floor(std::clamp(bottom, -1e8, 1e8))));
-        const int endX = std::min(area[0] + area[2], int(std::ceil(std::clamp(right, -1e8, 1e8))));
-        const int endY = std::min(area[1] + area[3], int(std::ceil(std::clamp(top, -1e8, 1e8))));
-        area = {x, y, std::max(0, endX - x), std::max(0, endY - y)};
-    };
-    if (glIsEnabled(GL_SCISSOR_TEST)) {
-        GLint own[4];
-        glGetIntegerv(GL_SCISSOR_BOX, own);
-        intersect(own[0], own[1], double(own[0]) + own[2], double(own[1]) + own[3]);
-    }
-    if (hasGrid)
-        return area;
-    const double reach = std::max(look.pointSize, look.lineWidth) * view.pictureHeight / 2 + 2;
-    std::array<double, 4> bounds = {1e9, 1e9, -1e9, -1e9};
-    for (const DrawItem& item : items)
-        view.addBounds(item.element->getBox(), item.toScene, bounds);
-    intersect(bounds[0] - reach, bounds[1] - reach, bounds[2] + reach, bounds[3] + reach);
-    return area;
-}
-
 /// Scenes with fewer triangles are never sketched.
 constexpr std::size_t LeastSketchTriangles = 300000;
 /// About as many points as are drawn in a tenth of the time of those triangles.
 constexpr std::size_t SketchPoints = 80000;
+
+/// Once a drawer has drawn that many pixels, solid bodies are looked for: in recordings and large pictures. Drawing
+/// only their outer sides then saves more time than the search takes.
+constexpr std::int64_t LeastSolidPixels = 8000000;
 
 /// How a scene is sketched: the vertices per point (1: no sketch), and the size of a point.
 struct Sketch
@@ -232,8 +210,10 @@ struct SceneDrawer::Private
     UniformBuffer uniforms;
     SampleBuffer samples;
     Batcher batcher;
+    bool isInteractive = false;
     bool isSketching = false;
     bool hasSketched = false;
+    std::int64_t drawnPixels = 0;
 };
 
 SceneDrawer::SceneDrawer(const tov::util::ZPointer<Scene>& scene) : d(new Private{scene, {}, {}, {}}) {}
@@ -257,6 +237,11 @@ bool SceneDrawer::isGridShown()
 void SceneDrawer::setGridShown(bool shown)
 {
     gridShown = shown;
+}
+
+void SceneDrawer::setInteractive(bool isInteractive)
+{
+    d->isInteractive = isInteractive;
 }
 
 void SceneDrawer::setSketching(bool isSketching)
@@ -307,13 +292,16 @@ void SceneDrawer::drawScene(SceneElement* root, SceneElement* second, const Matr
     if (d->hasSketched)
         look.samples = 0;
     const bool hasGrid = gridShown && root && (layers & LayerGrid);
-    const std::array<int, 4> area = drawingArea(view, wanted, look, hasGrid);
+    const DrawingArea area(view, wanted, look, hasGrid);
     const Multisampler multisampler(d->samples, look.samples, area);
     Painter painter(view, look, multisampler.isActive(), lineOffset);
     painter.sketch(sketch.step, sketch.pixels);
+    d->drawnPixels += std::int64_t(view.viewport[2]) * view.viewport[3];
+    if (!d->isInteractive && d->drawnPixels >= LeastSolidPixels)
+        painter.examineSolidity();
     for (const DrawItem& item : wanted)
         painter.add(item);
-    clipTo(area);
+    clipTo(area.bounds);
     painter.draw(d->uniforms);
     const auto selected = layers & LayerSelection ? selectedOf(items) : std::vector<DrawItem>();
     if (!selected.empty())

@@ -26,16 +26,15 @@ const char* const FeatureNames[] = {"LIT",
                                     "COVERAGE",
                                     "SEEN_SIDE",
                                     "ALPHA",
-                                    "CLIP"};
+                                    "CLIP",
+                                    "PARALLEL"};
 
 const char Blocks[] = R"(
 layout(std140) uniform Frame
 {
     vec4 irradiance[10];
     vec4 environmentAxes[3];
-    vec4 keyDirection;
-    vec4 keyColor;
-    vec4 view;
+    vec4 light;
 };
 layout(std140) uniform Part
 {
@@ -191,9 +190,9 @@ vec3 irradianceAt(vec3 n)
 {
     vec3 squares = n * n;
     vec3 mixed = n * n.yzx;
-    return max(irradiance[0].rgb + irradiance[1].rgb * n.x + irradiance[2].rgb * n.y + irradiance[3].rgb * n.z +
-                   irradiance[4].rgb * squares.x + irradiance[5].rgb * squares.y + irradiance[6].rgb * squares.z +
-                   irradiance[7].rgb * mixed.x + irradiance[8].rgb * mixed.y + irradiance[9].rgb * mixed.z, 0.0);
+    return max(IRRADIANCE_0 + IRRADIANCE_1 * n.x + IRRADIANCE_2 * n.y + IRRADIANCE_3 * n.z +
+                   IRRADIANCE_4 * squares.x + IRRADIANCE_5 * squares.y + IRRADIANCE_6 * squares.z +
+                   IRRADIANCE_7 * mixed.x + IRRADIANCE_8 * mixed.y + IRRADIANCE_9 * mixed.z, 0.0);
 }
 
 // Scale and bias that turn normal reflectance into the reflectance of a rough surface under even light (Karis,
@@ -260,7 +259,11 @@ vec3 shadingNormal(vec3 toEye)
 // Image-based Lighting", JCGT 8(1), 2019: a white surface under even white light is white.
 vec4 lit(vec4 base)
 {
-    vec3 toEye = view.x > 0.5 ? vec3(0.0, 0.0, 1.0) : normalize(-eyePosition);
+#ifdef PARALLEL
+    const vec3 toEye = vec3(0.0, 0.0, 1.0);
+#else
+    vec3 toEye = normalize(-eyePosition);
+#endif
     vec3 n = shadingNormal(toEye);
     float metallic = surface.x;
     float roughness = surface.y;
@@ -287,13 +290,13 @@ vec4 lit(vec4 base)
     vec3 mirror = single * reflected(reflect(-toEye, n), roughness) * occlusion + multiple * around;
     vec3 inside = diffuse * around;
 #ifndef TURNED
-    float cosLight = clamp(dot(n, keyDirection.xyz), 0.0, 1.0);
-    vec3 halfway = normalize(keyDirection.xyz + toEye);
+    float cosLight = clamp(dot(n, KEY_DIRECTION), 0.0, 1.0);
+    vec3 halfway = normalize(KEY_DIRECTION + toEye);
     float cosHalf = clamp(dot(n, halfway), 0.0, 1.0);
     float away = 1.0 - clamp(dot(toEye, halfway), 0.0, 1.0);
     float away2 = away * away;
     vec3 fresnel = f0 + (1.0 - f0) * (away2 * away2 * away);
-    vec3 key = keyColor.rgb * cosLight;
+    float key = KEY_STRENGTH * cosLight;
     mirror += key * fresnel * (highlight(roughness, cosHalf, cosLight, cosView) * (1.0 + lost));
     inside += key * diffuse;
 #endif
@@ -316,7 +319,7 @@ vec4 lit(vec4 base)
     inside *= 1.0 - 0.85 * coat.w;
     base.a *= mix(1.0, clamp(0.12 + max(mirror.r, max(mirror.g, mirror.b)), 0.0, 1.0), coat.w);
 #endif
-    return vec4(encoded(toneMapped((inside + mirror) * keyColor.w)), base.a);
+    return vec4(encoded(toneMapped((inside + mirror) * light.x)), base.a);
 }
 )";
 
@@ -370,7 +373,7 @@ void main()
     vec3 n = eyeNormal;
 #endif
     float facing = abs(n.z) * inversesqrt(max(dot(n, n), 1e-30));
-    result = vec4(encoded(clamp((base.rgb * (0.06 + 0.84 * facing) + glow) * keyColor.w, 0.0, 1.0)), base.a);
+    result = vec4(encoded(clamp((base.rgb * (0.06 + 0.84 * facing) + glow) * light.x, 0.0, 1.0)), base.a);
 #else
     result = vec4(encoded(clamp(base.rgb, 0.0, 1.0)), base.a);
 #endif
@@ -379,6 +382,27 @@ void main()
 #endif
 }
 )";
+
+QByteArray vec3Text(const std::array<float, 3>& v)
+{
+    const auto text = [](float value) { return QByteArray::number(double(value), 'g', 9); };
+    return "vec3(" + text(v[0]) + ", " + text(v[1]) + ", " + text(v[2]) + ")";
+}
+
+/// The studio is fixed to the camera, so its light is constant. Constants make software renderers a third faster than
+/// the values of a block. Environments that turn with the scene are in the block.
+QByteArray lightDefinitions(bool isTurned)
+{
+    QByteArray text = "#define KEY_DIRECTION " + vec3Text(studioKeyDirection()) + "\n#define KEY_STRENGTH " +
+                      QByteArray::number(double(StudioKeyStrength)) + "\n";
+    const auto form = irradianceForm(*Environment::studio(), tov::math::Matrix4::identity());
+    for (std::size_t i = 0; i < form.size(); ++i) {
+        const QByteArray number = QByteArray::number(int(i));
+        text += "#define IRRADIANCE_" + number + " " +
+                (isTurned ? "irradiance[" + number + "].rgb" : vec3Text(form[i])) + "\n";
+    }
+    return text;
+}
 
 QByteArray preamble(unsigned int features)
 {
@@ -404,7 +428,9 @@ QByteArray vertexShader(unsigned int features)
 
 QByteArray fragmentShader(unsigned int features)
 {
-    return preamble(features) + FragmentInputs + (features & ShaderLit ? FragmentLight : "") + FragmentMain;
+    const QByteArray light =
+        features & ShaderLit ? lightDefinitions(features & ShaderTurned) + FragmentLight : QByteArray();
+    return preamble(features) + FragmentInputs + light + FragmentMain;
 }
 
 } // namespace tov::scene

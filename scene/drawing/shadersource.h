@@ -29,6 +29,7 @@ enum ShaderFeature : unsigned int
     ShaderSeenSide = 1u << 18, ///< with `ShaderTwoSided`: by the triangle as it is seen, not by its winding
     ShaderAlpha = 1u << 19,    ///< uses the alpha of texture and vertices
     ShaderClip = 1u << 20,     ///< cut off by a plane
+    ShaderParallel = 1u << 21, ///< parallel projection
 };
 
 /// Vertex attributes, by location.
@@ -58,11 +59,9 @@ enum ShaderUnit
 /// The uniform block "Frame", in the layout std140: values common to everything that one call draws.
 struct FrameBlock
 {
-    float irradiance[10][4]; ///< quadratic form in the eye-space normal: 1, x, y, z, xx, yy, zz, xy, yz, zx
+    float irradiance[10][4]; ///< see `irradianceForm`; of a turned environment only
     float environment[3][4]; ///< columns of the rotation from eye axes to those of the environment
-    float keyDirection[4];   ///< towards the light, in eye axes
-    float keyColor[4];       ///< radiance times pi; w: exposure
-    float view[4];           ///< x: 1 = parallel projection
+    float light[4];          ///< x: exposure
 };
 
 /// The uniform block "Part", in the layout std140: values of one element.

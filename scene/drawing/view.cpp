@@ -124,6 +124,23 @@ void View::addBounds(const Box& box, const Matrix4& toScene, std::array<double, 
     }
 }
 
+bool View::isBeyondNearPlane(const Box& box, const Matrix4& toScene) const
+{
+    const Matrix4 m = clip * toScene;
+    for (int corner = 0; corner < 8; ++corner) {
+        const double p[4] = {corner & 1 ? box.high[0] : box.low[0], corner & 2 ? box.high[1] : box.low[1],
+                             corner & 4 ? box.high[2] : box.low[2], 1};
+        double z = 0, w = 0;
+        for (unsigned int c = 0; c < 4; ++c) {
+            z += m(2, c) * p[c];
+            w += m(3, c) * p[c];
+        }
+        if (!(w > 0 && z > -w))
+            return false;
+    }
+    return true;
+}
+
 std::array<double, 2> View::depthRange(const Box& box, const Matrix4& toScene) const
 {
     const Matrix4 m = eye * toScene;

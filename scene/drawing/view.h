@@ -27,6 +27,8 @@ struct View
     /// Extends `bounds` (left, bottom, right, top, in pixels) by the area that a box covers; by everything when the box
     /// extends behind the eye.
     void addBounds(const Box& box, const tov::math::Matrix4& toScene, std::array<double, 4>& bounds) const;
+    /// Whether the near plane leaves the box untouched, and so the eye is outside of it.
+    bool isBeyondNearPlane(const Box& box, const tov::math::Matrix4& toScene) const;
     /// Distances of the nearest and the farthest corner of a box from the eye, along the line of sight.
     std::array<double, 2> depthRange(const Box& box, const tov::math::Matrix4& toScene) const;
 };

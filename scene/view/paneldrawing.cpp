@@ -23,6 +23,7 @@ using tov::scene::SceneDrawer;
 void ScenePanel::initializeGL()
 {
     d->drawer = std::make_unique<SceneDrawer>(tov::scene::_GlobalScene());
+    d->drawer->setInteractive(true);
 }
 
 void ScenePanel::resizeGL(int, int) {}
