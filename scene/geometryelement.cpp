@@ -1,15 +1,10 @@
 #include "scene/geometryelement.h"
 
 #include "scene/normals.h"
-#include "scene/solidity.h"
 
 #include <algorithm>
 #include <cmath>
 #include <limits>
-
-#ifdef __GLIBC__
-#include <malloc.h>
-#endif
 
 namespace tov::scene {
 
@@ -272,25 +267,6 @@ void GeometryElement::computeBoxes()
 GeometryElement::Solidity GeometryElement::getSolidity() const
 {
     return m_Revision == 0 ? m_Solidity.load() : Solidity::None;
-}
-
-void GeometryElement::examineSolidity() const
-{
-    if (m_Solidity != Solidity::Unknown)
-        return;
-    const std::lock_guard<std::mutex> lock(m_SolidityMutex);
-    if (m_Solidity != Solidity::Unknown)
-        return;
-    const bool isRigidSurface = m_Kind == Geometry::Kind::Surfaces && !mp_Deformation && m_Revision == 0;
-    const SolidSurface solid = isRigidSurface ? findSolidSurface(m_Vertices, m_Indices) : SolidSurface{};
-    m_TwoSidedChunks.assign(m_Chunks.size(), false);
-    for (const std::uint32_t triangle : solid.exceptions)
-        m_TwoSidedChunks[triangle / ChunkPrimitives] = true;
-    m_Solidity = solid.side;
-#ifdef __GLIBC__
-    // The examination needs several times the memory of the triangles.
-    malloc_trim(0);
-#endif
 }
 
 } // namespace tov::scene

@@ -8,6 +8,10 @@
 #include <numeric>
 #include <unordered_map>
 
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
+
 namespace tov::scene {
 
 namespace {
@@ -464,6 +468,25 @@ SolidSurface findSolidSurface(const std::vector<Vertex>& vertices, const std::ve
     } catch (const std::bad_alloc&) {
         return {};
     }
+}
+
+void GeometryElement::examineSolidity() const
+{
+    if (m_Solidity != Solidity::Unknown)
+        return;
+    const std::lock_guard<std::mutex> lock(m_SolidityMutex);
+    if (m_Solidity != Solidity::Unknown)
+        return;
+    const bool isRigidSurface = m_Kind == Geometry::Kind::Surfaces && !mp_Deformation && m_Revision == 0;
+    const SolidSurface solid = isRigidSurface ? findSolidSurface(m_Vertices, m_Indices) : SolidSurface{};
+    m_TwoSidedChunks.assign(m_Chunks.size(), false);
+    for (const std::uint32_t triangle : solid.exceptions)
+        m_TwoSidedChunks[triangle / ChunkPrimitives] = true;
+    m_Solidity = solid.side;
+#ifdef __GLIBC__
+    // The examination needs several times the memory of the triangles.
+    malloc_trim(0);
+#endif
 }
 
 } // namespace tov::scene
