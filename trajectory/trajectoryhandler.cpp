@@ -310,21 +310,6 @@ void TrajectoryHandler::showPosition()
     }
 }
 
-namespace {
-
-/// The turntable, moved back until nothing is cropped in the panel.
-std::shared_ptr<const Turntable> keptInView(const Turntable& turntable, const tov::gui::ScenePanel& panel)
-{
-    const auto scene = Viewer::getInstance()->getGlobalScene();
-    scene->lock();
-    auto result = turntable.keptInView(scene->getRootNode(), double(panel.width()) / panel.height(),
-                                       2 * tov::scene::SceneDrawer::ZNEAR / scene->getGlobalScaling());
-    scene->unlock();
-    return result;
-}
-
-} // namespace
-
 bool TrajectoryHandler::selectTurntable(int count, QString* error)
 {
     TurntableOptions options;
@@ -340,17 +325,10 @@ bool TrajectoryHandler::selectTurntable(const TurntableOptions& options, QString
     auto* panel = Viewer::getInstance()->getActivePanel();
     if (!panel) {
         if (error)
-            *error = tr("A turntable starts from a view: open a panel first");
+            *error = tr("a turntable starts from a view: open one first");
         return false;
     }
-    const auto scene = Viewer::getInstance()->getGlobalScene();
-    scene->lock();
-    const auto* root = scene->getRootNode();
-    auto turntable =
-        Turntable::create(options, panel->getCamera(), tov::scene::centreOf(tov::scene::visibleBox(root)), error);
-    scene->unlock();
-    if (turntable && options.keepInView)
-        turntable = keptInView(*turntable, *panel);
+    const auto turntable = turntableFrom(*panel, options, error);
     if (!turntable)
         return false;
     select(turntable);

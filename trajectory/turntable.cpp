@@ -1,7 +1,9 @@
 #include "trajectory/turntable.h"
 
+#include "scene/drawing/scenedrawer.h"
 #include "scene/globalscene.h"
 #include "scene/scene.h"
+#include "scene/sceneview.h"
 #include "scene/view/scenepanel.h"
 
 #include <QCoreApplication>
@@ -148,6 +150,27 @@ double Turntable::angleAt(unsigned long frame) const
 std::optional<Camera> Turntable::cameraAt(unsigned long frame) const
 {
     return turnedCamera(m_Start, m_Turning, angleAt(frame));
+}
+
+std::shared_ptr<const Turntable> keptInView(const Turntable& turntable, const tov::gui::ScenePanel& panel)
+{
+    const auto scene = tov::scene::_GlobalScene();
+    scene->lock();
+    auto result = turntable.keptInView(scene->getRootNode(), double(panel.width()) / panel.height(),
+                                       2 * tov::scene::SceneDrawer::ZNEAR / scene->getGlobalScaling());
+    scene->unlock();
+    return result;
+}
+
+std::shared_ptr<const Turntable> turntableFrom(const tov::gui::ScenePanel& panel, const TurntableOptions& options,
+                                               QString* error)
+{
+    const auto scene = tov::scene::_GlobalScene();
+    scene->lock();
+    const auto center = tov::scene::centreOf(tov::scene::visibleBox(scene->getRootNode()));
+    scene->unlock();
+    const auto turntable = Turntable::create(options, panel.getCamera(), center, error);
+    return turntable && options.keepInView ? keptInView(*turntable, panel) : turntable;
 }
 
 } // namespace tov::trajectory

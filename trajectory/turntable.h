@@ -33,6 +33,15 @@ struct TurntableOptions
 /// panel). Thread: application.
 TOV_EXPORT bool showsWholeScene(const tov::gui::ScenePanel& panel, double aspect);
 
+class Turntable;
+
+/// The turntable about the visible scene that starts from what a panel shows. Null, with one line in `error`, for
+/// invalid options. Thread: application.
+TOV_EXPORT std::shared_ptr<const Turntable> turntableFrom(const tov::gui::ScenePanel& panel,
+                                                          const TurntableOptions& options, QString* error);
+/// The turntable, moved back until the scene is in the panel's view in every frame. Thread: application.
+TOV_EXPORT std::shared_ptr<const Turntable> keptInView(const Turntable& turntable, const tov::gui::ScenePanel& panel);
+
 /// The camera turns about the scene. With whole turns or a swing the last frame is followed by the first.
 class TOV_EXPORT Turntable : public Motion
 {

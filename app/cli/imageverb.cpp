@@ -4,6 +4,7 @@
 #include "app/cli/outputs/pictureoutput.h"
 #include "app/cli/session.h"
 #include "app/cli/verbs.h"
+#include "app/common/picturefile.h"
 #include "app/common/picturecommand.h"
 #include "app/common/safeoutput.h"
 #include "scene/drawing/scenedrawer.h"
@@ -56,13 +57,6 @@ bool checkFormat(const ImageJob& job, QString* error)
                        .arg(job.plan.output, known.join(QStringLiteral(", ")))
                  : tr("unknown picture format '%1'; known formats: %2").arg(given, known.join(QStringLiteral(", ")));
     return false;
-}
-
-bool storesResolution(const QString& format)
-{
-    static const QStringList formats{QStringLiteral("png"),  QStringLiteral("jpg"), QStringLiteral("jpeg"),
-                                     QStringLiteral("tiff"), QStringLiteral("tif"), QStringLiteral("bmp")};
-    return formats.contains(format);
 }
 
 /// Everything that can be checked before any model is read.
@@ -135,7 +129,7 @@ bool makeImage(Session& session, const ImageJob& job)
     if (image.isNull())
         return false;
     finishPicture(image, request.view.look.background, hasPictureAlpha(format));
-    if (request.dpi > 0 && !storesResolution(format))
+    if (request.dpi > 0 && !PictureFile::storesResolution(format))
         reporter.warning(tr("%1 stores no resolution; --dpi has no effect").arg(format));
     if (request.dpi > 0) {
         image.setDotsPerMeterX(qRound(request.dpi * InchesPerMeter));

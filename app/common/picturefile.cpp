@@ -5,6 +5,7 @@
 #include <QFile>
 #include <QImageReader>
 #include <QImageWriter>
+#include <QStringList>
 
 namespace tov::app {
 
@@ -32,6 +33,13 @@ private:
 };
 
 } // namespace
+
+bool PictureFile::storesResolution(const QString& format)
+{
+    static const QStringList formats{QStringLiteral("png"),  QStringLiteral("jpg"), QStringLiteral("jpeg"),
+                                     QStringLiteral("tiff"), QStringLiteral("tif"), QStringLiteral("bmp")};
+    return formats.contains(format);
+}
 
 bool PictureFile::write(const QImage& image, QIODevice& device, QString* reason) const
 {

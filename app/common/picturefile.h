@@ -18,6 +18,9 @@ public:
     /// `format` is the ending that selects the format; `quality` -1 = the format's default.
     PictureFile(const QString& format, int quality) : m_Format(format), m_Quality(quality) {}
 
+    /// True when files of that format store dots per inch.
+    static bool storesResolution(const QString& format);
+
     /// Writes the picture into an open device. On failure false with the cause in `reason`.
     bool write(const QImage& image, QIODevice& device, QString* reason) const;
     /// Writes the picture under a temporary name, verifies it and gives it its name. On failure false with one line in

@@ -1,5 +1,6 @@
 #include "app/viewer/dialogs.h"
 
+#include "app/viewer/capturepreferences.h"
 #include "app/viewer/commandtexts.h"
 #include "app/viewer/glyphs.h"
 #include "app/viewer/parameterdialog.h"
@@ -109,7 +110,7 @@ ShortcutsDialog::ShortcutsDialog(const QList<QAction*>& actions, QWidget* parent
         {tr("Turn the view"), tr("Left button, arrow keys, Ctrl + wheel")},
         {tr("Move the view"), tr("Middle or right button, Shift + left button, Shift + wheel")},
         {tr("Zoom at the pointer"), tr("Wheel, two fingers, + and -")},
-        {tr("The panel's own menu"), tr("Right click")},
+        {tr("Menu of the view"), tr("Right click")},
     };
     for (const auto& [what, how] : mouse)
         new QTreeWidgetItem(tree, {what, how});
@@ -181,6 +182,7 @@ PreferencesDialog::PreferencesDialog(const std::vector<std::pair<QString, tov::m
     });
     form->addRow(tr("Colours:"), palette);
 
+    form->addRow(new CapturePreferences(this));
     // Each settings command opens its own dialog, which a module may also bring itself.
     for (const auto& [group, command] : settings) {
         auto* button = new QPushButton(command->getGUIDescriptor()->getLabel() + QStringLiteral(" ..."), this);

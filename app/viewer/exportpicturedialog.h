@@ -7,15 +7,16 @@
 class QCheckBox;
 class QDialogButtonBox;
 class QLabel;
-class QLineEdit;
 class QSpinBox;
 
 namespace tov::viewer {
 
+class ExportPreview;
+class OutputFileField;
 class SizePicker;
 
-/// Everything about a picture of a view in one place: size, transparency, quality, file, and a preview of the framing.
-/// It opens with the values used last and a file name that is free. Thread: application.
+/// Everything about a picture of a view in one place: size, background, look, quality, resolution, file, a preview of
+/// the framing, and an estimate. It opens with the values used last and a file name that is free. Thread: application.
 class ExportPictureDialog : public QDialog
 {
     Q_OBJECT
@@ -26,29 +27,24 @@ public:
     PictureRequest getRequest() const;
 
 private:
-    QWidget* createFileRow();
     void createFields();
+    void arrange();
     void restore();
     void remember() const;
-    void chooseFile();
+    void updatePresets();
     void validate();
-    void requestPreview();
-    void showPreview(const QImage& drawn);
-    bool agreesToReplace();
+    QString describe(const PictureRequest& request) const;
     void finish();
 
     tov::gui::ScenePanel* mp_View; ///< not owned
+    ExportPreview* mp_Preview = nullptr;
     SizePicker* mp_Size = nullptr;
     QCheckBox* mp_Transparent = nullptr;
     QSpinBox* mp_Quality = nullptr;
     QSpinBox* mp_Dpi = nullptr;
-    QLineEdit* mp_File = nullptr;
-    QLabel* mp_Preview = nullptr;
+    OutputFileField* mp_File = nullptr;
     QLabel* mp_Message = nullptr;
     QDialogButtonBox* mp_Buttons = nullptr;
-    QString m_AgreedFile; ///< the user has agreed to replace this file
-    bool m_PreviewPending = false;
-    bool m_PreviewOutdated = false;
 };
 
 } // namespace tov::viewer

@@ -1,9 +1,10 @@
 #include "app/viewer/exportvideodialog.h"
 
-#include "app/common/outputcheck.h"
+#include "app/viewer/exportestimate.h"
+#include "app/viewer/lookbutton.h"
+#include "app/viewer/outputfilefield.h"
 #include "app/viewer/outputname.h"
 #include "app/viewer/sizepicker.h"
-#include "app/viewer/viewpicture.h"
 #include "kernel/main/settings.h"
 #include "scene/view/scenepanel.h"
 #include "scene/view/viewer.h"
@@ -12,31 +13,19 @@
 #include <QComboBox>
 #include <QDialogButtonBox>
 #include <QDoubleSpinBox>
-#include <QFileDialog>
 #include <QFileInfo>
 #include <QFormLayout>
-#include <QHBoxLayout>
 #include <QLabel>
-#include <QLineEdit>
 #include <QLocale>
-#include <QMessageBox>
-#include <QPainter>
 #include <QPushButton>
 #include <QSpinBox>
-#include <QToolButton>
 #include <QVBoxLayout>
-
-#include <cmath>
 
 namespace tov::viewer {
 
 using tov::trajectory::TrajectoryHandler;
 
 namespace {
-
-const QSize PreviewRoom(360, 220);
-/// Share of each edge that stays outside the safe area for titles.
-constexpr double SafeMargin = 0.05;
 
 QString keyOf(const char* name)
 {
@@ -52,11 +41,17 @@ ExportVideoDialog::ExportVideoDialog(tov::gui::ScenePanel* view, const QString& 
     setWindowTitle(tr("Export video"));
     createFields();
     createRates();
+    createFile();
     arrange();
     restore();
     applyFormat();
     validate();
-    requestPreview();
+    mp_Preview->refresh();
+}
+
+ExportVideoDialog::~ExportVideoDialog()
+{
+    restorePosition();
 }
 
 void ExportVideoDialog::createFields()
@@ -85,14 +80,10 @@ void ExportVideoDialog::createFields()
 
 void ExportVideoDialog::createRates()
 {
-    const double ratio = mp_View->devicePixelRatioF();
-    const QSize viewSize(int(std::lround(mp_View->width() * ratio)), int(std::lround(mp_View->height() * ratio)));
     const int limit = tov::scene::Viewer::getInstance()->getMaxTextureSize();
-    mp_Size = new SizePicker(SizePicker::videoPresets(viewSize), 2, limit > 0 ? limit : 8192, this);
-    connect(mp_Size, &SizePicker::sizeChanged, this, [this] {
-        validate();
-        requestPreview();
-    });
+    mp_Size =
+        new SizePicker(SizePicker::videoPresets(SizePicker::pixelsOf(*mp_View)), 2, limit > 0 ? limit : 8192, this);
+    connect(mp_Size, &SizePicker::sizeChanged, this, &ExportVideoDialog::validate);
     mp_Fps = new QSpinBox(this);
     mp_Fps->setObjectName(QStringLiteral("Fps"));
     mp_Fps->setRange(1, 120);
@@ -106,30 +97,20 @@ void ExportVideoDialog::createRates()
         connect(box, QOverload<int>::of(&QSpinBox::valueChanged), this, &ExportVideoDialog::validate);
 }
 
-QWidget* ExportVideoDialog::createFileRow()
+void ExportVideoDialog::createFile()
 {
-    auto* row = new QWidget(this);
-    mp_File = new QLineEdit(row);
-    mp_File->setObjectName(QStringLiteral("FileName"));
-    connect(mp_File, &QLineEdit::textChanged, this, &ExportVideoDialog::validate);
-    auto* choose = new QToolButton(row);
-    choose->setText(QStringLiteral("..."));
-    choose->setToolTip(tr("Choose a file"));
-    connect(choose, &QToolButton::clicked, this, &ExportVideoDialog::chooseFile);
-    auto* layout = new QHBoxLayout(row);
-    layout->setContentsMargins(0, 0, 0, 0);
-    layout->addWidget(mp_File, 1);
-    layout->addWidget(choose);
-    row->setFocusProxy(mp_File);
-    return row;
+    mp_File = new OutputFileField(windowTitle(), this);
+    connect(mp_File, &OutputFileField::changed, this, &ExportVideoDialog::validate);
+    mp_Preview = new ExportPreview(
+        mp_View, [this] { return firstFrame(); }, this);
+    connect(mp_Preview, &ExportPreview::drawn, this, &ExportVideoDialog::restorePosition);
+    connect(mp_Size, &SizePicker::sizeChanged, mp_Preview, &ExportPreview::refresh);
+    connect(mp_Motion, QOverload<int>::of(&QComboBox::currentIndexChanged), mp_Preview, &ExportPreview::refresh);
+    connect(mp_Format, QOverload<int>::of(&QComboBox::currentIndexChanged), mp_Preview, &ExportPreview::refresh);
 }
 
 void ExportVideoDialog::arrange()
 {
-    mp_Preview = new QLabel(this);
-    mp_Preview->setObjectName(QStringLiteral("Preview"));
-    mp_Preview->setFixedSize(PreviewRoom);
-    mp_Preview->setAlignment(Qt::AlignCenter);
     mp_Message = new QLabel(this);
     mp_Message->setObjectName(QStringLiteral("Message"));
     mp_Message->setWordWrap(true);
@@ -144,7 +125,8 @@ void ExportVideoDialog::arrange()
     form->addRow(tr("Size:"), mp_Size);
     form->addRow(tr("Frame rate:"), mp_Fps);
     form->addRow(tr("Bit rate:"), mp_Kbps);
-    form->addRow(tr("File:"), createFileRow());
+    form->addRow(tr("Look:"), new LookButton(mp_Preview, this));
+    form->addRow(tr("File:"), mp_File);
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(mp_Preview, 0, Qt::AlignHCenter);
     layout->addLayout(form);
@@ -177,7 +159,7 @@ void ExportVideoDialog::remember() const
     settings.setValue(keyOf("kbps"), mp_Kbps->value());
     if (const VideoFormat* format = getFormat())
         settings.setValue(keyOf("format"), format->ending);
-    setCaptureFolder(QFileInfo(mp_File->text()).absolutePath());
+    setCaptureFolder(QFileInfo(mp_File->getFileName()).absolutePath());
 }
 
 const VideoFormat* ExportVideoDialog::getFormat() const
@@ -189,7 +171,7 @@ const VideoFormat* ExportVideoDialog::getFormat() const
 VideoRequest ExportVideoDialog::getRequest() const
 {
     VideoRequest request;
-    request.fileName = mp_File->text();
+    request.fileName = mp_File->getFileName();
     request.size = mp_Size->getSize();
     request.motion = VideoRequest::Motion(mp_Motion->currentData().toInt());
     request.seconds = mp_Seconds->value();
@@ -203,25 +185,10 @@ void ExportVideoDialog::applyFormat()
     const VideoFormat* format = getFormat();
     if (!format)
         return;
-    const QString folder = mp_File->text().isEmpty() ? captureFolder() : QFileInfo(mp_File->text()).absolutePath();
-    mp_File->setText(nextFreeName(folder, capturePattern(), m_ModelName, format->ending));
-}
-
-void ExportVideoDialog::chooseFile()
-{
-    const VideoFormat* format = getFormat();
-    if (!format)
-        return;
-    QFileDialog dialog(this, tr("Export video"), QFileInfo(mp_File->text()).absolutePath(),
-                       QStringLiteral("%1 (*.%2)").arg(format->name, format->ending));
-    dialog.setAcceptMode(QFileDialog::AcceptSave);
-    dialog.setDefaultSuffix(format->ending);
-    dialog.selectFile(QFileInfo(mp_File->text()).fileName());
-    if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty())
-        return;
-    // The dialog has asked whether to replace a file.
-    m_AgreedFile = dialog.selectedFiles().first();
-    mp_File->setText(m_AgreedFile);
+    const QString folder =
+        mp_File->getFileName().isEmpty() ? captureFolder() : QFileInfo(mp_File->getFileName()).absolutePath();
+    mp_File->setFilters({QStringLiteral("%1 (*.%2)").arg(format->name, format->ending)});
+    mp_File->setFileName(nextFreeName(folder, capturePattern(), m_ModelName, format->ending));
 }
 
 QString ExportVideoDialog::findProblem(const VideoRequest& request) const
@@ -234,7 +201,7 @@ QString ExportVideoDialog::findProblem(const VideoRequest& request) const
     if (!request.fileName.endsWith(QLatin1Char('.') + format->ending, Qt::CaseInsensitive))
         return tr("The name must end in .%1 for this format.").arg(format->ending);
     QString problem;
-    tov::app::checkOutputFolder(request.fileName, &problem);
+    checkVideo(request, &problem);
     return problem;
 }
 
@@ -245,14 +212,19 @@ QString ExportVideoDialog::describe(const VideoRequest& request) const
         return tr("Records until you press Stop or R.");
     const double seconds = double(frames) / request.fps;
     QString text = tr("%1 frames, %2 s").arg(frames).arg(QLocale().toString(seconds, 'f', 1));
-    if (getFormat()->hasBitRate)
-        text += tr(", at most about %1").arg(QLocale().formattedDataSize(qint64(seconds * request.kbps * 125)));
-    return text;
+    ExportEstimate::Cost cost = ExportEstimate(getFormat()->ending).predict(request.size, frames);
+    if (getFormat()->hasBitRate) {
+        constexpr double BytesPerKilobit = 125;
+        text += tr(", at most about %1")
+                    .arg(QLocale().formattedDataSize(qint64(seconds * request.kbps * BytesPerKilobit), 1));
+        cost.bytes = 0;
+    }
+    return text + estimateText(cost);
 }
 
 void ExportVideoDialog::validate()
 {
-    if (!mp_Buttons || !mp_File)
+    if (!mp_Buttons)
         return;
     const VideoRequest request = getRequest();
     mp_Seconds->setEnabled(request.motion == VideoRequest::Motion::Turntable);
@@ -264,47 +236,28 @@ void ExportVideoDialog::validate()
             button->setEnabled(problem.isEmpty());
 }
 
-void ExportVideoDialog::requestPreview()
+/// The view of the first frame. A trajectory is put on its first position until the picture has been drawn.
+ExportPreview::Shot ExportVideoDialog::firstFrame()
 {
-    if (m_PreviewPending) {
-        m_PreviewOutdated = true;
-        return;
+    const VideoRequest request = getRequest();
+    if (request.motion == VideoRequest::Motion::Trajectory) {
+        auto* trajectory = TrajectoryHandler::getInstance();
+        m_Position = trajectory->getPosition();
+        trajectory->setPosition(0);
     }
-    const QSize size = mp_Size->getSize().scaled(PreviewRoom, Qt::KeepAspectRatio).expandedTo(QSize(2, 2));
-    m_PreviewPending =
-        bool(ViewPicture::take(mp_View, size, this, [this](const QImage& drawn) { showPreview(drawn); }));
+    return {request.size, firstFrameTransform(*mp_View, request), getFormat() && getFormat()->hasTransparency};
 }
 
-void ExportVideoDialog::showPreview(const QImage& drawn)
+void ExportVideoDialog::restorePosition()
 {
-    m_PreviewPending = false;
-    QPixmap shown = QPixmap::fromImage(drawn.convertToFormat(QImage::Format_RGB32));
-    QPainter painter(&shown);
-    const int marginX = int(drawn.width() * SafeMargin), marginY = int(drawn.height() * SafeMargin);
-    painter.setPen(QPen(QColor(128, 128, 128, 160), 1, Qt::DashLine));
-    painter.drawRect(QRect(QPoint(), drawn.size()).adjusted(marginX, marginY, -marginX - 1, -marginY - 1));
-    painter.end();
-    mp_Preview->setPixmap(shown);
-    if (m_PreviewOutdated) {
-        m_PreviewOutdated = false;
-        requestPreview();
-    }
+    if (const auto position = std::exchange(m_Position, std::nullopt))
+        TrajectoryHandler::getInstance()->setPosition(*position);
 }
 
 void ExportVideoDialog::finish()
 {
-    const QString name = mp_File->text();
-    if (QFileInfo::exists(name) && name != m_AgreedFile) {
-        QMessageBox question(QMessageBox::Warning, windowTitle(),
-                             tr("%1 exists already. Replace it?").arg(QFileInfo(name).fileName()), QMessageBox::Cancel,
-                             this);
-        question.setObjectName(QStringLiteral("ReplaceQuestion"));
-        auto* replace = question.addButton(tr("Replace"), QMessageBox::DestructiveRole);
-        question.setDefaultButton(QMessageBox::Cancel);
-        question.exec();
-        if (question.clickedButton() != static_cast<QAbstractButton*>(replace))
-            return;
-    }
+    if (!mp_File->agreesToReplace())
+        return;
     remember();
     accept();
 }

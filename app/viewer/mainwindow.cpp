@@ -1,5 +1,6 @@
 #include "app/viewer/mainwindow.h"
 
+#include "app/common/videoformats.h"
 #include "app/common/runoutcome.h"
 #include "app/common/spacewatch.h"
 #include "app/viewer/camerahistory.h"
@@ -8,6 +9,7 @@
 #include "app/viewer/commandstarter.h"
 #include "app/viewer/consolewidget.h"
 #include "app/viewer/editqueue.h"
+#include "app/viewer/exportestimate.h"
 #include "app/viewer/exportpicturedialog.h"
 #include "app/viewer/exportvideodialog.h"
 #include "app/viewer/fileopener.h"
@@ -79,7 +81,7 @@ QScrollArea* scrolling(QWidget* content)
 MainWindow::MainWindow(const tov::main::ModuleLoader* loader, QWidget* parent)
     : QMainWindow(parent), mp_Loader(loader), mp_Edits(new EditQueue(this)),
       mp_Watcher(new tov::app::RunWatcher(tov::app::FailureLog::Console::Ignore, this)),
-      mp_Outputs(new SafeRuns(mp_Watcher, this)), mp_Export(new PictureExport(mp_Watcher, this))
+      mp_Outputs(new SafeRuns(mp_Watcher, this)), mp_Export(new PictureExport(mp_Watcher, mp_Outputs, this))
 {
     setObjectName(QStringLiteral("MainWindow"));
     setWindowTitle(QStringLiteral("tov"));
@@ -228,6 +230,19 @@ void MainWindow::createCapture()
                                  .arg(QFileInfo(name).fileName(), QLocale().formattedDataSize(QFileInfo(name).size()),
                                       QString::number(size.width()), QString::number(size.height())),
                              name);
+    });
+    learnCosts();
+}
+
+void MainWindow::learnCosts()
+{
+    connect(mp_Export, &PictureExport::saved, this, [](const QString& name, const QSize& size, double seconds) {
+        ExportEstimate(QFileInfo(name).suffix().toLower()).learn({seconds, QFileInfo(name).size()}, size, 1);
+    });
+    connect(mp_Outputs, &SafeRuns::ended, this, [](const auto& run, const tov::app::RunOutcome& outcome) {
+        if (outcome.isDone() && outcome.frames > 0 && !tov::app::RunWatcher::isFreeRecording(*run))
+            ExportEstimate(tov::app::longestEnding(outcome.files.first(), tov::app::knownVideoEndings()))
+                .learn({outcome.elapsed, outcome.bytes}, outcome.size, outcome.frames);
     });
 }
 

@@ -109,6 +109,8 @@ private:
     void createSidePanels();
     QDockWidget* addDock(const QString& title, const char* name, QWidget* content, Qt::DockWidgetArea area);
     void createCapture();
+    /// Stores what exports take, for the estimates of the next ones.
+    void learnCosts();
     void createMenus();
     void connectOpener();
     void showOpenedModels(const QStringList& fileNames);

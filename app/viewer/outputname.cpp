@@ -13,6 +13,8 @@ namespace {
 
 const QString FolderKey = QStringLiteral("window/capturefolder");
 const QString PatternKey = QStringLiteral("window/capturepattern");
+const QString SnapshotKey = QStringLiteral("window/snapshotformat");
+const QString RecordingKey = QStringLiteral("window/recordingformat");
 const QString NumberField = QStringLiteral("{n}");
 
 } // namespace
@@ -47,6 +49,26 @@ QString captureFolder()
 QString capturePattern()
 {
     return tovSettings().value(PatternKey, QStringLiteral("{model}-{n}")).toString();
+}
+
+QString snapshotFormat()
+{
+    return tovSettings().value(SnapshotKey, QStringLiteral("png")).toString();
+}
+
+QString recordingFormat()
+{
+    return tovSettings().value(RecordingKey, QStringLiteral("mp4")).toString();
+}
+
+void setSnapshotFormat(const QString& ending)
+{
+    tovSettings().setValue(SnapshotKey, ending);
+}
+
+void setRecordingFormat(const QString& ending)
+{
+    tovSettings().setValue(RecordingKey, ending);
 }
 
 void setCaptureFolder(const QString& folder)

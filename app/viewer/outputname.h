@@ -12,6 +12,11 @@ QString nextFreeName(const QString& folder, const QString& pattern, const QStrin
 QString captureFolder();
 QString capturePattern();
 void setCaptureFolder(const QString& folder);
+/// The formats of snapshots and of recordings without a dialog: endings without a dot. Thread: any.
+QString snapshotFormat();
+QString recordingFormat();
+void setSnapshotFormat(const QString& ending);
+void setRecordingFormat(const QString& ending);
 void setCapturePattern(const QString& pattern);
 
 } // namespace tov::viewer

@@ -5,6 +5,7 @@
 #include "app/common/picturefile.h"
 #include "app/common/runoutcome.h"
 #include "app/common/straightalpha.h"
+#include "app/viewer/saferuns.h"
 #include "app/viewer/viewpicture.h"
 #include "scene/drawing/scenedrawer.h"
 #include "scene/view/scenepanel.h"
@@ -43,7 +44,9 @@ QImage withoutBackground(const QImage& picture, const QColor& background)
     return result;
 }
 
-PictureExport::PictureExport(const RunWatcher* watcher, QObject* parent) : QObject(parent), mp_Watcher(watcher) {}
+PictureExport::PictureExport(const RunWatcher* watcher, SafeRuns* outputs, QObject* parent)
+    : QObject(parent), mp_Watcher(watcher), mp_Outputs(outputs)
+{}
 
 PictureExport::~PictureExport()
 {
@@ -90,22 +93,25 @@ bool PictureExport::start(tov::gui::ScenePanel* view, const PictureRequest& requ
 {
     if (!check(request, error))
         return false;
+    Job job;
+    job.request = request;
+    job.clock.start();
     const auto failure = std::make_shared<QString>();
     const auto watching = std::make_shared<QMetaObject::Connection>();
-    const auto run =
-        ViewPicture::take(view, request.size, this, [this, request, failure, watching](const QImage& drawn) {
-            disconnect(*watching);
-            if (drawn.isNull() && failure->isEmpty())
-                *failure = tr("it could not be drawn");
-            if (failure->isEmpty())
-                save(drawn, request);
-            else
-                finish(request, tr("cannot make '%1': %2").arg(request.fileName, *failure));
-        });
+    const auto run = ViewPicture::take(view, request.size, this, [this, job, failure, watching](const QImage& drawn) {
+        disconnect(*watching);
+        if (drawn.isNull() && failure->isEmpty())
+            *failure = tr("it could not be drawn");
+        if (failure->isEmpty())
+            save(drawn, job);
+        else
+            finish(job, tr("cannot make '%1': %2").arg(job.request.fileName, *failure));
+    });
     if (!run) {
         *error = tr("pictures are not available here; see Help > About modules for the reason");
         return false;
     }
+    mp_Outputs->setFileName(*run, request.fileName);
     // The watcher hears of the end of the run before the picture arrives.
     *watching =
         connect(mp_Watcher, &RunWatcher::ended, this, [run, failure](const auto& ended, const RunOutcome& outcome) {
@@ -116,13 +122,13 @@ bool PictureExport::start(tov::gui::ScenePanel* view, const PictureRequest& requ
     return true;
 }
 
-void PictureExport::save(const QImage& drawn, const PictureRequest& request)
+void PictureExport::save(const QImage& drawn, const Job& job)
 {
     const QColor background =
         tov::scene::SceneDrawer(tov::scene::Viewer::getInstance()->getGlobalScene()).getBackgroundColor();
     // Compressing a large picture takes seconds, so another thread does it.
     auto error = std::make_shared<QString>();
-    auto* thread = QThread::create([drawn, request, background, error] {
+    auto* thread = QThread::create([drawn, request = job.request, background, error] {
         const bool transparent = request.transparent && PictureExport::keepsTransparency(request.fileName);
         // The colours are blended over the background already; without alpha they are the opaque picture.
         QImage picture =
@@ -135,18 +141,19 @@ void PictureExport::save(const QImage& drawn, const PictureRequest& request)
         file.save(picture, request.fileName, SafeOutput::Older::Replace, error.get());
     });
     thread->setParent(this);
-    connect(thread, &QThread::finished, this, [this, thread, request, error] {
+    connect(thread, &QThread::finished, this, [this, thread, job, error] {
         thread->deleteLater();
-        finish(request, *error);
+        finish(job, *error);
     });
     thread->start();
 }
 
-void PictureExport::finish(const PictureRequest& request, const QString& error)
+void PictureExport::finish(const Job& job, const QString& error)
 {
-    m_FileNames.removeOne(request.fileName);
+    constexpr double MsPerSecond = 1000;
+    m_FileNames.removeOne(job.request.fileName);
     if (error.isEmpty())
-        emit saved(request.fileName, request.size);
+        emit saved(job.request.fileName, job.request.size, double(job.clock.elapsed()) / MsPerSecond);
     else
         emit failed(error);
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QElapsedTimer>
 #include <QImage>
 #include <QObject>
 #include <QSize>
@@ -17,6 +18,8 @@ class ScenePanel;
 }
 
 namespace tov::viewer {
+
+class SafeRuns;
 
 /// The requested picture file of a view.
 struct PictureRequest
@@ -37,8 +40,9 @@ class PictureExport : public QObject
 {
     Q_OBJECT
 public:
-    /// `watcher` reports whether the picture was drawn completely; it must outlive this object.
-    explicit PictureExport(const tov::app::RunWatcher* watcher, QObject* parent = nullptr);
+    /// `watcher` reports whether the picture was drawn completely, `outputs` learns the names of the files. Both must
+    /// outlive this object.
+    PictureExport(const tov::app::RunWatcher* watcher, SafeRuns* outputs, QObject* parent = nullptr);
     /// Waits for the pictures that are being written.
     ~PictureExport() override;
 
@@ -56,14 +60,21 @@ public:
     QStringList getFileNames() const { return m_FileNames; }
 
 signals:
-    void saved(const QString& fileName, const QSize& size);
+    /// `seconds` it took to draw and write the picture.
+    void saved(const QString& fileName, const QSize& size, double seconds);
     void failed(const QString& message);
 
 private:
-    void save(const QImage& drawn, const PictureRequest& request);
-    void finish(const PictureRequest& request, const QString& error);
+    struct Job
+    {
+        PictureRequest request;
+        QElapsedTimer clock;
+    };
+    void save(const QImage& drawn, const Job& job);
+    void finish(const Job& job, const QString& error);
 
     const tov::app::RunWatcher* mp_Watcher; ///< not owned
+    SafeRuns* mp_Outputs;                   ///< not owned
     QStringList m_FileNames;                ///< of the pictures that are being drawn or written
 };
 

@@ -122,7 +122,7 @@ void QuickCapture::takeSnapshot()
     const auto* view = tov::scene::Viewer::getInstance()->getActivePanel();
     if (!view)
         return;
-    const SafeRuns::Target target = freeFile(QStringLiteral("png"));
+    const SafeRuns::Target target = freeFile(snapshotFormat());
     QString error;
     tov::main::CommandArguments arguments;
     const int width = int(std::lround(view->width() * view->devicePixelRatioF()));
@@ -147,7 +147,7 @@ void QuickCapture::startRecording()
     const auto* view = tov::scene::Viewer::getInstance()->getActivePanel();
     if (!view)
         return;
-    const SafeRuns::Target target = freeFile(QStringLiteral("mp4"));
+    const SafeRuns::Target target = freeFile(recordingFormat());
     const QSize size = pixelsOf(*view);
     tov::main::CommandArguments arguments;
     arguments.named = {{QStringLiteral("width"), QString::number(size.width())},

@@ -80,10 +80,7 @@ QStringList QuitGuard::describeWork() const
         texts << QFileInfo(fileName).fileName();
     for (const auto& run : Overseer::getInstance()->getCommandProcessor()->getRuns()) {
         const QString fileName = QFileInfo(m_Work.outputs->fileNameOf(*run)).fileName();
-        if (!fileName.isEmpty())
-            texts << fileName;
-        else if (!m_Work.pictures->isBusy())
-            texts << run->getCommandName();
+        texts << (fileName.isEmpty() ? run->getCommandName() : fileName);
     }
     texts.removeDuplicates();
     if (m_Work.opener->isOpening())

@@ -1,5 +1,6 @@
 #include "app/viewer/runsbar.h"
 
+#include "app/common/picturecommand.h"
 #include "app/common/runoutcome.h"
 #include "app/viewer/saferuns.h"
 #include "kernel/workers/overseer.h"
@@ -108,6 +109,9 @@ QString RunsBar::describe(const tov::main::CommandRun& run) const
     const QString fileName = QFileInfo(mp_Outputs->fileNameOf(run)).fileName();
     if (!fileName.isEmpty())
         return tov::app::RunWatcher::isRecording(run) ? tr("Video %1").arg(fileName) : tr("Picture %1").arg(fileName);
+    // The preview of an export, or a copy of a view.
+    if (run.getCommandName() == QLatin1String(tov::app::PictureCommand))
+        return tr("Picture");
     return run.getText().isEmpty() ? run.getCommandName() : run.getText();
 }
 

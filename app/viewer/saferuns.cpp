@@ -55,6 +55,9 @@ CommandRunPointer SafeRuns::start(const QString& command, tov::main::CommandArgu
 
 QString SafeRuns::fileNameOf(const CommandRun& run) const
 {
+    const auto named = m_Names.find(run.getId());
+    if (named != m_Names.end())
+        return named->second;
     const auto found = m_Files.find(run.getId());
     return found == m_Files.end() ? run.getArgument(FileNameParameter) : found->second->target.fileName;
 }
@@ -87,6 +90,7 @@ void SafeRuns::finish(const CommandRunPointer& run, RunOutcome outcome)
     const auto found = m_Files.find(run->getId());
     if (found == m_Files.end()) {
         emit ended(run, outcome);
+        m_Names.erase(run->getId());
         return;
     }
     File& file = *found->second;

@@ -35,6 +35,8 @@ public:
     /// in `error`, when it cannot start or when the file cannot be written.
     tov::main::CommandRunPointer start(const QString& command, tov::main::CommandArguments arguments,
                                        const Target& target, QString* error);
+    /// Tells that the result of a run of another object goes to that file.
+    void setFileName(const tov::main::CommandRun& run, const QString& fileName) { m_Names[run.getId()] = fileName; }
     /// The file that the user gets from a run; empty when it writes none.
     QString fileNameOf(const tov::main::CommandRun& run) const;
     /// The files of the runs that were started here and have no result yet.
@@ -61,6 +63,7 @@ private:
     void report(const tov::main::CommandRunPointer& run, const tov::app::RunOutcome& outcome);
 
     std::map<quint64, std::unique_ptr<File>> m_Files; ///< by run
+    std::map<quint64, QString> m_Names;               ///< by run, of files that others write
 };
 
 } // namespace tov::viewer

@@ -1,27 +1,38 @@
 #include "app/viewer/sizepicker.h"
 
+#include "scene/view/scenepanel.h"
+
 #include <QComboBox>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QSignalBlocker>
 #include <QSpinBox>
 
+#include <cmath>
+
 namespace tov::viewer {
 
 namespace {
 
-/// The width of an A4 page's text, 16 cm, at 300 dots per inch.
-constexpr int PageWidth = 1890;
+/// The width of an A4 page's text, in inches (16 cm).
+constexpr double PageWidthInches = 16 / 2.54;
 
 } // namespace
 
-std::vector<SizePicker::Preset> SizePicker::picturePresets(const QSize& viewSize)
+QSize SizePicker::pixelsOf(const tov::gui::ScenePanel& view)
 {
-    const int pageHeight = viewSize.width() > 0 ? PageWidth * viewSize.height() / viewSize.width() : PageWidth;
+    const double ratio = view.devicePixelRatioF();
+    return QSize(int(std::lround(view.width() * ratio)), int(std::lround(view.height() * ratio)));
+}
+
+std::vector<SizePicker::Preset> SizePicker::picturePresets(const QSize& viewSize, int dpi)
+{
+    const int pageWidth = int(std::lround(PageWidthInches * dpi));
+    const int pageHeight = viewSize.width() > 0 ? pageWidth * viewSize.height() / viewSize.width() : pageWidth;
     return {{tr("1080p"), QSize(1920, 1080)},
             {tr("4K"), QSize(3840, 2160)},
             {tr("Square"), QSize(2048, 2048)},
-            {tr("Page width, 300 dpi"), QSize(PageWidth, pageHeight)},
+            {tr("Page width, %1 dpi").arg(dpi), QSize(pageWidth, pageHeight)},
             {tr("As the view"), viewSize}};
 }
 
@@ -83,6 +94,16 @@ void SizePicker::setSize(const QSize& size)
     }
     showMatchingPreset();
     emit sizeChanged(getSize());
+}
+
+void SizePicker::setPresets(const std::vector<Preset>& presets)
+{
+    const int chosen = mp_Preset->currentIndex();
+    m_Presets = presets;
+    for (int i = 0; i < int(m_Presets.size()); ++i)
+        mp_Preset->setItemText(i, m_Presets[std::size_t(i)].name);
+    if (chosen >= 0 && chosen < int(m_Presets.size()))
+        setSize(m_Presets[std::size_t(chosen)].size);
 }
 
 void SizePicker::showMatchingPreset()

@@ -8,6 +8,10 @@
 class QComboBox;
 class QSpinBox;
 
+namespace tov::gui {
+class ScenePanel;
+}
+
 namespace tov::viewer {
 
 /// Chooses a size in pixels from presets or freely. Thread: application.
@@ -20,8 +24,12 @@ public:
         QString name;
         QSize size;
     };
-    /// Presets that suit pictures or videos; `viewSize` is the size of the view on the screen.
-    static std::vector<Preset> picturePresets(const QSize& viewSize);
+    static constexpr int DefaultDpi = 300;
+    /// The size of a view on the screen, pixels.
+    static QSize pixelsOf(const tov::gui::ScenePanel& view);
+    /// Presets that suit pictures or videos; `viewSize` is the size of the view on the screen, `dpi` the resolution of
+    /// a page.
+    static std::vector<Preset> picturePresets(const QSize& viewSize, int dpi = DefaultDpi);
     static std::vector<Preset> videoPresets(const QSize& viewSize);
 
     /// `step`: 2 allows even sizes only.
@@ -29,6 +37,8 @@ public:
 
     QSize getSize() const;
     void setSize(const QSize& size);
+    /// Replaces the presets by as many others. If one of them is chosen, its new size is used.
+    void setPresets(const std::vector<Preset>& presets);
 
 signals:
     void sizeChanged(const QSize& size);

@@ -83,7 +83,7 @@ TrajectoryBar::TrajectoryBar(QWidget* parent) : QToolBar(tr("Trajectory"), paren
     addWidget(mp_Label);
     mp_Follow = addAction(glyphIcon(Glyph::Camera), tr("Camera follows"));
     mp_Follow->setCheckable(true);
-    mp_Follow->setToolTip(tr("Whether the trajectory's camera moves the active panel"));
+    mp_Follow->setToolTip(tr("Whether the trajectory's camera moves the active view"));
     connect(mp_Follow, &QAction::toggled, this, [](bool follows) {
         if (auto* panel = tov::scene::Viewer::getInstance()->getActivePanel())
             panel->setFollowsTrajectory(follows);

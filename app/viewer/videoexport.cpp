@@ -1,10 +1,13 @@
 #include "app/viewer/videoexport.h"
 
+#include "app/common/checks.h"
 #include "app/common/videoformats.h"
-#include "app/common/outputcheck.h"
 #include "app/common/spacewatch.h"
 #include "app/viewer/saferuns.h"
 #include "kernel/main/settings.h"
+#include "scene/scene.h"
+#include "scene/sceneview.h"
+#include "scene/view/camera.h"
 #include "scene/view/scenepanel.h"
 #include "scene/view/viewer.h"
 #include "trajectory/trajectoryhandler.h"
@@ -17,6 +20,7 @@
 
 namespace tov::viewer {
 
+using tov::math::Matrix4;
 using tov::trajectory::TrajectoryHandler;
 
 namespace {
@@ -111,10 +115,31 @@ int frameCount(const VideoRequest& request)
     return 0;
 }
 
+bool checkVideo(const VideoRequest& request, QString* error)
+{
+    const QString ending = tov::app::longestEnding(request.fileName, tov::app::knownVideoEndings());
+    return tov::app::checkOutput(request.fileName, error) && tov::app::SpaceWatch::hasRoom(request.fileName, error) &&
+           tov::app::checkVideoSize(ending, request.size, request.fps, error);
+}
+
+Matrix4 firstFrameTransform(const tov::gui::ScenePanel& view, const VideoRequest& request)
+{
+    Matrix4 transform = view.getScaledTransformMatrix();
+    QString error;
+    if (request.motion == VideoRequest::Motion::Turntable)
+        if (const auto turntable = tov::trajectory::turntableFrom(view, turntableOptions(view, request), &error))
+            if (const auto camera = turntable->cameraAt(0))
+                transform = camera->scaledMatrix(tov::scene::Viewer::getInstance()->getGlobalScene()->getExtent());
+    // The projection of videos shows a little less than that of pictures.
+    for (unsigned int column = 0; column < 4; ++column)
+        for (unsigned int row = 0; row < 2; ++row)
+            transform(row, column) *= tov::scene::PictureHalfHeight / tov::scene::VideoHalfHeight;
+    return transform;
+}
+
 bool startVideo(SafeRuns& outputs, tov::gui::ScenePanel* view, const VideoRequest& request, QString* error)
 {
-    if (!tov::app::checkOutputFolder(request.fileName, error) ||
-        !tov::app::SpaceWatch::hasRoom(request.fileName, error))
+    if (!checkVideo(request, error))
         return false;
     tov::scene::Viewer::getInstance()->setActivePanel(view);
     storeRates(request);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "kernel/math/matrix.h"
+
 #include <QSize>
 #include <QString>
 
@@ -43,6 +45,11 @@ struct VideoFormat
 std::vector<VideoFormat> videoFormats();
 /// Frames that a request records; 0 when that is not known in advance.
 int frameCount(const VideoRequest& request);
+
+/// True when such a video can be recorded; otherwise `error` says why not, in one line. Thread: application.
+bool checkVideo(const VideoRequest& request, QString* error);
+/// Scene to eye for the first frame of a video, under the projection of pictures. Thread: application.
+tov::math::Matrix4 firstFrameTransform(const tov::gui::ScenePanel& view, const VideoRequest& request);
 
 /// Stores rate and bit rate as settings, prepares the motion and starts the recording of the active view. The file
 /// appears when it is complete. False, with one line in `error`, when it cannot start. Thread: application.

@@ -3,7 +3,6 @@
 #include "app/common/picturecommand.h"
 #include "kernel/commands/commandprocessor.h"
 #include "kernel/workers/overseer.h"
-#include "kernel/math/matrix.h"
 #include "scene/view/scenepanel.h"
 
 #include <QPointer>
@@ -14,10 +13,9 @@ using tov::gui::ScenePanel;
 using tov::main::CommandProcessor;
 using tov::main::CommandRunPointer;
 using tov::main::Overseer;
+using tov::math::Matrix4;
 
 namespace {
-
-typedef tov::math::Matrix<double, 4u, 4u> Matrix4;
 
 CommandProcessor* processor()
 {
@@ -35,6 +33,12 @@ bool ViewPicture::isAvailable()
 CommandRunPointer ViewPicture::take(ScenePanel* panel, const QSize& size, QObject* context,
                                     std::function<void(const QImage&)> done)
 {
+    return panel ? take(panel, panel->getScaledTransformMatrix(), size, context, std::move(done)) : nullptr;
+}
+
+CommandRunPointer ViewPicture::take(ScenePanel* panel, const Matrix4& transform, const QSize& size, QObject* context,
+                                    std::function<void(const QImage&)> done)
+{
     if (!panel || size.isEmpty() || !isAvailable())
         return nullptr;
     // The command's data lives until its run has ended, even if the window is closed before.
@@ -48,7 +52,7 @@ CommandRunPointer ViewPicture::take(ScenePanel* panel, const QSize& size, QObjec
     if (job->image.isNull())
         return nullptr;
     job->image.fill(0);
-    job->transform = panel->getScaledTransformMatrix();
+    job->transform = transform;
     auto* command = tov::app::makePictureCommand(&job->image, &job->transform, panel);
     if (!command)
         return nullptr;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "kernel/commands/commandrun.h"
+#include "kernel/math/matrix.h"
 
 #include <QImage>
 #include <QObject>
@@ -28,6 +29,10 @@ public:
     /// `context` has been destroyed; with a null image when it could not be drawn. Returns the run; null, and nothing
     /// is called, when pictures are not available.
     static tov::main::CommandRunPointer take(tov::gui::ScenePanel* panel, const QSize& size, QObject* context,
+                                             std::function<void(const QImage&)> done);
+    /// The same through another matrix, scene to eye, than that of the panel.
+    static tov::main::CommandRunPointer take(tov::gui::ScenePanel* panel, const tov::math::Matrix4& transform,
+                                             const QSize& size, QObject* context,
                                              std::function<void(const QImage&)> done);
 };
 

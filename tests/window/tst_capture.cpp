@@ -15,10 +15,12 @@
 #include <QComboBox>
 #include <QDoubleSpinBox>
 #include <QElapsedTimer>
+#include <QFileDialog>
 #include <QImageReader>
 #include <QLineEdit>
 #include <QProcess>
 #include <QSpinBox>
+#include <QToolButton>
 
 #include <cmath>
 
@@ -278,4 +280,137 @@ TEST_F(WindowCapture, TheVideoDialogNamesFilesByFormat)
         EXPECT_FALSE(button(dialog, "Record")->isEnabled());
         dialog->close();
     });
+}
+
+TEST_F(WindowCapture, ThePreviewOfAVideoShowsItsFirstFrame)
+{
+    openSample();
+    // Larger than the view: the turntable moves back until the whole model is in the video.
+    view()->orbit(70, 20);
+    view()->fitToView();
+    QImage preview;
+    triggerWithDialog(window().findChild<QAction*>("ExportVideoAction"), "ExportVideoDialog", [&](QWidget* dialog) {
+        dialog->findChild<QDoubleSpinBox*>("Seconds")->setValue(0.2);
+        type(dialog, "Width", "360");
+        type(dialog, "Height", "220");
+        auto* label = dialog->findChild<QLabel*>("Preview");
+        EXPECT_TRUE(processUntil([&] { return label->pixmap(Qt::ReturnByValue).size() == QSize(360, 220); }));
+        // Several drawings may be under way.
+        EXPECT_TRUE(waitForNoRuns());
+        preview = label->pixmap(Qt::ReturnByValue).toImage();
+        button(dialog, "Record")->click();
+    });
+    ASSERT_TRUE(waitForNoRuns());
+    ASSERT_EQ(
+        QProcess::execute("ffmpeg", {"-v", "error", "-i", file("crane-001.mp4"), "-frames:v", "1", file("f.png")}), 0);
+    const QImage first(file("f.png"));
+    ASSERT_EQ(first.size(), preview.size());
+    double difference = 0, shown = 0;
+    for (int y = 0; y < first.height(); ++y)
+        for (int x = 0; x < first.width(); ++x) {
+            difference += std::abs(qGray(first.pixel(x, y)) - qGray(preview.pixel(x, y)));
+            shown += std::abs(qGray(first.pixel(x, y)) - qGray(first.pixel(1, 1)));
+        }
+    // Compression and the line of the safe area; a picture that is a few pixels larger differs several times as much.
+    EXPECT_LT(difference, 0.1 * shown);
+}
+
+TEST_F(WindowCapture, ThePixelsOfAPageFollowItsResolution)
+{
+    openSample();
+    triggerWithDialog(window().findChild<QAction*>("ExportPictureAction"), "ExportPictureDialog", [&](QWidget* dialog) {
+        auto* preset = dialog->findChild<QComboBox*>("SizePreset");
+        auto* width = dialog->findChild<QSpinBox*>("Width");
+        const int page = preset->findText("Page width, 300 dpi");
+        ASSERT_GE(page, 0);
+        preset->setCurrentIndex(page);
+        emit preset->activated(page);
+        EXPECT_EQ(width->value(), 1890) << "16 cm";
+        dialog->findChild<QSpinBox*>("Dpi")->setValue(600);
+        EXPECT_EQ(width->value(), 3780);
+        EXPECT_EQ(preset->currentText(), QString("Page width, 600 dpi"));
+        dialog->close();
+    });
+}
+
+TEST_F(WindowCapture, EstimatesComeFromEarlierExports)
+{
+    openSample();
+    const auto message = [this](const std::function<void(QWidget*)>& inDialog) {
+        QString text;
+        triggerWithDialog(window().findChild<QAction*>("ExportVideoAction"), "ExportVideoDialog", [&](QWidget* dialog) {
+            dialog->findChild<QDoubleSpinBox*>("Seconds")->setValue(0.4);
+            type(dialog, "Width", "640");
+            type(dialog, "Height", "480");
+            text = dialog->findChild<QLabel*>("Message")->text();
+            inDialog(dialog);
+        });
+        return text;
+    };
+    EXPECT_FALSE(message([](QWidget* dialog) { button(dialog, "Record")->click(); }).contains("takes about"));
+    ASSERT_TRUE(waitForNoRuns());
+    EXPECT_TRUE(message([](QWidget* dialog) { dialog->close(); }).contains("takes about"));
+}
+
+TEST_F(WindowCapture, PreferencesSetFolderNamesFormatsAndRate)
+{
+    openSample();
+    ASSERT_TRUE(QDir(file("")).mkdir("captures"));
+    triggerWithDialog(window().findChild<QAction*>("PreferencesAction"), "PreferencesDialog", [&](QWidget* dialog) {
+        type(dialog, "CaptureFolder", file("captures"));
+        type(dialog, "CapturePattern", "shot {n}");
+        for (const auto& [field, format] :
+             {std::pair("SnapshotFormat", "jpg"), std::pair("RecordingFormat", "hq.mp4")}) {
+            auto* box = dialog->findChild<QComboBox*>(field);
+            ASSERT_GE(box->findData(format), 0) << field;
+            box->setCurrentIndex(box->findData(format));
+        }
+        dialog->findChild<QSpinBox*>("CaptureRate")->setValue(12);
+        dialog->close();
+    });
+    window().getCapture()->getSnapshotAction()->trigger();
+    ASSERT_TRUE(waitForNoRuns());
+    EXPECT_EQ(QImageReader(file("captures/shot 001.jpg")).format(), QByteArray("jpeg"));
+    window().getCapture()->toggleRecording();
+    ASSERT_TRUE(processUntil([this] { return QFileInfo(file("captures/shot 001~partial.hq.mp4")).size() > 0; }));
+    window().getCapture()->toggleRecording();
+    ASSERT_TRUE(waitForNoRuns());
+    EXPECT_GT(countFrames(file("captures/shot 001.hq.mp4")), 0);
+    EXPECT_EQ(tovSettings().value("settings/grabvideofps").toInt(), 12);
+}
+
+TEST_F(WindowCapture, TheFileDialogOfAnExportSelectsTheName)
+{
+    openSample();
+    triggerWithDialog(window().findChild<QAction*>("ExportPictureAction"), "ExportPictureDialog", [&](QWidget* dialog) {
+        onDialog("QFileDialog", [&](QWidget* files) {
+            EXPECT_EQ(qobject_cast<QFileDialog*>(files)->selectedFiles(), QStringList(file("crane-001.png")));
+            files->close();
+        });
+        for (auto* choose : dialog->findChildren<QToolButton*>())
+            if (choose->text() == "...")
+                choose->click();
+        dialog->close();
+    });
+}
+
+TEST_F(WindowCapture, ATurntableOfAFittedViewCropsNothing)
+{
+    openSample();
+    view()->orbit(40, 30);
+    view()->fitToView();
+    auto* handler = tov::trajectory::TrajectoryHandler::getInstance();
+    QString error;
+    ASSERT_TRUE(handler->selectTurntable(12, &error)) << error.toStdString();
+    for (unsigned long position = 0; position < 12; ++position) {
+        handler->setPosition(position);
+        const QImage shown = view()->grabFramebuffer();
+        const QRgb background = shown.pixel(1, 1);
+        for (int x = 0; x < shown.width(); ++x)
+            for (int y : {1, shown.height() - 2})
+                ASSERT_EQ(shown.pixel(x, y), background) << "position " << position << ", " << x << " " << y;
+        for (int y = 1; y < shown.height() - 1; ++y)
+            for (int x : {1, shown.width() - 2})
+                ASSERT_EQ(shown.pixel(x, y), background) << "position " << position << ", " << x << " " << y;
+    }
 }

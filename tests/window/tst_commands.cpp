@@ -15,6 +15,7 @@
 #include "tests/support/pictures.h"
 #include "tests/window/windowfixture.h"
 
+#include <QMenuBar>
 #include <QClipboard>
 #include <QComboBox>
 #include <QFileDialog>
@@ -451,4 +452,33 @@ TEST_F(WindowCommands, AntiAliasingChangesAtOnce)
     });
     EXPECT_EQ(tov::scene::SceneDrawer::getMultisampling(), before == 8 ? 2 : 8);
     tov::scene::SceneDrawer::setMultisampling(before);
+}
+
+TEST_F(WindowCommands, TheWindowsOwnTextsUseOneVocabulary)
+{
+    // A view is not a panel, and only the module's own menu speaks of grabbing.
+    const auto check = [](const QString& text) {
+        EXPECT_FALSE(text.contains("panel", Qt::CaseInsensitive)) << text.toStdString();
+        EXPECT_FALSE(text.contains("grab", Qt::CaseInsensitive)) << text.toStdString();
+    };
+    int texts = 0;
+    for (const QAction* top : window().menuBar()->actions()) {
+        if (!top->menu() || top->text().remove('&') == "Grab")
+            continue;
+        for (const QAction* action : top->menu()->actions()) {
+            check(action->text());
+            ++texts;
+        }
+    }
+    EXPECT_GT(texts, 30);
+    for (const auto* bar : window().findChildren<QToolBar*>())
+        if (bar->objectName() == "CaptureBar" || bar->inherits("tov::viewer::TrajectoryBar"))
+            for (const auto* child : bar->findChildren<QWidget*>())
+                check(child->toolTip());
+    triggerWithDialog(window().findChild<QAction*>("ShortcutsAction"), "ShortcutsDialog", [&](QWidget* dialog) {
+        const auto* tree = dialog->findChild<QTreeWidget*>();
+        for (int row = 0; row < tree->topLevelItemCount(); ++row)
+            check(tree->topLevelItem(row)->text(0));
+        dialog->close();
+    });
 }
