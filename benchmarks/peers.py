@@ -15,7 +15,7 @@ import tempfile
 import time
 
 HERE = os.path.dirname(os.path.abspath(__file__))
-BACKGROUND = bytes((38, 42, 51))
+BACKGROUND = bytes((38, 42, 51))  # opaque, as VTK's pictures are
 HALF_HEIGHT = 0.4274205123390469  # of tov's pictures, at distance 1
 # Of 2, 4, 5, 8, 10 and 20 tiles per side, VTK's fastest choice for both models, and the one that takes least memory.
 FASTEST, LEANEST = '5', '20'
@@ -91,7 +91,7 @@ def textured_row(tov, model, folder, rounds):
     where, transform = view_of(model, 10000, 7500)
     ours, theirs = in_turns(
         [tov, 'image', model, '-o', folder + '/a.png', '--panel', '1280x960', '--width', '10000', '--quiet', '--transform',
-         transform],
+         transform, '--background', '#' + BACKGROUND.hex()],
         [PEER, 'picture', model, folder + '/b.png', '10000', '7500', *where, 'smooth', FASTEST], rounds)
     row(f'picture 10000 x 7500, textured glTF {os.path.basename(model)}, wall', ours[0], theirs[0], ours[0] / theirs[0], 0.67, 's')
 
@@ -113,7 +113,7 @@ def main(build, model, big, rounds=5, textured='/usr/share/assimp/models/glTF2/B
                 for tiles, what in ((FASTEST, f'{name}, VTK {shading}'), (LEANEST, f'{name}, VTK {shading}, smaller tiles')):
                     ours, theirs = in_turns(
                         [tov, 'image', file, '-o', pictures[0], '--panel', '1280x960', '--width', '10000', '--quiet',
-                         '--transform', transform],
+                         '--transform', transform, '--background', '#' + BACKGROUND.hex()],
                         [PEER, 'picture', file, pictures[1], '10000', '7500', *where, shading, tiles], rounds)
                     if tiles == FASTEST:
                         row(f'picture 10000 x 7500, {what}, wall', ours[0], theirs[0], ours[0] / theirs[0], wall, 's')
