@@ -141,7 +141,7 @@ TEST(Picking, WhatIsBehindTheEyeIsNotMet)
     const std::unique_ptr<SceneElement> root(rootOf({new GeometryElement(QStringLiteral("square"), square(0))}));
     EXPECT_TRUE(pick(root.get(), {{0.2, 0.2, 1}, {0, 0, -1}}, {}));
     EXPECT_FALSE(pick(root.get(), {{0.2, 0.2, -1}, {0, 0, -1}}, {}));
-    EXPECT_FALSE(pick(root.get(), downAt(1.01, 0), {})) << "beside it";
+    EXPECT_FALSE(pick(root.get(), downAt(1.01, 0), {})) << "next to it";
 }
 
 TEST(Picking, BackFacesAreMetWhereTheyAreDrawn)
