@@ -366,7 +366,7 @@ void MainWindow::copyViewToClipboard()
     const QSize size = QSize(view->width(), view->height()) * view->devicePixelRatioF();
     const auto taken = ViewPicture::take(view, size, this, [this](const QImage& image) {
         if (image.isNull()) {
-            warn(tr("The view could not be copied. See the console for details."));
+            warn(tr("The view cannot be copied. See the console for details."));
             return;
         }
         QApplication::clipboard()->setImage(image);

@@ -101,7 +101,7 @@ bool PictureExport::start(tov::gui::ScenePanel* view, const PictureRequest& requ
     const auto run = ViewPicture::take(view, request.size, this, [this, job, failure, watching](const QImage& drawn) {
         disconnect(*watching);
         if (drawn.isNull() && failure->isEmpty())
-            *failure = tr("it could not be drawn");
+            *failure = tr("it cannot be drawn");
         if (failure->isEmpty())
             save(drawn, job);
         else
