@@ -572,6 +572,23 @@ QString findListProblem()
                : QStringLiteral("listVideoFormats does not return the formats that doRegister registered");
 }
 
+/// Whether the extensions that an optional function lists were registered; empty when they were, or without the
+/// function.
+QString findExtensionProblem(const QString& function)
+{
+    const auto listExtensions = pluginFunction<const char* const* (*)()>(function.toLatin1().constData());
+    const auto registered = VideoEncoder::getInstance()->getLoadableFiles();
+    try {
+        for (const char* const* entry = listExtensions ? listExtensions() : nullptr; entry && *entry; ++entry)
+            if (!registered.count(QString::fromUtf8(*entry).toUpper()))
+                return QStringLiteral("%1 returns \"%2\", which doRegister has not registered")
+                    .arg(function, QString::fromUtf8(*entry));
+    } catch (...) {
+        return QStringLiteral("an exception left %1").arg(function);
+    }
+    return {};
+}
+
 int list(const QString& file)
 {
     Errors errors;
@@ -579,9 +596,11 @@ int list(const QString& file)
         return 1;
     for (const auto& [ending, description] : VideoEncoder::getInstance()->getLoadableFiles())
         print(QStringLiteral("format %1 %2").arg(ending.toLower(), description));
-    const QString listProblem = findListProblem();
-    if (!listProblem.isEmpty())
-        print(QStringLiteral("problem ") + listProblem);
+    for (const QString& problem : {findListProblem(), findExtensionProblem(QStringLiteral("listAlphaFormats")),
+                                   findExtensionProblem(QStringLiteral("listBitrateFormats")),
+                                   findExtensionProblem(QStringLiteral("listStreamFormats"))})
+        if (!problem.isEmpty())
+            print(QStringLiteral("problem ") + problem);
     for (const QString& message : errors.take())
         print(QStringLiteral("problem %1").arg(message));
     if (const auto getInfos = pluginFunction<tov::main::AdditionalInformation (*)()>("getInfos")) {

@@ -26,6 +26,8 @@ expect 1 "it was built for version 0 of the encoder interface" "$build/tests/zoo
 expect 1 "probeVideo found 1 frames of 3" "$build/tests/zoo/wrongfunctions.so"
 expect 1 "retimeVideo does not return 0 for a file that holds no video" "$build/tests/zoo/wrongfunctions.so"
 expect 1 "joinVideos wrote a file although a part was incomplete" "$build/tests/zoo/wrongfunctions.so"
+expect 1 'listAlphaFormats returns "absent", which doRegister has not registered' "$build/tests/zoo/wronglists.so"
+expect 1 "an exception left listStreamFormats" "$build/tests/zoo/wronglists.so"
 expect 1 "libabsent.so" "$build/tests/zoo/needsabsent.so"
 expect 1 "raw: a full disk: encodeChunk returned false" "$build/tests/zoo/rawcopy.so"
 expect 2 "no such file" "$build/tests/zoo/nothing.so"

@@ -11,12 +11,13 @@ tov::grab::video::Encoder* createEncoder(void* format)
     return new LazyEncoder(static_cast<const Format*>(format));
 }
 
-/// The extensions of the formats with that property, then a null pointer.
+/// The extensions of the registered formats with that property, then a null pointer.
 const char* const* listFormatsWith(bool Format::*property, std::vector<const char*>& list)
 {
+    const QStringList available = availableFormats();
     list.clear();
     for (const Format& format : formats())
-        if (format.*property)
+        if (format.*property && available.contains(QLatin1String(format.extension)))
             list.push_back(format.extension);
     list.push_back(nullptr);
     return list.data();
