@@ -60,8 +60,7 @@ void ignore(int signal)
     sigaction(signal, &action, nullptr);
 }
 
-/// Where Qt's own messages go: into the log. Messages that the software renderer prints at
-/// every start are dropped.
+/// Passes Qt's own messages on to the log. Messages that the software renderer prints at every start are dropped.
 void onQtMessage(QtMsgType type, const QMessageLogContext&, const QString& message)
 {
     if (message.contains(QLatin1String("software rasterizer")) || message.contains(QLatin1String("XDG_RUNTIME_DIR")))

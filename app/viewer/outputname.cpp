@@ -30,7 +30,7 @@ QString nextFreeName(const QString& folder, const QString& pattern, const QStrin
         QString candidate = name;
         candidate.replace(NumberField, QStringLiteral("%1").arg(number, 3, 10, QLatin1Char('0')));
         const QString path = QDir(folder).filePath(candidate + QLatin1Char('.') + ending);
-        // A recording that runs has the name, and what a killed one left under its temporary name is kept.
+        // The name is also taken if its temporary file exists: of a recording that runs, or of a killed one.
         const tov::app::SafeOutput output(path, ending);
         if (!QFileInfo::exists(path) && !QFileInfo::exists(output.getTemporaryName()))
             return path;

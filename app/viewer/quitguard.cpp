@@ -72,7 +72,7 @@ void QuitGuard::quitWithoutAsking()
     QMetaObject::invokeMethod(mp_Window, &QWidget::close, Qt::QueuedConnection);
 }
 
-/// What still runs, in the user's words.
+/// Descriptions of the work that still runs, for the user.
 QStringList QuitGuard::describeWork() const
 {
     QStringList texts;

@@ -1,4 +1,4 @@
-// Between positions in a panel and points of the scene.
+// Conversions between positions in a panel and points of the scene.
 
 #include "scene/drawing/scenedrawer.h"
 #include "scene/globalscene.h"
