@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <utility>
 
 namespace tov::scene {
 
@@ -198,7 +199,17 @@ GeometryElement::~GeometryElement() = default;
 
 void GeometryElement::setMaterial(std::shared_ptr<const Material> material)
 {
-    mp_Material = material ? std::move(material) : defaultMaterial();
+    auto& kept = m_Color ? mp_FileMaterial : mp_Material;
+    kept = material ? std::move(material) : defaultMaterial();
+}
+
+void GeometryElement::setColor(const std::optional<QColor>& color)
+{
+    if (m_Color)
+        mp_Material = std::exchange(mp_FileMaterial, nullptr);
+    m_Color = color && color->isValid() ? std::optional<QColor>(color->rgb()) : std::nullopt;
+    if (m_Color)
+        mp_FileMaterial = std::exchange(mp_Material, makeMaterial(*m_Color));
 }
 
 void GeometryElement::setOpacity(float opacity)

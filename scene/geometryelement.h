@@ -9,6 +9,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <vector>
 
 namespace tov::scene {
@@ -90,8 +91,8 @@ public:
     const std::vector<float>& getTextureCoordinates(int set) const { return m_Uv[set]; }
     /// x, y, z and the sign of the bitangent for each vertex; empty: derived while drawing.
     const std::vector<float>& getTangents() const { return m_Tangents; }
-    /// False when all vertices are white and opaque.
-    bool hasVertexColors() const { return m_HasColors; }
+    /// False when all vertices are white and opaque, and for an element with a colour of its own (`setColor`).
+    bool hasVertexColors() const { return m_HasColors && !m_Color; }
     /// Whether the normals of nearly all triangles point to the side from which the triangle is counter-clockwise.
     bool doNormalsFollowWinding() const { return m_NormalsFollowWinding; }
     /// The vertices of each primitive, in drawing order.
@@ -112,8 +113,12 @@ public:
 
     /// Never null.
     const std::shared_ptr<const Material>& getMaterial() const { return mp_Material; }
-    /// Null: the default material.
+    /// Null: the default material. An element with a colour of its own keeps showing that.
     void setMaterial(std::shared_ptr<const Material> material);
+    /// The colour that replaces the material; none: the material as the file has it.
+    const std::optional<QColor>& getColor() const { return m_Color; }
+    /// Replaces material and vertex colours by one colour, without its alpha, or restores them (none).
+    void setColor(const std::optional<QColor>& color);
     /// Multiplies the alpha of the material; from 0 to 1.
     float getOpacity() const { return m_Opacity; }
     /// Sets the factor of the material's alpha, from 0 to 1.
@@ -159,6 +164,8 @@ private:
     std::unique_ptr<const Deformation> mp_Deformation;
     std::vector<float> m_MorphWeights;
     std::shared_ptr<const Material> mp_Material;
+    std::shared_ptr<const Material> mp_FileMaterial; ///< kept while `m_Color` replaces it
+    std::optional<QColor> m_Color;
     bool m_HasColors = false;
     bool m_NormalsFollowWinding = true;
     float m_Opacity = 1;

@@ -9,7 +9,9 @@
 #include "scene/sceneview.h"
 #include "scene/ticketlock.h"
 
+#include <algorithm>
 #include <atomic>
+#include <cmath>
 #include <condition_variable>
 #include <functional>
 #include <mutex>
@@ -128,6 +130,15 @@ void Scene::updateGlobalScaling()
     SceneExtent extent;
     if (!box.isEmpty())
         extent = {centreOf(box), scalingFor(box)};
+    setExtent(extent);
+}
+
+void Scene::setExtent(const SceneExtent& extent)
+{
+    const bool isFinite =
+        std::all_of(extent.center.begin(), extent.center.end(), [](double x) { return std::isfinite(x); });
+    if (!isFinite || !std::isfinite(extent.scaling) || !(extent.scaling > 0))
+        return;
     std::lock_guard<std::mutex> lock(d->mutex);
     if (extent.scaling != d->extent.scaling || extent.center != d->extent.center)
         d->scalingChanged = true;

@@ -39,6 +39,9 @@ public:
     double getGlobalScaling() const;
     /// The global scaling and the centre of what it was computed from. Thread: any.
     SceneExtent getExtent() const;
+    /// Sets what `getExtent` returns until elements are added or a view is fitted: a stored view is then drawn exactly
+    /// as it was. Ignored unless finite and positive. The caller holds the scene lock, as for `updateGlobalScaling`.
+    void setExtent(const SceneExtent& extent);
     /// Takes over a root if the scene has none. The caller holds a `SceneEdit` of the structure.
     void adoptRootNode(SceneElement* root);
     /// Recomputes the global scaling after elements were added or removed. The caller holds the scene lock. When the

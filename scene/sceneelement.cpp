@@ -31,6 +31,12 @@ void SceneElement::addChild(SceneElement* child)
     m_Children.push_back(child);
 }
 
+void SceneElement::insertChild(std::size_t index, SceneElement* child)
+{
+    child->mp_Parent = this;
+    m_Children.insert(m_Children.begin() + std::ptrdiff_t(std::min(index, m_Children.size())), child);
+}
+
 SceneElement* SceneElement::takeChild(SceneElement* child)
 {
     const auto found = std::find(m_Children.begin(), m_Children.end(), child);

@@ -49,6 +49,8 @@ public:
     const std::vector<SceneElement*>& getChildren() const { return m_Children; }
     /// Takes ownership of a child.
     void addChild(SceneElement* child);
+    /// The same before the child at `index`; at the end if there is none.
+    void insertChild(std::size_t index, SceneElement* child);
     /// Removes a child, which the caller owns then; null when it is not a child.
     SceneElement* takeChild(SceneElement* child);
     /// This element or the first one below it with that name (in any case); null if no name matches.

@@ -12,6 +12,7 @@
 #include "trajectory/advancedtrajectoryinfo.h"
 #include "trajectory/animationmotion.h"
 #include "trajectory/camerapath.h"
+#include "trajectory/selection.h"
 #include "trajectory/trajectoryinfo.h"
 #include "trajectory/trajectoryreader.h"
 #include "trajectory/trajectorysignals.h"
@@ -107,6 +108,7 @@ struct TrajectoryHandler::Private
     std::shared_ptr<const Motion> camera;       ///< the selected motion to which an animation can be added
     std::shared_ptr<const Motion> elements;     ///< the animation of the selection
     std::shared_ptr<const Turntable> turntable; ///< the one that is selected
+    Selection source;                           ///< what the selection was made from
     std::optional<PlaybackOptions> playback;    ///< of the selection; none: it has no times
     /// Selects the same again with other options.
     SelectAgain selectAgain;
@@ -237,13 +239,19 @@ bool TrajectoryHandler::openFile(const QString& fileName, const PlaybackOptions&
     const auto openAgain = [this, fileName](const PlaybackOptions& changed, QString* problem) {
         return openFile(fileName, changed, problem);
     };
+    Selection source;
+    source.kind = Selection::Kind::File;
+    source.file = info.absoluteFilePath();
+    source.playback = options;
     if (content.path) {
         select(content.path);
+        d->source = source;
         d->camera = content.path;
         setTimed(options, openAgain);
         return true;
     }
     select(nullptr);
+    d->source = source;
     if (content.isSampled)
         setTimed(options, openAgain);
     if (suffix == QLatin1String("csv")) {
@@ -288,6 +296,7 @@ void TrajectoryHandler::select(std::shared_ptr<const Motion> motion)
     d->turntable.reset();
     d->camera.reset();
     d->elements.reset();
+    d->source = Selection();
     if (!motion)
         return;
     d->advanced.setMotion(std::move(motion));
@@ -331,7 +340,14 @@ bool TrajectoryHandler::selectTurntable(const TurntableOptions& options, QString
     const auto turntable = turntableFrom(*panel, options, error);
     if (!turntable)
         return false;
+    startTurntable(turntable, panel);
+    return true;
+}
+
+void TrajectoryHandler::startTurntable(std::shared_ptr<const Turntable> turntable, tov::gui::ScenePanel* panel)
+{
     select(turntable);
+    d->source.kind = Selection::Kind::Turntable;
     d->turntable = turntable;
     d->camera = turntable;
     const auto follow = [this, panel](auto signal, bool keepsInView) {
@@ -342,7 +358,6 @@ bool TrajectoryHandler::selectTurntable(const TurntableOptions& options, QString
     follow(&tov::gui::ScenePanel::viewChanged, false);
     // A view that is fitted again must not be cropped at other angles.
     follow(&tov::gui::ScenePanel::fitted, true);
-    return true;
 }
 
 void TrajectoryHandler::rebaseTurntable(const tov::gui::ScenePanel& panel, bool keepsInView)
@@ -365,6 +380,7 @@ void TrajectoryHandler::rebaseTurntable(const tov::gui::ScenePanel& panel, bool 
 void TrajectoryHandler::selectCameraMotion(std::shared_ptr<const Motion> motion)
 {
     select(motion);
+    d->source.kind = Selection::Kind::Other;
     d->camera = std::move(motion);
 }
 
@@ -374,6 +390,9 @@ bool TrajectoryHandler::selectPath(const CameraPath& path, const PlaybackOptions
     if (!motion)
         return false;
     select(motion);
+    d->source.kind = Selection::Kind::Path;
+    d->source.path = path;
+    d->source.playback = options;
     d->camera = motion;
     setTimed(options, [this, path](const PlaybackOptions& changed, QString* problem) {
         return selectPath(path, changed, problem);
@@ -444,6 +463,8 @@ bool TrajectoryHandler::selectAnimation(const QString& name, const PlaybackOptio
     if (!motion)
         return false;
     select(motion);
+    d->source.animation = name;
+    d->source.playback = options;
     d->elements = motion;
     setTimed(options, [this, name](const PlaybackOptions& changed, QString* problem) {
         return selectAnimation(name, changed, problem);
@@ -460,10 +481,72 @@ bool TrajectoryHandler::addAnimation(const QString& name, const PlaybackOptions&
         return false;
     d->elements = motion;
     d->playback.reset();
+    d->source.animation = name;
+    d->source.animationPlayback = options;
     d->advanced.setMotion(std::make_shared<CombinedMotion>(d->camera, motion));
     setPosition(0);
     emit trajectoryChanged();
     return true;
+}
+
+Selection TrajectoryHandler::getSelection() const
+{
+    if (getSelectedMode() == ModeNone)
+        return Selection();
+    Selection selection = d->source;
+    if (d->turntable) {
+        selection.turntable = d->turntable->getOptions();
+        selection.start = d->turntable->getStart();
+        selection.center = d->turntable->getCenter();
+    }
+    return selection;
+}
+
+bool TrajectoryHandler::selectCamera(const Selection& selection, QString* error)
+{
+    switch (selection.kind) {
+    case Selection::Kind::None:
+        return true;
+    case Selection::Kind::File:
+        return openFile(selection.file, selection.playback, error);
+    case Selection::Kind::Path:
+        return selectPath(selection.path, selection.playback, error);
+    case Selection::Kind::Turntable: {
+        auto* panel = Viewer::getInstance()->getActivePanel();
+        TurntableOptions options = selection.turntable;
+        // The stored view has the elevation and the distance already.
+        options.elevation.reset();
+        options.keepInView = false;
+        const auto turntable = Turntable::create(options, selection.start, selection.center, error);
+        if (turntable && panel)
+            startTurntable(turntable, panel);
+        else if (turntable && error)
+            *error = tr("A turntable starts from a view: open a panel first");
+        return turntable && panel;
+    }
+    case Selection::Kind::Other:
+        break;
+    }
+    if (error)
+        *error = tr("this motion cannot be selected again");
+    return false;
+}
+
+bool TrajectoryHandler::select(const Selection& selection, QString* error)
+{
+    select(nullptr);
+    selectMode(ModeNone);
+    if (selectCamera(selection, error)) {
+        if (!selection.animation)
+            return true;
+        const bool isAlone = selection.kind == Selection::Kind::None;
+        if (isAlone ? selectAnimation(*selection.animation, selection.playback, error)
+                    : addAnimation(*selection.animation, selection.animationPlayback, error))
+            return true;
+    }
+    select(nullptr);
+    selectMode(ModeNone);
+    return false;
 }
 
 } // namespace tov::trajectory

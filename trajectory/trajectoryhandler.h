@@ -19,7 +19,9 @@ class AdvancedTrajectoryInfo;
 class CameraPath;
 class Motion;
 class TrajectoryInfo;
+class Turntable;
 struct PlaybackOptions;
+struct Selection;
 struct TurntableOptions;
 
 /// The selected trajectory. Both info objects live as long as the handler.
@@ -78,6 +80,12 @@ public:
     /// Adds an animation to the turntable or the camera path that is selected: both run together. With nothing selected
     /// it is the same as `selectAnimation`. Thread: application.
     bool addAnimation(const QString& name, const PlaybackOptions& options, QString* error);
+    /// What the selection was made from. Thread: application.
+    Selection getSelection() const;
+    /// Selects what `getSelection` returned, at position 0. Turntables start from the view that is stored in the
+    /// selection. `Kind::None` without an animation deselects; `Kind::Other` cannot be repeated and fails. On failure
+    /// false and one line in `error`, and nothing is selected. Thread: application.
+    bool select(const Selection& selection, QString* error);
     /// The frames per second at which the selection was sampled; 0 when it has no times of its own (turntables, files
     /// without times). Thread: application.
     double getFrameRate() const;
@@ -100,6 +108,8 @@ private:
     TrajectoryHandler();
     ~TrajectoryHandler() override;
     void select(std::shared_ptr<const Motion> motion);
+    void startTurntable(std::shared_ptr<const Turntable> turntable, tov::gui::ScenePanel* panel);
+    bool selectCamera(const Selection& selection, QString* error);
     typedef std::function<bool(const PlaybackOptions& options, QString* error)> SelectAgain;
     void setTimed(const PlaybackOptions& options, SelectAgain selectAgain);
     void rebaseTurntable(const tov::gui::ScenePanel& panel, bool keepsInView);

@@ -63,6 +63,10 @@ public:
     double angleAt(unsigned long frame) const;
     /// The options that `create` was given.
     const TurntableOptions& getOptions() const { return m_Options; }
+    /// The view at angle 0.
+    const tov::scene::Camera& getStart() const { return m_Start; }
+    /// A point of the axis.
+    const tov::scene::Vector3& getCenter() const { return m_Turning.center; }
 
 private:
     Turntable(const TurntableOptions& options, const tov::scene::Camera& view, const tov::scene::Vector3& center);

@@ -95,6 +95,8 @@ void append(Geometry& geometry, const DrawItem& part, bool isBaked)
     if (isBaked)
         std::copy_n(part.element->getMaterial()->baseColor.begin(), 3, factor.begin());
     const auto& element = *part.element;
+    constexpr std::uint16_t White = 65535;
+    const bool hasColors = element.hasVertexColors();
     const auto first = std::uint32_t(geometry.vertexCount());
     const bool isMirrored = tov::math::volumeScaleOf(part.toScene) < 0;
     const Matrix4 normals = forNormals(part.toScene);
@@ -105,8 +107,9 @@ void append(Geometry& geometry, const DrawItem& part, bool isBaked)
         const auto normal = turned(normals, vertex.normal, isMirrored ? -1 : 1);
         geometry.normals.insert(geometry.normals.end(), normal.begin(), normal.end());
         for (std::size_t c = 0; c < 3; ++c)
-            geometry.colors.push_back(std::uint16_t(std::lround(float(vertex.color[c]) * factor[c])));
-        geometry.colors.push_back(vertex.color[3]);
+            geometry.colors.push_back(
+                std::uint16_t(std::lround(float(hasColors ? vertex.color[c] : White) * factor[c])));
+        geometry.colors.push_back(hasColors ? vertex.color[3] : White);
     }
     for (int set = 0; set < 2; ++set) {
         const auto& uv = element.getTextureCoordinates(set);

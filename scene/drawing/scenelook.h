@@ -5,6 +5,7 @@
 #include "scene/drawing/environment.h"
 
 #include <QColor>
+#include <QString>
 
 #include <memory>
 #include <optional>
@@ -31,6 +32,7 @@ struct SceneLook
 
     Light light = Light::Studio;
     std::shared_ptr<const Environment> environment; ///< for `Light::Environment`; null: the studio's
+    QString environmentFile;                        ///< where `environment` was read from; empty: unknown
     double exposure = 1;                            ///< multiplies all light; not used by `Light::None`
     Show show = Show::Surface;
     bool hasFeatureEdges = false;  ///< draws open edges and edges sharper than 30 degrees
