@@ -4,6 +4,7 @@
 #include "app/cli/outputs/outputname.h"
 #include "app/cli/reports/reporter.h"
 #include "app/cli/session.h"
+#include "app/cli/setup/sceneoptions.h"
 #include "app/cli/verbs.h"
 
 #include <QCoreApplication>
@@ -64,6 +65,8 @@ bool collectJobs(const Options& options, bool (*read)(const Options&, Request&, 
         if (error.isEmpty() && read(line.options, request, &error))
             plans = planResults(request.models, request.view.views, request.output, number, &error);
         for (const ResultPlan& plan : plans) {
+            if (error.isEmpty() && plans.size() > 1 && !request.view.savedScene.isEmpty())
+                error = QCoreApplication::translate("tov::app", "--save-scene is for a single result");
             if (error.isEmpty() && plan.output != QLatin1String("-") && outputs.contains(plan.output))
                 error =
                     QCoreApplication::translate("tov::app", "'%1' is the output of an earlier line").arg(plan.output);
@@ -78,8 +81,16 @@ bool collectJobs(const Options& options, bool (*read)(const Options&, Request&, 
                 return false;
             continue;
         }
-        for (const ResultPlan& plan : plans)
-            jobs.push_back({request, plan, describeOptions(line.options)});
+        for (const ResultPlan& plan : plans) {
+            Job<Request> job{request, plan, describeOptions(line.options)};
+            QStringList problems;
+            if (addScene(plan.models, job.request.view, job.request.motion, problems))
+                jobs.push_back(job);
+            for (const QString& problem : problems)
+                reporter.fail(line.origin.isEmpty() ? problem : QStringLiteral("%1: %2").arg(line.origin, problem));
+            if (!problems.isEmpty() && reporter.isStrict())
+                return false;
+        }
     }
     return true;
 }

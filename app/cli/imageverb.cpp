@@ -120,9 +120,11 @@ bool makeImage(Session& session, const ImageJob& job)
     QString error;
     if (!output.prepare(&error))
         return reporter.fail(error);
-    if (!session.showModels(job.plan.models, request.view.modelUp) ||
-        !session.showView(request.view, job.plan.view, false) ||
-        (request.motion.animation && !session.selectMotion(request.motion, request.view, 1)))
+    const bool isMoment = request.motion.kind == MotionRequest::Kind::Scene;
+    if (!session.showModels(job.plan.models, request.view) || !session.showView(request.view, job.plan.view, false) ||
+        (isMoment && !session.showStoredMoment(request.view)) ||
+        (request.motion.animation && !session.selectMotion(request.motion, request.view, 1)) ||
+        !session.saveScene(request.view))
         return false;
     tov::math::Matrix4 transform;
     QImage image = draw(session, job, transform);

@@ -1,12 +1,14 @@
 #include "app/cli/reports/infotext.h"
 #include "app/cli/options/optionreader.h"
 #include "app/cli/session.h"
+#include "app/cli/setup/sceneoptions.h"
 #include "app/cli/verbs.h"
 #include "scene/import/sceneimport.h"
 #include "scene/modelinfo.h"
 #include "scene/sceneelement.h"
 
 #include <QCoreApplication>
+#include <QFileInfo>
 #include <QJsonDocument>
 
 #include <cstdio>
@@ -14,9 +16,57 @@
 
 namespace tov::app {
 
+using tov::scene::SceneImport;
+
+namespace {
+
+void print(const QJsonObject& object, const QStringList& lines, const Reporter& reporter)
+{
+    const QString text = reporter.isJson() ? QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact))
+                                           : lines.join(QLatin1Char('\n'));
+    std::fprintf(stdout, "%s\n", text.toLocal8Bit().constData());
+}
+
+/// False (reported) when the model cannot be read.
+bool printModel(const QString& file, const SceneImport::Options& import, Reporter& reporter)
+{
+    QString error;
+    const std::unique_ptr<tov::scene::SceneElement> root(SceneImport::readFile(file, import, &error));
+    if (!root)
+        return reporter.fail(error);
+    const tov::scene::ModelInfo info(*root);
+    print(toJson(file, info), describe(file, info), reporter);
+    return true;
+}
+
+/// Prints a scene file, then its models; a model is printed alone.
+bool printInfo(const QString& file, const SceneImport::Options& import, Reporter& reporter)
+{
+    if (!SceneFile::isSceneFile(file))
+        return printModel(file, import, reporter);
+    QString error;
+    const auto scene = SceneFile::load(file, &error);
+    if (!scene)
+        return reporter.fail(error);
+    print(sceneToJson(file, *scene), describeScene(file, *scene), reporter);
+    const QStringList missing = findMissingModels(file, *scene);
+    for (const QString& problem : missing)
+        reporter.fail(problem);
+    bool isComplete = missing.isEmpty();
+    for (const SceneFile::Model& model : scene->models) {
+        SceneImport::Options options = import;
+        if (options.modelUp.isEmpty())
+            options.modelUp = model.up;
+        if (QFileInfo::exists(model.file))
+            isComplete = printModel(model.file, options, reporter) && isComplete;
+    }
+    return isComplete;
+}
+
+} // namespace
+
 int runInfo(const Options& options, int& argc, char** argv)
 {
-    using tov::scene::SceneImport;
     Reporter reporter(options);
     OptionReader reader(options);
     SceneImport::Options import;
@@ -31,21 +81,9 @@ int runInfo(const Options& options, int& argc, char** argv)
     import.strict = reporter.isStrict();
     Session session(options, reporter, argc, argv);
     session.leaveAtFirstInterrupt();
-    for (const QString& file : options.files) {
-        QString error;
-        const std::unique_ptr<tov::scene::SceneElement> root(SceneImport::readFile(file, import, &error));
-        if (!root) {
-            reporter.fail(error);
-            if (reporter.isStrict())
-                break;
-            continue;
-        }
-        const tov::scene::ModelInfo info(*root);
-        const QString text = reporter.isJson()
-                                 ? QString::fromUtf8(QJsonDocument(toJson(file, info)).toJson(QJsonDocument::Compact))
-                                 : describe(file, info).join(QLatin1Char('\n'));
-        std::fprintf(stdout, "%s\n", text.toLocal8Bit().constData());
-    }
+    for (const QString& file : options.files)
+        if (!printInfo(file, import, reporter) && reporter.isStrict())
+            break;
     return reporter.hasReportedFailure() ? ExitFailed : ExitDone;
 }
 

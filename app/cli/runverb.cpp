@@ -1,4 +1,5 @@
 #include "app/cli/session.h"
+#include "app/cli/setup/sceneoptions.h"
 #include "app/cli/verbs.h"
 #include "app/common/outputcheck.h"
 #include "kernel/commands/commandparser.h"
@@ -166,12 +167,18 @@ int runScript(const Options& options, int& argc, char** argv)
     std::vector<CommandText> commands;
     if (const int status = readCommands(request, reporter, commands); status != ExitDone)
         return status;
+    QStringList problems;
+    if (!addScene(request.models, request.view, request.motion, problems)) {
+        for (const QString& problem : problems)
+            reporter.fail(problem);
+        return ExitFailed;
+    }
     Session session(options, reporter, argc, argv);
     const int fps = request.fps > 0 ? request.fps
                                     : tovSettings().value(QStringLiteral("settings/grabvideofps"), DefaultFps).toInt();
-    if (!session.showModels(request.models, request.view.modelUp) ||
+    if (!session.showModels(request.models, request.view) ||
         !session.showView(request.view, request.view.views.value(0), turnsUpright(request.motion)) ||
-        !session.selectMotion(request.motion, request.view, fps))
+        !session.selectMotion(request.motion, request.view, fps) || !session.saveScene(request.view))
         return session.wasInterrupted() ? ExitInterrupted : ExitFailed;
     for (const CommandText& command : commands) {
         const bool isDone = runCommand(session, command);

@@ -3,11 +3,13 @@
 #include "app/common/checks.h"
 #include "app/cli/setup/motionsetup.h"
 #include "app/cli/setup/looksetup.h"
+#include "app/cli/setup/sceneoptions.h"
 #include "app/cli/setup/viewsetup.h"
 #include "kernel/commands/command.h"
 #include "kernel/gui/zprogressdialog.h"
 #include "kernel/main/settings.h"
 #include "kernel/workers/overseer.h"
+#include "scene/drawing/scenedrawer.h"
 #include "scene/scene.h"
 #include "scene/sceneelement.h"
 #include "scene/view/scenepanel.h"
@@ -101,17 +103,18 @@ void Session::interrupt(int count)
     _exit(InterruptedStatus);
 }
 
-bool Session::showModels(const QStringList& files, const QString& modelUp)
+bool Session::showModels(const QStringList& files, const ViewRequest& view)
 {
     QString error;
     QStringList warnings;
     TrajectoryHandler::getInstance()->selectMode(TrajectoryHandler::ModeNone);
     m_RestPose.restore();
-    const bool isShown = m_Models.show(files, modelUp, m_Reporter.isStrict(), &error, warnings, [this](int percent) {
-        m_Reporter.progress(tr("Reading"), percent);
-        QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
-        return m_Interrupts == 0;
-    });
+    const bool isShown =
+        m_Models.show(modelsOf(files, view), m_Reporter.isStrict(), &error, warnings, [this](int percent) {
+            m_Reporter.progress(tr("Reading"), percent);
+            QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
+            return m_Interrupts == 0;
+        });
     m_Reporter.clearProgress();
     if (m_Interrupts > 0)
         return false;
@@ -128,6 +131,7 @@ bool Session::showView(const ViewRequest& view, const QString& name, bool isTurn
     if (!mp_Panel)
         mp_Panel = new tov::gui::ScenePanel;
     mp_Panel->resize(view.panel);
+    mp_Panel->setFollowsTrajectory(true);
     if (!applyView(*mp_Panel, view, name, isTurning, &error))
         return m_Reporter.fail(error);
     tov::scene::Viewer::getInstance()->setActivePanel(mp_Panel);
@@ -151,6 +155,38 @@ bool Session::selectMotion(const MotionRequest& motion, const ViewRequest& view,
     if (motion.kind == MotionRequest::Kind::Trajectory)
         warnIfNothingMoves();
     return true;
+}
+
+bool Session::showStoredMoment(const ViewRequest& view)
+{
+    // The camera is that of the request already.
+    mp_Panel->setFollowsTrajectory(false);
+    MotionRequest motion;
+    motion.kind = MotionRequest::Kind::Scene;
+    if (!selectMotion(motion, view, 0))
+        return false;
+    auto* handler = TrajectoryHandler::getInstance();
+    if (handler->getCount() > 0)
+        handler->setPosition(std::min<unsigned long>(view.scene->motion.position, handler->getCount() - 1));
+    return true;
+}
+
+bool Session::saveScene(const ViewRequest& view)
+{
+    if (view.savedScene.isEmpty())
+        return true;
+    SceneFile scene;
+    scene.models = m_Models.collect();
+    scene.look = tov::scene::SceneDrawer::getLook();
+    scene.background = view.look.background;
+    scene.extent = tov::scene::Viewer::getInstance()->getGlobalScene()->getExtent();
+    scene.views.push_back({mp_Panel->getCamera(), true});
+    if (view.scene)
+        scene.bookmarks = view.scene->bookmarks;
+    const auto* handler = TrajectoryHandler::getInstance();
+    scene.motion = {handler->getSelection(), handler->getPosition()};
+    QString error;
+    return scene.save(view.savedScene, &error) || m_Reporter.fail(error);
 }
 
 /// Frames of a free recording wait for the encoder in memory, then in temporary files. When both are full, the

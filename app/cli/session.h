@@ -33,13 +33,18 @@ public:
     Session(const Options& options, Reporter& reporter, int& argc, char** argv);
     ~Session();
 
-    /// Makes these models the scene; false (reported) on failure.
-    bool showModels(const QStringList& files, const QString& modelUp);
+    /// Makes these models, or those of the scene file of the view, the scene; false (reported) on failure.
+    bool showModels(const QStringList& files, const ViewRequest& view);
     /// Gives the hidden panel a view, and makes it the active one; false (reported) on failure.
     bool showView(const ViewRequest& view, const QString& name, bool isTurning);
     tov::gui::ScenePanel* getPanel() const { return mp_Panel; }
     /// Selects the requested motion; false (reported) on failure.
     bool selectMotion(const MotionRequest& motion, const ViewRequest& view, int fps);
+
+    /// Shows the moment of the scene file's motion that was stored; false (reported) on failure.
+    bool showStoredMoment(const ViewRequest& view);
+    /// Writes the scene file that the request names, if it names one; false (reported) on failure.
+    bool saveScene(const ViewRequest& view);
 
     /// Whether free recordings are changed to play as long as they were recorded (default: no).
     void setPlaysInRealTime(bool inRealTime) { mp_Watcher->setPlaysInRealTime(inRealTime); }

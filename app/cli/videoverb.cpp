@@ -245,8 +245,12 @@ bool prepareScene(Session& session, const VideoJob& job, RecordingSettings& sett
         return false;
     // A video shows what a picture of the same view shows.
     session.getPanel()->setProjectionHalfHeight(tov::scene::VideoHalfHeight);
+    if (request.motion.kind == MotionRequest::Kind::None && !request.motion.animation)
+        return session.getReporter().fail(
+            tr("'%1' contains no motion; give one of --turntable, --trajectory, --animation, --path and --free")
+                .arg(job.plan.models.value(0)));
     return session.selectMotion(request.motion, request.view, RecordingSettings::rateOf(request)) &&
-           configure(session, request, settings);
+           session.saveScene(request.view) && configure(session, request, settings);
 }
 
 /// Carries out a request for parts. The models have been loaded, and nothing has moved them.
@@ -289,7 +293,7 @@ bool makeWholeVideo(Session& session, const VideoJob& job)
     if (!output.prepare(&error))
         return reporter.fail(error);
     RecordingSettings settings;
-    if (!session.showModels(job.plan.models, request.view.modelUp) || !prepareScene(session, job, settings)) {
+    if (!session.showModels(job.plan.models, request.view) || !prepareScene(session, job, settings)) {
         output.discard();
         return false;
     }
@@ -309,7 +313,7 @@ bool makeVideo(Session& session, const VideoJob& job)
     warnOfBackground(session.getReporter(), job);
     if (!job.request.parts.isShared())
         return makeWholeVideo(session, job);
-    return session.showModels(job.plan.models, job.request.view.modelUp) && makeSharedVideo(session, job);
+    return session.showModels(job.plan.models, job.request.view) && makeSharedVideo(session, job);
 }
 
 } // namespace

@@ -45,7 +45,7 @@ check "the icon of the desktop file exists" test -s "$prefix/share/icons/hicolor
 mkdir -p "$folder/data/mime/packages"
 cp "$prefix/share/mime/packages/tov.xml" "$folder/data/mime/packages/"
 check "MIME types" update-mime-database "$folder/data/mime"
-for type in application/x-tov-ply application/x-tov-trajectory; do
+for type in application/x-tov-ply application/x-tov-trajectory application/x-tov-scene; do
   check "MIME type $type is in the desktop file" grep -q "$type" "$prefix/share/applications/tov.desktop"
   check "MIME type $type is declared" test -s "$folder/data/mime/$type.xml"
 done

@@ -77,7 +77,11 @@ void readLook(OptionReader& reader, LookRequest& look)
     look.light = reader.text("light");
     if (reader.has("light") && !look.light.endsWith(QLatin1String(".hdr"), Qt::CaseInsensitive))
         reader.readWord("light", {"studio", "headlight", "none"}, look.light);
-    reader.readNumber("exposure", 0, MostExposure, look.exposure);
+    if (reader.has("exposure")) {
+        double exposure = 1;
+        reader.readNumber("exposure", 0, MostExposure, exposure);
+        look.exposure = exposure;
+    }
     reader.readWord("show", {"surface", "edges", "wireframe", "points"}, look.show);
     look.isFlat = reader.has("flat");
     look.hasFeatureEdges = reader.has("feature-edges");

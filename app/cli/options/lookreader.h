@@ -1,5 +1,7 @@
 #pragma once
 
+#include "app/common/background.h"
+
 #include <QColor>
 #include <QString>
 
@@ -11,27 +13,12 @@ namespace tov::app {
 
 class OptionReader;
 
-/// The background of a picture or video.
-struct Background
-{
-    enum class Kind
-    {
-        Default, ///< transparent where the format has transparency, otherwise the background from the settings
-        Transparent,
-        Plain,
-        Gradient, ///< from `top` to `bottom`
-    };
-    Kind kind = Kind::Default;
-    QColor top;
-    QColor bottom;
-};
-
 /// How the scene is drawn.
 struct LookRequest
 {
-    QString light; ///< a name or a file; empty = studio
-    double exposure = 1;
-    QString show; ///< empty = surface
+    QString light;                  ///< a name or a file; empty = studio
+    std::optional<double> exposure; ///< none = 1
+    QString show;                   ///< empty = surface
     bool isFlat = false;
     bool hasFeatureEdges = false;
     std::optional<QColor> color;                       ///< one colour for everything

@@ -19,6 +19,7 @@ struct MotionRequest
         Trajectory,
         Path,
         Free,
+        Scene, ///< that of the scene file
     };
     Kind kind = Kind::None;
     std::optional<QString> animation; ///< of the model, on its own or with a turntable or path; empty = the first

@@ -39,6 +39,8 @@ const OptionSpec Options[] = {
      QT_TRANSLATE_NOOP("CommandLine", "fail if the output exists already")},
     {"skip-existing", 0, None, "", Outputs, OutputGroup,
      QT_TRANSLATE_NOOP("CommandLine", "skip results that exist already")},
+    {"save-scene", 0, Required, "FILE.tovscene", Views, OutputGroup,
+     QT_TRANSLATE_NOOP("CommandLine", "also save models, parts, look, view and motion as a scene file"), "FILE"},
 
     {"view", 0, Required, "NAME[,NAME...]", Views, ViewGroup,
      QT_TRANSLATE_NOOP("CommandLine", "front back left right top bottom iso (default front)"),

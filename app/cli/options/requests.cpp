@@ -7,6 +7,7 @@
 #include <QCoreApplication>
 #include <QRegularExpression>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <utility>
@@ -120,6 +121,9 @@ void readView(OptionReader& reader, const Options& options, ViewRequest& view)
     view.isOrthographic = reader.has("orthographic");
     reader.readWord("model-up", {"+X", "-X", "+Y", "-Y", "+Z", "-Z", "auto"}, view.modelUp);
     readLook(reader, view.look);
+    view.savedScene = reader.text("save-scene");
+    if (reader.has("save-scene") && !SceneFile::isSceneFile(view.savedScene))
+        reader.fail(tr("--save-scene: '%1' does not end in .tovscene").arg(view.savedScene));
     reader.readSize("panel", view.panel);
     const int bases = int(!view.views.isEmpty()) + int(!view.camera.isEmpty()) + int(!view.like.isEmpty()) +
                       int(view.transform.has_value()) + int(view.position.has_value());
@@ -156,7 +160,8 @@ bool finish(const OptionReader& reader, QString* error)
 
 bool isFitted(const ViewRequest& view)
 {
-    return view.camera.isEmpty() && view.like.isEmpty() && !view.transform && !view.position && !view.target;
+    return view.camera.isEmpty() && view.like.isEmpty() && !view.transform && !view.position && !view.target &&
+           !view.sceneCamera;
 }
 
 bool readImageRequest(const Options& options, ImageRequest& request, QString* error)
@@ -210,7 +215,9 @@ bool readVideoRequest(const Options& options, VideoRequest& request, QString* er
         reader.fail(tr("a video must have at least 16 x 16 pixels (got %1 x %2)")
                         .arg(QString::number(request.size.width()), QString::number(request.size.height())));
     readMotion(reader, request.motion);
-    if (request.motion.kind == MotionRequest::Kind::None && !request.motion.animation)
+    const bool hasMotion = request.motion.kind != MotionRequest::Kind::None || request.motion.animation;
+    // What moves may be in a scene file, which is not opened yet.
+    if (!hasMotion && !std::any_of(request.models.begin(), request.models.end(), SceneFile::isSceneFile))
         reader.fail(tr("video needs one of --turntable, --trajectory, --animation, --path and --free"));
     reader.readInt("fps", 1, MostFps, request.fps);
     reader.readInt("bitrate", LeastKbps, MostKbps, request.bitrate);

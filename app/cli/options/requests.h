@@ -5,13 +5,16 @@
 #include "app/cli/options/options.h"
 #include "app/cli/options/partreader.h"
 #include "app/common/safeoutput.h"
+#include "app/common/scenefile.h"
 #include "kernel/math/matrix.h"
+#include "scene/view/camera.h"
 
 #include <QSize>
 #include <QString>
 #include <QStringList>
 
 #include <array>
+#include <memory>
 #include <optional>
 
 namespace tov::app {
@@ -32,7 +35,10 @@ struct ViewRequest
     bool isOrthographic = false;
     QString modelUp; ///< empty = auto
     LookRequest look;
-    QSize panel = QSize(1280, 720); ///< shape of the view when no size is given
+    std::shared_ptr<const SceneFile> scene;        ///< null = none; its look is in `look` already, see `addScene`
+    std::optional<tov::scene::Camera> sceneCamera; ///< the view of the scene file, unless options give another
+    QString savedScene;                            ///< a scene file to write; empty = none
+    QSize panel = QSize(1280, 720);                ///< shape of the view when no size is given
 };
 
 /// True when the view is fitted to the model, rather than given.

@@ -68,6 +68,21 @@ void addSize(Digest& digest, const QSize& size)
     digest.add(size.height());
 }
 
+/// What the request takes from a scene file and no other digest contains. Names of files do not count: the same scene
+/// may be in another folder on another machine.
+void addScene(Digest& digest, const ViewRequest& view)
+{
+    SceneFile scene;
+    if (view.scene) {
+        scene.motion = view.scene->motion;
+        scene.motion.selection.file.clear();
+        scene.extent = view.scene->extent;
+    }
+    if (view.sceneCamera)
+        scene.views.push_back({*view.sceneCamera, true});
+    digest.add(scene.toJson(QStringLiteral("/")));
+}
+
 bool addView(Digest& digest, const ViewRequest& view, QString* error)
 {
     digest.add(view.camera);
@@ -87,13 +102,14 @@ bool addView(Digest& digest, const ViewRequest& view, QString* error)
     addOptional(digest, view.fieldOfView);
     digest.add(view.isOrthographic);
     addSize(digest, view.panel);
+    addScene(digest, view);
     return true;
 }
 
 /// The background and the samples are in the facts.
 bool addLook(Digest& digest, const LookRequest& look, QString* error)
 {
-    digest.add(look.exposure);
+    digest.add(look.exposure.value_or(1));
     digest.add(look.show.isEmpty() ? QStringLiteral("surface") : look.show);
     digest.add(look.isFlat);
     digest.add(look.hasFeatureEdges);
@@ -111,7 +127,13 @@ bool addLook(Digest& digest, const LookRequest& look, QString* error)
     return addFile(digest, isFile ? look.light : QString(), error);
 }
 
-bool addMotion(Digest& digest, const MotionRequest& motion, QString* error)
+/// The trajectory or camera path of a request.
+QString fileOf(const MotionRequest& motion, const ViewRequest& view)
+{
+    return motion.kind == MotionRequest::Kind::Scene ? view.scene->motion.selection.file : motion.file;
+}
+
+bool addMotion(Digest& digest, const MotionRequest& motion, const ViewRequest& view, QString* error)
 {
     digest.add(motion.kind);
     digest.add(motion.animation.has_value());
@@ -124,7 +146,7 @@ bool addMotion(Digest& digest, const MotionRequest& motion, QString* error)
     digest.add(motion.isEased);
     digest.add(motion.isRepeated);
     digest.add(motion.takesEveryPosition);
-    return addFile(digest, motion.file, error);
+    return addFile(digest, fileOf(motion, view), error);
 }
 
 } // namespace
@@ -144,7 +166,7 @@ QString partKey(const VideoRequest& request, const RecordingFacts& facts, QStrin
     digest.add(request.parts.count);
     addSize(digest, request.size);
     if (!addView(digest, request.view, error) || !addLook(digest, request.view.look, error) ||
-        !addMotion(digest, request.motion, error))
+        !addMotion(digest, request.motion, request.view, error))
         return QString();
     return QString::fromLatin1(digest.result().toHex().left(KeyDigits));
 }

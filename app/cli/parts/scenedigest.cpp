@@ -96,6 +96,8 @@ void TreeDigest::addGeometry(const GeometryElement& element)
     m_Digest.add(element.getTangents());
     m_Digest.add(element.getIndices());
     m_Digest.add(element.getOrigin());
+    m_Digest.add(element.hasVertexColors());
+    m_Digest.add(element.getOpacity());
     m_Digest.add(element.getMorphWeights());
     if (isNew(element.getMaterial().get()))
         addMaterial(*element.getMaterial());

@@ -9,6 +9,7 @@
 #include "scene/view/viewer.h"
 
 #include <QCoreApplication>
+#include <QFileInfo>
 
 namespace tov::app {
 
@@ -73,8 +74,6 @@ bool applyOpacities(const LookRequest& look, QString* error)
     SceneElement* root = scene->getRootNode();
     if (!root)
         return true;
-    // An earlier job of the same process may have set other values.
-    setOpacityBelow(root, 1);
     for (const auto& [name, opacity] : look.opacities)
         if (!setOpacityOf(root, name, float(opacity))) {
             *error = tr("--opacity: there is no part \"%1\"; tov info lists the parts").arg(name);
@@ -96,16 +95,18 @@ bool applyLook(const LookRequest& request, QString* error)
     Look look = SceneDrawer::getLook();
     look.samples = samplesOf(request);
     look.show = showNamed(request.show);
-    look.exposure = request.exposure;
+    look.exposure = request.exposure.value_or(usual.exposure);
     look.isFlat = request.isFlat;
     look.hasFeatureEdges = request.hasFeatureEdges;
     look.color = request.color;
     look.pointSize = request.pointSize ? *request.pointSize / 100 : usual.pointSize;
     look.lineWidth = request.lineWidth ? *request.lineWidth / 100 : usual.lineWidth;
     look.environment.reset();
+    look.environmentFile.clear();
     look.light = lightNamed(request.light);
     if (look.light == Look::Light::Environment) {
         look.environment = tov::scene::readEnvironment(request.light, error);
+        look.environmentFile = QFileInfo(request.light).absoluteFilePath();
         if (!look.environment)
             return false;
     }

@@ -120,8 +120,8 @@ bool selectTurntable(const MotionRequest& motion, const ViewRequest& view, doubl
     options.swing = motion.swing;
     options.axis = axisOf(motion.axis);
     options.ease = motion.isEased ? Ease::InOut : Ease::None;
-    // A view that was zoomed in shows a part of the model on purpose.
-    options.keepInView = view.zoom <= 1;
+    // A view that was zoomed in, or stored in a scene file, shows a part of the model on purpose.
+    options.keepInView = view.zoom <= 1 && !view.sceneCamera;
     return TrajectoryHandler::getInstance()->selectTurntable(options, error);
 }
 
@@ -157,6 +157,15 @@ bool selectFile(const MotionRequest& motion, const PlaybackOptions& playback, QS
         return true;
     *error = tr("%1 is a camera path, not a trajectory; use --path").arg(motion.file);
     return false;
+}
+
+/// `fps`: 0 = as stored.
+bool selectStored(const SceneFile::Motion& motion, double fps, QString* error)
+{
+    tov::trajectory::Selection selection = motion.selection;
+    if (fps > 0)
+        selection.playback.fps = selection.animationPlayback.fps = fps;
+    return TrajectoryHandler::getInstance()->select(selection, error);
 }
 
 /// Follows the camera of the file while the animation runs.
@@ -208,6 +217,8 @@ bool selectTrajectory(const MotionRequest& motion, const ViewRequest& view, doub
     switch (motion.kind) {
     case Kind::Free:
         return true;
+    case Kind::Scene:
+        return selectStored(view.scene->motion, fps, error);
     case Kind::Trajectory:
         return selectFile(motion, playback, error);
     case Kind::Turntable:

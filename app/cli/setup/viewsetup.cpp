@@ -94,6 +94,23 @@ void moveRelative(ScenePanel& panel, const ViewRequest& view)
         panel.zoom(view.zoom);
 }
 
+/// The view of the scene file, drawn exactly as it was unless options change it.
+void showStoredView(ScenePanel& panel, const ViewRequest& view)
+{
+    if (view.scene->extent) {
+        const auto scene = tov::scene::Viewer::getInstance()->getGlobalScene();
+        scene->lock();
+        scene->setExtent(*view.scene->extent);
+        scene->unlock();
+    }
+    panel.setCamera(*view.sceneCamera);
+    if (view.fieldOfView)
+        panel.setFieldOfView(*view.fieldOfView);
+    if (view.isOrthographic)
+        panel.setOrthographic(true);
+    moveRelative(panel, view);
+}
+
 } // namespace
 
 std::optional<FileCamera> findFileCamera(const QString& name, QString* error)
@@ -126,6 +143,10 @@ std::optional<Camera> cameraOfFile(const FileCamera& file, const ViewRequest& vi
 
 bool applyView(ScenePanel& panel, const ViewRequest& view, const QString& name, bool isTurning, QString* error)
 {
+    if (view.sceneCamera) {
+        showStoredView(panel, view);
+        return true;
+    }
     Camera lens;
     lens.fieldOfView = view.fieldOfView.value_or(Camera::DefaultFieldOfView);
     lens.orthographic = view.isOrthographic;
