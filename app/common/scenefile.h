@@ -71,9 +71,8 @@ struct SceneFile
     /// Reads a file. On failure none and one line in `error` that names the file and says what is wrong with it. The
     /// models and other files that it names are not opened.
     static std::optional<SceneFile> load(const QString& fileName, QString* error);
-    /// Replaces the file by this scene, or leaves it as it is: false and one line in `error`, also when `load` could not
-    /// read the result. The names of files are
-    /// stored relative to its folder.
+    /// Replaces the file by this scene, or leaves it as it is: false and one line in `error`, also when `load` could
+    /// not read the result. The names of files are stored relative to its folder.
     bool save(const QString& fileName, QString* error) const;
     /// The text of a file in that folder.
     QByteArray toJson(const QString& folder) const;

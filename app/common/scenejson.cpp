@@ -27,11 +27,13 @@ namespace {
 
 constexpr int Version = 1;
 constexpr int MostModels = 10000, MostParts = 1000000, MostViews = 4, MostBookmarks = 1000;
+constexpr int DefaultSamples = 4;
 constexpr double Largest = std::numeric_limits<double>::max();
 constexpr double Smallest = std::numeric_limits<double>::min();
 
 const std::vector<const char*> LightWords{"studio", "headlight", "none", "environment"};
 const std::vector<const char*> ShowWords{"surface", "edges", "wireframe", "points"};
+const std::vector<const char*> AxisWords{"x", "y", "z"};
 const std::vector<const char*> EaseWords{"none", "in", "out", "in-out"};
 const std::vector<const char*> MotionWords{"none", "file", "turntable", "path"};
 
@@ -214,11 +216,29 @@ QJsonObject toJson(const SceneLook& look, const Background& background, const Fi
                        {QStringLiteral("samples"), look.samples}};
     if (!look.environmentFile.isEmpty())
         object[QStringLiteral("environment")] = names.stored(look.environmentFile);
+    if (look.clip)
+        object[QStringLiteral("clip")] =
+            QJsonObject{{QStringLiteral("axis"), QLatin1String(AxisWords[look.clip->axis])},
+                        {QStringLiteral("position"), look.clip->position},
+                        {QStringLiteral("flipped"), look.clip->isFlipped}};
     if (look.color)
         object[QStringLiteral("color")] = look.color->name();
     if (background.kind != Background::Kind::Default)
         object[QStringLiteral("background")] = textOf(background);
     return object;
+}
+
+void readClip(const JsonReader& reader, std::optional<tov::scene::ClipPlane>& clip)
+{
+    if (!reader.has("clip"))
+        return;
+    const JsonReader object = reader.object("clip");
+    int axis = 0;
+    clip.emplace();
+    object.readWord("axis", AxisWords, axis);
+    clip->axis = std::size_t(axis);
+    object.read("position", -Largest, Largest, clip->position);
+    object.read("flipped", clip->isFlipped);
 }
 
 void readLook(const JsonReader& reader, SceneFile& scene, const FileNames& names)
@@ -240,6 +260,7 @@ void readLook(const JsonReader& reader, SceneFile& scene, const FileNames& names
     reader.read("samples", 0, 8, samples);
     look.samples = int(samples);
     readColor(reader, "color", look.color);
+    readClip(reader, look.clip);
     readBackground(reader, scene.background);
 }
 
@@ -449,6 +470,7 @@ std::optional<SceneFile> SceneFile::fromJson(const QByteArray& text, const QStri
         return std::nullopt;
     const FileNames names(folder);
     SceneFile scene;
+    scene.look.samples = DefaultSamples;
     for (const JsonReader& each : reader.objects("models", MostModels))
         scene.models.push_back(readModel(each, names));
     readLook(reader.object("look"), scene, names);

@@ -139,6 +139,7 @@ void ClipControls::apply(double position)
         look.clip = ClipPlane{std::size_t(axis), position, mp_Flip->isChecked()};
     SceneDrawer::setLook(look);
     Viewer::getInstance()->redraw();
+    emit changed();
 }
 
 } // namespace tov::viewer

@@ -20,6 +20,10 @@ public:
     /// Shows the plane in use; the slider covers the visible scene.
     void refresh();
 
+signals:
+    /// The plane was changed here.
+    void changed();
+
 protected:
     void showEvent(QShowEvent* event) override;
 

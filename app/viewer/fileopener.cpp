@@ -1,9 +1,12 @@
 #include "app/viewer/fileopener.h"
 
 #include "app/viewer/runsbar.h"
+#include "kernel/main/settings.h"
 #include "kernel/workers/overseer.h"
 #include "scene/import/sceneimport.h"
+#include "scene/sceneelement.h"
 
+#include <QFileDialog>
 #include <QFileInfo>
 #include <QThread>
 
@@ -23,6 +26,10 @@ struct FileOpener::Job
     std::atomic<int> shownPercent{-1};
     QString error;
     bool done = false;
+    std::function<void(Job&, const Progress&)> work; ///< called on the reading thread
+    std::vector<tov::app::SceneFile::Model> sources; ///< of `readModels`
+    std::vector<Result> results;
+    std::function<void(std::vector<Result>)> take; ///< gets the results; empty for files that are added
 };
 
 FileOpener::FileOpener(RunsBar* runs, QObject* parent) : QObject(parent), mp_Runs(runs) {}
@@ -34,6 +41,21 @@ FileOpener::~FileOpener()
     cancel();
     Overseer::getInstance()->processWorkersUntil([this] { return mp_Thread->isFinished(); });
     delete mp_Thread;
+}
+
+QStringList FileOpener::chooseFiles(QWidget* parent)
+{
+    QStringList patterns{QStringLiteral("*.") + tov::app::SceneFile::Suffix};
+    for (const QString& suffix : SceneImport::getSuffixes())
+        patterns << QStringLiteral("*.") + suffix;
+    const QString key = QStringLiteral("window/lastmodeldirectory");
+    const QStringList names = QFileDialog::getOpenFileNames(
+        parent, tr("Open"), tovSettings().value(key).toString(),
+        tr("Models and scenes (%1);;Trajectories (*.csv *.tum *.txt *.json);;All files (*)")
+            .arg(patterns.join(QLatin1Char(' '))));
+    if (!names.isEmpty())
+        tovSettings().setValue(key, QFileInfo(names.first()).absolutePath());
+    return names;
 }
 
 bool FileOpener::isTrajectory(const QString& fileName)
@@ -57,17 +79,51 @@ void FileOpener::open(const QStringList& fileNames)
         emit failed(tr("Another file is still being opened. Try again when it is done."));
         return;
     }
+    job->text = job->models.size() == 1 ? tr("Opening %1").arg(QFileInfo(job->models.first()).fileName())
+                                        : tr("Opening %n files", nullptr, job->models.size());
+    job->work = &FileOpener::addModels;
     start(job);
+}
+
+bool FileOpener::read(const std::vector<tov::app::SceneFile::Model>& models, const QString& text,
+                      std::function<void(std::vector<Result>)> done)
+{
+    if (mp_Thread)
+        return false;
+    auto job = std::make_shared<Job>();
+    job->sources = models;
+    job->text = text;
+    job->work = &FileOpener::readModels;
+    job->take = std::move(done);
+    start(job);
+    return true;
+}
+
+void FileOpener::addModels(Job& job, const Progress& progress)
+{
+    job.done = SceneImport::addFiles(job.models, &job.error, progress);
+}
+
+void FileOpener::readModels(Job& job, const Progress& progress)
+{
+    const int count = int(job.sources.size());
+    for (int i = 0; i < count && !job.cancelled; ++i) {
+        SceneImport::Options options;
+        options.modelUp = job.sources[i].up;
+        Result result;
+        result.tree.reset(SceneImport::readFile(job.sources[i].file, options, &result.error,
+                                                [&](int percent) { return progress((100 * i + percent) / count); }));
+        job.results.push_back(std::move(result));
+    }
+    job.done = !job.cancelled;
 }
 
 void FileOpener::start(const std::shared_ptr<Job>& job)
 {
     mp_Job = job;
-    job->text = job->models.size() == 1 ? tr("Opening %1").arg(QFileInfo(job->models.first()).fileName())
-                                        : tr("Opening %n files", nullptr, job->models.size());
     job->task = mp_Runs->addTask(job->text, [job] { job->cancelled = true; });
     mp_Thread = QThread::create([this, job] {
-        job->done = SceneImport::addFiles(job->models, &job->error, [this, job](int percent) {
+        job->work(*job, [this, job](int percent) {
             if (job->shownPercent.exchange(percent) != percent)
                 QMetaObject::invokeMethod(
                     this, [this, job, percent] { mp_Runs->updateTask(job->task, job->text, percent); },
@@ -78,7 +134,7 @@ void FileOpener::start(const std::shared_ptr<Job>& job)
     connect(mp_Thread, &QThread::finished, this, [this, job] { end(job); });
     mp_Thread->start();
     if (!mp_Thread->isRunning() && !mp_Thread->isFinished()) {
-        job->error = tr("%1: cannot be read, the system has no free thread").arg(job->models.first());
+        job->error = tr("%1: failed, the system has no free thread").arg(job->text);
         end(job);
     }
 }
@@ -89,7 +145,9 @@ void FileOpener::end(const std::shared_ptr<Job>& job)
     mp_Thread->deleteLater();
     mp_Thread = nullptr;
     mp_Job.reset();
-    if (job->done) {
+    if (job->done && job->take) {
+        job->take(std::move(job->results));
+    } else if (job->done) {
         emit modelsOpened(job->models);
         for (const QString& name : job->trajectories)
             emit trajectoryRequested(name);

@@ -11,6 +11,7 @@
 #include <QComboBox>
 #include <QDoubleSpinBox>
 #include <QFileDialog>
+#include <QFileInfo>
 #include <QFormLayout>
 #include <QPushButton>
 #include <QSignalBlocker>
@@ -184,6 +185,7 @@ void LookPanel::apply()
     SceneDrawer::setLook(look);
     tovSettings().setValue(SamplesKey, look.samples);
     Viewer::getInstance()->redraw();
+    emit changed();
 }
 
 void LookPanel::chooseLight(int index)
@@ -196,6 +198,7 @@ void LookPanel::chooseLight(int index)
         QString error;
         if (!fileName.isEmpty())
             look.environment = tov::scene::readEnvironment(fileName, &error);
+        look.environmentFile = QFileInfo(fileName).absoluteFilePath();
         if (!error.isEmpty())
             emit failed(error);
         if (fileName.isEmpty() || !error.isEmpty()) {
@@ -206,6 +209,7 @@ void LookPanel::chooseLight(int index)
     SceneDrawer::setLook(look);
     refresh();
     Viewer::getInstance()->redraw();
+    emit changed();
 }
 
 void LookPanel::chooseBackground()
@@ -217,6 +221,7 @@ void LookPanel::chooseBackground()
     tovSettings().setValue(BackgroundKey, color.name());
     refresh();
     Viewer::getInstance()->redraw();
+    emit changed();
 }
 
 void LookPanel::chooseColor()
@@ -238,6 +243,7 @@ void LookPanel::reset()
     SceneDrawer::setLook(look);
     refresh();
     Viewer::getInstance()->redraw();
+    emit changed();
 }
 
 } // namespace tov::viewer

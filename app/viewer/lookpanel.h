@@ -22,6 +22,8 @@ public:
     void refresh();
 
 signals:
+    /// The look was changed here.
+    void changed();
     /// One line for the user.
     void failed(const QString& message);
 

@@ -25,14 +25,13 @@
 #include "app/viewer/runnotices.h"
 #include "app/viewer/runsbar.h"
 #include "app/viewer/saferuns.h"
+#include "app/viewer/scenesession.h"
 #include "app/viewer/scenetree.h"
 #include "app/viewer/trajectorybar.h"
 #include "app/viewer/viewpicture.h"
 #include "app/viewer/viewtools.h"
 #include "app/viewer/windowlayout.h"
 #include "app/viewer/windowmenus.h"
-#include "kernel/main/settings.h"
-#include "scene/import/sceneimport.h"
 #include "scene/scene.h"
 #include "scene/sceneelement.h"
 #include "scene/view/scenepanel.h"
@@ -45,7 +44,6 @@
 #include <QCloseEvent>
 #include <QDockWidget>
 #include <QDragEnterEvent>
-#include <QFileDialog>
 #include <QFileInfo>
 #include <QGridLayout>
 #include <QLineEdit>
@@ -81,7 +79,8 @@ QScrollArea* scrolling(QWidget* content)
 MainWindow::MainWindow(const tov::main::ModuleLoader* loader, QWidget* parent)
     : QMainWindow(parent), mp_Loader(loader), mp_Edits(new EditQueue(this)),
       mp_Watcher(new tov::app::RunWatcher(tov::app::FailureLog::Console::Ignore, this)),
-      mp_Outputs(new SafeRuns(mp_Watcher, this)), mp_Export(new PictureExport(mp_Watcher, mp_Outputs, this))
+      mp_Outputs(new SafeRuns(mp_Watcher, this)), mp_Export(new PictureExport(mp_Watcher, mp_Outputs, this)),
+      mp_Session(new SceneSession(mp_Edits, this))
 {
     setObjectName(QStringLiteral("MainWindow"));
     setWindowTitle(QStringLiteral("tov"));
@@ -103,6 +102,7 @@ MainWindow::MainWindow(const tov::main::ModuleLoader* loader, QWidget* parent)
     connectOpener();
     createCapture();
     createMenus();
+    startSession();
     mp_Actions->rebuild();
     mp_Layout->restore();
     if (mp_Grid->getPanelCount() == 0)
@@ -113,6 +113,8 @@ MainWindow::MainWindow(const tov::main::ModuleLoader* loader, QWidget* parent)
 MainWindow::~MainWindow()
 {
     delete mp_Opener;
+    delete mp_Session;
+    mp_Session = nullptr;
     mp_Grid->closeAll();
 }
 
@@ -170,7 +172,7 @@ void MainWindow::createDocks()
 void MainWindow::createSceneDock()
 {
     auto* content = new QWidget(this);
-    mp_Tree = new SceneTree(mp_Edits, content);
+    mp_Tree = new SceneTree(mp_Edits, mp_Session->getPartEdits(), content);
     auto* search = new QLineEdit(content);
     search->setObjectName(QStringLiteral("TreeSearch"));
     search->setPlaceholderText(tr("Search parts"));
@@ -249,10 +251,30 @@ void MainWindow::learnCosts()
 void MainWindow::createMenus()
 {
     mp_Menus =
-        new WindowMenus({this, mp_Grid, mp_Actions, mp_Recent, mp_Trajectory, mp_Capture, mp_Cameras, mp_Tools,
+        new WindowMenus({this, mp_Grid, mp_Actions, mp_Recent, mp_Trajectory, mp_Capture, mp_Cameras, mp_Tools, mp_Tree,
                          [this] { chooseFiles(); }, [this] { copyViewToClipboard(); }, [this] { showCommandPalette(); },
                          [this](int count) { showViews(count); }, [this](ScenePanel* view) { closeView(view); },
                          [this](bool full) { setFullScreen(full); }, [this] { return getLoadFailures(); }});
+}
+
+void MainWindow::startSession()
+{
+    SceneDocument::Parts parts{};
+    parts.window = this;
+    parts.grid = mp_Grid;
+    parts.opener = mp_Opener;
+    parts.tree = mp_Tree;
+    parts.look = mp_Look;
+    parts.bookmarks = mp_Menus->getBookmarks();
+    mp_Session->start(parts, mp_Notices, mp_Recent);
+    mp_Menus->addSceneActions(mp_Session);
+    connect(mp_Session, &SceneSession::failed, this, &MainWindow::warn);
+    connect(mp_Session, &SceneSession::reported, this,
+            [this](const QString& message) { statusBar()->showMessage(message, StatusMs); });
+    connect(mp_Session, &SceneSession::titleChanged, this, [this] {
+        setWindowTitle(mp_Session->getTitle());
+        setWindowModified(mp_Session->getDocument()->isModified());
+    });
 }
 
 void MainWindow::connectOpener()
@@ -271,7 +293,7 @@ void MainWindow::warn(const QString& message)
 
 QString MainWindow::getModelName() const
 {
-    return m_Models.isEmpty() ? QString() : QFileInfo(m_Models.last()).completeBaseName();
+    return mp_Session->getName();
 }
 
 std::vector<tov::main::LoadFailure> MainWindow::getLoadFailures() const
@@ -281,27 +303,20 @@ std::vector<tov::main::LoadFailure> MainWindow::getLoadFailures() const
 
 void MainWindow::chooseFiles()
 {
-    QStringList patterns;
-    for (const QString& suffix : tov::scene::SceneImport::getSuffixes())
-        patterns << QStringLiteral("*.") + suffix;
-    const QString key = QStringLiteral("window/lastmodeldirectory");
-    const QStringList names = QFileDialog::getOpenFileNames(
-        this, tr("Open"), tovSettings().value(key).toString(),
-        tr("Models (%1);;Trajectories (*.csv *.tum *.txt *.json);;All files (*)").arg(patterns.join(QLatin1Char(' '))));
-    if (names.isEmpty())
-        return;
-    tovSettings().setValue(key, QFileInfo(names.first()).absolutePath());
-    openFiles(names);
+    const QStringList names = FileOpener::chooseFiles(this);
+    if (!names.isEmpty())
+        openFiles(names);
 }
 
 void MainWindow::openFiles(const QStringList& fileNames)
 {
-    mp_Opener->open(fileNames);
+    if (!mp_Session->openScene(fileNames))
+        mp_Opener->open(fileNames);
 }
 
 bool MainWindow::isOpening() const
 {
-    return mp_Opener->isOpening();
+    return mp_Opener->isOpening() || mp_Session->getDocument()->isShowing();
 }
 
 void MainWindow::cancelOpening()
@@ -324,11 +339,8 @@ void MainWindow::showOpenedModels(const QStringList& fileNames)
     const int first = int(models.size()) - fileNames.size();
     for (int i = 0; i < fileNames.size(); ++i)
         mp_Recent->add(fileNames[i], first + i >= 0 ? models[first + i] : nullptr);
-    m_Models << fileNames;
-    const QString last = QFileInfo(m_Models.last()).fileName();
-    setWindowTitle((m_Models.size() == 1 ? last : tr("%1 and %n more", nullptr, m_Models.size() - 1).arg(last)) +
-                   QStringLiteral(" - tov"));
-    statusBar()->showMessage(tr("%1 opened.").arg(last), StatusMs);
+    mp_Session->addModels(fileNames);
+    statusBar()->showMessage(tr("%1 opened.").arg(QFileInfo(fileNames.last()).fileName()), StatusMs);
     if (auto* view = mp_Grid->getActivePanel())
         view->setFocus();
 }
@@ -413,7 +425,7 @@ void MainWindow::quitWithoutAsking()
 
 void MainWindow::closeEvent(QCloseEvent* event)
 {
-    if (!mp_Quit->mayClose()) {
+    if (!mp_Quit->mayClose() || !mp_Session->mayClose(mp_Quit->mayAsk())) {
         event->ignore();
         return;
     }

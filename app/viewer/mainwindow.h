@@ -35,6 +35,7 @@ class RecentFiles;
 class RecordedViews;
 class RunsBar;
 class SafeRuns;
+class SceneSession;
 class SceneTree;
 class TrajectoryBar;
 class ViewTools;
@@ -50,8 +51,10 @@ public:
     explicit MainWindow(const tov::main::ModuleLoader* loader, QWidget* parent = nullptr);
     ~MainWindow() override;
 
-    /// Opens models and trajectories, with progress and Stop, and fits the views. Failures are shown in a notice.
+    /// Opens models and trajectories, with progress and Stop, and fits the views; or a scene file, which replaces the
+    /// scene. Failures are shown in a notice.
     void openFiles(const QStringList& fileNames);
+    /// Whether files are being opened or about to be shown.
     bool isOpening() const;
     /// Stops the opening under way; the scene stays as it was.
     void cancelOpening();
@@ -70,6 +73,7 @@ public:
     RecentFiles* getRecentFiles() const { return mp_Recent; }
     RunsBar* getRuns() const { return mp_Runs; }
     SceneTree* getSceneTree() const { return mp_Tree; }
+    SceneSession* getSession() const { return mp_Session; }
     LookPanel* getLookPanel() const { return mp_Look; }
     InspectPanel* getInspectPanel() const { return mp_Inspect; }
     TrajectoryBar* getTrajectoryBar() const { return mp_Trajectory; }
@@ -78,7 +82,7 @@ public:
     const SafeRuns* getOutputs() const { return mp_Outputs; }
     CameraHistory* getCameraHistory() const { return mp_Cameras; }
     ViewTools* getViewTools() const { return mp_Tools; }
-    /// The base name of the model opened last, for file names; empty without a model.
+    /// The base name of the scene file or of the model opened last, for file names; empty without either.
     QString getModelName() const;
     /// The modules that could not be loaded.
     std::vector<tov::main::LoadFailure> getLoadFailures() const;
@@ -113,6 +117,7 @@ private:
     void learnCosts();
     void createMenus();
     void connectOpener();
+    void startSession();
     void showOpenedModels(const QStringList& fileNames);
     void openTrajectory(const QString& fileName);
     void warn(const QString& message);
@@ -122,6 +127,7 @@ private:
     tov::app::RunWatcher* mp_Watcher;
     SafeRuns* mp_Outputs;
     PictureExport* mp_Export;
+    SceneSession* mp_Session; ///< child, deleted before the views
     NoticeBar* mp_Notices = nullptr;
     PanelGrid* mp_Grid = nullptr;
     RunsBar* mp_Runs = nullptr;
@@ -141,7 +147,6 @@ private:
     QuickCapture* mp_Capture = nullptr;
     CameraHistory* mp_Cameras = nullptr;
     ViewTools* mp_Tools = nullptr;
-    QStringList m_Models; ///< the files that make up the scene, in order of opening
 };
 
 } // namespace tov::viewer

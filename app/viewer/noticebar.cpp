@@ -112,6 +112,20 @@ QPointer<QLabel> NoticeBar::showFile(const QString& text, const QString& fileNam
     return row->findChild<QLabel*>(QStringLiteral("NoticeText"));
 }
 
+void NoticeBar::showAction(const QString& text, const QString& label, std::function<void()> action)
+{
+    QWidget* row = add(Kind::Warning, text);
+    auto* layout = static_cast<QHBoxLayout*>(row->layout());
+    auto* button = new QPushButton(label, row);
+    button->setObjectName(QStringLiteral("NoticeAction"));
+    button->setMinimumWidth(button->fontMetrics().horizontalAdvance(label) + 24);
+    connect(button, &QPushButton::clicked, this, [this, row, action = std::move(action)] {
+        remove(row);
+        action();
+    });
+    layout->insertWidget(layout->count() - 1, button);
+}
+
 QStringList NoticeBar::getTexts() const
 {
     QStringList texts;

@@ -4,6 +4,8 @@
 #include <QPointer>
 #include <QWidget>
 
+#include <functional>
+
 class QVBoxLayout;
 
 namespace tov::viewer {
@@ -24,6 +26,8 @@ public:
     /// A finished picture or video, with buttons that open it or its folder. Returns the label, whose text may be
     /// changed while it exists.
     QPointer<QLabel> showFile(const QString& text, const QString& fileName);
+    /// A message with a button, which closes it and calls `action`. It stays until it is closed.
+    void showAction(const QString& text, const QString& button, std::function<void()> action);
     /// The texts shown, oldest first.
     QStringList getTexts() const;
     /// How long information stays, in milliseconds (20 s at first); it stays longer under the pointer.

@@ -35,6 +35,8 @@ public:
     /// Stops everything without asking and closes the window as soon as it can.
     void quitWithoutAsking();
     bool isClosing() const { return m_Closing; }
+    /// False once the window has to close without questions.
+    bool mayAsk() const { return m_MayAsk; }
 
 private:
     bool isAnythingRunning() const;

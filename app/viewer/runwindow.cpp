@@ -3,11 +3,13 @@
 #include "app/cli/reports/reporter.h"
 #include "app/cli/verbs.h"
 #include "app/common/startup.h"
+#include "app/viewer/autosave.h"
 #include "app/viewer/consolewidget.h"
 #include "app/viewer/glyphs.h"
 #include "app/viewer/mainwindow.h"
 #include "app/viewer/panelgrid.h"
 #include "app/viewer/runninginstance.h"
+#include "app/viewer/scenesession.h"
 #include "app/viewer/splash.h"
 #include "app/viewer/theme.h"
 #include "kernel/main/settings.h"
@@ -113,6 +115,7 @@ int runWindow(const tov::app::Options& options, int& argc, char** argv)
         splash->finish(&window);
     splash.reset();
     tov::scene::Viewer::getInstance()->announceActivePanel();
+    window.getSession()->getAutosave()->offerCrashed();
     if (!options.files.isEmpty())
         window.openFiles(options.files);
     return QApplication::exec();

@@ -1,21 +1,31 @@
 #include "app/viewer/scenetree.h"
 
 #include "app/viewer/editqueue.h"
+#include "app/viewer/partedits.h"
 #include "kernel/events/eventhandler.h"
 #include "kernel/main/eventmanager.h"
+#include "scene/geometryelement.h"
 #include "scene/scene.h"
 #include "scene/sceneelement.h"
 #include "scene/view/viewer.h"
 
+#include <QAction>
+#include <QColorDialog>
 #include <QContextMenuEvent>
-#include <QKeyEvent>
+#include <QHash>
+#include <QInputDialog>
 #include <QMenu>
+#include <QScrollBar>
+#include <QSet>
+#include <QUndoStack>
 
-#include <algorithm>
+#include <cmath>
+#include <optional>
 
 namespace tov::viewer {
 
 using tov::main::EventManager;
+using tov::scene::GeometryElement;
 using tov::scene::SceneElement;
 using tov::scene::Viewer;
 
@@ -26,62 +36,98 @@ SceneElement* elementOf(const QTreeWidgetItem* item)
     return static_cast<SceneElement*>(item->data(0, Qt::UserRole).value<void*>());
 }
 
-/// True while the element is below `root`; it may have been deleted by the time an edit is made.
-bool isBelow(const SceneElement* root, const SceneElement* element)
+/// The elements of the scene. An item's element may have been deleted by the time it is used.
+QSet<const SceneElement*> elementsInScene()
 {
-    if (!root)
-        return false;
-    for (const SceneElement* child : root->getChildren())
-        if (child == element || isBelow(child, element))
-            return true;
-    return false;
-}
-
-bool isInScene(const SceneElement* element)
-{
-    return isBelow(Viewer::getInstance()->getGlobalScene()->getRootNode(), element);
-}
-
-void showBelow(SceneElement* root)
-{
-    if (!root)
-        return;
-    for (SceneElement* child : root->getChildren()) {
-        child->setVisible(true);
-        showBelow(child);
+    QSet<const SceneElement*> elements;
+    std::vector<const SceneElement*> pending;
+    if (const auto* root = Viewer::getInstance()->getGlobalScene()->getRootNode())
+        pending.push_back(root);
+    while (!pending.empty()) {
+        const SceneElement* element = pending.back();
+        pending.pop_back();
+        elements.insert(element);
+        pending.insert(pending.end(), element->getChildren().begin(), element->getChildren().end());
     }
-}
-
-/// Shows `kept` with their ancestors and descendants, and hides everything else below `root`.
-void showOnly(SceneElement* root, const std::vector<SceneElement*>& kept)
-{
-    if (!root)
-        return;
-    for (SceneElement* child : root->getChildren()) {
-        if (std::find(kept.begin(), kept.end(), child) != kept.end()) {
-            child->setVisible(true);
-            showBelow(child);
-            continue;
-        }
-        const bool holdsOne =
-            std::any_of(kept.begin(), kept.end(), [child](const SceneElement* each) { return isBelow(child, each); });
-        child->setVisible(holdsOne);
-        showOnly(child, kept);
-    }
+    return elements;
 }
 
 } // namespace
 
-SceneTree::SceneTree(EditQueue* edits, QWidget* parent) : QTreeWidget(parent), mp_Edits(edits)
+SceneTree::SceneTree(EditQueue* edits, PartEdits* parts, QWidget* parent)
+    : QTreeWidget(parent), mp_Edits(edits), mp_Parts(parts)
 {
     setHeaderHidden(true);
     setSelectionMode(ExtendedSelection);
     setObjectName(QStringLiteral("SceneTree"));
     setAccessibleName(tr("Parts of the scene"));
+    createActions();
     watchScene();
     connect(this, &QTreeWidget::itemChanged, this, &SceneTree::submitVisibility);
     connect(this, &QTreeWidget::itemSelectionChanged, this, &SceneTree::submitSelection);
+    connect(this, &QTreeWidget::itemSelectionChanged, this, &SceneTree::enableActions);
+    connect(parts, &PartEdits::changed, this, [this](bool isStructure) {
+        isStructure ? rebuildSoon() : refreshItems();
+        enableActions();
+    });
     rebuild();
+    enableActions();
+}
+
+QAction* SceneTree::addPartAction(const char* name, const QString& text, const QKeySequence& key,
+                                  void (SceneTree::*slot)())
+{
+    auto* action = new QAction(text, this);
+    action->setObjectName(QLatin1String(name));
+    action->setShortcut(key);
+    connect(action, &QAction::triggered, this, slot);
+    m_Actions << action;
+    return action;
+}
+
+void SceneTree::createActions()
+{
+    const auto addSeparator = [this] { m_Actions << nullptr; };
+    auto* stack = mp_Parts->getUndoStack();
+    auto* undo = stack->createUndoAction(this, tr("&Undo"));
+    undo->setObjectName(QStringLiteral("UndoAction"));
+    undo->setShortcut(QKeySequence::Undo);
+    auto* redo = stack->createRedoAction(this, tr("&Redo"));
+    redo->setObjectName(QStringLiteral("RedoAction"));
+    redo->setShortcut(QKeySequence::Redo);
+    m_Actions << undo << redo;
+    addSeparator();
+    m_OfSelected << addPartAction("IsolateAction", tr("&Isolate"), Qt::Key_I, &SceneTree::isolateSelected)
+                 << addPartAction("HideAction", tr("&Hide"), Qt::Key_H, &SceneTree::hideSelected);
+    addPartAction("ShowAllAction", tr("Show &all"), Qt::SHIFT + Qt::Key_H, &SceneTree::showAll);
+    addSeparator();
+    m_OfSelected << addPartAction("PartColorAction", tr("&Colour ..."), {}, &SceneTree::chooseColor)
+                 << addPartAction("PartOpacityAction", tr("&Opacity ..."), {}, &SceneTree::chooseOpacity)
+                 << addPartAction("PartResetAction", tr("As in the &file"), {}, &SceneTree::resetSelected);
+    addSeparator();
+    mp_Remove = addPartAction("RemoveAction", tr("Re&move"), QKeySequence::Delete, &SceneTree::removeSelected);
+    // Other lists have entries that this key removes.
+    mp_Remove->setShortcutContext(Qt::WidgetWithChildrenShortcut);
+    addAction(mp_Remove);
+    m_OfSelected << mp_Remove;
+    mp_Restore = new QAction(tr("Re&store removed parts"), this);
+    mp_Restore->setObjectName(QStringLiteral("RestorePartsAction"));
+    connect(mp_Restore, &QAction::triggered, mp_Parts, &PartEdits::restoreRemoved);
+    m_Actions << mp_Restore;
+}
+
+void SceneTree::addPartActions(QMenu* menu) const
+{
+    for (QAction* action : m_Actions)
+        action ? menu->addAction(action) : void(menu->addSeparator());
+}
+
+void SceneTree::enableActions()
+{
+    const bool any = !selectedItems().isEmpty();
+    for (QAction* action : m_OfSelected)
+        action->setEnabled(any);
+    mp_Restore->setEnabled(mp_Parts->hasRemoved());
 }
 
 void SceneTree::watchScene()
@@ -100,12 +146,12 @@ void SceneTree::watchScene()
 
 void SceneTree::submitVisibility(QTreeWidgetItem* item)
 {
-    if (m_Rebuilding)
+    SceneElement* element = elementOf(item);
+    const bool isVisible = item->checkState(0) == Qt::Checked;
+    // Not only the check box has changed, or the part is gone and the tree will soon be read again.
+    if (m_Rebuilding || !elementsInScene().contains(element) || element->isVisible() == isVisible)
         return;
-    mp_Edits->submit([element = elementOf(item), visible = item->checkState(0) == Qt::Checked] {
-        if (isInScene(element))
-            element->setVisible(visible);
-    });
+    mp_Parts->setVisible(item->isSelected() ? topmostSelected() : std::vector<SceneElement*>{element}, isVisible);
 }
 
 void SceneTree::submitSelection()
@@ -116,8 +162,9 @@ void SceneTree::submitSelection()
     for (QTreeWidgetItemIterator it(this); *it; ++it)
         states.emplace_back(elementOf(*it), (*it)->isSelected());
     mp_Edits->submit([states] {
+        const auto present = elementsInScene();
         for (const auto& [element, selected] : states)
-            if (isInScene(element))
+            if (present.contains(element))
                 element->setSelected(selected);
     });
 }
@@ -144,6 +191,11 @@ void SceneTree::rebuildSoon()
 void SceneTree::rebuild()
 {
     m_Rebuilding = true;
+    // What the user has folded or unfolded stays so. The elements may be gone and are only compared.
+    QHash<const SceneElement*, bool> expansions;
+    for (QTreeWidgetItemIterator it(this); *it; ++it)
+        expansions[elementOf(*it)] = (*it)->isExpanded();
+    const int scrolled = verticalScrollBar()->value();
     clear();
     const auto scene = Viewer::getInstance()->getGlobalScene();
     scene->lock();
@@ -152,9 +204,14 @@ void SceneTree::rebuild()
             addBelow(nullptr, child);
     scene->unlock();
     expandToDepth(1);
+    for (QTreeWidgetItemIterator it(this); *it; ++it)
+        if (const auto known = expansions.constFind(elementOf(*it)); known != expansions.constEnd())
+            (*it)->setExpanded(*known);
+    verticalScrollBar()->setValue(scrolled);
     m_Rebuilding = false;
     if (!m_Filter.isEmpty())
         setFilter(m_Filter);
+    enableActions();
 }
 
 void SceneTree::addBelow(QTreeWidgetItem* parent, SceneElement* element)
@@ -162,22 +219,42 @@ void SceneTree::addBelow(QTreeWidgetItem* parent, SceneElement* element)
     auto* item = parent ? new QTreeWidgetItem(parent) : new QTreeWidgetItem(this);
     item->setText(0, element->getName().isEmpty() ? tr("(no name)") : element->getName());
     item->setFlags(item->flags() | Qt::ItemIsUserCheckable);
-    item->setCheckState(0, element->isVisible() ? Qt::Checked : Qt::Unchecked);
     item->setData(0, Qt::UserRole, QVariant::fromValue(static_cast<void*>(element)));
     item->setSelected(element->isSelected());
+    refreshItem(item);
     for (auto* child : element->getChildren())
         addBelow(item, child);
+}
+
+void SceneTree::refreshItem(QTreeWidgetItem* item) const
+{
+    const SceneElement* element = elementOf(item);
+    item->setCheckState(0, element->isVisible() ? Qt::Checked : Qt::Unchecked);
+    const auto* shape = dynamic_cast<const GeometryElement*>(element);
+    const auto color = shape ? shape->getColor() : std::nullopt;
+    item->setData(0, Qt::DecorationRole, color ? QVariant(*color) : QVariant());
+}
+
+void SceneTree::refreshItems()
+{
+    m_Rebuilding = true;
+    const auto present = elementsInScene();
+    for (QTreeWidgetItemIterator it(this); *it; ++it)
+        if (present.contains(elementOf(*it)))
+            refreshItem(*it);
+    m_Rebuilding = false;
 }
 
 std::vector<SceneElement*> SceneTree::topmostSelected() const
 {
     std::vector<SceneElement*> selected;
-    // A selected element below another selected one is removed with it.
+    const auto present = elementsInScene();
+    // A selected element below another selected one is changed with it.
     for (QTreeWidgetItem* item : selectedItems()) {
         bool covered = false;
         for (QTreeWidgetItem* above = item->parent(); above; above = above->parent())
             covered = covered || above->isSelected();
-        if (!covered)
+        if (!covered && present.contains(elementOf(item)))
             selected.push_back(elementOf(item));
     }
     return selected;
@@ -185,57 +262,80 @@ std::vector<SceneElement*> SceneTree::topmostSelected() const
 
 void SceneTree::isolateSelected()
 {
-    const std::vector<SceneElement*> kept = topmostSelected();
-    if (kept.empty())
-        return;
-    mp_Edits->submit([this, kept] {
-        showOnly(Viewer::getInstance()->getGlobalScene()->getRootNode(), kept);
-        rebuildSoon();
-    });
+    mp_Parts->isolate(topmostSelected());
+}
+
+void SceneTree::hideSelected()
+{
+    mp_Parts->setVisible(topmostSelected(), false);
 }
 
 void SceneTree::showAll()
 {
-    mp_Edits->submit([this] {
-        showBelow(Viewer::getInstance()->getGlobalScene()->getRootNode());
-        rebuildSoon();
-    });
+    mp_Parts->showAll();
 }
 
 void SceneTree::removeSelected()
 {
-    const std::vector<SceneElement*> selected = topmostSelected();
-    if (selected.empty())
-        return;
-    mp_Edits->submit([this, selected] {
-        std::vector<Removed> removed;
-        for (SceneElement* element : selected)
-            if (isInScene(element)) {
-                SceneElement* parent = element->getParent();
-                removed.push_back({std::unique_ptr<SceneElement>(parent->takeChild(element)), parent});
-            }
-        m_Removed.push_back(std::move(removed));
-        rebuildSoon();
-    });
+    mp_Parts->remove(topmostSelected());
 }
 
-void SceneTree::undoRemove()
+void SceneTree::resetSelected()
 {
-    if (m_Removed.empty())
+    const auto selected = topmostSelected();
+    mp_Parts->getUndoStack()->beginMacro(tr("colour and opacity of the file"));
+    mp_Parts->setColor(selected, std::nullopt);
+    mp_Parts->setOpacity(selected, 1);
+    mp_Parts->getUndoStack()->endMacro();
+}
+
+void SceneTree::chooseColor()
+{
+    const auto shapes = PartEdits::shapesOf(topmostSelected());
+    if (shapes.empty())
         return;
-    mp_Edits->submit([this] {
-        if (m_Removed.empty())
-            return;
-        std::vector<Removed> removed = std::move(m_Removed.back());
-        m_Removed.pop_back();
-        SceneElement* root = Viewer::getInstance()->getGlobalScene()->getRootNode();
-        for (Removed& each : removed) {
-            SceneElement* parent = each.parent == root || isInScene(each.parent) ? each.parent : root;
-            if (parent)
-                parent->addChild(each.element.release());
-        }
-        rebuildSoon();
+    const auto* first = static_cast<GeometryElement*>(shapes.front());
+    const auto initial = first->getColor();
+    const int gesture = mp_Parts->beginGesture();
+    auto* dialog = new QColorDialog(initial.value_or(tov::scene::displayColor(*first->getMaterial())), this);
+    dialog->setObjectName(QStringLiteral("PartColorDialog"));
+    dialog->setWindowTitle(tr("Colour of the selected parts"));
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    const auto apply = [this, gesture](const QColor& color) { mp_Parts->setColor(topmostSelected(), color, gesture); };
+    connect(dialog, &QColorDialog::currentColorChanged, this, apply);
+    connect(dialog, &QColorDialog::colorSelected, this, apply);
+    const int before = mp_Parts->getUndoStack()->index();
+    connect(dialog, &QDialog::rejected, this, [this, before] {
+        if (mp_Parts->getUndoStack()->index() > before)
+            mp_Parts->getUndoStack()->undo();
     });
+    dialog->open();
+}
+
+void SceneTree::chooseOpacity()
+{
+    const auto shapes = PartEdits::shapesOf(topmostSelected());
+    if (shapes.empty())
+        return;
+    const double initial = double(static_cast<GeometryElement*>(shapes.front())->getOpacity());
+    const int gesture = mp_Parts->beginGesture();
+    auto* dialog = new QInputDialog(this);
+    dialog->setObjectName(QStringLiteral("PartOpacityDialog"));
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->setWindowTitle(tr("Opacity of the selected parts"));
+    dialog->setLabelText(tr("Percent, 100 = opaque:"));
+    dialog->setInputMode(QInputDialog::IntInput);
+    dialog->setIntRange(0, 100);
+    dialog->setIntStep(5);
+    dialog->setIntValue(int(std::lround(initial * 100)));
+    const int before = mp_Parts->getUndoStack()->index();
+    connect(dialog, &QInputDialog::intValueChanged, this,
+            [this, gesture](int percent) { mp_Parts->setOpacity(topmostSelected(), percent / 100.0, gesture); });
+    connect(dialog, &QDialog::rejected, this, [this, before] {
+        if (mp_Parts->getUndoStack()->index() > before)
+            mp_Parts->getUndoStack()->undo();
+    });
+    dialog->open();
 }
 
 void SceneTree::setFilter(const QString& text)
@@ -274,23 +374,6 @@ void SceneTree::selectElement(const SceneElement* element, bool adds)
         scrollToItem(item);
 }
 
-void SceneTree::hideSelected()
-{
-    for (QTreeWidgetItem* item : selectedItems())
-        item->setCheckState(0, Qt::Unchecked);
-}
-
-void SceneTree::addPartActions(QMenu* menu)
-{
-    const bool any = !selectedItems().isEmpty();
-    menu->addAction(tr("Isolate"), this, &SceneTree::isolateSelected)->setEnabled(any);
-    menu->addAction(tr("Hide"), this, &SceneTree::hideSelected)->setEnabled(any);
-    menu->addAction(tr("Show all"), this, &SceneTree::showAll);
-    menu->addSeparator();
-    menu->addAction(tr("Remove"), this, &SceneTree::removeSelected)->setEnabled(any);
-    menu->addAction(tr("Undo removal"), this, &SceneTree::undoRemove)->setEnabled(!m_Removed.empty());
-}
-
 void SceneTree::contextMenuEvent(QContextMenuEvent* event)
 {
     auto* menu = new QMenu(this);
@@ -300,16 +383,6 @@ void SceneTree::contextMenuEvent(QContextMenuEvent* event)
     menu->addSeparator();
     menu->addAction(tr("Fit to view"), this, &SceneTree::fitRequested);
     menu->popup(event->globalPos());
-}
-
-void SceneTree::keyPressEvent(QKeyEvent* event)
-{
-    if (event->key() == Qt::Key_Delete)
-        removeSelected();
-    else if (event->matches(QKeySequence::Undo))
-        undoRemove();
-    else
-        QTreeWidget::keyPressEvent(event);
 }
 
 } // namespace tov::viewer

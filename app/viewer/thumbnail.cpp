@@ -2,8 +2,10 @@
 
 #include "scene/drawing/scenedrawer.h"
 #include "scene/drawing/sharedcontext.h"
+#include "scene/scene.h"
 #include "scene/sceneelement.h"
 #include "scene/sceneview.h"
+#include "scene/view/camera.h"
 #include "scene/view/viewer.h"
 
 #include <QOffscreenSurface>
@@ -13,6 +15,8 @@
 #include <GL/gl.h>
 
 #include <cmath>
+#include <functional>
+#include <optional>
 
 namespace tov::viewer {
 
@@ -78,9 +82,8 @@ QImage draw(tov::scene::SceneElement* model, const Matrix4& camera, int edge)
     return target.toImage().convertToFormat(QImage::Format_RGB32);
 }
 
-} // namespace
-
-QImage drawThumbnail(tov::scene::SceneElement* model, int edge)
+/// Draws with a context of its own; `cameraOf` is called while the scene is locked, and returns none for no picture.
+QImage drawLocked(tov::scene::SceneElement* model, const std::function<std::optional<Matrix4>()>& cameraOf, int edge)
 {
     auto* shared = tov::scene::_GlobalContext();
     if (!model || !shared->glContext())
@@ -96,13 +99,32 @@ QImage drawThumbnail(tov::scene::SceneElement* model, int edge)
     QImage picture;
     shared->lock();
     scene->lock();
-    const tov::scene::Box box = tov::scene::visibleBox(model);
-    if (!box.isEmpty())
-        picture = draw(model, cameraFor(box), edge);
+    if (const auto camera = cameraOf())
+        picture = draw(model, *camera, edge);
     scene->unlock();
     shared->unlock();
     context.doneCurrent();
     return picture;
+}
+
+} // namespace
+
+QImage drawThumbnail(tov::scene::SceneElement* model, int edge)
+{
+    const auto cameraOf = [model]() -> std::optional<Matrix4> {
+        const tov::scene::Box box = tov::scene::visibleBox(model);
+        if (box.isEmpty())
+            return std::nullopt;
+        return cameraFor(box);
+    };
+    return drawLocked(model, cameraOf, edge);
+}
+
+QImage drawScene(const tov::scene::Camera& camera, int edge)
+{
+    const auto scene = tov::scene::Viewer::getInstance()->getGlobalScene();
+    return drawLocked(
+        scene->getRootNode(), [&] { return camera.scaledMatrix(scene->getExtent()); }, edge);
 }
 
 } // namespace tov::viewer

@@ -1,5 +1,6 @@
 #include "app/viewer/viewbookmarks.h"
 
+#include "app/viewer/thumbnail.h"
 #include "scene/view/scenepanel.h"
 
 #include <QPixmap>
@@ -49,6 +50,26 @@ void ViewBookmarks::add()
     m_Bookmarks.push_back(
         {tr("View %1").arg(m_NextNumber++), QIcon(QPixmap::fromImage(shown.copy(middle))), view->getCamera()});
     fill();
+    emit changed();
+}
+
+std::vector<tov::app::SceneFile::Bookmark> ViewBookmarks::getBookmarks() const
+{
+    std::vector<tov::app::SceneFile::Bookmark> bookmarks;
+    for (const Bookmark& each : m_Bookmarks)
+        bookmarks.push_back({each.name, each.camera});
+    return bookmarks;
+}
+
+void ViewBookmarks::setBookmarks(const std::vector<tov::app::SceneFile::Bookmark>& bookmarks)
+{
+    m_Bookmarks.clear();
+    for (const auto& each : bookmarks)
+        m_Bookmarks.push_back(
+            {each.name, QIcon(QPixmap::fromImage(drawScene(each.camera, 2 * IconEdge))), each.camera});
+    m_NextNumber = int(bookmarks.size()) + 1;
+    fill();
+    emit changed();
 }
 
 void ViewBookmarks::go(std::size_t index)
@@ -77,6 +98,7 @@ void ViewBookmarks::fill()
     addSeparator();
     addAction(tr("Remove all"), this, [this] {
         m_Bookmarks.clear();
+        emit changed();
         // This action is deleted by the new list.
         QMetaObject::invokeMethod(
             this, [this] { fill(); }, Qt::QueuedConnection);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/common/scenefile.h"
 #include "scene/view/camera.h"
 
 #include <QIcon>
@@ -14,7 +15,7 @@ class ScenePanel;
 
 namespace tov::viewer {
 
-/// The "Bookmarks" menu: views that the user has kept, each with a thumbnail. They last as long as the window. Thread:
+/// The "Bookmarks" menu: views that the user has kept, each with a thumbnail. Scene files store them. Thread:
 /// application.
 class ViewBookmarks : public QMenu
 {
@@ -28,6 +29,13 @@ public:
     /// Moves the active view to a bookmark, by its number from 0.
     void go(std::size_t index);
     std::size_t getCount() const { return m_Bookmarks.size(); }
+    /// The bookmarks as a scene file stores them.
+    std::vector<tov::app::SceneFile::Bookmark> getBookmarks() const;
+    /// Replaces all bookmarks; their pictures show the scene as it is now.
+    void setBookmarks(const std::vector<tov::app::SceneFile::Bookmark>& bookmarks);
+
+signals:
+    void changed();
 
 private:
     struct Bookmark

@@ -4,9 +4,12 @@
 #include "app/viewer/commandactions.h"
 #include "app/viewer/dialogs.h"
 #include "app/viewer/glyphs.h"
+#include "app/viewer/modelreload.h"
 #include "app/viewer/panelgrid.h"
 #include "app/viewer/quickcapture.h"
 #include "app/viewer/recentfiles.h"
+#include "app/viewer/scenesession.h"
+#include "app/viewer/scenetree.h"
 #include "app/viewer/standardviews.h"
 #include "app/viewer/trajectorybar.h"
 #include "app/viewer/viewbookmarks.h"
@@ -31,6 +34,7 @@ namespace {
 enum MenuPosition
 {
     FileMenu = 1000,
+    EditMenu = 1500,
     ViewMenu = 2000,
     ToolsMenu = 3000,
     HelpMenu = 9000,
@@ -41,6 +45,7 @@ enum MenuPosition
 WindowMenus::WindowMenus(WindowParts parts) : QObject(parts.window), m_Parts(std::move(parts))
 {
     createFileMenu();
+    createEditMenu();
     createViewMenu();
     m_Parts.tools->addToTools(m_Parts.actions->addOwnMenu(tr("&Tools"), ToolsMenu));
     createHelpMenu();
@@ -64,7 +69,7 @@ void WindowMenus::createFileMenu()
     auto* trajectory = m_Parts.trajectory;
     mp_File->addAction(tr("Open &trajectory ..."), trajectory, &TrajectoryBar::chooseFile,
                        QKeySequence(QStringLiteral("Ctrl+T")));
-    mp_File->addSeparator();
+    mp_AfterScene = mp_File->addSeparator();
     mp_File->addAction(tr("&Copy view to clipboard"), this, m_Parts.copyView,
                        QKeySequence(QStringLiteral("Ctrl+Shift+C")));
     mp_File->addAction(m_Parts.window->findChild<QAction*>(QStringLiteral("ExportPictureAction")));
@@ -79,6 +84,19 @@ void WindowMenus::createFileMenu()
     preferences->setObjectName(QStringLiteral("PreferencesAction"));
     mp_File->addSeparator();
     mp_File->addAction(tr("&Quit"), m_Parts.window, &QWidget::close, QKeySequence::Quit);
+}
+
+void WindowMenus::addSceneActions(const SceneSession* session)
+{
+    QList<QAction*> actions = session->getDocument()->getActions();
+    actions << session->getReload()->getAction();
+    mp_File->insertActions(mp_AfterScene, actions);
+}
+
+void WindowMenus::createEditMenu()
+{
+    m_Parts.tree->addPartActions(m_Parts.actions->addOwnMenu(tr("&Edit"), EditMenu));
+    m_Parts.grid->addAction(m_Parts.tree->getRemoveAction());
 }
 
 void WindowMenus::createViewMenu()
@@ -172,8 +190,9 @@ void WindowMenus::addCameraActions()
             view->setFieldOfView(degrees);
     };
     mp_View->addAction(tr("Field of &view ..."), this, onActiveView(askForAngle));
-    mp_View->addMenu(new ViewBookmarks(
-        tr("&Bookmarks"), [grid = m_Parts.grid] { return grid->getActivePanel(); }, m_Parts.window));
+    mp_Bookmarks = new ViewBookmarks(
+        tr("&Bookmarks"), [grid = m_Parts.grid] { return grid->getActivePanel(); }, m_Parts.window);
+    mp_View->addMenu(mp_Bookmarks);
 }
 
 void WindowMenus::addGuides()

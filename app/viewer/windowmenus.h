@@ -22,7 +22,10 @@ class CommandActions;
 class PanelGrid;
 class QuickCapture;
 class RecentFiles;
+class SceneSession;
+class SceneTree;
 class TrajectoryBar;
+class ViewBookmarks;
 class ViewTools;
 
 /// The objects that the menus act on. They must outlive the menus.
@@ -36,6 +39,7 @@ struct WindowParts
     QuickCapture* capture;
     CameraHistory* cameras;
     ViewTools* tools;
+    SceneTree* tree;
     std::function<void()> chooseFiles;
     std::function<void()> copyView;
     std::function<void()> showPalette;
@@ -45,7 +49,7 @@ struct WindowParts
     std::function<std::vector<tov::main::LoadFailure>()> loadFailures;
 };
 
-/// The window's own menus (File, View, Help); the modules' menus are between them. Thread: application.
+/// The window's own menus (File, Edit, View, Help); the modules' menus are between them. Thread: application.
 class WindowMenus : public QObject
 {
     Q_OBJECT
@@ -55,9 +59,13 @@ public:
     QMenu* getFileMenu() const { return mp_File; }
     QMenu* getViewMenu() const { return mp_View; }
     QMenu* getHelpMenu() const { return mp_Help; }
+    ViewBookmarks* getBookmarks() const { return mp_Bookmarks; }
+    /// Adds saving and reloading to the File menu.
+    void addSceneActions(const SceneSession* session);
 
 private:
     void createFileMenu();
+    void createEditMenu();
     void createViewMenu();
     void addViewCounts();
     void addStandardViews();
@@ -70,6 +78,8 @@ private:
 
     WindowParts m_Parts;
     QMenu* mp_File = nullptr;
+    QAction* mp_AfterScene = nullptr; ///< the separator below the actions of scene files
+    ViewBookmarks* mp_Bookmarks = nullptr;
     QMenu* mp_View = nullptr;
     QMenu* mp_Help = nullptr;
 };

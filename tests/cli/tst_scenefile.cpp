@@ -45,6 +45,7 @@ SceneFile fullScene()
     scene.look.pointSize = 1.0 / 3;
     scene.look.lineWidth = 0.1;
     scene.look.samples = 8;
+    scene.look.clip = tov::scene::ClipPlane{2, 1.0 / 3, true};
     scene.background = {Background::Kind::Gradient, QColor(1, 2, 3), QColor(4, 5, 6)};
     scene.extent = {{0.1, 0.2, 0.3}, 1.0 / 7};
     tov::scene::Camera camera;
@@ -140,8 +141,9 @@ TEST(SceneFile, TextsThatAreNoSceneAreRefusedInOneLine)
         {minimal("\"models\": [{\"file\": \"a.obj\", \"parts\": [{\"part\": \"x\", \"hidden\": 1}]}]"),
          "models[0].parts[0].hidden must be true or false"},
         {minimal("\"look\": {\"light\": \"sun\"}"), "look.light must be one of: studio, headlight, none, environment"},
+        {minimal("\"look\": {\"clip\": {\"axis\": \"w\"}}"), "look.clip.axis must be one of: x, y, z"},
         {minimal("\"look\": {\"light\": \"environment\"}"), "look.environment must be the name of a file"},
-        {minimal("\"look\": {\"exposure\": 1e999}"), "look.exposure must be"},
+        {minimal("\"look\": {\"exposure\": 1e999}"), "line 1"},
         {minimal("\"look\": {\"background\": \"white..nothing\"}"), "look.background must be a colour"},
         {minimal("\"views\": [" + fiveViews + "]"), "views must have at most 4 entries (it has 5)"},
         {minimal("\"views\": [{\"camera\": {\"rotation\": [1,0,0, 0,1,0, 0,0]}}]"),

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/common/background.h"
+#include "app/common/scenefile.h"
 
 #include <QColor>
 #include <QString>
@@ -24,6 +24,7 @@ struct LookRequest
     std::optional<QColor> color;                       ///< one colour for everything
     std::vector<std::pair<QString, double>> opacities; ///< of parts, by name, 0 to 1
     std::optional<double> pointSize, lineWidth;        ///< percent of the picture's height
+    std::optional<tov::scene::ClipPlane> clip;         ///< of a scene file
     Background background;
     std::optional<int> samples; ///< per pixel, 0 = off
 };

@@ -7,7 +7,6 @@
 #include "app/common/safeoutput.h"
 #include "app/common/scenefile.h"
 #include "kernel/math/matrix.h"
-#include "scene/view/camera.h"
 
 #include <QSize>
 #include <QString>

@@ -77,6 +77,7 @@ void addScene(Digest& digest, const ViewRequest& view)
         scene.motion = view.scene->motion;
         scene.motion.selection.file.clear();
         scene.extent = view.scene->extent;
+        scene.look.clip = view.scene->look.clip;
     }
     if (view.sceneCamera)
         scene.views.push_back({*view.sceneCamera, true});

@@ -99,6 +99,7 @@ bool applyLook(const LookRequest& request, QString* error)
     look.isFlat = request.isFlat;
     look.hasFeatureEdges = request.hasFeatureEdges;
     look.color = request.color;
+    look.clip = request.clip;
     look.pointSize = request.pointSize ? *request.pointSize / 100 : usual.pointSize;
     look.lineWidth = request.lineWidth ? *request.lineWidth / 100 : usual.lineWidth;
     look.environment.reset();

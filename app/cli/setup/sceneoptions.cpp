@@ -66,6 +66,7 @@ void addLook(const SceneFile& scene, LookRequest& look)
     setIfNone(look.pointSize, scene.look.pointSize * Percent);
     setIfNone(look.lineWidth, scene.look.lineWidth * Percent);
     setIfNone(look.samples, scene.look.samples);
+    look.clip = scene.look.clip;
     if (!look.color)
         look.color = scene.look.color;
     look.isFlat = look.isFlat || scene.look.isFlat;
