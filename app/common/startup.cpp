@@ -26,6 +26,7 @@
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
+#include <malloc.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -97,10 +98,21 @@ void raiseDescriptorLimit()
     setrlimit(RLIMIT_NOFILE, &limit);
 }
 
+/// Large blocks get mappings of their own, which the system has back as soon as they are freed. By default the C
+/// library moves blocks of up to 32 MB into its heap once some have been freed; the chunks of a recording then leave
+/// gaps between the frames that a codec holds, and the heap grows with the length of the recording.
+void keepLargeBlocksApart()
+{
+    constexpr int LargeBytes = 4 << 20, UnusedHeapBytes = 16 << 20;
+    mallopt(M_MMAP_THRESHOLD, LargeBytes);
+    mallopt(M_TRIM_THRESHOLD, UnusedHeapBytes);
+}
+
 } // namespace
 
 void prepareProcess()
 {
+    keepLargeBlocksApart();
     raiseDescriptorLimit();
     QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
     ignore(SIGPIPE);
