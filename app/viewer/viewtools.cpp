@@ -46,7 +46,8 @@ ViewTools::ViewTools(const Parts& parts)
     createPathEditor();
     watchScene();
     m_Parts.inspect->addSection(tr("Dimensions"), new MeasureControls(mp_Marks, mp_Measure, mp_Box, m_Parts.inspect));
-    m_Parts.inspect->addSection(tr("Clip plane"), new ClipControls(m_Parts.inspect));
+    mp_Clip = new ClipControls(m_Parts.inspect);
+    m_Parts.inspect->addSection(tr("Clip plane"), mp_Clip);
     m_Parts.grid->setGizmosShown(tovSettings().value(GizmoKey, true).toBool());
     connect(m_Parts.grid, &PanelGrid::panelAdded, this, &ViewTools::watch);
 }
@@ -152,7 +153,12 @@ void ViewTools::watchScene()
             [this](const tov::main::Event*) {
                 // Events come on the thread that changed the scene.
                 QMetaObject::invokeMethod(
-                    this, [this] { mp_Marks->refreshBox(); }, Qt::QueuedConnection);
+                    this,
+                    [this] {
+                        mp_Marks->refreshBox();
+                        mp_Clip->refresh();
+                    },
+                    Qt::QueuedConnection);
             },
             static_cast<const void*>(this));
 }

@@ -14,6 +14,7 @@ class ScenePanel;
 
 namespace tov::viewer {
 
+class ClipControls;
 class EditQueue;
 class InspectPanel;
 class PanelGrid;
@@ -67,6 +68,7 @@ private:
     const Parts m_Parts;
     ViewMarks* mp_Marks; ///< child, as the following
     ViewLinks* mp_Links;
+    ClipControls* mp_Clip = nullptr;
     PathEditor* mp_Path = nullptr;
     QAction* mp_Measure = nullptr;
     QAction* mp_EndMeasuring = nullptr;

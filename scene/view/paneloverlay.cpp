@@ -37,14 +37,14 @@ std::shared_ptr<const PanelOverlay> getPanelOverlay()
 
 void drawPanelOverlay(const PanelOverlay& overlay, const tov::math::Matrix4& matrix)
 {
-    glPushAttrib(GL_ENABLE_BIT | GL_LINE_BIT | GL_COLOR_BUFFER_BIT | GL_CURRENT_BIT);
+    glPushAttrib(GL_ENABLE_BIT | GL_LINE_BIT | GL_CURRENT_BIT);
     for (const GLenum what : {GL_LIGHTING, GL_CULL_FACE, GL_TEXTURE_2D})
         glDisable(what);
     glEnable(GL_DEPTH_TEST);
-    glEnable(GL_BLEND);
-    glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
-    glEnable(GL_LINE_SMOOTH);
-    glLineWidth(1.5f);
+    glDisable(GL_BLEND);
+    // Smooth lines have pixels of other colours with some software drivers.
+    glDisable(GL_LINE_SMOOTH);
+    glLineWidth(2);
     glMatrixMode(GL_MODELVIEW);
     glPushMatrix();
     glLoadMatrixd(matrix.transposed().data());

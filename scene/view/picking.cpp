@@ -35,7 +35,7 @@ Vector3 pointAt(const Ray& ray, double distance)
             ray.origin[2] + distance * ray.direction[2]};
 }
 
-Vector3 positionOf(const Vertex& vertex)
+Vector3 vertexPosition(const Vertex& vertex)
 {
     return {vertex.position[0], vertex.position[1], vertex.position[2]};
 }
@@ -129,8 +129,8 @@ private:
                 continue;
             for (std::size_t i = chunk.firstIndex; i + 2 < chunk.firstIndex + chunk.indexCount; i += 3) {
                 const auto distance =
-                    crossing(ray, positionOf(vertices[indices[i]]), positionOf(vertices[indices[i + 1]]),
-                             positionOf(vertices[indices[i + 2]]), isFrontOnly);
+                    crossing(ray, vertexPosition(vertices[indices[i]]), vertexPosition(vertices[indices[i + 1]]),
+                             vertexPosition(vertices[indices[i + 2]]), isFrontOnly);
                 if (distance)
                     take(element, *distance, pointAt(m_Ray, *distance));
             }

@@ -1,6 +1,7 @@
 // Gizmo, centre of rotation, selecting in the view, measuring, clip plane, linked cameras, and the camera path editor.
 
 #include "app/viewer/clipcontrols.h"
+#include "app/viewer/consolewidget.h"
 #include "app/viewer/gizmo.h"
 #include "app/viewer/inspectpanel.h"
 #include "app/viewer/panelframe.h"
@@ -531,4 +532,29 @@ TEST_F(WindowViews, ThePathIsSavedAsTheFileOfTheCommandLineAndOpened)
     EXPECT_EQ(path()->getKeys().size(), 3u);
     EXPECT_FALSE(path()->saveFile(file("no/such/folder/a.json")));
     EXPECT_TRUE(noticeContains("a.json"));
+}
+
+TEST_F(WindowViews, PicturesShowTheClipPlaneButNoSelectionAndNoMarks)
+{
+    openSample();
+    const auto picture = [this](const QString& name) {
+        window().getConsole()->submit(QStringLiteral("grabimage filename=\"%1\" width=700").arg(file(name)));
+        EXPECT_TRUE(waitForNoRuns());
+        return QImage(file(name));
+    };
+    const QImage plain = picture("plain.png");
+    ASSERT_FALSE(plain.isNull());
+    QTest::mouseClick(view(), Qt::LeftButton, {}, findPart());
+    ASSERT_EQ(selectedParts(), 1);
+    action("BoundingBoxAction")->trigger();
+    action("MeasureAction")->trigger();
+    QTest::mouseClick(view(), Qt::LeftButton, {}, findPart());
+    ASSERT_TRUE(window().getViewTools()->getMarks()->getFrom());
+    EXPECT_EQ(picture("marked.png"), plain);
+    auto look = SceneDrawer::getLook();
+    const auto box = tov::scene::visibleBox(tov::scene::Viewer::getInstance()->getGlobalScene()->getRootNode());
+    look.clip = tov::scene::ClipPlane{0, (box.low[0] + box.high[0]) / 2, false};
+    SceneDrawer::setLook(look);
+    const QImage cut = picture("cut.png");
+    EXPECT_GT(differing(cut, plain), plain.width() * plain.height() / 50);
 }
