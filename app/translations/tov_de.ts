@@ -374,6 +374,10 @@
         <source>lists modules, plug-ins, and what cannot be loaded</source>
         <translation>zeigt Module, Plug-ins und was sich nicht laden lässt</translation>
     </message>
+    <message>
+        <source>also save models, parts, look, view and motion as a scene file</source>
+        <translation>Modelle, Teile, Darstellung, Ansicht und Bewegung auch als Szenendatei speichern</translation>
+    </message>
 </context>
 <context>
     <name>CommandParser</name>
@@ -1307,6 +1311,176 @@
         <source>cannot write to the pipe &apos;%1&apos;: %2</source>
         <translation>in die Pipe „%1“ kann nicht geschrieben werden: %2</translation>
     </message>
+    <message>
+        <source>--save-scene is for a single result</source>
+        <translation>--save-scene gilt nur für ein einzelnes Ergebnis</translation>
+    </message>
+    <message>
+        <source>%1 stores no resolution; --dpi has no effect</source>
+        <translation>%1 speichert keine Auflösung; --dpi hat keine Wirkung</translation>
+    </message>
+    <message>
+        <source>--save-scene: &apos;%1&apos; does not end in .tovscene</source>
+        <translation>--save-scene: &apos;%1&apos; endet nicht auf .tovscene</translation>
+    </message>
+    <message>
+        <source>%1 is not a camera path, which is a .json file; for positions use --trajectory</source>
+        <translation>%1 ist kein Kamerapfad (eine .json-Datei); für Positionen gibt es --trajectory</translation>
+    </message>
+    <message>
+        <source>%1 is a camera path, not a trajectory; use --path</source>
+        <translation>%1 ist ein Kamerapfad, keine Trajektorie; --path verwenden</translation>
+    </message>
+    <message>
+        <source>trajectory %1</source>
+        <translation>Trajektorie %1</translation>
+    </message>
+    <message>
+        <source>turntable of %1 positions</source>
+        <translation>Drehteller mit %1 Positionen</translation>
+    </message>
+    <message>
+        <source>camera path of %1 views</source>
+        <translation>Kamerafahrt durch %1 Ansichten</translation>
+    </message>
+    <message>
+        <source>animation &quot;%1&quot;</source>
+        <translation>Animation „%1“</translation>
+    </message>
+    <message>
+        <source>%1: the model %2 is missing; there is no file &apos;%3&apos;</source>
+        <translation>%1: das Modell %2 fehlt; es gibt keine Datei &apos;%3&apos;</translation>
+    </message>
+    <message>
+        <source>a scene file is opened alone, not together with other files</source>
+        <translation>eine Szenendatei wird allein geöffnet, nicht zusammen mit anderen Dateien</translation>
+    </message>
+    <message>
+        <source>%1 contains no model</source>
+        <translation>%1 enthält kein Modell</translation>
+    </message>
+    <message>
+        <source>  model: %1</source>
+        <translation>  Modell: %1</translation>
+    </message>
+    <message>
+        <source>  parts: %1 hidden, %2 removed</source>
+        <translation>  Teile: %1 ausgeblendet, %2 entfernt</translation>
+    </message>
+    <message>
+        <source>  views: %1, bookmarks: %2</source>
+        <translation>  Ansichten: %1, Lesezeichen: %2</translation>
+    </message>
+    <message>
+        <source>  light: %1, show: %2</source>
+        <translation>  Licht: %1, Darstellung: %2</translation>
+    </message>
+    <message>
+        <source>  motion: %1</source>
+        <translation>  Bewegung: %1</translation>
+    </message>
+    <message>
+        <source>%1 stores a transparent background; --background has no effect</source>
+        <translation>%1 speichert einen durchsichtigen Hintergrund; --background hat keine Wirkung</translation>
+    </message>
+    <message>
+        <source>&apos;%1&apos; contains no motion; give one of --turntable, --trajectory, --animation, --path and --free</source>
+        <translation>&apos;%1&apos; enthält keine Bewegung; geben Sie --turntable, --trajectory, --animation, --path oder --free an</translation>
+    </message>
+    <message>
+        <source>there is no such file</source>
+        <translation>diese Datei gibt es nicht</translation>
+    </message>
+    <message>
+        <source>must be a colour such as &quot;#204060&quot; (got &quot;%1&quot;)</source>
+        <translation>muss eine Farbe wie „#204060“ sein (angegeben: „%1“)</translation>
+    </message>
+    <message>
+        <source>must be a rotation, 9 numbers row by row</source>
+        <translation>muss eine Drehung sein, 9 Zahlen zeilenweise</translation>
+    </message>
+    <message>
+        <source>must be one of: +X, -X, +Y, -Y, +Z, -Z, auto (got &quot;%1&quot;)</source>
+        <translation>muss eines von diesen sein: +X, -X, +Y, -Y, +Z, -Z, auto (angegeben: „%1“)</translation>
+    </message>
+    <message>
+        <source>must be a colour, two colours joined by &quot;..&quot;, or &quot;transparent&quot; (got &quot;%1&quot;)</source>
+        <translation>muss eine Farbe, zwei durch „..“ verbundene Farben oder „transparent“ sein (angegeben: „%1“)</translation>
+    </message>
+    <message>
+        <source>must have a length</source>
+        <translation>muss eine Länge haben</translation>
+    </message>
+    <message>
+        <source>cannot be used: %1</source>
+        <translation>kann nicht verwendet werden: %1</translation>
+    </message>
+    <message>
+        <source>it is not a scene of tov</source>
+        <translation>es ist keine Szene von tov</translation>
+    </message>
+    <message>
+        <source>it has version %1, and this tov reads up to version %2; a later tov can open it</source>
+        <translation>sie hat Version %1, und dieses tov liest bis Version %2; ein neueres tov kann sie öffnen</translation>
+    </message>
+    <message>
+        <source>it has no valid version</source>
+        <translation>sie hat keine gültige Version</translation>
+    </message>
+</context>
+<context>
+    <name>tov::app::FileNames</name>
+    <message>
+        <source>must be the name of a file</source>
+        <translation>muss ein Dateiname sein</translation>
+    </message>
+</context>
+<context>
+    <name>tov::app::JsonReader</name>
+    <message>
+        <source>must be an object</source>
+        <translation>muss ein Objekt sein</translation>
+    </message>
+    <message>
+        <source>must be a list</source>
+        <translation>muss eine Liste sein</translation>
+    </message>
+    <message>
+        <source>must have at most %1 entries (it has %2)</source>
+        <translation>darf höchstens %1 Einträge haben (es sind %2)</translation>
+    </message>
+    <message>
+        <source>%1 must be an object</source>
+        <translation>%1 muss ein Objekt sein</translation>
+    </message>
+    <message>
+        <source>must be a number</source>
+        <translation>muss eine Zahl sein</translation>
+    </message>
+    <message>
+        <source>must be from %1 to %2 (got %3)</source>
+        <translation>muss zwischen %1 und %2 liegen (angegeben: %3)</translation>
+    </message>
+    <message>
+        <source>must be true or false</source>
+        <translation>muss true oder false sein</translation>
+    </message>
+    <message>
+        <source>must be a text</source>
+        <translation>muss ein Text sein</translation>
+    </message>
+    <message>
+        <source>must not contain control characters</source>
+        <translation>darf keine Steuerzeichen enthalten</translation>
+    </message>
+    <message>
+        <source>must be one of: %1 (got &quot;%2&quot;)</source>
+        <translation>muss eines von diesen sein: %1 (angegeben: „%2“)</translation>
+    </message>
+    <message>
+        <source>must be a list of %1 numbers</source>
+        <translation>muss eine Liste von %1 Zahlen sein</translation>
+    </message>
 </context>
 <context>
     <name>tov::app::LibraryProbe</name>
@@ -1447,11 +1621,18 @@
     </message>
 </context>
 <context>
-    <name>tov::app::PictureOutput</name>
+    <name>tov::app::PictureFile</name>
     <message>
         <source>it cannot be read back</source>
         <translation>sie lässt sich nicht wieder lesen</translation>
     </message>
+    <message>
+        <source>cannot write &apos;%1&apos;: %2</source>
+        <translation>„%1“ kann nicht geschrieben werden: %2</translation>
+    </message>
+</context>
+<context>
+    <name>tov::app::PictureOutput</name>
     <message>
         <source>cannot write &apos;%1&apos;: %2</source>
         <translation>„%1“ kann nicht geschrieben werden: %2</translation>
@@ -1530,6 +1711,25 @@
     <message>
         <source>cannot write &apos;%1&apos;: another process is writing it</source>
         <translation>„%1“ kann nicht geschrieben werden: Ein anderer Prozess schreibt die Datei gerade</translation>
+    </message>
+</context>
+<context>
+    <name>tov::app::SceneFile</name>
+    <message>
+        <source>%1 cannot be opened as a scene: %2</source>
+        <translation>%1 kann nicht als Szene geöffnet werden: %2</translation>
+    </message>
+    <message>
+        <source>cannot write &apos;%1&apos;: %2</source>
+        <translation>„%1“ kann nicht geschrieben werden: %2</translation>
+    </message>
+    <message>
+        <source>line %1: %2</source>
+        <translation>Zeile %1: %2</translation>
+    </message>
+    <message>
+        <source>it is not a scene of tov</source>
+        <translation>es ist keine Szene von tov</translation>
     </message>
 </context>
 <context>
@@ -2031,6 +2231,14 @@
         <source>no animation &quot;%1&quot;; known: %2</source>
         <translation>keine Animation „%1“; vorhanden: %2</translation>
     </message>
+    <message>
+        <source>a turntable starts from a view: open one first</source>
+        <translation>ein Drehteller geht von einer Ansicht aus: zuerst eine öffnen</translation>
+    </message>
+    <message>
+        <source>this motion cannot be selected again</source>
+        <translation>diese Bewegung kann nicht erneut gewählt werden</translation>
+    </message>
 </context>
 <context>
     <name>tov::trajectory::TrajectoryReader</name>
@@ -2120,6 +2328,14 @@
         <source>tov crashed at its last start. Start now without modules and plug-ins that are not part of it?</source>
         <translation>Beim letzten Start ist tov abgestürzt. Jetzt ohne zusätzliche Module und Plugins starten?</translation>
     </message>
+    <message>
+        <source>, about %1</source>
+        <translation>, etwa %1</translation>
+    </message>
+    <message>
+        <source>, takes about %1</source>
+        <translation>, dauert etwa %1</translation>
+    </message>
 </context>
 <context>
     <name>tov::viewer::AboutDialog</name>
@@ -2161,6 +2377,83 @@
     <message>
         <source>Cannot be loaded</source>
         <translation>Lässt sich nicht laden</translation>
+    </message>
+</context>
+<context>
+    <name>tov::viewer::Autosave</name>
+    <message>
+        <source>tov ended unexpectedly on %1. The scene of that session can be restored.</source>
+        <translation>tov wurde am %1 unerwartet beendet. Die Szene dieser Sitzung kann wiederhergestellt werden.</translation>
+    </message>
+    <message>
+        <source>Restore</source>
+        <translation>Wiederherstellen</translation>
+    </message>
+</context>
+<context>
+    <name>tov::viewer::CapturePreferences</name>
+    <message>
+        <source>Snapshots and recordings</source>
+        <translation>Schnappschüsse und Aufnahmen</translation>
+    </message>
+    <message>
+        <source>{model} is the name of the model, {n} a number</source>
+        <translation>{model} ist der Name des Modells, {n} eine Zahl</translation>
+    </message>
+    <message>
+        <source> frames per second</source>
+        <translation> Bilder pro Sekunde</translation>
+    </message>
+    <message>
+        <source>Folder:</source>
+        <translation>Ordner:</translation>
+    </message>
+    <message>
+        <source>File names:</source>
+        <translation>Dateinamen:</translation>
+    </message>
+    <message>
+        <source>Snapshots:</source>
+        <translation>Schnappschüsse:</translation>
+    </message>
+    <message>
+        <source>Recordings:</source>
+        <translation>Aufnahmen:</translation>
+    </message>
+    <message>
+        <source>Frame rate:</source>
+        <translation>Bildrate:</translation>
+    </message>
+    <message>
+        <source>Choose a folder</source>
+        <translation>Ordner wählen</translation>
+    </message>
+    <message>
+        <source>Folder for snapshots and recordings</source>
+        <translation>Ordner für Schnappschüsse und Aufnahmen</translation>
+    </message>
+</context>
+<context>
+    <name>tov::viewer::ClipControls</name>
+    <message>
+        <source>Axis:</source>
+        <translation>Achse:</translation>
+    </message>
+    <message>
+        <source>Position:</source>
+        <translation>Position:</translation>
+    </message>
+    <message>
+        <source>Off</source>
+        <translation>Aus</translation>
+    </message>
+    <message>
+        <source>Position of the clip plane</source>
+        <translation>Position der Schnittebene</translation>
+    </message>
+    <message>
+        <source>Other side</source>
+        <translation>Andere Seite</translation>
     </message>
 </context>
 <context>
@@ -2290,10 +2583,6 @@
         <translation>Datei:</translation>
     </message>
     <message>
-        <source>Choose a file</source>
-        <translation>Datei auswählen</translation>
-    </message>
-    <message>
         <source>A file name is needed.</source>
         <translation>Geben Sie einen Dateinamen an.</translation>
     </message>
@@ -2302,16 +2591,23 @@
         <translation>%1 Megapixel, %2 MB Speicher beim Zeichnen</translation>
     </message>
     <message>
-        <source>%1 exists already. Replace it?</source>
-        <translation>%1 existiert bereits. Ersetzen?</translation>
-    </message>
-    <message>
-        <source>Replace</source>
-        <translation>Ersetzen</translation>
-    </message>
-    <message>
         <source>The ending selects the format: %1.</source>
         <translation>Die Endung bestimmt das Format: %1.</translation>
+    </message>
+    <message>
+        <source>Look:</source>
+        <translation>Darstellung:</translation>
+    </message>
+    <message>
+        <source>; %1 stores no resolution</source>
+        <translation>; %1 speichert keine Auflösung</translation>
+    </message>
+</context>
+<context>
+    <name>tov::viewer::ExportPreview</name>
+    <message>
+        <source>Preview</source>
+        <translation>Vorschau</translation>
     </message>
 </context>
 <context>
@@ -2342,10 +2638,6 @@
     <message>
         <source> kbit/s</source>
         <translation> kbit/s</translation>
-    </message>
-    <message>
-        <source>Choose a file</source>
-        <translation>Datei auswählen</translation>
     </message>
     <message>
         <source>Record</source>
@@ -2404,16 +2696,12 @@
         <translation>, höchstens etwa %1</translation>
     </message>
     <message>
-        <source>%1 exists already. Replace it?</source>
-        <translation>%1 existiert bereits. Ersetzen?</translation>
-    </message>
-    <message>
-        <source>Replace</source>
-        <translation>Ersetzen</translation>
-    </message>
-    <message>
         <source>The view as you move it, until you stop</source>
         <translation>Die Ansicht, wie Sie sie bewegen, bis Sie anhalten</translation>
+    </message>
+    <message>
+        <source>Look:</source>
+        <translation>Darstellung:</translation>
     </message>
 </context>
 <context>
@@ -2434,8 +2722,27 @@
         </translation>
     </message>
     <message>
-        <source>%1: cannot be read, the system has no free thread</source>
-        <translation>%1: kann nicht gelesen werden, das System hat keinen freien Thread</translation>
+        <source>Open</source>
+        <translation>Öffnen</translation>
+    </message>
+    <message>
+        <source>Models and scenes (%1);;Trajectories (*.csv *.tum *.txt *.json);;All files (*)</source>
+        <translation>Modelle und Szenen (%1);;Trajektorien (*.csv *.tum *.txt *.json);;Alle Dateien (*)</translation>
+    </message>
+    <message>
+        <source>%1: failed, the system has no free thread</source>
+        <translation>%1: fehlgeschlagen, das System hat keinen freien Thread</translation>
+    </message>
+</context>
+<context>
+    <name>tov::viewer::Gizmo</name>
+    <message>
+        <source>Axes of the scene</source>
+        <translation>Achsen der Szene</translation>
+    </message>
+    <message>
+        <source>Click an end of an axis for the view from there; drag to turn the view</source>
+        <translation>Ein Ende einer Achse anklicken zeigt die Ansicht von dort; Ziehen dreht die Ansicht</translation>
     </message>
 </context>
 <context>
@@ -2463,6 +2770,17 @@
     <message>
         <source>Size:</source>
         <translation>Größe:</translation>
+    </message>
+</context>
+<context>
+    <name>tov::viewer::LookButton</name>
+    <message>
+        <source>Light, background, edges ...</source>
+        <translation>Licht, Hintergrund, Kanten ...</translation>
+    </message>
+    <message>
+        <source>Look</source>
+        <translation>Darstellung</translation>
     </message>
 </context>
 <context>
@@ -2595,14 +2913,6 @@
         <translation>&amp;Zuletzt geöffnet</translation>
     </message>
     <message>
-        <source>Open</source>
-        <translation>Öffnen</translation>
-    </message>
-    <message>
-        <source>Models (%1);;Trajectories (*.csv *.tum *.txt *.json);;All files (*)</source>
-        <translation>Modelle (%1);;Trajektorien (*.csv *.tum *.txt *.json);;Alle Dateien (*)</translation>
-    </message>
-    <message>
         <source>Opening was stopped.</source>
         <translation>Das Öffnen wurde abgebrochen.</translation>
     </message>
@@ -2650,13 +2960,6 @@
         <source>%1: %2, %3 x %4 pixels</source>
         <translation>%1: %2, %3 x %4 Pixel</translation>
     </message>
-    <message numerus="yes">
-        <source>%1 and %n more</source>
-        <translation>
-            <numerusform>%1 und %n weitere</numerusform>
-            <numerusform>%1 und %n weitere</numerusform>
-        </translation>
-    </message>
     <message>
         <source>There is no view to copy.</source>
         <translation>Es gibt keine Ansicht zum Kopieren.</translation>
@@ -2673,6 +2976,47 @@
         <source>Only local files can be opened.</source>
         <translation>Nur Dateien auf diesem Rechner lassen sich öffnen.</translation>
     </message>
+    <message>
+        <source>The view cannot be copied. See the console for details.</source>
+        <translation>Die Ansicht kann nicht kopiert werden. Einzelheiten stehen in der Konsole.</translation>
+    </message>
+</context>
+<context>
+    <name>tov::viewer::MeasureControls</name>
+    <message>
+        <source>Click two points of a surface; Esc ends.</source>
+        <translation>Zwei Punkte einer Oberfläche anklicken; Esc beendet.</translation>
+    </message>
+    <message>
+        <source>Distance:</source>
+        <translation>Abstand:</translation>
+    </message>
+    <message>
+        <source>Copy</source>
+        <translation>Kopieren</translation>
+    </message>
+</context>
+<context>
+    <name>tov::viewer::ModelReload</name>
+    <message>
+        <source>&amp;Reload</source>
+        <translation>&amp;Neu laden</translation>
+    </message>
+    <message>
+        <source>Reloading %1</source>
+        <translation>%1 wird neu geladen</translation>
+    </message>
+    <message numerus="yes">
+        <source>Reloading %n models</source>
+        <translation>
+            <numerusform>%n Modell wird neu geladen</numerusform>
+            <numerusform>%n Modelle werden neu geladen</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>%1; the model stays as it was</source>
+        <translation>%1; das Modell bleibt, wie es war</translation>
+    </message>
 </context>
 <context>
     <name>tov::viewer::NoticeBar</name>
@@ -2687,6 +3031,21 @@
     <message>
         <source>Open folder</source>
         <translation>Ordner öffnen</translation>
+    </message>
+</context>
+<context>
+    <name>tov::viewer::OutputFileField</name>
+    <message>
+        <source>Choose a file</source>
+        <translation>Datei wählen</translation>
+    </message>
+    <message>
+        <source>%1 exists already. Replace it?</source>
+        <translation>%1 gibt es schon. Ersetzen?</translation>
+    </message>
+    <message>
+        <source>Replace</source>
+        <translation>Ersetzen</translation>
     </message>
 </context>
 <context>
@@ -2720,6 +3079,158 @@
     </message>
 </context>
 <context>
+    <name>tov::viewer::PartEdits</name>
+    <message>
+        <source>show</source>
+        <translation>Einblenden</translation>
+    </message>
+    <message>
+        <source>hide</source>
+        <translation>Ausblenden</translation>
+    </message>
+    <message>
+        <source>isolate</source>
+        <translation>Freistellen</translation>
+    </message>
+    <message>
+        <source>show all</source>
+        <translation>Alle einblenden</translation>
+    </message>
+    <message>
+        <source>colour</source>
+        <translation>Farbe</translation>
+    </message>
+    <message>
+        <source>opacity</source>
+        <translation>Deckkraft</translation>
+    </message>
+    <message>
+        <source>remove</source>
+        <translation>Entfernen</translation>
+    </message>
+    <message>
+        <source>restore parts</source>
+        <translation>Teile zurückholen</translation>
+    </message>
+</context>
+<context>
+    <name>tov::viewer::PathEditor</name>
+    <message>
+        <source>Views of the camera path</source>
+        <translation>Ansichten der Kamerafahrt</translation>
+    </message>
+    <message>
+        <source>Click a view to go there; drag it, or press Alt+Up and Alt+Down, to change the order</source>
+        <translation>Anklicken zeigt die Ansicht; Ziehen oder Alt+Auf und Alt+Ab ändert die Reihenfolge</translation>
+    </message>
+    <message>
+        <source> s</source>
+        <translation> s</translation>
+    </message>
+    <message>
+        <source>When the camera is there; later views keep their distance</source>
+        <translation>Wann die Kamera dort ist; spätere Ansichten behalten ihren Abstand</translation>
+    </message>
+    <message>
+        <source>Off</source>
+        <translation>Aus</translation>
+    </message>
+    <message>
+        <source>Start</source>
+        <translation>Anfang</translation>
+    </message>
+    <message>
+        <source>End</source>
+        <translation>Ende</translation>
+    </message>
+    <message>
+        <source>Start and end</source>
+        <translation>Anfang und Ende</translation>
+    </message>
+    <message>
+        <source>Back to the first view</source>
+        <translation>Zurück zur ersten Ansicht</translation>
+    </message>
+    <message>
+        <source>Constant speed</source>
+        <translation>Gleichmäßige Geschwindigkeit</translation>
+    </message>
+    <message>
+        <source>Update</source>
+        <translation>Ersetzen</translation>
+    </message>
+    <message>
+        <source>Replace the selected view by the active view</source>
+        <translation>Die gewählte Ansicht durch die aktive ersetzen</translation>
+    </message>
+    <message>
+        <source>Remove</source>
+        <translation>Entfernen</translation>
+    </message>
+    <message>
+        <source>Preview</source>
+        <translation>Vorschau</translation>
+    </message>
+    <message>
+        <source>Save ...</source>
+        <translation>Speichern ...</translation>
+    </message>
+    <message>
+        <source>Add view</source>
+        <translation>Ansicht hinzufügen</translation>
+    </message>
+    <message>
+        <source>Time:</source>
+        <translation>Zeit:</translation>
+    </message>
+    <message>
+        <source>Slow at:</source>
+        <translation>Langsam am:</translation>
+    </message>
+    <message>
+        <source>Length:</source>
+        <translation>Länge:</translation>
+    </message>
+    <message>
+        <source>Open ...</source>
+        <translation>Öffnen ...</translation>
+    </message>
+    <message>
+        <source>View %1
+%2 s</source>
+        <translation>Ansicht %1
+%2 s</translation>
+    </message>
+    <message>
+        <source>%1 s</source>
+        <translation>%1 s</translation>
+    </message>
+    <message>
+        <source>%1 cannot be opened as a camera path: %2</source>
+        <translation>%1 lässt sich nicht als Kamerafahrt öffnen: %2</translation>
+    </message>
+    <message>
+        <source>it is larger than 64 MiB</source>
+        <translation>sie ist größer als 64 MiB</translation>
+    </message>
+    <message>
+        <source>cannot write &apos;%1&apos;: %2</source>
+        <translation>„%1“ kann nicht geschrieben werden: %2</translation>
+    </message>
+    <message>
+        <source>Open camera path</source>
+        <translation>Kamerafahrt öffnen</translation>
+    </message>
+    <message>
+        <source>Camera paths (*.json)</source>
+        <translation>Kamerafahrten (*.json)</translation>
+    </message>
+    <message>
+        <source>Save camera path</source>
+        <translation>Kamerafahrt speichern</translation>
+    </message>
+</context>
+<context>
     <name>tov::viewer::PictureExport</name>
     <message>
         <source>unknown picture format &apos;%1&apos;; known formats: %2</source>
@@ -2730,8 +3241,16 @@
         <translation>Bilder sind hier nicht verfügbar; den Grund nennt Hilfe &gt; Über Module</translation>
     </message>
     <message>
-        <source>cannot write &apos;%1&apos;: %2</source>
-        <translation>„%1“ kann nicht geschrieben werden: %2</translation>
+        <source>%1 is not a regular file</source>
+        <translation>%1 ist keine gewöhnliche Datei</translation>
+    </message>
+    <message>
+        <source>it cannot be drawn</source>
+        <translation>es kann nicht gezeichnet werden</translation>
+    </message>
+    <message>
+        <source>cannot make &apos;%1&apos;: %2</source>
+        <translation>„%1“ kann nicht erzeugt werden: %2</translation>
     </message>
 </context>
 <context>
@@ -2941,6 +3460,10 @@ Die Aufnahme stoppen und behalten?</translation>
         <source>, recorded at %1 frames per second, plays at %2x real time</source>
         <translation>, aufgenommen mit %1 Bildern je Sekunde, läuft mit %2-facher Geschwindigkeit</translation>
     </message>
+    <message>
+        <source>%1 is not complete: %2; what was recorded is in %3</source>
+        <translation>%1 ist nicht vollständig: %2; das bisher Aufgenommene steht in %3</translation>
+    </message>
 </context>
 <context>
     <name>tov::viewer::RunsBar</name>
@@ -2988,6 +3511,105 @@ Die Aufnahme stoppen und behalten?</translation>
         <source>Free space on the disk of the output, and approximate amount of data to be encoded</source>
         <translation>Freier Platz auf dem Ziellaufwerk und ungefähre Menge, die noch kodiert werden muss</translation>
     </message>
+    <message>
+        <source>Picture</source>
+        <translation>Bild</translation>
+    </message>
+</context>
+<context>
+    <name>tov::viewer::SafeRuns</name>
+    <message>
+        <source>%1 is not a regular file</source>
+        <translation>%1 ist keine gewöhnliche Datei</translation>
+    </message>
+    <message>
+        <source>it has %1 frames instead of %2</source>
+        <translation>sie hat %1 Bilder statt %2</translation>
+    </message>
+    <message>
+        <source>it was stopped, and the older file is unchanged</source>
+        <translation>sie wurde angehalten, und die ältere Datei ist unverändert</translation>
+    </message>
+</context>
+<context>
+    <name>tov::viewer::SceneDocument</name>
+    <message>
+        <source>&amp;Save scene</source>
+        <translation>Szene &amp;speichern</translation>
+    </message>
+    <message>
+        <source>Save scene &amp;as ...</source>
+        <translation>Szene speichern &amp;unter ...</translation>
+    </message>
+    <message>
+        <source>Save the scene?</source>
+        <translation>Szene speichern?</translation>
+    </message>
+    <message>
+        <source>%1 was changed. Save the changes?</source>
+        <translation>%1 wurde geändert. Sollen die Änderungen gespeichert werden?</translation>
+    </message>
+    <message>
+        <source>scene</source>
+        <translation>szene</translation>
+    </message>
+    <message>
+        <source>Save scene</source>
+        <translation>Szene speichern</translation>
+    </message>
+    <message>
+        <source>Scenes (*.%1)</source>
+        <translation>Szenen (*.%1)</translation>
+    </message>
+    <message>
+        <source>A scene cannot be opened while pictures or videos are being made. Stop them first.</source>
+        <translation>Eine Szene kann nicht geöffnet werden, während Bilder oder Videos erstellt werden. Beenden Sie diese zuerst.</translation>
+    </message>
+    <message>
+        <source>Opening %1</source>
+        <translation>%1 wird geöffnet</translation>
+    </message>
+    <message>
+        <source>Another file is still being opened. Try again when it is done.</source>
+        <translation>Eine andere Datei wird noch geöffnet. Versuchen Sie es danach erneut.</translation>
+    </message>
+</context>
+<context>
+    <name>tov::viewer::SceneSession</name>
+    <message>
+        <source>%1 opened.</source>
+        <translation>%1 geöffnet.</translation>
+    </message>
+    <message>
+        <source>%1 saved.</source>
+        <translation>%1 gespeichert.</translation>
+    </message>
+    <message>
+        <source>A model has changed. It is reloaded when the pictures and videos are done.</source>
+        <translation>Ein Modell wurde geändert. Es wird neu geladen, wenn die Bilder und Videos fertig sind.</translation>
+    </message>
+    <message>
+        <source>%1 reloaded.</source>
+        <translation>%1 neu geladen.</translation>
+    </message>
+    <message numerus="yes">
+        <source>%n models reloaded.</source>
+        <translation>
+            <numerusform>%n Modell neu geladen.</numerusform>
+            <numerusform>%n Modelle neu geladen.</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>Open a scene file alone, not together with other files.</source>
+        <translation>Öffnen Sie eine Szenendatei allein, nicht zusammen mit anderen Dateien.</translation>
+    </message>
+    <message numerus="yes">
+        <source>%1 and %n more</source>
+        <translation>
+            <numerusform>%1 und %n weiteres</numerusform>
+            <numerusform>%1 und %n weitere</numerusform>
+        </translation>
+    </message>
 </context>
 <context>
     <name>tov::viewer::SceneTree</name>
@@ -3000,24 +3622,64 @@ Die Aufnahme stoppen und behalten?</translation>
         <translation>Teile der Szene</translation>
     </message>
     <message>
-        <source>Isolate</source>
-        <translation>Isolieren</translation>
-    </message>
-    <message>
-        <source>Show all</source>
-        <translation>Alle anzeigen</translation>
-    </message>
-    <message>
         <source>Fit to view</source>
         <translation>Einpassen</translation>
     </message>
     <message>
-        <source>Remove</source>
-        <translation>Entfernen</translation>
+        <source>&amp;Undo</source>
+        <translation>&amp;Rückgängig</translation>
     </message>
     <message>
-        <source>Undo removal</source>
-        <translation>Entfernen rückgängig machen</translation>
+        <source>&amp;Redo</source>
+        <translation>&amp;Wiederholen</translation>
+    </message>
+    <message>
+        <source>&amp;Isolate</source>
+        <translation>&amp;Freistellen</translation>
+    </message>
+    <message>
+        <source>&amp;Hide</source>
+        <translation>&amp;Ausblenden</translation>
+    </message>
+    <message>
+        <source>Show &amp;all</source>
+        <translation>A&amp;lle einblenden</translation>
+    </message>
+    <message>
+        <source>&amp;Colour ...</source>
+        <translation>Far&amp;be ...</translation>
+    </message>
+    <message>
+        <source>&amp;Opacity ...</source>
+        <translation>&amp;Deckkraft ...</translation>
+    </message>
+    <message>
+        <source>As in the &amp;file</source>
+        <translation>Wie in der Da&amp;tei</translation>
+    </message>
+    <message>
+        <source>Re&amp;move</source>
+        <translation>&amp;Entfernen</translation>
+    </message>
+    <message>
+        <source>Re&amp;store removed parts</source>
+        <translation>Entfernte Teile &amp;zurückholen</translation>
+    </message>
+    <message>
+        <source>colour and opacity of the file</source>
+        <translation>Farbe und Deckkraft der Datei</translation>
+    </message>
+    <message>
+        <source>Colour of the selected parts</source>
+        <translation>Farbe der ausgewählten Teile</translation>
+    </message>
+    <message>
+        <source>Opacity of the selected parts</source>
+        <translation>Deckkraft der ausgewählten Teile</translation>
+    </message>
+    <message>
+        <source>Percent, 100 = opaque:</source>
+        <translation>Prozent, 100 = undurchsichtig:</translation>
     </message>
 </context>
 <context>
@@ -3059,12 +3721,12 @@ Die Aufnahme stoppen und behalten?</translation>
         <translation>Mausrad, zwei Finger, + und -</translation>
     </message>
     <message>
-        <source>The panel&apos;s own menu</source>
-        <translation>Menü der Ansicht</translation>
-    </message>
-    <message>
         <source>Right click</source>
         <translation>Rechtsklick</translation>
+    </message>
+    <message>
+        <source>Menu of the view</source>
+        <translation>Menü der Ansicht</translation>
     </message>
 </context>
 <context>
@@ -3080,10 +3742,6 @@ Die Aufnahme stoppen und behalten?</translation>
     <message>
         <source>Square</source>
         <translation>Quadratisch</translation>
-    </message>
-    <message>
-        <source>Page width, 300 dpi</source>
-        <translation>Seitenbreite, 300 dpi</translation>
     </message>
     <message>
         <source>As the view</source>
@@ -3108,6 +3766,10 @@ Die Aufnahme stoppen und behalten?</translation>
     <message>
         <source>Height</source>
         <translation>Höhe</translation>
+    </message>
+    <message>
+        <source>Page width, %1 dpi</source>
+        <translation>Seitenbreite, %1 dpi</translation>
     </message>
 </context>
 <context>
@@ -3164,10 +3826,6 @@ Die Aufnahme stoppen und behalten?</translation>
         <translation>Kamera folgt</translation>
     </message>
     <message>
-        <source>Whether the trajectory&apos;s camera moves the active panel</source>
-        <translation>Ob die Kamera der Trajektorie die aktive Ansicht bewegt</translation>
-    </message>
-    <message>
         <source>Pause</source>
         <translation>Pause</translation>
     </message>
@@ -3211,6 +3869,10 @@ Die Aufnahme stoppen und behalten?</translation>
         <source>Draw the path of the trajectory in the views, not in pictures and videos</source>
         <translation>Den Pfad der Trajektorie in den Ansichten zeichnen, nicht in Bildern und Videos</translation>
     </message>
+    <message>
+        <source>Whether the trajectory&apos;s camera moves the active view</source>
+        <translation>Ob die Kamera der Trajektorie die aktive Ansicht bewegt</translation>
+    </message>
 </context>
 <context>
     <name>tov::viewer::ViewBookmarks</name>
@@ -3225,6 +3887,69 @@ Die Aufnahme stoppen und behalten?</translation>
     <message>
         <source>Remove all</source>
         <translation>Alle entfernen</translation>
+    </message>
+</context>
+<context>
+    <name>tov::viewer::ViewTools</name>
+    <message>
+        <source>Dimensions</source>
+        <translation>Maße</translation>
+    </message>
+    <message>
+        <source>Clip plane</source>
+        <translation>Schnittebene</translation>
+    </message>
+    <message>
+        <source>&amp;Measure</source>
+        <translation>&amp;Messen</translation>
+    </message>
+    <message>
+        <source>Measure the distance of two points (M)</source>
+        <translation>Den Abstand zweier Punkte messen (M)</translation>
+    </message>
+    <message>
+        <source>End measuring</source>
+        <translation>Messen beenden</translation>
+    </message>
+    <message>
+        <source>Bounding &amp;box</source>
+        <translation>&amp;Umgebender Quader</translation>
+    </message>
+    <message>
+        <source>Show the size of the selection, or of the scene (B)</source>
+        <translation>Die Größe der Auswahl oder der Szene zeigen (B)</translation>
+    </message>
+    <message>
+        <source>Fit to &amp;selection</source>
+        <translation>&amp;Auswahl einpassen</translation>
+    </message>
+    <message>
+        <source>Camera path</source>
+        <translation>Kamerafahrt</translation>
+    </message>
+    <message>
+        <source>Add view to the camera &amp;path</source>
+        <translation>Ansicht zur &amp;Kamerafahrt hinzufügen</translation>
+    </message>
+    <message>
+        <source>&amp;Link cameras</source>
+        <translation>Kameras &amp;koppeln</translation>
+    </message>
+    <message>
+        <source>Show a&amp;xes</source>
+        <translation>A&amp;chsen zeigen</translation>
+    </message>
+    <message>
+        <source>A&amp;nimate camera movements</source>
+        <translation>Kamerabewegungen a&amp;nimieren</translation>
+    </message>
+    <message>
+        <source>Fit to selection</source>
+        <translation>Auswahl einpassen</translation>
+    </message>
+    <message>
+        <source>Make this the centre of rotation</source>
+        <translation>Als Drehpunkt verwenden</translation>
     </message>
 </context>
 <context>
@@ -3332,6 +4057,14 @@ Die Aufnahme stoppen und behalten?</translation>
     <message>
         <source>&amp;About tov ...</source>
         <translation>&amp;Über tov ...</translation>
+    </message>
+    <message>
+        <source>&amp;Tools</source>
+        <translation>&amp;Werkzeuge</translation>
+    </message>
+    <message>
+        <source>&amp;Edit</source>
+        <translation>&amp;Bearbeiten</translation>
     </message>
 </context>
 </TS>
