@@ -29,7 +29,7 @@ QString nextFreeName(const QString& folder, const QString& pattern, const QStrin
     for (int number = 1;; ++number) {
         QString candidate = name;
         candidate.replace(NumberField, QStringLiteral("%1").arg(number, 3, 10, QLatin1Char('0')));
-        const QString path = QDir(folder).filePath(candidate + QLatin1Char('.') + ending);
+        QString path = QDir(folder).filePath(candidate + QLatin1Char('.') + ending);
         // The name is also taken if its temporary file exists: of a recording that runs, or of a killed one.
         const tov::app::SafeOutput output(path, ending);
         if (!QFileInfo::exists(path) && !QFileInfo::exists(output.getTemporaryName()))
@@ -39,7 +39,7 @@ QString nextFreeName(const QString& folder, const QString& pattern, const QStrin
 
 QString captureFolder()
 {
-    const QString stored = tovSettings().value(FolderKey).toString();
+    QString stored = tovSettings().value(FolderKey).toString();
     if (!stored.isEmpty() && QFileInfo(stored).isDir())
         return stored;
     const QString pictures = QStandardPaths::writableLocation(QStandardPaths::PicturesLocation);

@@ -232,7 +232,7 @@ QString ParameterDialog::problemOf(const ParameterField& field) const
     const QString text = field.panel->getText();
     if (text.isEmpty())
         return field.parameter->isMandatory() ? tr("A value is needed here.") : QString();
-    const QString problem = field.panel->getProblem();
+    QString problem = field.panel->getProblem();
     if (!problem.isEmpty())
         return problem;
     if (auto cast = field.parameter->getCastClass()) {

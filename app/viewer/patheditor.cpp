@@ -50,6 +50,7 @@ template <typename Value>
 void reorder(std::vector<Value>& values, const std::vector<std::size_t>& order)
 {
     std::vector<Value> result;
+    result.reserve(order.size());
     for (const std::size_t from : order)
         result.push_back(values[from]);
     values = std::move(result);
@@ -202,6 +203,7 @@ void PathEditor::moveView(int by)
 void PathEditor::takeOrder()
 {
     std::vector<std::size_t> order;
+    order.reserve(std::size_t(mp_List->count()));
     for (int row = 0; row < mp_List->count(); ++row)
         order.push_back(std::size_t(mp_List->item(row)->data(Qt::UserRole).toInt()));
     if (order.size() != m_Keys.size())

@@ -45,7 +45,7 @@ CommandRunPointer SafeRuns::start(const QString& command, tov::main::CommandArgu
     if (!file->output.prepare(error))
         return nullptr;
     arguments.named.emplace_back(FileNameParameter, file->output.getTemporaryName());
-    const auto run = tov::main::Overseer::getInstance()->getCommandProcessor()->start(command, arguments, error);
+    auto run = tov::main::Overseer::getInstance()->getCommandProcessor()->start(command, arguments, error);
     if (run)
         m_Files.emplace(run->getId(), std::move(file));
     else

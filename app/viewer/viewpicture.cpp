@@ -31,9 +31,9 @@ bool ViewPicture::isAvailable()
 }
 
 CommandRunPointer ViewPicture::take(ScenePanel* panel, const QSize& size, QObject* context,
-                                    std::function<void(const QImage&)> done)
+                                    const std::function<void(const QImage&)>& done)
 {
-    return panel ? take(panel, panel->getScaledTransformMatrix(), size, context, std::move(done)) : nullptr;
+    return panel ? take(panel, panel->getScaledTransformMatrix(), size, context, done) : nullptr;
 }
 
 CommandRunPointer ViewPicture::take(ScenePanel* panel, const Matrix4& transform, const QSize& size, QObject* context,
@@ -56,7 +56,7 @@ CommandRunPointer ViewPicture::take(ScenePanel* panel, const Matrix4& transform,
     auto* command = tov::app::makePictureCommand(&job->image, &job->transform, panel);
     if (!command)
         return nullptr;
-    const CommandRunPointer started = processor()->processCommand(command, 1, false);
+    CommandRunPointer started = processor()->processCommand(command, 1, false);
     auto connection = std::make_shared<QMetaObject::Connection>();
     *connection = QObject::connect(processor(), &CommandProcessor::runFinished, processor(),
                                    [=, guard = QPointer<QObject>(context)](const CommandRunPointer& run) {

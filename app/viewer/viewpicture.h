@@ -29,7 +29,7 @@ public:
     /// `context` has been destroyed; with a null image when it could not be drawn. Returns the run; null, and nothing
     /// is called, when pictures are not available.
     static tov::main::CommandRunPointer take(tov::gui::ScenePanel* panel, const QSize& size, QObject* context,
-                                             std::function<void(const QImage&)> done);
+                                             const std::function<void(const QImage&)>& done);
     /// The same through another matrix, scene to eye, than that of the panel.
     static tov::main::CommandRunPointer take(tov::gui::ScenePanel* panel, const tov::math::Matrix4& transform,
                                              const QSize& size, QObject* context,

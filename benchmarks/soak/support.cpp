@@ -119,7 +119,7 @@ void selectWalk(unsigned long count)
 CommandRunPointer start(const QString& text)
 {
     QString error;
-    const CommandRunPointer run = Overseer::getInstance()->getCommandProcessor()->start(text, &error);
+    CommandRunPointer run = Overseer::getInstance()->getCommandProcessor()->start(text, &error);
     if (!run)
         std::fprintf(stderr, "soak: %s\n", qPrintable(error));
     return run;

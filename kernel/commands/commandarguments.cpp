@@ -54,7 +54,7 @@ QString textFor(const AbstractParameter* parameter, const QString* given)
 {
     if (given)
         return given->isNull() ? QStringLiteral("") : *given;
-    const QString guiDefault = parameter->getDefaultParameterForDefaultGUI();
+    QString guiDefault = parameter->getDefaultParameterForDefaultGUI();
     if (!guiDefault.isNull())
         return guiDefault;
     return parameter->getDefaultText().isEmpty() ? QString() : parameter->getDefaultText();

@@ -27,7 +27,7 @@ qint64 processMemory()
 qint64 allocatedMemory()
 {
     const struct mallinfo2 info = mallinfo2();
-    const auto bytes = qint64(info.uordblks + info.hblkhd);
+    const auto bytes = qint64(info.uordblks) + qint64(info.hblkhd);
     return bytes > 0 ? bytes : processMemory();
 }
 

@@ -102,7 +102,7 @@ std::shared_ptr<const Environment> readEnvironment(const QString& fileName, QStr
         return old;
     QString reason;
     try {
-        const auto made = readFile(fileName);
+        auto made = readFile(fileName);
         known[key] = made;
         return made;
     } catch (const ReadError& problem) {

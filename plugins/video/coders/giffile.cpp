@@ -45,7 +45,7 @@ struct Gif
     /// Returns the problem, empty if there was none. Every frame must have a graphic control extension.
     QString open(const QString& fileName)
     {
-        const QString problem = file.open(fileName);
+        QString problem = file.open(fileName);
         if (!problem.isEmpty())
             return problem;
         return file.bytes(0, 6) == "GIF89a" && walk() && !frames.empty()
@@ -118,7 +118,7 @@ QByteArray imageWithTable(const MappedFile& file, const GifFrame& frame, const Q
 QString retimeGif(const QString& fileName, const QString& output, const Timing& timing)
 {
     Gif gif;
-    const QString problem = gif.open(fileName);
+    QString problem = gif.open(fileName);
     if (!problem.isEmpty())
         return problem;
     const qint64 count = qint64(gif.frames.size());
@@ -150,7 +150,7 @@ QString joinGifs(const QStringList& parts, const std::vector<qint64>& counts, co
     std::vector<Gif> gifs(std::size_t(parts.size()));
     for (std::size_t i = 0; i < gifs.size(); ++i) {
         Gif& gif = gifs[i];
-        const QString problem = gif.open(parts[int(i)]);
+        QString problem = gif.open(parts[int(i)]);
         if (!problem.isEmpty())
             return problem;
         if (!counts.empty() && qint64(gif.frames.size()) != counts[i])
