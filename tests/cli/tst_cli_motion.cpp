@@ -219,3 +219,31 @@ TEST_F(MotionTest, VideosHaveTheRequestedBackground)
     expectFailure(run(line + QStringList{"red..blue"}), 1, "a video has no background of two colours");
     expectFailure(run(line + QStringList{"transparent"}), 1, "mp4 has no transparency; use alpha.webm");
 }
+
+TEST_F(MotionTest, APathAndATrajectoryAreNotMixedUp)
+{
+    const QStringList line{"video", Crane, "-o", "a.mp4"};
+    expectFailure(run(line + QStringList{"--trajectory", Samples + "tour.json"}), 1,
+                  "is a camera path, not a trajectory; use --path");
+    expectFailure(run(line + QStringList{"--path", Samples + "flight.tum"}), 1, "is not a camera path");
+}
+
+TEST_F(MotionTest, OptionsWithoutEffectGiveAWarning)
+{
+    Result result =
+        run(QStringList{"video", Crane, "-o", "a.alpha.webm", "--turntable", "2", "--background", "white"} + Small);
+    EXPECT_EQ(result.status, 0);
+    EXPECT_TRUE(result.err.contains("--background has no effect")) << result.err.toStdString();
+    result = run(QStringList{"image", Crane, "-o", "a.webp", "--dpi", "300"} + Small);
+    EXPECT_EQ(result.status, 0);
+    EXPECT_TRUE(result.err.contains("--dpi has no effect")) << result.err.toStdString();
+}
+
+TEST_F(MotionTest, AStatusIsOneObject)
+{
+    const Result result = run(
+        QStringList{"video", Crane, "-o", "a.mp4", "--turntable", "4", "--parts", "2", "--status", "--json"} + Small);
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.out.count('\n'), 1) << result.out.toStdString();
+    EXPECT_TRUE(result.out.contains("\"event\":\"status\""));
+}
