@@ -110,6 +110,8 @@ ShortcutsDialog::ShortcutsDialog(const QList<QAction*>& actions, QWidget* parent
         {tr("Turn the view"), tr("Left button, arrow keys, Ctrl + wheel")},
         {tr("Move the view"), tr("Middle or right button, Shift + left button, Shift + wheel")},
         {tr("Zoom at the pointer"), tr("Wheel, two fingers, + and -")},
+        {tr("Set the centre of rotation"), tr("Double click on the model")},
+        {tr("Select a part"), tr("Click; Ctrl + click adds or removes; space: the part in the middle")},
         {tr("Menu of the view"), tr("Right click")},
     };
     for (const auto& [what, how] : mouse)
