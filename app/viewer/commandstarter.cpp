@@ -121,10 +121,10 @@ void CommandStarter::start(Command* prototype)
         return;
     }
     ParameterDialog dialog(prototype, mp_Window);
-    // Whatever was recorded last: with a trajectory the user wants to record it, and without one there is none to
-    // follow.
-    if (ParameterPanel* sync = dialog.getPanel(SyncParameter))
-        sync->setText(hasTrajectory() ? QStringLiteral("1") : QStringLiteral("0"));
+    // A user who has just opened a trajectory wants to record it, whatever was recorded last.
+    ParameterPanel* sync = dialog.getPanel(SyncParameter);
+    if (sync && hasTrajectory())
+        sync->setText(QStringLiteral("1"));
     dialog.setAdvice(adviceFor);
     do {
         if (dialog.exec() != QDialog::Accepted)
