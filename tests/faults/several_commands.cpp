@@ -38,7 +38,7 @@ int main(int argc, char** argv)
     motion.file = QString::fromLocal8Bit(argv[2]);
     tov::app::Reporter reporter(options);
     tov::app::Session session(options, reporter, argc, argv);
-    if (!session.showModels({QString::fromLocal8Bit(argv[1])}, QString()) || !session.showView(view, QString(), false))
+    if (!session.showModels({QString::fromLocal8Bit(argv[1])}, view) || !session.showView(view, QString(), false))
         return 1;
     const auto calls = reinterpret_cast<int (*)()>(dlsym(RTLD_DEFAULT, "tov_fault_calls"));
     std::printf("%d\n", calls ? calls() : 0);
