@@ -6,6 +6,7 @@
 #include <limits>
 #include <new>
 #include <numeric>
+#include <optional>
 #include <unordered_map>
 
 #ifdef __GLIBC__
@@ -290,16 +291,23 @@ public:
         }
     }
 
-    /// For each triangle, whether it intersects another one of its piece.
-    std::vector<bool> findIntersecting() const
+    /// For each triangle, whether it intersects another one of its piece. No value when the boxes of too many triangles
+    /// overlap to compare them all: thousands of slivers around one vertex, for example.
+    std::optional<std::vector<bool>> findIntersecting() const
     {
         std::vector<bool> found(m_Mesh.triangles.size());
-        for (std::size_t leaf = 0; leaf < m_Leaves; ++leaf)
-            comparePairs(leaf, 1, found);
-        return found;
+        std::size_t work = std::max(LeastWork, MostWorkPerLeaf * m_Leaves);
+        for (std::size_t leaf = 0; leaf < m_Leaves && work > 0; ++leaf)
+            comparePairs(leaf, 1, found, work);
+        return work > 0 ? std::optional(found) : std::nullopt;
     }
 
 private:
+    /// Boxes and triangles that are compared with a leaf, several times as many as a crumpled surface needs. A small
+    /// tree may need `LeastWork` in all, which takes less than a second.
+    static constexpr std::size_t MostWorkPerLeaf = 2000;
+    static constexpr std::size_t LeastWork = 40000000;
+
     Bounds boundsOf(std::size_t triangle) const
     {
         Bounds bounds;
@@ -308,13 +316,15 @@ private:
         return bounds;
     }
     /// Compares the triangles of a leaf with those under a node that are in the same leaf or in later ones.
-    void comparePairs(std::size_t leaf, std::size_t node, std::vector<bool>& found) const
+    /// Reduces `work`, and stops when it is 0.
+    void comparePairs(std::size_t leaf, std::size_t node, std::vector<bool>& found, std::size_t& work) const
     {
-        if (lastLeafOf(node) < leaf || !m_Boxes[node].overlaps(m_Boxes[m_Leaves + leaf]))
+        if (work == 0 || lastLeafOf(node) < leaf || !m_Boxes[node].overlaps(m_Boxes[m_Leaves + leaf]))
             return;
+        work -= std::min(work, node < m_Leaves ? 1 : LeafTriangles * LeafTriangles);
         if (node < m_Leaves) {
-            comparePairs(leaf, 2 * node, found);
-            comparePairs(leaf, 2 * node + 1, found);
+            comparePairs(leaf, 2 * node, found, work);
+            comparePairs(leaf, 2 * node + 1, found, work);
             return;
         }
         const std::size_t count = m_Mesh.triangles.size(), others = (node - m_Leaves) * LeafTriangles;
@@ -443,8 +453,10 @@ SolidSurface examine(const std::vector<Vertex>& vertices, const std::vector<std:
     const Solidity side = outerSide(mesh, pieces);
     if (side == Solidity::None)
         return {};
-    std::vector<bool> intersecting = BoxTree(mesh, pieces).findIntersecting();
-    Exceptions exceptions(mesh, pieces, std::move(intersecting), side == Solidity::Outward ? 1 : -1);
+    std::optional<std::vector<bool>> intersecting = BoxTree(mesh, pieces).findIntersecting();
+    if (!intersecting)
+        return {};
+    Exceptions exceptions(mesh, pieces, std::move(*intersecting), side == Solidity::Outward ? 1 : -1);
     if (!exceptions.find(edges))
         return {};
     SolidSurface result{side, {}};

@@ -15,8 +15,8 @@ struct DrawingArea
     /// Disjoint rectangles within `bounds` that contain everything, much tighter for most scenes.
     std::vector<std::array<int, 4>> bands;
 
-    /// Reads the scissor of the current context. `hasOverlays`: there are grids or selection boxes, which may be
-    /// anywhere.
+    /// Reads the scissor of the current context. `hasGrid`: a grid is drawn as well, which may be anywhere in the
+    /// viewport.
     DrawingArea(const View& view, const std::vector<DrawItem>& items, const SceneLook& look, bool hasGrid);
 };
 

@@ -127,6 +127,23 @@ Geometry crumpled(unsigned int seed, float reach, std::uint32_t n)
     return result;
 }
 
+/// Two cones on one circle: `n` triangles meet at each tip.
+Geometry spindle(std::uint32_t n)
+{
+    constexpr double FullTurn = 6.283185307179586;
+    Geometry result;
+    result.positions = {0, 0, 1, 0, 0, -1};
+    for (std::uint32_t i = 0; i < n; ++i) {
+        const double angle = FullTurn * i / n;
+        for (const double value : {std::cos(angle), std::sin(angle), 0.0})
+            result.positions.push_back(float(value));
+        const std::uint32_t from = 2 + i, to = 2 + (i + 1) % n;
+        for (const std::uint32_t index : {0u, from, to, 1u, to, from})
+            result.indices.push_back(index);
+    }
+    return result;
+}
+
 SolidSurface examined(const Geometry& geometry)
 {
     const GeometryElement element("surface", geometry);
@@ -255,6 +272,12 @@ TEST(Solidity, TrianglesWithoutAreaDoNotMatter)
     for (const std::uint32_t index : {5u, 5u, 6u})
         geometry.indices.push_back(index);
     EXPECT_EQ(examined(geometry).side, Solidity::Outward);
+}
+
+TEST(Solidity, ThousandsOfSliversAroundAVertexAreNotExamined)
+{
+    EXPECT_EQ(examined(spindle(1000)).side, Solidity::Outward);
+    EXPECT_EQ(examined(spindle(16000)).side, Solidity::None);
 }
 
 TEST(Solidity, DentsThatStayInsideAreNoExceptions)
