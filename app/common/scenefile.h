@@ -15,7 +15,7 @@
 namespace tov::app {
 
 /// A scene as it is stored in a file (.tovscene): the models, the state of their parts, the look, the views and what
-/// moves. A plain value; `collectScene` and `SceneModels` connect it to the scene that is shown.
+/// moves. A plain value; `PartKeys` connects its parts to the elements of the scene that is shown.
 struct SceneFile
 {
     /// The suffix of scene files, without the dot.
@@ -24,7 +24,7 @@ struct SceneFile
     /// A part that differs from what the model file says.
     struct Part
     {
-        QString key; ///< see `SceneModels`
+        QString key; ///< see `PartKeys`
         bool isHidden = false;
         bool isRemoved = false;
         std::optional<QColor> color; ///< replaces the material

@@ -109,17 +109,23 @@ void Autosave::offerCrashed()
         if (!lock)
             continue;
         m_Crashed.push_back({name, std::move(lock)});
-        mp_Notices->showAction(tr("tov ended unexpectedly on %1. The scene of that session can be restored.")
-                                   .arg(QLocale().toString(copy.lastModified(), QLocale::ShortFormat)),
-                               tr("Restore"), [this, name] { restore(name); });
+        offer(name);
         if (int(m_Crashed.size()) == MostOffers)
             return;
     }
 }
 
-void Autosave::restore(const QString& fileName)
+void Autosave::offer(const QString& fileName)
 {
-    mp_Document->restore(fileName);
+    const auto restore = [this, fileName] {
+        // The copy is removed at the end, so the user gets another chance.
+        if (!mp_Document->restore(fileName))
+            offer(fileName);
+    };
+    const QDateTime time = QFileInfo(fileName).lastModified();
+    mp_Notices->showAction(tr("tov ended unexpectedly on %1. The scene of that session can be restored.")
+                               .arg(QLocale().toString(time, QLocale::ShortFormat)),
+                           tr("Restore"), restore);
 }
 
 } // namespace tov::viewer

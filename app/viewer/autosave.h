@@ -49,7 +49,7 @@ private:
     };
     void lockOwn();
     void store();
-    void restore(const QString& fileName);
+    void offer(const QString& fileName);
 
     SceneDocument* mp_Document; ///< not owned
     NoticeBar* mp_Notices;      ///< not owned

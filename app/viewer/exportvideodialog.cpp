@@ -5,7 +5,9 @@
 #include "app/viewer/outputfilefield.h"
 #include "app/viewer/outputname.h"
 #include "app/viewer/sizepicker.h"
+#include "kernel/commands/commandprocessor.h"
 #include "kernel/main/settings.h"
+#include "kernel/workers/overseer.h"
 #include "scene/view/scenepanel.h"
 #include "scene/view/viewer.h"
 #include "trajectory/trajectoryhandler.h"
@@ -236,11 +238,13 @@ void ExportVideoDialog::validate()
             button->setEnabled(problem.isEmpty());
 }
 
-/// The view of the first frame. A trajectory is put on its first position until the picture has been drawn.
+/// The view of the first frame. A trajectory is put on its first position until the picture has been drawn, unless
+/// something is being captured, which would show that.
 ExportPreview::Shot ExportVideoDialog::firstFrame()
 {
     const VideoRequest request = getRequest();
-    if (request.motion == VideoRequest::Motion::Trajectory) {
+    const bool isCapturing = !tov::main::Overseer::getInstance()->getCommandProcessor()->getRuns().empty();
+    if (request.motion == VideoRequest::Motion::Trajectory && !isCapturing) {
         auto* trajectory = TrajectoryHandler::getInstance();
         m_Position = trajectory->getPosition();
         trajectory->setPosition(0);

@@ -425,7 +425,12 @@ void MainWindow::quitWithoutAsking()
 
 void MainWindow::closeEvent(QCloseEvent* event)
 {
-    if (!mp_Quit->mayClose() || !mp_Session->mayClose(mp_Quit->mayAsk())) {
+    if (!mp_Quit->mayClose()) {
+        event->ignore();
+        return;
+    }
+    if (!mp_Session->mayClose(mp_Quit->mayAsk())) {
+        mp_Quit->stayOpen();
         event->ignore();
         return;
     }

@@ -155,6 +155,13 @@ void ModelReload::begin()
 
 void ModelReload::replace(const std::vector<SceneModels::Model>& models, std::vector<FileOpener::Result> results)
 {
+    // Started while the files were read: they are read again afterwards.
+    if (!processor()->getRuns().empty()) {
+        for (const auto& model : models)
+            m_Changed << model.file;
+        m_Changed.removeDuplicates();
+        return;
+    }
     auto trees = std::make_shared<std::vector<std::pair<quint64, std::unique_ptr<tov::scene::SceneElement>>>>();
     QStringList names;
     for (std::size_t i = 0; i < results.size(); ++i) {

@@ -399,12 +399,15 @@ void PathEditor::chooseOpen()
 void PathEditor::chooseSave()
 {
     const QString folder = tovSettings().value(FolderKey).toString();
-    QString fileName = QFileDialog::getSaveFileName(this, tr("Save camera path"), folder + QStringLiteral("/path.json"),
-                                                    tr("Camera paths (*.json)"));
-    if (fileName.isEmpty())
+    // A dialog that adds the suffix itself also asks before an older file of the complete name is replaced.
+    QFileDialog dialog(this, tr("Save camera path"), folder, tr("Camera paths (*.json)"));
+    dialog.setObjectName(QStringLiteral("SavePathDialog"));
+    dialog.setAcceptMode(QFileDialog::AcceptSave);
+    dialog.setDefaultSuffix(QStringLiteral("json"));
+    dialog.selectFile(QStringLiteral("path.json"));
+    if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty())
         return;
-    if (QFileInfo(fileName).suffix().isEmpty())
-        fileName += QStringLiteral(".json");
+    const QString fileName = dialog.selectedFiles().first();
     tovSettings().setValue(FolderKey, QFileInfo(fileName).absolutePath());
     saveFile(fileName);
 }

@@ -72,6 +72,14 @@ void QuitGuard::quitWithoutAsking()
     QMetaObject::invokeMethod(mp_Window, &QWidget::close, Qt::QueuedConnection);
 }
 
+void QuitGuard::stayOpen()
+{
+    if (!m_Closing)
+        return;
+    m_Closing = false;
+    mp_Window->statusBar()->clearMessage();
+}
+
 /// Descriptions of the work that still runs, for the user.
 QStringList QuitGuard::describeWork() const
 {
@@ -118,7 +126,8 @@ void QuitGuard::closeIfDone()
 
 void QuitGuard::offerToLeave()
 {
-    if (!m_Closing || mp_Window->isHidden())
+    // The work may be over while the user is asked about unsaved changes.
+    if (!m_Closing || mp_Window->isHidden() || (m_MayAsk && !isAnythingRunning()))
         return;
     if (!m_MayAsk) {
         m_SaveLayout();

@@ -34,6 +34,8 @@ public:
     bool mayClose();
     /// Stops everything without asking and closes the window as soon as it can.
     void quitWithoutAsking();
+    /// The window stays open although nothing keeps it from closing: the user wants to go on.
+    void stayOpen();
     bool isClosing() const { return m_Closing; }
     /// False once the window has to close without questions.
     bool mayAsk() const { return m_MayAsk; }

@@ -195,9 +195,17 @@ bool SceneDocument::saveAs()
     dialog.setAcceptMode(QFileDialog::AcceptSave);
     dialog.setDefaultSuffix(SceneFile::Suffix);
     dialog.selectFile(QFileInfo(proposal).fileName());
-    if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty())
-        return false;
-    return saveTo(dialog.selectedFiles().first());
+    while (dialog.exec() == QDialog::Accepted && !dialog.selectedFiles().isEmpty()) {
+        const QString name = dialog.selectedFiles().first();
+        if (SceneFile::isSceneFile(name))
+            return saveTo(name);
+        // Only files with the suffix are opened as scenes. The dialog adds it to names without any.
+        const QString complete = name + QLatin1Char('.') + SceneFile::Suffix;
+        if (!QFileInfo::exists(complete))
+            return saveTo(complete);
+        dialog.selectFile(complete);
+    }
+    return false;
 }
 
 bool SceneDocument::saveTo(const QString& fileName)
@@ -219,33 +227,45 @@ void SceneDocument::open(const QString& fileName)
         read(fileName, false);
 }
 
-void SceneDocument::restore(const QString& copy)
+bool SceneDocument::restore(const QString& copy)
 {
-    read(copy, true);
+    return mayDiscard() && read(copy, true);
 }
 
-void SceneDocument::read(const QString& fileName, bool isCopy)
+/// False, with a message, while pictures or videos show the scene.
+bool SceneDocument::mayReplace()
 {
-    if (!Overseer::getInstance()->getCommandProcessor()->getRuns().empty()) {
-        emit failed(tr("A scene cannot be opened while pictures or videos are being made. Stop them first."));
-        return;
-    }
+    if (Overseer::getInstance()->getCommandProcessor()->getRuns().empty())
+        return true;
+    emit failed(tr("A scene cannot be opened while pictures or videos are being made. Stop them first."));
+    return false;
+}
+
+bool SceneDocument::read(const QString& fileName, bool isCopy)
+{
+    if (!mayReplace())
+        return false;
     QString error;
     const auto scene = SceneFile::load(fileName, &error);
     if (!scene) {
         emit failed(error);
-        return;
+        return false;
     }
     const auto done = [this, scene, fileName, isCopy](std::vector<FileOpener::Result> results) {
         take(*scene, fileName, isCopy, std::move(results));
     };
-    if (!m_Parts.opener->read(scene->models, tr("Opening %1").arg(QFileInfo(fileName).fileName()), done))
-        emit failed(tr("Another file is still being opened. Try again when it is done."));
+    if (m_Parts.opener->read(scene->models, tr("Opening %1").arg(QFileInfo(fileName).fileName()), done))
+        return true;
+    emit failed(tr("Another file is still being opened. Try again when it is done."));
+    return false;
 }
 
 void SceneDocument::take(const SceneFile& scene, const QString& fileName, bool isCopy,
                          std::vector<FileOpener::Result> results)
 {
+    // A recording may have been started while the models were read.
+    if (!mayReplace())
+        return;
     auto loaded = std::make_shared<std::vector<SceneModels::Loaded>>();
     std::vector<SceneFile::Model> missing;
     for (std::size_t i = 0; i < results.size(); ++i) {

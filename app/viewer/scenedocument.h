@@ -43,8 +43,9 @@ public:
     /// Replaces the scene by that of a file. Asks first when changes would be lost. Failures are reported by `failed`,
     /// and the scene stays as it was.
     void open(const QString& fileName);
-    /// The same for an automatic copy: afterwards the document has the name of the original file and is changed.
-    void restore(const QString& copy);
+    /// The same for an automatic copy: afterwards the document has the name of the original file and is changed. False
+    /// when the copy is not opened, because the user refused or for the reason in `failed`.
+    bool restore(const QString& copy);
     /// Saves under the name of the document; asks for a name if it has none. False when nothing was saved.
     bool save();
     /// Saves under a name that the user chooses.
@@ -83,7 +84,8 @@ private:
     typedef tov::app::SceneFile SceneFile;
     void createActions();
     void watch();
-    void read(const QString& fileName, bool isCopy);
+    bool mayReplace();
+    bool read(const QString& fileName, bool isCopy);
     void take(const SceneFile& scene, const QString& fileName, bool isCopy, std::vector<FileOpener::Result> results);
     void showRest(const SceneFile& scene, const QString& fileName, bool isCopy);
     void showLook(const SceneFile& scene);

@@ -13,6 +13,8 @@ namespace {
 constexpr int IconEdge = 48;
 /// Bookmarks that have a key of their own: Ctrl+F1 and so on.
 constexpr std::size_t KeyedBookmarks = 9;
+/// Drawing more bookmarks of a file takes too long.
+constexpr std::size_t MaxDrawnPictures = 40;
 
 /// A menu whose icons are large enough to recognise a view.
 class LargeIconStyle : public QProxyStyle
@@ -64,9 +66,12 @@ std::vector<tov::app::SceneFile::Bookmark> ViewBookmarks::getBookmarks() const
 void ViewBookmarks::setBookmarks(const std::vector<tov::app::SceneFile::Bookmark>& bookmarks)
 {
     m_Bookmarks.clear();
-    for (const auto& each : bookmarks)
-        m_Bookmarks.push_back(
-            {each.name, QIcon(QPixmap::fromImage(drawScene(each.camera, 2 * IconEdge))), each.camera});
+    for (const auto& each : bookmarks) {
+        QIcon picture;
+        if (m_Bookmarks.size() < MaxDrawnPictures)
+            picture = QIcon(QPixmap::fromImage(drawScene(each.camera, 2 * IconEdge)));
+        m_Bookmarks.push_back({each.name, picture, each.camera});
+    }
     m_NextNumber = int(bookmarks.size()) + 1;
     fill();
     emit changed();

@@ -277,6 +277,18 @@ TEST_F(WindowScenes, AMissingModelIsNamedAndNotLostWhenTheSceneIsSaved)
     EXPECT_TRUE(read(file("scene.tovscene")).contains("\"crane.obj\""));
 }
 
+TEST_F(WindowScenes, ANameWithAnotherSuffixGetsThatOfScenes)
+{
+    open({file("crane.obj")});
+    triggerWithDialog(menuAction("File", "Save scene as ..."), "SaveSceneDialog", [this](QWidget* dialog) {
+        auto* edit = dialog->findChild<QLineEdit*>();
+        edit->setText(file("version.2"));
+        QTest::keyClick(edit, Qt::Key_Return);
+    });
+    EXPECT_FALSE(QFile::exists(file("version.2")));
+    EXPECT_EQ(document().getFileName(), file("version.2.tovscene"));
+}
+
 TEST_F(WindowScenes, ASceneIsARecentFileAndOpensByDropping)
 {
     open({file("crane.obj")});
@@ -360,6 +372,54 @@ TEST_F(WindowScenes, ARestoredSceneKeepsItsFileAndIsModified)
     EXPECT_TRUE(document().isModified());
     answer(QMessageBox::Discard);
     EXPECT_TRUE(window().close());
+}
+
+TEST_F(WindowScenes, RestoringAsksBeforeChangesAreLost)
+{
+    open({file("crane.obj")});
+    ASSERT_TRUE(document().saveTo(file("scene.tovscene")));
+    ASSERT_TRUE(QFile::copy(file("scene.tovscene"), file("copy.tovscene")));
+    panel()->orbit(10, 0);
+    ASSERT_TRUE(becomes(true));
+    answer(QMessageBox::Cancel);
+    EXPECT_FALSE(document().restore(file("copy.tovscene")));
+    EXPECT_FALSE(window().isOpening());
+    EXPECT_EQ(document().getFileName(), file("scene.tovscene"));
+    answer(QMessageBox::Discard);
+    EXPECT_TRUE(document().restore(file("copy.tovscene")));
+    ASSERT_TRUE(processUntil([this] { return !window().isOpening() && document().getFileName().isEmpty(); }));
+}
+
+TEST_F(WindowScenes, AWindowThatStaysOpenAfterAllAsksAgainBeforeItStopsARecording)
+{
+    open({file("crane.obj")});
+    ASSERT_TRUE(document().saveTo(file("scene.tovscene")));
+    panel()->orbit(10, 0);
+    ASSERT_TRUE(becomes(true));
+    ASSERT_TRUE(record(file("first.mp4")));
+    onDialog("QuitQuestion", [](QWidget* question) { button(question, "Finish and quit")->click(); });
+    bool isRefused = false;
+    onDialog("SaveQuestion", [&](QWidget* question) {
+        static_cast<QMessageBox*>(question)->button(QMessageBox::Cancel)->click();
+        isRefused = true;
+    });
+    window().close();
+    ASSERT_TRUE(processUntil([&] { return isRefused && !QApplication::activeModalWidget(); }, 60000));
+    EXPECT_TRUE(window().isVisible());
+
+    ASSERT_TRUE(record(file("second.mp4")));
+    bool isAsked = false;
+    onDialog("QuitQuestion", [&](QWidget* question) {
+        isAsked = true;
+        QTest::keyClick(question, Qt::Key_Escape);
+    });
+    EXPECT_FALSE(window().close());
+    EXPECT_TRUE(isAsked);
+    ASSERT_EQ(runs().size(), 1u);
+    runs().front()->stop();
+    ASSERT_TRUE(processUntil([] { return runs().empty(); }, 60000));
+    answer(QMessageBox::Discard);
+    EXPECT_TRUE(processUntil([this] { return window().close(); }, 60000));
 }
 
 TEST_F(WindowScenes, AChangedModelIsReadAgain)
