@@ -1,6 +1,7 @@
 #include "app/cli/batch.h"
 
 #include "app/cli/options/optiontable.h"
+#include "app/cli/outputs/outputstream.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -118,8 +119,8 @@ bool readJobLines(const Options& options, std::vector<JobLine>& lines, QString* 
 
 QString describeOptions(const Options& options)
 {
-    static const QStringList left{QStringLiteral("output"), QStringLiteral("jobs"), QStringLiteral("json"),
-                                  QStringLiteral("quiet"), QStringLiteral("verbose")};
+    static const QStringList left{QStringLiteral("output"), QStringLiteral("save-scene"), QStringLiteral("jobs"),
+                                  QStringLiteral("json"),   QStringLiteral("quiet"),      QStringLiteral("verbose")};
     QStringList words;
     for (const auto& [option, values] : options.values) {
         if (left.contains(option))
@@ -133,6 +134,21 @@ QString describeOptions(const Options& options)
         }
     }
     return words.join(QLatin1Char(' '));
+}
+
+bool checkOlderFiles(const OutputRequest& output, const ViewRequest& view, const QString& fileName, QString* error)
+{
+    if (output.older != SafeOutput::Older::Keep)
+        return true;
+    QStringList names{view.savedScene};
+    if (!isStream(output, fileName))
+        names.prepend(fileName);
+    for (const QString& name : names)
+        if (QFileInfo::exists(name)) {
+            *error = tr("'%1' exists already").arg(name);
+            return false;
+        }
+    return true;
 }
 
 } // namespace tov::app

@@ -36,6 +36,10 @@ bool splitWords(const QString& line, QStringList& words);
 /// any.
 QString describeOptions(const Options& options);
 
+/// With --no-clobber, no file of a result exists; false with one line in `error` otherwise. `fileName` is the output.
+/// Thread: any.
+bool checkOlderFiles(const OutputRequest& output, const ViewRequest& view, const QString& fileName, QString* error);
+
 /// One result to make.
 template <typename Request>
 struct Job

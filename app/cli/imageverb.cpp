@@ -6,7 +6,6 @@
 #include "app/cli/verbs.h"
 #include "app/common/picturefile.h"
 #include "app/common/picturecommand.h"
-#include "app/common/safeoutput.h"
 #include "scene/drawing/scenedrawer.h"
 #include "scene/view/scenepanel.h"
 #include "scene/view/viewer.h"
@@ -66,11 +65,8 @@ bool checkJob(const ImageJob& job, QString* error)
     const bool isFile = !request.output.isStandardOutput();
     if ((isFile && !checkOutput(job.plan.output, error)) || !checkFormat(job, error))
         return false;
-    if (request.output.older == SafeOutput::Older::Keep && !isStream(request.output, job.plan.output) &&
-        QFileInfo::exists(job.plan.output)) {
-        *error = tr("'%1' exists already").arg(job.plan.output);
+    if (!checkOlderFiles(request.output, request.view, job.plan.output, error))
         return false;
-    }
     const QString format = formatOf(job);
     if (request.view.look.background.kind == Background::Kind::Transparent && !hasPictureAlpha(format)) {
         *error = tr("%1 has no transparency; use png, tiff or webp, or a --background colour").arg(format);

@@ -96,10 +96,8 @@ bool checkJob(const VideoJob& job, QString* error)
     if (!checkEnding(job, error) || (isStream(job) && !VideoOutput::checkStream(endingOf(job), error)) ||
         (isFile && !SpaceWatch::hasRoom(job.plan.output, error)))
         return false;
-    if (request.output.older == SafeOutput::Older::Keep && !isStream(job) && QFileInfo::exists(job.plan.output)) {
-        *error = tr("'%1' exists already").arg(job.plan.output);
+    if (!checkOlderFiles(request.output, request.view, job.plan.output, error))
         return false;
-    }
     if (request.parts.isShared() && isStream(job)) {
         *error = tr("%1 is not a regular file").arg(job.plan.output);
         return false;

@@ -161,6 +161,14 @@ TEST_F(CliScenes, ScenesThatCannotBeOpenedAreRefusedInOneLine)
                   2, "--save-scene is for a single result");
 }
 
+TEST_F(CliScenes, NoClobberHoldsForTheSavedSceneToo)
+{
+    const QStringList words{"image", "crane.obj", "--size", "32x32", "--no-clobber", "--save-scene", "a.tovscene"};
+    runWell(words + QStringList{"-o", "a.png"});
+    expectFailure(run(words + QStringList{"-o", "b.png"}), 1, "'a.tovscene' exists already");
+    EXPECT_FALSE(QFile::exists(path("b.png")));
+}
+
 TEST_F(CliScenes, InfoDescribesTheSceneAndItsModels)
 {
     writeParts("a.tovscene",
