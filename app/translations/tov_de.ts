@@ -3728,6 +3728,22 @@ Die Aufnahme stoppen und behalten?</translation>
         <source>Menu of the view</source>
         <translation>Menü der Ansicht</translation>
     </message>
+    <message>
+        <source>Set the centre of rotation</source>
+        <translation>Drehpunkt setzen</translation>
+    </message>
+    <message>
+        <source>Double click on the model</source>
+        <translation>Doppelklick auf das Modell</translation>
+    </message>
+    <message>
+        <source>Select a part</source>
+        <translation>Teil auswählen</translation>
+    </message>
+    <message>
+        <source>Click; Ctrl + click adds or removes; space: the part in the middle</source>
+        <translation>Klick; Strg + Klick fügt hinzu oder entfernt; Leertaste: der Teil in der Mitte</translation>
+    </message>
 </context>
 <context>
     <name>tov::viewer::SizePicker</name>
