@@ -66,6 +66,7 @@ const std::map<QString, QString> Effects = {
     {"parts", "OptionUse.PartsAreRecordedKeptAndJoined"},
     {"keep-parts", "OptionUse.PartsAreRecordedKeptAndJoined"},
     {"status", "OptionUse.PartsAreRecordedKeptAndJoined"},
+    {"save-scene", "CliScenes.ASavedSceneGivesTheSamePictureToThePixel"},
     {"each", "CliTest.EachViewAndModelGivesAResult"},
     {"jobs", "CliTest.AJobListGivesAResultPerLine"},
     {"max-memory", "CliTest.APictureThatDoesNotFitIntoMemoryIsRefused"},
