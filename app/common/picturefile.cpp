@@ -32,6 +32,14 @@ private:
     bool m_IsComplete = true;
 };
 
+/// Icons are stored in sizes of their own, which some readers do not report.
+bool hasSize(const QString& fileName, const QSize& size)
+{
+    QImageReader reader(fileName);
+    const QSize found = reader.size();
+    return !found.isValid() || found == size || reader.format() == "icns";
+}
+
 } // namespace
 
 bool PictureFile::storesResolution(const QString& format)
@@ -68,7 +76,7 @@ bool PictureFile::writeFile(const QImage& image, const QString& fileName, QStrin
     if (!isWritten && (reason->isEmpty() || file.error() != QFileDevice::NoError))
         *reason = file.errorString();
     file.close();
-    if (!isWritten || (isWholePicture(fileName) && QImageReader(fileName).size() == image.size()))
+    if (!isWritten || (isWholePicture(fileName) && hasSize(fileName, image.size())))
         return isWritten;
     *reason = tr("it cannot be read back");
     return false;
