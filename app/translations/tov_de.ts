@@ -1667,16 +1667,16 @@
         <translation>Warnung: %1</translation>
     </message>
     <message>
-        <source> %1 x %2 pixels,</source>
-        <translation> %1 x %2 Pixel,</translation>
+        <source>%1 x %2 pixels</source>
+        <translation>%1 x %2 Pixel</translation>
     </message>
     <message>
-        <source> %1 kB</source>
-        <translation> %1 kB</translation>
+        <source>%1 kB</source>
+        <translation>%1 kB</translation>
     </message>
     <message>
-        <source>, %1 frames</source>
-        <translation>, %1 Bilder</translation>
+        <source>%1 frames</source>
+        <translation>%1 Bilder</translation>
     </message>
 </context>
 <context>

@@ -12,6 +12,7 @@
 #include <QPushButton>
 #include <QToolButton>
 
+#include <algorithm>
 #include <cmath>
 
 namespace tov::viewer {
@@ -23,6 +24,15 @@ namespace {
 QString number(double value)
 {
     return QLocale().toString(value, 'g', 7);
+}
+
+/// The points lie on surfaces in single precision; smaller differences are rounding.
+double withoutNoise(double difference, const Vector3& from, const Vector3& to)
+{
+    double largest = 0;
+    for (std::size_t axis = 0; axis < 3; ++axis)
+        largest = std::max({largest, std::fabs(from[axis]), std::fabs(to[axis])});
+    return std::fabs(difference) > 1e-7 * largest ? difference : 0;
 }
 
 QToolButton* buttonFor(QAction* action)
@@ -83,7 +93,7 @@ void MeasureControls::refresh()
     const bool isComplete = from && to;
     mp_Distance->setText(isComplete ? number(distanceBetween(*from, *to)) : QString());
     for (std::size_t axis = 0; axis < 3; ++axis)
-        mp_Parts[axis]->setText(isComplete ? number((*to)[axis] - (*from)[axis]) : QString());
+        mp_Parts[axis]->setText(isComplete ? number(withoutNoise((*to)[axis] - (*from)[axis], *from, *to)) : QString());
     mp_Copy->setEnabled(isComplete);
 }
 

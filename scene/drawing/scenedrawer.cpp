@@ -303,7 +303,9 @@ void SceneDrawer::drawScene(SceneElement* root, SceneElement* second, const Matr
         painter.add(item);
     clipTo(area.bounds);
     painter.draw(d->uniforms);
-    const auto selected = layers & LayerSelection ? selectedOf(items) : std::vector<DrawItem>();
+    // A recording asks for everything that a view shows, but the selection is for the user only.
+    const bool showsSelection = d->isInteractive && (layers & LayerSelection);
+    const auto selected = showsSelection ? selectedOf(items) : std::vector<DrawItem>();
     if (!selected.empty())
         drawSelection(selected, view, look, sketch, multisampler.isActive(), d->uniforms);
     if (hasGrid)

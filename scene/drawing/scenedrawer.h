@@ -66,8 +66,8 @@ public:
     /// Sets `SceneLook::samples` alone. Thread: any.
     static void setMultisampling(int samples);
 
-    /// For the drawer of a view: `glDraw` never spends time on preparing later calls. The default is no. Thread: the
-    /// current context's.
+    /// For the drawer of a view: `glDraw` shows the selection, and never spends time on preparing later calls. The
+    /// default is no. Thread: the current context's.
     void setInteractive(bool isInteractive);
     /// Whether scenes with many triangles are sketched with points, for a view that is being turned. Only this drawer;
     /// the default is no. Thread: the current context's.

@@ -246,9 +246,12 @@ TEST_F(SceneTest, LayersPrimitivesAndVisibilityAreRespected)
     scene->getRootNode()->getChildren()[0]->setSelected(true);
     const int plain = covered(drawn(64, 64, -0.5, 0.5, -0.5, 0.5, at(1.5)));
     EXPECT_EQ(covered(drawn(64, 64, -0.5, 0.5, -0.5, 0.5, at(1.5), 3, 7)), plain) << "pictures show no selection";
-    const auto picture = [](int layers) { return drawn(64, 64, -0.5, 0.5, -0.5, 0.5, at(1.5), layers, 7); };
+    const auto picture = [](int layers, bool isView = true) {
+        return drawn(64, 64, -0.5, 0.5, -0.5, 0.5, at(1.5), layers, 7, {}, QColor(0, 0, 0, 0), isView);
+    };
     const QImage selected = picture(3);
     EXPECT_NE(picture(7), selected) << "panels do";
+    EXPECT_EQ(picture(7, false), selected) << "recordings do not";
     scene->getRootNode()->getChildren()[0]->setSelected(false);
     EXPECT_EQ(picture(3), selected) << "to the pixel";
     EXPECT_EQ(picture(7), selected);

@@ -20,10 +20,12 @@
 namespace tov::test {
 
 /// Draws the global scene with the drawer, that frustum and view, into a framebuffer object in a context of its own.
-/// `after` may inspect the state after drawing.
+/// `after` may inspect the state after drawing. `isView`: with the drawer of a view instead of that of a picture or
+/// video.
 inline QImage drawn(int width, int height, double left, double right, double bottom, double top,
                     const tov::math::Matrix4& transform, int layers = 3, int primitives = 7,
-                    const std::function<void()>& after = {}, const QColor& background = QColor(0, 0, 0, 0))
+                    const std::function<void()>& after = {}, const QColor& background = QColor(0, 0, 0, 0),
+                    bool isView = false)
 {
     const auto scene = tov::scene::Viewer::getInstance()->getGlobalScene();
     QOpenGLContext context;
@@ -38,6 +40,7 @@ inline QImage drawn(int width, int height, double left, double right, double bot
                                         GL_RGBA8);
         EXPECT_TRUE(target.bind());
         tov::scene::SceneDrawer drawer(scene);
+        drawer.setInteractive(isView);
         glClearColor(float(background.redF()), float(background.greenF()), float(background.blueF()),
                      float(background.alphaF()));
         glEnable(GL_DEPTH_TEST);

@@ -106,15 +106,16 @@ void Reporter::result(const RunOutcome& outcome)
         print(object);
         return;
     }
-    QString text = outcome.files.join(QStringLiteral(", ")) + QLatin1Char(':');
+    QStringList facts;
     if (outcome.size.isValid())
-        text +=
-            tr(" %1 x %2 pixels,").arg(QString::number(outcome.size.width()), QString::number(outcome.size.height()));
+        facts +=
+            tr("%1 x %2 pixels").arg(QString::number(outcome.size.width()), QString::number(outcome.size.height()));
     if (outcome.bytes > 0)
-        text += tr(" %1 kB").arg((outcome.bytes + BytesPerKb - 1) / BytesPerKb);
+        facts += tr("%1 kB").arg((outcome.bytes + BytesPerKb - 1) / BytesPerKb);
     if (outcome.frames >= 0)
-        text += tr(", %1 frames").arg(outcome.frames);
-    note(text);
+        facts += tr("%1 frames").arg(outcome.frames);
+    const QString separator = QStringLiteral(", "), files = outcome.files.join(separator);
+    note(facts.isEmpty() ? files : files + QStringLiteral(": ") + facts.join(separator));
 }
 
 void Reporter::progress(const QString& text, int percent, qint64 count)
