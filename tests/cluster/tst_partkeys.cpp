@@ -64,9 +64,9 @@ const OptionRow Rows[] = {
 };
 
 /// Options that change neither a frame nor how it is stored.
-const char* const Neutral[] = {"format", "no-clobber", "skip-existing", "free",       "part",     "keep-parts",
-                               "status", "each",       "jobs",          "max-memory", "settings", "safe-mode",
-                               "strict", "json",       "quiet",         "verbose",    "help",     "version"};
+const char* const Neutral[] = {
+    "save-scene", "format",   "no-clobber", "skip-existing", "free", "part",  "keep-parts", "status", "each",   "jobs",
+    "max-memory", "settings", "safe-mode",  "strict",        "json", "quiet", "verbose",    "help",   "version"};
 
 class PartKeys : public PartTest
 {
