@@ -69,8 +69,8 @@ public:
     /// For the drawer of a view: `glDraw` shows the selection, and never spends time on preparing later calls. The
     /// default is no. Thread: the current context's.
     void setInteractive(bool isInteractive);
-    /// Whether scenes with many triangles are sketched with points, for a view that is being turned. Only this drawer;
-    /// the default is no. Thread: the current context's.
+    /// For a view that is being turned: whether large scenes are drawn without samples, and very large ones as points.
+    /// Only this drawer; the default is no. Thread: the current context's.
     void setSketching(bool isSketching);
     /// True when the last `glDraw` has drawn a sketch. Thread: the current context's.
     bool hasSketched() const;

@@ -267,24 +267,63 @@ TEST_F(PanelTest, TheGuideFrameDimsOnlyWhatIsOutside)
     EXPECT_EQ(panel->grabFramebuffer(), plain);
 }
 
-TEST_F(PanelTest, LargeScenesAreSketchedOnlyWhileTheCameraMoves)
+namespace {
+
+/// A wavy surface of 2 * `side` * `side` triangles.
+SceneElement* wavySurface(int side)
 {
-    // A wavy surface of 320,000 triangles.
-    constexpr int Side = 400;
     Geometry geometry;
-    for (int y = 0; y <= Side; ++y)
-        for (int x = 0; x <= Side; ++x)
-            geometry.positions.insert(geometry.positions.end(), {x * 2.0f / Side - 1, y * 2.0f / Side - 1,
-                                                                 0.1f * std::sin(x * 0.1f) * std::cos(y * 0.1f)});
-    for (std::uint32_t y = 0; y < Side; ++y)
-        for (std::uint32_t x = 0; x < Side; ++x) {
-            const std::uint32_t at = y * (Side + 1) + x;
-            geometry.indices.insert(geometry.indices.end(),
-                                    {at, at + 1, at + Side + 1, at + 1, at + Side + 2, at + Side + 1});
+    for (int y = 0; y <= side; ++y)
+        for (int x = 0; x <= side; ++x)
+            geometry.positions.insert(geometry.positions.end(),
+                                      {float(x) * 2.0f / float(side) - 1, float(y) * 2.0f / float(side) - 1,
+                                       0.1f * std::sin(float(x) * 0.1f) * std::cos(float(y) * 0.1f)});
+    const auto row = std::uint32_t(side) + 1;
+    for (std::uint32_t y = 0; y + 1 < row; ++y)
+        for (std::uint32_t x = 0; x + 1 < row; ++x) {
+            const std::uint32_t at = y * row + x;
+            geometry.indices.insert(geometry.indices.end(), {at, at + 1, at + row, at + 1, at + row + 1, at + row});
         }
     auto* root = new SceneElement(QStringLiteral("root"));
     root->addChild(new GeometryElement(QStringLiteral("surface"), std::move(geometry)));
-    scene->setRootNode(root);
+    return root;
+}
+
+} // namespace
+
+TEST_F(PanelTest, LargeScenesAreNotSmoothedWhileTheCameraMoves)
+{
+    const int samples = SceneDrawer::getMultisampling();
+    SceneDrawer::setMultisampling(4);
+    scene->setRootNode(wavySurface(120));
+    ScenePanel* panel = newPanel(200, 150);
+    panel->show();
+    panel->grabFramebuffer();
+    panel->setSketchAfter(0);
+    panel->orbit(20, 10);
+    const QImage moving = panel->grabFramebuffer();
+    QImage complete = moving;
+    QElapsedTimer waiting;
+    for (waiting.start(); complete == moving && waiting.elapsed() < 20000; complete = panel->grabFramebuffer())
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+    EXPECT_NE(complete, moving) << "the smooth frame follows";
+    int changed = 0, all = 0;
+    for (int y = 0; y < 150; ++y)
+        for (int x = 0; x < 200; ++x, ++all)
+            changed += qAbs(qGray(moving.pixel(x, y)) - qGray(complete.pixel(x, y))) > 8;
+    EXPECT_LT(changed, all / 20) << "only edges differ";
+    panel->setSketchAfter(1000000);
+    panel->orbit(1, 0);
+    const QImage fast = panel->grabFramebuffer();
+    for (waiting.restart(); waiting.elapsed() < 600;)
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+    EXPECT_EQ(panel->grabFramebuffer(), fast) << "views that are fast are smooth while they move";
+    SceneDrawer::setMultisampling(samples);
+}
+
+TEST_F(PanelTest, LargeScenesAreSketchedOnlyWhileTheCameraMoves)
+{
+    scene->setRootNode(wavySurface(400)); // 320,000 triangles
     ScenePanel* panel = newPanel(400, 300);
     panel->setSketchAfter(0);
     panel->show();
